@@ -1,0 +1,167 @@
+#pragma once
+
+#include "runtime/Export.h"
+#include "runtime/data/DataSource.h"
+#include "runtime/ui/DBGrid.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+
+#include <functional>
+#include <memory>
+
+// Controls that show a field of a dataset's current row, or stand free as filter controls while no source is
+// set. Typing puts the row in edit; what was typed reaches the field when the control is left, on Enter, and
+// before every post. A value that the field cannot take stays in the control, marked, with a message.
+// Each is known by its objectName.
+
+// Behaviour shared by all of them.
+class RUNTIME_EXPORT TDBBinding : public QObject {
+    Q_OBJECT
+public:
+    explicit TDBBinding(QWidget* control);
+    void SetDataSource(TDataSource* source);
+    TDataSource* DataSource() const noexcept;
+    void SetDataField(const QString& fieldName);
+    const QString& DataField() const noexcept;
+    bool Bound() const noexcept;
+    TField* Field() const noexcept;     // nullptr while closed or unbound
+    bool ReadOnly() const noexcept;
+    void SetReadOnly(bool on);
+
+    std::function<void()> Show;         // field → control
+    std::function<bool()> Write;        // control → field; false when the text was refused
+    // The user changed the control: puts the row in edit. False when the dataset refused.
+    bool Changed();
+    // Writes when changed.
+    bool Commit();
+    bool Modified() const noexcept;
+
+private:
+    class Private;
+    std::shared_ptr<Private> d_;
+};
+
+class RUNTIME_EXPORT TDBEditEh : public QLineEdit {
+    Q_OBJECT
+public:
+    explicit TDBEditEh(QWidget* parent = nullptr, const QString& name = {});
+    TDBBinding& Binding() noexcept { return *binding_; }
+    QString Text() const { return text(); }
+    void SetText(const QString& text);
+    std::function<void()> OnExit;
+    std::function<void()> OnChange;
+
+protected:
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    TDBBinding* binding_;
+};
+
+// Shows and takes "yyyy-mm-dd hh:mm:ss" (or the part of it that Kind says); text that is no date is kept as
+// typed for the caller to judge. A drop-down calendar on Alt+Down or the button.
+enum class TDateTimeKind { DateTime, Date, Time };
+class RUNTIME_EXPORT TDBDateTimeEditEh : public QLineEdit {
+    Q_OBJECT
+public:
+    explicit TDBDateTimeEditEh(QWidget* parent = nullptr, const QString& name = {});
+    TDBBinding& Binding() noexcept { return *binding_; }
+    TDateTimeKind Kind = TDateTimeKind::DateTime;
+    QString Text() const { return text(); }
+    void SetText(const QString& text);
+    std::function<void()> OnChange;
+
+protected:
+    void focusOutEvent(QFocusEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    void DropDown();
+    TDBBinding* binding_;
+};
+
+class RUNTIME_EXPORT TDBComboBoxEh : public QComboBox {
+    Q_OBJECT
+    Q_PROPERTY(QString Text READ Text WRITE SetText)
+public:
+    explicit TDBComboBoxEh(QWidget* parent = nullptr, const QString& name = {});
+    TDBBinding& Binding() noexcept { return *binding_; }
+    // Texts shown, and the values behind them (none: the texts themselves).
+    void SetItems(const QStringList& items, const QStringList& keyItems = {});
+    QStringList Items() const;
+    const QStringList& KeyItems() const noexcept { return keyItems_; }
+    QString Text() const { return currentText(); }
+    void SetText(const QString& text);
+    int ItemIndex() const;                 // of the text shown; -1 when it is none of the items
+    QString Value() const;                 // the key of the item shown, or the text
+    std::function<void()> OnChange;
+    std::function<void()> OnExit;
+
+protected:
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    TDBBinding* binding_;
+    QStringList keyItems_;
+};
+
+// An editable box with a drop-down list of several columns over a list dataset; typing searches as it goes.
+class RUNTIME_EXPORT TDBLookupComboboxEh : public QLineEdit {
+    Q_OBJECT
+public:
+    explicit TDBLookupComboboxEh(QWidget* parent = nullptr, const QString& name = {});
+    ~TDBLookupComboboxEh() override;
+    TDBBinding& Binding() noexcept { return *binding_; }
+    void SetLookup(const TLookupParams& params);
+    const TLookupParams& Lookup() const noexcept;
+    QString Text() const { return text(); }
+    void SetText(const QString& text);
+    // The key of the row whose list field equals the text; the text itself when there is none.
+    QString KeyValue() const;
+    bool ListVisible() const;
+    void DropDown();
+    void CloseUp(bool accept);
+
+    std::function<void(QKeyEvent* event)> OnKeyDown;    // accept the event to eat it
+    std::function<void()> OnExit;
+    std::function<void()> OnChange;
+    std::function<void()> OnUpdateData;                 // a row was chosen, before its key is written
+
+protected:
+    void focusOutEvent(QFocusEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    class Private;
+    TDBBinding* binding_;
+    std::unique_ptr<Private> d_;
+};
+
+class RUNTIME_EXPORT TDBCheckBoxEh : public QCheckBox {
+    Q_OBJECT
+public:
+    explicit TDBCheckBoxEh(QWidget* parent = nullptr, const QString& name = {});
+    TDBBinding& Binding() noexcept { return *binding_; }
+    QString ValueChecked = QStringLiteral("1");
+    QString ValueUnchecked = QStringLiteral("0");
+
+private:
+    TDBBinding* binding_;
+};
+
+class RUNTIME_EXPORT TDBMemo : public QPlainTextEdit {
+    Q_OBJECT
+public:
+    explicit TDBMemo(QWidget* parent = nullptr, const QString& name = {});
+    TDBBinding& Binding() noexcept { return *binding_; }
+
+protected:
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    TDBBinding* binding_;
+};

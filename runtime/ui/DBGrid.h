@@ -1,0 +1,180 @@
+#pragma once
+
+#include "runtime/Export.h"
+#include "runtime/data/DataSource.h"
+
+#include <QAbstractTableModel>
+#include <QColor>
+#include <QFont>
+#include <QTableView>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+class TDBGridEh;
+
+enum class TAlignment { Left, Right, Center };
+enum class TSortMarker { None, Up, Down };
+enum class TFooterValueType { None, StaticText, Count, Sum };
+enum class TColumnStyle { Text, CheckBox, PickList, KeyPickList, Lookup, DateTime, Memo };
+
+struct TFooter {
+    TFooterValueType valueType = TFooterValueType::None;
+    QString value;                               // static text
+    TAlignment alignment = TAlignment::Left;
+};
+
+// A column of a drop-down list.
+struct TLookupColumn {
+    QString field;
+    QString title;
+    int width = 100;  // pixels at 96 dpi
+};
+
+// What a column that is chosen from another dataset's rows needs.
+struct TLookupParams {
+    TDataSource* listSource = nullptr;
+    QString keyField;                 // what is stored
+    QString listField;                // what is shown; the same where empty
+    std::vector<TLookupColumn> columns;
+    // Extra fields whose beginning may also be typed (codes).
+    QStringList searchFields;
+};
+
+// One column of a grid. Title levels are separated by "|": "商品信息|名称".
+struct TColumnEh {
+    QString fieldName;
+    QString title;
+    int width = 80;                   // pixels at 96 dpi
+    bool visible = true;
+    bool readOnly = false;
+    bool titleButton = false;
+    TSortMarker sortMarker = TSortMarker::None;
+    TAlignment alignment = TAlignment::Left;
+    TColumnStyle style = TColumnStyle::Text;
+    QStringList pickList;             // texts offered (PickList: also stored)
+    QStringList keyList;              // KeyPickList, CheckBox: stored values, parallel to pickList
+    TLookupParams lookup;
+    std::vector<TFooter> footers;
+    QString displayFormat;            // date-times: "yyyy-mm-dd hh:nn:ss" pattern; numbers: decimals as "0.00"
+    bool numericOnly = false;
+};
+
+// What a handler may change of one cell about to be painted.
+struct TCellParams {
+    QColor background;
+    QColor foreground;
+    QFont font;
+};
+
+// The model over a dataset: rows are its view rows, columns the grid's columns; read from the dataset's
+// columns as painted, never copied.
+class RUNTIME_EXPORT TDBGridModel : public QAbstractTableModel {
+    Q_OBJECT
+public:
+    explicit TDBGridModel(TDBGridEh* grid);
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    bool setData(const QModelIndex& index, const QVariant& value, int role) override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+
+private:
+    friend class TDBGridEh;
+    TDBGridEh* grid_;
+    int rows_ = 0;
+};
+
+// The grid over a dataset. Its current row is the dataset's; moving posts a pending edit first and stays when
+// the post is refused.
+class RUNTIME_EXPORT TDBGridEh : public QTableView {
+    Q_OBJECT
+public:
+    explicit TDBGridEh(QWidget* parent = nullptr, const QString& name = {});
+    ~TDBGridEh() override;
+
+    void SetDataSource(TDataSource* source);
+    TDataSource* DataSource() const noexcept;
+    TClientDataSetEx* DataSet() const noexcept;
+
+    // Columns in the order shown. Change them through these, so that titles, footers and layout follow.
+    void SetColumns(std::vector<TColumnEh> columns);
+    int ColumnCount() const noexcept;
+    const TColumnEh& Column(int index) const;
+    int ColumnIndex(QStringView fieldName) const noexcept;      // first by field name, case-insensitive; -1
+    void ModifyColumn(int index, const std::function<void(TColumnEh&)>& change);
+    void MoveColumn(int from, int to);
+
+    bool ReadOnly = false;          // no cell may be edited
+    bool AllowInsert = false;       // rows by keyboard; the data view's grid has neither
+    bool AllowDelete = false;
+    void SetFrozenCols(int count);
+    int FrozenCols() const noexcept;
+    void SetFooterRowCount(int count);
+    int FooterRowCount() const noexcept;
+    void SetFooterColor(const QColor& color);
+    QString FooterText(int footerRow, int column) const;
+    // Sorting by title clicks; the data view switches it off while a row is edited.
+    void SetSortLocal(bool on);
+    bool SortLocal() const noexcept;
+    void SetSumListActive(bool on);
+    bool SumListActive() const noexcept;
+
+    // The selected (current) column; -1 when none.
+    int SelectedIndex() const noexcept;
+    void SetSelectedIndex(int column);
+    QString SelectedField() const;
+    void SelectField(QStringView fieldName);
+
+    // Rows selected together (Ctrl or Shift with click or arrows, Ctrl+A), in view order.
+    std::vector<TBookmark> SelectedRows() const;
+    void SelectRows(const std::vector<TBookmark>& rows);
+    void ClearSelectedRows();
+    bool IsRowSelected(TBookmark row) const;
+
+    // What the user may do with a title: toggles ascending, descending, off; with several marked, in marking
+    // order. Runs OnTitleBtnClick first.
+    void ClickTitle(int column);
+    void ClearSortMarkers();
+
+    // The cell as shown (pick-list text, formatted number, check mark as 1 or 0).
+    QString CellText(int viewRow, int column) const;
+    // Opens the editor of the current cell, as F2 or typing does; false when it may not be edited.
+    bool EditCurrentCell();
+    // Closes an open editor, writing what it holds; false when it could not be written.
+    bool CommitEditor();
+
+    // Jumps to the next row whose current column contains the text; the host's search box and the find
+    // dialog (Ctrl+F) use it. False when there is none.
+    bool FindText(const QString& text, bool fromCurrent = true, bool backwards = false);
+    void ShowFindDialog();
+
+    // Handlers.
+    std::function<void(const TColumnEh& column, int viewRow, TCellParams& params)> OnGetCellParams;
+    // True when the handler has drawn the cell itself (over the background already painted).
+    std::function<bool(QPainter& painter, const QRect& rect, int column, int viewRow)> OnDrawColumnCell;
+    std::function<void(int column)> OnTitleBtnClick;
+    std::function<void(const TColumnEh& column)> OnCellClick;
+    std::function<void()> OnDblClick;
+    std::function<void(QKeyEvent* event)> OnKeyDown;      // accept the event to eat it
+    std::function<bool(int column)> OnColExit;            // false keeps the column
+    std::function<void()> OnColEnter;
+
+Q_SIGNALS:
+    void ColumnsChanged();
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
+
+private:
+    friend class TDBGridModel;
+    class Private;
+    std::unique_ptr<Private> d_;
+};
