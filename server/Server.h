@@ -1,0 +1,75 @@
+#pragma once
+
+#include "wire/Messages.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace server {
+
+struct Options {
+    QString dataDir;                      // folder of the embedded database; made when it does not exist
+    QString demo;                         // "small", "medium", "large" or a number of orders: fills a new
+                                          // database; empty, or a database that is there already: nothing
+    std::optional<wire::DateTime> now;    // fixes the clock at start-up; it then runs on from there
+    std::function<void(const QString& stage, int percent)> onProgress;  // while filling, on the caller's thread
+    qint64 maxRows = 2'000'000;           // a query that would return more is refused (Limit)
+};
+
+// An account as an administrator adds it.
+struct NewAccount {
+    QString account;
+    QString password;
+    QString employeeCode;    // must exist; gives name and site
+    QString userType;
+    QString rights = QStringLiteral("111");
+};
+
+// Offered by the login window of a demo database.
+struct DemoAccount {
+    QString account;
+    QString password;
+    QString description;     // "安徽合肥一部 · 网点"
+};
+
+// One client's conversation: nothing but Login is answered before a login. Used by one thread at a time.
+class Session {
+public:
+    virtual ~Session();
+    // Raises wire::Error.
+    virtual wire::Reply Handle(const wire::Request& request, wire::ReplySink& sink) = 0;
+    virtual const wire::Identity& Identity() const noexcept = 0;
+    // From another thread: makes what is running end soon with an error (connection gone, time over).
+    virtual void Interrupt() noexcept = 0;
+};
+
+// The application server: accounts, policy, the SQL dialect, change logs, over one database. Sessions may run
+// on as many threads as there are; the server outlives them.
+class ApplicationServer {
+public:
+    // Opens the database, or creates it. Raises wire::Error (Storage) with a message that says what to do.
+    explicit ApplicationServer(const Options& options);
+    ~ApplicationServer();
+
+    // `peer` names the other end in logs.
+    std::unique_ptr<Session> NewSession(const QString& peer);
+    // The way to this server from within the process.
+    std::unique_ptr<wire::Transport> NewTransport();
+
+    wire::DateTime Now() const;
+    void AddAccount(const NewAccount& account);           // raises wire::Error (Data)
+    void SetPassword(const QString& account, const QString& password);
+    void RemoveAccount(const QString& account);
+    std::vector<wire::Identity> Accounts();
+    std::vector<DemoAccount> DemoAccounts();              // empty unless the database holds demo data
+    // One select with the rights of an administrator (tools, automation): any table.
+    wire::RowSet QueryAsAdministrator(const QString& sqlText);
+
+private:
+    class Private;
+    std::unique_ptr<Private> d_;
+};
+
+}  // namespace server

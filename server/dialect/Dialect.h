@@ -1,0 +1,75 @@
+#pragma once
+
+#include "wire/Column.h"
+
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+// The SQL of the company's Oracle database, as the clients send it, understood and said again for another
+// database: tokenizer, parser, types and names resolved against a catalogue, a printer for each backend.
+namespace dialect {
+
+struct CatalogColumn {
+    QString name;
+    wire::ColumnType type;
+    int width = 0;
+    bool key = false;
+};
+
+struct CatalogTable {
+    QString name;
+    std::vector<CatalogColumn> columns;
+    std::vector<QString> indexes;
+    const CatalogColumn* Find(QStringView columnName) const;   // case-insensitive
+};
+
+// The tables of the database. Names are case-insensitive.
+class Catalog {
+public:
+    virtual ~Catalog();
+    virtual const CatalogTable* Find(QStringView tableName) const = 0;
+};
+
+enum class StatementKind { Select, Update };
+
+// Where a parameter of a translated statement takes its value from.
+struct Parameter {
+    enum class Source { Literal, Now } source = Source::Literal;
+    int literal = -1;                              // position among the text's literals
+    wire::ColumnType type = wire::ColumnType::Text;  // bound as
+};
+
+// A statement ready to be prepared. Literals of the text have become parameters, so texts that differ in
+// their literals alone share one translation.
+struct Translation {
+    StatementKind kind = StatementKind::Select;
+    std::string sql;                          // in the backend's language, UTF-8, parameters ?1, ?2, …
+    std::vector<Parameter> parameters;
+    std::vector<wire::ColumnInfo> columns;    // select: what comes back, in order
+    std::vector<QString> tables;              // every table read or written, in the catalogue's spelling
+    QString targetTable;                      // select: the first table of its outermost from (a change log's
+                                              // table); update: the table updated
+};
+
+struct Translated {
+    std::shared_ptr<const Translation> translation;
+    std::vector<wire::Value> literals;        // of this text
+};
+
+// Translates for SQLite. Used by one thread at a time; keeps the translations of the last few hundred shapes
+// of text. Raises wire::Error: Syntax with line, column and what was expected (as Oracle's users know it:
+// "ORA-00933" style codes are not imitated); Policy for what is neither one select nor one update.
+class Translator {
+public:
+    explicit Translator(std::shared_ptr<const Catalog> catalog);
+    ~Translator();
+    Translated Translate(QStringView sqlText);
+
+private:
+    class Private;
+    std::unique_ptr<Private> d_;
+};
+
+}  // namespace dialect
