@@ -1,0 +1,40 @@
+# The two commands a newcomer needs are `make run` and `make test`; both set up what is missing first.
+BUILD := build/release
+JOBS ?= $(shell nproc)
+SIZE ?= medium
+SOURCES = $(shell git ls-files '*.cpp' '*.h')
+
+.PHONY: run test bench build setup sanitize format check-format lint clean
+
+run: build
+	$(BUILD)/bin/zelmor-host --demo $(SIZE)
+
+test: build
+	ctest --preset release -j 2
+
+bench: build
+	scripts/bench.sh $(BUILD)
+
+setup:
+	scripts/setup.sh
+
+build: setup
+	@test -f $(BUILD)/build.ninja || cmake --preset release
+	cmake --build $(BUILD) -j $(JOBS)
+
+sanitize: setup
+	@test -f build/sanitize/build.ninja || cmake --preset sanitize
+	cmake --build build/sanitize -j $(JOBS)
+	ctest --preset sanitize -j 2
+
+format:
+	clang-format -i $(SOURCES)
+
+check-format: setup
+	clang-format --dry-run -Werror $(SOURCES)
+
+lint: build
+	scripts/lint.sh
+
+clean:
+	rm -rf build
