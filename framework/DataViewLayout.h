@@ -1,0 +1,14 @@
+#pragma once
+
+#include "runtime/ui/DBGrid.h"
+#include "runtime/ui/PropStorage.h"
+
+// The stored column layout of a grid: order, captions and widths of its visible columns, one key a column.
+
+// "." and the name of the grid, of the view it belongs to and of the screen, from the inside outwards.
+QString LayoutSection(const TDBGridEh& grid);
+
+void WriteLayout(const TDBGridEh& grid, TIniPropStorageManEh& storage, const QString& section);
+// Entries that are damaged or name columns that the grid has no more are passed over; columns without an
+// entry keep their place behind their left neighbour.
+void ReadLayout(TDBGridEh& grid, const TIniPropStorageManEh& storage, const QString& section);

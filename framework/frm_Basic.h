@@ -1,0 +1,74 @@
+#pragma once
+
+#include "runtime/data/ClientDataSet.h"
+#include "runtime/ui/Forms.h"
+
+#include <QAbstractButton>
+
+class TDataView;
+
+// What every screen of the module is: an MDI child that announces itself to the host's main form, turns the
+// host's search to its list, guards unsaved edits, and frees itself on close.
+//
+// A screen's constructor makes its controls and datasets first (each with its objectName and the screen as
+// parent, datasets included), then calls FormCreate() once, and after that does what is its own:
+//
+//     Tfrm_Example::Tfrm_Example(QObject* owner) : Tfrm_BasicBoot(owner, u"frm_Example"_s)
+//     {
+//         CreateControls();
+//         FormCreate();
+//         …first load…
+//     }
+//
+// Raising from the constructor leaves no screen behind. FormShow() of the screen calls Setup().
+class Tfrm_Basic : public TForm {
+    Q_OBJECT
+public:
+    Tfrm_Basic(QObject* owner, const QString& name);
+    ~Tfrm_Basic() override;
+
+    bool Quiet = false; // no question about unsaved changes, no activation notices
+
+    TDataView* DataView() const noexcept { return dataView_; }
+    // Another view than before becomes the target of the host's search at once.
+    void SetDataView(TDataView* view);
+    TClientDataSetEx* DataSet() const noexcept { return dataSet_; }
+    void SetDataSet(TClientDataSetEx* dataSet) { dataSet_ = dataSet; }
+    QAbstractButton* QueryButton() const noexcept { return queryButton_; }
+    void SetQueryButton(QAbstractButton* button) { queryButton_ = button; }
+    QAbstractButton* SaveButton() const noexcept { return saveButton_; }
+    void SetSaveButton(QAbstractButton* button) { saveButton_ = button; }
+
+    bool Right1 = false;
+    bool Right2 = false;
+    bool Right3 = false;
+    QPointer<QWidget> HostMainForm;
+
+    virtual void SetQuiet() { Quiet = true; }
+    // The variable that holds this screen; cleared when the screen closes or dies.
+    void SetFormVar(Tfrm_Basic** variable) { FormVar = variable; }
+    // Three characters; "1" grants.
+    void SetRights(const QString& code);
+    void Setup(TDataView* view, TClientDataSetEx* dataSet, QAbstractButton* saveButton,
+        QAbstractButton* queryButton);
+
+    // Turns the host's search to the grid of the main list, or to none.
+    void ResetSearch();
+
+    bool FormKeyDown(QKeyEvent* event) override;
+
+protected:
+    void FormCreate();
+    void FormActivate() override;
+    TCloseAction FormClose() override;
+
+    // Every dataset of the screen, in the order of creation.
+    std::vector<TClientDataSetEx*> OwnedDataSets() const;
+
+private:
+    Tfrm_Basic** FormVar = nullptr;
+    QPointer<TDataView> dataView_;
+    QPointer<TClientDataSetEx> dataSet_;
+    QPointer<QAbstractButton> queryButton_;
+    QPointer<QAbstractButton> saveButton_;
+};

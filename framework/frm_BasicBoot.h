@@ -1,0 +1,21 @@
+#pragma once
+
+#include "framework/frm_Basic.h"
+#include "runtime/ui/PropStorage.h"
+
+// A screen that can remember settings: a descendant switches Prop on and lists the properties to store.
+class Tfrm_BasicBoot : public Tfrm_Basic {
+    Q_OBJECT
+public:
+    Tfrm_BasicBoot(QObject* owner, const QString& name);
+
+    TPropStorageEh* Prop; // inactive here; loaded before the first show, saved on close when active
+
+protected:
+    void FormCreate();
+    TCloseAction FormClose() override;
+    void showEvent(QShowEvent* event) override;
+
+private:
+    bool loaded_ = false;
+};
