@@ -9,14 +9,16 @@
 
 namespace wire {
 
+class CellBlock;
+
 // What a column of a result is. Travels before the first rows.
 struct ColumnInfo {
-    QString name;               // as the server names it: the alias, or the column's name
+    QString name; // as the server names it: the alias, or the column's name
     ColumnType type = ColumnType::Text;
-    int width = 0;              // text: most characters the column may hold, 0 when unknown
-    bool key = false;           // part of the primary key of the table that change logs are resolved against
-    bool guard = false;         // its old value travels with every update of its row (STATUS, REC_SITE, …)
-    bool stored = false;        // a column of that table; others (joined, computed) are never written
+    int width = 0; // text: most characters the column may hold, 0 when unknown
+    bool key = false; // part of the primary key of the table that change logs are resolved against
+    bool guard = false; // its old value travels with every update of its row (STATUS, REC_SITE, …)
+    bool stored = false; // a column of that table; others (joined, computed) are never written
 
     bool operator==(const ColumnInfo&) const = default;
 };
@@ -57,10 +59,16 @@ public:
     void AppendNull();
     void AppendInteger(qint64 value);
     void AppendNumber(double value);
-    void AppendText(QByteArrayView utf8);  // empty becomes null
-    void AppendValue(const Value& value);  // converted to the column's type; raises Error(Data)
+    void AppendText(QByteArrayView utf8); // empty becomes null
+    void AppendValue(const Value& value); // converted to the column's type; raises Error(Data)
     // Takes the rows of `block` (a column of the same type) to the end of this one.
     void AppendColumn(Column&& block);
+    // Takes the cells of a block that storage has read (see wire/ColumnData.h), of this column's type; the
+    // block is not changed.
+    void AppendCells(const CellBlock& cells);
+    // Gives the rows so far as a column of their own and goes on empty: text that proved not worth a
+    // dictionary is taken as plain from then on. For results that are handed on in parts.
+    Column TakeRows();
 
     // Bytes held, capacity included.
     size_t MemoryUse() const noexcept;
@@ -86,4 +94,4 @@ struct WIRE_EXPORT RowSet {
     int IndexOf(QStringView name) const noexcept;
 };
 
-}  // namespace wire
+} // namespace wire

@@ -11,7 +11,7 @@ namespace wire {
 
 // A date and time to the second, as the database holds it: a wall clock without a zone.
 struct WIRE_EXPORT DateTime {
-    qint64 seconds = 0;  // since 1970-01-01 00:00:00
+    qint64 seconds = 0; // since 1970-01-01 00:00:00
 
     auto operator<=>(const DateTime&) const = default;
 
@@ -34,4 +34,4 @@ struct WIRE_EXPORT DateTime {
     DateTime AddDays(double days) const;
 };
 
-}  // namespace wire
+} // namespace wire

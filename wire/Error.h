@@ -10,16 +10,16 @@ namespace wire {
 
 // What kind of failure an error is; travels in error replies. Numbers are part of the protocol.
 enum class ErrorKind : quint8 {
-    Connection = 1,  // no connection, or it broke; the same request may be sent again
-    Protocol = 2,    // a frame or message that cannot be understood
-    Login = 3,       // not logged in, or refused
-    Syntax = 4,      // the SQL text cannot be parsed
-    Policy = 5,      // understood, but not allowed to this account or to clients at all
-    Data = 6,        // a value that cannot be converted, a constraint violated
-    Conflict = 7,    // rows of a change log were refused (see the verdicts)
-    Limit = 8,       // too many rows, bytes, sessions, or too much time
-    Storage = 9,     // the database failed: disk full, read-only, damaged
-    Usage = 10,      // the caller misused an interface (unknown field, closed dataset)
+    Connection = 1, // no connection, or it broke; the same request may be sent again
+    Protocol = 2, // a frame or message that cannot be understood
+    Login = 3, // not logged in, or refused
+    Syntax = 4, // the SQL text cannot be parsed
+    Policy = 5, // understood, but not allowed to this account or to clients at all
+    Data = 6, // a value that cannot be converted, a constraint violated
+    Conflict = 7, // rows of a change log were refused (see the verdicts)
+    Limit = 8, // too many rows, bytes, sessions, or too much time
+    Storage = 9, // the database failed: disk full, read-only, damaged
+    Usage = 10, // the caller misused an interface (unknown field, closed dataset)
 };
 
 // Every failure of server, connection and dataset. `what()` is the UTF-8 of `Message()`.
@@ -41,4 +41,4 @@ private:
     QByteArray utf8_;
 };
 
-}  // namespace wire
+} // namespace wire

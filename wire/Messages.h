@@ -11,21 +11,21 @@ enum class ChangeKind : quint8 { Insert = 1, Update = 2, Delete = 3 };
 
 // One cell of a changed row.
 struct CellChange {
-    quint16 column = 0;  // position in ChangeLog::columns
-    Value original;      // as read from the server; null for inserts
-    Value current;       // as edited; equal to `original` for keys and guards that were not changed
+    quint16 column = 0; // position in ChangeLog::columns
+    Value original; // as read from the server; null for inserts
+    Value current; // as edited; equal to `original` for keys and guards that were not changed
 };
 
 // One row of a change log. Updates carry the key columns, the guard columns and the changed columns; deletes
 // the key and guard columns; inserts every column that is not null.
 struct RowChange {
     ChangeKind kind = ChangeKind::Update;
-    quint32 rowId = 0;  // the sender's name for the row; comes back in its verdict
+    quint32 rowId = 0; // the sender's name for the row; comes back in its verdict
     std::vector<CellChange> cells;
 };
 
 struct ChangeLog {
-    QString commandText;  // the query that the rows were read with; names the table
+    QString commandText; // the query that the rows were read with; names the table
     std::vector<ColumnInfo> columns;
     std::vector<RowChange> rows;
 };
@@ -34,14 +34,14 @@ struct ChangeLog {
 struct RowVerdict {
     quint32 rowId = 0;
     bool accepted = false;
-    QString reason;               // why it was refused
-    bool present = false;         // the row still exists; `presentValues` holds it
-    std::vector<Value> presentValues;  // parallel to ChangeLog::columns; only for refused rows that exist
+    QString reason; // why it was refused
+    bool present = false; // the row still exists; `presentValues` holds it
+    std::vector<Value> presentValues; // parallel to ChangeLog::columns; only for refused rows that exist
 };
 
 struct ApplyOutcome {
-    std::vector<RowVerdict> rows;  // in the order of the change log
-    bool rolledBack = false;       // more refusals than allowed: nothing was stored
+    std::vector<RowVerdict> rows; // in the order of the change log
+    bool rolledBack = false; // more refusals than allowed: nothing was stored
     int Rejected() const noexcept;
 };
 
@@ -59,8 +59,8 @@ struct Identity {
     QString employeeCode;
     QString employeeName;
     QString site;
-    QString userType;  // "2": may open sites for marketplace orders
-    QString rights;    // three characters, each 0 or 1: the rights code of the account's screens
+    QString userType; // "2": may open sites for marketplace orders
+    QString rights; // three characters, each 0 or 1: the rights code of the account's screens
 };
 
 // Numbers are part of the protocol.
@@ -68,12 +68,12 @@ enum class RequestKind : quint8 { Login = 1, Query = 2, Execute = 3, ApplyUpdate
 
 struct Request {
     RequestKind kind = RequestKind::Clock;
-    QString text;        // Query and Execute: the SQL text
-    QString account;     // Login
-    QString password;    // Login
-    ChangeLog changes;   // ApplyUpdates
-    ApplyName name;      // ApplyUpdates
-    int maxErrors = -1;  // ApplyUpdates: -1 every row on its own; N >= 0: more than N refusals undo all
+    QString text; // Query and Execute: the SQL text
+    QString account; // Login
+    QString password; // Login
+    ChangeLog changes; // ApplyUpdates
+    ApplyName name; // ApplyUpdates
+    int maxErrors = -1; // ApplyUpdates: -1 every row on its own; N >= 0: more than N refusals undo all
 };
 
 // Receives the reply to one request, in order: for a query one `Columns`, then any number of `Rows`, then
@@ -83,13 +83,15 @@ public:
     virtual ~ReplySink();
     virtual void Columns(std::vector<ColumnInfo> infos) = 0;
     virtual void Rows(std::vector<Column> block) = 0;
+    // About how many rows a block should have; 0: all rows in one, which a dataset adopts without copying.
+    virtual qsizetype BlockRows() const;
 };
 
 struct Reply {
-    qint64 rowCount = 0;    // Query: rows sent; Execute: rows changed
-    Identity identity;      // Login
-    ApplyOutcome outcome;   // ApplyUpdates
-    DateTime serverTime;    // every reply
+    qint64 rowCount = 0; // Query: rows sent; Execute: rows changed
+    Identity identity; // Login
+    ApplyOutcome outcome; // ApplyUpdates
+    DateTime serverTime; // every reply
 };
 
 // One side's view of the other: sends a request, returns when the reply is complete. Implementations: in
@@ -98,10 +100,10 @@ struct Reply {
 class WIRE_EXPORT Transport {
 public:
     virtual ~Transport();
-    virtual void Connect() = 0;  // does nothing when connected
+    virtual void Connect() = 0; // does nothing when connected
     virtual void Disconnect() noexcept = 0;
     virtual bool IsConnected() const noexcept = 0;
     virtual Reply Exchange(const Request& request, ReplySink& sink) = 0;
 };
 
-}  // namespace wire
+} // namespace wire

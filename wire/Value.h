@@ -28,7 +28,8 @@ inline Value TextValue(const QString& text)
 // The value as plain text: null is empty, numbers in the shortest form that reads back equal, date-times as
 // "yyyy-mm-dd hh:mm:ss".
 WIRE_EXPORT QString ToText(const Value& value);
-// Reads text as a value of the type; empty text is null. Raises Error(Data) naming the text where it is not one.
+// Reads text as a value of the type; empty text is null. Raises Error(Data) naming the text where it is not
+// one.
 WIRE_EXPORT Value FromText(ColumnType type, const QString& text);
 // The value converted to the type of its column (integer to number, text to number and so on); raises
 // Error(Data) where that is impossible.
@@ -36,4 +37,4 @@ WIRE_EXPORT Value Convert(const Value& value, ColumnType type);
 // Equality as the database sees unchanged values: null equals null, integers and numbers compare by value.
 WIRE_EXPORT bool SameValue(const Value& a, const Value& b);
 
-}  // namespace wire
+} // namespace wire

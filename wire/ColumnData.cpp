@@ -1,0 +1,292 @@
+#include "wire/ColumnData.h"
+
+#include "wire/Error.h"
+
+#include <QHashSeed>
+
+#include <algorithm>
+#include <limits>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace wire {
+namespace {
+
+template <typename T> void Store(char* to, const qint64* values, qsizetype count)
+{
+    for (qsizetype i = 0; i < count; ++i) {
+        const T value = static_cast<T>(values[i]);
+        std::memcpy(to + i * qsizetype(sizeof(T)), &value, sizeof(T));
+    }
+}
+
+void Store(char* to, int width, const qint64* values, qsizetype count)
+{
+    switch (width) {
+    case 1:
+        return Store<qint8>(to, values, count);
+    case 2:
+        return Store<qint16>(to, values, count);
+    case 4:
+        return Store<qint32>(to, values, count);
+    case 8:
+        return Store<qint64>(to, values, count);
+    default:
+        return;
+    }
+}
+
+// Eight bytes a step; seeded by process, so that nobody can prepare texts that collide.
+quint32 HashText(const char* text, qsizetype size) noexcept
+{
+    static const quint64 seed = QHashSeed::globalSeed();
+    constexpr quint64 kFactor = 0x9E3779B97F4A7C15ULL;
+    quint64 hash = (seed ^ static_cast<quint64>(size)) * kFactor;
+    const auto mix = [&](quint64 word) {
+        hash = (hash ^ word) * kFactor;
+        hash ^= hash >> 32;
+    };
+    for (; size >= 8; text += 8, size -= 8) {
+        quint64 word;
+        std::memcpy(&word, text, 8);
+        mix(word);
+    }
+    quint64 word = 0;
+    std::memcpy(&word, text, static_cast<size_t>(size));
+    mix(word);
+    return static_cast<quint32>(hash);
+}
+
+} // namespace
+
+int NarrowInts::WidthFor(qint64 least, qint64 most) noexcept
+{
+    if (least == 0 && most == 0)
+        return 0;
+    if (least >= std::numeric_limits<qint8>::min() && most <= std::numeric_limits<qint8>::max())
+        return 1;
+    if (least >= std::numeric_limits<qint16>::min() && most <= std::numeric_limits<qint16>::max())
+        return 2;
+    if (least >= std::numeric_limits<qint32>::min() && most <= std::numeric_limits<qint32>::max())
+        return 4;
+    return 8;
+}
+
+void NarrowInts::Widen(int width)
+{
+    Array<char> wider;
+    wider.Extend(size_ * width);
+    qsizetype at = 0;
+    if (width_ == 0) {
+        if (size_ > 0)
+            std::memset(wider.Begin(), 0, static_cast<size_t>(size_ * width));
+    } else {
+        ForEach([&](qint64 value) { Store(wider.Begin() + width * at++, width, &value, 1); });
+    }
+    bytes_ = std::move(wider);
+    width_ = width;
+}
+
+void NarrowInts::Append(const qint64* values, qsizetype count)
+{
+    qint64 least = 0;
+    qint64 most = 0;
+    for (qsizetype i = 0; i < count; ++i) {
+        least = std::min(least, values[i]);
+        most = std::max(most, values[i]);
+    }
+    const int width = WidthFor(least, most);
+    if (width > width_)
+        Widen(width);
+    if (width_ > 0)
+        Store(bytes_.Extend(count * width_), width_, values, count);
+    size_ += count;
+}
+
+void NarrowInts::AppendZeros(qsizetype count)
+{
+    bytes_.AppendZeros(count * width_);
+    size_ += count;
+}
+
+void NarrowInts::Append(const NarrowInts& other)
+{
+    AppendBytes(other.Bytes(), other.width_, other.size_);
+}
+
+void NarrowInts::AppendBytes(const char* bytes, int width, qsizetype count)
+{
+    if (width == 0) {
+        AppendZeros(count);
+        return;
+    }
+    if (width > width_)
+        Widen(width);
+    if (width == width_) {
+        bytes_.Append(bytes, count * width);
+        size_ += count;
+        return;
+    }
+    NarrowInts narrow;
+    narrow.AppendBytes(bytes, width, count);
+    char* to = bytes_.Extend(count * width_);
+    narrow.ForEach([&](qint64 value) {
+        Store(to, width_, &value, 1);
+        to += width_;
+    });
+    size_ += count;
+}
+
+void NullMap::Materialise()
+{
+    if (!words_.IsEmpty() || rows_ == 0)
+        return;
+    words_.AppendZeros((rows_ + 63) / 64);
+    if (nulls_ == rows_) {
+        for (qsizetype row = 0; row < rows_; ++row)
+            SetBit(row);
+    }
+}
+
+void NullMap::AppendSame(bool null, qsizetype count)
+{
+    if (count == 0)
+        return;
+    // Nothing to write down while all rows are alike.
+    const bool alike = rows_ == 0 || (words_.IsEmpty() && (null ? nulls_ == rows_ : nulls_ == 0));
+    if (!alike)
+        Materialise();
+    const qsizetype begin = rows_;
+    rows_ += count;
+    nulls_ += null ? count : 0;
+    if (alike)
+        return;
+    words_.AppendZeros((rows_ + 63) / 64 - words_.Size());
+    for (qsizetype row = begin; null && row < rows_; ++row)
+        SetBit(row);
+}
+
+void NullMap::Append(const uchar* flags, qsizetype count, qsizetype nulls)
+{
+    if (nulls == 0 || nulls == count) {
+        AppendSame(nulls != 0, count);
+        return;
+    }
+    Materialise();
+    const qsizetype begin = rows_;
+    rows_ += count;
+    nulls_ += nulls;
+    words_.AppendZeros((rows_ + 63) / 64 - words_.Size());
+    for (qsizetype i = 0; i < count; ++i)
+        words_[(begin + i) >> 6] |= quint64(flags[i] != 0) << ((begin + i) & 63);
+}
+
+void NullMap::Append(const NullMap& other)
+{
+    if (other.nulls_ == 0 || other.nulls_ == other.rows_) {
+        AppendSame(other.nulls_ != 0, other.rows_);
+        return;
+    }
+    Materialise();
+    const qsizetype begin = rows_;
+    rows_ += other.rows_;
+    nulls_ += other.nulls_;
+    words_.AppendZeros((rows_ + 63) / 64 - words_.Size());
+    for (qsizetype row = 0; row < other.rows_; ++row)
+        words_[(begin + row) >> 6] |= quint64(other.IsNull(row)) << ((begin + row) & 63);
+}
+
+void NullMap::Assign(qsizetype rows, qsizetype nulls, Array<quint64> words)
+{
+    rows_ = rows;
+    nulls_ = nulls;
+    words_ = std::move(words);
+}
+
+void TextPool::Append(const char* text, qsizetype size)
+{
+    if (quint64(bytes.Size()) + quint64(size) > std::numeric_limits<quint32>::max())
+        throw Error(ErrorKind::Limit, u"查询结果过大，请缩小查询范围！"_s);
+    bytes.Append(text, size);
+    ends.Append(static_cast<quint32>(bytes.Size()));
+}
+
+void TextPool::Append(const TextPool& other)
+{
+    const quint64 offset = quint64(bytes.Size());
+    if (offset + quint64(other.bytes.Size()) > std::numeric_limits<quint32>::max())
+        throw Error(ErrorKind::Limit, u"查询结果过大，请缩小查询范围！"_s);
+    bytes.Append(other.bytes.Begin(), other.bytes.Size());
+    quint32* to = ends.Extend(other.ends.Size());
+    for (qsizetype i = 0; i < other.ends.Size(); ++i)
+        to[i] = other.ends[i] + static_cast<quint32>(offset);
+}
+
+quint32 TextIndex::Find(TextPool& pool, const char* text, qsizetype size)
+{
+    if (taken_ * 2 >= slots_.Size())
+        Resize(qMax<qsizetype>(64, slots_.Size() * 2));
+    const quint32 hash = HashText(text, size);
+    const qsizetype mask = slots_.Size() - 1;
+    for (qsizetype at = hash & mask;; at = (at + 1) & mask) {
+        Slot& slot = slots_[at];
+        if (slot.entryPlusOne == 0) {
+            pool.Append(text, size);
+            slot = {hash, static_cast<quint32>(pool.Count())};
+            ++taken_;
+            return slot.entryPlusOne - 1;
+        }
+        if (slot.hash == hash) {
+            const QByteArrayView entry = pool.At(slot.entryPlusOne - 1);
+            if (entry.size() == size && std::memcmp(entry.data(), text, static_cast<size_t>(size)) == 0)
+                return slot.entryPlusOne - 1;
+        }
+    }
+}
+
+void TextIndex::Rebuild(const TextPool& pool)
+{
+    qsizetype size = 64;
+    while (size < pool.Count() * 2)
+        size *= 2;
+    slots_ = {};
+    slots_.AppendZeros(size);
+    taken_ = pool.Count();
+    const qsizetype mask = size - 1;
+    for (qsizetype entry = 0; entry < taken_; ++entry) {
+        const QByteArrayView text = pool.At(entry);
+        const quint32 hash = HashText(text.data(), text.size());
+        qsizetype at = hash & mask;
+        while (slots_[at].entryPlusOne != 0)
+            at = (at + 1) & mask;
+        slots_[at] = {hash, static_cast<quint32>(entry + 1)};
+    }
+}
+
+void TextIndex::Resize(qsizetype slots)
+{
+    Array<Slot> old = std::exchange(slots_, {});
+    slots_.AppendZeros(slots);
+    const qsizetype mask = slots - 1;
+    for (qsizetype i = 0; i < old.Size(); ++i) {
+        if (old[i].entryPlusOne == 0)
+            continue;
+        qsizetype at = old[i].hash & mask;
+        while (slots_[at].entryPlusOne != 0)
+            at = (at + 1) & mask;
+        slots_[at] = old[i];
+    }
+}
+
+void CellBlock::Clear() noexcept
+{
+    rows_ = 0;
+    nulls_ = 0;
+    flags_.Truncate(0);
+    ints_.Truncate(0);
+    numbers_.Truncate(0);
+    bytes_.Truncate(0);
+    ends_.Truncate(0);
+}
+
+} // namespace wire
