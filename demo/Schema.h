@@ -23,10 +23,10 @@ struct IndexDef {
 
 struct TableDef {
     QString name;
-    std::vector<ColumnDef> columns;
-    std::vector<QString> primaryKey;
-    QString primaryKeyName;          // as index hints name it
-    std::vector<IndexDef> indexes;
+    std::vector<ColumnDef> columns = {};
+    std::vector<QString> primaryKey = {};
+    QString primaryKeyName = {};     // as index hints name it
+    std::vector<IndexDef> indexes = {};
     bool clientsMayWrite = false;    // change logs and updates of clients are accepted
 };
 
