@@ -1,0 +1,39 @@
+#pragma once
+
+#include "framework/frm_Basic.h"
+#include "module/data/Common.h"
+#include "runtime/ui/Application.h"
+
+#include <QAbstractButton>
+#include <QAction>
+#include <QTimer>
+
+// Binds what a user or a timer does to a screen's handler. A silent abort ends the handler quietly; any other
+// failure is shown as the screens show failures, under the screen's caption.
+
+template <typename Handler> void RunHandler(Tfrm_Basic* screen, Handler&& handler)
+{
+    Guarded(std::forward<Handler>(handler),
+        [screen](const QString& message) { ShowFailure(message, screen->Caption()); });
+}
+
+template <typename TScreenClass>
+void OnClick(QAbstractButton* button, TScreenClass* screen, void (TScreenClass::*handler)())
+{
+    QObject::connect(button, &QAbstractButton::clicked, screen,
+        [screen, handler] { RunHandler(screen, [screen, handler] { (screen->*handler)(); }); });
+}
+
+template <typename TScreenClass>
+void OnTriggered(QAction* action, TScreenClass* screen, void (TScreenClass::*handler)())
+{
+    QObject::connect(action, &QAction::triggered, screen,
+        [screen, handler] { RunHandler(screen, [screen, handler] { (screen->*handler)(); }); });
+}
+
+template <typename TScreenClass>
+void OnTimer(QTimer* timer, TScreenClass* screen, void (TScreenClass::*handler)())
+{
+    QObject::connect(timer, &QTimer::timeout, screen,
+        [screen, handler] { RunHandler(screen, [screen, handler] { (screen->*handler)(); }); });
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "orders/Rules.h"
+
+// The rules of order acceptance, each a step of the before-post handler, in the order in which they run.
+
+// A refusal needs a reason and takes the courier away; any other status takes the reason away.
+void RequireReasonForRefusal(TClientDataSetEx& cds, const TClerk& clerk);
+// Only a candidate may accept or refuse; who does so first is stamped. Waiting again takes the stamp away.
+void StampAcceptance(TClientDataSetEx& cds, const TClerk& clerk);
+// Stores the courier's name for his code or name, and the message that is sent to the shipper: courier,
+// his phone, the site's phone.
+void ResolveCourier(TClientDataSetEx& cds, TClientDataSetEx& employees, const QString& sitePhone);
+// An acceptance that is taken back leaves no trace of the site.
+void ClearUndoneAcceptance(TClientDataSetEx& cds);
+
+// At most 100 characters.
+QString CourierMessage(const QString& courier, const QString& courierPhone, const QString& sitePhone);

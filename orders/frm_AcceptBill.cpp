@@ -1,0 +1,451 @@
+#include "orders/frm_AcceptBill.h"
+
+#include "framework/Wiring.h"
+#include "module/data/HostBridge.h"
+#include "module/data/ServerLink.h"
+#include "module/data/dm_BasicData.h"
+#include "module/data/dm_GlobalData.h"
+#include "orders/AcceptRules.h"
+#include "orders/CandidateSites.h"
+#include "orders/OrderRecord.h"
+#include "orders/SaveOrders.h"
+#include "orders/frm_ChangeSite.h"
+
+#include <QHBoxLayout>
+#include <QSplitter>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int kTickMilliseconds = 60'000;
+constexpr int kTicksBetweenRefreshes = 15;
+constexpr int kMaxDays = 30;
+const QColor kNotOfferedHere(0xFF, 0xB7, 0xB5);
+
+constexpr OrderColumnUse kColumns[] = {
+    {"TX_LOGISTIC_ID"},
+    {"LOGISTICPROVIDERID"},
+    {"STATUS", true, true},
+    {"CANCEL_DESC", true, true},
+    {"REC_GOODS_MAN", true, true},
+    {"DESTINATION", true, true},
+    {"CREATE_DATE"},
+    {"PREPARE_SITE"},
+    {"NAME"},
+    {"MOBILE"},
+    {"PHONE"},
+    {"PROV"},
+    {"CITY"},
+    {"COUNTY"},
+    {"ADDRESS"},
+    {"POST_CODE", false},
+    {"SEND_START_TIME"},
+    {"SEND_END_TIME"},
+    {"ITEM_NAME"},
+    {"PIECE"},
+    {"SPECIAL"},
+    {"REMARK"},
+    {"TOTAL_WEIGHT"},
+    {"TOTAL_VOLUME"},
+    {"ITEMS_VALUE"},
+    {"SEND_NAME"},
+    {"SEND_MOBILE"},
+    {"SEND_PHONE"},
+    {"SEND_PROV"},
+    {"SEND_CITY"},
+    {"SEND_COUNTY"},
+    {"SEND_ADDRESS"},
+    {"SEND_POST_CODE", false},
+    {"REC_SITE"},
+    {"DUTY_SITE"},
+    {"REC_BILL_MAN"},
+    {"ACCEPT_DATE"},
+    {"MESSAGE"},
+    {"WMS_CODE"},
+    {"WMSADDRESS"},
+    {"TRADE_NO"},
+    {"BILL_CODE", false},
+    {"FLAG", false},
+    {"BL_CANCEL", false},
+    {"BL_DISPART", false},
+    {"INSURANCE_VALUE", false},
+    {"PACKAGE_OR_NOT", false},
+};
+
+QLabel* LabelFor(QWidget* control, const QString& text, QWidget* parent)
+{
+    auto* label = new QLabel(text, parent);
+    label->setBuddy(control);
+    control->setAccessibleName(text);
+    return label;
+}
+
+} // namespace
+
+Tfrm_AcceptBill::Tfrm_AcceptBill(QObject* owner)
+    : Tfrm_BasicBoot(owner, u"frm_AcceptBill"_s)
+{
+    SetCaption(u"网点接单"_s);
+    clerk_ = {GlobalValue(u"site"_s), GlobalValue(u"employeeName"_s)};
+    CreateDataSets();
+    CreateControls();
+    FormCreate();
+}
+
+void Tfrm_AcceptBill::CreateDataSets()
+{
+    const QString noOrders = u"select * from tab_zelmor_bill where 1=0"_s;
+    cds = new TClientDataSetEx(this, u"cds"_s);
+    cds->SetCommandText(noOrders);
+    cds->BeforePost = [this] { cdsBeforePost(); };
+    cdsms = new TClientDataSetEx(this, u"cdsms"_s);
+    cdsDestination = new TClientDataSetEx(this, u"cdsDestination"_s);
+    cdsErr = new TClientDataSetEx(this, u"cdsErr"_s);
+    cdsErr->SetCommandText(noOrders);
+    dsDestination = new TDataSource(this, u"dsDestination"_s);
+    dsDestination->SetDataSet(cdsDestination);
+    items_ = new TOrderItems(this, cds, cdsms);
+
+    Timer1 = new QTimer(this);
+    Timer1->setObjectName(u"Timer1"_s);
+    Timer1->setInterval(kTickMilliseconds);
+    OnTimer(Timer1, this, &Tfrm_AcceptBill::Timer1Timer);
+
+    BatchAcceptBill = new QAction(u"批量接单"_s, this);
+    BatchAcceptBill->setObjectName(u"BatchAcceptBill"_s);
+    OnTriggered(BatchAcceptBill, this, &Tfrm_AcceptBill::BatchAcceptBillExecute);
+    connect(cds, &TClientDataSetEx::DataReset, this, &Tfrm_AcceptBill::BatchAcceptBillUpdate);
+    BatchAcceptBillUpdate();
+}
+
+void Tfrm_AcceptBill::CreateControls()
+{
+    auto* top = new QWidget(this);
+    auto* rows = new QVBoxLayout(top);
+    rows->setContentsMargins(8, 8, 8, 6);
+    rows->setSpacing(6);
+    rows->addWidget(CreateFilterPanel());
+    rows->addWidget(CreateActionPanel());
+
+    CreateViews();
+    auto* lists = new QSplitter(Qt::Vertical, this);
+    lists->addWidget(DataView1);
+    lists->addWidget(DataView2);
+    lists->setStretchFactor(0, 4);
+    lists->setStretchFactor(1, 1);
+    lists->setChildrenCollapsible(false);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(top);
+    layout->addWidget(lists, 1);
+}
+
+QWidget* Tfrm_AcceptBill::CreateFilterPanel()
+{
+    auto* panel = new QWidget(this);
+    panel->setObjectName(u"Panel1"_s);
+    DBDateTimeEditEh1 = new TDBDateTimeEditEh(panel, u"DBDateTimeEditEh1"_s);
+    DBDateTimeEditEh2 = new TDBDateTimeEditEh(panel, u"DBDateTimeEditEh2"_s);
+    DBEditEh1 = new TDBEditEh(panel, u"DBEditEh1"_s);
+    DBEditEh2 = new TDBEditEh(panel, u"DBEditEh2"_s);
+    DBLookupComboboxEh1 = new TDBLookupComboboxEh(panel, u"DBLookupComboboxEh1"_s);
+    DBLookupComboboxEh1->SetLookup({
+        .listSource = dm_GlobalData->ds_AllSite,
+        .keyField = u"SITE_NAME"_s,
+        .listField = u"SITE_NAME"_s,
+        .columns = {{u"SITE_CODE"_s, u"网点编号"_s, 90}, {u"SITE_NAME"_s, u"网点名称"_s, 160},
+            {u"SUPERIOR_SITE"_s, u"所属网点"_s, 140}},
+        .searchFields = {u"SITE_CODE"_s},
+    });
+    DBLookupComboboxEh1->OnExit = [this] { CompleteLookupText(*DBLookupComboboxEh1); };
+    Label4 = LabelFor(DBEditEh2, u"物流号"_s, panel);
+    Label5 = LabelFor(DBLookupComboboxEh1, u"接单网点"_s, panel);
+    Button4 = new QPushButton(u"查询"_s, panel);
+    Button4->setObjectName(u"Button4"_s);
+    OnClick(Button4, this, &Tfrm_AcceptBill::Button4Click);
+
+    auto* row = new QHBoxLayout(panel);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addWidget(LabelFor(DBDateTimeEditEh1, u"订单时间始"_s, panel));
+    row->addWidget(DBDateTimeEditEh1);
+    row->addWidget(LabelFor(DBDateTimeEditEh2, u"订单时间止"_s, panel));
+    row->addWidget(DBDateTimeEditEh2);
+    row->addWidget(LabelFor(DBEditEh1, u"仓库编号"_s, panel));
+    row->addWidget(DBEditEh1);
+    row->addWidget(Label4);
+    row->addWidget(DBEditEh2);
+    row->addWidget(Label5);
+    row->addWidget(DBLookupComboboxEh1);
+    row->addWidget(Button4);
+    row->addStretch(1);
+    const int character = fontMetrics().averageCharWidth();
+    for (QWidget* box : {static_cast<QWidget*>(DBDateTimeEditEh1), static_cast<QWidget*>(DBDateTimeEditEh2)})
+        box->setMinimumWidth(character * 25);
+    DBEditEh1->setMaximumWidth(character * 18);
+    DBEditEh2->setMaximumWidth(character * 24);
+    DBLookupComboboxEh1->setMaximumWidth(character * 28);
+    return panel;
+}
+
+QWidget* Tfrm_AcceptBill::CreateActionPanel()
+{
+    auto* panel = new QWidget(this);
+    panel->setObjectName(u"Panel2"_s);
+    DBPageLookup_Employee1 = new TDBPageLookup_Employee(panel, u"DBPageLookup_Employee1"_s);
+    DBPageLookup_Employee1->SetScope(clerk_.site);
+    DBPageLookup_Employee1->setPlaceholderText(u"编号、姓名或电话"_s);
+    auto* batch = new QToolButton(panel);
+    batch->setObjectName(u"BatchAcceptBillButton"_s);
+    batch->setDefaultAction(BatchAcceptBill);
+    batch->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    batch->setFocusPolicy(Qt::StrongFocus);
+    Button2 = new QPushButton(u"转单"_s, panel);
+    Button2->setObjectName(u"Button2"_s);
+    Button1 = new QPushButton(u"保存"_s, panel);
+    Button1->setObjectName(u"Button1"_s);
+    OnClick(Button2, this, &Tfrm_AcceptBill::Button2Click);
+    OnClick(Button1, this, &Tfrm_AcceptBill::Button1Click);
+
+    auto* row = new QHBoxLayout(panel);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addWidget(LabelFor(DBPageLookup_Employee1, u"接单业务员"_s, panel));
+    row->addWidget(DBPageLookup_Employee1);
+    row->addWidget(batch);
+    row->addSpacing(16);
+    row->addWidget(Button2);
+    row->addWidget(Button1);
+    row->addStretch(1);
+    DBPageLookup_Employee1->setMaximumWidth(fontMetrics().averageCharWidth() * 26);
+    return panel;
+}
+
+void Tfrm_AcceptBill::CreateViews()
+{
+    DataView1 = new TDataView(this, u"DataView1"_s);
+    std::vector<TColumnEh> columns = OrderColumns(kColumns);
+    for (TColumnEh& column : columns) {
+        if (column.fieldName == u"STATUS"_s) {
+            if (AtHeadquarters())
+                OfferStatuses(column, {kStatusWaiting, kStatusAccepted, kStatusRefused});
+            else
+                OfferStatuses(column, {kStatusWaiting, kStatusAccepted});
+        } else if (column.fieldName == u"REC_GOODS_MAN"_s) {
+            column.title = u"接单业务员"_s;
+            column.style = TColumnStyle::Lookup;
+            column.lookup = {
+                .listSource = dm_GlobalData->ds_employee,
+                .keyField = u"EMPLOYEE_NAME"_s,
+                .listField = u"EMPLOYEE_NAME"_s,
+                .columns = {{u"EMPLOYEE_CODE"_s, u"员工编号"_s, 90},
+                    {u"EMPLOYEE_NAME"_s, u"员工姓名"_s, 100}},
+                .searchFields = {u"EMPLOYEE_CODE"_s},
+            };
+        } else if (column.fieldName == u"DESTINATION"_s) {
+            column.style = TColumnStyle::Lookup;
+            column.lookup = {
+                .listSource = dsDestination,
+                .keyField = u"SITE_NAME"_s,
+                .listField = u"SITE_NAME"_s,
+                .columns = {{u"SITE_CODE"_s, u"网点编号"_s, 90}, {u"SITE_NAME"_s, u"网点名称"_s, 160},
+                    {u"SUPERIOR_SITE"_s, u"所属网点"_s, 140}},
+                .searchFields = {u"SITE_CODE"_s},
+            };
+        }
+    }
+    columns.insert(columns.begin(), {.title = u"序号"_s, .width = 46, .readOnly = true});
+    TDBGridEh* grid = DataView1->DataViewGrid;
+    grid->SetColumns(std::move(columns));
+    grid->SetFrozenCols(2);
+    grid->OnGetCellParams = [this](const TColumnEh& column, int viewRow, TCellParams& params) {
+        DataView1DataViewGridGetCellParams(column, viewRow, params);
+    };
+    grid->OnCellClick = [this](const TColumnEh&) { RunHandler(this, [this] { items_->Load(); }); };
+    DataView1->DS->SetDataSet(cds);
+    DataView1->Loaded();
+    connect(cds, &TClientDataSetEx::DataReset, this, [this] { offeredRow_ = -1; });
+    connect(cds, &TClientDataSetEx::RowChanged, this, [this] { offeredRow_ = -1; });
+    connect(cds, &TClientDataSetEx::FieldChanged, this, [this] { offeredRow_ = -1; });
+
+    DataView2 = new TDataView(this, u"DataView2"_s);
+    PrepareItemsView(*DataView2, cdsms);
+}
+
+void Tfrm_AcceptBill::FormCreate()
+{
+    Tfrm_BasicBoot::FormCreate();
+    DBPageLookup_Employee1->SetRemoteServer(dm_BasicData->HostConnection);
+    for (QWidget* control : {static_cast<QWidget*>(DBEditEh2), static_cast<QWidget*>(DBLookupComboboxEh1),
+             static_cast<QWidget*>(Label4), static_cast<QWidget*>(Label5)}) {
+        control->setVisible(AtHeadquarters());
+    }
+    DBDateTimeEditEh1->SetText(StartOfToday());
+    DBDateTimeEditEh2->SetText(EndOfToday());
+
+    const BusyCursor busy;
+    OpenQuery(*cdsDestination, DestinationSitesQuery());
+    OpenQuery(*cds, FirstAcceptQuery(Criteria()));
+    items_->Load();
+    Timer1->start();
+}
+
+void Tfrm_AcceptBill::FormShow()
+{
+    Setup(DataView1, cds, Button1, Button4);
+}
+
+bool Tfrm_AcceptBill::AtHeadquarters() const
+{
+    return clerk_.site == HeadquartersSite();
+}
+
+bool Tfrm_AcceptBill::HasOrders() const
+{
+    return cds->Active() && !cds->IsEmpty();
+}
+
+TAcceptCriteria Tfrm_AcceptBill::Criteria() const
+{
+    return {
+        .loginSite = clerk_.site,
+        .from = DBDateTimeEditEh1->Text(),
+        .to = DBDateTimeEditEh2->Text(),
+        .warehouse = DBEditEh1->Text(),
+        .orderNumber = DBEditEh2->Text(),
+        .receivingSite = DBLookupComboboxEh1->Text(),
+    };
+}
+
+void Tfrm_AcceptBill::Button4Click()
+{
+    const TAcceptCriteria criteria = Criteria();
+    if (CheckDateRange(criteria.from, criteria.to, kMaxDays, true))
+        return;
+    const BusyCursor busy;
+    OpenQuery(*cds, AcceptQuery(criteria));
+    items_->Load();
+}
+
+void Tfrm_AcceptBill::cdsBeforePost()
+{
+    const auto selectColumn = [this](const QString& field) { DataView1->DataViewGrid->SelectField(field); };
+    RunRules(
+        Caption(),
+        [this] {
+            RequireReasonForRefusal(*cds, clerk_);
+            StampAcceptance(*cds, clerk_);
+            ResolveCourier(*cds, *dm_GlobalData->employee, TextOf(GlobalCds(u"loginSite"_s), u"PHONE"));
+            DropUnknownDestination(*cds, *cdsDestination);
+            ClearUndoneAcceptance(*cds);
+            StampModifier(*cds);
+        },
+        selectColumn);
+}
+
+void Tfrm_AcceptBill::BatchAcceptBillExecute()
+{
+    if (!HasOrders())
+        return;
+    TDBGridEh* grid = DataView1->DataViewGrid;
+    const auto finish = [this, grid] {
+        DBPageLookup_Employee1->SetText({});
+        grid->ClearSelectedRows();
+        grid->viewport()->update();
+    };
+    try {
+        const BusyCursor busy;
+        const ControlsOff suspended(*cds);
+        const QString courier = DBPageLookup_Employee1->Text();
+        for (const TBookmark row : grid->SelectedRows()) {
+            if (!cds->GotoBookmark(row) || StatusOf(*cds) == kStatusAccepted)
+                continue;
+            cds->Edit();
+            cds->FieldByName(u"STATUS").SetAsInteger(kStatusAccepted);
+            SetText(*cds, u"REC_GOODS_MAN", courier);
+            cds->Post();
+        }
+    } catch (...) {
+        // A rule has told what was wrong with its row; anything else is told by the caller.
+        finish();
+        throw;
+    }
+    finish();
+    ShowInformation(u"详细：已成功批量接单！"_s, Caption());
+}
+
+void Tfrm_AcceptBill::BatchAcceptBillUpdate()
+{
+    BatchAcceptBill->setEnabled(HasOrders());
+}
+
+void Tfrm_AcceptBill::Button2Click()
+{
+    if (!HasOrders())
+        return;
+    if (StatusOf(*cds) != kStatusWaiting) {
+        ShowWarning(u"详细：转单时\"状态\"必须为\"等待接单\"状态！"_s, Caption());
+        return;
+    }
+    const QString target = Tfrm_ChangeSite::Execute();
+    if (target.isEmpty())
+        return;
+    const QString list = TextOf(*cds, u"PREPARE_SITE");
+    const QString changed = TransferCandidate(list, clerk_.site, target);
+    if (changed == list)
+        return;
+    const QString tooLong = CandidateLengthMessage(int(changed.size()));
+    if (!tooLong.isEmpty()) {
+        ShowWarning(tooLong, Caption());
+        return;
+    }
+    cds->Edit();
+    SetText(*cds, u"PREPARE_SITE", changed);
+    cds->Post();
+}
+
+void Tfrm_AcceptBill::Button1Click()
+{
+    const TSaveOutcome outcome =
+        SaveOrders(*cds, *cdsErr, Caption(), u"以下泽摩订单接单失败，其可能被其它网点接单！"_s);
+    if (outcome == TSaveOutcome::Saved || outcome == TSaveOutcome::Rejected)
+        items_->Load();
+}
+
+void Tfrm_AcceptBill::Timer1Timer()
+{
+    if (++ticks_ < kTicksBetweenRefreshes)
+        return;
+    ticks_ = 0;
+    if (cds->State() == TDataSetState::Browse && cds->ChangeCount() == 0) {
+        cds->Close();
+        cds->SetFilter({});
+        cds->SetFiltered(false);
+        cds->Open();
+    }
+    if (HasOrders()) {
+        ShowWarning(u"详细：您还有未接单泽摩订单，请尽快处理！"_s, Caption());
+        BringToFront();
+    }
+}
+
+bool Tfrm_AcceptBill::OfferedHere(int viewRow)
+{
+    if (viewRow != offeredRow_) {
+        const int field = cds->FieldIndex(u"PREPARE_SITE");
+        offeredRow_ = viewRow;
+        offeredHere_ = field >= 0 && IsCandidate(cds->ViewText(viewRow, field), clerk_.site);
+    }
+    return offeredHere_;
+}
+
+void Tfrm_AcceptBill::DataView1DataViewGridGetCellParams(
+    const TColumnEh& column, int viewRow, TCellParams& params)
+{
+    DataView1->DataViewGridGetCellParams(column, viewRow, params);
+    if (!OfferedHere(viewRow))
+        params.background = kNotOfferedHere;
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "runtime/ui/DBControls.h"
+#include "runtime/ui/Forms.h"
+
+class QPushButton;
+
+// The transfer-site picker: chooses the site to which an order is handed on.
+class Tfrm_ChangeSite : public TForm {
+    Q_OBJECT
+public:
+    explicit Tfrm_ChangeSite(QObject* owner);
+
+    // Shows the picker; the site chosen or typed, empty when cancelled.
+    static QString Execute();
+
+    bool FormKeyDown(QKeyEvent* event) override;
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void FormCreate();
+    void Button1Click();
+    void Button2Click();
+    void AnswerForUser();
+
+    TDBLookupComboboxEh* DBLookupComboboxEh1; // 转给网点
+    QPushButton* Button1; // 确定(&Y)
+    QPushButton* Button2; // 取消(&N)
+};
