@@ -64,6 +64,11 @@ public:
         if (count > 0)
             std::memset(Extend(count), 0, static_cast<size_t>(count) * sizeof(T));
     }
+    void Reserve(qsizetype capacity)
+    {
+        if (capacity > capacity_)
+            Reallocate(capacity);
+    }
     void Truncate(qsizetype size) noexcept { size_ = size; }
     void Squeeze()
     {

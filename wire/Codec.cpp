@@ -1,0 +1,281 @@
+#include "wire/Codec.h"
+
+#include "wire/Reader.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace wire {
+namespace {
+
+namespace columnFlag {
+constexpr quint8 Key = 1;
+constexpr quint8 Guard = 2;
+constexpr quint8 Stored = 4;
+} // namespace columnFlag
+
+namespace verdictFlag {
+constexpr quint8 Accepted = 1;
+constexpr quint8 Present = 2;
+} // namespace verdictFlag
+
+void PutValue(Packet& out, const Value& value)
+{
+    struct {
+        Packet& to;
+        void operator()(std::monostate) const { }
+        void operator()(const QString& text) const { to.PutText(text); }
+        void operator()(qint64 integer) const { to.Put(integer); }
+        void operator()(double number) const { to.Put(number); }
+        void operator()(DateTime time) const { to.Put(time.seconds); }
+    } visitor{out};
+    out.Put(static_cast<quint8>(value.index()));
+    std::visit(visitor, value);
+}
+
+Value GetValue(Reader& in)
+{
+    const auto form = in.Get<quint8>();
+    switch (form) {
+    case 0:
+        return {};
+    case 1:
+        return TextValue(in.GetText());
+    case 2:
+        return in.Get<qint64>();
+    case 3:
+        return in.Get<double>();
+    case 4:
+        return DateTime{in.Get<qint64>()};
+    default:
+        Malformed(u"unknown form of value %1"_s.arg(form));
+    }
+}
+
+void PutInfos(Packet& out, const std::vector<ColumnInfo>& infos)
+{
+    out.Put(static_cast<quint32>(infos.size()));
+    for (const ColumnInfo& info : infos) {
+        out.PutText(info.name);
+        out.Put(static_cast<quint8>(info.type));
+        out.Put(static_cast<qint32>(info.width));
+        out.Put(static_cast<quint8>((info.key ? columnFlag::Key : 0) | (info.guard ? columnFlag::Guard : 0)
+            | (info.stored ? columnFlag::Stored : 0)));
+    }
+}
+
+std::vector<ColumnInfo> GetInfos(Reader& in)
+{
+    std::vector<ColumnInfo> infos(in.GetCount(10));
+    for (ColumnInfo& info : infos) {
+        info.name = in.GetText();
+        info.type = in.GetType();
+        info.width = in.Get<qint32>();
+        const auto flags = in.Get<quint8>();
+        info.key = (flags & columnFlag::Key) != 0;
+        info.guard = (flags & columnFlag::Guard) != 0;
+        info.stored = (flags & columnFlag::Stored) != 0;
+    }
+    return infos;
+}
+
+void PutChanges(Packet& out, const ChangeLog& changes)
+{
+    out.PutText(changes.commandText);
+    PutInfos(out, changes.columns);
+    out.Put(static_cast<quint32>(changes.rows.size()));
+    for (const RowChange& row : changes.rows) {
+        out.Put(static_cast<quint8>(row.kind));
+        out.Put(row.rowId);
+        out.Put(static_cast<quint32>(row.cells.size()));
+        for (const CellChange& cell : row.cells) {
+            out.Put(cell.column);
+            PutValue(out, cell.original);
+            PutValue(out, cell.current);
+        }
+    }
+}
+
+ChangeLog GetChanges(Reader& in)
+{
+    ChangeLog changes;
+    changes.commandText = in.GetText();
+    changes.columns = GetInfos(in);
+    changes.rows.resize(in.GetCount(9));
+    for (RowChange& row : changes.rows) {
+        const auto kind = in.Get<quint8>();
+        if (kind < quint8(ChangeKind::Insert) || kind > quint8(ChangeKind::Delete))
+            Malformed(u"unknown kind of change %1"_s.arg(kind));
+        row.kind = static_cast<ChangeKind>(kind);
+        row.rowId = in.Get<quint32>();
+        row.cells.resize(in.GetCount(4));
+        for (CellChange& cell : row.cells) {
+            cell.column = in.Get<quint16>();
+            if (cell.column >= changes.columns.size())
+                Malformed(u"change of column %1 of %2"_s.arg(cell.column).arg(changes.columns.size()));
+            cell.original = GetValue(in);
+            cell.current = GetValue(in);
+        }
+    }
+    return changes;
+}
+
+void PutOutcome(Packet& out, const ApplyOutcome& outcome)
+{
+    out.Put(static_cast<quint8>(outcome.rolledBack ? 1 : 0));
+    out.Put(static_cast<quint32>(outcome.rows.size()));
+    for (const RowVerdict& verdict : outcome.rows) {
+        out.Put(verdict.rowId);
+        out.Put(static_cast<quint8>(
+            (verdict.accepted ? verdictFlag::Accepted : 0) | (verdict.present ? verdictFlag::Present : 0)));
+        out.PutText(verdict.reason);
+        out.Put(static_cast<quint32>(verdict.presentValues.size()));
+        for (const Value& value : verdict.presentValues)
+            PutValue(out, value);
+    }
+}
+
+ApplyOutcome GetOutcome(Reader& in)
+{
+    ApplyOutcome outcome;
+    outcome.rolledBack = in.Get<quint8>() != 0;
+    outcome.rows.resize(in.GetCount(13));
+    for (RowVerdict& verdict : outcome.rows) {
+        verdict.rowId = in.Get<quint32>();
+        const auto flags = in.Get<quint8>();
+        verdict.accepted = (flags & verdictFlag::Accepted) != 0;
+        verdict.present = (flags & verdictFlag::Present) != 0;
+        verdict.reason = in.GetText();
+        verdict.presentValues.resize(in.GetCount(1));
+        for (Value& value : verdict.presentValues)
+            value = GetValue(in);
+    }
+    return outcome;
+}
+
+} // namespace
+
+Packet EncodeRequest(const Request& request, quint32 number, bool compressionWelcome)
+{
+    Packet out(static_cast<FrameKind>(request.kind), number,
+        compressionWelcome ? frameFlag::CompressionWelcome : quint8(0));
+    switch (request.kind) {
+    case RequestKind::Login:
+        out.PutText(request.account);
+        out.PutText(request.password);
+        break;
+    case RequestKind::Query:
+    case RequestKind::Execute:
+        out.PutText(request.text);
+        break;
+    case RequestKind::ApplyUpdates:
+        out.Put(request.name.client.data(), qsizetype(request.name.client.size()));
+        out.Put(request.name.number);
+        out.Put(static_cast<qint32>(request.maxErrors));
+        PutChanges(out, request.changes);
+        break;
+    case RequestKind::Clock:
+        break;
+    }
+    // What clients send is small, or small beside the work that it causes.
+    out.Seal();
+    return out;
+}
+
+Request DecodeRequest(const Frame& frame)
+{
+    Reader in(frame);
+    Request request;
+    switch (frame.header.kind) {
+    case FrameKind::Login:
+        request.account = in.GetText();
+        request.password = in.GetText();
+        break;
+    case FrameKind::Query:
+    case FrameKind::Execute:
+        request.text = in.GetText();
+        break;
+    case FrameKind::ApplyUpdates:
+        std::memcpy(request.name.client.data(), in.Take(qsizetype(request.name.client.size())),
+            request.name.client.size());
+        request.name.number = in.Get<quint64>();
+        request.maxErrors = in.Get<qint32>();
+        request.changes = GetChanges(in);
+        break;
+    case FrameKind::Clock:
+        break;
+    default:
+        Malformed(u"frame of kind %1 is no request"_s.arg(int(frame.header.kind)));
+    }
+    request.kind = static_cast<RequestKind>(frame.header.kind);
+    in.Finish();
+    return request;
+}
+
+Packet EncodeColumns(const std::vector<ColumnInfo>& infos, quint32 number)
+{
+    Packet out(FrameKind::Columns, number);
+    PutInfos(out, infos);
+    out.Seal();
+    return out;
+}
+
+std::vector<ColumnInfo> DecodeColumns(const Frame& frame)
+{
+    Reader in(frame, FrameKind::Columns);
+    std::vector<ColumnInfo> infos = GetInfos(in);
+    in.Finish();
+    return infos;
+}
+
+Packet EncodeDone(const Reply& reply, quint32 number)
+{
+    Packet out(FrameKind::Done, number);
+    const Identity& who = reply.identity;
+    out.Put(reply.rowCount);
+    out.Put(reply.serverTime.seconds);
+    for (const QString* text :
+        {&who.account, &who.employeeCode, &who.employeeName, &who.site, &who.userType, &who.rights})
+        out.PutText(*text);
+    PutOutcome(out, reply.outcome);
+    out.Seal();
+    return out;
+}
+
+Reply DecodeDone(const Frame& frame)
+{
+    Reader in(frame, FrameKind::Done);
+    Reply reply;
+    Identity& who = reply.identity;
+    reply.rowCount = in.Get<qint64>();
+    reply.serverTime.seconds = in.Get<qint64>();
+    for (QString* text :
+        {&who.account, &who.employeeCode, &who.employeeName, &who.site, &who.userType, &who.rights})
+        *text = in.GetText();
+    reply.outcome = GetOutcome(in);
+    in.Finish();
+    return reply;
+}
+
+Packet EncodeError(const Error& error, quint32 number)
+{
+    Packet out(FrameKind::Error, number);
+    out.Put(static_cast<quint8>(error.Kind()));
+    out.PutText(error.Message());
+    out.PutText(error.SqlText());
+    out.Seal();
+    return out;
+}
+
+Error DecodeError(const Frame& frame)
+{
+    Reader in(frame, FrameKind::Error);
+    const auto kind = in.Get<quint8>();
+    if (kind < quint8(ErrorKind::Connection) || kind > quint8(ErrorKind::Usage))
+        Malformed(u"unknown kind of error %1"_s.arg(kind));
+    const QString message = in.GetText();
+    const QString sqlText = in.GetText();
+    in.Finish();
+    return Error(static_cast<ErrorKind>(kind), message, sqlText);
+}
+
+} // namespace wire
