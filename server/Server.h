@@ -10,19 +10,21 @@
 namespace server {
 
 struct Options {
-    QString dataDir;                      // folder of the embedded database; made when it does not exist
-    QString demo;                         // "small", "medium", "large" or a number of orders: fills a new
-                                          // database; empty, or a database that is there already: nothing
-    std::optional<wire::DateTime> now;    // fixes the clock at start-up; it then runs on from there
-    std::function<void(const QString& stage, int percent)> onProgress;  // while filling, on the caller's thread
-    qint64 maxRows = 2'000'000;           // a query that would return more is refused (Limit)
+    QString dataDir; // folder of the embedded database; made when it does not exist
+    QString demo; // "small", "medium", "large" or a number of orders: fills a new
+                  // database; empty, or a database that is there already: nothing
+    std::optional<wire::DateTime> now; // fixes the clock at start-up; it then runs on from there
+    std::function<void(const QString& stage, int percent)>
+        onProgress; // while filling, on the caller's thread
+    qint64 maxRows = 2'000'000; // a query that would return more is refused (Limit)
+    int maxSeconds = 300; // a request that runs longer is stopped (Limit)
 };
 
 // An account as an administrator adds it.
 struct NewAccount {
     QString account;
     QString password;
-    QString employeeCode;    // must exist; gives name and site
+    QString employeeCode; // must exist; gives name and site
     QString userType;
     QString rights = QStringLiteral("111");
 };
@@ -31,7 +33,7 @@ struct NewAccount {
 struct DemoAccount {
     QString account;
     QString password;
-    QString description;     // "安徽合肥一部 · 网点"
+    QString description; // "安徽合肥一部 · 网点"
 };
 
 // One client's conversation: nothing but Login is answered before a login. Used by one thread at a time.
@@ -59,11 +61,11 @@ public:
     std::unique_ptr<wire::Transport> NewTransport();
 
     wire::DateTime Now() const;
-    void AddAccount(const NewAccount& account);           // raises wire::Error (Data)
+    void AddAccount(const NewAccount& account); // raises wire::Error (Data)
     void SetPassword(const QString& account, const QString& password);
     void RemoveAccount(const QString& account);
     std::vector<wire::Identity> Accounts();
-    std::vector<DemoAccount> DemoAccounts();              // empty unless the database holds demo data
+    std::vector<DemoAccount> DemoAccounts(); // empty unless the database holds demo data
     // One select with the rights of an administrator (tools, automation): any table.
     wire::RowSet QueryAsAdministrator(const QString& sqlText);
 
@@ -72,4 +74,4 @@ private:
     std::unique_ptr<Private> d_;
 };
 
-}  // namespace server
+} // namespace server

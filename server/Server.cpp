@@ -1,0 +1,129 @@
+#include "server/Server.h"
+
+#include "server/Texts.h"
+#include "server/provider/ClientSession.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace server {
+namespace {
+
+// Rows that go to a client over the network at a time: long enough for the dictionaries to pay, short enough
+// for it to decode the one while the next is read.
+constexpr qsizetype kNetworkRows = 8 * wire::CellBlock::kRows;
+
+// The way to the server from within its process: columns are moved, nothing is serialised.
+class LocalTransport final : public wire::Transport {
+public:
+    explicit LocalTransport(Core& core)
+        : core_(core)
+    {
+    }
+
+    void Connect() override
+    {
+        if (!session_)
+            session_ = std::make_unique<ClientSession>(core_, u"local"_s, 0);
+    }
+    void Disconnect() noexcept override { session_.reset(); }
+    bool IsConnected() const noexcept override { return session_ != nullptr; }
+
+    wire::Reply Exchange(const wire::Request& request, wire::ReplySink& sink) override
+    {
+        if (!session_)
+            throw wire::Error(wire::ErrorKind::Connection, texts::NotConnected());
+        return session_->Handle(request, sink);
+    }
+
+private:
+    Core& core_;
+    std::unique_ptr<ClientSession> session_;
+};
+
+class RowCollector final : public wire::ReplySink {
+public:
+    void Columns(std::vector<wire::ColumnInfo> infos) override
+    {
+        for (const wire::ColumnInfo& info : infos)
+            rows.columns.emplace_back(info.type);
+        rows.infos = std::move(infos);
+    }
+    void Rows(std::vector<wire::Column> block) override
+    {
+        for (size_t i = 0; i < block.size(); ++i)
+            rows.columns[i].AppendColumn(std::move(block[i]));
+    }
+
+    wire::RowSet rows;
+};
+
+} // namespace
+
+Session::~Session() = default;
+
+class ApplicationServer::Private : public Core {
+    using Core::Core;
+};
+
+ApplicationServer::ApplicationServer(const Options& options)
+    : d_(std::make_unique<Private>(options))
+{
+}
+
+ApplicationServer::~ApplicationServer() = default;
+
+std::unique_ptr<Session> ApplicationServer::NewSession(const QString& peer)
+{
+    return std::make_unique<ClientSession>(*d_, peer, kNetworkRows);
+}
+
+std::unique_ptr<wire::Transport> ApplicationServer::NewTransport()
+{
+    return std::make_unique<LocalTransport>(*d_);
+}
+
+wire::DateTime ApplicationServer::Now() const
+{
+    return d_->clock.Now();
+}
+
+void ApplicationServer::AddAccount(const NewAccount& account)
+{
+    d_->accounts.Add(account, d_->clock.Now());
+}
+
+void ApplicationServer::SetPassword(const QString& account, const QString& password)
+{
+    d_->accounts.SetPassword(account, password);
+}
+
+void ApplicationServer::RemoveAccount(const QString& account)
+{
+    d_->accounts.Remove(account);
+}
+
+std::vector<wire::Identity> ApplicationServer::Accounts()
+{
+    return d_->accounts.List();
+}
+
+std::vector<DemoAccount> ApplicationServer::DemoAccounts()
+{
+    return d_->accounts.Demo();
+}
+
+wire::RowSet ApplicationServer::QueryAsAdministrator(const QString& sqlText)
+{
+    const auto connection = d_->pool.Lend();
+    const dialect::Translated translated = connection->Translate(sqlText);
+    if (translated.translation->kind != dialect::StatementKind::Select)
+        throw wire::Error(wire::ErrorKind::Policy, texts::QueryExpected(), sqlText);
+    storage::PreparedStatement& prepared = connection->Prepare(translated, nullptr);
+    prepared.Bind(translated.literals, d_->clock.Now());
+    RowCollector collector;
+    collector.Columns(prepared.infos);
+    storage::ReadRows(prepared.statement, prepared.scratch, {d_->options.maxRows, 0}, collector);
+    return std::move(collector.rows);
+}
+
+} // namespace server

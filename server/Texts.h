@@ -1,0 +1,194 @@
+#pragma once
+
+#include <QString>
+
+// What the server says to users, after the screen's own "详细：". One place, so that the clerks' language
+// stays of one piece.
+namespace server::texts {
+
+// Storage. Each says what to do next; the system's own reason follows in brackets.
+inline QString DiskFull()
+{
+    return QStringLiteral("数据库所在磁盘空间不足，数据没有保存，请清理磁盘后重试！");
+}
+inline QString ReadOnly()
+{
+    return QStringLiteral("数据库文件或文件夹只读，请检查其写入权限后重试！");
+}
+inline QString CannotOpen()
+{
+    return QStringLiteral("不能打开数据库文件，请检查文件夹是否存在及其权限！");
+}
+inline QString Busy()
+{
+    return QStringLiteral("数据库正被其他程序占用，请稍后重试！");
+}
+inline QString Damaged()
+{
+    return QStringLiteral("数据库文件已损坏，请停止使用并从备份恢复！");
+}
+inline QString ReadFault()
+{
+    return QStringLiteral("读写数据库文件出错，请检查磁盘后重试！");
+}
+inline QString OutOfMemory()
+{
+    return QStringLiteral("内存不足，请缩小查询范围或关闭其他程序后重试！");
+}
+inline QString DatabaseError()
+{
+    return QStringLiteral("数据库出错！");
+}
+inline QString ConstraintBroken()
+{
+    return QStringLiteral("数据不符合数据库的约束！");
+}
+inline QString CannotMakeFolder(const QString& folder)
+{
+    return QStringLiteral("不能建立数据文件夹“%1”，请检查路径及其权限！").arg(folder);
+}
+inline QString NotOurDatabase(const QString& file)
+{
+    return QStringLiteral("文件“%1”不是本系统的数据库，请更换数据文件夹或从备份恢复！").arg(file);
+}
+inline QString NewerDatabase(const QString& version)
+{
+    return QStringLiteral("数据库由更新的版本（%1）建立，请升级本程序！").arg(version);
+}
+inline QString BeingCreated()
+{
+    return QStringLiteral("数据库正由另一程序建立，请稍后重试！");
+}
+inline QString CannotFinishDatabase(const QString& file)
+{
+    return QStringLiteral("不能写入数据库文件“%1”，请检查文件夹权限后重试！").arg(file);
+}
+
+// Limits
+inline QString TooManyRows(qint64 limit)
+{
+    return QStringLiteral("查询结果超过%1行，请缩小查询范围！").arg(limit);
+}
+inline QString TimeOver(int seconds)
+{
+    return QStringLiteral("执行时间超过%1秒，已停止，请缩小查询范围！").arg(seconds);
+}
+inline QString Interrupted()
+{
+    return QStringLiteral("操作已被中断！");
+}
+
+// Policy
+inline QString LoginFirst()
+{
+    return QStringLiteral("请先登录！");
+}
+inline QString TableClosed(const QString& table)
+{
+    return QStringLiteral("不允许访问表%1！").arg(table);
+}
+inline QString TableReadOnly(const QString& table)
+{
+    return QStringLiteral("不允许修改表%1！").arg(table);
+}
+inline QString QueryExpected()
+{
+    return QStringLiteral("此处只能执行查询语句！");
+}
+inline QString UpdateExpected()
+{
+    return QStringLiteral("此处只能执行修改语句！");
+}
+inline QString NotConnected()
+{
+    return QStringLiteral("没有连接到服务器！");
+}
+inline QString UnknownRequest()
+{
+    return QStringLiteral("不能识别的请求！");
+}
+
+// Change logs
+inline QString NoTable()
+{
+    return QStringLiteral("不能确定要保存的表！");
+}
+inline QString KeyMissing(const QString& column)
+{
+    return QStringLiteral("查询结果中缺少主键列%1，不能保存！").arg(column);
+}
+inline QString BadChangeLog()
+{
+    return QStringLiteral("修改记录的内容不完整，不能保存！");
+}
+inline QString ForeignName()
+{
+    return QStringLiteral("该保存请求属于另一账号！");
+}
+inline QString ChangedByOther(const QString& who, const QString& columns)
+{
+    return who.isEmpty() ? QStringLiteral("该记录已被其他用户修改：%1！").arg(columns)
+                         : QStringLiteral("该记录已被其他用户修改（%1）：%2！").arg(who, columns);
+}
+inline QString DeletedByOther()
+{
+    return QStringLiteral("该记录已被其他用户删除！");
+}
+inline QString UndoneWithOthers()
+{
+    return QStringLiteral("因其他记录保存失败，该记录的修改也未保存！");
+}
+inline QString DuplicateKey(const QString& key)
+{
+    return QStringLiteral("主键“%1”已存在！").arg(key);
+}
+inline QString KeyEmpty(const QString& column)
+{
+    return QStringLiteral("主键列%1不能为空！").arg(column);
+}
+inline QString TooWide(const QString& column, qsizetype length, int width)
+{
+    return QStringLiteral("列%1的内容长度为%2，超过%3个字符的最大长度！").arg(column).arg(length).arg(width);
+}
+inline QString WrongValue(const QString& column, const QString& why)
+{
+    return QStringLiteral("列%1的内容不正确：%2").arg(column, why);
+}
+
+// Accounts
+inline QString WrongLogin()
+{
+    return QStringLiteral("账号或密码错误！");
+}
+inline QString TooManyLogins(int seconds)
+{
+    return QStringLiteral("登录失败次数过多，请在%1秒后重试！").arg(seconds);
+}
+inline QString AccountExists(const QString& account)
+{
+    return QStringLiteral("账号“%1”已存在！").arg(account);
+}
+inline QString NoAccount(const QString& account)
+{
+    return QStringLiteral("账号“%1”不存在！").arg(account);
+}
+inline QString NoEmployee(const QString& code)
+{
+    return QStringLiteral("员工编号“%1”不存在！").arg(code);
+}
+inline QString AccountEmpty()
+{
+    return QStringLiteral("账号和密码不能为空！");
+}
+inline QString BadRights()
+{
+    return QStringLiteral("权限码必须为三位0或1！");
+}
+
+// While a new database is filled
+inline QString MakingIndexes()
+{
+    return QStringLiteral("正在建立索引");
+}
+
+} // namespace server::texts

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "server/Server.h"
+#include "server/accounts/LoginGuard.h"
+#include "server/storage/Connection.h"
+
+namespace server {
+
+// Who may log in: accounts, their passwords, and whom they stand for. Safe to use from any thread. Everything
+// raises wire::Error.
+class Accounts {
+public:
+    explicit Accounts(storage::ConnectionPool& pool)
+        : pool_(pool)
+    {
+    }
+
+    // The identity of the account; Login where account or password is wrong, without saying which.
+    wire::Identity Login(const QString& account, const QString& password, const QString& peer);
+    void Add(const NewAccount& account, wire::DateTime now);
+    void SetPassword(const QString& account, const QString& password);
+    void Remove(const QString& account);
+    std::vector<wire::Identity> List();
+    std::vector<DemoAccount> Demo();
+
+private:
+    storage::ConnectionPool& pool_;
+    LoginGuard guard_;
+};
+
+} // namespace server

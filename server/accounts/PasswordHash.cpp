@@ -1,0 +1,60 @@
+#include "server/accounts/PasswordHash.h"
+
+#include "server/Texts.h"
+#include "wire/Error.h"
+
+#include <sodium.h>
+
+#include <array>
+#include <semaphore>
+
+namespace server {
+namespace {
+
+// Two passes over 19 MiB: beyond what guessing machines like, yet bearable when a whole company logs in at
+// eight o'clock. No more than two at a time, so that logins never take the memory of the queries.
+constexpr unsigned long long kPasses = 2;
+constexpr size_t kMemory = 19 * 1024 * 1024;
+std::counting_semaphore<2> slots{2};
+
+class Slot {
+public:
+    Slot() { slots.acquire(); }
+    ~Slot() { slots.release(); }
+    Slot(const Slot&) = delete;
+    Slot& operator=(const Slot&) = delete;
+};
+
+void StartLibrary()
+{
+    static const int started = sodium_init();
+    if (started < 0)
+        throw wire::Error(wire::ErrorKind::Limit, texts::OutOfMemory());
+}
+
+} // namespace
+
+QString HashPassword(const QString& password)
+{
+    StartLibrary();
+    const Slot slot;
+    const QByteArray utf8 = password.toUtf8();
+    std::array<char, crypto_pwhash_STRBYTES> hash{};
+    if (crypto_pwhash_str_alg(hash.data(), utf8.constData(), static_cast<size_t>(utf8.size()), kPasses,
+            kMemory, crypto_pwhash_ALG_ARGON2ID13)
+        != 0)
+        throw wire::Error(wire::ErrorKind::Limit, texts::OutOfMemory());
+    return QString::fromLatin1(hash.data());
+}
+
+bool PasswordMatches(const QString& hash, const QString& password)
+{
+    StartLibrary();
+    const Slot slot;
+    const QByteArray utf8 = password.toUtf8();
+    return crypto_pwhash_str_verify(
+               hash.toLatin1().constData(), utf8.constData(), static_cast<size_t>(utf8.size()))
+        == 0;
+}
+
+} // namespace server

@@ -1,0 +1,100 @@
+#include "server/provider/AuditTrail.h"
+
+#include <charconv>
+#include <cmath>
+
+namespace server {
+namespace {
+
+void AppendText(std::string& text, std::string_view utf8)
+{
+    constexpr std::string_view kHex = "0123456789abcdef";
+    text += '"';
+    for (const char c : utf8) {
+        if (c == '"' || c == '\\') {
+            text += '\\';
+            text += c;
+        } else if (static_cast<unsigned char>(c) < 0x20) {
+            text += "\\u00";
+            text += kHex[static_cast<unsigned char>(c) >> 4];
+            text += kHex[c & 15];
+        } else {
+            text += c;
+        }
+    }
+    text += '"';
+}
+
+template <typename T> void AppendNumber(std::string& text, T number)
+{
+    char digits[32];
+    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    text.append(digits, end);
+}
+
+void AppendValue(std::string& text, const wire::Value& value)
+{
+    if (const auto* integer = std::get_if<qint64>(&value))
+        AppendNumber(text, *integer);
+    else if (const auto* number = std::get_if<double>(&value); number && std::isfinite(*number))
+        AppendNumber(text, *number);
+    else if (wire::IsNull(value))
+        text += "null";
+    else {
+        const QByteArray utf8 = wire::ToText(value).toUtf8();
+        AppendText(text, {utf8.constData(), static_cast<size_t>(utf8.size())});
+    }
+}
+
+} // namespace
+
+void AuditFields::AddName(std::string_view name)
+{
+    text_ += text_.empty() ? '{' : ',';
+    AppendText(text_, name);
+    text_ += ':';
+}
+
+void AuditFields::Add(std::string_view column, const wire::Value& original, const wire::Value& current)
+{
+    AddName(column);
+    text_ += '[';
+    AppendValue(text_, original);
+    text_ += ',';
+    AppendValue(text_, current);
+    text_ += ']';
+}
+
+void AuditFields::Add(std::string_view name, const wire::Value& value)
+{
+    AddName(name);
+    AppendValue(text_, value);
+}
+
+std::string_view AuditFields::Finish()
+{
+    text_ += text_.empty() ? "{}" : "}";
+    return text_;
+}
+
+AuditTrail::AuditTrail(storage::Database& database, const Caller& caller, const QString& table)
+    : insert_(
+        database.Prepare("insert into zelmor_audit(AUDIT_DATE, ACCOUNT, EMPLOYEE_NAME, PEER, TABLE_NAME, "
+                         "ACTION, ROW_KEY, FIELDS) values(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)"))
+{
+    insert_.BindInteger(1, caller.now.seconds);
+    insert_.Bind(2, caller.identity.account);
+    insert_.Bind(3, wire::TextValue(caller.identity.employeeName));
+    insert_.Bind(4, wire::TextValue(caller.peer));
+    insert_.Bind(5, table);
+}
+
+void AuditTrail::Write(std::string_view action, std::string_view key, std::string_view fields)
+{
+    insert_.BindUtf8(6, action);
+    insert_.BindUtf8(7, key);
+    insert_.BindUtf8(8, fields);
+    insert_.Execute();
+}
+
+} // namespace server

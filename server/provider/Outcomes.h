@@ -1,0 +1,21 @@
+#pragma once
+
+#include "server/storage/Sqlite.h"
+#include "wire/Messages.h"
+
+#include <optional>
+
+// What became of change logs, kept in the database by their names, so that one that is sent again (its answer
+// was lost) is answered and not applied.
+namespace server {
+
+// The remembered outcome. Raises wire::Error (Policy) where another account used the name. Call inside the
+// transaction that would apply the log.
+std::optional<wire::ApplyOutcome> FindOutcome(
+    storage::Database& database, const wire::ApplyName& name, const QString& account);
+void RememberOutcome(storage::Database& database, const wire::ApplyName& name, const QString& account,
+    const wire::ApplyOutcome& outcome);
+// Forgets what nobody will ask for any more: a connection that still repeats a save does so within minutes.
+void PruneOutcomes(storage::Database& database);
+
+} // namespace server

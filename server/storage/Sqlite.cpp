@@ -1,0 +1,210 @@
+#include "server/storage/Sqlite.h"
+
+#include "server/Texts.h"
+
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace storage {
+namespace {
+
+namespace texts = server::texts;
+
+constexpr int kBusyMilliseconds = 10'000;
+
+struct Fault {
+    wire::ErrorKind kind;
+    QString message;
+};
+
+Fault FaultOf(int code)
+{
+    using wire::ErrorKind;
+    switch (code & 0xff) {
+    case SQLITE_FULL:
+        return {ErrorKind::Storage, texts::DiskFull()};
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+        return {ErrorKind::Storage, texts::ReadOnly()};
+    case SQLITE_CANTOPEN:
+        return {ErrorKind::Storage, texts::CannotOpen()};
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+    case SQLITE_PROTOCOL:
+        return {ErrorKind::Storage, texts::Busy()};
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+        return {ErrorKind::Storage, texts::Damaged()};
+    case SQLITE_IOERR:
+        return {ErrorKind::Storage, texts::ReadFault()};
+    case SQLITE_NOMEM:
+    case SQLITE_TOOBIG:
+        return {ErrorKind::Limit, texts::OutOfMemory()};
+    case SQLITE_INTERRUPT:
+        return {ErrorKind::Limit, texts::Interrupted()};
+    case SQLITE_CONSTRAINT:
+        return {ErrorKind::Data, texts::ConstraintBroken()};
+    default:
+        // What is left comes from evaluating the statement: bad operands and the like.
+        return {ErrorKind::Data, texts::DatabaseError()};
+    }
+}
+
+} // namespace
+
+void RaiseError(sqlite3* database, int code, const QString& sqlText)
+{
+    const Fault fault = FaultOf(code);
+    const char* reason = database ? sqlite3_errmsg(database) : sqlite3_errstr(code);
+    throw wire::Error(fault.kind, u"%1（%2）"_s.arg(fault.message, QString::fromUtf8(reason)), sqlText);
+}
+
+Statement::Statement(sqlite3* database, std::string_view sql)
+{
+    const int code = sqlite3_prepare_v3(
+        database, sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT, &statement_, nullptr);
+    if (code != SQLITE_OK)
+        RaiseError(database, code, QString::fromUtf8(sql.data(), static_cast<qsizetype>(sql.size())));
+}
+
+Statement::Statement(Statement&& other) noexcept
+    : statement_(std::exchange(other.statement_, nullptr))
+{
+}
+
+Statement& Statement::operator=(Statement&& other) noexcept
+{
+    std::swap(statement_, other.statement_);
+    return *this;
+}
+
+Statement::~Statement()
+{
+    sqlite3_finalize(statement_);
+}
+
+void Statement::Bind(int parameter, const wire::Value& value)
+{
+    switch (value.index()) {
+    case 1: {
+        const QByteArray utf8 = std::get<QString>(value).toUtf8();
+        if (utf8.isEmpty())
+            sqlite3_bind_null(statement_, parameter);
+        else
+            sqlite3_bind_text64(statement_, parameter, utf8.constData(),
+                static_cast<sqlite3_uint64>(utf8.size()), SQLITE_TRANSIENT, SQLITE_UTF8);
+        break;
+    }
+    case 2:
+        sqlite3_bind_int64(statement_, parameter, std::get<qint64>(value));
+        break;
+    case 3:
+        sqlite3_bind_double(statement_, parameter, std::get<double>(value));
+        break;
+    case 4:
+        sqlite3_bind_int64(statement_, parameter, std::get<wire::DateTime>(value).seconds);
+        break;
+    default:
+        sqlite3_bind_null(statement_, parameter);
+    }
+}
+
+void Statement::BindUtf8(int parameter, std::string_view text)
+{
+    sqlite3_bind_text64(statement_, parameter, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8);
+}
+
+void Statement::BindBlob(int parameter, std::string_view bytes)
+{
+    sqlite3_bind_blob64(statement_, parameter, bytes.data(), bytes.size(), SQLITE_STATIC);
+}
+
+bool Statement::Step()
+{
+    const int code = sqlite3_step(statement_);
+    if (code == SQLITE_ROW)
+        return true;
+    if (code != SQLITE_DONE)
+        RaiseError(sqlite3_db_handle(statement_), code, QString::fromUtf8(sqlite3_sql(statement_)));
+    return false;
+}
+
+void Statement::Execute()
+{
+    const ResetGuard reset(*this);
+    while (Step()) { }
+}
+
+int Statement::TryStep()
+{
+    const int code = sqlite3_step(statement_);
+    if (code == SQLITE_DONE || code == SQLITE_ROW || (code & 0xff) == SQLITE_CONSTRAINT)
+        return code;
+    RaiseError(sqlite3_db_handle(statement_), code, QString::fromUtf8(sqlite3_sql(statement_)));
+}
+
+QString Statement::Text(int column) const
+{
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
+    return QString::fromUtf8(text, sqlite3_column_bytes(statement_, column));
+}
+
+QByteArray Statement::Blob(int column) const
+{
+    const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement_, column));
+    return {bytes, sqlite3_column_bytes(statement_, column)};
+}
+
+wire::Value Statement::Value(int column, wire::ColumnType type) const
+{
+    if (IsNull(column))
+        return {};
+    switch (type) {
+    case wire::ColumnType::Text:
+        return wire::TextValue(Text(column));
+    case wire::ColumnType::Integer:
+        return Integer(column);
+    case wire::ColumnType::Number:
+        return sqlite3_column_double(statement_, column);
+    case wire::ColumnType::DateTime:
+        return wire::DateTime{Integer(column)};
+    }
+    return {};
+}
+
+Database::Database(const QString& file, OpenMode mode)
+{
+    const bool fill = mode == OpenMode::Fill;
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (fill ? SQLITE_OPEN_CREATE : 0);
+    sqlite3* handle = nullptr;
+    const int code = sqlite3_open_v2(file.toUtf8().constData(), &handle, flags, nullptr);
+    handle_.reset(handle);
+    if (code != SQLITE_OK)
+        RaiseError(handle, code);
+    sqlite3_extended_result_codes(handle, 1);
+    sqlite3_busy_timeout(handle, kBusyMilliseconds);
+    if (fill)
+        Execute("pragma journal_mode=off; pragma synchronous=off; pragma locking_mode=exclusive;"
+                "pragma cache_size=-262144; pragma threads=2; pragma foreign_keys=off");
+    else
+        Execute("pragma journal_mode=wal; pragma synchronous=full; pragma cache_size=-16384;"
+                "pragma mmap_size=268435456; pragma temp_store=memory; pragma foreign_keys=off");
+}
+
+void Database::Execute(const char* sql)
+{
+    const int code = sqlite3_exec(Handle(), sql, nullptr, nullptr, nullptr);
+    if (code != SQLITE_OK)
+        RaiseError(Handle(), code, QString::fromUtf8(sql));
+}
+
+std::string Quoted(const QString& name)
+{
+    QString quoted = name;
+    quoted.replace(u'"', u"\"\""_s);
+    return '"' + quoted.toStdString() + '"';
+}
+
+} // namespace storage
