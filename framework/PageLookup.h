@@ -1,10 +1,12 @@
 #pragma once
 
 #include "runtime/data/DataSource.h"
+#include "runtime/data/SocketConnection.h"
 #include "runtime/ui/DBGrid.h"
 
 #include <QLineEdit>
 
+class QFrame;
 class QLabel;
 class QTimer;
 
@@ -21,17 +23,26 @@ QString CustomerPageQuery(const TPageRequest& request);
 
 // A box whose drop-down list comes from the server a page at a time: typing asks, after a short pause, for
 // the rows that begin with the text; Page Up and Page Down turn pages; Enter or a click takes the row; Esc
-// closes the list. A server's refusal is shown in the list's foot, and typing goes on.
+// closes the list. A text that is a row's code or name to the letter is that row when the box is left; any
+// other stays as typed. A server's refusal is shown in the list's foot, and typing goes on.
 class TDBPageLookup : public QLineEdit {
     Q_OBJECT
     Q_PROPERTY(QString Text READ Text WRITE SetText)
 public:
-    TDBPageLookup(QWidget* parent, const QString& name);
+    // Names of the columns by which rows are known and shown.
+    struct TFields {
+        QString key;
+        QString name;
+        std::vector<TColumnEh> columns;
+    };
+
+    TDBPageLookup(QWidget* parent, const QString& name, TFields fields);
     ~TDBPageLookup() override;
 
+    // The host's connection when none is set.
     void SetRemoteServer(TSocketConnectionEx* connection);
     // Only rows of this owning site; empty: every site.
-    void SetScope(const QString& site);
+    void SetScope(const QString& site) { scope_ = site; }
 
     // The name shown; setting it asks nothing.
     QString Text() const { return text(); }
@@ -43,11 +54,18 @@ public:
     TClientDataSetEx& ListDataSet() noexcept { return *list_; }
     TDBGridEh& ListGrid() noexcept { return *grid_; }
     bool ListVisible() const;
-    // Asks for the first page of what is typed, and shows it.
+    // Asks for the first page of what is typed, and shows it; after a row was taken, for the first page of
+    // all.
     void DropDown();
+    // Closes the list, taking its current row when `accept`.
     void CloseUp(bool accept);
     void NextPage();
     void PriorPage();
+    int Page() const noexcept
+    {
+        return static_cast<int>(pageStarts_.size());
+    } // 1…; 0 before the first question
+    // Why the last question got no rows; empty when it was answered.
     const QString& LastError() const noexcept { return lastError_; }
 
     int PauseMilliseconds = 250; // between the last key and the question
@@ -58,26 +76,36 @@ public:
 
 protected:
     virtual QString PageQuery(const TPageRequest& request) const = 0;
-    void SetFields(const QString& keyField, const QString& nameField, std::vector<TColumnEh> columns);
 
     void keyPressEvent(QKeyEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    bool LoadPage(const QString& afterKey);
+    bool HandleListKey(QKeyEvent* event);
+    void Enter();
+    void AskFirstPage(const QString& typed);
+    bool AskPage(const QString& afterKey);
+    void Take();
+    void TakeExactMatch();
     void ShowList();
     void ShowFoot();
 
+    TFields fields_;
     TClientDataSetEx* list_;
     TDataSource* source_;
-    QWidget* popup_;
+    QFrame* popup_;
     TDBGridEh* grid_;
     QLabel* foot_;
     QTimer* pause_;
-    QString keyField_, nameField_, scope_, keyValue_, lastError_;
-    std::vector<QString> pageStarts_; // key before each page up to the present one
-    TPageRequest shown_;
+    QString scope_;
+    QString keyValue_;
+    QString lastError_;
+    QString asked_; // what the present page was asked for
+    std::vector<QString> pageStarts_; // the key before each page up to the present one
+    bool typing_ = false; // the text was typed, and no row taken since
+    bool chosen_ = false; // the user moved in the list
 };
 
 class TDBPageLookup_Employee : public TDBPageLookup {

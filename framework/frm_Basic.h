@@ -29,7 +29,7 @@ public:
 
     bool Quiet = false; // no question about unsaved changes, no activation notices
 
-    TDataView* DataView() const noexcept { return dataView_; }
+    TDataView* DataView() const noexcept;
     // Another view than before becomes the target of the host's search at once.
     void SetDataView(TDataView* view);
     TClientDataSetEx* DataSet() const noexcept { return dataSet_; }
@@ -71,4 +71,5 @@ private:
     QPointer<TClientDataSetEx> dataSet_;
     QPointer<QAbstractButton> queryButton_;
     QPointer<QAbstractButton> saveButton_;
+    bool passingKeyOn_ = false;
 };

@@ -25,6 +25,10 @@ public:
 
     bool FormKeyDown(QKeyEvent* event) override;
 
+protected:
+    TCloseAction FormClose() override;
+    void showEvent(QShowEvent* event) override;
+
 private:
     void Copy();
 

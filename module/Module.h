@@ -5,10 +5,11 @@
 #include <QString>
 
 #include <cstdint>
+#include <string_view>
 
 // Start-up and shut-down of the library, and what its exported entry does. `StartUp` raises nothing: what the
-// host did not have ready is asked for again, and reported, by the first call that needs it.
-void StartUp();
+// host did not have ready is asked for again, and reported, by the next call of the entry.
+void StartUp() noexcept;
 void ShutDown() noexcept;
 
 // Binds the module to the host and opens the screen, or brings it forward. `hostData` holds the host's main
@@ -17,5 +18,5 @@ void ShutDown() noexcept;
 void OpenScreen(TApplication* application, TScreen* screen, const std::uintptr_t* hostData, int highIndex,
     const char* formName) noexcept;
 
-// "\WindowsIni\Zelmor.ini" in the folder of the running program.
+// "WindowsIni/Zelmor.ini" in the folder of the running program.
 QString SettingsFileName(const QString& exeName);

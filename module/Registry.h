@@ -8,7 +8,7 @@
 // One screen that the host may ask for by name.
 struct TScreenEntry {
     std::string_view name;
-    std::string_view rights; // given whatever the caller passed; empty: the caller's code
+    std::string_view rights{}; // given whatever the caller passed; empty: the caller's code
     Tfrm_Basic* (*create)(QObject* owner) = nullptr; // null: not built, and so not to be found
 };
 

@@ -28,8 +28,9 @@ struct TPastedNumbers {
     QString complaint; // what to tell the user; empty when all is well
 };
 
+// Any of CR LF, CR and LF ends a line; blank lines inside the text are items too.
 TPastedNumbers ParsePastedNumbers(const QString& memoText, const TPasteRule& rule = {});
-// The same on a memo: tells the complaint, or puts the text back. Returns the list.
+// The same on a memo; tells the complaint. Returns the list.
 QString PastedNumberList(QPlainTextEdit& memo, const TPasteRule& rule = {});
 
 struct TDateRangeFault {

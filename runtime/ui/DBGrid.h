@@ -21,43 +21,43 @@ enum class TColumnStyle { Text, CheckBox, PickList, KeyPickList, Lookup, DateTim
 
 struct TFooter {
     TFooterValueType valueType = TFooterValueType::None;
-    QString value;                               // static text
+    QString value{}; // static text
     TAlignment alignment = TAlignment::Left;
 };
 
 // A column of a drop-down list.
 struct TLookupColumn {
-    QString field;
-    QString title;
-    int width = 100;  // pixels at 96 dpi
+    QString field{};
+    QString title{};
+    int width = 100; // pixels at 96 dpi
 };
 
 // What a column that is chosen from another dataset's rows needs.
 struct TLookupParams {
     TDataSource* listSource = nullptr;
-    QString keyField;                 // what is stored
-    QString listField;                // what is shown; the same where empty
-    std::vector<TLookupColumn> columns;
+    QString keyField{}; // what is stored
+    QString listField{}; // what is shown; the same where empty
+    std::vector<TLookupColumn> columns{};
     // Extra fields whose beginning may also be typed (codes).
-    QStringList searchFields;
+    QStringList searchFields{};
 };
 
 // One column of a grid. Title levels are separated by "|": "商品信息|名称".
 struct TColumnEh {
-    QString fieldName;
-    QString title;
-    int width = 80;                   // pixels at 96 dpi
+    QString fieldName{};
+    QString title{};
+    int width = 80; // pixels at 96 dpi
     bool visible = true;
     bool readOnly = false;
     bool titleButton = false;
     TSortMarker sortMarker = TSortMarker::None;
     TAlignment alignment = TAlignment::Left;
     TColumnStyle style = TColumnStyle::Text;
-    QStringList pickList;             // texts offered (PickList: also stored)
-    QStringList keyList;              // KeyPickList, CheckBox: stored values, parallel to pickList
-    TLookupParams lookup;
-    std::vector<TFooter> footers;
-    QString displayFormat;            // date-times: "yyyy-mm-dd hh:nn:ss" pattern; numbers: decimals as "0.00"
+    QStringList pickList{}; // texts offered (PickList: also stored)
+    QStringList keyList{}; // KeyPickList, CheckBox: stored values, parallel to pickList
+    TLookupParams lookup{};
+    std::vector<TFooter> footers{};
+    QString displayFormat{}; // date-times: "yyyy-mm-dd hh:nn:ss" pattern; numbers: decimals as "0.00"
     bool numericOnly = false;
 };
 
@@ -103,12 +103,12 @@ public:
     void SetColumns(std::vector<TColumnEh> columns);
     int ColumnCount() const noexcept;
     const TColumnEh& Column(int index) const;
-    int ColumnIndex(QStringView fieldName) const noexcept;      // first by field name, case-insensitive; -1
+    int ColumnIndex(QStringView fieldName) const noexcept; // first by field name, case-insensitive; -1
     void ModifyColumn(int index, const std::function<void(TColumnEh&)>& change);
     void MoveColumn(int from, int to);
 
-    bool ReadOnly = false;          // no cell may be edited
-    bool AllowInsert = false;       // rows by keyboard; the data view's grid has neither
+    bool ReadOnly = false; // no cell may be edited
+    bool AllowInsert = false; // rows by keyboard; the data view's grid has neither
     bool AllowDelete = false;
     void SetFrozenCols(int count);
     int FrozenCols() const noexcept;
@@ -158,8 +158,8 @@ public:
     std::function<void(int column)> OnTitleBtnClick;
     std::function<void(const TColumnEh& column)> OnCellClick;
     std::function<void()> OnDblClick;
-    std::function<void(QKeyEvent* event)> OnKeyDown;      // accept the event to eat it
-    std::function<bool(int column)> OnColExit;            // false keeps the column
+    std::function<void(QKeyEvent* event)> OnKeyDown; // accept the event to eat it
+    std::function<bool(int column)> OnColExit; // false keeps the column
     std::function<void()> OnColEnter;
 
 Q_SIGNALS:

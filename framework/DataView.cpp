@@ -1,0 +1,146 @@
+#include "framework/DataView.h"
+
+#include "framework/DataViewLayout.h"
+#include "module/data/LayoutStorage.h"
+
+#include <QLabel>
+#include <QPainter>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr QColor kFooterColor(0xDD, 0xDD, 0xFF);
+constexpr QColor kEvenRowColor(0xDD, 0xDD, 0xFF);
+constexpr QColor kOddRowColor(0xC4, 0xC4, 0xFF);
+constexpr int kFooterRows = 2;
+constexpr QPoint kRowNumberOffset(3, 2); // from the cell's upper left corner, in pixels
+
+} // namespace
+
+TDataView::TDataView(QWidget* parent, const QString& name)
+    : QFrame(parent)
+    , DataViewGrid(new TDBGridEh(this, u"DataViewGrid"_s))
+    , DataViewPrint(new TPrintDBGridEh(DataViewGrid, u"DataViewPrint"_s))
+    , DS(new TDataSource(this, u"DS"_s))
+    , Panel1(new QLabel(u"在这里描述您下面的表的意义"_s, this))
+{
+    setObjectName(name);
+    Panel1->setObjectName(u"Panel1"_s);
+    Panel1->setAlignment(Qt::AlignCenter);
+    Panel1->hide();
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(Panel1);
+    layout->addWidget(DataViewGrid, 1);
+    setFocusProxy(DataViewGrid);
+
+    QFont gridFont(u"宋体"_s);
+    gridFont.setPixelSize(12);
+    DataViewGrid->setFont(gridFont);
+    DataViewGrid->setAccessibleName(u"列表"_s);
+    DataViewGrid->AllowInsert = false;
+    DataViewGrid->AllowDelete = false;
+    DataViewGrid->SetFooterRowCount(kFooterRows);
+    DataViewGrid->SetFooterColor(kFooterColor);
+    DataViewGrid->SetSortLocal(true);
+    DataViewGrid->SetSumListActive(true);
+    DataViewGrid->SetDataSource(DS);
+
+    DataViewGrid->OnGetCellParams = [this](const TColumnEh& column, int viewRow, TCellParams& params) {
+        DataViewGridGetCellParams(column, viewRow, params);
+    };
+    DataViewGrid->OnDrawColumnCell = [this](QPainter& painter, const QRect& rect, int column, int viewRow) {
+        return DataViewGridDrawColumnCell(painter, rect, column, viewRow);
+    };
+    DataViewGrid->OnTitleBtnClick = [this](int column) { DataViewGridTitleBtnClick(column); };
+    DS->OnStateChange = [this] { DSStateChange(); };
+}
+
+TDataView::~TDataView()
+{
+    DS->OnStateChange = nullptr;
+    if (LayoutStorage && !layoutSection_.isEmpty())
+        WriteLayout(*DataViewGrid, *LayoutStorage, layoutSection_);
+}
+
+void TDataView::SetStriped(bool on)
+{
+    striped_ = on;
+    DataViewGrid->viewport()->update();
+}
+
+void TDataView::Loaded()
+{
+    layoutSection_ = LayoutSection(*DataViewGrid);
+    if (LayoutStorage)
+        ReadLayout(*DataViewGrid, *LayoutStorage, layoutSection_);
+    PrepareFooters();
+}
+
+void TDataView::PrepareFooters()
+{
+    bool counted = false;
+    for (int i = 0; i < DataViewGrid->ColumnCount(); ++i) {
+        const TColumnEh& column = DataViewGrid->Column(i);
+        if (!column.visible)
+            continue;
+        const bool counts = !counted && !column.fieldName.isEmpty();
+        counted = counted || counts;
+        DataViewGrid->ModifyColumn(i, [&](TColumnEh& changed) {
+            changed.titleButton = true;
+            if (counts) {
+                changed.footers = {{TFooterValueType::StaticText, u"记录数"_s, TAlignment::Center},
+                    {TFooterValueType::Count, {}, TAlignment::Center}};
+            }
+        });
+    }
+}
+
+void TDataView::DataViewGridGetCellParams(const TColumnEh&, int viewRow, TCellParams& params)
+{
+    if (striped_)
+        params.background = (viewRow + 1) % 2 == 0 ? kEvenRowColor : kOddRowColor;
+}
+
+bool TDataView::DataViewGridDrawColumnCell(QPainter& painter, const QRect& rect, int column, int viewRow)
+{
+    const TClientDataSetEx* dataSet = DataViewGrid->DataSet();
+    if (DataViewGrid->Column(column).title != u"序号" || !DataViewGrid->SumListActive() || !dataSet
+        || dataSet->IsEmpty() || viewRow < 0)
+        return false;
+    const QPoint origin = rect.topLeft() + kRowNumberOffset;
+    painter.drawText(
+        QRect(origin, rect.bottomRight()), Qt::AlignLeft | Qt::AlignTop, QString::number(viewRow + 1));
+    return true;
+}
+
+void TDataView::DataViewGridTitleBtnClick(int)
+{
+    DataViewGrid->ClearSelectedRows();
+}
+
+void TDataView::DSStateChange()
+{
+    TClientDataSetEx* dataSet = DS->DataSet();
+    const TDataSetState state = dataSet ? dataSet->State() : TDataSetState::Inactive;
+    const bool editing = state == TDataSetState::Edit || state == TDataSetState::Insert;
+    // Sorting would carry the row being edited away from under its editor.
+    if (DataViewGrid->SortLocal() == editing)
+        DataViewGrid->SetSortLocal(!editing);
+    if (editing || !dataSet || !dataSet->ControlsDisabled())
+        return;
+    // Switched off by a walk over the rows that is still under way, they are that walk's to switch on again;
+    // still off once it has returned, they were left behind.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            TClientDataSetEx* current = DS->DataSet();
+            while (current && current->ControlsDisabled() && current->State() != TDataSetState::Edit
+                && current->State() != TDataSetState::Insert)
+                current->EnableControls();
+        },
+        Qt::QueuedConnection);
+}

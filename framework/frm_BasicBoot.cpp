@@ -1,0 +1,33 @@
+#include "framework/frm_BasicBoot.h"
+
+#include "module/data/LayoutStorage.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+Tfrm_BasicBoot::Tfrm_BasicBoot(QObject* owner, const QString& name)
+    : Tfrm_Basic(owner, name)
+    , Prop(new TPropStorageEh(this, u"Prop"_s))
+{
+}
+
+void Tfrm_BasicBoot::FormCreate()
+{
+    Tfrm_Basic::FormCreate();
+    Prop->SetStorageManager(LayoutStorage);
+}
+
+void Tfrm_BasicBoot::showEvent(QShowEvent* event)
+{
+    if (!loaded_ && Prop->Active)
+        Prop->Load();
+    loaded_ = true;
+    Tfrm_Basic::showEvent(event);
+}
+
+TCloseAction Tfrm_BasicBoot::FormClose()
+{
+    const TCloseAction action = Tfrm_Basic::FormClose();
+    if (action == TCloseAction::Free && Prop->Active)
+        Prop->Save();
+    return action;
+}

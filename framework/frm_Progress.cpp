@@ -1,0 +1,83 @@
+#include "framework/frm_Progress.h"
+
+#include "runtime/ui/Application.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QLabel>
+#include <QProgressBar>
+#include <QVBoxLayout>
+#include <QWindow>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int kExposeMilliseconds = 200;
+
+} // namespace
+
+Tfrm_Progress::Tfrm_Progress(QObject* owner, const QString& caption)
+    : TForm(owner, u"frm_Progress"_s)
+    , Label1(new QLabel(this))
+    , Label2(new QLabel(this))
+    , ProgressBar1(new QProgressBar(this))
+{
+    SetCaption(caption);
+    setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint);
+    Label1->setObjectName(u"Label1"_s);
+    Label2->setObjectName(u"Label2"_s);
+    ProgressBar1->setObjectName(u"ProgressBar1"_s);
+    ProgressBar1->setTextVisible(false);
+    ProgressBar1->setAccessibleName(caption);
+    Label2->setAlignment(Qt::AlignRight);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(Label1);
+    layout->addWidget(ProgressBar1);
+    layout->addWidget(Label2);
+    setMinimumWidth(fontMetrics().averageCharWidth() * 60);
+}
+
+void Tfrm_Progress::Start(const QString& text, int total)
+{
+    ProgressBar1->setRange(0, total);
+    Step(text, 0);
+    Show();
+    if (const QWidget* form = Application ? Application->MainForm() : nullptr)
+        move(form->window()->frameGeometry().center() - rect().center());
+    // The window system must have shown the window before the action takes the thread; later steps repaint it
+    // without letting any other event in.
+    const QDeadlineTimer deadline(kExposeMilliseconds);
+    while (!(windowHandle() && windowHandle()->isExposed()) && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, 10);
+    repaint();
+}
+
+void Tfrm_Progress::Step(const QString& text, int done)
+{
+    Label1->setText(text);
+    Label2->setText(u"%1 / %2"_s.arg(done).arg(Total()));
+    ProgressBar1->setValue(done);
+    if (isVisible())
+        repaint();
+}
+
+void Tfrm_Progress::Finish(const QString& text)
+{
+    Step(text, Total());
+}
+
+QString Tfrm_Progress::Text() const
+{
+    return Label1->text();
+}
+
+int Tfrm_Progress::Done() const
+{
+    return ProgressBar1->value();
+}
+
+int Tfrm_Progress::Total() const
+{
+    return ProgressBar1->maximum();
+}

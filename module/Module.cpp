@@ -1,0 +1,125 @@
+#include "module/Module.h"
+
+#include "module/Registry.h"
+#include "module/data/LayoutStorage.h"
+#include "module/data/PerlRegEx.h"
+#include "module/data/dm_BasicData.h"
+#include "module/data/dm_GlobalData.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QPointer>
+
+#include <array>
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr size_t kRightsLength = 3;
+
+// Weak: at the end of the process the host's objects may be gone before the library is.
+QPointer<TApplication> savedApplication;
+QPointer<TScreen> savedScreen;
+
+QString DllCaption()
+{
+    return u"DLL调用"_s;
+}
+
+void TellProblem(const QString& message)
+{
+    if (Application && Application->MainForm())
+        Application->MessageBox(u"详细："_s + message, u"设置文件"_s, TMessageIcon::Warning);
+}
+
+void BindConnections(const std::array<TSocketConnectionEx*, 2>& connections)
+{
+    TSocketConnectionEx* host = connections[0];
+    if (host == dm_BasicData->HostConnection)
+        return;
+    dm_BasicData->HostConnection = host;
+    dm_GlobalData->QueryConnection = connections[1];
+    for (TClientDataSetEx* command : {dm_BasicData->comm, dm_BasicData->comm1, dm_BasicData->comm2})
+        command->SetRemoteServer(host);
+}
+
+void ShowScreen(std::string_view formName)
+{
+    const size_t nameLength = formName.size() > kRightsLength ? formName.size() - kRightsLength : 0;
+    const TScreenEntry* entry = FindScreen(formName.substr(0, nameLength));
+    if (!entry) {
+        Application->MessageBox(u"详细：此窗体不存在！"_s, DllCaption(), TMessageIcon::Error);
+        return;
+    }
+    Tfrm_Basic*& variable = ScreenVariable(*entry);
+    if (!variable) {
+        variable = entry->create(Application);
+        const std::string_view rights = entry->rights.empty() ? formName.substr(nameLength) : entry->rights;
+        variable->SetRights(QLatin1StringView(rights.data(), static_cast<qsizetype>(rights.size())));
+        variable->SetFormVar(&variable);
+    }
+    variable->Show();
+}
+
+} // namespace
+
+QString SettingsFileName(const QString& exeName)
+{
+    return QFileInfo(exeName).absolutePath() + u"/WindowsIni/Zelmor.ini"_s;
+}
+
+void StartUp() noexcept
+{
+    savedScreen = Screen;
+    savedApplication = Application;
+    dm_BasicData = new Tdm_BasicData;
+    dm_GlobalData = new Tdm_GlobalData;
+    try {
+        dm_GlobalData->DataModuleCreate();
+    } catch (const std::exception&) {
+        // There is no call yet that could tell the user: the first one asks again.
+    }
+    LayoutStorage = new TIniPropStorageManEh;
+    LayoutStorage->OnProblem = TellProblem;
+    LayoutStorage->SetIniFileName(
+        SettingsFileName(Application ? Application->ExeName() : QCoreApplication::applicationFilePath()));
+}
+
+void ShutDown() noexcept
+{
+    // Whatever is still open would run code that is about to be unmapped.
+    if (QCoreApplication::instance()) {
+        for (const TScreenEntry& entry : ScreenTable())
+            delete ScreenVariable(entry);
+    }
+    Screen = savedScreen;
+    Application = savedApplication;
+    ReleaseSharedRegEx();
+    delete std::exchange(dm_BasicData, nullptr);
+    delete std::exchange(dm_GlobalData, nullptr);
+    delete std::exchange(LayoutStorage, nullptr);
+}
+
+void OpenScreen(TApplication* application, TScreen* screen, const std::uintptr_t* hostData, int highIndex,
+    const char* formName) noexcept
+{
+    const auto tell = [](const QString& message) {
+        Application->MessageBox(
+            u"详细：因为"_s + message + u"调用失败！"_s, DllCaption(), TMessageIcon::Error);
+    };
+    Application = application;
+    Screen = screen;
+    Guarded(
+        [&] {
+            std::array<TSocketConnectionEx*, 2> connections{};
+            for (int i = 0; i <= highIndex && i < static_cast<int>(connections.size()); ++i)
+                connections[static_cast<size_t>(i)] = reinterpret_cast<TSocketConnectionEx*>(hostData[i]);
+            BindConnections(connections);
+            if (!dm_GlobalData->Ready())
+                dm_GlobalData->DataModuleCreate();
+            ShowScreen(formName ? formName : "");
+        },
+        tell);
+}

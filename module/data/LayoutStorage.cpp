@@ -1,0 +1,3 @@
+#include "module/data/LayoutStorage.h"
+
+TIniPropStorageManEh* LayoutStorage = nullptr;
