@@ -36,20 +36,20 @@ public:
     int Size() const noexcept;
 
     bool IsNull() const;
-    QString AsString() const;          // null: empty; date-times "yyyy-mm-dd hh:mm:ss"
-    qint64 AsInteger() const;          // null: 0; text that is no number raises wire::Error (Data)
-    double AsFloat() const;            // null: 0
+    QString AsString() const; // null: empty; date-times "yyyy-mm-dd hh:mm:ss"
+    qint64 AsInteger() const; // null: 0; text that is no number raises wire::Error (Data)
+    double AsFloat() const; // null: 0
     wire::DateTime AsDateTime() const; // null: 1899-12-30 00:00:00
     wire::Value Value() const;
     // As the row was before this edit began being posted: as read from the server, or last merged.
     wire::Value OldValue() const;
 
-    void SetAsString(const QString& text);  // empty: null; read by the column's type
+    void SetAsString(const QString& text); // empty: null; read by the column's type
     void SetAsInteger(qint64 value);
     void SetAsFloat(double value);
     void SetAsDateTime(wire::DateTime value);
     void SetValue(const wire::Value& value);
-    void Clear();                           // null
+    void Clear(); // null
 
 private:
     friend class TClientDataSetEx;
@@ -65,8 +65,8 @@ enum class TRowStatus : quint8 { Unmodified, Modified, Inserted, Deleted };
 
 // Rows in memory with a change log. See docs/runtime.md for the model.
 //
-// Rows read from the server stay in their columns; edits lie beside them. "View rows" count from 0 through the
-// rows that the filter passes, in the order of the active index; `RecNo` counts the same rows from 1.
+// Rows read from the server stay in their columns; edits lie beside them. "View rows" count from 0 through
+// the rows that the filter passes, in the order of the active index; `RecNo` counts the same rows from 1.
 class RUNTIME_EXPORT TClientDataSetEx : public QObject {
     Q_OBJECT
 public:
@@ -102,9 +102,9 @@ public:
     void CopyDelta(const TClientDataSetEx& other, bool rejectedOnly = false);
 
     TDataSetState State() const noexcept;
-    bool IsEmpty() const noexcept;         // no view rows
-    int RecordCount() const noexcept;      // view rows
-    int RecNo() const noexcept;            // 1…; 0 when empty
+    bool IsEmpty() const noexcept; // no view rows
+    int RecordCount() const noexcept; // view rows
+    int RecNo() const noexcept; // 1…; 0 when empty
     void SetRecNo(int recNo);
     bool Bof() const noexcept;
     bool Eof() const noexcept;
@@ -112,9 +112,9 @@ public:
     int FieldCount() const noexcept;
     TField& Field(int index);
     const wire::ColumnInfo& FieldInfo(int index) const;
-    TField* FindField(QStringView name) const noexcept;    // case-insensitive; nullptr when absent
-    TField& FieldByName(QStringView name) const;           // raises wire::Error (Usage) naming the field
-    int FieldIndex(QStringView name) const noexcept;       // -1 when absent
+    TField* FindField(QStringView name) const noexcept; // case-insensitive; nullptr when absent
+    TField& FieldByName(QStringView name) const; // raises wire::Error (Usage) naming the field
+    int FieldIndex(QStringView name) const noexcept; // -1 when absent
 
     void First();
     void Prior();
@@ -127,21 +127,21 @@ public:
     bool BookmarkValid(TBookmark bookmark) const noexcept;
 
     // Moves to the first row whose fields (separated by ";") equal the values; false and no move when none.
-    bool Locate(const QString& fieldNames, const std::vector<wire::Value>& values, bool caseInsensitive = false,
-        bool partialKey = false);
+    bool Locate(const QString& fieldNames, const std::vector<wire::Value>& values,
+        bool caseInsensitive = false, bool partialKey = false);
 
     void Append();
     void Insert();
-    void Edit();    // nothing when already editing
-    void Post();    // nothing in browse state
+    void Edit(); // nothing when already editing
+    void Post(); // nothing in browse state
     void Cancel();
     void Delete();
     // Edit, set, post in one step for callers that change one field.
     void SetFieldAndPost(const QString& fieldName, const wire::Value& value);
 
     // A condition over one row in the style of SQL: comparisons (=, <>, <, <=, >, >=, like) of fields with
-    // literals, "is null", "is not null", and/or/not, parentheses. Raises wire::Error (Usage) with the position
-    // of what cannot be read.
+    // literals, "is null", "is not null", and/or/not, parentheses. Raises wire::Error (Usage) with the
+    // position of what cannot be read.
     void SetFilter(const QString& condition);
     const QString& Filter() const noexcept;
     void SetFiltered(bool on);
@@ -153,7 +153,7 @@ public:
     // collation order, nulls first ascending. Adding an index under a name in use replaces it.
     void AddIndex(const QString& name, const QString& fields, const QString& descendingFields = {});
     void DeleteIndex(const QString& name);
-    void SetIndexName(const QString& name);    // empty: the order in which rows came
+    void SetIndexName(const QString& name); // empty: the order in which rows came
     const QString& IndexName() const noexcept;
     QString IndexFields(const QString& name) const;
     QString IndexDescendingFields(const QString& name) const;
@@ -165,19 +165,21 @@ public:
 
     // The change log.
     int ChangeCount() const noexcept;
-    TRowStatus UpdateStatus() const;            // of the current row
+    TRowStatus UpdateStatus() const; // of the current row
     // Sends the log; accepted rows leave it, refused ones stay with reason and present values. Raises one
     // wire::Error (Conflict) after that when any row was refused, and the transport's error when the outcome
     // is unknown: the log is then kept whole, and the next call sends it under the same name, so that nothing
     // is applied twice. maxErrors: -1 every row on its own; N >= 0: more than N refusals undo all.
     // Posts a pending edit first. Does nothing on an empty log.
     void ApplyUpdates(int maxErrors = -1);
-    void MergeChangeLog();      // present values become the originals; the log is empty
-    void CancelUpdates();       // back to the originals
-    bool UndoCurrentRow();      // the current row back to its original; false when it was not changed
+    void MergeChangeLog(); // present values become the originals; the log is empty
+    void CancelUpdates(); // back to the originals
+    bool UndoCurrentRow(); // the current row back to its original; false when it was not changed
     // Of the current row after a refused save: why, and what the server holds now.
     QString RejectReason() const;
     bool WasRejected() const;
+    bool ServerHasRow() const;
+    wire::Value ServerValue(int field) const;
 
     // Reading beside the cursor, for views: any view row, no cursor movement.
     bool ViewIsNull(int viewRow, int field) const;
@@ -185,12 +187,12 @@ public:
     wire::Value ViewValue(int viewRow, int field) const;
     qint64 ViewInteger(int viewRow, int field) const;
     TBookmark ViewBookmark(int viewRow) const;
-    int ViewRowOf(TBookmark bookmark) const;    // -1 when not in view
+    int ViewRowOf(TBookmark bookmark) const; // -1 when not in view
     TRowStatus ViewStatus(int viewRow) const;
     // Exact sum over every view row, as a decimal text without trailing zeros; nulls count nothing.
     QString Sum(int field) const;
 
-    size_t MemoryUse() const noexcept;  // bytes held for rows, edits and orders
+    size_t MemoryUse() const noexcept; // bytes held for rows, edits and orders
 
     // Handlers. "Before" handlers refuse by Abort(); the row then stays as it was (in edit, for BeforePost).
     std::function<void()> BeforeOpen, AfterOpen, BeforeClose, AfterClose;
@@ -204,10 +206,10 @@ public:
 
 Q_SIGNALS:
     void StateChanged(TDataSetState state);
-    void DataReset();                        // everything may differ: opened, closed, sorted, filtered, merged
-    void CursorMoved();                      // the current row is another one
-    void RowChanged(int viewRow);            // some fields of the row changed
-    void FieldChanged(int field);            // of the current row, while editing
+    void DataReset(); // everything may differ: opened, closed, sorted, filtered, merged
+    void CursorMoved(); // the current row is another one
+    void RowChanged(int viewRow); // some fields of the row changed
+    void FieldChanged(int field); // of the current row, while editing
     void RowInserted(int viewRow);
     void RowRemoved(int viewRow);
     void UpdateRecordRequested();

@@ -1,0 +1,643 @@
+#include "runtime/data/ClientDataSetPrivate.h"
+#include "runtime/data/SocketConnection.h"
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+void Run(const std::function<void()>& handler)
+{
+    if (handler)
+        handler();
+}
+
+} // namespace
+
+// Takes a query's rows into the store as they arrive.
+class TClientDataSetEx::Private::OpeningSink final : public wire::ReplySink {
+public:
+    explicit OpeningSink(Private& target)
+        : target_(target)
+    {
+    }
+    void Columns(std::vector<wire::ColumnInfo> infos) override
+    {
+        target_.Begin(std::move(infos));
+        described_ = true;
+    }
+    void Rows(std::vector<wire::Column> block) override { target_.rows.Adopt(std::move(block)); }
+    bool Described() const noexcept { return described_; }
+
+private:
+    Private& target_;
+    bool described_ = false;
+};
+
+EAbort::~EAbort() = default;
+
+void Abort()
+{
+    throw EAbort();
+}
+
+void RaiseUsage(const QString& message)
+{
+    throw wire::Error(wire::ErrorKind::Usage, message);
+}
+
+QStringList SplitFieldNames(const QString& fieldNames)
+{
+    QStringList parts;
+    for (const QString& part : fieldNames.split(u';', Qt::SkipEmptyParts))
+        if (const QString name = part.trimmed(); !name.isEmpty())
+            parts.append(name);
+    return parts;
+}
+
+TClientDataSetEx::TClientDataSetEx(QObject* owner, const QString& name)
+    : QObject(owner)
+    , d_(std::make_unique<Private>(this))
+{
+    setObjectName(name);
+}
+
+TClientDataSetEx::~TClientDataSetEx() = default;
+
+void TClientDataSetEx::SetRemoteServer(TSocketConnectionEx* connection)
+{
+    d_->connection = connection;
+}
+
+TSocketConnectionEx* TClientDataSetEx::RemoteServer() const noexcept
+{
+    return d_->connection;
+}
+
+void TClientDataSetEx::SetCommandText(const QString& sqlText)
+{
+    if (sqlText == d_->commandText)
+        return;
+    if (Active())
+        RaiseUsage(u"数据集已打开，不能更改命令文本！"_s);
+    d_->commandText = sqlText;
+}
+
+const QString& TClientDataSetEx::CommandText() const noexcept
+{
+    return d_->commandText;
+}
+
+// --- Opening and closing ---
+
+void TClientDataSetEx::Open()
+{
+    if (Active())
+        return;
+    if (!d_->connection)
+        RaiseUsage(u"数据集没有连接应用服务器！"_s);
+    if (d_->commandText.isEmpty())
+        RaiseUsage(u"数据集没有命令文本！"_s);
+    Run(BeforeOpen);
+    try {
+        wire::Request request;
+        request.kind = wire::RequestKind::Query;
+        request.text = d_->commandText;
+        Private::OpeningSink sink(*d_);
+        d_->connection->Send(request, sink);
+        if (!sink.Described())
+            throw wire::Error(wire::ErrorKind::Protocol, u"服务器没有返回列说明！"_s, d_->commandText);
+        d_->FinishOpen();
+    } catch (...) {
+        d_->Abandon();
+        throw;
+    }
+    Run(AfterOpen);
+    if (d_->cursor >= 0)
+        Run(AfterScroll);
+}
+
+void TClientDataSetEx::Close() noexcept
+{
+    if (!Active())
+        return;
+    try {
+        Run(BeforeClose);
+    } catch (...) {
+        // A close cannot be refused: the rows go, whatever the handler thinks.
+    }
+    d_->Abandon();
+    try {
+        Run(AfterClose);
+    } catch (...) {
+    }
+}
+
+bool TClientDataSetEx::Active() const noexcept
+{
+    return d_->state != TDataSetState::Inactive;
+}
+
+qint64 TClientDataSetEx::Execute()
+{
+    if (!d_->connection)
+        RaiseUsage(u"数据集没有连接应用服务器！"_s);
+    wire::Request request;
+    request.kind = wire::RequestKind::Execute;
+    request.text = d_->commandText;
+    NoRows sink;
+    return d_->connection->Send(request, sink).rowCount;
+}
+
+void TClientDataSetEx::Refresh()
+{
+    Close();
+    Open();
+}
+
+void TClientDataSetEx::CreateDataSet(std::vector<wire::ColumnInfo> columns)
+{
+    wire::RowSet rows;
+    rows.infos = std::move(columns);
+    for (const wire::ColumnInfo& info : rows.infos)
+        rows.columns.emplace_back(info.type);
+    OpenRows(std::move(rows));
+}
+
+void TClientDataSetEx::OpenRows(wire::RowSet rows)
+{
+    Close();
+    Run(BeforeOpen);
+    try {
+        d_->Begin(std::move(rows.infos));
+        d_->rows.Adopt(std::move(rows.columns));
+        d_->FinishOpen();
+    } catch (...) {
+        d_->Abandon();
+        throw;
+    }
+    Run(AfterOpen);
+    if (d_->cursor >= 0)
+        Run(AfterScroll);
+}
+
+void TClientDataSetEx::Private::Begin(std::vector<wire::ColumnInfo> infos)
+{
+    if (!rows.Begin(std::move(infos)))
+        return;
+    names.Build(rows.Infos());
+    fields.clear();
+    fields.reserve(rows.Infos().size());
+    for (int i = 0; i < rows.FieldCount(); ++i)
+        fields.push_back(TField(q, i));
+}
+
+void TClientDataSetEx::Private::FinishOpen()
+{
+    ++generation;
+    state = TDataSetState::Browse; // not announced before everything is in place
+    if (indexName.isEmpty() && !filtered) {
+        view.SetAll(rows.RowCount());
+        MoveTo(rows.RowCount() > 0 ? 0 : -1, true, rows.RowCount() == 0);
+    } else {
+        if (filtered)
+            filter.Bind(rows, names);
+        for (const SortKey& key : ActiveKeys())
+            if (key.field < 0)
+                indexName.clear(); // an order over fields that this result lacks
+        RebuildView(kNoRow);
+    }
+    SetState(TDataSetState::Browse);
+    NotifyReset();
+    NotifyMoved();
+}
+
+void TClientDataSetEx::Private::Abandon() noexcept
+{
+    ++generation;
+    const bool wasOpen = state != TDataSetState::Inactive;
+    rows.Clear();
+    view.SetAll(0);
+    cursor = -1;
+    bof = eof = true;
+    editRow = rowBeforeInsert = kNoRow;
+    pending.Clear();
+    modified = false;
+    ranks.Clear();
+    lookup.Clear();
+    unresolved.reset();
+    SetState(TDataSetState::Inactive);
+    if (wasOpen) {
+        NotifyReset();
+        NotifyMoved();
+    }
+}
+
+TDataSetState TClientDataSetEx::State() const noexcept
+{
+    return d_->state;
+}
+
+// --- Fields ---
+
+int TClientDataSetEx::FieldCount() const noexcept
+{
+    return Active() ? d_->rows.FieldCount() : 0;
+}
+
+TField& TClientDataSetEx::Field(int index)
+{
+    if (index < 0 || index >= FieldCount())
+        RaiseUsage(u"数据集“%1”没有第%2个字段！"_s.arg(objectName()).arg(index));
+    return d_->fields[static_cast<size_t>(index)];
+}
+
+const wire::ColumnInfo& TClientDataSetEx::FieldInfo(int index) const
+{
+    if (index < 0 || index >= FieldCount())
+        RaiseUsage(u"数据集“%1”没有第%2个字段！"_s.arg(objectName()).arg(index));
+    return d_->rows.Infos()[static_cast<size_t>(index)];
+}
+
+int TClientDataSetEx::FieldIndex(QStringView name) const noexcept
+{
+    return Active() ? d_->names.Find(d_->rows.Infos(), name) : -1;
+}
+
+TField* TClientDataSetEx::FindField(QStringView name) const noexcept
+{
+    const int index = FieldIndex(name);
+    return index < 0 ? nullptr : &d_->fields[static_cast<size_t>(index)];
+}
+
+TField& TClientDataSetEx::FieldByName(QStringView name) const
+{
+    if (TField* const field = FindField(name))
+        return *field;
+    d_->RequireActive();
+    RaiseUsage(u"数据集“%1”没有字段“%2”！"_s.arg(objectName(), name));
+}
+
+// --- The cursor ---
+
+void TClientDataSetEx::Private::RequireActive() const
+{
+    if (state == TDataSetState::Inactive)
+        RaiseUsage(u"数据集“%1”没有打开！"_s.arg(q->objectName()));
+}
+
+void TClientDataSetEx::Private::RequireRow() const
+{
+    RequireActive();
+    if (cursor < 0)
+        RaiseUsage(u"数据集“%1”没有当前记录！"_s.arg(q->objectName()));
+}
+
+bool TClientDataSetEx::IsEmpty() const noexcept
+{
+    return d_->view.Count() == 0;
+}
+
+int TClientDataSetEx::RecordCount() const noexcept
+{
+    return d_->view.Count();
+}
+
+int TClientDataSetEx::RecNo() const noexcept
+{
+    return d_->cursor + 1;
+}
+
+void TClientDataSetEx::SetRecNo(int recNo)
+{
+    d_->RequireActive();
+    d_->Settle();
+    if (recNo >= 1 && recNo <= d_->view.Count())
+        d_->MoveTo(recNo - 1, false, false);
+}
+
+bool TClientDataSetEx::Bof() const noexcept
+{
+    return d_->bof;
+}
+
+bool TClientDataSetEx::Eof() const noexcept
+{
+    return d_->eof;
+}
+
+void TClientDataSetEx::Private::MoveTo(int index, bool atBof, bool atEof)
+{
+    const bool moved = index != cursor;
+    cursor = index;
+    bof = atBof || index < 0;
+    eof = atEof || index < 0;
+    // While opening, views and handlers are told when all is in place.
+    if (moved && notifiedState != TDataSetState::Inactive) {
+        NotifyMoved();
+        Run(q->AfterScroll);
+    }
+}
+
+void TClientDataSetEx::First()
+{
+    d_->RequireActive();
+    d_->Settle();
+    d_->MoveTo(IsEmpty() ? -1 : 0, true, false);
+}
+
+void TClientDataSetEx::Last()
+{
+    d_->RequireActive();
+    d_->Settle();
+    d_->MoveTo(d_->view.Count() - 1, false, true);
+}
+
+void TClientDataSetEx::Next()
+{
+    MoveBy(1);
+}
+
+void TClientDataSetEx::Prior()
+{
+    MoveBy(-1);
+}
+
+void TClientDataSetEx::MoveBy(int distance)
+{
+    d_->RequireActive();
+    d_->Settle();
+    const int last = d_->view.Count() - 1;
+    if (last < 0 || distance == 0)
+        return;
+    const qint64 wanted = static_cast<qint64>(d_->cursor) + distance;
+    d_->MoveTo(static_cast<int>(std::clamp<qint64>(wanted, 0, last)), wanted<0, wanted> last);
+}
+
+TBookmark TClientDataSetEx::Bookmark() const noexcept
+{
+    return d_->cursor < 0 ? 0 : d_->view.RowAt(d_->cursor) + 1;
+}
+
+bool TClientDataSetEx::BookmarkValid(TBookmark bookmark) const noexcept
+{
+    return ViewRowOf(bookmark) >= 0;
+}
+
+bool TClientDataSetEx::GotoBookmark(TBookmark bookmark)
+{
+    d_->RequireActive();
+    d_->Settle();
+    const int index = ViewRowOf(bookmark);
+    if (index < 0)
+        return false;
+    d_->MoveTo(index, false, false);
+    return true;
+}
+
+// --- Editing ---
+
+void TClientDataSetEx::Private::SetPending(int field, wire::Value value)
+{
+    if (!IsEditing())
+        RaiseUsage(u"数据集“%1”不在编辑或插入状态！"_s.arg(q->objectName()));
+    const wire::ColumnInfo& info = rows.Infos()[static_cast<size_t>(field)];
+    value = wire::Convert(value, info.type);
+    pending.Set(field, std::move(value));
+    modified = true;
+    Notify([&] { Q_EMIT q->FieldChanged(field); });
+}
+
+void TClientDataSetEx::Private::Settle()
+{
+    if (!IsEditing())
+        return;
+    if (posting)
+        RaiseUsage(u"正在提交当前记录，不能离开！"_s);
+    q->UpdateRecord();
+    if (modified)
+        q->Post();
+    else
+        q->Cancel();
+}
+
+void TClientDataSetEx::Private::StartInsert(int viewIndex)
+{
+    rowBeforeInsert = CurrentRow();
+    const RowNumber row = rows.AddRow();
+    view.Insert(viewIndex, row);
+    editRow = row;
+    pending.Clear();
+    modified = false;
+    cursor = viewIndex;
+    bof = eof = false;
+    SetState(TDataSetState::Insert);
+    Notify([&] { Q_EMIT q->RowInserted(viewIndex); });
+    NotifyMoved();
+    Run(q->AfterInsert);
+    Run(q->AfterScroll);
+}
+
+void TClientDataSetEx::Append()
+{
+    d_->RequireActive();
+    d_->Settle();
+    const quint64 generation = d_->generation;
+    Run(BeforeInsert);
+    if (generation == d_->generation && d_->state == TDataSetState::Browse)
+        d_->StartInsert(d_->view.Count());
+}
+
+void TClientDataSetEx::Insert()
+{
+    d_->RequireActive();
+    d_->Settle();
+    const quint64 generation = d_->generation;
+    Run(BeforeInsert);
+    if (generation == d_->generation && d_->state == TDataSetState::Browse)
+        d_->StartInsert(std::max(d_->cursor, 0));
+}
+
+void TClientDataSetEx::Edit()
+{
+    if (d_->IsEditing())
+        return;
+    d_->RequireRow();
+    const quint64 generation = d_->generation;
+    Run(BeforeEdit);
+    if (generation != d_->generation || d_->state != TDataSetState::Browse || d_->cursor < 0)
+        return;
+    d_->editRow = d_->CurrentRow();
+    d_->pending.Clear();
+    d_->modified = false;
+    d_->SetState(TDataSetState::Edit);
+    Run(AfterEdit);
+}
+
+void TClientDataSetEx::Private::EndEdit(TDataSetState next)
+{
+    editRow = rowBeforeInsert = kNoRow;
+    pending.Clear();
+    modified = false;
+    SetState(next);
+}
+
+void TClientDataSetEx::Post()
+{
+    d_->RequireActive();
+    if (!d_->IsEditing() || d_->posting)
+        return;
+    const quint64 generation = d_->generation;
+    {
+        const ScopedFlag posting(d_->posting);
+        UpdateRecord();
+        Run(BeforePost);
+    }
+    if (generation != d_->generation || !d_->IsEditing())
+        return; // the handler gave the edit up
+    const RowNumber row = d_->editRow;
+    const bool inserted = d_->state == TDataSetState::Insert;
+    d_->rows.Post(row, d_->pending, inserted);
+    d_->EndEdit(TDataSetState::Browse);
+    const int index = d_->view.IndexOf(row);
+    if (d_->filtered && !d_->PassesFilter(row))
+        d_->RemoveFromView(index);
+    else
+        d_->NotifyRow(index);
+    Run(AfterPost);
+}
+
+void TClientDataSetEx::Cancel()
+{
+    if (!d_->IsEditing() || d_->posting)
+        return;
+    const quint64 generation = d_->generation;
+    Run(BeforeCancel);
+    if (generation != d_->generation || !d_->IsEditing())
+        return;
+    if (d_->state == TDataSetState::Insert) {
+        d_->DropInsertedRow();
+    } else {
+        d_->EndEdit(TDataSetState::Browse);
+        d_->NotifyRow(d_->cursor);
+    }
+    Run(AfterCancel);
+}
+
+void TClientDataSetEx::Private::DropInsertedRow()
+{
+    const RowNumber back = rowBeforeInsert;
+    const int index = view.IndexOf(editRow);
+    rows.DropRow(editRow);
+    view.RemoveAt(index);
+    EndEdit(TDataSetState::Browse);
+    const int wanted = view.IndexOf(back);
+    cursor = wanted >= 0 ? wanted : std::min(index, view.Count() - 1);
+    bof = eof = cursor < 0;
+    Notify([&] { Q_EMIT q->RowRemoved(index); });
+    NotifyMoved();
+    Run(q->AfterScroll);
+}
+
+// The row that takes the place of the removed one becomes current; after the last one, the row before it, at
+// the end of the set, so that loops up to the end do not meet it again.
+void TClientDataSetEx::Private::RemoveFromView(int viewIndex)
+{
+    view.RemoveAt(viewIndex);
+    const bool wasLast = viewIndex == view.Count();
+    if (cursor > viewIndex || cursor == view.Count()) {
+        --cursor;
+        eof = wasLast;
+    }
+    if (cursor < 0)
+        bof = eof = true;
+    Notify([&] { Q_EMIT q->RowRemoved(viewIndex); });
+    NotifyMoved();
+    Run(q->AfterScroll);
+}
+
+void TClientDataSetEx::Delete()
+{
+    d_->RequireActive();
+    if (d_->state == TDataSetState::Insert) {
+        Cancel();
+        return;
+    }
+    d_->RequireRow();
+    if (d_->posting)
+        RaiseUsage(u"正在提交当前记录，不能删除！"_s);
+    const quint64 generation = d_->generation;
+    Run(BeforeDelete);
+    if (generation != d_->generation || d_->cursor < 0)
+        return;
+    if (d_->IsEditing())
+        d_->EndEdit(TDataSetState::Browse);
+    d_->rows.Delete(d_->CurrentRow());
+    d_->RemoveFromView(d_->cursor);
+    Run(AfterDelete);
+}
+
+void TClientDataSetEx::SetFieldAndPost(const QString& fieldName, const wire::Value& value)
+{
+    TField& field = FieldByName(fieldName);
+    Edit();
+    field.SetValue(value);
+    Post();
+}
+
+void TClientDataSetEx::UpdateRecord()
+{
+    Q_EMIT UpdateRecordRequested();
+}
+
+// --- Notices ---
+
+void TClientDataSetEx::Private::SetState(TDataSetState next)
+{
+    state = next;
+    // Opening and closing are announced even while controls are disabled: whoever disabled them may be gone.
+    const bool openingOrClosing =
+        (next == TDataSetState::Inactive) != (notifiedState == TDataSetState::Inactive);
+    if (next == notifiedState || (disableCount > 0 && !openingOrClosing))
+        return;
+    notifiedState = next;
+    Q_EMIT q->StateChanged(next);
+}
+
+void TClientDataSetEx::Private::NotifyReset()
+{
+    Notify([this] { Q_EMIT q->DataReset(); });
+}
+
+void TClientDataSetEx::Private::NotifyMoved()
+{
+    Notify([this] { Q_EMIT q->CursorMoved(); });
+}
+
+void TClientDataSetEx::Private::NotifyRow(int viewIndex)
+{
+    if (viewIndex >= 0)
+        Notify([&] { Q_EMIT q->RowChanged(viewIndex); });
+}
+
+void TClientDataSetEx::DisableControls()
+{
+    ++d_->disableCount;
+}
+
+void TClientDataSetEx::EnableControls()
+{
+    if (d_->disableCount == 0 || --d_->disableCount > 0)
+        return;
+    if (std::exchange(d_->resetHeldBack, false)) {
+        d_->NotifyReset();
+        d_->NotifyMoved();
+    }
+    d_->SetState(d_->state);
+}
+
+bool TClientDataSetEx::ControlsDisabled() const noexcept
+{
+    return d_->disableCount > 0;
+}
