@@ -333,6 +333,23 @@ Column Column::TakeRows()
     return rows;
 }
 
+Column Column::Slice(qsizetype begin, qsizetype count) const
+{
+    Column rows(data_->type);
+    rows.data_->plain = data_->plain;
+    for (qsizetype row = begin; row < begin + count; ++row) {
+        if (IsNull(row))
+            rows.AppendNull();
+        else if (data_->type == ColumnType::Text)
+            rows.AppendText(TextAt(row));
+        else if (data_->type == ColumnType::Number)
+            rows.AppendNumber(NumberAt(row));
+        else
+            rows.AppendInteger(IntegerAt(row));
+    }
+    return rows;
+}
+
 size_t Column::MemoryUse() const noexcept
 {
     return sizeof(Data) + data_->ints.MemoryUse() + data_->numbers.MemoryUse() + data_->nulls.MemoryUse()

@@ -69,6 +69,8 @@ public:
     // Gives the rows so far as a column of their own and goes on empty: text that proved not worth a
     // dictionary is taken as plain from then on. For results that are handed on in parts.
     Column TakeRows();
+    // A copy of some rows.
+    Column Slice(qsizetype begin, qsizetype count) const;
 
     // Bytes held, capacity included.
     size_t MemoryUse() const noexcept;

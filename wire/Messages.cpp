@@ -6,11 +6,6 @@ namespace wire {
 
 ReplySink::~ReplySink() = default;
 
-qsizetype ReplySink::BlockRows() const
-{
-    return 0;
-}
-
 Transport::~Transport() = default;
 
 int ApplyOutcome::Rejected() const noexcept

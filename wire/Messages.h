@@ -83,8 +83,6 @@ public:
     virtual ~ReplySink();
     virtual void Columns(std::vector<ColumnInfo> infos) = 0;
     virtual void Rows(std::vector<Column> block) = 0;
-    // About how many rows a block should have; 0: all rows in one, which a dataset adopts without copying.
-    virtual qsizetype BlockRows() const;
 };
 
 struct Reply {

@@ -36,7 +36,6 @@ public:
         touched_ = true;
         sink_.Rows(std::move(block));
     }
-    qsizetype BlockRows() const override { return sink_.BlockRows(); }
 
 private:
     wire::ReplySink& sink_;

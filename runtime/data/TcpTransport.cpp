@@ -27,25 +27,26 @@ public:
 protected:
     qsizetype ReadSome(char* to, qsizetype size, bool /*idle*/) override
     {
-        while (socket_.bytesAvailable() == 0) {
-            if (socket_.waitForReadyRead(replyTimeout_))
+        for (;;) {
+            const qint64 got = socket_.read(to, size);
+            if (got > 0)
+                return static_cast<qsizetype>(got);
+            if (got == 0 && socket_.waitForReadyRead(replyTimeout_))
                 continue;
+            if (socket_.error() == QAbstractSocket::RemoteHostClosedError)
+                return 0;
             if (socket_.error() == QAbstractSocket::SocketTimeoutError)
                 // Not a broken connection: asking again would only ask too much twice.
                 throw Error(ErrorKind::Limit, u"服务器在%1秒内没有应答！"_s.arg(replyTimeout_ / 1000));
-            if (socket_.error() == QAbstractSocket::RemoteHostClosedError)
-                return 0;
             throw Error(ErrorKind::Connection, u"与服务器的连接已中断：%1"_s.arg(socket_.errorString()));
         }
-        return static_cast<qsizetype>(socket_.read(to, size));
     }
 
     void WriteAll(const char* bytes, qsizetype size) override
     {
         socket_.write(bytes, size);
-        // The first flush goes straight to the system; only what did not fit is waited for.
-        while (socket_.bytesToWrite() > 0) {
-            if (!socket_.flush() && !socket_.waitForBytesWritten(replyTimeout_))
+        while (socket_.bytesToWrite() > 0 || socket_.state() != QAbstractSocket::ConnectedState) {
+            if (!socket_.waitForBytesWritten(replyTimeout_))
                 throw Error(ErrorKind::Connection, u"与服务器的连接已中断：%1"_s.arg(socket_.errorString()));
         }
     }
@@ -91,7 +92,8 @@ void TcpTransport::Connect()
     auto channel = std::make_unique<SocketChannel>(replyTimeout_);
     QTcpSocket& socket = channel->Socket();
     socket.setProxy(QNetworkProxy::NoProxy);
-    socket.connectToHost(host_, static_cast<quint16>(port_));
+    // Unbuffered: read straight to where the bytes are wanted.
+    socket.connectToHost(host_, static_cast<quint16>(port_), QIODevice::ReadWrite | QIODevice::Unbuffered);
     if (!socket.waitForConnected(connectTimeout_))
         throw Error(ErrorKind::Connection,
             u"无法连接到服务器 %1:%2：%3"_s.arg(host_).arg(port_).arg(socket.errorString()));

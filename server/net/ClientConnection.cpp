@@ -1,0 +1,252 @@
+#include "server/net/ClientConnection.h"
+
+#include "server/net/NativeSocket.h"
+#include "wire/Codec.h"
+
+#include <QDeadlineTimer>
+#include <QTcpSocket>
+
+#include <algorithm>
+#include <optional>
+
+using namespace Qt::Literals::StringLiterals;
+using wire::Error;
+using wire::ErrorKind;
+
+namespace server {
+namespace {
+
+constexpr qsizetype kSendStep = 256 * 1024; // small enough to stay in the cache while it is copied
+constexpr int kFarewell = 1000; // milliseconds
+// A block of rows above this many bytes is sent in parts, far below what a frame may hold.
+constexpr size_t kBlockBytes = wire::kMaxBody / 4;
+
+size_t BytesOf(const std::vector<wire::Column>& block)
+{
+    size_t bytes = 0;
+    for (const wire::Column& column : block)
+        bytes += column.MemoryUse();
+    return bytes;
+}
+
+} // namespace
+
+// The client's socket as a sequence of frames. A QSslSocket takes the place of the QTcpSocket when
+// connections are enciphered.
+class ClientConnection::Channel : public wire::FrameChannel {
+public:
+    explicit Channel(const ListenerOptions& options)
+        : options_(options)
+        , loginDeadline_(options.loginTimeout)
+    {
+    }
+
+    // Gives the name of the other end.
+    QString Open(qintptr descriptor)
+    {
+        // Unbuffered: read straight to where the bytes are wanted.
+        if (!socket_.setSocketDescriptor(
+                descriptor, QAbstractSocket::ConnectedState, QIODevice::ReadWrite | QIODevice::Unbuffered))
+            throw Error(ErrorKind::Connection, socket_.errorString());
+        socket_.setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        socket_.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
+        return u"%1:%2"_s.arg(socket_.peerAddress().toString()).arg(socket_.peerPort());
+    }
+    void LoggedIn() noexcept { loginDeadline_ = QDeadlineTimer(QDeadlineTimer::Forever); }
+    // Nothing more can be said to this client.
+    bool IsBroken() const noexcept { return broken_; }
+    // Tells the client why it is being left. What it is still sending is read and forgotten: closing on it
+    // would destroy what was said.
+    void Refuse(const Error& reason) noexcept
+    {
+        if (broken_)
+            return;
+        try {
+            Write(wire::EncodeError(reason, 0));
+            EndWriting(socket_.socketDescriptor());
+            char unread[4096];
+            for (const QDeadlineTimer deadline(kFarewell); !deadline.hasExpired();) {
+                const qint64 got = socket_.read(unread, sizeof unread);
+                if (got < 0
+                    || (got == 0 && !socket_.waitForReadyRead(static_cast<int>(deadline.remainingTime()))))
+                    break;
+            }
+        } catch (const std::exception&) {
+            // It is gone; the reason is in the log.
+        }
+    }
+
+protected:
+    qsizetype ReadSome(char* to, qsizetype size, bool idle) override
+    {
+        for (;;) {
+            const qint64 got = socket_.read(to, size);
+            if (got > 0)
+                return static_cast<qsizetype>(got);
+            const int patience = idle ? options_.idleTimeout : options_.frameTimeout;
+            const auto wait = static_cast<int>(loginDeadline_.isForever()
+                    ? patience
+                    : std::min<qint64>(patience, loginDeadline_.remainingTime()));
+            if (got == 0 && socket_.waitForReadyRead(wait))
+                continue;
+            if (socket_.error() == QAbstractSocket::RemoteHostClosedError)
+                return 0;
+            broken_ = socket_.error() != QAbstractSocket::SocketTimeoutError;
+            throw Error(ErrorKind::Connection,
+                broken_                           ? socket_.errorString()
+                    : loginDeadline_.hasExpired() ? u"no login in time"_s
+                    : idle                        ? u"idle for too long"_s
+                                                  : u"frame not completed in time"_s);
+        }
+    }
+
+    void WriteAll(const char* bytes, qsizetype size) override
+    {
+        for (qsizetype at = 0; at < size; at += kSendStep) {
+            socket_.write(bytes + at, std::min(kSendStep, size - at));
+            while (socket_.bytesToWrite() > 0 || socket_.state() != QAbstractSocket::ConnectedState) {
+                if (socket_.waitForBytesWritten(options_.frameTimeout))
+                    continue;
+                broken_ = true;
+                throw Error(ErrorKind::Connection, u"cannot send: %1"_s.arg(socket_.errorString()));
+            }
+        }
+    }
+
+private:
+    QTcpSocket socket_;
+    const ListenerOptions& options_;
+    QDeadlineTimer loginDeadline_;
+    bool broken_ = false;
+};
+
+// Sends the reply as it comes into being: while the client decodes one block, the next is read.
+class ClientConnection::Sink : public wire::ReplySink {
+public:
+    Sink(Channel& channel, quint32 number, bool compress)
+        : channel_(channel)
+        , number_(number)
+        , compress_(compress)
+    {
+    }
+
+    void Columns(std::vector<wire::ColumnInfo> infos) override
+    {
+        channel_.Write(wire::EncodeColumns(infos, number_));
+    }
+
+    void Rows(std::vector<wire::Column> block) override
+    {
+        const qsizetype rows = block.empty() ? 0 : block.front().RowCount();
+        const auto parts =
+            std::min<qsizetype>(rows, static_cast<qsizetype>(BytesOf(block) / kBlockBytes) + 1);
+        if (parts <= 1) {
+            channel_.Write(wire::EncodeRows(block, number_, compress_));
+            return;
+        }
+        const qsizetype step = (rows + parts - 1) / parts;
+        for (qsizetype begin = 0; begin < rows; begin += step) {
+            std::vector<wire::Column> part;
+            for (const wire::Column& column : block)
+                part.push_back(column.Slice(begin, std::min(step, rows - begin)));
+            channel_.Write(wire::EncodeRows(part, number_, compress_));
+        }
+    }
+
+private:
+    Channel& channel_;
+    quint32 number_;
+    bool compress_;
+};
+
+ClientConnection::ClientConnection(
+    qintptr descriptor, const SessionFactory& newSession, const ListenerOptions& options)
+    : newSession_(newSession)
+    , options_(options)
+    , descriptor_(descriptor)
+{
+}
+
+void ClientConnection::Run() noexcept
+{
+    Channel channel(options_);
+    try {
+        peer_ = channel.Open(descriptor_);
+        session_ = newSession_(peer_);
+        Serve(channel);
+    } catch (const Error& error) {
+        Log(error.Message());
+        channel.Refuse(error);
+    } catch (const std::exception& error) {
+        Log(u"failed: %1"_s.arg(QString::fromLocal8Bit(error.what())));
+    }
+    const std::lock_guard lock(descriptorMutex_);
+    descriptor_ = -1;
+}
+
+void ClientConnection::Serve(Channel& channel)
+{
+    wire::Frame frame;
+    while (!finishing_ && channel.Read(frame, loggedIn_ ? wire::kMaxRequestBody : wire::kMaxLoginBody)) {
+        const wire::Request request = wire::DecodeRequest(frame);
+        running_ = true;
+        Answer(channel, request, frame.header.request,
+            (frame.header.flags & wire::frameFlag::CompressionWelcome) != 0);
+        running_ = false;
+    }
+}
+
+void ClientConnection::Answer(Channel& channel, const wire::Request& request, quint32 number, bool compress)
+{
+    Sink sink(channel, number, compress);
+    std::optional<Error> failure;
+    try {
+        const wire::Reply reply = session_->Handle(request, sink);
+        channel.Write(wire::EncodeDone(reply, number));
+        if (request.kind == wire::RequestKind::Login) {
+            loggedIn_ = true;
+            channel.LoggedIn();
+            Log(u"logged in as %1"_s.arg(session_->Identity().account));
+        }
+    } catch (const Error& error) {
+        if (channel.IsBroken())
+            throw;
+        failure = error;
+    } catch (const std::exception& error) {
+        Log(u"request failed: %1"_s.arg(QString::fromLocal8Bit(error.what())));
+        failure.emplace(ErrorKind::Storage, u"服务器内部错误，请稍后重试！"_s);
+    }
+    if (failure)
+        channel.Write(wire::EncodeError(*failure, number));
+}
+
+void ClientConnection::Finish() noexcept
+{
+    finishing_ = true;
+    const std::lock_guard lock(descriptorMutex_);
+    if (descriptor_ != -1)
+        EndReading(descriptor_);
+}
+
+void ClientConnection::Interrupt() noexcept
+{
+    if (running_)
+        session_->Interrupt();
+}
+
+void ClientConnection::InterruptIfAbandoned() noexcept
+{
+    if (!running_ || finishing_)
+        return;
+    const std::lock_guard lock(descriptorMutex_);
+    if (descriptor_ != -1 && PeerHasClosed(descriptor_))
+        session_->Interrupt();
+}
+
+void ClientConnection::Log(const QString& text) const
+{
+    if (options_.log)
+        options_.log(u"%1: %2"_s.arg(peer_, text));
+}
+
+} // namespace server

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "server/Server.h"
+
+#include <QHostAddress>
+
+namespace server {
+
+using SessionFactory = std::function<std::unique_ptr<Session>(const QString& peer)>;
+
+struct ListenerOptions {
+    QHostAddress address = QHostAddress(QHostAddress::LocalHost);
+    quint16 port = 8866; // 0: any free one
+    bool plainNetwork = false; // serve other machines although nothing is enciphered
+    int maxConnections = 1000;
+    // Milliseconds.
+    int loginTimeout = 60'000; // from connecting to being logged in
+    int frameTimeout = 30'000; // without a byte inside a frame, and without progress when sending
+    int idleTimeout = 12 * 3600'000; // between two requests; clients reconnect by themselves
+    int watchInterval = 2'000; // how often clients of long requests are looked after
+    int stopTimeout = 30'000; // what still runs then is interrupted
+    // One line, English, without a line end; called from many threads.
+    std::function<void(const QString& line)> log;
+};
+
+// Serves clients over TCP, each on a thread of its own that reads, runs and answers its requests one after
+// another. A client's conversation is strictly one request at a time, and most requests take microseconds:
+// handing them from an I/O thread to a worker and back would cost several times the request. A long query
+// holds up nobody else, a slow or hostile client only itself, and some hundreds of threads asleep in a read
+// cost little more than their stacks' first pages.
+class Listener {
+public:
+    Listener(SessionFactory newSession, ListenerOptions options);
+    // Stops.
+    ~Listener();
+
+    // Raises wire::Error (Connection) where the address cannot be used, (Policy) where it is not this
+    // machine's own and `plainNetwork` is not set.
+    void Start();
+    // The port in use.
+    quint16 Port() const noexcept;
+    int ConnectionCount() const noexcept;
+    // Takes no more clients or requests, lets those that run be answered, and returns when all is closed.
+    void Stop() noexcept;
+
+private:
+    class Private;
+    std::unique_ptr<Private> d_;
+};
+
+} // namespace server
