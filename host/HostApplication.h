@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QApplication>
+
+// The Qt application: what a handler lets fall reaches the user as a message, never the end of the program.
+class THostApplication : public QApplication {
+    Q_OBJECT
+public:
+    THostApplication(int& argc, char** argv);
+
+    bool notify(QObject* receiver, QEvent* event) override;
+};
+
+// Whether this session has a screen to draw on.
+bool HasDisplay();
+// The message for a system without a font for Chinese; empty where there is one.
+QString FontProblem();

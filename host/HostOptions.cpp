@@ -1,0 +1,125 @@
+#include "host/HostOptions.h"
+
+#include <QCommandLineParser>
+#include <QDir>
+#include <QStandardPaths>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int kDefaultPort = 8866;
+
+} // namespace
+
+QString TServerAddress::Text() const
+{
+    const QString name = host.contains(u':') ? u'[' + host + u']' : host;
+    return name + u':' + QString::number(port);
+}
+
+std::optional<TServerAddress> ParseServerAddress(const QString& text)
+{
+    const QString trimmed = text.trimmed();
+    TServerAddress address{trimmed, kDefaultPort};
+    QString portText;
+    if (trimmed.startsWith(u'[')) {
+        const qsizetype end = trimmed.indexOf(u']');
+        if (end < 0)
+            return std::nullopt;
+        address.host = trimmed.mid(1, end - 1);
+        const QString rest = trimmed.mid(end + 1);
+        if (!rest.isEmpty() && !rest.startsWith(u':'))
+            return std::nullopt;
+        portText = rest.mid(1);
+        if (!rest.isEmpty() && portText.isEmpty())
+            return std::nullopt;
+    } else if (trimmed.count(u':') == 1) {
+        address.host = trimmed.section(u':', 0, 0);
+        portText = trimmed.section(u':', 1);
+        if (portText.isEmpty())
+            return std::nullopt;
+    }
+    if (!portText.isEmpty()) {
+        bool isNumber = false;
+        address.port = portText.toInt(&isNumber);
+        if (!isNumber || address.port < 1 || address.port > 65535)
+            return std::nullopt;
+    }
+    const bool hasBlank =
+        std::any_of(address.host.cbegin(), address.host.cend(), [](QChar c) { return c.isSpace(); });
+    if (address.host.isEmpty() || hasBlank)
+        return std::nullopt;
+    return address;
+}
+
+QString DefaultDataDir()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + u"/zelmor"_s;
+}
+
+std::optional<TOptionsProblem> ReadOptions(const QStringList& arguments, bool headless, THostOptions& options)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        u"Desktop client for the online orders of an express-freight company."_s);
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption data(
+        u"data"_s, u"Folder of the embedded database and the settings."_s, u"DIR"_s);
+    const QCommandLineOption demo(u"demo"_s,
+        u"Size of a new embedded database: small, medium, large or a number of orders."_s, u"SIZE"_s);
+    const QCommandLineOption now(
+        u"now"_s, u"Fixes the embedded server's clock at start-up."_s, u"YYYY-MM-DD HH:MM:SS"_s);
+    const QCommandLineOption server(
+        u"server"_s, u"Offers this server in the login window."_s, u"HOST:PORT"_s);
+    const QCommandLineOption script(u"script"_s, u"Runs a script that drives the windows."_s, u"FILE.js"_s);
+    const QCommandLineOption trace(u"trace-sql"_s, u"Writes every SQL text as one JSON line."_s, u"FILE"_s);
+    const QCommandLineOption tour(u"tour"_s, u"Plays the guided tour."_s);
+    const QCommandLineOption screenshots(
+        u"screenshots"_s, u"Folder for the pictures of scripts."_s, u"DIR"_s);
+    const QCommandLineOption paint(
+        u"paint-and-quit"_s, u"Ends as soon as the login window is painted, for measuring."_s);
+    parser.addOptions({data, demo, now, server, script, trace, tour, screenshots, paint});
+
+    if (!parser.parse(arguments))
+        return TOptionsProblem{parser.errorText()};
+    if (parser.isSet(help))
+        return TOptionsProblem{parser.helpText(), true};
+    if (!parser.positionalArguments().isEmpty())
+        return TOptionsProblem{u"Unknown argument: "_s + parser.positionalArguments().first()};
+
+    options.script = parser.value(script);
+    options.tour = parser.isSet(tour) || (headless && options.script.isEmpty());
+    if (options.tour && !options.script.isEmpty())
+        return TOptionsProblem{u"--tour and --script exclude one another."_s};
+    options.paintAndQuit = parser.isSet(paint);
+    options.traceFile = parser.value(trace);
+    options.screenshots = parser.value(screenshots);
+    if (parser.isSet(demo))
+        options.demo = parser.value(demo);
+    else if (options.tour)
+        options.demo = u"small"_s;
+    if (parser.isSet(now)) {
+        options.now = wire::DateTime::Parse(parser.value(now));
+        if (!options.now)
+            return TOptionsProblem{u"--now takes a time as \"2026-01-31 08:30:00\"."_s};
+    }
+    if (parser.isSet(server)) {
+        const auto address = ParseServerAddress(parser.value(server));
+        if (!address)
+            return TOptionsProblem{u"--server takes an address as HOST:PORT."_s};
+        options.server = address->Text();
+    }
+    if (parser.isSet(data)) {
+        options.dataDir = QDir(parser.value(data)).absolutePath();
+    } else if (options.tour) {
+        // The tour changes orders: it plays on data of its own, the same each time.
+        options.dataDir = DefaultDataDir() + u"/tour"_s;
+        options.freshData = true;
+    } else {
+        options.dataDir = DefaultDataDir();
+    }
+    if (options.screenshots.isEmpty())
+        options.screenshots = options.tour ? u"tour-screenshots"_s : u"."_s;
+    return std::nullopt;
+}

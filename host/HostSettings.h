@@ -1,0 +1,28 @@
+#pragma once
+
+#include "host/HostOptions.h"
+#include "runtime/ui/PropStorage.h"
+
+#include <QByteArray>
+
+#include <vector>
+
+// What the host remembers between runs, in "host.ini" of its data folder. Never a password.
+class THostSettings {
+public:
+    // `onProblem` is told once when the file cannot be read or written; the host goes on without it.
+    THostSettings(const QString& dataDir, std::function<void(const QString& message)> onProblem);
+
+    bool UsesServer() const;
+    QString LastAccount() const;
+    // Addresses that worked, the last used first.
+    std::vector<TServerAddress> Servers() const;
+    // After a login: `server` is nullopt for the embedded database.
+    void RememberLogin(const QString& account, const std::optional<TServerAddress>& server);
+
+    QByteArray WindowGeometry() const;
+    void RememberWindowGeometry(const QByteArray& geometry);
+
+private:
+    TIniPropStorageManEh file_;
+};

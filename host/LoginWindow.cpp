@@ -1,0 +1,330 @@
+#include "host/LoginWindow.h"
+
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPainter>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTimer>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr QColor kBannerColor(0x1f, 0x4e, 0x8c);
+constexpr QColor kErrorColor(0xb0, 0x1e, 0x1e);
+
+void SetTextColor(QWidget* widget, const QColor& color)
+{
+    QPalette palette = widget->palette();
+    palette.setColor(QPalette::WindowText, color);
+    widget->setPalette(palette);
+}
+
+// Product name over the fields. Painted by hand: a style sheet would cost the start more than it is worth.
+class TBanner : public QWidget {
+public:
+    explicit TBanner(QWidget* parent)
+        : QWidget(parent)
+    {
+        setFixedHeight(fontMetrics().height() * 4);
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        painter.fillRect(rect(), kBannerColor);
+        painter.setPen(Qt::white);
+        const int line = fontMetrics().height();
+        const QRect text = rect().adjusted(line * 3 / 2, 0, -line, 0);
+        QFont title = font();
+        title.setPointSizeF(title.pointSizeF() * 1.7);
+        title.setBold(true);
+        painter.setFont(title);
+        painter.drawText(text.adjusted(0, 0, 0, -line), Qt::AlignVCenter | Qt::AlignLeft, u"快运业务系统"_s);
+        painter.setFont(font());
+        painter.drawText(
+            text.adjusted(0, line * 2, 0, 0), Qt::AlignVCenter | Qt::AlignLeft, u"在线订单 · 网点客户端"_s);
+    }
+};
+
+} // namespace
+
+TLoginWindow::TLoginWindow()
+{
+    setObjectName(u"LoginWindow"_s);
+    setWindowTitle(u"登录 - 快运业务系统"_s);
+
+    embeddedButton_ = new QRadioButton(u"本机数据库(&D)"_s);
+    embeddedButton_->setObjectName(u"EmbeddedButton"_s);
+    embeddedButton_->setChecked(true);
+    serverButton_ = new QRadioButton(u"服务器(&S)"_s);
+    serverButton_->setObjectName(u"ServerButton"_s);
+    serverEdit_ = new QComboBox;
+    serverEdit_->setObjectName(u"ServerEdit"_s);
+    serverEdit_->setEditable(true);
+    serverEdit_->setInsertPolicy(QComboBox::NoInsert);
+    serverEdit_->setAccessibleName(u"服务器地址和端口"_s);
+    serverEdit_->lineEdit()->setPlaceholderText(u"地址:端口，如 192.168.1.10:8866"_s);
+    auto* place = new QHBoxLayout;
+    place->addWidget(embeddedButton_);
+    place->addWidget(serverButton_);
+    place->addWidget(serverEdit_, 1);
+
+    accountEdit_ = new QLineEdit;
+    accountEdit_->setObjectName(u"AccountEdit"_s);
+    accountEdit_->setMaxLength(64);
+    passwordEdit_ = new QLineEdit;
+    passwordEdit_->setObjectName(u"PasswordEdit"_s);
+    passwordEdit_->setEchoMode(QLineEdit::Password);
+    passwordEdit_->setMaxLength(128);
+
+    errorLabel_ = new QLabel;
+    errorLabel_->setObjectName(u"ErrorLabel"_s);
+    errorLabel_->setWordWrap(true);
+    errorLabel_->setAccessibleName(u"登录结果"_s);
+    SetTextColor(errorLabel_, kErrorColor);
+    stateLabel_ = new QLabel(u"正在打开本机数据库…"_s);
+    stateLabel_->setObjectName(u"StateLabel"_s);
+    stateLabel_->setWordWrap(true);
+    progressBar_ = new QProgressBar;
+    progressBar_->setObjectName(u"ProgressBar"_s);
+    progressBar_->hide();
+
+    offeredList_ = new QListWidget;
+    offeredList_->setObjectName(u"OfferedList"_s);
+    offeredList_->setAccessibleName(u"演示账号"_s);
+    offeredBox_ = new QGroupBox(u"演示账号（单击填入，双击或回车登录）"_s);
+    auto* offeredLayout = new QVBoxLayout(offeredBox_);
+    offeredLayout->addWidget(offeredList_);
+    offeredBox_->hide();
+
+    remarkLabel_ = new QLabel;
+    remarkLabel_->setObjectName(u"RemarkLabel"_s);
+    remarkLabel_->setWordWrap(true);
+    remarkLabel_->hide();
+
+    loginButton_ = new QPushButton(u"登录(&L)"_s);
+    loginButton_->setObjectName(u"LoginButton"_s);
+    loginButton_->setDefault(true);
+    quitButton_ = new QPushButton(u"退出(&X)"_s);
+    quitButton_->setObjectName(u"QuitButton"_s);
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    buttons->addWidget(loginButton_);
+    buttons->addWidget(quitButton_);
+
+    auto* form = new QFormLayout;
+    form->addRow(u"登录到"_s, place);
+    form->addRow(u"账号(&U)"_s, accountEdit_);
+    form->addRow(u"密码(&P)"_s, passwordEdit_);
+
+    auto* body = new QVBoxLayout;
+    const int margin = fontMetrics().height();
+    body->setContentsMargins(margin, margin, margin, margin);
+    body->addLayout(form);
+    body->addWidget(errorLabel_);
+    body->addWidget(stateLabel_);
+    body->addWidget(progressBar_);
+    body->addWidget(offeredBox_, 1);
+    body->addWidget(remarkLabel_);
+    body->addStretch();
+    body->addLayout(buttons);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(new TBanner(this));
+    layout->addLayout(body, 1);
+    resize(fontMetrics().averageCharWidth() * 72, fontMetrics().height() * 28);
+
+    for (QWidget* first = accountEdit_;
+         QWidget * next : std::initializer_list<QWidget*>{passwordEdit_, loginButton_, quitButton_,
+             offeredList_, embeddedButton_, serverButton_, serverEdit_}) {
+        setTabOrder(first, next);
+        first = next;
+    }
+    accountEdit_->setFocus();
+
+    connect(loginButton_, &QPushButton::clicked, this, &TLoginWindow::RequestLogin);
+    connect(quitButton_, &QPushButton::clicked, this, &QWidget::close);
+    connect(embeddedButton_, &QRadioButton::toggled, this, [this](bool chosen) {
+        UpdateState();
+        if (chosen)
+            Q_EMIT EmbeddedChosen();
+    });
+    connect(serverEdit_->lineEdit(), &QLineEdit::textEdited, serverButton_,
+        [this] { serverButton_->setChecked(true); });
+    connect(offeredList_, &QListWidget::currentRowChanged, this, &TLoginWindow::TakeOffered);
+    connect(
+        offeredList_, &QListWidget::itemClicked, this, [this] { TakeOffered(offeredList_->currentRow()); });
+    connect(offeredList_, &QListWidget::itemDoubleClicked, this, &TLoginWindow::RequestLogin);
+    UpdateState();
+}
+
+void TLoginWindow::SetServers(const std::vector<TServerAddress>& servers)
+{
+    for (const TServerAddress& server : servers) {
+        if (serverEdit_->findText(server.Text()) < 0)
+            serverEdit_->addItem(server.Text());
+    }
+    serverEdit_->setCurrentIndex(servers.empty() ? -1 : 0);
+}
+
+void TLoginWindow::ChooseServer(bool remote)
+{
+    (remote ? serverButton_ : embeddedButton_)->setChecked(true);
+}
+
+bool TLoginWindow::UsesEmbedded() const
+{
+    return embeddedButton_->isChecked();
+}
+
+void TLoginWindow::SetAccount(const QString& account)
+{
+    accountEdit_->setText(account);
+    (account.isEmpty() ? accountEdit_ : passwordEdit_)->setFocus();
+}
+
+void TLoginWindow::OfferAccounts(const std::vector<TOfferedAccount>& accounts)
+{
+    offered_ = accounts;
+    const QSignalBlocker quiet(offeredList_);
+    offeredList_->clear();
+    for (const TOfferedAccount& offered : accounts)
+        offeredList_->addItem(offered.account + u"　"_s + offered.description);
+    UpdateState();
+}
+
+void TLoginWindow::ShowPreparing(const QString& stage, int percent)
+{
+    embeddedReady_ = databaseFailed_ = false;
+    stateLabel_->setText(stage);
+    progressBar_->setValue(percent);
+    UpdateState();
+    progressBar_->setVisible(embeddedButton_->isChecked());
+}
+
+void TLoginWindow::ShowReady()
+{
+    embeddedReady_ = true;
+    databaseFailed_ = false;
+    stateLabel_->clear();
+    UpdateState();
+}
+
+void TLoginWindow::ShowUnavailable(const QString& message)
+{
+    embeddedReady_ = false;
+    databaseFailed_ = true;
+    stateLabel_->setText(u"本机数据库打不开："_s + message);
+    UpdateState();
+}
+
+void TLoginWindow::ShowRemark(const QString& text)
+{
+    remarkLabel_->setText(text);
+    remarkLabel_->show();
+}
+
+void TLoginWindow::SetBusy(bool busy)
+{
+    busy_ = busy;
+    if (busy)
+        errorLabel_->clear();
+    loginButton_->setText(busy ? u"正在登录…"_s : u"登录(&L)"_s);
+    UpdateState();
+}
+
+void TLoginWindow::ShowError(const QString& message)
+{
+    errorLabel_->setText(message);
+    passwordEdit_->selectAll();
+    passwordEdit_->setFocus();
+}
+
+void TLoginWindow::Reset()
+{
+    passwordEdit_->clear();
+    errorLabel_->clear();
+    passwordEdit_->setFocus();
+}
+
+void TLoginWindow::paintEvent(QPaintEvent* event)
+{
+    QWidget::paintEvent(event);
+    if (painted_)
+        return;
+    painted_ = true;
+    // What follows the first picture waits until that is on the screen.
+    QTimer::singleShot(0, this, &TLoginWindow::FirstPainted);
+}
+
+void TLoginWindow::closeEvent(QCloseEvent* event)
+{
+    event->accept();
+    Q_EMIT Closed();
+}
+
+void TLoginWindow::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape)
+        close();
+    else if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+        RequestLogin();
+    else
+        QWidget::keyPressEvent(event);
+}
+
+void TLoginWindow::RequestLogin()
+{
+    if (!loginButton_->isEnabled())
+        return;
+    const QString account = accountEdit_->text().trimmed();
+    if (account.isEmpty()) {
+        errorLabel_->setText(u"请输入账号。"_s);
+        accountEdit_->setFocus();
+        return;
+    }
+    std::optional<TServerAddress> server;
+    if (serverButton_->isChecked()) {
+        server = ParseServerAddress(serverEdit_->currentText());
+        if (!server) {
+            errorLabel_->setText(u"请输入服务器的地址和端口，如 192.168.1.10:8866。"_s);
+            serverEdit_->setFocus();
+            return;
+        }
+    }
+    Q_EMIT LoginRequested(account, passwordEdit_->text(), server);
+}
+
+void TLoginWindow::TakeOffered(int row)
+{
+    if (row < 0 || row >= static_cast<int>(offered_.size()))
+        return;
+    accountEdit_->setText(offered_[row].account);
+    passwordEdit_->setText(offered_[row].password);
+}
+
+void TLoginWindow::UpdateState()
+{
+    const bool embedded = embeddedButton_->isChecked();
+    for (QWidget* field : std::initializer_list<QWidget*>{
+             embeddedButton_, serverButton_, accountEdit_, passwordEdit_, offeredList_})
+        field->setEnabled(!busy_);
+    serverEdit_->setEnabled(!busy_);
+    loginButton_->setEnabled(!busy_ && (!embedded || embeddedReady_));
+    stateLabel_->setVisible(embedded && !stateLabel_->text().isEmpty());
+    if (!embedded || embeddedReady_ || databaseFailed_)
+        progressBar_->hide();
+    offeredBox_->setVisible(embedded && embeddedReady_ && !offered_.empty());
+}

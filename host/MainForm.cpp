@@ -1,0 +1,318 @@
+#include "host/MainForm.h"
+
+#include "host/ScreenTable.h"
+#include "host/WindowList.h"
+#include "runtime/ui/Application.h"
+#include "runtime/ui/DBGrid.h"
+
+#include <QAbstractButton>
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QHash>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMdiArea>
+#include <QMenuBar>
+#include <QShortcut>
+#include <QStatusBar>
+#include <QStyle>
+#include <QTabBar>
+#include <QTimer>
+#include <QToolBar>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int kNoticeMilliseconds = 6000;
+constexpr QColor kConnectedColor(0x1b, 0x7a, 0x3d);
+constexpr QColor kLostColor(0xb0, 0x1e, 0x1e);
+
+// Screens publish their buttons under these names.
+constexpr const char* kQueryButton = "QueryButton";
+constexpr const char* kSaveButton = "SaveButton";
+
+} // namespace
+
+TMainForm::TMainForm(TSharedData& shared, std::function<wire::DateTime()> clock)
+    : shared_(shared)
+    , clock_(std::move(clock))
+    , area_(new QMdiArea)
+{
+    setObjectName(u"MainForm"_s);
+    setWindowTitle(u"快运业务系统"_s);
+    area_->setObjectName(u"MdiArea"_s);
+    area_->setBackground(palette().brush(QPalette::Mid));
+    area_->setOption(QMdiArea::DontMaximizeSubWindowOnActivation, false);
+
+    auto* tabs = new QTabBar;
+    tabs->setObjectName(u"WindowTabs"_s);
+    tabs->setAccessibleName(u"已打开的窗口"_s);
+    tabs->setTabsClosable(true);
+    tabs->setMovable(true);
+    tabs->setDocumentMode(true);
+    tabs->setExpanding(false);
+    tabs->setFocusPolicy(Qt::NoFocus);
+
+    auto* center = new QWidget;
+    auto* layout = new QVBoxLayout(center);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(tabs);
+    layout->addWidget(area_, 1);
+    setCentralWidget(center);
+
+    BuildMenus();
+    windows_ = new TWindowList(tabs, menuBar()->findChild<QMenu*>(u"WindowMenu"_s), this);
+    connect(windows_, &TWindowList::Chosen, this, [](QWidget* screen) {
+        if (auto* form = qobject_cast<TForm*>(screen))
+            form->Show();
+    });
+    connect(windows_, &TWindowList::CloseWanted, this, [](QWidget* screen) {
+        if (auto* form = qobject_cast<TForm*>(screen))
+            form->Close();
+    });
+    BuildToolBar();
+    BuildStatusBar();
+    UpdateActions();
+    resize(1180, 760);
+}
+
+qulonglong TMainForm::GlobalCdsAddr() const
+{
+    return reinterpret_cast<quintptr>(&shared_.DataSets());
+}
+
+qulonglong TMainForm::GlobalValueAddr() const
+{
+    return reinterpret_cast<quintptr>(&shared_.Values());
+}
+
+qulonglong TMainForm::GlobalTreeAddr() const
+{
+    return reinterpret_cast<quintptr>(&shared_.Trees());
+}
+
+void TMainForm::SetGlobalTree(const QString& name)
+{
+    globalTree_ = name;
+    shared_.PrepareTree(name);
+}
+
+double TMainForm::ServerDateTime() const
+{
+    return clock_().ToSerial();
+}
+
+void TMainForm::ResetSearch(QWidget* grid)
+{
+    searchGrid_ = qobject_cast<TDBGridEh*>(grid);
+    UpdateActions();
+}
+
+void TMainForm::ShowUser(const wire::Identity& identity, const QString& place)
+{
+    place_ = place;
+    siteLabel_->setText(u"网点："_s + identity.site);
+    employeeLabel_->setText(u"员工："_s + identity.employeeName + u"（"_s + identity.employeeCode + u"）"_s);
+    setWindowTitle(identity.site + u" - 快运业务系统"_s);
+    ShowConnection(true);
+}
+
+void TMainForm::ShowConnection(bool connected)
+{
+    QPalette palette = connectionLabel_->palette();
+    palette.setColor(QPalette::WindowText, connected ? kConnectedColor : kLostColor);
+    connectionLabel_->setPalette(palette);
+    connectionLabel_->setText((connected ? u"● 已连接 "_s : u"○ 连接已断开 "_s) + place_);
+    reconnectAction_->setEnabled(!connected);
+}
+
+void TMainForm::ShowNotice(const QString& text)
+{
+    statusBar()->showMessage(text, kNoticeMilliseconds);
+}
+
+bool TMainForm::CloseScreens()
+{
+    // A closing screen leaves the list.
+    const std::vector<TForm*> forms = Screen->Forms();
+    for (auto form = forms.rbegin(); form != forms.rend(); ++form) {
+        if (std::find(Screen->Forms().begin(), Screen->Forms().end(), *form) == Screen->Forms().end())
+            continue;
+        if ((*form)->FormStyle == TFormStyle::MDIChild && (*form)->IsShown() && !(*form)->Close())
+            return false;
+    }
+    return true;
+}
+
+bool TMainForm::event(QEvent* event)
+{
+    const int number = event->type();
+    if (number != kMessageCreating && number != kMessageActivated && number != kMessageClosed)
+        return QMainWindow::event(event);
+
+    QWidget* screen = static_cast<TFormMessage*>(event)->First();
+    if (number == kMessageCreating) {
+        windows_->Add(screen);
+    } else if (number == kMessageActivated) {
+        windows_->SetActive(screen);
+    } else {
+        windows_->Remove(screen);
+        if (searchGrid_ && screen->isAncestorOf(searchGrid_))
+            searchGrid_ = nullptr;
+    }
+    // The screen announces itself while it is changing; its buttons are known a moment later.
+    QTimer::singleShot(0, this, &TMainForm::UpdateActions);
+    return true;
+}
+
+void TMainForm::closeEvent(QCloseEvent* event)
+{
+    event->setAccepted(CloseScreens());
+    if (event->isAccepted())
+        Q_EMIT Leaving();
+}
+
+void TMainForm::BuildMenus()
+{
+    QMenu* system = menuBar()->addMenu(u"系统(&S)"_s);
+    reconnectAction_ = system->addAction(u"重新连接(&R)"_s, this, &TMainForm::ReconnectWanted);
+    reconnectAction_->setObjectName(u"ReconnectAction"_s);
+    QAction* changeUser = system->addAction(u"更换用户(&U)…"_s, this, &TMainForm::ChangeUserWanted);
+    changeUser->setObjectName(u"ChangeUserAction"_s);
+    system->addSeparator();
+    QAction* quit = system->addAction(u"退出(&X)"_s, this, &QWidget::close);
+    quit->setShortcut(QKeySequence(u"Alt+F4"_s));
+
+    QHash<QStringView, QMenu*> subsystems;
+    for (const TScreenEntry& entry : kScreens) {
+        QMenu*& menu = subsystems[entry.subsystem];
+        if (!menu)
+            menu = menuBar()->addMenu(entry.subsystem.toString());
+        QAction* action = menu->addAction(entry.caption.toString());
+        action->setObjectName(entry.name.toString());
+        action->setShortcut(QKeySequence(entry.shortcut.toString()));
+        connect(action, &QAction::triggered, this,
+            [this, name = entry.name.toString()] { Q_EMIT ScreenWanted(name); });
+    }
+
+    QMenu* window = menuBar()->addMenu(u"窗口(&W)"_s);
+    window->setObjectName(u"WindowMenu"_s);
+    window->addAction(u"层叠(&C)"_s, area_, &QMdiArea::cascadeSubWindows);
+    window->addAction(u"平铺(&T)"_s, area_, &QMdiArea::tileSubWindows);
+    QAction* next = window->addAction(u"下一个(&N)"_s, area_, &QMdiArea::activateNextSubWindow);
+    next->setShortcut(QKeySequence(u"Ctrl+Tab"_s));
+    QAction* closeOne = window->addAction(u"关闭(&O)"_s, area_, &QMdiArea::closeActiveSubWindow);
+    closeOne->setShortcut(QKeySequence(u"Ctrl+F4"_s));
+    window->addAction(u"全部关闭(&A)"_s, this, [this] { CloseScreens(); });
+    window->addSeparator();
+
+    QMenu* help = menuBar()->addMenu(u"帮助(&H)"_s);
+    help->addAction(u"关于(&A)…"_s, this, &TMainForm::ShowAbout);
+}
+
+void TMainForm::BuildToolBar()
+{
+    QToolBar* bar = addToolBar(u"工具栏"_s);
+    bar->setObjectName(u"ToolBar"_s);
+    bar->setMovable(false);
+    bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+
+    queryAction_ = bar->addAction(style()->standardIcon(QStyle::SP_BrowserReload), u"查询"_s, this,
+        [this] { PressScreenButton(kQueryButton); });
+    queryAction_->setObjectName(u"QueryAction"_s);
+    queryAction_->setShortcut(QKeySequence(Qt::Key_F5));
+    queryAction_->setToolTip(u"当前窗口的查询（F5）"_s);
+    saveAction_ = bar->addAction(style()->standardIcon(QStyle::SP_DialogSaveButton), u"保存"_s, this,
+        [this] { PressScreenButton(kSaveButton); });
+    saveAction_->setObjectName(u"SaveAction"_s);
+    saveAction_->setShortcut(QKeySequence(u"Ctrl+S"_s));
+    saveAction_->setToolTip(u"当前窗口的保存（Ctrl+S）"_s);
+    bar->addSeparator();
+
+    auto* label = new QLabel(u" 查找(&G) "_s);
+    searchEdit_ = new QLineEdit;
+    searchEdit_->setObjectName(u"SearchEdit"_s);
+    searchEdit_->setAccessibleName(u"在列表的当前列中查找"_s);
+    searchEdit_->setPlaceholderText(u"在列表的当前列中查找，回车找下一个"_s);
+    searchEdit_->setClearButtonEnabled(true);
+    searchEdit_->setFixedWidth(fontMetrics().averageCharWidth() * 46);
+    label->setBuddy(searchEdit_);
+    bar->addWidget(label);
+    bar->addWidget(searchEdit_);
+    connect(searchEdit_, &QLineEdit::returnPressed, this, [this] { FindNext(false); });
+    connect(new QShortcut(QKeySequence(u"Shift+Return"_s), searchEdit_, nullptr, nullptr, Qt::WidgetShortcut),
+        &QShortcut::activated, this, [this] { FindNext(true); });
+    connect(new QShortcut(QKeySequence(Qt::Key_F3), this), &QShortcut::activated, this,
+        [this] { FindNext(false); });
+    connect(new QShortcut(QKeySequence(u"Shift+F3"_s), this), &QShortcut::activated, this,
+        [this] { FindNext(true); });
+}
+
+void TMainForm::BuildStatusBar()
+{
+    siteLabel_ = new QLabel;
+    siteLabel_->setObjectName(u"SiteLabel"_s);
+    employeeLabel_ = new QLabel;
+    employeeLabel_->setObjectName(u"EmployeeLabel"_s);
+    connectionLabel_ = new QLabel;
+    connectionLabel_->setObjectName(u"ConnectionLabel"_s);
+    clockLabel_ = new QLabel;
+    clockLabel_->setObjectName(u"ClockLabel"_s);
+    for (QLabel* label : {siteLabel_, employeeLabel_, connectionLabel_, clockLabel_}) {
+        label->setContentsMargins(6, 0, 6, 0);
+        statusBar()->addPermanentWidget(label);
+    }
+    auto* tick = new QTimer(this);
+    connect(tick, &QTimer::timeout, this, [this] {
+        if (isVisible())
+            clockLabel_->setText(u"服务器时间 "_s + clock_().ToText());
+    });
+    tick->start(1000);
+}
+
+QAbstractButton* TMainForm::ScreenButton(const char* property) const
+{
+    const TForm* screen = Screen->ActiveForm();
+    return screen ? qobject_cast<QAbstractButton*>(screen->property(property).value<QObject*>()) : nullptr;
+}
+
+void TMainForm::PressScreenButton(const char* property)
+{
+    QAbstractButton* button = ScreenButton(property);
+    if (!button || !button->isEnabled())
+        return;
+    // Leaving a field writes what was typed into it, as it does when the button itself is pressed; afterwards
+    // the user goes on where they were.
+    const QPointer<QWidget> before = focusWidget();
+    button->setFocus();
+    button->click();
+    if (before && before->isVisible() && button->hasFocus())
+        before->setFocus();
+}
+
+void TMainForm::UpdateActions()
+{
+    queryAction_->setEnabled(ScreenButton(kQueryButton));
+    saveAction_->setEnabled(ScreenButton(kSaveButton));
+    searchEdit_->setEnabled(searchGrid_);
+}
+
+void TMainForm::FindNext(bool backwards)
+{
+    const QString text = searchEdit_->text();
+    if (text.isEmpty() || !searchGrid_)
+        return;
+    if (!searchGrid_->FindText(text, true, backwards) && !searchGrid_->FindText(text, false, backwards))
+        ShowNotice(u"当前列中没有找到“"_s + text + u"”。"_s);
+}
+
+void TMainForm::ShowAbout()
+{
+    Application->MessageBox(u"快运业务系统 "_s + QCoreApplication::applicationVersion()
+            + u"\n在线订单客户端\n\n"_s + u"界面库 Qt "_s + QString::fromLatin1(qVersion()) + u"\n数据："_s
+            + place_,
+        u"关于"_s, TMessageIcon::Information);
+}

@@ -1,0 +1,88 @@
+#include "host/WindowList.h"
+
+#include <QAction>
+#include <QMenu>
+#include <QSignalBlocker>
+#include <QTabBar>
+#include <QWidget>
+
+#include <algorithm>
+
+TWindowList::TWindowList(QTabBar* tabs, QMenu* menu, QObject* owner)
+    : QObject(owner)
+    , tabs_(tabs)
+    , menu_(menu)
+    , group_(this)
+{
+    connect(tabs_, &QTabBar::currentChanged, this, [this](int index) {
+        if (index >= 0 && index < Count() && screens_[index].screen)
+            Q_EMIT Chosen(screens_[index].screen);
+    });
+    connect(tabs_, &QTabBar::tabCloseRequested, this, [this](int index) {
+        if (index >= 0 && index < Count() && screens_[index].screen)
+            Q_EMIT CloseWanted(screens_[index].screen);
+    });
+    connect(tabs_, &QTabBar::tabMoved, this, [this](int from, int to) {
+        const TEntry moved = screens_[from];
+        screens_.erase(screens_.begin() + from);
+        screens_.insert(screens_.begin() + to, moved);
+    });
+}
+
+void TWindowList::Add(QWidget* screen)
+{
+    if (IndexOf(screen) >= 0)
+        return;
+    QAction* action = menu_->addAction(QString());
+    action->setCheckable(true);
+    group_.addAction(action);
+    connect(action, &QAction::triggered, this, [this, screen = QPointer(screen)] {
+        if (screen)
+            Q_EMIT Chosen(screen);
+    });
+    screens_.push_back({screen, screen, action});
+    const QSignalBlocker quiet(tabs_);
+    tabs_->addTab(QString());
+    ShowTitle(screen);
+    connect(screen, &QWidget::windowTitleChanged, this, [this, screen] { ShowTitle(screen); });
+    connect(screen, &QObject::destroyed, this, &TWindowList::Remove);
+}
+
+void TWindowList::SetActive(QWidget* screen)
+{
+    Add(screen);
+    const int index = IndexOf(screen);
+    const QSignalBlocker quiet(tabs_);
+    tabs_->setCurrentIndex(index);
+    screens_[index].action->setChecked(true);
+    ShowTitle(screen);
+}
+
+void TWindowList::Remove(QObject* screen)
+{
+    const int index = IndexOf(screen);
+    if (index < 0)
+        return;
+    disconnect(screen, nullptr, this, nullptr);
+    delete screens_[index].action;
+    screens_.erase(screens_.begin() + index);
+    const QSignalBlocker quiet(tabs_);
+    tabs_->removeTab(index);
+}
+
+int TWindowList::IndexOf(const QObject* screen) const noexcept
+{
+    const auto found = std::find_if(
+        screens_.begin(), screens_.end(), [screen](const TEntry& entry) { return entry.key == screen; });
+    return found == screens_.end() ? -1 : static_cast<int>(found - screens_.begin());
+}
+
+void TWindowList::ShowTitle(const QWidget* screen)
+{
+    const int index = IndexOf(screen);
+    if (index < 0)
+        return;
+    const QString title = screen->windowTitle();
+    tabs_->setTabText(index, title);
+    screens_[index].action->setText(title);
+}
