@@ -19,8 +19,8 @@ public:
 
 struct GeneratorOptions {
     qint64 orders = 100'000;
-    wire::DateTime now;          // the latest moment in the data
-    quint64 seed = 20'240'131;   // the same seed, size and now give the same rows
+    wire::DateTime now; // the latest moment in the data
+    quint64 seed = 20'240'131; // the same seed, size and now give the same rows
     std::function<void(const QString& stage, int percent)> onProgress;
 };
 
@@ -32,12 +32,12 @@ void Generate(const GeneratorOptions& options, RowSink& sink);
 // Who may log in to a demo database. The password is the same for all; it is shown by the login window.
 struct Login {
     QString account;
-    QString employeeCode;        // of tab_employee
-    QString description;         // site and role, in the clerks' language
+    QString employeeCode; // of tab_employee
+    QString description; // site and role, in the clerks' language
     QString userType;
     QString rights;
 };
 const std::vector<Login>& Logins();
 QString DemoPassword();
 
-}  // namespace demo
+} // namespace demo

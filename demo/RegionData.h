@@ -10,7 +10,7 @@ struct ProvinceText {
     const char16_t* name;
     const char16_t* shortName;
     const char16_t* area;
-    int weight;                // its share of the orders, against the others
+    int weight; // its share of the orders, against the others
     const char16_t* cities;
 };
 
@@ -19,4 +19,4 @@ std::span<const ProvinceText> EasternProvinces();
 std::span<const ProvinceText> SouthernProvinces();
 std::span<const ProvinceText> WesternProvinces();
 
-}  // namespace demo
+} // namespace demo

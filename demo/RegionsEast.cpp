@@ -102,4 +102,4 @@ std::span<const ProvinceText> EasternProvinces()
     return kEasternProvinces;
 }
 
-}  // namespace demo
+} // namespace demo

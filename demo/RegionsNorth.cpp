@@ -99,4 +99,4 @@ std::span<const ProvinceText> NorthernProvinces()
     return kNorthernProvinces;
 }
 
-}  // namespace demo
+} // namespace demo

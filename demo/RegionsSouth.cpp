@@ -108,4 +108,4 @@ std::span<const ProvinceText> SouthernProvinces()
     return kSouthernProvinces;
 }
 
-}  // namespace demo
+} // namespace demo

@@ -137,4 +137,4 @@ std::span<const ProvinceText> WesternProvinces()
     return kWesternProvinces;
 }
 
-}  // namespace demo
+} // namespace demo

@@ -12,7 +12,7 @@ namespace demo {
 struct ColumnDef {
     QString name;
     wire::ColumnType type;
-    int width = 0;        // text: most characters
+    int width = 0; // text: most characters
 };
 
 struct IndexDef {
@@ -25,12 +25,12 @@ struct TableDef {
     QString name;
     std::vector<ColumnDef> columns = {};
     std::vector<QString> primaryKey = {};
-    QString primaryKeyName = {};     // as index hints name it
+    QString primaryKeyName = {}; // as index hints name it
     std::vector<IndexDef> indexes = {};
-    bool clientsMayWrite = false;    // change logs and updates of clients are accepted
+    bool clientsMayWrite = false; // change logs and updates of clients are accepted
 };
 
 const std::vector<TableDef>& Schema();
-const TableDef* FindTable(QStringView name);     // case-insensitive
+const TableDef* FindTable(QStringView name); // case-insensitive
 
-}  // namespace demo
+} // namespace demo
