@@ -42,7 +42,7 @@ struct RowVerdict {
 struct ApplyOutcome {
     std::vector<RowVerdict> rows; // in the order of the change log
     bool rolledBack = false; // more refusals than allowed: nothing was stored
-    int Rejected() const noexcept;
+    WIRE_EXPORT int Rejected() const noexcept;
 };
 
 // Names one apply-updates for ever: a connection's random identity and its counter. Sent again under the same
