@@ -29,8 +29,8 @@ struct TShownMessage {
     TMessageIcon icon;
 };
 
-// The process's application object: main form, message and input boxes, the executable's place. Created by the
-// host after the QApplication; the module adopts it.
+// The process's application object: main form, message and input boxes, the executable's place. Created by
+// the host after the QApplication; the module adopts it.
 class RUNTIME_EXPORT TApplication : public QObject {
     Q_OBJECT
 public:
@@ -53,17 +53,19 @@ public:
     TMessageResult MessageBox(const QString& text, const QString& caption, TMessageIcon icon,
         TMessageButtons buttons = TMessageButtons::Ok, bool secondIsDefault = false);
     // A one-line question; the text typed, or `defaultText` when cancelled. `confirmed` tells which.
-    QString InputBox(const QString& caption, const QString& prompt, const QString& defaultText,
-        bool* confirmed = nullptr);
+    QString InputBox(
+        const QString& caption, const QString& prompt, const QString& defaultText, bool* confirmed = nullptr);
 
     // For automation and tests. An answer is "ok", "cancel", "yes", "no", a text for an input box, or a list
-    // of names for a picker; each coming box or picker takes the next one. With `Unattended`, a box without an
-    // answer takes its default button at once instead of waiting for a user.
+    // of names for a picker; each coming box or picker takes the next one. With `Unattended`, a box without
+    // an answer takes its default button at once instead of waiting for a user.
     void QueueAnswer(const QStringList& answer);
     bool TakeAnswer(QStringList& answer);
     int QueuedAnswers() const noexcept;
     bool Unattended = false;
     const std::vector<TShownMessage>& ShownMessages() const noexcept;
+    // Enters among the shown messages what another dialog than a message box told the user.
+    void NoteShown(const QString& text, const QString& caption, TMessageIcon icon);
     void ClearShownMessages();
 
     // What to do with an exception that no handler caught; shows "详细：" and the message when unset.
@@ -100,7 +102,7 @@ private:
 extern RUNTIME_EXPORT TApplication* Application;
 extern RUNTIME_EXPORT TScreen* Screen;
 
-// Busy cursor for a scope; the default cursor comes back in every outcome.
+// Busy cursor for a scope; the cursor from before it, the default one as a rule, comes back in every outcome.
 class RUNTIME_EXPORT BusyCursor {
 public:
     BusyCursor();
@@ -110,9 +112,10 @@ public:
 
 private:
     QPointer<TScreen> screen_;
+    int before_;
 };
 
 // Runs what a user's action started: a silent abort ends it quietly, any other failure goes to the handler
 // given (message text), or to Application->HandleException. Every slot bound to a control runs through this.
-RUNTIME_EXPORT void Guarded(const std::function<void()>& action,
-    const std::function<void(const QString& message)>& onError = {});
+RUNTIME_EXPORT void Guarded(
+    const std::function<void()>& action, const std::function<void(const QString& message)>& onError = {});

@@ -27,19 +27,25 @@ public:
     void SetDataField(const QString& fieldName);
     const QString& DataField() const noexcept;
     bool Bound() const noexcept;
-    TField* Field() const noexcept;     // nullptr while closed or unbound
+    TField* Field() const noexcept; // nullptr while closed or unbound
     bool ReadOnly() const noexcept;
     void SetReadOnly(bool on);
 
-    std::function<void()> Show;         // field → control
-    std::function<bool()> Write;        // control → field; false when the text was refused
+    std::function<void()> Show; // field → control
+    std::function<bool()> Write; // control → field; false when the text was refused
     // The user changed the control: puts the row in edit. False when the dataset refused.
     bool Changed();
     // Writes when changed.
     bool Commit();
     bool Modified() const noexcept;
+    // True while `Show` runs: what the control reports then is no user's doing.
+    bool Showing() const noexcept;
 
 private:
+    void Attach(TClientDataSetEx* dataSet);
+    void Forget();
+    void Refresh();
+
     class Private;
     std::shared_ptr<Private> d_;
 };
@@ -74,12 +80,16 @@ public:
     void SetText(const QString& text);
     std::function<void()> OnChange;
 
+    std::function<void()> OnExit;
+    void DropDown();
+
 protected:
     void focusOutEvent(QFocusEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    void DropDown();
+    void Tidy();
+    bool StepPart(int steps);
     TDBBinding* binding_;
 };
 
@@ -95,15 +105,18 @@ public:
     const QStringList& KeyItems() const noexcept { return keyItems_; }
     QString Text() const { return currentText(); }
     void SetText(const QString& text);
-    int ItemIndex() const;                 // of the text shown; -1 when it is none of the items
-    QString Value() const;                 // the key of the item shown, or the text
+    int ItemIndex() const; // of the text shown; -1 when it is none of the items
+    QString Value() const; // the key of the item shown, or the text
     std::function<void()> OnChange;
     std::function<void()> OnExit;
 
 protected:
     void focusOutEvent(QFocusEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
 
 private:
+    void UserChanged();
     TDBBinding* binding_;
     QStringList keyItems_;
 };
@@ -125,17 +138,18 @@ public:
     void DropDown();
     void CloseUp(bool accept);
 
-    std::function<void(QKeyEvent* event)> OnKeyDown;    // accept the event to eat it
+    std::function<void(QKeyEvent* event)> OnKeyDown; // accept the event to eat it
     std::function<void()> OnExit;
     std::function<void()> OnChange;
-    std::function<void()> OnUpdateData;                 // a row was chosen, before its key is written
+    std::function<void()> OnUpdateData; // a row was chosen, before its key is written
 
 protected:
     void focusOutEvent(QFocusEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
-    bool eventFilter(QObject* watched, QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
+    void Take(int listRow);
     class Private;
     TDBBinding* binding_;
     std::unique_ptr<Private> d_;

@@ -15,7 +15,7 @@
 class TDBGridEh;
 
 enum class TAlignment { Left, Right, Center };
-enum class TSortMarker { None, Up, Down };
+enum class TSortMarker { None, Up, Down }; // Up: ascending
 enum class TFooterValueType { None, StaticText, Count, Sum };
 enum class TColumnStyle { Text, CheckBox, PickList, KeyPickList, Lookup, DateTime, Memo };
 
@@ -83,8 +83,18 @@ public:
 
 private:
     friend class TDBGridEh;
+    // The dataset tells of an insertion or removal when it has happened; until the views know, a model row
+    // may stand for another view row.
+    int ViewRow(int modelRow) const noexcept;
+    TClientDataSetEx* OpenDataSet() const noexcept;
+    void Reset();
+    void Insert(int viewRow);
+    void Remove(int viewRow);
+
     TDBGridEh* grid_;
     int rows_ = 0;
+    int insertedAt_ = -1;
+    int removedAt_ = -1;
 };
 
 // The grid over a dataset. Its current row is the dataset's; moving posts a pending edit first and stays when
@@ -162,19 +172,43 @@ public:
     std::function<bool(int column)> OnColExit; // false keeps the column
     std::function<void()> OnColEnter;
 
+    // The height of a row, in pixels of the screen.
+    int RowHeight() const;
+
+    QRect visualRect(const QModelIndex& index) const override;
+    QModelIndex indexAt(const QPoint& point) const override;
+    void scrollTo(const QModelIndex& index, ScrollHint hint = EnsureVisible) override;
+    void selectAll() override;
+
 Q_SIGNALS:
     void ColumnsChanged();
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void inputMethodEvent(QInputMethodEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void scrollContentsBy(int dx, int dy) override;
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+protected Q_SLOTS:
+    void updateGeometries() override;
 
 private:
     friend class TDBGridModel;
+    friend class TGridHeader;
+    friend class TGridFooter;
+    friend class TGridIndicator;
     class Private;
     std::unique_ptr<Private> d_;
 };
+
+// The grid that the widget is, or lies in as a cell's editor; nullptr when there is none.
+RUNTIME_EXPORT TDBGridEh* GridOf(QWidget* widget);

@@ -62,17 +62,20 @@ public:
     virtual bool FormKeyDown(QKeyEvent* event);
 
 protected:
-    virtual void FormShow() {}         // before the form becomes visible
-    virtual void FormActivate() {}
+    virtual void FormShow() { } // before the form becomes visible
+    virtual void FormActivate() { }
     virtual TCloseAction FormClose() { return TCloseAction::Free; }
 
     void closeEvent(QCloseEvent* event) override;
     void changeEvent(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
-    bool eventFilter(QObject* watched, QEvent* event) override;
-    void childEvent(QChildEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
+    void EnterMdiArea();
+    void Activated();
+    void LeaveScreen();
+
     class Private;
     std::unique_ptr<Private> d_;
 };

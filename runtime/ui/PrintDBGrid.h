@@ -15,7 +15,7 @@ class RUNTIME_EXPORT TPrintDBGridEh : public QObject {
 public:
     explicit TPrintDBGridEh(TDBGridEh* grid, const QString& name = {});
 
-    double MarginTop = 2.0, MarginBottom = 2.0, MarginLeft = 2.0, MarginRight = 2.0;  // centimetres
+    double MarginTop = 2.0, MarginBottom = 2.0, MarginLeft = 2.0, MarginRight = 2.0; // centimetres
     int HeaderFontPixels = 14;
     int FooterFontPixels = 14;
     bool FooterLine = true;

@@ -3,6 +3,7 @@
 #include "runtime/Export.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QStringList>
 
 #include <functional>
@@ -54,5 +55,5 @@ public:
     void Save();
 
 private:
-    TIniPropStorageManEh* manager_ = nullptr;
+    QPointer<TIniPropStorageManEh> manager_;
 };

@@ -1,0 +1,375 @@
+#include "runtime/ui/Application.h"
+#include "runtime/ui/DBControls.h"
+#include "runtime/ui/DBGridPrivate.h"
+#include "runtime/ui/LookupCompletion.h"
+#include "runtime/ui/Style.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QRegularExpressionValidator>
+
+using namespace Qt::Literals::StringLiterals;
+
+bool TDBGridEh::Private::Editable(int column) const
+{
+    const TClientDataSetEx* open = Open();
+    return open && !q->ReadOnly && ShownColumn(column) && !columns[size_t(column)].info.readOnly
+        && columns[size_t(column)].field >= 0 && (!open->IsEmpty() || q->AllowInsert);
+}
+
+// Puts the row in edit; a handler's refusal is no error.
+bool TDBGridEh::Private::BeginEdit()
+{
+    TClientDataSetEx* open = Open();
+    if (!open)
+        return false;
+    bool editing = false;
+    Guarded([&] {
+        if (open->State() == TDataSetState::Browse) {
+            if (open->IsEmpty())
+                open->Append();
+            else
+                open->Edit();
+        }
+        editing = open->State() == TDataSetState::Edit || open->State() == TDataSetState::Insert;
+    });
+    return editing;
+}
+
+// What is stored for a text as shown: the key behind a pick-list or lookup text.
+QString TDBGridEh::Private::StoredText(int column, const QString& shown) const
+{
+    const TColumnEh& info = columns[size_t(column)].info;
+    switch (info.style) {
+    case TColumnStyle::KeyPickList: {
+        const qsizetype index = info.pickList.indexOf(shown);
+        return index >= 0 && index < info.keyList.size() ? info.keyList[index] : shown;
+    }
+    case TColumnStyle::CheckBox:
+        return shown == u"1"_s ? info.keyList.value(0, u"1"_s) : info.keyList.value(1, u"0"_s);
+    case TColumnStyle::Lookup: {
+        const QString text = CompleteLookup(info.lookup, shown.trimmed());
+        const QString& listField = info.lookup.listField;
+        if (listField.isEmpty() || listField == info.lookup.keyField)
+            return text;
+        const int row = LookupRow(info.lookup, listField, text);
+        const TClientDataSetEx* list = info.lookup.listSource ? info.lookup.listSource->DataSet() : nullptr;
+        const int key = list ? list->FieldIndex(info.lookup.keyField) : -1;
+        return row >= 0 && key >= 0 ? list->ViewText(row, key) : text;
+    }
+    default:
+        return shown;
+    }
+}
+
+bool TDBGridEh::Private::WriteCell(int column, const QString& stored)
+{
+    TClientDataSetEx* open = Open();
+    const int field = columns[size_t(column)].field;
+    if (!open || field < 0 || !BeginEdit())
+        return false;
+    bool written = false;
+    Guarded([&] {
+        open->Field(field).SetAsString(stored);
+        written = true;
+    });
+    return written;
+}
+
+QWidget* TDBGridEh::Private::MakeEditor(int column)
+{
+    const TGridColumn& entry = columns[size_t(column)];
+    const TColumnEh& info = entry.info;
+    const TField& field = Open()->Field(entry.field);
+    const QString shown = q->CellText(CurrentRow(), column);
+    QWidget* parent = q->viewport();
+    const auto changed = [this] { EditorChanged(); };
+    switch (info.style) {
+    case TColumnStyle::PickList:
+    case TColumnStyle::KeyPickList: {
+        auto* box = new TDBComboBoxEh(parent);
+        box->SetItems(info.pickList);
+        box->setFrame(false);
+        box->SetText(shown);
+        box->setMaxVisibleItems(16);
+        box->OnChange = changed;
+        return box;
+    }
+    case TColumnStyle::Lookup: {
+        auto* box = new TDBLookupComboboxEh(parent);
+        box->SetLookup(info.lookup);
+        box->SetText(shown);
+        box->OnChange = changed;
+        return box;
+    }
+    case TColumnStyle::Memo: {
+        auto* memo = new QPlainTextEdit(parent);
+        memo->setPlainText(field.AsString());
+        memo->setTabChangesFocus(true);
+        connect(memo, &QPlainTextEdit::textChanged, q, changed);
+        return memo;
+    }
+    default:
+        break;
+    }
+    if (field.DataType() == wire::ColumnType::DateTime) {
+        auto* edit = new TDBDateTimeEditEh(parent);
+        if (!info.displayFormat.isEmpty() && !info.displayFormat.contains(u"hh"_s))
+            edit->Kind = TDateTimeKind::Date;
+        edit->SetText(shown);
+        edit->OnChange = changed;
+        return edit;
+    }
+    auto* edit = new QLineEdit(parent);
+    if (field.DataType() == wire::ColumnType::Text && field.Size() > 0)
+        edit->setMaxLength(field.Size());
+    if (info.numericOnly)
+        edit->setValidator(
+            new QRegularExpressionValidator(QRegularExpression(u"[-+]?[0-9]*[.]?[0-9]*"_s), edit));
+    // A number is edited as it is, not as it is shown.
+    edit->setText(field.DataType() == wire::ColumnType::Text ? shown : field.AsString());
+    edit->setAlignment(info.alignment == TAlignment::Right ? Qt::AlignRight : Qt::AlignLeft);
+    connect(edit, &QLineEdit::textChanged, q, changed);
+    return edit;
+}
+
+bool TDBGridEh::EditCurrentCell()
+{
+    const int column = SelectedIndex();
+    if (d_->editor)
+        return true;
+    if (column < 0 || !d_->Editable(column) || d_->Open()->IsEmpty()
+        || Column(column).style == TColumnStyle::CheckBox)
+        return false;
+    scrollTo(currentIndex());
+    QWidget* editor = d_->MakeEditor(column);
+    editor->setObjectName(u"CellEditor"_s);
+    editor->setAccessibleName(QString(Column(column).title).replace(u'|', u' '));
+    editor->setProperty("cellEditor", true);
+    editor->setFont(font());
+    editor->installEventFilter(this);
+    if (auto* box = qobject_cast<QComboBox*>(editor))
+        box->lineEdit()->installEventFilter(this);
+    d_->editor = editor;
+    d_->editorColumn = column;
+    d_->editorModified = false;
+    d_->PlaceEditor();
+    editor->show();
+    editor->setFocus();
+    if (auto* line = qobject_cast<QLineEdit*>(editor))
+        line->selectAll();
+    else if (auto* box = qobject_cast<QComboBox*>(editor))
+        box->lineEdit()->selectAll();
+    return true;
+}
+
+void TDBGridEh::Private::PlaceEditor()
+{
+    if (!editor)
+        return;
+    QRect cell = q->visualRect(q->currentIndex());
+    if (qobject_cast<QPlainTextEdit*>(editor)) {
+        // A memo needs more room than its cell; it stays inside the rows' area.
+        const QRect area = q->viewport()->rect();
+        cell.setSize(QSize(std::max(cell.width(), Scaled(*q, 240)), Scaled(*q, 100)).boundedTo(area.size()));
+        cell.moveBottom(std::min(cell.bottom(), area.bottom()));
+        cell.moveRight(std::min(cell.right(), area.right()));
+    } else if (columns[size_t(editorColumn)].info.style != TColumnStyle::Text) {
+        // Room for the drop-down button beside the text.
+        cell.setWidth(std::max(cell.width(), Scaled(*q, 60)));
+    }
+    editor->setGeometry(cell.adjusted(0, 0, -1, -1));
+}
+
+// The first change puts the row in edit. Where that is refused the editor goes, with what was typed.
+void TDBGridEh::Private::EditorChanged()
+{
+    if (!editor || editorModified || committing)
+        return;
+    committing = true; // a refusal may show a box, which takes the focus from the editor
+    const bool allowed = BeginEdit();
+    committing = false;
+    if (!editor)
+        return;
+    if (allowed)
+        editorModified = true;
+    else
+        CloseEditor();
+}
+
+QString TDBGridEh::Private::EditorText() const
+{
+    if (const auto* box = qobject_cast<QComboBox*>(editor))
+        return box->currentText();
+    if (const auto* memo = qobject_cast<QPlainTextEdit*>(editor))
+        return memo->toPlainText();
+    if (const auto* line = qobject_cast<QLineEdit*>(editor))
+        return line->text();
+    return {};
+}
+
+// A list with keys behind it takes its own texts only; the beginning of one stands for it.
+bool TDBGridEh::Private::AcceptableText(QString& text) const
+{
+    const TColumnEh& info = columns[size_t(editorColumn)].info;
+    if (info.style != TColumnStyle::KeyPickList || text.isEmpty() || info.pickList.contains(text))
+        return true;
+    const qsizetype key = info.keyList.indexOf(text);
+    if (key >= 0 && key < info.pickList.size()) {
+        text = info.pickList[key];
+        return true;
+    }
+    for (const QString& item : info.pickList) {
+        if (item.startsWith(text, Qt::CaseInsensitive)) {
+            text = item;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool TDBGridEh::CommitEditor()
+{
+    if (!d_->editor || d_->committing)
+        return true;
+    if (!d_->editorModified) {
+        d_->CloseEditor();
+        return true;
+    }
+    d_->committing = true;
+    const QPointer<TDBGridEh> alive(this);
+    QString text = d_->EditorText();
+    bool written = d_->AcceptableText(text);
+    if (!written && Application)
+        Application->HandleException(u"“%1”不在列表中，请从列表中选择。"_s.arg(text));
+    written = written && d_->WriteCell(d_->editorColumn, d_->StoredText(d_->editorColumn, text));
+    if (!alive)
+        return written;
+    d_->committing = false;
+    if (written)
+        d_->CloseEditor();
+    else if (d_->editor)
+        d_->editor->setFocus(); // stays open on what could not be stored
+    return written;
+}
+
+void TDBGridEh::Private::CloseEditor()
+{
+    if (!editor)
+        return;
+    QWidget* old = editor;
+    const bool hadFocus =
+        old->isAncestorOf(QApplication::focusWidget()) || old == QApplication::focusWidget();
+    editor = nullptr;
+    editorColumn = -1;
+    editorModified = false;
+    old->removeEventFilter(q);
+    if (auto* box = qobject_cast<QComboBox*>(old))
+        box->lineEdit()->removeEventFilter(q);
+    if (hadFocus)
+        q->setFocus();
+    old->hide();
+    old->deleteLater();
+}
+
+void TDBGridEh::Private::ToggleCheck()
+{
+    const QString checked = q->CellText(CurrentRow(), currentColumn);
+    WriteCell(currentColumn, StoredText(currentColumn, checked == u"1"_s ? u"0"_s : u"1"_s));
+}
+
+void TDBGridEh::Private::DropDownEditor()
+{
+    if (auto* box = qobject_cast<QComboBox*>(editor))
+        box->showPopup();
+    else if (auto* lookup = qobject_cast<TDBLookupComboboxEh*>(editor))
+        lookup->DropDown();
+    else if (auto* date = qobject_cast<TDBDateTimeEditEh*>(editor))
+        date->DropDown();
+}
+
+bool TDBGridEh::eventFilter(QObject* watched, QEvent* event)
+{
+    const bool ours = d_ && d_->editor
+        && (watched == d_->editor
+            || (watched->isWidgetType() && d_->editor->isAncestorOf(static_cast<QWidget*>(watched))));
+    if (ours && event->type() == QEvent::KeyPress)
+        return d_->EditorKey(static_cast<QKeyEvent*>(event));
+    if (ours && event->type() == QEvent::ShortcutOverride) {
+        // Esc and Enter are the editor's while it is open, whatever shortcuts the window has.
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Escape || key == Qt::Key_Return || key == Qt::Key_Enter)
+            event->accept();
+    }
+    if (ours && event->type() == QEvent::FocusOut) {
+        const auto reason = static_cast<QFocusEvent*>(event)->reason();
+        if (reason != Qt::PopupFocusReason && reason != Qt::ActiveWindowFocusReason && !d_->committing) {
+            // After the new owner of the focus is known: the editor's own parts do not count as leaving.
+            QMetaObject::invokeMethod(
+                this,
+                [this] {
+                    QWidget* focus = QApplication::focusWidget();
+                    if (d_->editor && focus != d_->editor && !(focus && d_->editor->isAncestorOf(focus)))
+                        CommitEditor();
+                },
+                Qt::QueuedConnection);
+        }
+    }
+    return QTableView::eventFilter(watched, event);
+}
+
+// Keys that mean the grid rather than the editor. True: taken.
+bool TDBGridEh::Private::EditorKey(QKeyEvent* event)
+{
+    if (q->OnKeyDown) {
+        event->ignore();
+        const QPointer<QWidget> open(editor);
+        Guarded([&] { q->OnKeyDown(event); });
+        if (event->isAccepted() || !open)
+            return true;
+        event->accept();
+    }
+    auto* lookup = qobject_cast<TDBLookupComboboxEh*>(editor);
+    if (lookup && lookup->ListVisible()) {
+        // The list goes first; what is taken from it is then the cell's.
+        const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+        const bool tab = event->key() == Qt::Key_Tab || event->key() == Qt::Key_Backtab;
+        if (!enter && !tab)
+            return false;
+        lookup->CloseUp(true);
+    }
+    const bool memo = qobject_cast<QPlainTextEdit*>(editor) != nullptr;
+    const bool plain = !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::ShiftModifier));
+    switch (event->key()) {
+    case Qt::Key_Escape: {
+        CloseEditor();
+        return true;
+    }
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        if (memo && plain)
+            return false;
+        MoveOn(event->modifiers() & Qt::ShiftModifier ? -1 : 1);
+        return true;
+    case Qt::Key_Tab:
+        MoveOn(1);
+        return true;
+    case Qt::Key_Backtab:
+        MoveOn(-1);
+        return true;
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+        if (memo || !plain)
+            return false;
+        if (MoveBy(event->key() == Qt::Key_Up ? -1 : 1))
+            SelectAfterMove({});
+        return true;
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+        if (memo)
+            return false;
+        return Navigate(event);
+    default:
+        return false;
+    }
+}

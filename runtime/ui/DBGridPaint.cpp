@@ -1,0 +1,205 @@
+#include "runtime/ui/DBGridPrivate.h"
+#include "wire/Error.h"
+
+#include <QPaintEvent>
+#include <QPainter>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int kCacheLimit = 6000;
+
+QColor Mixed(const QColor& a, const QColor& b, double share)
+{
+    return QColor::fromRgbF(float(a.redF() + (b.redF() - a.redF()) * share),
+        float(a.greenF() + (b.greenF() - a.greenF()) * share),
+        float(a.blueF() + (b.blueF() - a.blueF()) * share));
+}
+
+} // namespace
+
+const TTextCache::Entry& TTextCache::Fit(
+    const QString& text, int width, const QFontMetrics& metrics, const QFont& font)
+{
+    const auto known = entries_.constFind({text, width});
+    if (known != entries_.constEnd())
+        return *known;
+    if (entries_.size() >= kCacheLimit)
+        entries_.clear();
+    Entry entry;
+    QString fitting = text;
+    entry.width = metrics.horizontalAdvance(text);
+    if (entry.width > width) {
+        fitting = metrics.elidedText(text, Qt::ElideRight, width);
+        entry.width = metrics.horizontalAdvance(fitting);
+    }
+    entry.text.setText(fitting);
+    entry.text.setTextFormat(Qt::PlainText);
+    entry.text.setPerformanceHint(QStaticText::AggressiveCaching);
+    entry.text.prepare({}, font);
+    return *entries_.insert({text, width}, entry);
+}
+
+void TDBGridEh::paintEvent(QPaintEvent* event)
+{
+    QPainter painter(viewport());
+    const QRect dirty = event->rect();
+    painter.fillRect(dirty, palette().color(QPalette::Base));
+    if (!d_->Open() || d_->columns.empty())
+        return;
+    painter.setFont(font());
+    const int frozenWidth = d_->FrozenWidth();
+    const QRect scrolled =
+        dirty.intersected(QRect(frozenWidth, 0, viewport()->width(), viewport()->height()));
+    if (!scrolled.isEmpty()) {
+        painter.setClipRect(scrolled);
+        d_->PaintRows(painter, scrolled, false);
+    }
+    if (frozenWidth > 0) {
+        painter.setClipRect(dirty);
+        d_->PaintRows(painter, dirty.intersected(QRect(0, 0, frozenWidth, viewport()->height())), true);
+        painter.setPen(palette().color(QPalette::Dark));
+        painter.drawLine(frozenWidth - 1, dirty.top(), frozenWidth - 1, dirty.bottom());
+    }
+}
+
+void TDBGridEh::Private::PaintRows(QPainter& painter, const QRect& dirty, bool frozenPart)
+{
+    const TClientDataSetEx& open = *Open();
+    const int rows = std::min(model->rowCount(), open.RecordCount());
+    const int offset = indicator->offset();
+    const int firstRow = std::max(0, (offset + dirty.top()) / rowHeight);
+    const int lastRow = std::min(rows - 1, (offset + dirty.bottom()) / rowHeight);
+    if (dirty.isEmpty() || firstRow > lastRow)
+        return;
+
+    struct Place {
+        int column, left, width;
+    };
+    std::vector<Place> places;
+    const int from = frozenPart ? 0 : frozen;
+    const int to = frozenPart ? frozen : int(columns.size());
+    for (int column = from; column < to; ++column) {
+        const int left = ColumnLeft(column);
+        const int width = q->columnWidth(column);
+        if (ShownColumn(column) && left <= dirty.right() && left + width > dirty.left())
+            places.push_back({column, left, width});
+    }
+
+    const QPalette palette = q->palette();
+    const QColor base = palette.color(QPalette::Base);
+    const QColor text = palette.color(QPalette::Text);
+    const QColor highlight = palette.color(QPalette::Highlight);
+    const QColor line = Mixed(base, text, 0.16);
+    const QFont font = q->font();
+    const int currentRow = CurrentRow();
+    const bool focused = q->hasFocus() || (editor && editor->hasFocus());
+    for (int row = firstRow; row <= lastRow; ++row) {
+        const int top = row * rowHeight - offset;
+        const bool marked = !selected.empty() && selected.contains(open.ViewBookmark(row));
+        for (const Place& place : places) {
+            const QRect cell(place.left, top, place.width, rowHeight);
+            TCellParams params{base, text, font};
+            if (q->OnGetCellParams) {
+                try {
+                    q->OnGetCellParams(columns[size_t(place.column)].info, row, params);
+                } catch (const wire::Error& error) {
+                    qWarning("cell colours: %s", error.what());
+                }
+            }
+            // Over whatever colour the row has for its own reasons, the current and the selected rows still
+            // stand out, and each still shows its own.
+            QColor background = params.background.isValid() ? params.background : base;
+            if (marked)
+                background = Mixed(background, highlight, 0.34);
+            if (row == currentRow)
+                background = Mixed(background, highlight, marked ? 0.16 : 0.2);
+            painter.fillRect(cell, background);
+            painter.setPen(line);
+            painter.drawLine(cell.topRight(), cell.bottomRight());
+            painter.drawLine(cell.bottomLeft(), cell.bottomRight());
+            PaintCell(painter, cell.adjusted(0, 0, -1, -1), row, place.column, params);
+            if (row == currentRow && place.column == currentColumn) {
+                painter.setPen(QPen(focused ? highlight : Mixed(base, highlight, 0.5), 1));
+                painter.drawRect(cell.adjusted(0, 0, -2, -2));
+                if (focused)
+                    painter.drawRect(cell.adjusted(1, 1, -3, -3));
+            }
+        }
+    }
+}
+
+void TDBGridEh::Private::PaintCell(
+    QPainter& painter, const QRect& rect, int viewRow, int column, TCellParams& params)
+{
+    if (q->OnDrawColumnCell) {
+        painter.setPen(params.foreground);
+        bool drawn = false;
+        try {
+            drawn = q->OnDrawColumnCell(painter, rect, column, viewRow);
+        } catch (const wire::Error& error) {
+            qWarning("cell drawing: %s", error.what());
+        }
+        if (drawn)
+            return;
+    }
+    const TGridColumn& entry = columns[size_t(column)];
+    if (entry.field < 0)
+        return;
+    if (entry.info.style == TColumnStyle::CheckBox) {
+        PaintCheck(painter, rect, q->CellText(viewRow, column) == QLatin1StringView("1"));
+        return;
+    }
+    const QString text = q->CellText(viewRow, column);
+    if (text.isEmpty())
+        return;
+    const QRect inner = rect.adjusted(3, 0, -3, 0);
+    if (inner.width() <= 0)
+        return;
+    painter.setPen(params.foreground.isValid() ? params.foreground : q->palette().color(QPalette::Text));
+    const bool ownFont = params.font != q->font();
+    if (ownFont) {
+        const QFontMetrics metrics(params.font);
+        painter.save();
+        painter.setFont(params.font);
+        const auto horizontal = entry.info.alignment == TAlignment::Right ? Qt::AlignRight
+            : entry.info.alignment == TAlignment::Center                  ? Qt::AlignHCenter
+                                                                          : Qt::AlignLeft;
+        painter.drawText(inner, int(horizontal | Qt::AlignVCenter),
+            metrics.elidedText(text, Qt::ElideRight, inner.width()));
+        painter.restore();
+        return;
+    }
+    const QFontMetrics metrics = painter.fontMetrics();
+    const TTextCache::Entry& fitted = texts.Fit(text, inner.width(), metrics, painter.font());
+    int left = inner.left();
+    if (entry.info.alignment == TAlignment::Right)
+        left = inner.right() + 1 - fitted.width;
+    else if (entry.info.alignment == TAlignment::Center)
+        left = inner.left() + (inner.width() - fitted.width) / 2;
+    painter.drawStaticText(left, rect.top() + (rect.height() - metrics.height()) / 2, fitted.text);
+}
+
+void TDBGridEh::Private::PaintCheck(QPainter& painter, const QRect& rect, bool checked)
+{
+    const int side = std::min(rect.height() - 4, 13 * rowHeight / 18);
+    const QRect box(rect.center().x() - side / 2, rect.center().y() - side / 2, side, side);
+    const QPalette palette = q->palette();
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Mixed(palette.color(QPalette::Base), palette.color(QPalette::Text), 0.5));
+    painter.setBrush(palette.color(QPalette::Base));
+    painter.drawRoundedRect(QRectF(box).adjusted(0.5, 0.5, -0.5, -0.5), 2, 2);
+    if (checked) {
+        QPen pen(palette.color(QPalette::Highlight), side / 6.5);
+        pen.setCapStyle(Qt::RoundCap);
+        pen.setJoinStyle(Qt::RoundJoin);
+        painter.setPen(pen);
+        const QPointF mark[] = {{box.left() + side * 0.24, box.top() + side * 0.52},
+            {box.left() + side * 0.43, box.top() + side * 0.72},
+            {box.left() + side * 0.77, box.top() + side * 0.3}};
+        painter.drawPolyline(mark, 3);
+    }
+    painter.restore();
+}

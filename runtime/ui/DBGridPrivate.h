@@ -1,0 +1,144 @@
+#pragma once
+
+#include "runtime/ui/DBGrid.h"
+#include "runtime/ui/GridFooter.h"
+#include "runtime/ui/GridHeader.h"
+
+#include <QHash>
+#include <QPointer>
+#include <QStaticText>
+#include <QTimer>
+
+#include <unordered_set>
+
+// One column with what the grid knows of it beyond its description.
+struct TGridColumn {
+    TColumnEh info;
+    int field = -1; // of the dataset; -1 while closed or absent
+    int markOrder = 0; // among the sort markers, from 1; 0 unmarked
+    QHash<QString, QString> lookupTexts;
+};
+
+// Texts laid out once and painted many times.
+class TTextCache {
+public:
+    struct Entry {
+        QStaticText text;
+        int width = 0;
+    };
+    // The text as it fits into the width.
+    const Entry& Fit(const QString& text, int width, const QFontMetrics& metrics, const QFont& font);
+    void Clear() { entries_.clear(); }
+
+private:
+    struct Key {
+        QString text;
+        int width;
+        bool operator==(const Key&) const = default;
+        friend size_t qHash(const Key& key, size_t seed = 0) { return qHashMulti(seed, key.text, key.width); }
+    };
+    QHash<Key, Entry> entries_;
+};
+
+class TDBGridEh::Private {
+public:
+    explicit Private(TDBGridEh* grid)
+        : q(grid)
+    {
+    }
+
+    TDBGridEh* q;
+    TDBGridModel* model = nullptr;
+    TGridHeader* header = nullptr;
+    TGridIndicator* indicator = nullptr;
+    TGridFooter* footer = nullptr;
+
+    // Data.
+    QPointer<TDataSource> source;
+    QPointer<TClientDataSetEx> dataSet;
+    std::vector<QMetaObject::Connection> connections;
+    void Attach(TClientDataSetEx* newDataSet);
+    TClientDataSetEx* Open() const noexcept
+    {
+        return dataSet && dataSet->Active() ? dataSet.data() : nullptr;
+    }
+    void BindFields();
+    void DataReset();
+    void RowTouched(int viewRow);
+    void FollowCursor();
+    void EditingStateChanged();
+
+    // Columns.
+    std::vector<TGridColumn> columns;
+    int frozen = 0;
+    int currentColumn = 0;
+    void ApplyColumns();
+    bool ShownColumn(int column) const;
+    int NextShownColumn(int column, int step) const; // -1 when there is none
+    int FrozenWidth() const;
+    int ColumnLeft(int column) const; // in the viewport, frozen or scrolled
+    void RenumberMarkers();
+    void ApplySorting();
+    bool sortLocal = false;
+
+    // Footers.
+    int footerRows = 0;
+    QColor footerColor{0xdd, 0xdd, 0xff};
+    bool sumList = false;
+    mutable QHash<int, QString> sums; // by field, until rows change
+    int FooterHeight() const;
+
+    // Painting.
+    bool placing = false;
+    mutable TTextCache texts;
+    int rowHeight = 18;
+    void PaintRows(QPainter& painter, const QRect& dirty, bool frozenPart);
+    void PaintCell(QPainter& painter, const QRect& rect, int viewRow, int column, TCellParams& params);
+    void PaintCheck(QPainter& painter, const QRect& rect, bool checked);
+    void UpdateRow(int viewRow);
+
+    // Current cell. False: a pending edit, or leaving the column, was refused.
+    bool moving = false;
+    bool MoveTo(int viewRow, int column);
+    bool MoveBy(int rows);
+    bool MoveOn(int step); // to the next cell, across rows
+    bool PostRow();
+    int CurrentRow() const;
+    bool Editable(int column) const;
+    QString typedSearch;
+    QTimer searchPause;
+    QString lastFound;
+    void SearchTyped(const QString& typed);
+    bool Navigate(QKeyEvent* event);
+    bool Command(QKeyEvent* event);
+    void Escape();
+    void CopyToClipboard() const;
+
+    // Rows selected together.
+    std::unordered_set<TBookmark> selected;
+    TBookmark anchor = 0;
+    bool dragging = false;
+    QPersistentModelIndex pressed;
+    void SelectOnly(int viewRow);
+    void SelectToggle(int viewRow);
+    void SelectTo(int viewRow);
+    void SelectAfterMove(Qt::KeyboardModifiers modifiers);
+
+    // The open editor.
+    QPointer<QWidget> editor;
+    int editorColumn = -1;
+    bool editorModified = false;
+    bool committing = false;
+    QWidget* MakeEditor(int column);
+    void PlaceEditor();
+    void EditorChanged();
+    QString EditorText() const;
+    bool AcceptableText(QString& text) const;
+    void CloseEditor();
+    bool WriteCell(int column, const QString& stored);
+    bool BeginEdit();
+    void ToggleCheck();
+    bool EditorKey(QKeyEvent* event);
+    void DropDownEditor();
+    QString StoredText(int column, const QString& shown) const;
+};

@@ -1,0 +1,124 @@
+#include "runtime/ui/DBGridPrivate.h"
+
+#include <QApplication>
+#include <QClipboard>
+
+#include <algorithm>
+
+std::vector<TBookmark> TDBGridEh::SelectedRows() const
+{
+    const TClientDataSetEx* open = d_->Open();
+    std::vector<std::pair<int, TBookmark>> rows;
+    if (open) {
+        rows.reserve(d_->selected.size());
+        for (const TBookmark bookmark : d_->selected) {
+            const int row = open->ViewRowOf(bookmark);
+            if (row >= 0)
+                rows.emplace_back(row, bookmark);
+        }
+    }
+    std::sort(rows.begin(), rows.end());
+    std::vector<TBookmark> bookmarks;
+    bookmarks.reserve(rows.size());
+    for (const auto& [row, bookmark] : rows)
+        bookmarks.push_back(bookmark);
+    return bookmarks;
+}
+
+void TDBGridEh::SelectRows(const std::vector<TBookmark>& rows)
+{
+    d_->selected = {rows.begin(), rows.end()};
+    d_->anchor = rows.empty() ? 0 : rows.back();
+    viewport()->update();
+    d_->indicator->viewport()->update();
+}
+
+void TDBGridEh::ClearSelectedRows()
+{
+    SelectRows({});
+}
+
+bool TDBGridEh::IsRowSelected(TBookmark row) const
+{
+    return d_->selected.contains(row);
+}
+
+void TDBGridEh::selectAll()
+{
+    const TClientDataSetEx* open = d_->Open();
+    if (!open)
+        return;
+    std::vector<TBookmark> rows(size_t(open->RecordCount()));
+    for (size_t i = 0; i < rows.size(); ++i)
+        rows[i] = open->ViewBookmark(int(i));
+    SelectRows(rows);
+}
+
+void TDBGridEh::Private::SelectOnly(int viewRow)
+{
+    q->SelectRows({Open()->ViewBookmark(viewRow)});
+}
+
+void TDBGridEh::Private::SelectToggle(int viewRow)
+{
+    const TBookmark bookmark = Open()->ViewBookmark(viewRow);
+    if (selected.erase(bookmark) == 0)
+        selected.insert(bookmark);
+    anchor = bookmark;
+    UpdateRow(viewRow);
+}
+
+// Everything between the row where the selection began and this one.
+void TDBGridEh::Private::SelectTo(int viewRow)
+{
+    const TClientDataSetEx& open = *Open();
+    const int began = anchor ? open.ViewRowOf(anchor) : -1;
+    const int from = began >= 0 ? began : viewRow;
+    const TBookmark keep = open.ViewBookmark(from);
+    selected.clear();
+    for (int row = std::min(from, viewRow); row <= std::max(from, viewRow); ++row)
+        selected.insert(open.ViewBookmark(row));
+    anchor = keep;
+    q->viewport()->update();
+    indicator->viewport()->update();
+}
+
+// A row that the user goes to by key is selected as one that is clicked.
+void TDBGridEh::Private::SelectAfterMove(Qt::KeyboardModifiers modifiers)
+{
+    const int row = CurrentRow();
+    if (row < 0)
+        return;
+    if (modifiers & Qt::ShiftModifier)
+        SelectTo(row);
+    else
+        SelectOnly(row);
+}
+
+void TDBGridEh::Private::CopyToClipboard() const
+{
+    const TClientDataSetEx* open = Open();
+    if (!open || CurrentRow() < 0)
+        return;
+    const std::vector<TBookmark> rows = q->SelectedRows();
+    if (rows.size() < 2) {
+        QApplication::clipboard()->setText(q->CellText(CurrentRow(), currentColumn));
+        return;
+    }
+    // Rows as a spreadsheet takes them: tabs between cells, titles first.
+    QString text;
+    const auto addLine = [&](const auto& cell) {
+        QStringList line;
+        for (int column = 0; column < int(columns.size()); ++column) {
+            if (ShownColumn(column))
+                line += QString(cell(column)).simplified();
+        }
+        text += line.join(u'\t') + u'\n';
+    };
+    addLine([this](int column) { return columns[size_t(column)].info.title.section(u'|', -1); });
+    for (const TBookmark bookmark : rows) {
+        const int row = open->ViewRowOf(bookmark);
+        addLine([this, row](int column) { return q->CellText(row, column); });
+    }
+    QApplication::clipboard()->setText(text);
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QHeaderView>
+
+class TDBGridEh;
+
+// Titles: groups over several lines, sort markers, frozen columns; the user drags edges and titles.
+class TGridHeader : public QHeaderView {
+    Q_OBJECT
+public:
+    explicit TGridHeader(TDBGridEh* grid);
+
+    QSize sizeHint() const override;
+    // Called when titles or columns changed.
+    void Relayout();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    bool event(QEvent* event) override;
+
+private:
+    struct Cell {
+        int first; // columns first…last
+        int last;
+        int level;
+        int levels; // lines it spans
+        QString text;
+        bool leaf;
+    };
+    int LineHeight() const;
+    QRect CellRect(const Cell& cell) const;
+    void PaintCell(QPainter& painter, const Cell& cell);
+    int ColumnAt(int x) const;
+    int EdgeAt(int x) const; // the column whose right edge is there; -1
+    int DropPlace(int x) const;
+    void FitColumn(int column);
+
+    TDBGridEh* grid_;
+    std::vector<Cell> cells_;
+    int levels_ = 1;
+    enum class Drag { None, Pressed, Resize, Move } drag_ = Drag::None;
+    int dragColumn_ = -1;
+    int dragStart_ = 0;
+    int dragWidth_ = 0;
+    int dropAt_ = -1;
+    int hovered_ = -1;
+};
+
+// The narrow strip at the left: the current row, its editing state, the selected rows.
+class TGridIndicator : public QHeaderView {
+    Q_OBJECT
+public:
+    explicit TGridIndicator(TDBGridEh* grid);
+    QSize sizeHint() const override;
+
+protected:
+    void paintSection(QPainter* painter, const QRect& rect, int logicalIndex) const override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+
+private:
+    TDBGridEh* grid_;
+};

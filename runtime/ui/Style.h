@@ -1,0 +1,31 @@
+#pragma once
+
+#include "runtime/Export.h"
+
+#include <QIcon>
+#include <QSize>
+
+class QApplication;
+class QFont;
+class QPainter;
+class QRect;
+class QString;
+class QWidget;
+
+// The look of the client: a compact, light Fusion with readable Chinese at any scale. Call once, after the
+// QApplication is made and before the first window.
+RUNTIME_EXPORT void ApplyStyle(QApplication& application);
+
+// Makes the fonts that screens ask for by their Windows names resolve to what this system has.
+RUNTIME_EXPORT void InstallFontSubstitutes();
+// The screens' own font, 宋体 at 12 pixels (at 96 dpi), or what stands for it here.
+RUNTIME_EXPORT QFont ScreenFont();
+
+// The little arrow of drop-down buttons.
+RUNTIME_EXPORT QIcon DropDownIcon();
+
+// Puts a drop-down below its control, or above it where the screen ends; never outside the screen.
+RUNTIME_EXPORT void PlacePopup(QWidget& popup, const QWidget& control, QSize size);
+
+// Pixels for a length given at 96 dpi on the widget's screen.
+RUNTIME_EXPORT int Scaled(const QWidget& widget, int pixels);
