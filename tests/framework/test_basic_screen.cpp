@@ -1,0 +1,186 @@
+#include "tests/framework/ProbeScreen.h"
+
+#include <QApplication>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+void RunEvents()
+{
+    QApplication::processEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+class BasicScreen : public ::testing::Test {
+protected:
+    BasicScreen()
+    {
+        host.MainForm.show();
+        screen = new Tfrm_Probe(&host.App);
+        variable = screen;
+        screen->SetFormVar(&variable);
+    }
+
+    void Show()
+    {
+        screen->Show();
+        QApplication::setActiveWindow(&host.MainForm);
+        RunEvents();
+    }
+
+    TProbeHost host;
+    QPointer<Tfrm_Probe> screen;
+    Tfrm_Basic* variable = nullptr;
+};
+
+constexpr auto kQuestion = u"详细：您所做的操作并未保存，确定要关闭吗？";
+
+} // namespace
+
+TEST_F(BasicScreen, AnnouncesItselfBindsItsDataSetsAndTurnsTheSearch)
+{
+    EXPECT_EQ(host.MainForm.MessageNumbers(), std::vector<int>{kMessageCreating});
+    EXPECT_EQ(host.MainForm.Messages[0].first, screen);
+    EXPECT_EQ(host.MainForm.Messages[0].second, 0);
+    EXPECT_EQ(screen->cds->RemoteServer(), &host.Connection);
+    EXPECT_EQ(screen->cds2->RemoteServer(), &host.Connection);
+    EXPECT_EQ(screen->Prop->StorageManager(), LayoutStorage);
+
+    Show();
+    EXPECT_EQ(host.MainForm.MessageNumbers().back(), kMessageActivated);
+    ASSERT_FALSE(host.MainForm.SearchTargets.empty());
+    for (QWidget* target : host.MainForm.SearchTargets)
+        EXPECT_EQ(target, screen->DataView1->DataViewGrid);
+    EXPECT_EQ(screen->SaveButton(), screen->Button1);
+    EXPECT_EQ(screen->DataSet(), screen->cds);
+
+    host.MainForm.SearchTargets.clear();
+    screen->SetDataView(screen->DataView1);
+    EXPECT_TRUE(host.MainForm.SearchTargets.empty());
+    screen->SetDataView(nullptr);
+    EXPECT_EQ(host.MainForm.SearchTargets, std::vector<QWidget*>{nullptr});
+}
+
+TEST_F(BasicScreen, RightsAreTheOnes)
+{
+    screen->SetRights(u"1x1"_s);
+    EXPECT_TRUE(screen->Right1);
+    EXPECT_FALSE(screen->Right2);
+    EXPECT_TRUE(screen->Right3);
+    screen->SetRights(u"01"_s);
+    EXPECT_FALSE(screen->Right1);
+    EXPECT_TRUE(screen->Right2);
+    EXPECT_FALSE(screen->Right3);
+}
+
+TEST_F(BasicScreen, AsksOncePerDataSetAndKeepsEverythingOnCancel)
+{
+    Show();
+    screen->OpenBoth();
+    Tfrm_Probe::Change(*screen->cds);
+    Tfrm_Probe::Change(*screen->cds2);
+    host.App.QueueAnswer({u"ok"_s});
+    host.App.QueueAnswer({u"cancel"_s});
+    EXPECT_FALSE(screen->Close());
+    EXPECT_EQ(host.App.ShownMessages().size(), 2U);
+    EXPECT_EQ(screen->cds->ChangeCount(), 1);
+    EXPECT_EQ(screen->cds2->ChangeCount(), 1);
+    EXPECT_EQ(variable, screen);
+
+    // Cancel is the default button, and ends the questions.
+    host.App.ClearShownMessages();
+    EXPECT_FALSE(screen->Close());
+    ASSERT_EQ(host.App.ShownMessages().size(), 1U);
+    EXPECT_EQ(host.App.ShownMessages()[0].text, QStringView(kQuestion));
+    EXPECT_EQ(host.App.ShownMessages()[0].caption, u"试验"_s);
+    EXPECT_EQ(host.App.ShownMessages()[0].icon, TMessageIcon::Question);
+
+    host.App.QueueAnswer({u"ok"_s});
+    host.App.QueueAnswer({u"ok"_s});
+    EXPECT_TRUE(screen->Close());
+    EXPECT_EQ(variable, nullptr);
+    EXPECT_EQ(host.MainForm.MessageNumbers().back(), kMessageClosed);
+    RunEvents();
+    EXPECT_TRUE(screen.isNull());
+}
+
+TEST_F(BasicScreen, AnUnchangedScreenClosesWithoutAWord)
+{
+    Show();
+    screen->OpenBoth();
+    Tfrm_Probe::Change(*screen->cds2);
+    screen->cds2->CancelUpdates();
+    EXPECT_TRUE(screen->Close());
+    EXPECT_TRUE(host.App.ShownMessages().empty());
+}
+
+TEST_F(BasicScreen, AQuietScreenOnlySaysThatItCloses)
+{
+    screen->SetQuiet();
+    Show();
+    screen->OpenBoth();
+    Tfrm_Probe::Change(*screen->cds);
+    EXPECT_TRUE(screen->Close());
+    EXPECT_TRUE(host.App.ShownMessages().empty());
+    EXPECT_EQ(host.MainForm.MessageNumbers(), (std::vector<int>{kMessageCreating, kMessageClosed}));
+    EXPECT_EQ(variable, nullptr);
+    RunEvents();
+    EXPECT_TRUE(screen.isNull());
+}
+
+TEST_F(BasicScreen, DyingWithoutBeingClosedClearsTheVariable)
+{
+    Show();
+    screen->OpenBoth();
+    delete screen.data();
+    EXPECT_EQ(variable, nullptr);
+}
+
+TEST_F(BasicScreen, EnterMovesOnExceptWhereItIsTheControlsOwn)
+{
+    Show();
+    screen->Edit1->setFocus();
+    int returns = 0;
+    QObject::connect(screen->Edit1, &QLineEdit::returnPressed, screen, [&] { ++returns; });
+    QTest::keyClick(screen->Edit1, Qt::Key_Return, Qt::ShiftModifier);
+    EXPECT_TRUE(screen->Edit1->hasFocus());
+    returns = 0;
+    QTest::keyClick(screen->Edit1, Qt::Key_Return);
+    EXPECT_EQ(returns, 1);
+    EXPECT_TRUE(screen->Edit2->hasFocus());
+    QTest::keyClick(screen->Edit2, Qt::Key_Enter, Qt::KeypadModifier);
+    EXPECT_TRUE(screen->Memo1->hasFocus());
+
+    QTest::keyClick(screen->Memo1, Qt::Key_Return);
+    EXPECT_EQ(screen->Memo1->toPlainText(), u"\n"_s);
+    EXPECT_TRUE(screen->Memo1->hasFocus());
+    QTest::keyClick(screen->Memo1, Qt::Key_Return, Qt::ControlModifier);
+    EXPECT_EQ(screen->Memo1->toPlainText(), u"\n"_s);
+    EXPECT_FALSE(screen->Memo1->hasFocus());
+
+    screen->KeyPreview = false;
+    screen->Edit1->setFocus();
+    QTest::keyClick(screen->Edit1, Qt::Key_Return);
+    EXPECT_TRUE(screen->Edit1->hasFocus());
+}
+
+TEST_F(BasicScreen, StoredPropertiesComeBack)
+{
+    screen->Prop->Active = true;
+    screen->Prop->StoredProps = {u"Edit1.<P>.Text"_s};
+    Show();
+    screen->Edit1->setText(u"记住"_s);
+    screen->Close();
+    RunEvents();
+
+    auto* again = new Tfrm_Probe(&host.App);
+    again->Prop->Active = true;
+    again->Prop->StoredProps = {u"Edit1.<P>.Text"_s};
+    again->Edit1->setText(u"预设"_s);
+    again->Show();
+    EXPECT_EQ(again->Edit1->text(), u"记住"_s);
+}

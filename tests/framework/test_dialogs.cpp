@@ -1,0 +1,81 @@
+#include "framework/frm_ErrorList.h"
+#include "framework/frm_Progress.h"
+#include "tests/framework/ProbeScreen.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QTest>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+wire::RowSet Failures()
+{
+    return MakeTextRows(
+        {u"TX_LOGISTIC_ID"_s, u"ERROR_MESSAGE"_s}, {{u"L1"_s, u"已被\t接单"_s}, {u"L2"_s, {}}});
+}
+
+} // namespace
+
+TEST(ErrorList, ShowsItsRowsAndClosesByKeyboard)
+{
+    TProbeHost host;
+    host.App.Unattended = false;
+    host.MainForm.show();
+    TClientDataSetEx rows;
+    rows.OpenRows(Failures());
+    QString copied;
+    int shown = 0;
+    QTimer::singleShot(50, &host.MainForm, [&] {
+        auto* list = qobject_cast<Tfrm_ErrorList*>(host.Scr.Forms().back());
+        ASSERT_NE(list, nullptr);
+        shown = list->findChild<TDBGridEh*>(u"Grid1"_s)->model()->rowCount();
+        QTest::keyClick(list, Qt::Key_C, Qt::ControlModifier);
+        copied = QApplication::clipboard()->text();
+        QTest::keyClick(list, Qt::Key_Escape);
+    });
+    Tfrm_ErrorList::Execute(u"网点接单"_s, u"以下订单失败！"_s, rows,
+        {{.fieldName = u"TX_LOGISTIC_ID"_s, .title = u"物流号"_s},
+            {.fieldName = u"ERROR_MESSAGE"_s, .title = u"原因"_s}});
+    EXPECT_EQ(shown, 2);
+    EXPECT_EQ(copied, u"物流号\t原因\nL1\t已被 接单\nL2\t\n"_s);
+    ASSERT_EQ(host.App.ShownMessages().size(), 1U);
+    EXPECT_EQ(host.App.ShownMessages()[0].text, u"以下订单失败！"_s);
+    EXPECT_TRUE(rows.Active());
+    rows.Close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(host.Scr.Forms().empty());
+}
+
+TEST(ErrorList, TakesAnAnswerGivenBeforehand)
+{
+    TProbeHost host;
+    host.App.Unattended = false;
+    host.MainForm.show();
+    TClientDataSetEx rows;
+    rows.OpenRows(Failures());
+    host.App.QueueAnswer({u"ok"_s});
+    Tfrm_ErrorList::Execute(u"标题"_s, u"文字"_s, rows);
+    EXPECT_EQ(host.App.QueuedAnswers(), 0);
+}
+
+TEST(Progress, CountsWithoutLettingTheUserIn)
+{
+    TProbeHost host;
+    host.MainForm.show();
+    Tfrm_Progress progress(nullptr, u"批量修改"_s);
+    progress.Start(u"准备批量修改."_s, 600);
+    EXPECT_TRUE(progress.isVisible());
+    EXPECT_EQ(progress.Text(), u"准备批量修改."_s);
+    bool timerFired = false;
+    QTimer::singleShot(0, &progress, [&] { timerFired = true; });
+    progress.Step(u"正在修改."_s, 200);
+    EXPECT_EQ(progress.Done(), 200);
+    progress.Finish(u"修改完毕."_s);
+    EXPECT_EQ(progress.Done(), progress.Total());
+    EXPECT_FALSE(timerFired);
+}

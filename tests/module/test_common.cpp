@@ -1,0 +1,130 @@
+#include "module/data/Common.h"
+#include "tests/support/FakeHost.h"
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+void OpenSites(TClientDataSetEx& dataSet, int count)
+{
+    std::vector<QStringList> rows;
+    for (int i = 0; i < count; ++i)
+        rows.push_back({u"S%1"_s.arg(i)});
+    dataSet.OpenRows(MakeTextRows({u"SITE_NAME"_s}, rows));
+}
+
+QString Lines(int count)
+{
+    QStringList lines;
+    for (int i = 0; i < count; ++i)
+        lines += QString::number(i);
+    return lines.join(u'\n');
+}
+
+} // namespace
+
+TEST(QuotedStr, DoublesQuotes)
+{
+    EXPECT_EQ(QuotedStr(u"a'b"_s), u"'a''b'"_s);
+    EXPECT_EQ(QuotedStr({}), u"''"_s);
+}
+
+TEST(BuildInList, ChunksKeepUnderTheServersLimit)
+{
+    TClientDataSetEx sites;
+    EXPECT_EQ(BuildInList(sites, u"site_name"_s, u"a.duty_site"_s), u"()"_s);
+    sites.OpenRows(MakeTextRows({u"SITE_NAME"_s}, {{u"A"_s}, {u"B"_s}, {u"C"_s}}));
+    EXPECT_EQ(BuildInList(sites, u"site_name"_s, u"a.duty_site"_s, 2),
+        u"((a.duty_site in ('A','B'))or(a.duty_site in ('C')))"_s);
+    EXPECT_EQ(BuildInList(sites, u"site_name"_s, u"x"_s, 3), u"((x in ('A','B','C')))"_s);
+
+    OpenSites(sites, 999);
+    EXPECT_EQ(BuildInList(sites, u"site_name"_s, u"x"_s).count(u" in ("_s), 1);
+    OpenSites(sites, 1000);
+    const QString two = BuildInList(sites, u"site_name"_s, u"x"_s);
+    EXPECT_TRUE(two.endsWith(u"'S998'))or(x in ('S999')))"_s));
+}
+
+TEST(BuildInList, LeavesThePositionAndSpeaksOfAMissingField)
+{
+    TClientDataSetEx sites;
+    OpenSites(sites, 5);
+    sites.SetRecNo(4);
+    int scrolls = 0;
+    sites.AfterScroll = [&] { ++scrolls; };
+    BuildInList(sites, u"site_name"_s, u"x"_s);
+    EXPECT_EQ(sites.RecNo(), 4);
+    EXPECT_EQ(scrolls, 0);
+    EXPECT_THROW(BuildInList(sites, u"no_field"_s, u"x"_s), wire::Error);
+}
+
+TEST(PastedNumbers, EveryKindOfLineBreak)
+{
+    EXPECT_EQ(ParsePastedNumbers(u" a \r\nb\r\rc\n"_s).list, u"('a','b','','c')"_s);
+    EXPECT_EQ(ParsePastedNumbers(u"one"_s).list, u"('one')"_s);
+    EXPECT_EQ(ParsePastedNumbers(u"\na"_s).list, u"('','a')"_s);
+}
+
+TEST(PastedNumbers, RulesOfOtherScreens)
+{
+    EXPECT_EQ(ParsePastedNumbers(u"a \n b"_s, {.maxLines = 999, .trimmed = false, .lastFirst = true}).list,
+        u"(' b','a ')"_s);
+    EXPECT_TRUE(ParsePastedNumbers(Lines(999), {.maxLines = 999}).complaint.isEmpty());
+    EXPECT_EQ(ParsePastedNumbers(Lines(1000), {.maxLines = 999}).complaint,
+        u"详细：您输入了\"1000\"个单号，最多只能输入\"999\"个单号！"_s);
+}
+
+TEST(PastedNumbers, ComplaintsAreTold)
+{
+    TFakeHost host;
+    QPlainTextEdit memo;
+    memo.setPlainText(u" \n "_s);
+    EXPECT_TRUE(PastedNumberList(memo).isEmpty());
+    memo.setPlainText(Lines(801));
+    EXPECT_TRUE(PastedNumberList(memo).isEmpty());
+    const auto shown = host.App.ShownMessages();
+    ASSERT_EQ(shown.size(), 2U);
+    EXPECT_EQ(shown[0].text, u"详细：没有输入任何运单编号！"_s);
+    EXPECT_EQ(shown[1].text, u"详细：您输入了\"801\"个单号，最多只能输入\"800\"个单号！"_s);
+    for (const TShownMessage& message : shown) {
+        EXPECT_EQ(message.caption, u"详细："_s);
+        EXPECT_EQ(message.icon, TMessageIcon::Warning);
+    }
+    memo.setPlainText(Lines(800));
+    EXPECT_TRUE(PastedNumberList(memo).endsWith(u"'798','799')"_s));
+    EXPECT_EQ(host.App.ShownMessages().size(), 2U);
+}
+
+TEST(CheckDateRange, RejectsWithTheRightWords)
+{
+    TFakeHost host;
+    const QString start = u"2024-01-01 00:00:00"_s;
+    EXPECT_FALSE(CheckDateRange(start, u"2024-01-31 00:00:00"_s, 30, true));
+    EXPECT_FALSE(CheckDateRange(start, start, 0, true));
+    EXPECT_TRUE(CheckDateRange(start, u"2024-01-31 00:00:01"_s, 30, false));
+    EXPECT_TRUE(host.App.ShownMessages().empty());
+
+    EXPECT_TRUE(CheckDateRange(start, u"2024-01-31 00:00:01"_s, 30, true));
+    EXPECT_TRUE(CheckDateRange(u"2024-01-02"_s, start, 30, true));
+    EXPECT_TRUE(CheckDateRange(u"2024-02-30"_s, u"2024-03-01"_s, 30, true));
+    EXPECT_TRUE(CheckDateRange({}, start, 30, true));
+    const auto shown = host.App.ShownMessages();
+    ASSERT_EQ(shown.size(), 4U);
+    EXPECT_EQ(shown[0].text, u"详细：结束日期不能超过开始日期\"30\"天！"_s);
+    EXPECT_EQ(shown[0].caption, u"日期时间错误"_s);
+    EXPECT_EQ(shown[1].text, u"详细：结束日期不能比开始日期还早！"_s);
+    EXPECT_EQ(shown[1].caption, u"日期时间错误"_s);
+    EXPECT_EQ(shown[2].text, u"详细：您所输入的日期时间错误！"_s);
+    EXPECT_EQ(shown[2].caption, u"日期时间格式"_s);
+    EXPECT_EQ(shown[3].text, shown[2].text);
+    EXPECT_EQ(shown[3].icon, TMessageIcon::Warning);
+}
+
+TEST(Today, IsTheServersDay)
+{
+    const TFakeHost host;
+    EXPECT_EQ(StartOfToday(), u"2024-01-31 00:00:00"_s);
+    EXPECT_EQ(EndOfToday(), u"2024-01-31 23:59:59"_s);
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+
+// An application server of its own on a free port of this machine; ends with its scope.
+class ServerProcess {
+public:
+    // `options` besides folder and address. Raises wire::Error when it does not come up.
+    explicit ServerProcess(const QString& dataFolder, const QStringList& options = {});
+    ~ServerProcess();
+
+    int Port() const noexcept { return port_; }
+    // As a power cut would: no warning, nothing finished. Returns when it is gone.
+    void Kill();
+    // Again on the same port.
+    void Start();
+
+private:
+    QStringList arguments_;
+    QProcess process_;
+    int port_ = 0;
+};
+
+// An account of the demo company, by its site; empty: the first.
+QString DemoAccountOf(const QString& site = {});
