@@ -3,7 +3,8 @@
 #include "bench/system/Databases.h"
 #include "bench/system/Floor.h"
 #include "bench/system/Measure.h"
-#include "bench/system/ServerProcess.h"
+#include "demo/Generator.h"
+#include "tests/support/ServerProcess.h"
 #include "runtime/data/ClientDataSet.h"
 #include "runtime/data/SocketConnection.h"
 #include "runtime/ui/Application.h"
@@ -88,7 +89,7 @@ std::unique_ptr<TSocketConnectionEx> Connect(std::unique_ptr<wire::Transport> tr
 {
     auto connection = std::make_unique<TSocketConnectionEx>();
     connection->SetTransport(std::move(transport));
-    connection->Open(BenchAccount(), BenchPassword());
+    connection->Open(DemoAccountOf(), demo::DemoPassword());
     return connection;
 }
 

@@ -22,12 +22,12 @@ int FreePort()
     return probe.serverPort();
 }
 
-}  // namespace
+} // namespace
 
 ServerProcess::ServerProcess(const QString& dataFolder, const QStringList& options)
     : port_(FreePort())
 {
-    arguments_ = QStringList {u"--data"_s, dataFolder, u"--listen"_s, u"127.0.0.1:%1"_s.arg(port_)} + options;
+    arguments_ = QStringList{u"--data"_s, dataFolder, u"--listen"_s, u"127.0.0.1:%1"_s.arg(port_)} + options;
     process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     Start();
 }
