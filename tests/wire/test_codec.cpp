@@ -1,0 +1,378 @@
+#include "wire/Codec.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <limits>
+#include <random>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace wire;
+
+namespace {
+
+// A connection that ends after some bytes, which arrive `step` at a time.
+class BytesChannel : public FrameChannel {
+public:
+    explicit BytesChannel(QByteArray bytes, qsizetype step = 1 << 20)
+        : bytes_(std::move(bytes))
+        , step_(step)
+    {
+    }
+
+protected:
+    qsizetype ReadSome(char* to, qsizetype size, bool) override
+    {
+        const qsizetype count = std::min({size, step_, bytes_.size() - at_});
+        std::memcpy(to, bytes_.constData() + at_, size_t(count));
+        at_ += count;
+        return count;
+    }
+    void WriteAll(const char* bytes, qsizetype size) override { bytes_.append(bytes, size); }
+
+private:
+    QByteArray bytes_;
+    qsizetype step_;
+    qsizetype at_ = 0;
+};
+
+QByteArray BytesOf(const Packet& packet)
+{
+    return {packet.Data(), packet.Size()};
+}
+
+Frame FrameOf(const QByteArray& bytes)
+{
+    BytesChannel channel(bytes);
+    Frame frame;
+    if (!channel.Read(frame, kMaxBody))
+        throw std::logic_error("no frame");
+    return frame;
+}
+
+Request SampleApply()
+{
+    Request request;
+    request.kind = RequestKind::ApplyUpdates;
+    request.name = {{1, 2, 3, 255}, std::numeric_limits<quint64>::max()};
+    request.maxErrors = -1;
+    request.changes.commandText = u"select * from tab_zelmor_bill a where a.STATUS='1'"_s;
+    request.changes.columns = {
+        {u"TX_LOGISTIC_ID"_s, ColumnType::Text, 32, true, false, true},
+        {u"STATUS"_s, ColumnType::Integer, 0, false, true, true},
+        {u"FEE"_s, ColumnType::Number, 0, false, false, true},
+        {u"ACCEPT_DATE"_s, ColumnType::DateTime, 0, false, false, false},
+    };
+    request.changes.rows = {
+        {ChangeKind::Update, 7,
+            {{0, u"D1"_s, u"D1"_s}, {1, qint64(0), qint64(-1)}, {2, Value{}, 12.25},
+                {3, Value{}, DateTime::FromParts(2026, 1, 2, 3, 4, 5)}}},
+        {ChangeKind::Delete, 8, {{0, u"D2"_s, u"D2"_s}}},
+        {ChangeKind::Insert, 9, {}},
+    };
+    return request;
+}
+
+std::vector<ColumnInfo> SampleInfos()
+{
+    return {{u"T"_s, ColumnType::Text, 20, true, true, true}, {u"P"_s, ColumnType::Text},
+        {u"I"_s, ColumnType::Integer}, {u"N"_s, ColumnType::Number}, {u"D"_s, ColumnType::DateTime},
+        {u"Z"_s, ColumnType::Text}, {u"Y"_s, ColumnType::Number}};
+}
+
+std::vector<Column> SampleRows(int rows)
+{
+    std::vector<Column> block;
+    for (const ColumnInfo& info : SampleInfos())
+        block.emplace_back(info.type);
+    block[1].Raw().plain = true;
+    for (int i = 0; i < rows; ++i) {
+        block[0].AppendText(i % 7 == 0 ? QByteArray() : u"安徽合肥%1部"_s.arg(i % 5).toUtf8());
+        block[1].AppendText(i % 3 == 0 ? QByteArray() : u"地址%1"_s.arg(i).toUtf8());
+        i % 4 == 0 ? block[2].AppendNull() : block[2].AppendInteger(qint64(i) * 1000 - 5000);
+        i % 5 == 0 ? block[3].AppendNull() : block[3].AppendNumber(i / 8.0);
+        block[4].AppendInteger(1'700'000'000 + i);
+        block[5].AppendNull();
+        block[6].AppendNull();
+    }
+    return block;
+}
+
+Reply SampleReply()
+{
+    Reply reply;
+    reply.rowCount = 12345678901;
+    reply.identity = {u"hf1"_s, u"00551001"_s, u"张三"_s, u"安徽合肥一部"_s, u"2"_s, u"111"_s};
+    reply.serverTime = DateTime::FromParts(2026, 3, 14, 9, 30, 0);
+    reply.outcome.rolledBack = true;
+    reply.outcome.rows = {{1, true, {}, false, {}},
+        {2, false, u"已被其它用户修改"_s, true, {u"a"_s, Value{}, 1.5}}, {3, false, u"已删除"_s, false, {}}};
+    return reply;
+}
+
+// Reads everything of whatever a frame decodes to, so that a sanitizer sees every byte that is reached.
+size_t DecodeAny(const Frame& frame)
+{
+    size_t touched = 0;
+    switch (frame.header.kind) {
+    case FrameKind::Columns:
+        return DecodeColumns(frame).size();
+    case FrameKind::Rows:
+        for (const Column& column : DecodeRows(frame, SampleInfos())) {
+            const qsizetype rows = std::min<qsizetype>(column.RowCount(), 5000);
+            for (qsizetype row = 0; row < rows; ++row)
+                touched += ToText(column.ValueAt(row)).size();
+            if (rows == column.RowCount()) {
+                Column merged = column;
+                merged.AppendColumn(Column(column));
+                touched += size_t(merged.RowCount());
+            }
+        }
+        return touched;
+    case FrameKind::Done:
+        return DecodeDone(frame).outcome.rows.size();
+    case FrameKind::Error:
+        return size_t(DecodeError(frame).Message().size());
+    default:
+        return BytesOf(EncodeRequest(DecodeRequest(frame), 1)).size();
+    }
+}
+
+std::vector<QByteArray> SampleFrames()
+{
+    Request login;
+    login.kind = RequestKind::Login;
+    login.account = u"hf1"_s;
+    login.password = u"密码"_s;
+    Request query;
+    query.kind = RequestKind::Query;
+    query.text = u"select 1 from dual"_s;
+    return {BytesOf(EncodeRequest(login, 1)), BytesOf(EncodeRequest(query, 2, true)),
+        BytesOf(EncodeRequest(SampleApply(), 3)), BytesOf(EncodeRequest({}, 4)),
+        BytesOf(EncodeColumns(SampleInfos(), 5)), BytesOf(EncodeRows(SampleRows(20), 6)),
+        BytesOf(EncodeRows(SampleRows(90), 7, true)), BytesOf(EncodeDone(SampleReply(), 8)),
+        BytesOf(EncodeError({ErrorKind::Syntax, u"第 3 行"_s, u"select"_s}, 9))};
+}
+
+// Nothing but a refusal or a message may come of it.
+void ExpectRefusalOrMessage(const QByteArray& bytes)
+{
+    try {
+        DecodeAny(FrameOf(bytes));
+    } catch (const Error& error) {
+        ASSERT_TRUE(error.Kind() == ErrorKind::Protocol || error.Kind() == ErrorKind::Limit) << error.what();
+        ASSERT_FALSE(error.Message().isEmpty());
+    }
+}
+
+template <typename F> QString ProtocolReason(F&& work)
+{
+    try {
+        work();
+    } catch (const Error& error) {
+        EXPECT_EQ(error.Kind(), ErrorKind::Protocol);
+        return error.Message();
+    }
+    ADD_FAILURE() << "accepted";
+    return {};
+}
+
+} // namespace
+
+TEST(CodecTest, MessagesArriveAsTheyWereSent)
+{
+    const Request sent = SampleApply();
+    const Request request = DecodeRequest(FrameOf(BytesOf(EncodeRequest(sent, 3))));
+    EXPECT_EQ(request.kind, sent.kind);
+    EXPECT_EQ(request.name, sent.name);
+    EXPECT_EQ(request.maxErrors, -1);
+    EXPECT_EQ(request.changes.commandText, sent.changes.commandText);
+    EXPECT_EQ(request.changes.columns, sent.changes.columns);
+    ASSERT_EQ(request.changes.rows.size(), sent.changes.rows.size());
+    for (size_t i = 0; i < sent.changes.rows.size(); ++i) {
+        const RowChange& row = request.changes.rows[i];
+        EXPECT_EQ(row.kind, sent.changes.rows[i].kind);
+        EXPECT_EQ(row.rowId, sent.changes.rows[i].rowId);
+        ASSERT_EQ(row.cells.size(), sent.changes.rows[i].cells.size());
+        for (size_t cell = 0; cell < row.cells.size(); ++cell) {
+            EXPECT_EQ(row.cells[cell].column, sent.changes.rows[i].cells[cell].column);
+            EXPECT_EQ(row.cells[cell].original, sent.changes.rows[i].cells[cell].original);
+            EXPECT_EQ(row.cells[cell].current, sent.changes.rows[i].cells[cell].current);
+        }
+    }
+
+    const Reply reply = DecodeDone(FrameOf(BytesOf(EncodeDone(SampleReply(), 8))));
+    EXPECT_EQ(reply.rowCount, SampleReply().rowCount);
+    EXPECT_EQ(reply.identity.employeeName, u"张三"_s);
+    EXPECT_EQ(reply.identity.rights, u"111"_s);
+    EXPECT_EQ(reply.serverTime, SampleReply().serverTime);
+    EXPECT_TRUE(reply.outcome.rolledBack);
+    EXPECT_EQ(reply.outcome.Rejected(), 2);
+    EXPECT_EQ(reply.outcome.rows[1].reason, u"已被其它用户修改"_s);
+    EXPECT_EQ(reply.outcome.rows[1].presentValues, SampleReply().outcome.rows[1].presentValues);
+    EXPECT_TRUE(reply.outcome.rows[1].present);
+    EXPECT_FALSE(reply.outcome.rows[2].present);
+
+    const Error error =
+        DecodeError(FrameOf(BytesOf(EncodeError({ErrorKind::Policy, u"不许"_s, u"drop"_s}, 1))));
+    EXPECT_EQ(error.Kind(), ErrorKind::Policy);
+    EXPECT_EQ(error.Message(), u"不许"_s);
+    EXPECT_EQ(error.SqlText(), u"drop"_s);
+
+    EXPECT_EQ(DecodeColumns(FrameOf(BytesOf(EncodeColumns(SampleInfos(), 5)))), SampleInfos());
+}
+
+TEST(CodecTest, RowsArriveAsTheyWereSent)
+{
+    for (const int rows : {0, 1, 63, 64, 65, 5000}) {
+        for (const bool compress : {false, true}) {
+            const std::vector<Column> sent = SampleRows(rows);
+            const std::vector<Column> got =
+                DecodeRows(FrameOf(BytesOf(EncodeRows(sent, 1, compress))), SampleInfos());
+            ASSERT_EQ(got.size(), sent.size());
+            for (size_t column = 0; column < sent.size(); ++column) {
+                ASSERT_EQ(got[column].RowCount(), rows);
+                ASSERT_EQ(got[column].IsDictionary(), sent[column].IsDictionary());
+                for (int row = 0; row < rows; ++row)
+                    ASSERT_EQ(got[column].ValueAt(row), sent[column].ValueAt(row));
+            }
+        }
+    }
+    EXPECT_LT(EncodeRows(SampleRows(5000), 1, true).Size(), EncodeRows(SampleRows(5000), 1).Size() / 2);
+}
+
+TEST(CodecTest, FramesAreFoundHoweverTheBytesArrive)
+{
+    QByteArray stream;
+    const std::vector<QByteArray> frames = SampleFrames();
+    for (const QByteArray& frame : frames)
+        stream += frame;
+    stream += BytesOf(EncodeRows(SampleRows(5000), 77)); // longer than what is read ahead
+    for (const qsizetype step : {1, 11, 13, 4096, 1 << 20}) {
+        BytesChannel channel(stream, step);
+        Frame frame;
+        for (size_t i = 0; i < frames.size(); ++i) {
+            ASSERT_TRUE(channel.Read(frame, kMaxBody));
+            ASSERT_EQ(frame.header.request, i + 1);
+            DecodeAny(frame);
+        }
+        ASSERT_TRUE(channel.Read(frame, kMaxBody));
+        ASSERT_EQ(DecodeRows(frame, SampleInfos()).front().RowCount(), 5000);
+        ASSERT_FALSE(channel.Read(frame, kMaxBody));
+    }
+}
+
+TEST(CodecTest, HeadersAreRefusedWithTheReason)
+{
+    const QByteArray good = BytesOf(EncodeRequest({}, 1));
+    const auto with = [&](int at, char value) {
+        QByteArray bytes = good;
+        bytes[at] = value;
+        return bytes;
+    };
+    EXPECT_TRUE(ProtocolReason([&] { FrameOf(with(4, 9)); }).contains(u"version 9"));
+    EXPECT_TRUE(ProtocolReason([&] { FrameOf(with(6, 0)); }).contains(u"kind 0"));
+    EXPECT_TRUE(ProtocolReason([&] { FrameOf(with(7, 4)); }).contains(u"flags 4"));
+    EXPECT_TRUE(ProtocolReason([&] { FrameOf(with(3, 0x7F)); }).contains(u"more than"));
+    EXPECT_TRUE(ProtocolReason([&] { FrameOf(with(7, 1)); }).contains(u"compressed"));
+    EXPECT_TRUE(ProtocolReason([&] { FrameOf(good.first(7)); }).contains(u"header"));
+    BytesChannel small(BytesOf(EncodeRequest(SampleApply(), 1)));
+    Frame frame;
+    EXPECT_TRUE(ProtocolReason([&] { small.Read(frame, 16); }).contains(u"more than 16"));
+    // A frame in a reply's place and a reply in a request's.
+    EXPECT_TRUE(ProtocolReason([&] { DecodeDone(FrameOf(good)); }).contains(u"kind 5"));
+    EXPECT_TRUE(
+        ProtocolReason([&] { DecodeRequest(FrameOf(BytesOf(EncodeDone({}, 1)))); }).contains(u"no request"));
+}
+
+TEST(CodecTest, BlocksThatContradictThemselvesAreRefused)
+{
+    const std::vector<ColumnInfo> texts = {{u"T"_s, ColumnType::Text}};
+    const auto refused = [&](const std::function<void(Packet&)>& fill) {
+        Packet packet(FrameKind::Rows, 1);
+        fill(packet);
+        packet.Seal();
+        const Frame frame = FrameOf(BytesOf(packet));
+        return ProtocolReason([&] { DecodeRows(frame, texts); });
+    };
+    const auto text = quint8(ColumnType::Text);
+    const auto put = [](Packet& packet, auto... values) { (packet.Put(values), ...); };
+    using U8 = quint8;
+    using U32 = quint32;
+    EXPECT_TRUE(refused([&](Packet& p) { put(p, U32(4'000'001), U32(1)); }).contains(u"4000001 rows"));
+    EXPECT_TRUE(refused([&](Packet& p) { put(p, U32(1), U32(2)); }).contains(u"2 columns"));
+    EXPECT_TRUE(refused([&](Packet& p) { put(p, U32(1), U32(1), U8(2)); }).contains(u"type"));
+    EXPECT_TRUE(refused([&](Packet& p) { put(p, U32(1), U32(1), text, U8(0), U8(3)); }).contains(u"3 bytes"));
+    // A code beyond the dictionary, an empty entry, offsets that run backwards, too few texts, more text than
+    // there is.
+    EXPECT_TRUE(refused([&](Packet& p) {
+        put(p, U32(1), U32(1), text, U8(0), U8(1), U8(2), U32(1), U32(1), 'x');
+    }).contains(u"outside"));
+    EXPECT_TRUE(refused([&](Packet& p) {
+        put(p, U32(1), U32(1), text, U8(0), U8(1), U8(1), U32(1), U32(0));
+    }).contains(u"empty text"));
+    EXPECT_TRUE(refused([&](Packet& p) {
+        put(p, U32(2), U32(1), text, U8(1), U32(2), U32(1), U32(0), 'x');
+    }).contains(u"backwards"));
+    EXPECT_TRUE(refused([&](Packet& p) {
+        put(p, U32(2), U32(1), text, U8(1), U32(1), U32(1), 'x');
+    }).contains(u"1 texts for 2 rows"));
+    EXPECT_TRUE(refused([&](Packet& p) {
+        put(p, U32(1), U32(1), text, U8(1), U32(1), U32(5), 'x');
+    }).contains(u"early"));
+    EXPECT_TRUE(refused([&](Packet& p) {
+        put(p, U32(1), U32(1), text, U8(1), U32(1), U32(1), 'x', 'y');
+    }).contains(u"too many"));
+    EXPECT_TRUE(refused([&](Packet& p) {
+        put(p, U32(1), U32(1), text, U8(1), U32(0x40000000));
+    }).contains(u"counts"));
+}
+
+TEST(CodecTest, DamagedFramesAreRefusedOrReadButNeverHarm)
+{
+    std::mt19937 random(4711);
+    for (const QByteArray& good : SampleFrames()) {
+        for (qsizetype size = kHeaderSize; size < good.size(); ++size) {
+            // Cut off on the way, and cut off by a sender that says so.
+            ASSERT_FALSE(ProtocolReason([&] { FrameOf(good.first(size)); }).isEmpty());
+            QByteArray shortened = good.first(size);
+            const auto length = quint32(size - kHeaderSize);
+            std::memcpy(shortened.data(), &length, sizeof length);
+            ASSERT_NO_FATAL_FAILURE(ExpectRefusalOrMessage(shortened));
+        }
+        for (qsizetype at = 4; at < good.size(); ++at) {
+            for (const int value : {0x00, 0x01, 0x7F, 0x80, 0xFF, int(random() & 0xFF)}) {
+                QByteArray damaged = good;
+                damaged[at] = char(value);
+                ASSERT_NO_FATAL_FAILURE(ExpectRefusalOrMessage(damaged));
+            }
+        }
+        for (int round = 0; round < 300; ++round) {
+            QByteArray damaged = good;
+            for (unsigned hits = 1 + random() % 8; hits > 0; --hits)
+                damaged[qsizetype(4 + random() % unsigned(good.size() - 4))] = char(random());
+            ASSERT_NO_FATAL_FAILURE(ExpectRefusalOrMessage(damaged));
+        }
+        for (int round = 0; round < 300; ++round) {
+            QByteArray noise = good.first(kHeaderSize);
+            const auto length = quint32(random() % 200);
+            std::memcpy(noise.data(), &length, sizeof length);
+            for (quint32 i = 0; i < length; ++i)
+                noise += char(random() % 3 == 0 ? random() : random() % 4);
+            ASSERT_NO_FATAL_FAILURE(ExpectRefusalOrMessage(noise));
+        }
+    }
+}
+
+TEST(CodecTest, WhatIsTooLargeForAFrameIsRefusedBeforeItIsSent)
+{
+    Request query;
+    query.kind = RequestKind::Query;
+    query.text = QString(qsizetype(kMaxBody) + 1, u'x');
+    try {
+        EncodeRequest(query, 1);
+        ADD_FAILURE();
+    } catch (const Error& error) {
+        EXPECT_EQ(error.Kind(), ErrorKind::Limit);
+    }
+}
