@@ -22,7 +22,9 @@ struct CatalogTable {
     QString name;
     std::vector<CatalogColumn> columns;
     std::vector<QString> indexes;
-    const CatalogColumn* Find(QStringView columnName) const;   // case-insensitive
+    std::vector<std::vector<QString>>
+        indexColumns; // what each index (the primary key's too) is led by, in order
+    const CatalogColumn* Find(QStringView columnName) const; // case-insensitive
 };
 
 // The tables of the database. Names are case-insensitive.
@@ -37,25 +39,25 @@ enum class StatementKind { Select, Update };
 // Where a parameter of a translated statement takes its value from.
 struct Parameter {
     enum class Source { Literal, Now } source = Source::Literal;
-    int literal = -1;                              // position among the text's literals
-    wire::ColumnType type = wire::ColumnType::Text;  // bound as
+    int literal = -1; // position among the text's literals
+    wire::ColumnType type = wire::ColumnType::Text; // bound as
 };
 
 // A statement ready to be prepared. Literals of the text have become parameters, so texts that differ in
 // their literals alone share one translation.
 struct Translation {
     StatementKind kind = StatementKind::Select;
-    std::string sql;                          // in the backend's language, UTF-8, parameters ?1, ?2, …
+    std::string sql; // in the backend's language, UTF-8, parameters ?1, ?2, …
     std::vector<Parameter> parameters;
-    std::vector<wire::ColumnInfo> columns;    // select: what comes back, in order
-    std::vector<QString> tables;              // every table read or written, in the catalogue's spelling
-    QString targetTable;                      // select: the first table of its outermost from (a change log's
-                                              // table); update: the table updated
+    std::vector<wire::ColumnInfo> columns; // select: what comes back, in order
+    std::vector<QString> tables; // every table read or written, in the catalogue's spelling
+    QString targetTable; // select: the first table of its outermost from (a change log's
+                         // table); update: the table updated
 };
 
 struct Translated {
     std::shared_ptr<const Translation> translation;
-    std::vector<wire::Value> literals;        // of this text
+    std::vector<wire::Value> literals; // of this text
 };
 
 // Translates for SQLite. Used by one thread at a time; keeps the translations of the last few hundred shapes
@@ -72,4 +74,4 @@ private:
     std::unique_ptr<Private> d_;
 };
 
-}  // namespace dialect
+} // namespace dialect

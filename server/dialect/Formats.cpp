@@ -1,0 +1,498 @@
+#include "server/dialect/Formats.h"
+
+#include "server/dialect/Texts.h"
+#include "wire/Error.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace dialect {
+namespace {
+
+constexpr qint64 kDay = 86400;
+
+struct Calendar {
+    int year, month, day;
+    qint64 seconds; // of the day
+};
+
+qint64 FloorDivide(qint64 value, qint64 by)
+{
+    return value >= 0 ? value / by : -((-value + by - 1) / by);
+}
+
+// Gregorian, days since 1970-01-01.
+Calendar Split(wire::DateTime date)
+{
+    const qint64 days = FloorDivide(date.seconds, kDay);
+    const qint64 shifted = days + 719468;
+    const qint64 era = FloorDivide(shifted, 146097);
+    const auto dayOfEra = static_cast<int>(shifted - era * 146097);
+    const int yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+    const int dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const int shiftedMonth = (5 * dayOfYear + 2) / 153;
+    const int month = shiftedMonth < 10 ? shiftedMonth + 3 : shiftedMonth - 9;
+    const auto year = static_cast<int>(yearOfEra + era * 400) + (month <= 2 ? 1 : 0);
+    return {year, month, dayOfYear - (153 * shiftedMonth + 2) / 5 + 1, date.seconds - days * kDay};
+}
+
+bool IsLeap(int year)
+{
+    return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+}
+
+int DaysIn(int year, int month)
+{
+    constexpr std::array<int, 12> kDays{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    return month == 2 && IsLeap(year) ? 29 : kDays[static_cast<size_t>(month) - 1];
+}
+
+bool IsPunctuation(QChar character)
+{
+    return !character.isLetterOrNumber() && character != u'"';
+}
+
+wire::DateTime At(int year, int month, int day, qint64 seconds = 0)
+{
+    return {wire::DateTime::FromParts(year, month, day).seconds + seconds};
+}
+
+QString Digits(qint64 value, int width)
+{
+    return u"%1"_s.arg(value, width, 10, QChar(u'0'));
+}
+
+// What ASCII digits and letters read as, for from_chars.
+QByteArray Plain(QStringView text)
+{
+    return text.trimmed().toLatin1();
+}
+
+} // namespace
+
+struct DateMask::Fields {
+    int year = -1, month = -1, day = 1, hour = 0, minute = 0, second = 0;
+    bool afternoon = false, halves = false;
+};
+
+DateMask::DateMask(const QString& mask)
+    : mask_(mask)
+{
+    struct Name {
+        QStringView text;
+        Element element;
+    };
+    // Longer names first where one begins another.
+    constexpr std::array kNames{Name{u"yyyy", Element::Year4}, Name{u"yyy", Element::Year3},
+        Name{u"yy", Element::Year2}, Name{u"rrrr", Element::Year4}, Name{u"rr", Element::Round2},
+        Name{u"mm", Element::Month}, Name{u"mi", Element::Minute}, Name{u"ddd", Element::DayOfYear},
+        Name{u"dd", Element::Day}, Name{u"d", Element::DayOfWeek}, Name{u"hh24", Element::Hour24},
+        Name{u"hh12", Element::Hour12}, Name{u"hh", Element::Hour12}, Name{u"sssss", Element::SecondOfDay},
+        Name{u"ss", Element::Second}, Name{u"am", Element::HalfDay}, Name{u"pm", Element::HalfDay},
+        Name{u"q", Element::Quarter}, Name{u"ww", Element::WeekOfYear}};
+    for (qsizetype at = 0; at < mask.size();) {
+        const QStringView rest = QStringView(mask).sliced(at);
+        if (rest[0] == u'"') {
+            const qsizetype end = mask.indexOf(u'"', at + 1);
+            if (end < 0)
+                throw wire::Error(wire::ErrorKind::Data, texts::InvalidMask(rest.toString()));
+            parts_.push_back({Element::Quoted, mask.sliced(at + 1, end - at - 1)});
+            at = end + 1;
+        } else if (IsPunctuation(rest[0])) {
+            parts_.push_back({Element::Punctuation, mask.sliced(at, 1)});
+            ++at;
+        } else if (rest.startsWith(u"fm", Qt::CaseInsensitive)) {
+            fill_ = false;
+            at += 2;
+        } else {
+            const auto name = std::ranges::find_if(
+                kNames, [rest](const Name& each) { return rest.startsWith(each.text, Qt::CaseInsensitive); });
+            if (name == kNames.end())
+                throw wire::Error(wire::ErrorKind::Data, texts::InvalidMask(rest.toString()));
+            parts_.push_back({name->element, {}});
+            at += name->text.size();
+        }
+    }
+}
+
+void DateMask::CheckReadable() const
+{
+    bool year = false;
+    for (const Part& part : parts_) {
+        year = year || part.element <= Element::Round2;
+        if (part.element >= Element::Quarter && part.element <= Element::SecondOfDay)
+            throw wire::Error(wire::ErrorKind::Data, texts::InvalidMask(mask_));
+    }
+    if (!year)
+        throw wire::Error(wire::ErrorKind::Data, texts::InvalidMask(mask_));
+}
+
+bool DateMask::ReadPart(const Part& part, QStringView text, qsizetype& at, Fields& fields) const
+{
+    if (part.element == Element::Punctuation) {
+        if (part.text == u" ") {
+            while (at < text.size() && text[at].isSpace())
+                ++at;
+        } else if (IsPunctuation(text[at])) {
+            ++at;
+        }
+        return true;
+    }
+    if (part.element == Element::Quoted) {
+        if (!text.sliced(at).startsWith(part.text))
+            return false;
+        at += part.text.size();
+        return true;
+    }
+    while (at < text.size() && text[at].isSpace())
+        ++at;
+    if (part.element == Element::HalfDay) {
+        const QStringView rest = text.sliced(at);
+        fields.halves = true;
+        fields.afternoon = rest.startsWith(u"pm", Qt::CaseInsensitive) || rest.startsWith(u"下午");
+        const bool morning = rest.startsWith(u"am", Qt::CaseInsensitive) || rest.startsWith(u"上午");
+        at += 2;
+        return fields.afternoon || morning;
+    }
+    const int most = part.element == Element::Year4 ? 4 : part.element == Element::Year3 ? 3 : 2;
+    int value = 0;
+    int digits = 0;
+    for (; digits < most && at < text.size() && text[at] >= u'0' && text[at] <= u'9'; ++digits, ++at)
+        value = value * 10 + text[at].digitValue();
+    if (digits == 0)
+        return false;
+    switch (part.element) {
+    case Element::Year4:
+        fields.year = value;
+        break;
+    case Element::Year3:
+    case Element::Year2:
+        fields.year = 2000 + value;
+        break;
+    case Element::Round2:
+        fields.year = value < 50 ? 2000 + value : 1900 + value;
+        break;
+    case Element::Month:
+        fields.month = value;
+        break;
+    case Element::Day:
+        fields.day = value;
+        break;
+    case Element::Hour24:
+        fields.hour = value;
+        break;
+    case Element::Hour12:
+        if (value < 1 || value > 12)
+            return false;
+        fields.hour = value % 12;
+        fields.halves = true;
+        break;
+    case Element::Minute:
+        fields.minute = value;
+        break;
+    default:
+        fields.second = value;
+    }
+    return true;
+}
+
+std::optional<wire::DateTime> DateMask::Read(QStringView text) const
+{
+    text = text.trimmed();
+    Fields fields;
+    qsizetype at = 0;
+    for (const Part& part : parts_) {
+        if (at >= text.size())
+            break;
+        if (!ReadPart(part, text, at, fields))
+            return std::nullopt;
+    }
+    if (fields.halves && fields.hour < 12 && fields.afternoon)
+        fields.hour += 12;
+    const bool valid = at >= text.size() && fields.year >= 1 && fields.month >= 1 && fields.month <= 12
+        && fields.day >= 1 && fields.day <= DaysIn(fields.year, fields.month) && fields.hour < 24
+        && fields.minute < 60 && fields.second < 60;
+    if (!valid)
+        return std::nullopt;
+    return At(fields.year, fields.month, fields.day, fields.hour * 3600 + fields.minute * 60 + fields.second);
+}
+
+QString DateMask::Write(wire::DateTime date) const
+{
+    const Calendar calendar = Split(date);
+    const qint64 hour = calendar.seconds / 3600;
+    const int dayOfYear = static_cast<int>((date.seconds - At(calendar.year, 1, 1).seconds) / kDay) + 1;
+    QString text;
+    for (const Part& part : parts_) {
+        const auto number = [&](qint64 value, int width) { text += Digits(value, fill_ ? width : 0); };
+        switch (part.element) {
+        case Element::Year4:
+            number(calendar.year, 4);
+            break;
+        case Element::Year3:
+            number(calendar.year % 1000, 3);
+            break;
+        case Element::Year2:
+        case Element::Round2:
+            number(calendar.year % 100, 2);
+            break;
+        case Element::Month:
+            number(calendar.month, 2);
+            break;
+        case Element::Day:
+            number(calendar.day, 2);
+            break;
+        case Element::Hour24:
+            number(hour, 2);
+            break;
+        case Element::Hour12:
+            number(hour % 12 == 0 ? 12 : hour % 12, 2);
+            break;
+        case Element::Minute:
+            number(calendar.seconds / 60 % 60, 2);
+            break;
+        case Element::Second:
+            number(calendar.seconds % 60, 2);
+            break;
+        case Element::HalfDay:
+            text += hour < 12 ? u"上午"_s : u"下午"_s;
+            break;
+        case Element::Quarter:
+            number((calendar.month + 2) / 3, 1);
+            break;
+        case Element::DayOfYear:
+            number(dayOfYear, 3);
+            break;
+        case Element::DayOfWeek: // Sunday is 1
+            number((FloorDivide(date.seconds, kDay) % 7 + 11) % 7 + 1, 1);
+            break;
+        case Element::WeekOfYear:
+            number((dayOfYear + 6) / 7, 2);
+            break;
+        case Element::SecondOfDay:
+            number(calendar.seconds, 5);
+            break;
+        case Element::Punctuation:
+        case Element::Quoted:
+            text += part.text;
+        }
+    }
+    return text;
+}
+
+DateUnit DateUnitOf(const QString& mask)
+{
+    struct Name {
+        QStringView text;
+        DateUnit unit;
+    };
+    constexpr std::array kNames{Name{u"yyyy", DateUnit::Year}, Name{u"yyy", DateUnit::Year},
+        Name{u"yy", DateUnit::Year}, Name{u"y", DateUnit::Year}, Name{u"year", DateUnit::Year},
+        Name{u"q", DateUnit::Quarter}, Name{u"mm", DateUnit::Month}, Name{u"mon", DateUnit::Month},
+        Name{u"month", DateUnit::Month}, Name{u"dd", DateUnit::Day}, Name{u"ddd", DateUnit::Day},
+        Name{u"hh", DateUnit::Hour}, Name{u"hh12", DateUnit::Hour}, Name{u"hh24", DateUnit::Hour},
+        Name{u"mi", DateUnit::Minute}};
+    const auto name = std::ranges::find_if(
+        kNames, [&mask](const Name& each) { return mask.compare(each.text, Qt::CaseInsensitive) == 0; });
+    if (name == kNames.end())
+        throw wire::Error(wire::ErrorKind::Data, texts::InvalidMask(mask));
+    return name->unit;
+}
+
+wire::DateTime Truncate(wire::DateTime date, DateUnit unit)
+{
+    const Calendar calendar = Split(date);
+    switch (unit) {
+    case DateUnit::Year:
+        return At(calendar.year, 1, 1);
+    case DateUnit::Quarter:
+        return At(calendar.year, (calendar.month - 1) / 3 * 3 + 1, 1);
+    case DateUnit::Month:
+        return At(calendar.year, calendar.month, 1);
+    case DateUnit::Hour:
+        return {date.seconds - calendar.seconds % 3600};
+    case DateUnit::Minute:
+        return {date.seconds - calendar.seconds % 60};
+    case DateUnit::Day:
+        break;
+    }
+    return {date.seconds - calendar.seconds};
+}
+
+wire::DateTime Round(wire::DateTime date, DateUnit unit)
+{
+    const Calendar calendar = Split(date);
+    const wire::DateTime start = Truncate(date, unit);
+    const auto bySeconds = [&](qint64 length) {
+        return wire::DateTime{start.seconds + ((date.seconds - start.seconds) * 2 >= length ? length : 0)};
+    };
+    switch (unit) {
+    case DateUnit::Year:
+        return calendar.month >= 7 ? AddMonths(start, 12) : start;
+    case DateUnit::Quarter: {
+        const int month = (calendar.month - 1) % 3;
+        return month == 2 || (month == 1 && calendar.day >= 16) ? AddMonths(start, 3) : start;
+    }
+    case DateUnit::Month:
+        return calendar.day >= 16 ? AddMonths(start, 1) : start;
+    case DateUnit::Hour:
+        return bySeconds(3600);
+    case DateUnit::Minute:
+        return bySeconds(60);
+    case DateUnit::Day:
+        break;
+    }
+    return bySeconds(kDay);
+}
+
+wire::DateTime AddMonths(wire::DateTime date, qint64 months)
+{
+    const Calendar calendar = Split(date);
+    const qint64 count = calendar.year * 12LL + calendar.month - 1 + months;
+    const qint64 year = std::clamp<qint64>(FloorDivide(count, 12), 1, 9999);
+    const auto month = static_cast<int>(count - FloorDivide(count, 12) * 12) + 1;
+    const int last = DaysIn(static_cast<int>(year), month);
+    const bool wasLast = calendar.day == DaysIn(calendar.year, calendar.month);
+    return At(static_cast<int>(year), month, wasLast ? last : std::min(calendar.day, last), calendar.seconds);
+}
+
+wire::DateTime LastDay(wire::DateTime date)
+{
+    const Calendar calendar = Split(date);
+    return At(calendar.year, calendar.month, DaysIn(calendar.year, calendar.month), calendar.seconds);
+}
+
+double MonthsBetween(wire::DateTime later, wire::DateTime earlier)
+{
+    const Calendar a = Split(later);
+    const Calendar b = Split(earlier);
+    const double months = (a.year - b.year) * 12.0 + a.month - b.month;
+    const bool bothLast = a.day == DaysIn(a.year, a.month) && b.day == DaysIn(b.year, b.month);
+    if (a.day == b.day || bothLast)
+        return months;
+    return months + (a.day - b.day + static_cast<double>(a.seconds - b.seconds) / kDay) / 31;
+}
+
+NumberMask::NumberMask(const QString& mask)
+{
+    bool point = false;
+    for (qsizetype at = 0; at < mask.size(); ++at) {
+        const QChar part = mask[at].toLower();
+        if (part == u'f' && at + 1 < mask.size() && mask[at + 1].toLower() == u'm') {
+            fill_ = false;
+            ++at;
+        } else if (part == u'9' || part == u'0') {
+            (point ? fraction_ : whole_) += part;
+        } else if ((part == u',' || part == u'g') && !point) {
+            whole_ += u',';
+        } else if ((part == u'.' || part == u'd') && !point) {
+            point = true;
+        } else {
+            throw wire::Error(wire::ErrorKind::Data, texts::InvalidNumberMask(mask));
+        }
+    }
+}
+
+QString NumberMask::Write(double value) const
+{
+    const qsizetype places = fraction_.size();
+    const QString plain =
+        QString::number(std::abs(RoundNumber(value, places)), 'f', static_cast<int>(places));
+    QString digits = plain.section(u'.', 0, 0);
+    if (digits == u"0" && !whole_.contains(u'0'))
+        digits.clear();
+    const qsizetype width = whole_.size() + (places > 0 ? places + 1 : 0) + 1;
+    if (digits.size() > whole_.size() - whole_.count(u','))
+        return QString(width, u'#');
+    QString text;
+    qsizetype digit = digits.size();
+    for (qsizetype at = whole_.size() - 1; at >= 0; --at) {
+        const bool zeroAhead = QStringView(whole_).first(at + 1).contains(u'0');
+        if (digit == 0 && !zeroAhead)
+            break;
+        if (whole_[at] == u',')
+            text.prepend(u',');
+        else
+            text.prepend(digit > 0 ? digits[--digit] : QChar(u'0'));
+    }
+    if (places > 0) {
+        QString fraction = plain.section(u'.', 1);
+        while (!fill_ && !fraction.isEmpty() && fraction.back() == u'0'
+            && fraction_[fraction.size() - 1] == u'9')
+            fraction.chop(1);
+        text += u'.' + fraction;
+    }
+    if (value < 0)
+        text.prepend(u'-');
+    return fill_ ? text.rightJustified(width) : text;
+}
+
+std::optional<double> NumberMask::Read(QStringView text) const
+{
+    QString plain = text.toString();
+    plain.remove(u',');
+    return ReadNumber(plain);
+}
+
+QString NumberText(double value)
+{
+    QString text = QString::number(value, 'g', 15);
+    if (text.contains(u'e')) {
+        text = QString::number(value, 'f', std::abs(value) < 1 ? 30 : 0);
+        while (text.contains(u'.') && (text.back() == u'0' || text.back() == u'.'))
+            text.chop(1);
+    }
+    if (text.startsWith(u"0."))
+        text.remove(0, 1);
+    else if (text.startsWith(u"-0."))
+        text.remove(1, 1);
+    return text == u"-0" ? u"0"_s : text;
+}
+
+std::optional<double> ReadNumber(QStringView text)
+{
+    QByteArray plain = Plain(text);
+    if (plain.startsWith('+'))
+        plain.remove(0, 1);
+    double value = 0;
+    const auto [end, error] = std::from_chars(plain.cbegin(), plain.cend(), value);
+    if (plain.isEmpty() || error != std::errc() || end != plain.cend() || !std::isfinite(value))
+        return std::nullopt;
+    return value;
+}
+
+double RoundNumber(double value, qint64 places)
+{
+    if (!std::isfinite(value) || places > 15)
+        return value;
+    if (places < -308)
+        return 0;
+    // The shift is undone by its inverse, so that whole powers of ten stay exact on both sides.
+    const double scale = std::pow(10.0, static_cast<double>(std::abs(places)));
+    const double shifted = places >= 0 ? value * scale : value / scale;
+    if (std::abs(shifted) >= 1e15)
+        return value;
+    const double decimal = QByteArray::number(shifted, 'g', 15).toDouble();
+    const double rounded = std::round(decimal);
+    return places >= 0 ? rounded / scale : rounded * scale;
+}
+
+double TruncateNumber(double value, qint64 places)
+{
+    if (!std::isfinite(value) || places > 15)
+        return value;
+    if (places < -308)
+        return 0;
+    const double scale = std::pow(10.0, static_cast<double>(std::abs(places)));
+    const double shifted = places >= 0 ? value * scale : value / scale;
+    if (std::abs(shifted) >= 1e15)
+        return value;
+    const double truncated = std::trunc(QByteArray::number(shifted, 'g', 15).toDouble());
+    return places >= 0 ? truncated / scale : truncated * scale;
+}
+
+} // namespace dialect

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "wire/Value.h"
+
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+// The formats of to_date, to_char and to_number, read and written as the company's database does.
+namespace dialect {
+
+// A date format: yyyy, yyy, yy, rrrr, rr, mm, dd, hh24, hh12, hh, mi, ss, am, pm; for writing also q, ddd, d,
+// ww, sssss; "text" in double quotes; fm; punctuation. Case does not matter.
+class DateMask {
+public:
+    // Raises wire::Error (Data) naming what is not understood.
+    explicit DateMask(const QString& mask);
+    // Raises the same where something in the mask can only be written.
+    void CheckReadable() const;
+
+    // Lenient: leading zeros may be missing, any punctuation stands for any other, a text may end early after
+    // the month. Nothing when the text is no such date.
+    std::optional<wire::DateTime> Read(QStringView text) const;
+    QString Write(wire::DateTime date) const;
+
+private:
+    enum class Element {
+        Year4,
+        Year3,
+        Year2,
+        Round2,
+        Month,
+        Day,
+        Hour24,
+        Hour12,
+        Minute,
+        Second,
+        HalfDay,
+        Quarter,
+        DayOfYear,
+        DayOfWeek,
+        WeekOfYear,
+        SecondOfDay,
+        Punctuation,
+        Quoted,
+    };
+    struct Part {
+        Element element;
+        QString text;
+    };
+    struct Fields;
+    bool ReadPart(const Part& part, QStringView text, qsizetype& at, Fields& fields) const;
+
+    QString mask_;
+    std::vector<Part> parts_;
+    bool fill_ = true; // leading zeros
+};
+
+enum class DateUnit { Year, Quarter, Month, Day, Hour, Minute };
+
+// "yyyy", "q", "mm", "dd", "hh24", "mi" and their like; raises wire::Error (Data).
+DateUnit DateUnitOf(const QString& mask);
+wire::DateTime Truncate(wire::DateTime date, DateUnit unit);
+wire::DateTime Round(wire::DateTime date, DateUnit unit);
+// The last day of a month stays the last day.
+wire::DateTime AddMonths(wire::DateTime date, qint64 months);
+wire::DateTime LastDay(wire::DateTime date);
+double MonthsBetween(wire::DateTime later, wire::DateTime earlier);
+
+// A number format of 9, 0, one point (. or d), groups (, or g) and fm.
+class NumberMask {
+public:
+    // Raises wire::Error (Data).
+    explicit NumberMask(const QString& mask);
+    QString Write(double value) const; // # signs where it does not fit
+    std::optional<double> Read(QStringView text) const;
+
+private:
+    QString whole_; // 9, 0 and commas before the point
+    QString fraction_; // 9 and 0 after it
+    bool fill_ = true; // blanks to the full width
+};
+
+// Without a format: plain digits, no zero before the point.
+QString NumberText(double value);
+std::optional<double> ReadNumber(QStringView text);
+// Half away from zero, at `places` digits after the point, of the number as its 15 digits read.
+double RoundNumber(double value, qint64 places);
+double TruncateNumber(double value, qint64 places);
+
+} // namespace dialect

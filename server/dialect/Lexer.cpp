@@ -1,0 +1,317 @@
+#include "server/dialect/Lexer.h"
+
+#include "server/dialect/Texts.h"
+
+#include <array>
+#include <charconv>
+
+namespace dialect {
+namespace {
+
+// What stands in a shape for a literal: characters that no name or operator has.
+constexpr char16_t kTextMark = u'\uE000';
+constexpr char16_t kWildMark = u'\uE001'; // the first literal of a like pattern, beginning with a wildcard
+constexpr char16_t kEmptyMark = u'\uE002';
+constexpr char16_t kIntegerMark = u'\uE003';
+constexpr char16_t kNumberMark = u'\uE004';
+constexpr char16_t kTextListMark = u'\uE005';
+constexpr char16_t kNumberListMark = u'\uE006';
+
+enum class CharClass : quint8 { Other, Blank, Word, Digit };
+
+constexpr std::array<CharClass, 128> kClasses = [] {
+    std::array<CharClass, 128> classes{};
+    for (const char c : {' ', '\t', '\r', '\n', '\f', '\v'})
+        classes[static_cast<size_t>(c)] = CharClass::Blank;
+    for (char c = '0'; c <= '9'; ++c)
+        classes[static_cast<size_t>(c)] = CharClass::Digit;
+    for (char c = 'a'; c <= 'z'; ++c)
+        classes[static_cast<size_t>(c)] = classes[static_cast<size_t>(c - 'a' + 'A')] = CharClass::Word;
+    classes['_'] = classes['$'] = classes['#'] = CharClass::Word;
+    return classes;
+}();
+
+CharClass ClassOf(QChar character)
+{
+    const char16_t unit = character.unicode();
+    if (unit < kClasses.size())
+        return kClasses[unit];
+    if (unit == u'\u3000' || unit == u'\u00A0')
+        return CharClass::Blank;
+    return character.isLetter() ? CharClass::Word : CharClass::Other;
+}
+
+bool IsOperator(char16_t unit)
+{
+    return unit == u'<' || unit == u'>' || unit == u'=' || unit == u'!' || unit == u'^' || unit == u'|';
+}
+
+void AppendJson(QString& json, const QString& text)
+{
+    constexpr char16_t kHex[] = u"0123456789abcdef";
+    json += u'"';
+    for (const QChar character : text) {
+        if (character == u'"' || character == u'\\') {
+            json += u'\\';
+            json += character;
+        } else if (character.unicode() < 0x20) {
+            json += u"\\u00";
+            json += kHex[character.unicode() >> 4];
+            json += kHex[character.unicode() & 15];
+        } else {
+            json += character;
+        }
+    }
+    json += u'"';
+}
+
+} // namespace
+
+wire::Error SyntaxError(QStringView text, Position position, const QString& message)
+{
+    int line = 1;
+    Position lineStart = 0;
+    for (Position i = 0; i < position && i < text.size(); ++i) {
+        if (text[i] == u'\n' || (text[i] == u'\r' && (i + 1 >= text.size() || text[i + 1] != u'\n'))) {
+            ++line;
+            lineStart = i + 1;
+        }
+    }
+    const int column = static_cast<int>(position - lineStart) + 1;
+    return {wire::ErrorKind::Syntax, texts::At(line, column, message), text.toString()};
+}
+
+void Lexer::Read(QStringView text)
+{
+    text_ = text;
+    at_ = 0;
+    tokens_.clear();
+    shape_.clear();
+    literals_ = {};
+    openList_ = -1;
+    for (SkipBlanks(); at_ < text_.size(); SkipBlanks()) {
+        const QChar next = text_[at_];
+        switch (ClassOf(next)) {
+        case CharClass::Word:
+            ReadWord();
+            break;
+        case CharClass::Digit:
+            ReadNumber();
+            break;
+        default:
+            if (next == u'\'')
+                ReadText();
+            else if (next == u'"')
+                ReadQuotedName();
+            else if (next == u'.' && at_ + 1 < text_.size() && ClassOf(text_[at_ + 1]) == CharClass::Digit)
+                ReadNumber();
+            else
+                ReadSymbol();
+        }
+    }
+    tokens_.push_back({TokenKind::End, text_.size(), 0, -1});
+}
+
+void Lexer::SkipBlanks()
+{
+    while (at_ < text_.size()) {
+        if (ClassOf(text_[at_]) == CharClass::Blank) {
+            ++at_;
+        } else if (text_.sliced(at_).startsWith(u"/*")) {
+            const Position end = text_.indexOf(u"*/", at_ + 2);
+            if (end < 0)
+                throw SyntaxError(text_, at_, texts::OpenComment());
+            at_ = end + 2;
+        } else if (text_.sliced(at_).startsWith(u"--")) {
+            while (at_ < text_.size() && text_[at_] != u'\n' && text_[at_] != u'\r')
+                ++at_;
+        } else {
+            return;
+        }
+    }
+}
+
+void Lexer::ReadWord()
+{
+    const Position start = at_;
+    while (at_ < text_.size() && ClassOf(text_[at_]) >= CharClass::Word)
+        ++at_;
+    if (!tokens_.empty() && tokens_.back().kind == TokenKind::Word)
+        shape_ += u' ';
+    shape_.append(text_.utf16() + start, static_cast<size_t>(at_ - start));
+    openList_ = -1;
+    Add(TokenKind::Word, start);
+}
+
+void Lexer::ReadQuotedName()
+{
+    const Position start = at_;
+    const Position end = text_.indexOf(u'"', at_ + 1);
+    if (end < 0)
+        throw SyntaxError(text_, at_, texts::OpenName());
+    at_ = end + 1;
+    shape_.append(text_.utf16() + start, static_cast<size_t>(at_ - start));
+    openList_ = -1;
+    tokens_.push_back({TokenKind::QuotedName, start + 1, end - start - 1, -1});
+}
+
+void Lexer::ReadText()
+{
+    const Position start = at_;
+    bool doubled = false;
+    for (++at_;; ++at_) {
+        at_ = text_.indexOf(u'\'', at_);
+        if (at_ < 0)
+            throw SyntaxError(text_, start, texts::OpenText());
+        if (at_ + 1 >= text_.size() || text_[at_ + 1] != u'\'')
+            break;
+        doubled = true;
+        ++at_;
+    }
+    const QStringView inner = text_.sliced(start + 1, at_ - start - 1);
+    ++at_;
+    if (inner.isEmpty()) {
+        AddToShape(kEmptyMark);
+        Add(TokenKind::EmptyLiteral, start);
+        return;
+    }
+    const bool wild = (inner[0] == u'%' || inner[0] == u'_') && LastIs(u"like");
+    AddToShape(wild ? kWildMark : kTextMark);
+    QString value = inner.toString();
+    if (doubled)
+        value.replace(QStringLiteral("''"), QStringLiteral("'"));
+    literals_.emplace_back(std::move(value));
+    Add(TokenKind::TextLiteral, start, static_cast<int>(literals_.size()) - 1);
+}
+
+void Lexer::ReadNumber()
+{
+    const Position start = at_;
+    const auto digits = [this] {
+        while (at_ < text_.size() && ClassOf(text_[at_]) == CharClass::Digit)
+            ++at_;
+    };
+    digits();
+    bool whole = true;
+    if (at_ < text_.size() && text_[at_] == u'.') {
+        whole = false;
+        ++at_;
+        digits();
+    }
+    if (at_ < text_.size() && (text_[at_] == u'e' || text_[at_] == u'E')) {
+        const Position mark = at_++;
+        if (at_ < text_.size() && (text_[at_] == u'+' || text_[at_] == u'-'))
+            ++at_;
+        const Position exponent = at_;
+        digits();
+        whole = whole && at_ == exponent;
+        if (at_ == exponent)
+            at_ = mark;
+    }
+    const QByteArray number = text_.sliced(start, at_ - start).toLatin1();
+    if (whole) {
+        qint64 value = 0;
+        if (std::from_chars(number.begin(), number.end(), value).ec == std::errc()) {
+            literals_.emplace_back(value);
+            AddToShape(kIntegerMark);
+            Add(TokenKind::Integer, start, static_cast<int>(literals_.size()) - 1);
+            return;
+        }
+    }
+    double value = 0;
+    if (std::from_chars(number.begin(), number.end(), value).ec != std::errc())
+        throw SyntaxError(text_, start, texts::BadNumber(QString::fromLatin1(number)));
+    literals_.emplace_back(value);
+    AddToShape(kNumberMark);
+    Add(TokenKind::Number, start, static_cast<int>(literals_.size()) - 1);
+}
+
+void Lexer::ReadSymbol()
+{
+    const Position start = at_;
+    const char16_t first = text_[at_].unicode();
+    const char16_t second = at_ + 1 < text_.size() ? text_[at_ + 1].unicode() : u'\0';
+    const bool pair = (second == u'=' && (first == u'<' || first == u'>' || first == u'!' || first == u'^'))
+        || (first == u'<' && second == u'>') || (first == u'|' && second == u'|');
+    if (!pair && QStringView(u"()*+,-./;<=>").indexOf(QChar(first)) < 0) {
+        const qsizetype length = QChar::isHighSurrogate(first) && at_ + 1 < text_.size() ? 2 : 1;
+        throw SyntaxError(text_, start, texts::BadCharacter(text_.sliced(start, length).toString()));
+    }
+    at_ += pair ? 2 : 1;
+    if (first == u')' && openList_ >= 0)
+        FoldList();
+    if (first != u',')
+        openList_ = -1;
+    if (first == u'(' && LastIs(u"in")) {
+        openList_ = static_cast<qsizetype>(tokens_.size());
+        shapeOfList_ = static_cast<qsizetype>(shape_.size()) + 1;
+    }
+    if (IsOperator(first) && !shape_.empty() && IsOperator(shape_.back()))
+        shape_ += u' ';
+    shape_.append(text_.utf16() + start, static_cast<size_t>(at_ - start));
+    Add(TokenKind::Symbol, start);
+}
+
+// The tokens after the open bracket are literals and commas. Nothing changes unless they alternate, are many
+// and of one kind.
+void Lexer::FoldList()
+{
+    const auto first = static_cast<size_t>(openList_) + 1;
+    const size_t count = tokens_.size() - first;
+    if (count <= 2 * kShortList)
+        return;
+    const auto isText = [](const Token& token) {
+        return token.kind == TokenKind::TextLiteral || token.kind == TokenKind::EmptyLiteral;
+    };
+    const bool text = isText(tokens_[first]);
+    for (size_t i = 0; i < count; ++i) {
+        const Token& token = tokens_[first + i];
+        const bool comma = token.kind == TokenKind::Symbol;
+        if (comma != (i % 2 == 1) || (!comma && isText(token) != text) || (i + 1 == count && comma))
+            return;
+    }
+    QString json(u'[');
+    size_t firstLiteral = literals_.size();
+    for (size_t i = 0; i < count; i += 2) {
+        const Token& token = tokens_[first + i];
+        if (i > 0)
+            json += u',';
+        if (token.literal < 0) {
+            json += u"null";
+            continue;
+        }
+        const auto literal = static_cast<size_t>(token.literal);
+        firstLiteral = std::min(firstLiteral, literal);
+        if (text)
+            AppendJson(json, std::get<QString>(literals_[literal]));
+        else
+            json += wire::ToText(literals_[literal]);
+    }
+    json += u']';
+    literals_.resize(firstLiteral);
+    literals_.emplace_back(std::move(json));
+    Token list{text ? TokenKind::TextList : TokenKind::NumberList, tokens_[first].start,
+        tokens_.back().start + tokens_.back().length - tokens_[first].start, static_cast<int>(firstLiteral)};
+    tokens_.resize(first);
+    tokens_.push_back(list);
+    shape_.resize(static_cast<size_t>(shapeOfList_));
+    shape_ += text ? kTextListMark : kNumberListMark;
+}
+
+void Lexer::Add(TokenKind kind, Position start, int literal)
+{
+    tokens_.push_back({kind, start, at_ - start, literal});
+}
+
+void Lexer::AddToShape(char16_t mark)
+{
+    shape_ += mark;
+}
+
+bool Lexer::LastIs(QStringView keyword) const
+{
+    return !tokens_.empty() && tokens_.back().kind == TokenKind::Word
+        && Text(tokens_.back()).compare(keyword, Qt::CaseInsensitive) == 0;
+}
+
+} // namespace dialect

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "server/dialect/Tree.h"
+
+namespace dialect {
+
+// The tree of one statement: a select or an update, and nothing after it. Raises Syntax with the place and
+// what was expected there, Policy for other statements and for more than one.
+Statement Parse(const Lexer& lexer);
+
+} // namespace dialect

@@ -1,0 +1,154 @@
+#include "server/dialect/Formats.h"
+#include "server/dialect/Parser.h"
+#include "server/dialect/SqlitePrinter.h"
+#include "server/dialect/Texts.h"
+
+#include <list>
+#include <string_view>
+#include <unordered_map>
+
+namespace dialect {
+namespace {
+
+// More than all screens' texts, whichever filters are set.
+constexpr size_t kMostTranslations = 400;
+
+// What becomes of a text literal before it is bound: a date by its format, without one a number.
+struct Conversion {
+    size_t literal;
+    QString mask;
+    std::optional<DateMask> date;
+};
+
+wire::Value Converted(const QString& text, const Conversion& conversion, QStringView sqlText)
+{
+    if (!conversion.date) {
+        if (const auto number = ReadNumber(text))
+            return *number;
+        throw wire::Error(wire::ErrorKind::Data, texts::InvalidNumber(text) + u'！', sqlText.toString());
+    }
+    if (const auto date = conversion.date->Read(text))
+        return *date;
+    throw wire::Error(
+        wire::ErrorKind::Data, texts::InvalidDate(text, conversion.mask) + u'！', sqlText.toString());
+}
+
+// One translation, and for which of the texts of its shape it holds.
+struct Entry {
+    std::u16string shape;
+    std::vector<std::pair<size_t, wire::Value>> fixed; // literals that must have these values
+    std::vector<Conversion> conversions;
+    std::shared_ptr<const Translation> translation;
+
+    bool Holds(const std::vector<wire::Value>& literals) const
+    {
+        for (const auto& [literal, value] : fixed) {
+            if (literals[literal] != value)
+                return false;
+        }
+        return true;
+    }
+};
+
+} // namespace
+
+class Translator::Private {
+public:
+    explicit Private(std::shared_ptr<const Catalog> catalog)
+        : catalog_(std::move(catalog))
+    {
+    }
+
+    Translated Translate(QStringView sqlText)
+    {
+        lexer_.Read(sqlText);
+        Entry* entry = Find();
+        if (!entry)
+            entry = Add();
+        Translated result{entry->translation, lexer_.TakeLiterals()};
+        for (const Conversion& conversion : entry->conversions) {
+            wire::Value& literal = result.literals[conversion.literal];
+            literal = Converted(std::get<QString>(literal), conversion, sqlText);
+        }
+        return result;
+    }
+
+private:
+    using Entries = std::list<Entry>;
+
+    // The most recently used first.
+    Entry* Find()
+    {
+        const auto [from, to] = byShape_.equal_range(lexer_.Shape());
+        for (auto it = from; it != to; ++it) {
+            if (it->second->Holds(lexer_.Literals())) {
+                entries_.splice(entries_.begin(), entries_, it->second);
+                return &entries_.front();
+            }
+        }
+        return nullptr;
+    }
+
+    Entry* Add()
+    {
+        Statement statement = Parse(lexer_);
+        const Analysis analysis = Analyze(statement, lexer_, *catalog_);
+        Printed printed = PrintForSqlite(statement, analysis);
+        auto translation = std::make_shared<Translation>();
+        translation->kind =
+            std::holds_alternative<Update>(statement) ? StatementKind::Update : StatementKind::Select;
+        translation->sql = std::move(printed.sql);
+        translation->parameters = std::move(printed.parameters);
+        translation->columns = analysis.columns;
+        translation->tables = analysis.tables;
+        translation->targetTable = analysis.targetTable;
+
+        Entry entry{lexer_.Shape(), {}, {}, std::move(translation)};
+        for (size_t i = 0; i < analysis.literals.size(); ++i) {
+            const LiteralUse& use = analysis.literals[i];
+            if (use.fixed)
+                entry.fixed.emplace_back(i, lexer_.Literals()[i]);
+            if (use.conversion == LiteralUse::Conversion::ToNumber)
+                entry.conversions.push_back({i, {}, {}});
+            else if (use.conversion == LiteralUse::Conversion::ToDate)
+                entry.conversions.push_back({i, use.mask, DateMask(use.mask)});
+        }
+        if (entries_.size() >= kMostTranslations)
+            Forget();
+        entries_.push_front(std::move(entry));
+        byShape_.emplace(entries_.front().shape, entries_.begin());
+        return &entries_.front();
+    }
+
+    void Forget()
+    {
+        const auto last = std::prev(entries_.end());
+        const auto [from, to] = byShape_.equal_range(last->shape);
+        for (auto it = from; it != to; ++it) {
+            if (it->second == last) {
+                byShape_.erase(it);
+                break;
+            }
+        }
+        entries_.erase(last);
+    }
+
+    std::shared_ptr<const Catalog> catalog_;
+    Lexer lexer_;
+    Entries entries_;
+    std::unordered_multimap<std::u16string_view, Entries::iterator> byShape_; // views into the entries
+};
+
+Translator::Translator(std::shared_ptr<const Catalog> catalog)
+    : d_(std::make_unique<Private>(std::move(catalog)))
+{
+}
+
+Translator::~Translator() = default;
+
+Translated Translator::Translate(QStringView sqlText)
+{
+    return d_->Translate(sqlText);
+}
+
+} // namespace dialect

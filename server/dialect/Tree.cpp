@@ -1,0 +1,75 @@
+#include "server/dialect/Tree.h"
+
+#include <algorithm>
+
+namespace dialect {
+
+Catalog::~Catalog() = default;
+
+const CatalogColumn* CatalogTable::Find(QStringView columnName) const
+{
+    const auto found = std::ranges::find_if(columns, [columnName](const CatalogColumn& column) {
+        return columnName.compare(column.name, Qt::CaseInsensitive) == 0;
+    });
+    return found == columns.end() ? nullptr : &*found;
+}
+
+std::vector<const Expression*> Conjuncts(const Expression* condition)
+{
+    std::vector<const Expression*> conjuncts;
+    if (!condition)
+        return conjuncts;
+    const auto* junction = condition->As<Junction>();
+    if (!junction || !junction->conjunction)
+        return {condition};
+    for (const ExpressionPtr& operand : junction->operands)
+        std::ranges::copy(Conjuncts(operand.get()), std::back_inserter(conjuncts));
+    return conjuncts;
+}
+
+bool IsColumn(const Expression& expression, const Source* source, int column)
+{
+    const auto* name = expression.As<ColumnName>();
+    return name && name->source == source && (column < 0 || name->column == column);
+}
+
+bool Mentions(const Expression& expression, const Source* source)
+{
+    bool found = IsColumn(expression, source);
+    ForEachOperand(
+        expression, [&](const ExpressionPtr& operand) { found = found || Mentions(*operand, source); });
+    return found;
+}
+
+bool SameExpression(const Expression& a, const Expression& b)
+{
+    if (a.node.index() != b.node.index())
+        return false;
+    const bool sameNode = std::visit(
+        [&b]<typename T>(const T& node) {
+            const T& other = std::get<T>(b.node);
+            if constexpr (std::is_same_v<T, ColumnName>)
+                return node.source == other.source && node.column == other.column;
+            else if constexpr (std::is_same_v<T, Literal>)
+                return node.literal == other.literal;
+            else if constexpr (std::is_same_v<T, Arithmetic> || std::is_same_v<T, Comparison>)
+                return node.op == other.op;
+            else if constexpr (std::is_same_v<T, Call>)
+                return node.function == other.function && node.mask == other.mask && !node.star;
+            else
+                return std::is_same_v<T,
+                           Null> || std::is_same_v<T, Now> || std::is_same_v<T, Level> || std::is_same_v<T, Concatenation> || std::is_same_v<T, Negation>;
+        },
+        a.node);
+    std::vector<const Expression*> operands[2];
+    const Expression* sides[2] = {&a, &b};
+    for (int side = 0; side < 2; ++side) {
+        ForEachOperand(*sides[side],
+            [&, side](const ExpressionPtr& operand) { operands[side].push_back(operand.get()); });
+    }
+    return sameNode
+        && std::ranges::equal(operands[0], operands[1],
+            [](const Expression* x, const Expression* y) { return SameExpression(*x, *y); });
+}
+
+} // namespace dialect
