@@ -95,8 +95,7 @@ void TClientDataSetEx::Open()
 {
     if (Active())
         return;
-    if (!d_->connection)
-        RaiseUsage(u"数据集没有连接应用服务器！"_s);
+    d_->RequireConnection();
     if (d_->commandText.isEmpty())
         RaiseUsage(u"数据集没有命令文本！"_s);
     Run(BeforeOpen);
@@ -141,8 +140,7 @@ bool TClientDataSetEx::Active() const noexcept
 
 qint64 TClientDataSetEx::Execute()
 {
-    if (!d_->connection)
-        RaiseUsage(u"数据集没有连接应用服务器！"_s);
+    d_->RequireConnection();
     wire::Request request;
     request.kind = wire::RequestKind::Execute;
     request.text = d_->commandText;
@@ -292,6 +290,12 @@ void TClientDataSetEx::Private::RequireRow() const
     RequireActive();
     if (cursor < 0)
         RaiseUsage(u"数据集“%1”没有当前记录！"_s.arg(q->objectName()));
+}
+
+void TClientDataSetEx::Private::RequireConnection() const
+{
+    if (!connection)
+        RaiseUsage(u"数据集“%1”没有连接应用服务器！"_s.arg(q->objectName()));
 }
 
 bool TClientDataSetEx::IsEmpty() const noexcept

@@ -8,6 +8,8 @@
 #include "runtime/data/RowView.h"
 #include "runtime/data/TextLookup.h"
 
+#include <QHash>
+
 #include <map>
 #include <optional>
 
@@ -28,15 +30,8 @@ public:
         QString fields;
         QString descendingFields;
     };
-    // A change log on its way whose outcome is not known.
-    struct SentLog {
-        wire::ApplyName name;
-        wire::ChangeLog log;
-        int maxErrors = -1;
-    };
-
     struct SendResult {
-        int refused = 0;
+        QHash<RowNumber, wire::RowChange> refused; // as they were sent
         bool rolledBack = false;
         QStringList reasons;
     };
@@ -54,6 +49,7 @@ public:
     bool IsEditing() const noexcept { return state == TDataSetState::Edit || state == TDataSetState::Insert; }
     void RequireActive() const;
     void RequireRow() const;
+    void RequireConnection() const;
     // The row that fields speak of.
     RowNumber CurrentRow() const noexcept
     {
@@ -92,8 +88,9 @@ public:
     bool Matches(RowNumber row, const WantedCell& wanted) const;
 
     // The change log.
-    SendResult Send(SentLog log);
-    SendResult TakeOutcome(const wire::ApplyOutcome& outcome);
+    SendResult SendUnresolved();
+    SendResult SendLog(int maxErrors, const SendResult& before);
+    static QString RefusalMessage(const SendResult& result);
     wire::RowSet Gather(const std::vector<RowNumber>& wanted) const;
 
     // Notices to views, held back while controls are disabled.
@@ -138,7 +135,8 @@ public:
     RankCache ranks;
     TextLookup lookup;
 
-    std::optional<SentLog> unresolved;
+    // An apply-updates on its way, or one whose outcome is not known.
+    std::optional<wire::Request> unresolved;
 
     int disableCount = 0;
     bool resetHeldBack = false;

@@ -31,16 +31,6 @@ bool SameChange(const wire::RowChange& a, const wire::RowChange& b)
         && std::equal(a.cells.begin(), a.cells.end(), b.cells.begin(), b.cells.end(), SameCell);
 }
 
-// Every text once, in the order of their first appearance.
-QStringList DistinctReasons(const wire::ApplyOutcome& outcome)
-{
-    QStringList reasons;
-    for (const wire::RowVerdict& verdict : outcome.rows)
-        if (!verdict.accepted && !verdict.reason.isEmpty() && !reasons.contains(verdict.reason))
-            reasons.append(verdict.reason);
-    return reasons;
-}
-
 } // namespace
 
 int TClientDataSetEx::ChangeCount() const noexcept
@@ -55,50 +45,63 @@ TRowStatus TClientDataSetEx::UpdateStatus() const
 
 // --- Saving ---
 
-// Sends the log under its name and takes the verdicts in. What was sent is remembered until its outcome is
-// known: nothing else may be sent before, or a row stored by the lost sending would be stored again.
-TClientDataSetEx::Private::SendResult TClientDataSetEx::Private::Send(SentLog log)
+// Sends `unresolved` and takes the verdicts in. It stays what it is until its outcome is known: nothing else
+// may be sent before, or a row stored by the lost sending would be stored again.
+TClientDataSetEx::Private::SendResult TClientDataSetEx::Private::SendUnresolved()
 {
-    if (!connection)
-        RaiseUsage(u"数据集没有连接应用服务器！"_s);
-    unresolved = std::move(log);
-    wire::Request request;
-    request.kind = wire::RequestKind::ApplyUpdates;
-    request.changes = unresolved->log;
-    request.name = unresolved->name;
-    request.maxErrors = unresolved->maxErrors;
+    RequireConnection();
     wire::Reply reply;
     try {
         NoRows sink;
-        reply = connection->Send(request, sink);
-        if (reply.outcome.rows.size() != unresolved->log.rows.size())
-            throw wire::Error(wire::ErrorKind::Protocol, u"服务器对保存请求的答复不完整！"_s);
+        reply = connection->Send(*unresolved, sink);
+        const auto sameRow = [](const wire::RowChange& sent, const wire::RowVerdict& verdict) {
+            return sent.rowId == verdict.rowId;
+        };
+        const std::vector<wire::RowChange>& sent = unresolved->changes.rows;
+        const std::vector<wire::RowVerdict>& verdicts = reply.outcome.rows;
+        if (!std::equal(sent.begin(), sent.end(), verdicts.begin(), verdicts.end(), sameRow))
+            throw wire::Error(wire::ErrorKind::Protocol, u"服务器对保存请求的答复与请求不符！"_s);
     } catch (const wire::Error& error) {
         if (RefusedWhole(error.Kind()))
             unresolved.reset();
         throw;
     }
-    return TakeOutcome(reply.outcome);
-}
-
-TClientDataSetEx::Private::SendResult TClientDataSetEx::Private::TakeOutcome(
-    const wire::ApplyOutcome& outcome)
-{
-    const SentLog sent = *std::exchange(unresolved, std::nullopt);
     SendResult result;
-    result.rolledBack = outcome.rolledBack;
-    rows.ForgetRefusals();
-    for (size_t i = 0; i < sent.log.rows.size(); ++i) {
-        const wire::RowVerdict& verdict = outcome.rows[i];
-        if (!verdict.reason.isEmpty() || (!verdict.accepted && !outcome.rolledBack)) {
+    result.rolledBack = reply.outcome.rolledBack;
+    for (size_t i = 0; i < reply.outcome.rows.size(); ++i) {
+        const wire::RowVerdict& verdict = reply.outcome.rows[i];
+        rows.ForgetRefusal(verdict.rowId);
+        if (!verdict.accepted) {
             rows.Refuse(verdict);
-            ++result.refused;
-        } else if (!outcome.rolledBack) {
-            rows.Accept(sent.log.rows[i]);
+            result.refused.insert(verdict.rowId, unresolved->changes.rows[i]);
+            if (!verdict.reason.isEmpty() && !result.reasons.contains(verdict.reason))
+                result.reasons.append(verdict.reason);
+        } else if (!result.rolledBack) {
+            rows.Accept(unresolved->changes.rows[i]);
         }
     }
-    result.reasons = DistinctReasons(outcome);
+    unresolved.reset();
     return result;
+}
+
+// What the log holds now, except rows that were just refused and have not been touched since.
+TClientDataSetEx::Private::SendResult TClientDataSetEx::Private::SendLog(
+    int maxErrors, const SendResult& before)
+{
+    wire::Request request;
+    request.kind = wire::RequestKind::ApplyUpdates;
+    request.changes = rows.BuildLog(commandText);
+    request.maxErrors = maxErrors;
+    std::erase_if(request.changes.rows, [&](const wire::RowChange& change) {
+        const auto refused = before.refused.find(change.rowId);
+        return refused != before.refused.end() && SameChange(*refused, change);
+    });
+    if (request.changes.rows.empty())
+        return {};
+    RequireConnection();
+    request.name = connection->NextApplyName();
+    unresolved = std::move(request);
+    return SendUnresolved();
 }
 
 void TClientDataSetEx::ApplyUpdates(int maxErrors)
@@ -108,55 +111,40 @@ void TClientDataSetEx::ApplyUpdates(int maxErrors)
     if (ChangeCount() == 0 && !d_->unresolved)
         return;
 
-    // A sending whose outcome never arrived comes first, as it was: the server tells what became of it, and
-    // applies it only if it never had.
     Private::SendResult result;
-    std::vector<wire::RowChange> refusedBefore;
-    if (d_->unresolved) {
-        const std::vector<wire::RowChange> sent = d_->unresolved->log.rows;
-        result = d_->Send(*d_->unresolved);
-        for (const wire::RowChange& change : sent)
-            if (d_->rows.Refusal(change.rowId))
-                refusedBefore.push_back(change);
-    }
-    const bool stop = result.rolledBack || (maxErrors >= 0 && result.refused > 0);
-    if (!stop) {
-        Private::SentLog next;
-        next.log = d_->rows.BuildLog(d_->commandText);
-        next.maxErrors = maxErrors;
-        // Rows just refused are not tried again as they are.
-        std::erase_if(next.log.rows, [&](const wire::RowChange& change) {
-            return std::any_of(
-                refusedBefore.begin(), refusedBefore.end(), [&](const wire::RowChange& before) {
-                    return before.rowId == change.rowId && SameChange(before, change);
-                });
-        });
-        if (!next.log.rows.empty()) {
-            if (!d_->connection)
-                RaiseUsage(u"数据集没有连接应用服务器！"_s);
-            next.name = d_->connection->NextApplyName();
-            const Private::SendResult second = d_->Send(std::move(next));
-            result.refused += second.refused;
+    try {
+        // A sending whose outcome never arrived comes first, as it was: the server tells what became of it,
+        // and applies it only if it never had.
+        if (d_->unresolved)
+            result = d_->SendUnresolved();
+        const bool stop = result.rolledBack || (maxErrors >= 0 && !result.refused.isEmpty());
+        if (!stop) {
+            const Private::SendResult second = d_->SendLog(maxErrors, result);
+            result.refused.insert(second.refused);
             result.rolledBack = second.rolledBack;
             for (const QString& reason : second.reasons)
                 if (!result.reasons.contains(reason))
                     result.reasons.append(reason);
+            if (!result.rolledBack)
+                d_->rows.AcceptUnsendable();
         }
-        if (!result.rolledBack)
-            d_->rows.AcceptUnsendable();
+    } catch (...) {
+        d_->NotifyReset();
+        throw;
     }
     d_->NotifyReset();
-    d_->NotifyMoved();
-    if (result.refused == 0 && !result.rolledBack)
-        return;
-    const QString count =
-        result.rolledBack ? u"有%1条数据不能保存，全部修改均未保存"_s : u"有%1条数据未能保存"_s;
+    if (!result.refused.isEmpty() || result.rolledBack)
+        throw wire::Error(wire::ErrorKind::Conflict, Private::RefusalMessage(result));
+}
+
+QString TClientDataSetEx::Private::RefusalMessage(const SendResult& result)
+{
     const QStringList first = result.reasons.mid(0, kReasonsInMessage);
-    QString message = count.arg(result.refused);
+    QString message = result.rolledBack ? u"全部%1条修改均未保存"_s : u"有%1条数据未能保存"_s;
+    message = message.arg(result.refused.size());
     if (!first.isEmpty())
         message += u"："_s + first.join(u"；"_s);
-    message += result.reasons.size() > first.size() ? u"……"_s : u"！"_s;
-    throw wire::Error(wire::ErrorKind::Conflict, message);
+    return message + (result.reasons.size() > first.size() ? u"……"_s : u"！"_s);
 }
 
 void TClientDataSetEx::MergeChangeLog()

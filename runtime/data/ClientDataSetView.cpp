@@ -291,8 +291,6 @@ void TClientDataSetEx::SetIndexName(const QString& name)
     if (!name.isEmpty())
         for (const QString& field : SplitFieldNames(d_->indexes[name].fields))
             FieldByName(field);
-    if (name.isEmpty() && d_->indexName.isEmpty())
-        return;
     // Setting the present one again takes in what was posted since.
     d_->indexName = name;
     d_->RebuildView(d_->CurrentRow());

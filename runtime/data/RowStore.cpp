@@ -371,10 +371,10 @@ void RowStore::Refuse(const wire::RowVerdict& verdict)
     EditOf(verdict.rowId).refusal = std::move(refusal);
 }
 
-void RowStore::ForgetRefusals() noexcept
+void RowStore::ForgetRefusal(RowNumber row) noexcept
 {
-    for (RowEdit& edit : edits_)
-        edit.refusal.reset();
+    if (row < slots_.size() && slots_[row] != 0)
+        edits_[slots_[row] - 1].refusal.reset();
 }
 
 size_t RowStore::MemoryUse() const noexcept

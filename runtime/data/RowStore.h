@@ -78,7 +78,7 @@ public:
     void Refuse(const wire::RowVerdict& verdict);
     // Rows of the log that have nothing to store leave it.
     void AcceptUnsendable();
-    void ForgetRefusals() noexcept;
+    void ForgetRefusal(RowNumber row) noexcept;
 
     size_t MemoryUse() const noexcept;
 

@@ -1,0 +1,319 @@
+// Saving: verdicts, lost requests and replies, edits made in between.
+
+#include "tests/runtime/FakeServer.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class ApplyUpdatesTest : public testing::Test {
+protected:
+    ApplyUpdatesTest()
+    {
+        const wire::RowSet orders = ThreeOrders();
+        for (qsizetype row = 0; row < orders.RowCount(); ++row) {
+            Row values;
+            for (const wire::Column& column : orders.columns)
+                values.push_back(column.ValueAt(row));
+            server.rows[wire::ToText(values[0])] = values;
+        }
+        auto way = std::make_unique<FakeTransport>(server);
+        transport = way.get();
+        connection.SetTransport(std::move(way));
+        connection.Open(u"account"_s, u"password"_s);
+        set.SetRemoteServer(&connection);
+        set.SetCommandText(u"select * from orders"_s);
+        set.Open();
+    }
+
+    void Go(const char16_t* id) { ASSERT_TRUE(set.Locate(u"ID"_s, {T(id)})) << QString::fromUtf16(id); }
+    void Put(const char16_t* id, const QString& field, const wire::Value& value)
+    {
+        Go(id);
+        set.SetFieldAndPost(field, value);
+    }
+    void Add(const QString& id)
+    {
+        set.Append();
+        set.FieldByName(u"ID").SetAsString(id);
+        set.Post();
+    }
+    std::optional<wire::ErrorKind> Apply(int maxErrors = -1)
+    {
+        return RaisedBy([&] { set.ApplyUpdates(maxErrors); });
+    }
+    // Every sending the connection itself makes is lost, too.
+    void LoseReplies() { transport->faults = {Fault::LoseReply, Fault::LoseRequest}; }
+    void LoseRequests() { transport->faults = {Fault::LoseRequest, Fault::LoseRequest}; }
+    wire::Value OnServer(const QString& id, size_t field) { return server.rows.at(id)[field]; }
+
+    FakeTable server;
+    FakeTransport* transport = nullptr;
+    TSocketConnectionEx connection;
+    TClientDataSetEx set;
+};
+
+TEST_F(ApplyUpdatesTest, SendsKeyGuardAndChangesOnly)
+{
+    Put(u"D1", u"SITE"_s, T(u"广州"));
+    Put(u"D1", u"SITE_PHONE"_s, T(u"999")); // joined: never sent
+    Go(u"D2");
+    set.Delete();
+    Add(u"D4"_s);
+    EXPECT_EQ(Apply(), std::nullopt);
+    EXPECT_EQ(set.ChangeCount(), 0);
+    ASSERT_EQ(server.requests.size(), 1U);
+    const wire::ChangeLog& log = server.requests[0].changes;
+    EXPECT_EQ(log.columns.size(), 5U);
+    ASSERT_EQ(log.rows.size(), 3U);
+    EXPECT_EQ(log.rows[0].kind, wire::ChangeKind::Update);
+    ASSERT_EQ(log.rows[0].cells.size(), 3U);
+    EXPECT_EQ(log.rows[0].cells[2].original, T(u"上海"));
+    EXPECT_EQ(log.rows[0].cells[2].current, T(u"广州"));
+    EXPECT_EQ(log.rows[1].kind, wire::ChangeKind::Delete);
+    EXPECT_EQ(log.rows[1].cells.size(), 2U);
+    EXPECT_EQ(log.rows[2].kind, wire::ChangeKind::Insert);
+    EXPECT_EQ(log.rows[2].cells.size(), 1U);
+    EXPECT_EQ(OnServer(u"D1"_s, 2), T(u"广州"));
+    EXPECT_FALSE(server.rows.contains(u"D2"_s));
+    EXPECT_TRUE(server.rows.contains(u"D4"_s));
+    // What was stored is the original from now on.
+    Go(u"D1");
+    EXPECT_EQ(set.FieldByName(u"SITE").OldValue(), T(u"广州"));
+    EXPECT_EQ(set.FieldByName(u"SITE_PHONE").AsString(), u"999"_s);
+    Go(u"D4");
+    EXPECT_EQ(set.FieldByName(u"ID").OldValue(), T(u"D4"));
+    Put(u"D4", u"SITE"_s, T(u"苏州"));
+    EXPECT_EQ(Apply(), std::nullopt);
+    EXPECT_EQ(server.requests.back().changes.rows.at(0).kind, wire::ChangeKind::Update);
+}
+
+TEST_F(ApplyUpdatesTest, EmptyLogSendsNothing)
+{
+    EXPECT_EQ(Apply(), std::nullopt);
+    Put(u"D1", u"SITE_PHONE"_s, T(u"999")); // nothing to store
+    EXPECT_EQ(set.ChangeCount(), 1);
+    EXPECT_EQ(Apply(), std::nullopt);
+    EXPECT_EQ(set.ChangeCount(), 0);
+    EXPECT_TRUE(server.requests.empty());
+}
+
+TEST_F(ApplyUpdatesTest, PostsThePendingEditFirst)
+{
+    set.Edit();
+    set.FieldByName(u"STATUS").SetAsInteger(1);
+    set.BeforePost = [] { Abort(); };
+    EXPECT_THROW(set.ApplyUpdates(), EAbort);
+    EXPECT_TRUE(server.requests.empty());
+    set.BeforePost = nullptr;
+    EXPECT_EQ(Apply(), std::nullopt);
+    EXPECT_EQ(OnServer(u"D1"_s, 1), I(1));
+}
+
+TEST_F(ApplyUpdatesTest, RefusedRowsStayWithReasonAndPresentValues)
+{
+    server.rows[u"D1"_s][1] = I(2); // another user was faster
+    Put(u"D1", u"STATUS"_s, I(1));
+    Put(u"D2", u"SITE"_s, T(u"广州"));
+    try {
+        set.ApplyUpdates();
+        ADD_FAILURE();
+    } catch (const wire::Error& error) {
+        EXPECT_EQ(error.Kind(), wire::ErrorKind::Conflict);
+        EXPECT_EQ(error.Message(), u"有1条数据未能保存：changed by another！"_s);
+    }
+    EXPECT_EQ(set.ChangeCount(), 1);
+    EXPECT_EQ(OnServer(u"D2"_s, 2), T(u"广州"));
+    Go(u"D2");
+    EXPECT_FALSE(set.WasRejected());
+    Go(u"D1");
+    EXPECT_TRUE(set.WasRejected());
+    EXPECT_EQ(set.RejectReason(), u"changed by another"_s);
+    EXPECT_TRUE(set.ServerHasRow());
+    EXPECT_EQ(set.ServerValue(1), I(2));
+    TClientDataSetEx errors;
+    errors.CopyDelta(set, true);
+    EXPECT_EQ(Joined(errors, u"ID"), u"D1"_s);
+    EXPECT_EQ(Joined(errors, u"STATUS"), u"1"_s);
+    EXPECT_EQ(Joined(errors, u"ERROR_MESSAGE"), u"changed by another"_s);
+    // Put back, the row has nothing more to say.
+    set.SetFieldAndPost(u"STATUS"_s, I(0));
+    EXPECT_FALSE(set.WasRejected());
+    EXPECT_EQ(set.ChangeCount(), 0);
+}
+
+TEST_F(ApplyUpdatesTest, TooManyRefusalsStoreNothing)
+{
+    server.refusals[u"D1"_s] = u"closed"_s;
+    Put(u"D1", u"STATUS"_s, I(1));
+    Put(u"D2", u"SITE"_s, T(u"广州"));
+    EXPECT_EQ(Apply(0), wire::ErrorKind::Conflict);
+    EXPECT_EQ(set.ChangeCount(), 2);
+    EXPECT_EQ(OnServer(u"D2"_s, 2), T(u"北京"));
+    EXPECT_EQ(Apply(1), wire::ErrorKind::Conflict);
+    EXPECT_EQ(set.ChangeCount(), 1);
+    EXPECT_EQ(OnServer(u"D2"_s, 2), T(u"广州"));
+}
+
+TEST_F(ApplyUpdatesTest, ConnectionRepeatsOnceUnderTheSameName)
+{
+    transport->faults = {Fault::LoseReply};
+    Put(u"D1", u"STATUS"_s, I(1));
+    EXPECT_EQ(Apply(), std::nullopt);
+    EXPECT_EQ(server.applied, 1);
+    EXPECT_EQ(server.requests.size(), 2U);
+}
+
+TEST_F(ApplyUpdatesTest, UnknownOutcomeIsAskedForUnderTheSameName)
+{
+    Put(u"D1", u"STATUS"_s, I(1));
+    Add(u"D4"_s);
+    LoseReplies();
+    EXPECT_EQ(Apply(), wire::ErrorKind::Connection);
+    EXPECT_EQ(set.ChangeCount(), 2);
+    EXPECT_EQ(server.applied, 2); // stored, but nobody here knows
+    transport->faults = {Fault::LoginFails};
+    EXPECT_EQ(Apply(), wire::ErrorKind::Login); // still unknown
+    EXPECT_EQ(Apply(), std::nullopt);
+    EXPECT_EQ(set.ChangeCount(), 0);
+    EXPECT_EQ(server.applied, 2);
+    EXPECT_EQ(server.requests.front().name, server.requests.back().name);
+}
+
+TEST_F(ApplyUpdatesTest, EditsAfterAnUnknownOutcomeFollowIt)
+{
+    Put(u"D1", u"STATUS"_s, I(1));
+    Put(u"D2", u"STATUS"_s, I(2));
+    Put(u"D3", u"STATUS"_s, I(3));
+    Add(u"D4"_s);
+    Add(u"D5"_s);
+    Add(u"D6"_s);
+    LoseReplies();
+    EXPECT_EQ(Apply(), wire::ErrorKind::Connection);
+    Put(u"D1", u"STATUS"_s, I(5)); // changed again
+    Put(u"D2", u"STATUS"_s, I(1)); // put back
+    Go(u"D3");
+    set.Delete();
+    Go(u"D4");
+    set.Delete();
+    Put(u"D5", u"SITE"_s, T(u"苏州"));
+    Add(u"D7"_s);
+    EXPECT_EQ(Apply(), std::nullopt);
+    EXPECT_EQ(set.ChangeCount(), 0);
+    EXPECT_EQ(OnServer(u"D1"_s, 1), I(5));
+    EXPECT_EQ(OnServer(u"D2"_s, 1), I(1));
+    EXPECT_FALSE(server.rows.contains(u"D3"_s));
+    EXPECT_FALSE(server.rows.contains(u"D4"_s));
+    EXPECT_EQ(OnServer(u"D5"_s, 2), T(u"苏州"));
+    EXPECT_TRUE(server.rows.contains(u"D6"_s) && server.rows.contains(u"D7"_s));
+}
+
+TEST_F(ApplyUpdatesTest, UndoneWhileUnknownIsUndoneOnTheServerToo)
+{
+    Put(u"D1", u"STATUS"_s, I(1));
+    Go(u"D2");
+    set.Delete();
+    Add(u"D4"_s);
+    LoseReplies();
+    EXPECT_EQ(Apply(), wire::ErrorKind::Connection);
+    set.CancelUpdates();
+    EXPECT_EQ(Joined(set, u"ID"), u"D1 D2 D3"_s);
+    EXPECT_EQ(Apply(), std::nullopt);
+    EXPECT_EQ(OnServer(u"D1"_s, 1), I(0));
+    EXPECT_EQ(OnServer(u"D2"_s, 2), T(u"北京"));
+    EXPECT_FALSE(server.rows.contains(u"D4"_s));
+    EXPECT_EQ(set.ChangeCount(), 0);
+}
+
+TEST_F(ApplyUpdatesTest, RefusedInALostReplyAreNotTriedAgainAsTheyAre)
+{
+    server.refusals[u"D1"_s] = u"closed"_s;
+    Put(u"D1", u"STATUS"_s, I(1));
+    Put(u"D2", u"STATUS"_s, I(2));
+    LoseReplies();
+    EXPECT_EQ(Apply(), wire::ErrorKind::Connection);
+    Add(u"D4"_s);
+    EXPECT_EQ(Apply(), wire::ErrorKind::Conflict);
+    EXPECT_EQ(set.ChangeCount(), 1);
+    EXPECT_EQ(server.requests.back().changes.rows.size(), 1U); // the new row alone
+    EXPECT_TRUE(server.rows.contains(u"D4"_s));
+    Go(u"D1");
+    EXPECT_EQ(set.RejectReason(), u"closed"_s);
+}
+
+TEST_F(ApplyUpdatesTest, LostRequestsStoreNothingTwiceAndLoseNothing)
+{
+    Add(u"D4"_s);
+    LoseRequests();
+    EXPECT_EQ(Apply(), wire::ErrorKind::Connection);
+    EXPECT_FALSE(server.rows.contains(u"D4"_s));
+    Put(u"D4", u"SITE"_s, T(u"苏州"));
+    EXPECT_EQ(Apply(), std::nullopt);
+    EXPECT_EQ(OnServer(u"D4"_s, 2), T(u"苏州"));
+    EXPECT_EQ(server.applied, 2);
+}
+
+TEST_F(ApplyUpdatesTest, WholeRefusalFreesTheLog)
+{
+    Put(u"D1", u"STATUS"_s, I(1));
+    transport->faults = {Fault::RefuseWhole};
+    EXPECT_EQ(Apply(), wire::ErrorKind::Data);
+    EXPECT_EQ(set.ChangeCount(), 1);
+    Put(u"D1", u"STATUS"_s, I(2));
+    EXPECT_EQ(Apply(), std::nullopt);
+    ASSERT_EQ(server.requests.size(), 1U);
+    EXPECT_EQ(OnServer(u"D1"_s, 1), I(2));
+}
+
+TEST_F(ApplyUpdatesTest, OpenExecuteAndRefresh)
+{
+    EXPECT_EQ(set.Execute(), 7);
+    EXPECT_EQ(RaisedBy([&] { set.SetCommandText(u"x"_s); }), wire::ErrorKind::Usage);
+    Put(u"D1", u"STATUS"_s, I(1));
+    server.rows[u"D9"_s] = {T(u"D9"), Null, Null, Null, Null, Null};
+    set.Refresh();
+    EXPECT_EQ(set.ChangeCount(), 0);
+    EXPECT_EQ(set.RecordCount(), 4);
+    EXPECT_EQ(set.RecNo(), 1);
+}
+
+// Random work and random faults: once a save gets through, the server holds what the user sees, and has
+// stored no row change more than once.
+TEST_F(ApplyUpdatesTest, RandomFaultsLoseAndDoubleNothing)
+{
+    std::srand(20240501);
+    const auto random = [](int below) { return std::rand() % below; };
+    int next = 10;
+    for (int round = 0; round < 400; ++round) {
+        for (int step = random(5); step >= 0; --step) {
+            if (set.IsEmpty() || random(4) == 0) {
+                Add(u"R%1"_s.arg(next++));
+                continue;
+            }
+            set.SetRecNo(random(set.RecordCount()) + 1);
+            const int what = random(8);
+            if (what == 0)
+                set.Delete();
+            else if (what == 1)
+                set.UndoCurrentRow();
+            else
+                set.SetFieldAndPost(what < 5 ? u"STATUS"_s : u"SITE"_s, I(random(3)));
+        }
+        transport->faults.clear();
+        for (int i = 0; i < 2; ++i)
+            transport->faults.push_back(static_cast<Fault>(random(3)));
+        const auto error = Apply();
+        ASSERT_TRUE(!error || error == wire::ErrorKind::Connection) << round;
+        if (random(6) == 0)
+            set.CancelUpdates();
+    }
+    transport->faults.clear();
+    ASSERT_EQ(Apply(), std::nullopt);
+    ASSERT_EQ(set.ChangeCount(), 0);
+    ASSERT_EQ(static_cast<size_t>(set.RecordCount()), server.rows.size());
+    for (int row = 0; row < set.RecordCount(); ++row)
+        for (int field = 0; field < 5; ++field)
+            ASSERT_EQ(set.ViewValue(row, field), OnServer(set.ViewText(row, 0), static_cast<size_t>(field)));
+}
+
+} // namespace
