@@ -86,32 +86,33 @@ void SqlitePrinter::PrintHierarchy(const SelectBlock& block)
         for (size_t i = 0; i < source.columns.size(); ++i) {
             if (!source.used[i])
                 continue;
-            if (!alias.empty())
-                Put(alias + ".");
+            Put(alias.empty() ? ", " : ", " + alias + ".");
             PrintName(source.columns[i].name);
-            Put(", ");
         }
     };
+    const std::string start = "s" + number;
+    const std::string parent = "p" + number;
+    const std::string child = "c" + number;
     hierarchy_ = &source;
-    Put("WITH RECURSIVE h" + number + "(");
+    Put("WITH RECURSIVE h" + number + "(\"level\", \"row\", \"path\"");
     columns({});
-    Put("\"level\", \"path\", \"row\") AS (SELECT ");
+    Put(") AS (SELECT 1, " + start + ".rowid, ora_path(NULL, " + start + ".rowid)");
     hierarchyAlias_ = 's';
-    columns("s" + number);
-    Put("1, ora_path(NULL, s" + number + ".rowid), s" + number + ".rowid FROM ");
+    columns(start);
+    Put(" FROM ");
     PrintName(source.table->name);
-    Put(" AS s" + number);
+    Put(" AS " + start);
     if (block.startWith) {
         Put(" WHERE ");
         PrintFilter(*block.startWith);
     }
-    Put(" UNION ALL SELECT ");
+    Put(" UNION ALL SELECT " + parent + ".\"level\" + 1, " + child + ".rowid, ora_path(" + parent
+        + ".\"path\", " + child + ".rowid)");
     hierarchyAlias_ = 'c';
-    columns("c" + number);
-    Put("p" + number + ".\"level\" + 1, ora_path(p" + number + ".\"path\", c" + number + ".rowid), c" + number
-        + ".rowid FROM h" + number + " AS p" + number + " CROSS JOIN ");
+    columns(child);
+    Put(" FROM h" + number + " AS " + parent + " CROSS JOIN ");
     PrintName(source.table->name);
-    Put(" AS c" + number + " WHERE ");
+    Put(" AS " + child + " WHERE ");
     // x = case … when … then null … else y end holds only where x = y, which an index on y answers.
     for (const Expression* condition : Conjuncts(block.connectBy.get())) {
         const auto* comparison = condition->As<Comparison>();
@@ -130,7 +131,7 @@ void SqlitePrinter::PrintHierarchy(const SelectBlock& block)
         }
     }
     PrintFilter(*block.connectBy);
-    Put(" ORDER BY \"level\" DESC, \"row\") ");
+    Put(" ORDER BY 1 DESC, 2) ");
     hierarchy_ = nullptr;
 }
 
@@ -189,7 +190,7 @@ void SqlitePrinter::PrintOutputs(const SelectBlock& block, Use use)
         Print(*block.outputs[i]);
         if (use == Use::Single)
             Put(")");
-        if (use == Use::Source) {
+        if (use == Use::Source && !block.columns[i].name.isEmpty()) {
             Put(" AS ");
             PrintName(block.columns[i].name);
         }
