@@ -12,9 +12,9 @@ class QTimer;
 
 // What a paged lookup asks the server for.
 struct TPageRequest {
-    QString typed; // beginning of a code, name or phone number; empty: all
-    QString afterKey; // the key of the row before the page; empty: the first page
-    QString scope; // the owning site; empty: every site
+    QString typed{}; // beginning of a code, name or phone number; empty: all
+    QString afterKey{}; // the key of the row before the page; empty: the first page
+    QString scope{}; // the owning site; empty: every site
     int pageSize = 20;
 };
 

@@ -46,7 +46,8 @@ Tfrm_Basic::~Tfrm_Basic()
     if (FormVar && *FormVar == this)
         *FormVar = nullptr;
     for (TClientDataSetEx* dataSet : OwnedDataSets()) {
-        // The descendant that these handlers belong to is gone already.
+        // The descendant that these handlers and connections belong to is gone already.
+        disconnect(dataSet, nullptr, this, nullptr);
         dataSet->BeforeClose = dataSet->AfterClose = dataSet->AfterScroll = nullptr;
         dataSet->BeforeCancel = dataSet->AfterCancel = nullptr;
         dataSet->Close();

@@ -24,7 +24,7 @@ wire::RowSet ServePage(const QString& sql)
     const QString typed = between(u"a.employee_code like '"_s, u"%'"_s);
     std::vector<QStringList> rows;
     for (int i = 0; i < 45 && rows.size() < 20; ++i) {
-        const QString code = u"E%1"_s.arg(i, 3, 10, u'0');
+        const QString code = u"E%1"_s.arg(i, 3, 10, QChar(u'0'));
         const QString name = u"员工%1"_s.arg(i);
         if (code > afterKey && (code.startsWith(typed) || name.startsWith(typed)))
             rows.push_back({code, name, u"浦东一部"_s, u"138"_s});

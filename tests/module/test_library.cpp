@@ -2,6 +2,8 @@
 
 #include "tests/support/FakeHost.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QLibrary>
 #include <QProcess>
 
