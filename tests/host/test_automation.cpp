@@ -1,0 +1,255 @@
+#include "tests/host/HostFixture.h"
+
+#include <QFile>
+#include <QImage>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+
+using namespace Qt::Literals::StringLiterals;
+
+// Each test is a script run to its end, as `zelmor-host --script` does.
+class AutomationTest : public HostTest {
+protected:
+    void SetUp() override { }
+
+    int Run(const QByteArray& script)
+    {
+        QFile file(Folder().filePath(u"script.js"_s));
+        if (!file.open(QIODevice::WriteOnly))
+            return -1;
+        file.write(script);
+        file.close();
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        HostTest::SetUp();
+        const int code = QCoreApplication::exec();
+        out = testing::internal::GetCapturedStdout();
+        err = testing::internal::GetCapturedStderr();
+        host.reset();
+        return code;
+    }
+    void Change(THostOptions& options) override
+    {
+        options.script = Folder().filePath(u"script.js"_s);
+        options.traceFile = Folder().filePath(u"trace.jsonl"_s);
+    }
+
+    std::string out;
+    std::string err;
+};
+
+TEST_F(AutomationTest, ScriptThatEndsWellGivesZeroAndPrints)
+{
+    EXPECT_EQ(Run("print('hello', 2, [1, 'two']);"), 0) << err;
+    EXPECT_EQ(out, "hello 2 [1,\"two\"]\n");
+}
+
+TEST_F(AutomationTest, FailureNamesFileAndLine)
+{
+    EXPECT_NE(Run("\n\nassert(1 > 2, 'arithmetic');"), 0);
+    EXPECT_NE(err.find("script.js:3:"), std::string::npos) << err;
+    EXPECT_NE(err.find("arithmetic"), std::string::npos) << err;
+
+    EXPECT_NE(Run("assert(true);\nassertEqual([1, 2], [1, 3], 'lists');"), 0);
+    EXPECT_NE(err.find("script.js:2:"), std::string::npos) << err;
+    EXPECT_NE(err.find("[1,2]"), std::string::npos) << err;
+
+    EXPECT_NE(Run("let a = 1;\nb.c();"), 0);
+    EXPECT_NE(err.find("script.js:2:"), std::string::npos) << err;
+
+    EXPECT_NE(Run("function ("), 0);
+    EXPECT_NE(Run("host.screen('frm_Nothing');"), 0);
+    EXPECT_NE(err.find("frm_Nothing"), std::string::npos) << err;
+}
+
+TEST_F(AutomationTest, IncludedFilesReportTheirOwnLines)
+{
+    QFile file(Folder().filePath(u"part.js"_s));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("var shared = 7;\nassert(shared === 8, 'in the part');");
+    file.close();
+    EXPECT_NE(Run("include('part.js');"), 0);
+    EXPECT_NE(err.find("part.js:2:"), std::string::npos) << err;
+    EXPECT_NE(Run("include('nowhere.js');"), 0);
+}
+
+TEST_F(AutomationTest, WrongLoginFailsAndRightOneWorksAfterIt)
+{
+    EXPECT_EQ(Run(R"(
+        let problem = '';
+        try { host.login('hefei1', 'wrong'); } catch (error) { problem = error.message; }
+        assert(problem.length > 0, 'a wrong password is refused');
+        host.login('hefei1', 'demo');
+        assertEqual(host.control('SiteLabel').text, '网点：安徽合肥一部');
+        host.login('benbu', 'demo');
+        assertEqual(host.control('SiteLabel').text, '网点：快运本部', 'change of user');
+    )"),
+        0)
+        << err;
+}
+
+TEST_F(AutomationTest, ControlsAreTypedIntoAndChosenFrom)
+{
+    EXPECT_EQ(Run(R"(
+        host.login('benbu', 'demo');
+        host.exec('frm_Sample101');
+        host.exec('frm_Sample000');
+        assertEqual(host.screens(), ['frm_Sample']);
+        const screen = host.screen('frm_Sample');
+        assertEqual(screen.caption, '示例');
+        assertEqual(screen.rights(), '101', 'the second call only brings it forward');
+        const edit = screen.control('DBEditEh1');
+        edit.text = '合肥abc';
+        assertEqual(edit.text, '合肥abc');
+        assert(!edit.hasFocus, 'left after typing');
+        edit.focus();
+        assert(edit.hasFocus);
+        edit.key('End'); edit.key('Backspace'); edit.type('d');
+        assertEqual(edit.text, '合肥abd');
+        const combo = screen.control('DBComboBoxEh1');
+        assertEqual(combo.items(), ['全部', '中心', '网点']);
+        combo.text = '网点';
+        assertEqual(combo.text, '网点');
+        assert(!screen.has('Button99'));
+        assert(screen.control('Button4').enabled && screen.control('Button4').visible);
+    )"),
+        0)
+        << err;
+}
+
+TEST_F(AutomationTest, GridIsReadEditedSelectedAndSorted)
+{
+    EXPECT_EQ(Run(R"(
+        host.login('benbu', 'demo');
+        host.exec('frm_Sample111');
+        const screen = host.screen('frm_Sample');
+        host.clearSql();
+        screen.control('DBEditEh1').text = '合肥';
+        screen.control('Button4').click();
+        assertEqual(host.sql().length, 1);
+        assert(host.sql()[0].text.includes("like '%合肥%'"));
+        assertEqual(host.sql()[0].error, '');
+        const grid = screen.grid('DataViewGrid');
+        assert(grid.rowCount > 3);
+        assertEqual(host.sql()[0].rows, grid.rowCount);
+        assertEqual(grid.footer('SITE_CODE'), String(grid.rowCount));
+        assertEqual(grid.columns().map(column => column.caption), ['编号', '名称', '停用']);
+        assertEqual(grid.cell(0, 'SITE_CODE'), grid.value(0, 'site_code'));
+        grid.current = 2;
+        assertEqual(grid.current, 2);
+
+        assertEqual(grid.edit(1, 'SITE_CODE', 'x'), false, 'read-only column');
+        assert(grid.edit(1, 'SITE_NAME', '新名字'));
+        assertEqual(grid.value(1, 'SITE_NAME'), '新名字');
+        assert(grid.edit(1, 'BL_NOT_INPUT', '是'));
+        assertEqual(grid.cell(1, 'BL_NOT_INPUT'), '是');
+        assertEqual(grid.value(1, 'BL_NOT_INPUT'), 1);
+        grid.key('Down');
+
+        grid.select([0, 2]);
+        assertEqual(grid.selected(), [0, 2]);
+        const first = grid.value(0, 'SITE_CODE');
+        grid.clickTitle('SITE_CODE');
+        grid.clickTitle('SITE_CODE');
+        assert(grid.value(0, 'SITE_CODE') > first, 'descending after two clicks');
+        assert(/^#[0-9a-f]{6}$/.test(grid.color(0)));
+    )"),
+        0)
+        << err;
+}
+
+TEST_F(AutomationTest, BoxesAreAnsweredBeforehandOrShownToTheScript)
+{
+    EXPECT_EQ(Run(R"(
+        host.login('hefei1', 'demo');
+        host.exec('frm_Sample111');
+        const screen = host.screen('frm_Sample');
+        host.clearMessages();
+        host.key('Ctrl+S');
+        assertEqual(host.messages(), [{text: '详细：要保存吗？', caption: '示例', icon: 'question'}]);
+
+        screen.control('DBEditEh1').text = '未保存';
+        host.answer('cancel', 'ok');
+        assertEqual(screen.close(), false);
+        assertEqual(host.screens().length, 1);
+        assert(host.closeAll());
+        assertEqual(host.screens().length, 0);
+
+        host.exec('frm_Sample111');
+        let seen = '';
+        host.onDialog(box => { seen = box.caption; host.screenshot('box.png'); return '取消'; });
+        host.screen('frm_Sample').control('Button1').click();
+        assertEqual(seen, '示例');
+        host.onDialog(null);
+        host.exec('frm_Nothing111');
+        assertEqual(host.messages().pop(), {text: '详细：此窗体不存在！', caption: 'DLL调用', icon: 'error'});
+    )"),
+        0)
+        << err;
+    const QImage picture(Folder().filePath(u"pictures/box.png"_s));
+    EXPECT_FALSE(picture.isNull());
+}
+
+TEST_F(AutomationTest, AnotherUserChangesWhatTheServerHolds)
+{
+    EXPECT_EQ(Run(R"(
+        host.login('hefei1', 'demo');
+        const order = host.serverSql('select TX_LOGISTIC_ID, STATUS from tab_zelmor_bill where rownum=1')[0];
+        const sql = "select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID='" + order.TX_LOGISTIC_ID + "'";
+        const other = host.otherSession('hefei2', 'demo');
+        assertEqual(other.site, '安徽合肥二部');
+        const late = host.otherSession('benbu', 'demo');
+        assertEqual(late.read(sql), 1);
+        assertEqual(other.update(sql, {REMARK: '别处', STATUS: 13}), 1);
+        assertEqual(other.query(sql)[0].REMARK, '别处');
+        let refused = false;
+        try { late.save({STATUS: 12}); } catch (error) { refused = true; }
+        assert(refused, 'the later of two saves is refused');
+        assertEqual(host.serverSql(sql)[0].STATUS, 13);
+        let wrong = false;
+        try { host.otherSession('hefei2', 'no'); } catch (error) { wrong = true; }
+        assert(wrong);
+    )"),
+        0)
+        << err;
+}
+
+TEST_F(AutomationTest, TraceFileHasOneObjectALineAndNoPassword)
+{
+    ASSERT_EQ(Run("host.login('hefei1', 'demo');"), 0) << err;
+    QFile trace(Folder().filePath(u"trace.jsonl"_s));
+    ASSERT_TRUE(trace.open(QIODevice::ReadOnly));
+    int queries = 0;
+    while (!trace.atEnd()) {
+        const QByteArray line = trace.readLine();
+        const QJsonObject object = QJsonDocument::fromJson(line).object();
+        ASSERT_FALSE(object.isEmpty()) << line.constData();
+        EXPECT_FALSE(line.contains("\"demo\""));
+        queries += object.value(u"kind"_s).toString() == u"query"_s;
+    }
+    EXPECT_GE(queries, 10);
+}
+
+TEST(HostProgram, ExitCodeIsTheScripts)
+{
+    const QTemporaryDir folder;
+    QFile file(folder.filePath(u"fail.js"_s));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("assert(false, 'on purpose');");
+    file.close();
+    QProcess host;
+    const QString program = QCoreApplication::applicationDirPath() + u"/zelmor-host"_s;
+    host.start(program, {u"--data"_s, folder.path(), u"--demo"_s, u"50"_s, u"--script"_s, file.fileName()});
+    ASSERT_TRUE(host.waitForFinished(60'000));
+    EXPECT_EQ(host.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(host.exitCode(), 1);
+    EXPECT_TRUE(host.readAllStandardError().contains("fail.js:1:"));
+
+    host.start(program, {u"--data"_s, folder.path(), u"--script"_s, folder.filePath(u"none.js"_s)});
+    ASSERT_TRUE(host.waitForFinished(60'000));
+    EXPECT_EQ(host.exitCode(), 2);
+    host.start(program, {u"--no-such-option"_s});
+    ASSERT_TRUE(host.waitForFinished(60'000));
+    EXPECT_EQ(host.exitCode(), 2);
+}

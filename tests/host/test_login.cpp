@@ -1,0 +1,88 @@
+#include "tests/host/HostFixture.h"
+
+#include <QComboBox>
+#include <QFile>
+#include <QListWidget>
+#include <QTcpServer>
+
+using namespace Qt::Literals::StringLiterals;
+
+class LoginTest : public HostTest { };
+
+TEST_F(LoginTest, WrongLoginIsOneLineThatSaysNeitherWhichPartWasWrong)
+{
+    ASSERT_TRUE(WaitUntilReady());
+    const auto* error = OnLogin<QLabel>("ErrorLabel");
+    QStringList lines;
+    for (const QString& account : {u"hefei1"_s, u"nobody"_s}) {
+        TypeLogin(account, u"wrong"_s);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return !error->text().isEmpty(); }, 20'000));
+        lines.append(error->text());
+    }
+    EXPECT_EQ(lines[0], lines[1]);
+    EXPECT_FALSE(lines[0].contains(u'\n'));
+    EXPECT_EQ(host->LoggedInForm(), nullptr);
+    EXPECT_TRUE(OnLogin<QLineEdit>("PasswordEdit")->hasSelectedText());
+}
+
+TEST_F(LoginTest, RightLoginOpensTheFrameAndForgetsThePasswordOnLeaving)
+{
+    ASSERT_TRUE(LogIn(u"hefei1"_s));
+    EXPECT_TRUE(host->MainForm()->isVisible());
+    EXPECT_FALSE(host->LoginWindow()->isVisible());
+
+    host->OpenLoginWindow();
+    EXPECT_FALSE(host->MainForm()->isVisible());
+    EXPECT_TRUE(host->LoginWindow()->isVisible());
+    EXPECT_TRUE(OnLogin<QLineEdit>("PasswordEdit")->text().isEmpty());
+    EXPECT_EQ(OnLogin<QLineEdit>("AccountEdit")->text(), u"hefei1"_s);
+    EXPECT_TRUE(host->SharedData().Value(u"site").isEmpty());
+}
+
+TEST_F(LoginTest, DemoAccountsAreOfferedAndFillTheFields)
+{
+    ASSERT_TRUE(WaitUntilReady());
+    auto* offered = OnLogin<QListWidget>("OfferedList");
+    ASSERT_TRUE(offered->isVisible());
+    ASSERT_GE(offered->count(), 4);
+    offered->setCurrentRow(1);
+    EXPECT_FALSE(OnLogin<QLineEdit>("AccountEdit")->text().isEmpty());
+    EXPECT_FALSE(OnLogin<QLineEdit>("PasswordEdit")->text().isEmpty());
+}
+
+TEST_F(LoginTest, ServerThatDoesNotAnswerIsAMessageAndTheWindowStaysUsable)
+{
+    // A port that was free a moment ago and that nobody listens on.
+    QTcpServer probe;
+    ASSERT_TRUE(probe.listen(QHostAddress::LocalHost));
+    const quint16 port = probe.serverPort();
+    probe.close();
+
+    OnLogin<QRadioButton>("ServerButton")->click();
+    OnLogin<QComboBox>("ServerEdit")->setEditText(u"127.0.0.1:%1"_s.arg(port));
+    TypeLogin(u"hefei1"_s, u"demo"_s);
+    const auto* error = OnLogin<QLabel>("ErrorLabel");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !error->text().isEmpty(); }, 30'000));
+    EXPECT_EQ(host->LoggedInForm(), nullptr);
+    EXPECT_TRUE(OnLogin<QPushButton>("LoginButton")->isEnabled());
+}
+
+class BadFolderTest : public HostTest {
+protected:
+    void Change(THostOptions& options) override
+    {
+        // A file where the folder should be.
+        QFile file(Folder().filePath(u"occupied"_s));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        options.dataDir = file.fileName();
+    }
+};
+
+TEST_F(BadFolderTest, DatabaseThatCannotBeOpenedIsToldAndAServerCanStillBeChosen)
+{
+    ASSERT_TRUE(QTest::qWaitFor([this] { return host->LoginWindow()->DatabaseFailed(); }, 20'000));
+    EXPECT_TRUE(OnLogin<QLabel>("StateLabel")->isVisible());
+    EXPECT_FALSE(OnLogin<QPushButton>("LoginButton")->isEnabled());
+    OnLogin<QRadioButton>("ServerButton")->click();
+    EXPECT_TRUE(OnLogin<QPushButton>("LoginButton")->isEnabled());
+}
