@@ -121,7 +121,7 @@ wire::RowSet ApplicationServer::QueryAsAdministrator(const QString& sqlText)
     storage::PreparedStatement& prepared = connection->Prepare(translated, nullptr);
     prepared.Bind(translated.literals, d_->clock.Now());
     RowCollector collector;
-    collector.Columns(prepared.infos);
+    collector.Columns(translated.translation->columns);
     storage::ReadRows(prepared.statement, prepared.scratch, {d_->options.maxRows, 0}, collector);
     return std::move(collector.rows);
 }

@@ -5,6 +5,7 @@
 #include "server/accounts/PasswordHash.h"
 
 #include <QRegularExpression>
+#include <QScopeGuard>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -39,8 +40,11 @@ const QString& NobodysHash()
 
 wire::Identity Accounts::Login(const QString& account, const QString& password, const QString& peer)
 {
-    if (const int wait = guard_.Admit(account, peer, LoginGuard::Clock::now()))
+    using Clock = LoginGuard::Clock;
+    if (const int wait = guard_.Admit(account, peer, Clock::now()))
         throw wire::Error(wire::ErrorKind::Login, texts::TooManyLogins(wait));
+    // Whatever goes wrong counts against the caller until it turns out right.
+    auto failed = qScopeGuard([&] { guard_.Failed(account, peer, Clock::now()); });
     wire::Identity identity;
     QString hash = NobodysHash();
     bool known = false;
@@ -56,6 +60,7 @@ wire::Identity Accounts::Login(const QString& account, const QString& password, 
     }
     if (!PasswordMatches(hash, password) || !known)
         throw wire::Error(wire::ErrorKind::Login, texts::WrongLogin());
+    failed.dismiss();
     guard_.Succeeded(account, peer);
     return identity;
 }

@@ -9,6 +9,9 @@ using namespace std::chrono_literals;
 
 constexpr int kFreePerAccount = 2;
 constexpr int kFreePerPeer = 20; // a branch's desks share one address
+// At once, of one account from one place: a host opens two connections, a test many; a guesser gets few.
+constexpr int kPendingTrusted = 64;
+constexpr int kPendingSuspect = 2;
 constexpr auto kLongest = 300s;
 constexpr auto kForgotten = 15min;
 constexpr qsizetype kRecords = 10'000;
@@ -27,13 +30,13 @@ QString AccountKey(const QString& account, const QString& peer)
 
 } // namespace
 
-void LoginGuard::Count(Record& record, Rule rule, Clock::time_point now)
+void LoginGuard::Record::Count(int free, Clock::time_point now)
 {
-    record.last = now;
-    ++record.failures;
-    const int excess = record.failures - rule.free;
+    last = now;
+    ++failures;
+    const int excess = failures - free;
     if (excess > 0)
-        record.closedUntil = now + std::min<Clock::duration>(kLongest, 1s * (1 << std::min(excess - 1, 10)));
+        closedUntil = now + std::min<Clock::duration>(kLongest, 1s * (1 << std::min(excess - 1, 10)));
 }
 
 void LoginGuard::Forget(Clock::time_point now)
@@ -50,28 +53,39 @@ int LoginGuard::Admit(const QString& account, const QString& peer, Clock::time_p
     if (records_.size() > kRecords / 2)
         Forget(now);
     const QString accountKey = AccountKey(account, peer);
-    const QString peerKey = PlaceOf(peer);
     Clock::duration wait{};
-    for (const QString& key : {accountKey, peerKey}) {
+    for (const QString& key : {accountKey, PlaceOf(peer)}) {
         Record& record = records_[key];
         if (now - record.last > kForgotten)
-            record = {};
+            record = Record{0, 0, now, {}};
         wait = std::max(wait, record.closedUntil - now);
     }
+    Record& record = records_[accountKey];
+    if (wait <= Clock::duration::zero()
+        && record.pending >= (record.failures == 0 ? kPendingTrusted : kPendingSuspect))
+        wait = 1s;
     if (wait > Clock::duration::zero())
         return static_cast<int>(std::chrono::ceil<std::chrono::seconds>(wait).count());
-    Count(records_[accountKey], {kFreePerAccount}, now);
-    Count(records_[peerKey], {kFreePerPeer}, now);
+    ++record.pending;
     return 0;
+}
+
+void LoginGuard::Failed(const QString& account, const QString& peer, Clock::time_point now)
+{
+    const std::lock_guard lock(mutex_);
+    Record& record = records_[AccountKey(account, peer)];
+    record.Settle();
+    record.Count(kFreePerAccount, now);
+    // One right password later excuses no guessing: the place's own count only fades with time.
+    records_[PlaceOf(peer)].Count(kFreePerPeer, now);
 }
 
 void LoginGuard::Succeeded(const QString& account, const QString& peer)
 {
     const std::lock_guard lock(mutex_);
-    records_.remove(AccountKey(account, peer));
-    // The place is given back the one attempt, not its history: one right password excuses no guessing.
-    Record& record = records_[PlaceOf(peer)];
-    record.failures = std::max(0, record.failures - 1);
+    Record& record = records_[AccountKey(account, peer)];
+    record.Settle();
+    record.failures = 0;
     record.closedUntil = {};
 }
 

@@ -15,21 +15,21 @@ class LoginGuard {
 public:
     using Clock = std::chrono::steady_clock;
 
-    // Seconds that the caller has to wait; 0: go on. An admitted attempt counts as failed until it is
-    // reported as right, so that attempts side by side gain nothing.
+    // Seconds that the caller has to wait; 0: go on, and report how it ended.
     int Admit(const QString& account, const QString& peer, Clock::time_point now);
+    void Failed(const QString& account, const QString& peer, Clock::time_point now);
     void Succeeded(const QString& account, const QString& peer);
 
 private:
     struct Record {
         int failures = 0;
+        int pending = 0; // admitted, not yet reported
         Clock::time_point last;
         Clock::time_point closedUntil;
+
+        void Count(int free, Clock::time_point now);
+        void Settle() { pending = pending > 0 ? pending - 1 : 0; }
     };
-    struct Rule {
-        int free; // failures without any delay
-    };
-    static void Count(Record& record, Rule rule, Clock::time_point now);
     void Forget(Clock::time_point now);
 
     std::mutex mutex_;

@@ -106,7 +106,7 @@ void ClientSession::Query(const wire::Request& request, wire::ReplySink& sink, w
         const dialect::Translated translated = connection->Translate(request.text);
         PreparedStatement& prepared = connection->Prepare(translated, RequireQuery);
         prepared.Bind(translated.literals, core_.clock.Now());
-        sink.Columns(prepared.infos);
+        sink.Columns(translated.translation->columns);
         reply.rowCount = storage::ReadRows(
             prepared.statement, prepared.scratch, {core_.options.maxRows, rowsPerReply_}, sink);
     } catch (const wire::Error& error) {

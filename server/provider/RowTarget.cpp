@@ -10,18 +10,18 @@ using namespace Qt::Literals::StringLiterals;
 namespace server {
 namespace {
 
-// Whether a column of the log stands for a column of the table: as the query itself says, if it has it.
-bool IsStored(
+// The column of the log as the query itself describes it; clients are not taken at their word where the
+// server knows better.
+const wire::ColumnInfo& Described(
     const dialect::Translation& query, const std::vector<wire::ColumnInfo>& columns, size_t position)
 {
-    const wire::ColumnInfo& column = columns[position];
-    const auto same = [&column](const wire::ColumnInfo& info) {
-        return info.name.compare(column.name, Qt::CaseInsensitive) == 0;
+    const auto same = [&](const wire::ColumnInfo& info) {
+        return info.name.compare(columns[position].name, Qt::CaseInsensitive) == 0;
     };
     if (position < query.columns.size() && same(query.columns[position]))
-        return query.columns[position].stored;
+        return query.columns[position];
     const auto found = std::ranges::find_if(query.columns, same);
-    return found != query.columns.end() ? found->stored : column.stored;
+    return found != query.columns.end() ? *found : columns[position];
 }
 
 // The guards have names in the clerks' language; other columns go by their own.
@@ -53,12 +53,13 @@ RowTarget::RowTarget(storage::Connection& connection, const wire::ChangeLog& log
     for (const dialect::CatalogColumn& column : table_->columns) {
         const int key = column.key ? keyColumns++ : -1;
         for (size_t i = 0; i < log.columns.size(); ++i) {
-            if (columns_[i] || log.columns[i].name.compare(column.name, Qt::CaseInsensitive) != 0
-                || !IsStored(*query.translation, log.columns, i))
+            if (log.columns[i].name.compare(column.name, Qt::CaseInsensitive) != 0)
+                continue;
+            const wire::ColumnInfo& info = Described(*query.translation, log.columns, i);
+            if (!info.stored)
                 continue;
             columns_[i] = TargetColumn{column.name, CaptionOf(column.name), storage::Quoted(column.name),
-                column.name.toStdString(), column.type, column.width, key,
-                storage::IsGuardColumn(column.name), i};
+                column.name.toStdString(), column.type, column.width, key, info.guard, i};
             if (column.key)
                 keys_.push_back(&*columns_[i]);
             break;

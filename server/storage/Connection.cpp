@@ -1,5 +1,7 @@
 #include "server/storage/Connection.h"
 
+#include "server/dialect/SqliteFunctions.h"
+
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
@@ -15,11 +17,8 @@ constexpr int kConnections = 16;
 PreparedStatement::PreparedStatement(Database& database, std::shared_ptr<const dialect::Translation> source)
     : translation(std::move(source))
     , statement(database.Prepare(translation->sql))
-    , infos(translation->columns)
-    , scratch(MakeCellBlocks(infos))
+    , scratch(MakeCellBlocks(translation->columns))
 {
-    for (wire::ColumnInfo& info : infos)
-        info.guard = info.stored && IsGuardColumn(info.name);
 }
 
 void PreparedStatement::Bind(const std::vector<wire::Value>& literals, wire::DateTime now)
@@ -39,6 +38,9 @@ Connection::Connection(const QString& file, std::shared_ptr<const DatabaseCatalo
     , catalog_(std::move(catalog))
     , translator_(catalog_)
 {
+    const int code = dialect::RegisterFunctions(database_.Handle());
+    if (code != SQLITE_OK)
+        RaiseError(database_.Handle(), code);
 }
 
 PreparedStatement& Connection::Prepare(const dialect::Translated& translated, Policy* allow)

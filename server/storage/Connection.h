@@ -18,7 +18,6 @@ struct PreparedStatement {
 
     std::shared_ptr<const dialect::Translation> translation;
     Statement statement;
-    std::vector<wire::ColumnInfo> infos; // what clients are told
     CellBlocks scratch;
     bool openToClients = false; // the policy has been asked and agreed
     quint64 lastUse = 0;

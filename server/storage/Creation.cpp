@@ -183,6 +183,19 @@ void RemoveLeftovers(const QString& file)
         QFile::remove(file + suffix);
 }
 
+// Raises where the file is not a database of ours, or one that this program is too old for.
+void CheckVersion(const QString& file)
+{
+    Database database(file, OpenMode::Look);
+    Statement own = database.Prepare("select 1 from sqlite_schema where name = 'zelmor_meta'");
+    if (!own.Step())
+        throw wire::Error(wire::ErrorKind::Storage, texts::NotOurDatabase(file));
+    Statement query = database.Prepare("select VALUE from zelmor_meta where NAME = 'version'");
+    const QString version = query.Step() ? query.Text(0) : QString();
+    if (version.toInt() > kSchemaVersion)
+        throw wire::Error(wire::ErrorKind::Storage, texts::NewerDatabase(version));
+}
+
 } // namespace
 
 QString EnsureDatabase(const server::Options& options, wire::DateTime now)
@@ -192,8 +205,10 @@ QString EnsureDatabase(const server::Options& options, wire::DateTime now)
     const QDir folder(options.dataDir);
     const QString file = folder.absoluteFilePath(u"zelmor.db"_s);
     const auto exists = [&file] { return QFileInfo(file).size() > 0; };
-    if (exists())
+    if (exists()) {
+        CheckVersion(file);
         return file;
+    }
 
     const QString unfinished = folder.absoluteFilePath(u"zelmor.db.unfinished"_s);
     QLockFile lock(folder.absoluteFilePath(u"zelmor.lock"_s));

@@ -2,6 +2,7 @@
 
 #include "demo/Schema.h"
 
+#include <algorithm>
 #include <optional>
 
 using namespace Qt::Literals::StringLiterals;
@@ -36,7 +37,8 @@ DatabaseCatalog::DatabaseCatalog(Database& database)
         database.Prepare("select name from sqlite_schema where type = 'table' and name not like 'sqlite_%'");
     Statement columns =
         database.Prepare("select name, upper(type), pk from pragma_table_info(?1) order by cid");
-    Statement indexes = database.Prepare("select name from pragma_index_list(?1) where origin = 'c'");
+    Statement indexes = database.Prepare("select name, origin from pragma_index_list(?1)");
+    Statement indexColumns = database.Prepare("select name from pragma_index_info(?1) order by seqno");
     while (names.Step()) {
         dialect::CatalogTable table;
         table.name = names.Text(0);
@@ -47,12 +49,25 @@ DatabaseCatalog::DatabaseCatalog(Database& database)
         }
         columns.Reset();
         // A primary key's own index has no name in this database; the schema knows the one that hints use.
-        if (const demo::TableDef* definition = demo::FindTable(table.name))
-            table.indexes.push_back(definition->primaryKeyName);
+        const demo::TableDef* definition = demo::FindTable(table.name);
         indexes.Bind(1, table.name);
-        while (indexes.Step())
-            table.indexes.push_back(indexes.Text(0));
+        while (indexes.Step()) {
+            const QString name = indexes.Text(0);
+            const bool primary = indexes.Text(1) == u"pk"_s;
+            table.indexes.push_back(primary && definition != nullptr ? definition->primaryKeyName : name);
+            std::vector<QString>& columnNames = table.indexColumns.emplace_back();
+            indexColumns.Bind(1, name);
+            while (indexColumns.Step())
+                columnNames.push_back(indexColumns.Text(0));
+            indexColumns.Reset();
+        }
         indexes.Reset();
+        // A key of one whole number is the table's own order and has no index at all.
+        if (definition != nullptr
+            && std::ranges::find(table.indexes, definition->primaryKeyName) == table.indexes.end()) {
+            table.indexes.push_back(definition->primaryKeyName);
+            table.indexColumns.push_back(definition->primaryKey);
+        }
         tables_.insert(table.name.toUpper(), std::move(table));
     }
 }
@@ -61,13 +76,6 @@ const dialect::CatalogTable* DatabaseCatalog::Find(QStringView tableName) const
 {
     const auto found = tables_.constFind(tableName.toString().toUpper());
     return found == tables_.constEnd() ? nullptr : &*found;
-}
-
-bool IsGuardColumn(QStringView name)
-{
-    return name.compare(u"STATUS", Qt::CaseInsensitive) == 0
-        || name.compare(u"REC_SITE", Qt::CaseInsensitive) == 0
-        || name.compare(u"PREPARE_SITE", Qt::CaseInsensitive) == 0;
 }
 
 } // namespace storage

@@ -18,8 +18,4 @@ private:
     QHash<QString, dialect::CatalogTable> tables_; // by upper-case name
 };
 
-// Columns whose old values travel with every change of their row and must still stand when it is stored: who
-// has the order, and how far it has come.
-bool IsGuardColumn(QStringView name);
-
 } // namespace storage

@@ -1,6 +1,7 @@
 #include "server/storage/Sqlite.h"
 
 #include "server/Texts.h"
+#include "server/dialect/SqliteFunctions.h"
 
 #include <utility>
 
@@ -56,9 +57,11 @@ Fault FaultOf(int code)
 
 void RaiseError(sqlite3* database, int code, const QString& sqlText)
 {
+    const QString reason = QString::fromUtf8(database ? sqlite3_errmsg(database) : sqlite3_errstr(code));
+    if (code == dialect::kDataErrorCode)
+        throw wire::Error(wire::ErrorKind::Data, reason, sqlText);
     const Fault fault = FaultOf(code);
-    const char* reason = database ? sqlite3_errmsg(database) : sqlite3_errstr(code);
-    throw wire::Error(fault.kind, u"%1（%2）"_s.arg(fault.message, QString::fromUtf8(reason)), sqlText);
+    throw wire::Error(fault.kind, u"%1（%2）"_s.arg(fault.message, reason), sqlText);
 }
 
 Statement::Statement(sqlite3* database, std::string_view sql)
@@ -176,8 +179,9 @@ wire::Value Statement::Value(int column, wire::ColumnType type) const
 
 Database::Database(const QString& file, OpenMode mode)
 {
-    const bool fill = mode == OpenMode::Fill;
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (fill ? SQLITE_OPEN_CREATE : 0);
+    const int flags = SQLITE_OPEN_NOMUTEX
+        | (mode == OpenMode::Look ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE)
+        | (mode == OpenMode::Fill ? SQLITE_OPEN_CREATE : 0);
     sqlite3* handle = nullptr;
     const int code = sqlite3_open_v2(file.toUtf8().constData(), &handle, flags, nullptr);
     handle_.reset(handle);
@@ -185,10 +189,10 @@ Database::Database(const QString& file, OpenMode mode)
         RaiseError(handle, code);
     sqlite3_extended_result_codes(handle, 1);
     sqlite3_busy_timeout(handle, kBusyMilliseconds);
-    if (fill)
+    if (mode == OpenMode::Fill)
         Execute("pragma journal_mode=off; pragma synchronous=off; pragma locking_mode=exclusive;"
                 "pragma cache_size=-262144; pragma threads=2; pragma foreign_keys=off");
-    else
+    else if (mode == OpenMode::Serve)
         Execute("pragma journal_mode=wal; pragma synchronous=full; pragma cache_size=-16384;"
                 "pragma mmap_size=268435456; pragma temp_store=memory; pragma foreign_keys=off");
 }

@@ -71,6 +71,7 @@ private:
 // How a database file is opened.
 enum class OpenMode {
     Serve, // must exist; readers beside one writer, every commit on the disk before it returns
+    Look, // read only, nothing assumed about the file
     Fill, // made new; fast and unsafe until it is finished
 };
 

@@ -1,0 +1,211 @@
+#pragma once
+
+#include "server/Server.h"
+#include "server/storage/Sqlite.h"
+#include "wire/ColumnData.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+// A server over a new database with one branch site, its clerk and three orders, and a way to talk to it.
+namespace server::testing {
+
+using namespace Qt::Literals::StringLiterals;
+
+struct Collector final : wire::ReplySink {
+    void Columns(std::vector<wire::ColumnInfo> infos) override
+    {
+        for (const wire::ColumnInfo& info : infos)
+            rows.columns.emplace_back(info.type);
+        rows.infos = std::move(infos);
+    }
+    void Rows(std::vector<wire::Column> block) override
+    {
+        ++blocks;
+        for (size_t i = 0; i < block.size(); ++i)
+            rows.columns[i].AppendColumn(std::move(block[i]));
+    }
+    wire::RowSet rows;
+    int blocks = 0;
+};
+
+// What the call raises; fails the test where it raises nothing.
+template <typename F> wire::Error ErrorOf(F&& call)
+{
+    try {
+        call();
+    } catch (const wire::Error& error) {
+        return error;
+    }
+    ADD_FAILURE() << "nothing was raised";
+    return {wire::ErrorKind::Usage, {}};
+}
+
+class Client {
+public:
+    Client(ApplicationServer& server, const QString& account, const QString& password)
+        : Client(server)
+    {
+        Login(account, password);
+    }
+    explicit Client(ApplicationServer& server, const QString& peer = u"10.0.0.1:5000"_s)
+        : session_(server.NewSession(peer))
+    {
+    }
+
+    wire::Identity Login(const QString& account, const QString& password)
+    {
+        wire::Request request;
+        request.kind = wire::RequestKind::Login;
+        request.account = account;
+        request.password = password;
+        Collector sink;
+        return session_->Handle(request, sink).identity;
+    }
+    wire::RowSet Query(const QString& text)
+    {
+        wire::Request request;
+        request.kind = wire::RequestKind::Query;
+        request.text = text;
+        Collector sink;
+        const wire::Reply reply = session_->Handle(request, sink);
+        EXPECT_EQ(reply.rowCount, sink.rows.RowCount());
+        return std::move(sink.rows);
+    }
+    qint64 Execute(const QString& text)
+    {
+        wire::Request request;
+        request.kind = wire::RequestKind::Execute;
+        request.text = text;
+        Collector sink;
+        return session_->Handle(request, sink).rowCount;
+    }
+    wire::ApplyOutcome Apply(const wire::ChangeLog& log, int maxErrors = -1)
+    {
+        return Apply(log, {.client = {7, 7}, .number = ++number_}, maxErrors);
+    }
+    wire::ApplyOutcome Apply(const wire::ChangeLog& log, const wire::ApplyName& name, int maxErrors)
+    {
+        wire::Request request;
+        request.kind = wire::RequestKind::ApplyUpdates;
+        request.changes = log;
+        request.name = name;
+        request.maxErrors = maxErrors;
+        Collector sink;
+        return session_->Handle(request, sink).outcome;
+    }
+    Session& Conversation() { return *session_; }
+
+private:
+    std::unique_ptr<Session> session_;
+    static inline quint64 number_ = 0;
+};
+
+// A change log over rows that were read, put together as a dataset does.
+class Changes {
+public:
+    Changes(const QString& commandText, const wire::RowSet& rows)
+        : rows_(rows)
+    {
+        log.commandText = commandText;
+        log.columns = rows.infos;
+    }
+
+    using Edits = std::vector<std::pair<QString, wire::Value>>;
+
+    Changes& Update(qsizetype row, const Edits& edits) { return Add(wire::ChangeKind::Update, row, edits); }
+    Changes& Delete(qsizetype row) { return Add(wire::ChangeKind::Delete, row, {}); }
+    Changes& Insert(const Edits& values)
+    {
+        wire::RowChange& change = NewRow(wire::ChangeKind::Insert);
+        for (const auto& [name, value] : values)
+            change.cells.push_back({Position(name), {}, value});
+        return *this;
+    }
+
+    wire::ChangeLog log;
+
+private:
+    quint16 Position(const QString& name) const
+    {
+        const int position = rows_.IndexOf(name);
+        EXPECT_GE(position, 0) << name.toStdString();
+        return static_cast<quint16>(position);
+    }
+    wire::RowChange& NewRow(wire::ChangeKind kind)
+    {
+        wire::RowChange& change = log.rows.emplace_back();
+        change.kind = kind;
+        change.rowId = static_cast<quint32>(100 + log.rows.size());
+        return change;
+    }
+    Changes& Add(wire::ChangeKind kind, qsizetype row, const Edits& edits)
+    {
+        wire::RowChange& change = NewRow(kind);
+        for (size_t i = 0; i < rows_.infos.size(); ++i) {
+            const wire::Value original = rows_.columns[i].ValueAt(row);
+            const auto edit = std::ranges::find_if(
+                edits, [&](const auto& item) { return Position(item.first) == static_cast<quint16>(i); });
+            if (edit != edits.end())
+                change.cells.push_back({static_cast<quint16>(i), original, edit->second});
+            else if (rows_.infos[i].key || rows_.infos[i].guard)
+                change.cells.push_back({static_cast<quint16>(i), original, original});
+        }
+        return *this;
+    }
+
+    wire::RowSet rows_;
+};
+
+class ServerTest : public ::testing::Test {
+protected:
+    ServerTest()
+    {
+        Start();
+        Raw("insert into tab_site(SITE_CODE, SITE_NAME) values('S1', '合肥一部')");
+        Raw("insert into tab_employee(EMPLOYEE_CODE, EMPLOYEE_NAME, OWNER_SITE) values('E1', '张三', "
+            "'合肥一部')");
+        Raw("insert into tab_zelmor_bill(TX_LOGISTIC_ID, CREATE_DATE, STATUS, PREPARE_SITE, TOTAL_WEIGHT, "
+            "NAME)"
+            " values('A', 1000, 0, ';合肥一部;', 1.5, '甲'), ('B', 2000, null, null, null, null),"
+            " ('C', 3000, 1, ';合肥二部;', 2, '丙')");
+        server_->AddAccount({u"clerk"_s, u"secret"_s, u"E1"_s, u"2"_s, u"110"_s});
+    }
+
+    void Start()
+    {
+        Options options;
+        options.dataDir = folder_.path();
+        options.now = wire::DateTime::FromParts(2024, 3, 1, 8);
+        options.maxRows = maxRows_;
+        options.maxSeconds = maxSeconds_;
+        server_ = std::make_unique<ApplicationServer>(options);
+    }
+    void Restart()
+    {
+        server_.reset();
+        Start();
+    }
+    Client LoggedIn() { return {*server_, u"clerk"_s, u"secret"_s}; }
+
+    QString File() const { return QDir(folder_.path()).filePath(u"zelmor.db"_s); }
+    // Behind the server's back.
+    void Raw(const char* sql) { storage::Database(File(), storage::OpenMode::Serve).Execute(sql); }
+    QString RawText(const char* sql)
+    {
+        storage::Database database(File(), storage::OpenMode::Serve);
+        storage::Statement statement = database.Prepare(sql);
+        return statement.Step() ? statement.Text(0) : u"(no row)"_s;
+    }
+
+    static inline const QString kOrders = u"select a.* from tab_zelmor_bill a order by a.TX_LOGISTIC_ID"_s;
+
+    QTemporaryDir folder_;
+    qint64 maxRows_ = 1'000'000;
+    int maxSeconds_ = 60;
+    std::unique_ptr<ApplicationServer> server_;
+};
+
+} // namespace server::testing

@@ -1,0 +1,121 @@
+#include "server/accounts/LoginGuard.h"
+#include "tests/server/ServerFixture.h"
+
+namespace server::testing {
+namespace {
+
+using namespace std::chrono_literals;
+
+class AccountsTest : public ServerTest { };
+
+TEST_F(AccountsTest, IdentityComesFromTheEmployee)
+{
+    const wire::Identity identity = Client(*server_).Login(u"clerk"_s, u"secret"_s);
+    EXPECT_EQ(identity.account, u"clerk"_s);
+    EXPECT_EQ(identity.employeeCode, u"E1"_s);
+    EXPECT_EQ(identity.employeeName, u"张三"_s);
+    EXPECT_EQ(identity.site, u"合肥一部"_s);
+    EXPECT_EQ(identity.userType, u"2"_s);
+    EXPECT_EQ(identity.rights, u"110"_s);
+    EXPECT_FALSE(RawText("select PASSWORD_HASH from zelmor_account").contains(u"secret"_s));
+}
+
+TEST_F(AccountsTest, WrongLoginSaysNotWhatWasWrong)
+{
+    const wire::Error wrongPassword = ErrorOf([&] { Client(*server_).Login(u"clerk"_s, u"guess"_s); });
+    const wire::Error unknown = ErrorOf([&] { Client(*server_).Login(u"nobody"_s, u"guess"_s); });
+    // Not even the password that unknown accounts are compared with opens one.
+    const wire::Error nobody = ErrorOf([&] { Client(*server_).Login(u"nobody"_s, u"nobody"_s); });
+    EXPECT_EQ(wrongPassword.Kind(), wire::ErrorKind::Login);
+    EXPECT_EQ(wrongPassword.Message(), unknown.Message());
+    EXPECT_EQ(wrongPassword.Message(), nobody.Message());
+    EXPECT_FALSE(wrongPassword.Message().contains(u'\n'));
+}
+
+TEST_F(AccountsTest, GuessingIsRefusedEvenWithTheRightPassword)
+{
+    for (int i = 0; i < 3; ++i)
+        ErrorOf([&] { Client(*server_).Login(u"clerk"_s, u"guess"_s); });
+    const wire::Error refused = ErrorOf([&] { Client(*server_).Login(u"clerk"_s, u"secret"_s); });
+    EXPECT_TRUE(refused.Message().contains(u"秒后"_s)) << refused.what();
+    EXPECT_NO_THROW(Client(*server_, u"10.0.0.2:1"_s).Login(u"clerk"_s, u"secret"_s))
+        << "elsewhere it goes on";
+}
+
+TEST_F(AccountsTest, Administration)
+{
+    const auto dataError = [](auto&& call) { return ErrorOf(call).Kind() == wire::ErrorKind::Data; };
+    EXPECT_TRUE(dataError([&] { server_->AddAccount({u"clerk"_s, u"x"_s, u"E1"_s, {}}); })) << "taken";
+    EXPECT_TRUE(dataError([&] {
+        server_->AddAccount({u"new"_s, u"x"_s, u"E9"_s, {}});
+    })) << "no such employee";
+    EXPECT_TRUE(dataError([&] { server_->AddAccount({u"new"_s, {}, u"E1"_s, {}}); })) << "no password";
+    EXPECT_TRUE(dataError([&] {
+        server_->AddAccount({u"new"_s, u"x"_s, u"E1"_s, {}, u"12"_s});
+    })) << "bad rights";
+    EXPECT_TRUE(dataError([&] { server_->SetPassword(u"new"_s, u"x"_s); }));
+    EXPECT_TRUE(dataError([&] { server_->RemoveAccount(u"new"_s); }));
+    EXPECT_EQ(server_->Accounts().size(), 1u);
+    server_->SetPassword(u"clerk"_s, u"better"_s);
+    ErrorOf([&] { Client(*server_).Login(u"clerk"_s, u"secret"_s); });
+    EXPECT_NO_THROW(Client(*server_).Login(u"clerk"_s, u"better"_s));
+    server_->RemoveAccount(u"clerk"_s);
+    ErrorOf([&] { Client(*server_).Login(u"clerk"_s, u"better"_s); });
+    EXPECT_TRUE(server_->DemoAccounts().empty());
+}
+
+class LoginGuardTest : public ::testing::Test {
+protected:
+    // One wrong login; how long it was told to wait, if it was.
+    int Guess(const QString& account, const QString& peer = u"10.0.0.1:1"_s)
+    {
+        const int wait = guard_.Admit(account, peer, now_);
+        if (wait == 0)
+            guard_.Failed(account, peer, now_);
+        return wait;
+    }
+
+    LoginGuard guard_;
+    LoginGuard::Clock::time_point now_{1h};
+};
+
+TEST_F(LoginGuardTest, DelayDoublesUpToALimitAndIsForgotten)
+{
+    EXPECT_EQ(Guess(u"a"_s), 0);
+    EXPECT_EQ(Guess(u"a"_s), 0);
+    for (const int expected : {1, 2, 4, 8, 16, 32, 64, 128, 256, 300, 300}) {
+        ASSERT_EQ(Guess(u"a"_s), 0);
+        ASSERT_EQ(Guess(u"A"_s, u"10.0.0.1:99"_s), expected) << "another port, other case: still the same";
+        now_ += std::chrono::seconds(expected) - 1ms;
+        ASSERT_EQ(Guess(u"a"_s), 1);
+        now_ += 1ms;
+    }
+    EXPECT_EQ(guard_.Admit(u"a"_s, u"10.0.0.1:1"_s, now_), 0);
+    guard_.Succeeded(u"a"_s, u"10.0.0.1:1"_s);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(Guess(u"a"_s), 0);
+    EXPECT_EQ(Guess(u"a"_s), 1);
+    now_ += 20min;
+    EXPECT_EQ(Guess(u"a"_s), 0);
+}
+
+TEST_F(LoginGuardTest, ManyAccountsFromOnePlaceAreSlowedToo)
+{
+    int admitted = 0;
+    for (int i = 0; i < 100; ++i)
+        admitted += Guess(u"account%1"_s.arg(i)) == 0 ? 1 : 0;
+    EXPECT_LT(admitted, 30);
+    EXPECT_EQ(Guess(u"account1"_s, u"10.0.0.2:1"_s), 0);
+}
+
+TEST_F(LoginGuardTest, GuessesSideBySideGainLittle)
+{
+    Guess(u"a"_s);
+    int admitted = 0;
+    for (int i = 0; i < 100; ++i)
+        admitted += guard_.Admit(u"a"_s, u"10.0.0.1:1"_s, now_) == 0 ? 1 : 0;
+    EXPECT_LE(admitted, 2);
+}
+
+} // namespace
+} // namespace server::testing

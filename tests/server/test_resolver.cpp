@@ -1,0 +1,235 @@
+#include "tests/server/ServerFixture.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace server::testing {
+namespace {
+
+class ResolverTest : public ServerTest {
+protected:
+    Changes Log() { return {Text(), client_.Query(Text())}; }
+    static const QString& Text() { return kOrders; }
+    QString Of(const char* column, const char* key)
+    {
+        return RawText((std::string("select coalesce(") + column
+            + ", '(null)') from tab_zelmor_bill where "
+              "TX_LOGISTIC_ID = '"
+            + key + "'")
+                           .c_str());
+    }
+    int AuditRows() { return RawText("select count(*) from zelmor_audit").toInt(); }
+
+    Client client_ = LoggedIn();
+};
+
+TEST_F(ResolverTest, UpdateStoresChangedColumnsAndWritesTheAudit)
+{
+    Changes changes = Log();
+    changes.Update(0, {{u"STATUS"_s, qint64(1)}, {u"REC_SITE"_s, u"合肥\"一部\""_s}, {u"NAME"_s, {}}});
+    Raw("update tab_zelmor_bill set REMARK = '别人的' where TX_LOGISTIC_ID = 'A'"); // touches nothing of ours
+    const wire::ApplyOutcome outcome = client_.Apply(changes.log);
+    ASSERT_EQ(outcome.rows.size(), 1u);
+    EXPECT_TRUE(outcome.rows[0].accepted);
+    EXPECT_EQ(outcome.rows[0].rowId, changes.log.rows[0].rowId);
+    EXPECT_EQ(Of("STATUS", "A"), u"1"_s);
+    EXPECT_EQ(Of("NAME", "A"), u"(null)"_s);
+    EXPECT_EQ(Of("REMARK", "A"), u"别人的"_s);
+    EXPECT_EQ(
+        RawText(
+            "select ACCOUNT || '/' || EMPLOYEE_NAME || '/' || ACTION || '/' || TABLE_NAME || '/' || ROW_KEY "
+            "from zelmor_audit"),
+        u"clerk/张三/update/tab_zelmor_bill/A"_s);
+    EXPECT_EQ(RawText("select FIELDS from zelmor_audit"),
+        u"{\"STATUS\":[0,1],\"REC_SITE\":[null,\"合肥\\\"一部\\\"\"],\"NAME\":[\"甲\",null]}"_s);
+}
+
+TEST_F(ResolverTest, RowChangedByOtherIsRefusedWithPresentValues)
+{
+    struct Case {
+        const char* meanwhile;
+        bool accepted;
+        QString reason;
+    };
+    // STATUS, REC_SITE and PREPARE_SITE guard every row; other columns only where the log changes them.
+    const Case cases[] = {
+        {"update tab_zelmor_bill set STATUS = 2", false, u"状态"_s},
+        {"update tab_zelmor_bill set STATUS = null", false, u"状态"_s},
+        {"update tab_zelmor_bill set REC_SITE = '合肥二部', MODIFIER = '李四', MODIFY_SITE = '合肥二部'",
+            false, u"合肥二部 李四"_s},
+        {"update tab_zelmor_bill set PREPARE_SITE = null", false, u"可接单网点"_s},
+        {"update tab_zelmor_bill set NAME = '乙'", false, u"NAME"_s},
+        {"update tab_zelmor_bill set PHONE = '1'", true, {}},
+        {"delete from tab_zelmor_bill where TX_LOGISTIC_ID = 'A'", false, u"删除"_s},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.meanwhile);
+        Raw("delete from tab_zelmor_bill; insert into tab_zelmor_bill(TX_LOGISTIC_ID, STATUS, PREPARE_SITE, "
+            "NAME) "
+            "values('A', 0, ';合肥一部;', '甲')");
+        Changes changes = Log();
+        changes.Update(0, {{u"NAME"_s, u"新"_s}});
+        Raw(c.meanwhile);
+        const wire::RowVerdict verdict = client_.Apply(changes.log).rows.at(0);
+        EXPECT_EQ(verdict.accepted, c.accepted) << verdict.reason.toStdString();
+        EXPECT_TRUE(verdict.reason.contains(c.reason)) << verdict.reason.toStdString();
+        EXPECT_EQ(Of("NAME", "A") == u"新"_s, c.accepted);
+        const bool gone = Of("STATUS", "A") == u"(no row)"_s;
+        EXPECT_EQ(verdict.present, !c.accepted && !gone);
+        if (verdict.present) {
+            ASSERT_EQ(verdict.presentValues.size(), changes.log.columns.size());
+            const wire::RowSet now = client_.Query(Text());
+            for (size_t i = 0; i < now.columns.size(); ++i)
+                EXPECT_TRUE(wire::SameValue(verdict.presentValues[i], now.columns[i].ValueAt(0)));
+        }
+    }
+}
+
+TEST_F(ResolverTest, NullsNumbersAndEmptyTextCompareAsTheClientSeesThem)
+{
+    Changes changes = Log();
+    // B was null throughout; C's weight is stored as a whole number and read as a fraction.
+    changes.Update(1, {{u"STATUS"_s, qint64(0)}, {u"TOTAL_WEIGHT"_s, 0.25}, {u"NAME"_s, u"乙"_s}});
+    changes.Update(2, {{u"TOTAL_WEIGHT"_s, 3.0}, {u"NAME"_s, QString()}});
+    const wire::ApplyOutcome outcome = client_.Apply(changes.log);
+    EXPECT_EQ(outcome.Rejected(), 0) << outcome.rows[0].reason.toStdString()
+                                     << outcome.rows[1].reason.toStdString();
+    EXPECT_EQ(Of("TOTAL_WEIGHT", "B"), u"0.25"_s);
+    EXPECT_EQ(RawText("select typeof(NAME) from tab_zelmor_bill where TX_LOGISTIC_ID = 'C'"), u"null"_s);
+}
+
+TEST_F(ResolverTest, ColumnsOfOtherTablesAreIgnored)
+{
+    const QString text = u"select a.TX_LOGISTIC_ID, a.STATUS, 'x' NOTE from tab_zelmor_bill a"_s;
+    Changes changes(text, client_.Query(text));
+    changes.Update(0, {{u"NOTE"_s, u"changed"_s}, {u"STATUS"_s, qint64(4)}});
+    changes.Update(1, {{u"NOTE"_s, u"changed"_s}});
+    EXPECT_EQ(client_.Apply(changes.log).Rejected(), 0);
+    EXPECT_EQ(RawText("select count(*) from tab_zelmor_bill where STATUS = 4"), u"1"_s);
+    EXPECT_EQ(AuditRows(), 1);
+}
+
+TEST_F(ResolverTest, InsertAndDelete)
+{
+    Changes changes = Log();
+    changes.Insert({{u"TX_LOGISTIC_ID"_s, u"D"_s}, {u"STATUS"_s, qint64(0)}});
+    changes.Insert({{u"TX_LOGISTIC_ID"_s, u"A"_s}, {u"STATUS"_s, qint64(9)}});
+    changes.Insert({{u"STATUS"_s, qint64(9)}});
+    changes.Delete(1);
+    Raw("update tab_zelmor_bill set STATUS = 10 where TX_LOGISTIC_ID = 'C'");
+    changes.Delete(2);
+    const auto rows = client_.Apply(changes.log).rows;
+    EXPECT_TRUE(rows[0].accepted);
+    EXPECT_TRUE(rows[1].reason.contains(u"“A”已存在"_s)) << rows[1].reason.toStdString();
+    EXPECT_TRUE(rows[1].present);
+    EXPECT_FALSE(rows[2].accepted);
+    EXPECT_TRUE(rows[3].accepted);
+    EXPECT_FALSE(rows[4].accepted);
+    EXPECT_EQ(RawText("select group_concat(TX_LOGISTIC_ID || STATUS) from tab_zelmor_bill"), u"A0,C10,D0"_s);
+    EXPECT_EQ(RawText("select group_concat(ACTION || ROW_KEY) from zelmor_audit"), u"insertD,deleteB"_s);
+    EXPECT_TRUE(RawText("select FIELDS from zelmor_audit where ACTION = 'delete'")
+                    .contains(u"\"CREATE_DATE\":[\"1970"_s));
+}
+
+TEST_F(ResolverTest, KeyOfARowMayChangeButNotToATakenOne)
+{
+    Changes changes = Log();
+    changes.Update(0, {{u"TX_LOGISTIC_ID"_s, u"A2"_s}});
+    changes.Update(1, {{u"TX_LOGISTIC_ID"_s, u"C"_s}});
+    changes.Update(2, {{u"TX_LOGISTIC_ID"_s, {}}});
+    const auto rows = client_.Apply(changes.log).rows;
+    EXPECT_TRUE(rows[0].accepted);
+    EXPECT_FALSE(rows[1].accepted);
+    EXPECT_FALSE(rows[2].accepted);
+    EXPECT_EQ(RawText("select group_concat(TX_LOGISTIC_ID) from (select * from tab_zelmor_bill order by 1)"),
+        u"A2,B,C"_s);
+}
+
+TEST_F(ResolverTest, ValuesThatDoNotFitAreRefused)
+{
+    Changes changes = Log();
+    changes.Update(0, {{u"MESSAGE"_s, QString(101, u'字')}});
+    changes.Update(1, {{u"STATUS"_s, u"many"_s}});
+    changes.Update(2, {{u"MESSAGE"_s, QString(99, u'字') + QString::fromUcs4(U"\U00020000")}});
+    const auto rows = client_.Apply(changes.log).rows;
+    EXPECT_TRUE(rows[0].reason.contains(u"101"_s)) << rows[0].reason.toStdString();
+    EXPECT_TRUE(rows[1].reason.contains(u"STATUS"_s)) << rows[1].reason.toStdString();
+    EXPECT_TRUE(rows[2].accepted) << "a character outside the basic plane counts once";
+}
+
+TEST_F(ResolverTest, MoreRefusalsThanAllowedUndoAll)
+{
+    for (const int maxErrors : {-1, 0, 1, 2}) {
+        SCOPED_TRACE(maxErrors);
+        Raw("update tab_zelmor_bill set STATUS = 0, NAME = null; delete from zelmor_audit");
+        Changes changes = Log();
+        for (int row = 0; row < 3; ++row)
+            changes.Update(row, {{u"NAME"_s, u"新"_s}});
+        Raw("update tab_zelmor_bill set STATUS = 1 where TX_LOGISTIC_ID in ('A', 'B')");
+        const wire::ApplyOutcome outcome = client_.Apply(changes.log, maxErrors);
+        const bool undone = maxErrors == 0 || maxErrors == 1;
+        EXPECT_EQ(outcome.rolledBack, undone);
+        EXPECT_EQ(outcome.Rejected(), undone ? 3 : 2);
+        EXPECT_EQ(Of("NAME", "C"), undone ? u"(null)"_s : u"新"_s);
+        EXPECT_EQ(AuditRows(), undone ? 0 : 1);
+    }
+}
+
+TEST_F(ResolverTest, RepeatedSendIsAnsweredAndNotApplied)
+{
+    Changes changes = Log();
+    changes.Update(0, {{u"STATUS"_s, qint64(1)}});
+    changes.Update(1, {{u"STATUS"_s, qint64(1)}});
+    Raw("update tab_zelmor_bill set STATUS = 7 where TX_LOGISTIC_ID = 'B'");
+    const wire::ApplyName name{.client = {1, 2, 3}, .number = 42};
+    const wire::ApplyOutcome first = client_.Apply(changes.log, name, -1);
+    ASSERT_EQ(first.Rejected(), 1);
+    Raw("update tab_zelmor_bill set STATUS = 0"); // would be applied now
+
+    const auto expectSame = [&](const wire::ApplyOutcome& again) {
+        ASSERT_EQ(again.rows.size(), 2u);
+        EXPECT_TRUE(again.rows[0].accepted);
+        EXPECT_FALSE(again.rows[1].accepted);
+        EXPECT_EQ(again.rows[1].rowId, first.rows[1].rowId);
+        EXPECT_EQ(again.rows[1].reason, first.rows[1].reason);
+        EXPECT_EQ(again.rows[1].presentValues, first.rows[1].presentValues);
+        EXPECT_EQ(Of("STATUS", "A"), u"0"_s);
+        EXPECT_EQ(AuditRows(), 1);
+    };
+    expectSame(client_.Apply(changes.log, name, -1));
+    Restart();
+    Client later = LoggedIn();
+    expectSame(later.Apply(changes.log, name, -1));
+
+    // Nobody gets another account's answer.
+    server_->AddAccount({u"other"_s, u"secret"_s, u"E1"_s, {}});
+    Client other(*server_, u"other"_s, u"secret"_s);
+    EXPECT_EQ(ErrorOf([&] { other.Apply(changes.log, name, -1); }).Kind(), wire::ErrorKind::Policy);
+    // Old answers are forgotten.
+    Raw("update zelmor_request set APPLY_TIME = APPLY_TIME - 30 * 86400");
+    Restart();
+    EXPECT_EQ(RawText("select count(*) from zelmor_request"), u"0"_s);
+}
+
+TEST_F(ResolverTest, LogsThatCannotBeAppliedRaiseAndStoreNothing)
+{
+    Changes changes = Log();
+    changes.Update(0, {{u"STATUS"_s, qint64(1)}});
+    changes.Update(1, {{u"STATUS"_s, qint64(1)}});
+    wire::ChangeLog noSuchColumn = changes.log;
+    noSuchColumn.rows[1].cells[0].column = 999;
+    EXPECT_EQ(ErrorOf([&] { client_.Apply(noSuchColumn); }).Kind(), wire::ErrorKind::Data);
+    wire::ChangeLog noKey = changes.log;
+    std::erase_if(noKey.rows[1].cells, [&](const auto& cell) { return noKey.columns[cell.column].key; });
+    EXPECT_EQ(ErrorOf([&] { client_.Apply(noKey); }).Kind(), wire::ErrorKind::Data);
+    wire::ChangeLog withoutKeyColumn = changes.log;
+    withoutKeyColumn.commandText = u"select a.STATUS from tab_zelmor_bill a"_s;
+    withoutKeyColumn.columns.erase(withoutKeyColumn.columns.begin());
+    EXPECT_TRUE(ErrorOf([&] { client_.Apply(withoutKeyColumn); }).Message().contains(u"TX_LOGISTIC_ID"_s));
+    EXPECT_EQ(RawText("select group_concat(coalesce(STATUS, 'n')) from tab_zelmor_bill"), u"0,n,1"_s);
+    EXPECT_EQ(AuditRows(), 0);
+    EXPECT_TRUE(client_.Apply(changes.log).rows[0].accepted);
+}
+
+} // namespace
+} // namespace server::testing

@@ -1,0 +1,177 @@
+#include "tests/server/ServerFixture.h"
+
+#include <chrono>
+#include <thread>
+
+namespace server::testing {
+namespace {
+
+using wire::ErrorKind;
+
+class SessionTest : public ServerTest { };
+
+TEST_F(SessionTest, NothingIsAnsweredBeforeALogin)
+{
+    Client client(*server_);
+    EXPECT_EQ(ErrorOf([&] { client.Query(kOrders); }).Kind(), ErrorKind::Login);
+    EXPECT_EQ(ErrorOf([&] { client.Apply({}); }).Kind(), ErrorKind::Login);
+    // A failed second login ends the first.
+    client.Login(u"clerk"_s, u"secret"_s);
+    EXPECT_EQ(client.Query(kOrders).RowCount(), 3);
+    ErrorOf([&] { client.Login(u"clerk"_s, u"wrong"_s); });
+    EXPECT_EQ(ErrorOf([&] { client.Query(kOrders); }).Kind(), ErrorKind::Login);
+}
+
+TEST_F(SessionTest, ColumnsComeWithTypeWidthKeyAndGuard)
+{
+    const wire::RowSet rows = LoggedIn().Query(kOrders);
+    const auto info = [&rows](QStringView name) {
+        return rows.infos.at(static_cast<size_t>(rows.IndexOf(name)));
+    };
+    EXPECT_EQ(info(u"tx_logistic_id"),
+        (wire::ColumnInfo{u"TX_LOGISTIC_ID"_s, wire::ColumnType::Text, 32, true, false, true}));
+    EXPECT_EQ(info(u"STATUS").type, wire::ColumnType::Integer);
+    EXPECT_TRUE(info(u"STATUS").guard && info(u"REC_SITE").guard && info(u"PREPARE_SITE").guard);
+    EXPECT_FALSE(info(u"NAME").guard || info(u"NAME").key);
+    EXPECT_EQ(info(u"TOTAL_WEIGHT").type, wire::ColumnType::Number);
+    EXPECT_EQ(rows.columns[static_cast<size_t>(rows.IndexOf(u"CREATE_DATE"))].ValueAt(1),
+        wire::Value(wire::DateTime{2000}));
+    EXPECT_TRUE(wire::IsNull(rows.columns[static_cast<size_t>(rows.IndexOf(u"NAME"))].ValueAt(1)));
+    EXPECT_EQ(rows.columns[0].ValueAt(2), wire::Value(u"C"_s));
+}
+
+TEST_F(SessionTest, PolicyRefusesWhatClientsMayNotDo)
+{
+    Client client = LoggedIn();
+    for (const QString& table :
+        {u"zelmor_account"_s, u"zelmor_audit"_s, u"zelmor_request"_s, u"ZELMOR_META"_s}) {
+        const QString text = u"select a.* from %1 a"_s.arg(table);
+        EXPECT_EQ(ErrorOf([&] { client.Query(text); }).Kind(), ErrorKind::Policy) << text.toStdString();
+        // Once an administrator has asked, clients are refused all the same.
+        EXPECT_FALSE(server_->QueryAsAdministrator(text).infos.empty());
+        EXPECT_EQ(ErrorOf([&] { client.Query(text); }).Kind(), ErrorKind::Policy) << text.toStdString();
+    }
+    const auto refused = [&](auto&& call) {
+        const ErrorKind kind = ErrorOf(call).Kind();
+        return kind == ErrorKind::Policy || kind == ErrorKind::Syntax;
+    };
+    for (const QString& text :
+        {u"drop table tab_zelmor_bill"_s, u"insert into tab_zelmor_bill(TX_LOGISTIC_ID) values('Z')"_s,
+            u"delete from tab_zelmor_bill"_s, u"update zelmor_account set RIGHTS = '111'"_s,
+            u"update tab_site set SITE_NAME = 'x'"_s, u"pragma user_version"_s,
+            u"update tab_zelmor_bill set STATUS = 5; update tab_zelmor_bill set STATUS = 6"_s})
+        EXPECT_TRUE(refused([&] { client.Execute(text); })) << text.toStdString();
+    EXPECT_TRUE(refused([&] { client.Execute(kOrders); }));
+    EXPECT_TRUE(refused([&] { client.Query(u"update tab_zelmor_bill set STATUS = 5"_s); }));
+    Changes readOnly(u"select a.* from tab_site a"_s, client.Query(u"select a.* from tab_site a"_s));
+    readOnly.Update(0, {{u"SITE_NAME"_s, u"x"_s}});
+    EXPECT_EQ(ErrorOf([&] { client.Apply(readOnly.log); }).Kind(), ErrorKind::Policy);
+    EXPECT_EQ(RawText("select group_concat(coalesce(STATUS, 'n')) from tab_zelmor_bill"), u"0,n,1"_s);
+}
+
+TEST_F(SessionTest, ExecuteChangesRowsAndIsAudited)
+{
+    Client client = LoggedIn();
+    EXPECT_EQ(client.Execute(u"update tab_zelmor_bill set STATUS = 5 where TX_LOGISTIC_ID = 'A'"_s), 1);
+    EXPECT_EQ(RawText("select STATUS from tab_zelmor_bill where TX_LOGISTIC_ID = 'A'"), u"5"_s);
+    EXPECT_TRUE(
+        RawText("select ACTION || FIELDS from zelmor_audit").startsWith(u"statement{\"SQL\":\"update"_s));
+}
+
+TEST_F(SessionTest, LongResultsComeWholeAndInOrder)
+{
+    Raw("with recursive n(i) as (select 1 union all select i + 1 from n where i < 20000) insert into "
+        "tab_zelmor_bill(TX_LOGISTIC_ID, STATUS, NAME, TOTAL_WEIGHT, CREATE_DATE) select printf('X%08d', i), "
+        "i % 5, "
+        "iif(i % 3, '名' || (i % 7), null), i / 4.0, i from n");
+    const QString text =
+        u"select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID like 'X%' order by a.TX_LOGISTIC_ID"_s;
+    const auto verify = [](const Collector& sink) {
+        const wire::RowSet& rows = sink.rows;
+        ASSERT_EQ(rows.RowCount(), 20000);
+        const auto& id = rows.columns[static_cast<size_t>(rows.IndexOf(u"TX_LOGISTIC_ID"))];
+        const auto& name = rows.columns[static_cast<size_t>(rows.IndexOf(u"NAME"))];
+        const auto& weight = rows.columns[static_cast<size_t>(rows.IndexOf(u"TOTAL_WEIGHT"))];
+        const auto& date = rows.columns[static_cast<size_t>(rows.IndexOf(u"CREATE_DATE"))];
+        const auto& remark = rows.columns[static_cast<size_t>(rows.IndexOf(u"REMARK"))];
+        for (int row = 0; row < 20000; ++row) {
+            const int i = row + 1;
+            ASSERT_EQ(id.TextAt(row),
+                QByteArrayView(QByteArray("X") + QByteArray::number(i).rightJustified(8, '0')));
+            ASSERT_EQ(name.IsNull(row), i % 3 == 0);
+            ASSERT_EQ(QString::fromUtf8(name.TextAt(row)), i % 3 == 0 ? QString() : u"名%1"_s.arg(i % 7));
+            ASSERT_EQ(weight.NumberAt(row), i / 4.0);
+            ASSERT_EQ(date.IntegerAt(row), i);
+            ASSERT_TRUE(remark.IsNull(row));
+        }
+    };
+    wire::Request request;
+    request.kind = wire::RequestKind::Query;
+    request.text = text;
+    Client client = LoggedIn();
+    Collector parts;
+    client.Conversation().Handle(request, parts);
+    EXPECT_GT(parts.blocks, 1) << "over the network, rows come in parts";
+    verify(parts);
+
+    const auto transport = server_->NewTransport();
+    transport->Connect();
+    wire::Request login;
+    login.kind = wire::RequestKind::Login;
+    login.account = u"clerk"_s;
+    login.password = u"secret"_s;
+    Collector whole;
+    transport->Exchange(login, whole);
+    transport->Exchange(request, whole);
+    EXPECT_EQ(whole.blocks, 1) << "in process they are moved as one";
+    verify(whole);
+
+    // A client that fails while receiving leaves a session that goes on.
+    struct Failing final : wire::ReplySink {
+        void Columns(std::vector<wire::ColumnInfo>) override { }
+        void Rows(std::vector<wire::Column>) override { throw wire::Error(ErrorKind::Connection, u"gone"_s); }
+    } failing;
+    EXPECT_EQ(ErrorOf([&] { client.Conversation().Handle(request, failing); }).Kind(), ErrorKind::Connection);
+    EXPECT_EQ(client.Query(text).RowCount(), 20000);
+}
+
+TEST_F(SessionTest, LimitsOnRowsAndTimeAndInterruption)
+{
+    const char* const many =
+        "with recursive n(i) as (select 1 union all select i + 1 from n where i < 5000) insert "
+        "into tab_zelmor_bill(TX_LOGISTIC_ID) select 'X' || i from n";
+    Raw(many);
+    maxRows_ = 5003;
+    Restart();
+    EXPECT_EQ(LoggedIn().Query(kOrders).RowCount(), 5003);
+    maxRows_ = 5002;
+    Restart();
+    EXPECT_EQ(ErrorOf([&] { LoggedIn().Query(kOrders); }).Kind(), ErrorKind::Limit);
+
+    const QString endless = u"select count(*) from tab_zelmor_bill a, tab_zelmor_bill b, tab_zelmor_bill c"_s;
+    maxSeconds_ = 1;
+    Restart();
+    const wire::Error over = ErrorOf([&] { LoggedIn().Query(endless); });
+    EXPECT_EQ(over.Kind(), ErrorKind::Limit);
+    EXPECT_TRUE(over.Message().contains(u"超过1秒"_s)) << over.what();
+
+    maxSeconds_ = 60;
+    Restart();
+    Client client = LoggedIn();
+    std::jthread impatient([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        client.Conversation().Interrupt();
+    });
+    EXPECT_EQ(ErrorOf([&] { client.Query(endless); }).Kind(), ErrorKind::Limit);
+    EXPECT_EQ(client.Query(u"select a.* from tab_site a"_s).RowCount(), 1) << "the next request is a new one";
+}
+
+TEST_F(SessionTest, ClockRunsOnFromItsStart)
+{
+    const wire::DateTime start = wire::DateTime::FromParts(2024, 3, 1, 8);
+    EXPECT_GE(server_->Now(), start);
+    EXPECT_LT(server_->Now().seconds, start.seconds + 60);
+}
+
+} // namespace
+} // namespace server::testing

@@ -1,0 +1,144 @@
+#include "demo/Schema.h"
+#include "server/provider/Resolver.h"
+#include "tests/server/ServerFixture.h"
+
+#include <QFile>
+
+namespace server::testing {
+namespace {
+
+class StorageFaultTest : public ServerTest {
+protected:
+    void Overwrite(const QString& file, qint64 at, const QByteArray& bytes)
+    {
+        QFile f(file);
+        ASSERT_TRUE(f.open(QFile::ReadWrite));
+        ASSERT_TRUE(f.seek(at));
+        ASSERT_EQ(f.write(bytes), bytes.size());
+    }
+    // The last reader gone, everything is in the database file itself.
+    void Stop() { server_.reset(); }
+};
+
+TEST_F(StorageFaultTest, DatabaseHasEveryTableWithKeysAndNamedIndexes)
+{
+    for (const demo::TableDef& table : demo::Schema()) {
+        const auto ask = [&](const QString& sql) {
+            return RawText(sql.arg(table.name).toUtf8().constData());
+        };
+        EXPECT_EQ(ask(u"select count(*) from pragma_table_info('%1')"_s).toULongLong(), table.columns.size());
+        EXPECT_EQ(ask(u"select count(*) from pragma_table_info('%1') where pk > 0"_s).toULongLong(),
+            table.primaryKey.size());
+        for (const demo::IndexDef& index : table.indexes)
+            EXPECT_EQ(
+                ask(u"select count(*) from pragma_index_list('%1') where name = '"_s + index.name + u"'"_s),
+                u"1"_s)
+                << index.name.toStdString();
+    }
+    EXPECT_EQ(RawText("pragma journal_mode"), u"wal"_s);
+}
+
+TEST_F(StorageFaultTest, HalfMadeDatabaseIsMadeAgain)
+{
+    // Killed while filling: the unfinished file is there, the real one is not (or only as an empty shell).
+    Stop();
+    ASSERT_TRUE(QFile::rename(File(), File() + u".unfinished"_s));
+    Overwrite(File(), 0, {});
+    Start();
+    EXPECT_EQ(server_->QueryAsAdministrator(kOrders).RowCount(), 0) << "its rows were not taken over";
+    EXPECT_FALSE(QFile::exists(File() + u".unfinished"_s));
+    // A whole one is left alone.
+    Raw("insert into tab_zelmor_bill(TX_LOGISTIC_ID) values('A')");
+    Restart();
+    EXPECT_EQ(server_->QueryAsAdministrator(kOrders).RowCount(), 1);
+}
+
+TEST_F(StorageFaultTest, FolderThatCannotBeMade)
+{
+    Options options;
+    options.dataDir = File() + u"/below-a-file"_s;
+    const wire::Error error = ErrorOf([&] { ApplicationServer server(options); });
+    EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
+    EXPECT_TRUE(error.Message().contains(options.dataDir)) << error.what();
+    options.dataDir.clear();
+    EXPECT_EQ(ErrorOf([&] { ApplicationServer server(options); }).Kind(), wire::ErrorKind::Storage);
+}
+
+TEST_F(StorageFaultTest, WrongSizeLeavesNothingBehind)
+{
+    QTemporaryDir folder;
+    Options options;
+    options.dataDir = folder.path();
+    options.demo = u"huge"_s;
+    EXPECT_EQ(ErrorOf([&] { ApplicationServer server(options); }).Kind(), wire::ErrorKind::Usage);
+    EXPECT_FALSE(QFile::exists(folder.filePath(u"zelmor.db"_s)));
+    EXPECT_FALSE(QFile::exists(folder.filePath(u"zelmor.db.unfinished"_s)));
+}
+
+TEST_F(StorageFaultTest, FileThatIsNoDatabase)
+{
+    Stop();
+    Overwrite(File(), 0, QByteArray(4096, 'x'));
+    const wire::Error error = ErrorOf([&] { Start(); });
+    EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
+    EXPECT_TRUE(error.Message().contains(u"备份"_s)) << error.what();
+}
+
+TEST_F(StorageFaultTest, AnotherProgramsDatabaseIsNotTouched)
+{
+    Stop();
+    QFile::remove(File());
+    storage::Database(File(), storage::OpenMode::Fill).Execute("create table other(x)");
+    const wire::Error error = ErrorOf([&] { Start(); });
+    EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
+    EXPECT_TRUE(error.Message().contains(u"zelmor.db"_s)) << error.what();
+    EXPECT_EQ(RawText("select count(*) from sqlite_schema"), u"1"_s);
+}
+
+TEST_F(StorageFaultTest, NewerDatabaseIsRefused)
+{
+    Raw("update zelmor_meta set VALUE = '99' where NAME = 'version'");
+    const wire::Error error = ErrorOf([&] { Restart(); });
+    EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
+    EXPECT_TRUE(error.Message().contains(u"99"_s)) << error.what();
+}
+
+TEST_F(StorageFaultTest, DamagedPagesFailTheRequestAlone)
+{
+    Raw("with recursive n(i) as (select 1 union all select i + 1 from n where i < 3000) insert into "
+        "tab_zelmor_bill(TX_LOGISTIC_ID, REMARK) select 'X' || i, hex(randomblob(60)) from n");
+    const qint64 root =
+        RawText("select rootpage from sqlite_schema where name = 'tab_zelmor_bill'").toLongLong();
+    const qint64 size = RawText("pragma page_size").toLongLong();
+    Stop();
+    Overwrite(File(), (root - 1) * size, QByteArray(64, '\xff'));
+    Start();
+    Client client = LoggedIn();
+    const wire::Error error = ErrorOf([&] { client.Query(kOrders); });
+    EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
+    EXPECT_TRUE(error.Message().contains(u"损坏"_s)) << error.what();
+    EXPECT_EQ(client.Query(u"select a.* from tab_site a"_s).RowCount(), 1);
+}
+
+TEST_F(StorageFaultTest, FullDiskUndoesTheSaveAndSaysSo)
+{
+    Raw("with recursive n(i) as (select 1 union all select i + 1 from n where i < 2000) insert into "
+        "tab_zelmor_bill(TX_LOGISTIC_ID) select 'X' || i from n");
+    const wire::RowSet rows = LoggedIn().Query(kOrders);
+    Changes changes(kOrders, rows);
+    for (qsizetype row = 0; row < rows.RowCount(); ++row)
+        changes.Update(row, {{u"REMARK"_s, QString(150, u'备')}});
+    {
+        storage::ConnectionPool pool(File());
+        storage::WriteTransaction transaction(pool);
+        transaction->Base().Execute("pragma max_page_count = 1"); // it cannot shrink: not a page more
+        const wire::Error error = ErrorOf([&] { ApplyChanges(*transaction, changes.log, -1, {{}, {}, {}}); });
+        EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
+        EXPECT_TRUE(error.Message().contains(u"磁盘空间不足"_s)) << error.what();
+    }
+    EXPECT_EQ(RawText("select count(*) from tab_zelmor_bill where REMARK is not null"), u"0"_s);
+    EXPECT_EQ(RawText("select count(*) from zelmor_audit"), u"0"_s);
+}
+
+} // namespace
+} // namespace server::testing
