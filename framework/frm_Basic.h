@@ -23,6 +23,13 @@ class TDataView;
 // Raising from the constructor leaves no screen behind. FormShow() of the screen calls Setup().
 class Tfrm_Basic : public TForm {
     Q_OBJECT
+    // What the host reads of a screen, by name.
+    Q_PROPERTY(QAbstractButton* QueryButton READ QueryButton)
+    Q_PROPERTY(QAbstractButton* SaveButton READ SaveButton)
+    Q_PROPERTY(TClientDataSetEx* DataSet READ DataSet)
+    Q_PROPERTY(bool Right1 MEMBER Right1)
+    Q_PROPERTY(bool Right2 MEMBER Right2)
+    Q_PROPERTY(bool Right3 MEMBER Right3)
 public:
     Tfrm_Basic(QObject* owner, const QString& name);
     ~Tfrm_Basic() override;
