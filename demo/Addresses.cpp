@@ -137,7 +137,8 @@ void AppendDoor(QString& address, Random& random)
     address += random.Pick(kEstates);
     address += QString::number(random.Between(1, 32));
     address += u"栋"_s;
-    address += QString::number(random.Between(1, 18) * 100 + random.Between(1, 6));
+    const qint64 storey = random.Between(1, 18);
+    address += QString::number(storey * 100 + random.Between(1, 6));
     address += u"室"_s;
 }
 

@@ -70,6 +70,7 @@ void OrderFactory::PreparePools()
             cityPool_.insert(
                 cityPool_.end(), static_cast<size_t>(i == 0 ? times * 3 : times), province.cities[i]);
     }
+    people_.reserve(kNameCount);
     for (int i = 0; i < kNameCount; ++i)
         people_.push_back(PersonName(i));
     Random random(99);
@@ -196,7 +197,7 @@ void OrderFactory::FillShipper(Order& order)
     if (!byHand)
         order.pickupUntil = DateTime{(created_ / 3600 + random_.Between(4, 8)) * 3600};
     if (random_.Chance(550)) {
-        const auto first = static_cast<size_t>(branch_ * kCustomersOfBranch);
+        const auto first = static_cast<size_t>(branch_) * kCustomersOfBranch;
         const Customer& shop = customers_[first + static_cast<size_t>(random_.Below(kCustomersOfBranch))];
         order.name = byHand ? shop.contact : shop.name;
         order.customer = shop.code;
@@ -253,7 +254,8 @@ void OrderFactory::FillGoods(Order& order, OrderTrace& trace)
                                     : random_.Between(1'501, 4'200);
     weight_ = static_cast<double>(tenths) / 10;
     order.weight = weight_;
-    order.volume = static_cast<double>((tenths + 1) / 2) / 1'000; // 5 litres a kilogram
+    const qint64 litres = (tenths + 1) / 2; // five a kilogram
+    order.volume = static_cast<double>(litres) / 1'000;
     freightCollect_ = random_.Chance(180);
     order.payType = (trace.source == Source::Manual ? kPaidByHand : kPaidOnline)[freightCollect_ ? 1 : 0];
     trace.collects = trace.source != Source::Manual && random_.Chance(180);

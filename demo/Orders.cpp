@@ -169,7 +169,8 @@ qint64 SecondOfDay(Random& random)
     if (random.Chance(60))
         return random.Below(kDay);
     // The sum of two even spreads from 8 to 15 o'clock and on gathers around half past two.
-    return 8 * 3'600 + random.Below(7 * 3'600) + random.Below(6 * 3'600 + 1'800);
+    const qint64 morning = 8 * 3'600 + random.Below(7 * 3'600);
+    return morning + random.Below(6 * 3'600 + 1'800);
 }
 
 struct Coming {
@@ -187,17 +188,19 @@ public:
         , random_(random)
         , plans_(PlansOfToday(options.orders))
     {
-        const qint64 free = options.orders - static_cast<qint64>(plans_.size());
-        for (int day = 0; day < days_; ++day)
-            counts_.push_back(free * (day + 1) / days_ - free * day / days_);
         // Some days are busier than others; today is the busiest.
-        for (int day = 0; day + 1 < days_; ++day) {
-            auto& next =
-                counts_[static_cast<size_t>(day + 1 == days_ - 1 || day % 3 == 0 ? days_ - 1 : day + 1)];
-            const qint64 moved =
-                counts_[static_cast<size_t>(day)] * random_.Below(16) / 100 / (day % 3 == 0 ? 4 : 1);
-            counts_[static_cast<size_t>(day)] -= moved;
-            next += moved;
+        std::vector<qint64> shares;
+        qint64 total = 0;
+        for (int day = 0; day < days_; ++day) {
+            total += day == days_ - 1 ? 160 : random_.Between(85, 115);
+            shares.push_back(total);
+        }
+        const qint64 free = options.orders - static_cast<qint64>(plans_.size());
+        qint64 given = 0;
+        for (const qint64 share : shares) {
+            const qint64 until = free * share / total;
+            counts_.push_back(until - given);
+            given = until;
         }
     }
     int Days() const { return days_; }
@@ -217,7 +220,7 @@ public:
             const qint64 second = today ? random_.Below(now_ - midnight + 1) : SecondOfDay(random_);
             orders.push_back({midnight + second, {}});
         }
-        std::sort(orders.begin(), orders.end());
+        std::stable_sort(orders.begin(), orders.end());
         return orders;
     }
 

@@ -35,7 +35,8 @@ QString MobileNumber(quint64 number)
     static constexpr int kPrefixes[] = {
         138, 139, 135, 136, 137, 150, 151, 158, 159, 182, 187, 188, 130, 131, 186, 189};
     Random random(number);
-    return Digits(random.Pick(kPrefixes) * 100'000'000LL + random.Below(100'000'000), 11);
+    const qint64 prefix = random.Pick(kPrefixes);
+    return Digits(prefix * 100'000'000 + random.Below(100'000'000), 11);
 }
 
 QString LandlineNumber(const QString& areaCode, quint64 number)

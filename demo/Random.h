@@ -6,7 +6,8 @@
 
 namespace demo {
 
-// SplitMix64: the standard library's distributions differ between compilers, these numbers do not.
+// SplitMix64: the standard library's distributions differ between compilers, these numbers do not. For the
+// same reason no expression draws twice where the order of evaluation is open.
 class Random {
 public:
     explicit Random(quint64 seed) noexcept

@@ -79,11 +79,10 @@ private:
             return;
         const qint64 out = trace.pickedUp + Minutes(60, 180, *random_);
         Say(u"TMS_STATION_OUT"_s, out);
-        if (trace.delivered == 0) {
-            if (random_->Chance(30))
-                Say(u"TMS_ERROR"_s, out + Minutes(30, 90, *random_));
+        if (random_->Chance(40))
+            Say(u"TMS_ERROR"_s, out + Minutes(30, 90, *random_));
+        if (trace.delivered == 0)
             return;
-        }
         const qint64 delivering = trace.delivered - Minutes(40, 200, *random_);
         Say(u"TMS_STATION_IN"_s, delivering - Minutes(20, 90, *random_));
         Say(u"TMS_DELIVERING"_s, delivering);

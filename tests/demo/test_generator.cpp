@@ -103,22 +103,23 @@ TEST(Generator, TheSameRequestGivesTheSameRows)
 
 TEST(Generator, MakesExactlyTheOrdersAskedForAndNoneInTheFuture)
 {
-    for (const qint64 orders : {1, 3, 25, 1'500}) {
-        for (const int hour : {0, 12}) { // at midnight today has only begun
-            const wire::DateTime now = wire::DateTime::FromParts(2024, 3, 1, hour);
-            const auto tables = GenerateTables(orders, now, 7);
-            const Table& table = tables.at(u"tab_zelmor_bill"_s);
-            EXPECT_EQ(static_cast<qint64>(table.rows.size()), orders);
-            ForEach(table, [&](const Row& row) {
-                for (const demo::ColumnDef& column : table.def->columns) {
-                    const bool agreed =
-                        column.name == u"SEND_START_TIME"_s || column.name == u"SEND_END_TIME"_s;
-                    if (column.type == wire::ColumnType::DateTime && !agreed) {
-                        EXPECT_LE(row.Moment(column.name), now.seconds) << qUtf8Printable(column.name);
-                    }
+    struct Case {
+        qint64 orders;
+        int hour; // at midnight today has only begun
+    };
+    for (const Case& given : {Case{1, 12}, Case{3, 0}, Case{1'500, 0}}) {
+        const wire::DateTime now = wire::DateTime::FromParts(2024, 3, 1, given.hour);
+        const auto tables = GenerateTables(given.orders, now, 7);
+        const Table& table = tables.at(u"tab_zelmor_bill"_s);
+        EXPECT_EQ(static_cast<qint64>(table.rows.size()), given.orders);
+        ForEach(table, [&](const Row& row) {
+            for (const demo::ColumnDef& column : table.def->columns) {
+                const bool agreed = column.name == u"SEND_START_TIME"_s || column.name == u"SEND_END_TIME"_s;
+                if (column.type == wire::ColumnType::DateTime && !agreed) {
+                    EXPECT_LE(row.Moment(column.name), now.seconds) << qUtf8Printable(column.name);
                 }
-            });
-        }
+            }
+        });
     }
 }
 
