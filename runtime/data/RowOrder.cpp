@@ -25,6 +25,27 @@ struct KeyedRow {
     RowNumber row;
 };
 
+// Each text's place among the distinct ones, which end up alone in `texts`.
+std::vector<quint32> Distinguish(std::vector<QByteArrayView>& texts)
+{
+    std::vector<quint32> table(std::bit_ceil(texts.size() * 2 + 1), kNoRow);
+    std::vector<quint32> places(texts.size());
+    quint32 distinct = 0;
+    for (size_t i = 0; i < texts.size(); ++i) {
+        size_t slot = qHash(texts[i]) & (table.size() - 1);
+        while (table[slot] != kNoRow && texts[table[slot]] != texts[i])
+            slot = (slot + 1) & (table.size() - 1);
+        if (table[slot] == kNoRow) {
+            texts[distinct] = texts[i];
+            table[slot] = distinct++;
+        }
+        places[i] = table[slot];
+    }
+    texts.resize(distinct);
+    return places;
+}
+
+// Of the entries of the column's pool, and of more texts after them.
 std::vector<quint32> RanksOfEntries(const wire::Column& column, const std::vector<QByteArray>& more = {})
 {
     std::vector<QByteArrayView> texts;
@@ -32,7 +53,14 @@ std::vector<quint32> RanksOfEntries(const wire::Column& column, const std::vecto
     for (qint64 entry = 0; entry < column.EntryCount(); ++entry)
         texts.push_back(column.Entry(entry));
     texts.insert(texts.end(), more.begin(), more.end());
-    return CollationRanks(texts);
+    if (column.IsDictionary())
+        return CollationRanks(texts);
+    // Texts held row by row repeat: only different ones are worth collating.
+    std::vector<quint32> ranks = Distinguish(texts);
+    const std::vector<quint32> distinctRanks = CollationRanks(texts);
+    for (quint32& rank : ranks)
+        rank = distinctRanks[rank];
+    return ranks;
 }
 
 // Null counts 0 and comes first; descending turns the whole round.
