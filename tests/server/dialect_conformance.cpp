@@ -1,0 +1,25 @@
+#include "tests/server/dialect_database.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Every text of every screen gives the rows worked out by hand.
+TEST(DialectConformance, EveryTextGivesItsRows)
+{
+    const auto tables = conformance::ReadTables();
+    const auto cases = conformance::ReadCases();
+    ASSERT_GT(cases.size(), 100U);
+    DialectDatabase database;
+    database.Load(tables, conformance::Now());
+    for (const conformance::Case& each : cases) {
+        const QString fault = conformance::Check(each, database);
+        EXPECT_TRUE(fault.isEmpty()) << each.file.toStdString() << ":" << each.line << ": "
+                                     << each.name.toStdString() << "\n"
+                                     << fault.toStdString();
+        if (each.changed)
+            database.Load(tables, conformance::Now());
+    }
+}
+
+} // namespace
