@@ -59,8 +59,6 @@ public:
 
 } // namespace
 
-Session::~Session() = default;
-
 class ApplicationServer::Private : public Core {
     using Core::Core;
 };

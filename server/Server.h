@@ -39,7 +39,7 @@ struct DemoAccount {
 // One client's conversation: nothing but Login is answered before a login. Used by one thread at a time.
 class Session {
 public:
-    virtual ~Session();
+    virtual ~Session() = default;
     // Raises wire::Error.
     virtual wire::Reply Handle(const wire::Request& request, wire::ReplySink& sink) = 0;
     virtual const wire::Identity& Identity() const noexcept = 0;

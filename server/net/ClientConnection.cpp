@@ -103,13 +103,13 @@ protected:
     void WriteAll(const char* bytes, qsizetype size) override
     {
         for (qsizetype at = 0; at < size; at += kSendStep) {
-            socket_.write(bytes + at, std::min(kSendStep, size - at));
-            while (socket_.bytesToWrite() > 0 || socket_.state() != QAbstractSocket::ConnectedState) {
-                if (socket_.waitForBytesWritten(options_.frameTimeout))
-                    continue;
-                broken_ = true;
-                throw Error(ErrorKind::Connection, u"cannot send: %1"_s.arg(socket_.errorString()));
-            }
+            bool sent = socket_.write(bytes + at, std::min(kSendStep, size - at)) >= 0;
+            while (sent && socket_.bytesToWrite() > 0)
+                sent = socket_.waitForBytesWritten(options_.frameTimeout);
+            if (sent)
+                continue;
+            broken_ = true;
+            throw Error(ErrorKind::Connection, u"cannot send: %1"_s.arg(socket_.errorString()));
         }
     }
 
