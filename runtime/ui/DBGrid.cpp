@@ -12,6 +12,23 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+// An exact sum with at least the decimals of its column's pattern; never fewer than it has.
+QString WithDecimals(const QString& sum, const QString& pattern)
+{
+    const qsizetype point = pattern.indexOf(u'.');
+    if (point < 0 || sum.isEmpty())
+        return sum;
+    const qsizetype have = sum.contains(u'.') ? sum.size() - sum.indexOf(u'.') - 1 : 0;
+    const qsizetype wanted = pattern.size() - point - 1;
+    if (have >= wanted)
+        return sum;
+    return (have == 0 ? sum + u'.' : sum) + QString(wanted - have, u'0');
+}
+
+} // namespace
+
 TDBGridEh::TDBGridEh(QWidget* parent, const QString& name)
     : QTableView(parent)
     , d_(std::make_unique<Private>(this))
@@ -243,7 +260,7 @@ QString TDBGridEh::FooterText(int footerRow, int column) const
     const auto known = d_->sums.constFind(entry.field);
     if (known != d_->sums.constEnd())
         return *known;
-    return *d_->sums.insert(entry.field, open->Sum(entry.field));
+    return *d_->sums.insert(entry.field, WithDecimals(open->Sum(entry.field), entry.info.displayFormat));
 }
 
 void TDBGridEh::SetSumListActive(bool on)

@@ -86,6 +86,7 @@ private:
     // The dataset tells of an insertion or removal when it has happened; until the views know, a model row
     // may stand for another view row.
     int ViewRow(int modelRow) const noexcept;
+    bool Holds(const QModelIndex& index) const noexcept;
     TClientDataSetEx* OpenDataSet() const noexcept;
     void Reset();
     void Insert(int viewRow);

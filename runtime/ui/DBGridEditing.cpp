@@ -10,6 +10,18 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+// Drop-downs are windows of their own, and still parts of their editor.
+bool Within(const QWidget* root, const QWidget* widget)
+{
+    while (widget && widget != root)
+        widget = widget->parentWidget();
+    return widget && root;
+}
+
+} // namespace
+
 bool TDBGridEh::Private::Editable(int column) const
 {
     const TClientDataSetEx* open = Open();
@@ -93,6 +105,9 @@ QWidget* TDBGridEh::Private::MakeEditor(int column)
         box->SetText(shown);
         box->setMaxVisibleItems(16);
         box->OnChange = changed;
+        // An item picked from the list is the cell's at once.
+        connect(
+            box, &QComboBox::activated, q, [this] { q->CommitEditor(); }, Qt::QueuedConnection);
         return box;
     }
     case TColumnStyle::Lookup: {
@@ -100,6 +115,10 @@ QWidget* TDBGridEh::Private::MakeEditor(int column)
         box->SetLookup(info.lookup);
         box->SetText(shown);
         box->OnChange = changed;
+        box->OnUpdateData = [this] {
+            QMetaObject::invokeMethod(
+                q, [this] { q->CommitEditor(); }, Qt::QueuedConnection);
+        };
         return box;
     }
     case TColumnStyle::Memo: {
@@ -174,8 +193,11 @@ void TDBGridEh::Private::PlaceEditor()
         cell.setSize(QSize(std::max(cell.width(), Scaled(*q, 240)), Scaled(*q, 100)).boundedTo(area.size()));
         cell.moveBottom(std::min(cell.bottom(), area.bottom()));
         cell.moveRight(std::min(cell.right(), area.right()));
+    } else if (qobject_cast<TDBDateTimeEditEh*>(editor)) {
+        // The whole date beside its button, whatever the column shows of it.
+        const int text = QFontMetrics(q->font()).horizontalAdvance(u"0000-00-00 00:00:00 "_s);
+        cell.setWidth(std::max(cell.width(), text + Scaled(*q, 26)));
     } else if (columns[size_t(editorColumn)].info.style != TColumnStyle::Text) {
-        // Room for the drop-down button beside the text.
         cell.setWidth(std::max(cell.width(), Scaled(*q, 60)));
     }
     editor->setGeometry(cell.adjusted(0, 0, -1, -1));
@@ -309,7 +331,8 @@ bool TDBGridEh::eventFilter(QObject* watched, QEvent* event)
                 this,
                 [this] {
                     QWidget* focus = QApplication::focusWidget();
-                    if (d_->editor && focus != d_->editor && !(focus && d_->editor->isAncestorOf(focus)))
+                    if (d_->editor && !Within(d_->editor, focus)
+                        && !Within(d_->editor, QApplication::activePopupWidget()))
                         CommitEditor();
                 },
                 Qt::QueuedConnection);

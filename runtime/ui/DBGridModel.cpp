@@ -22,6 +22,12 @@ int TDBGridModel::ViewRow(int modelRow) const noexcept
     return modelRow;
 }
 
+bool TDBGridModel::Holds(const QModelIndex& index) const noexcept
+{
+    return index.isValid() && index.model() == this && index.row() < rows_
+        && index.column() < grid_->ColumnCount();
+}
+
 int TDBGridModel::rowCount(const QModelIndex& parent) const
 {
     return parent.isValid() ? 0 : rows_;
@@ -34,7 +40,7 @@ int TDBGridModel::columnCount(const QModelIndex& parent) const
 
 QVariant TDBGridModel::data(const QModelIndex& index, int role) const
 {
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+    if (!Holds(index))
         return {};
     const TColumnEh& column = grid_->Column(index.column());
     switch (role) {
@@ -59,7 +65,7 @@ QVariant TDBGridModel::data(const QModelIndex& index, int role) const
 
 bool TDBGridModel::setData(const QModelIndex& index, const QVariant& value, int role)
 {
-    if (role != Qt::EditRole || !checkIndex(index, CheckIndexOption::IndexIsValid))
+    if (role != Qt::EditRole || !Holds(index))
         return false;
     auto& d = *grid_->d_;
     if (!d.Editable(index.column()) || !d.MoveTo(index.row(), index.column()))
@@ -78,7 +84,7 @@ QVariant TDBGridModel::headerData(int section, Qt::Orientation orientation, int 
 
 Qt::ItemFlags TDBGridModel::flags(const QModelIndex& index) const
 {
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+    if (!Holds(index))
         return Qt::NoItemFlags;
     Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren;
     if (grid_->d_->Editable(index.column()))

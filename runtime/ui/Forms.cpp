@@ -220,6 +220,7 @@ void TForm::BringToFront()
         d_->window->raise();
         if (auto* area = d_->window->mdiArea())
             area->setActiveSubWindow(d_->window);
+        Activated(); // the area is silent about a window that it held for active while hidden
     } else {
         raise();
         activateWindow();

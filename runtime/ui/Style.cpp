@@ -23,6 +23,7 @@ QLineEdit:focus, QPlainTextEdit:focus { border: 1px solid #2f6fb3; }
 QLineEdit:disabled, QPlainTextEdit:disabled, QLineEdit[readOnly="true"] { background: #eef1f4; color: #5c6773; }
 QLineEdit[invalid="true"], QPlainTextEdit[invalid="true"], QComboBox[invalid="true"] {
     border: 1px solid #c0392b; background: #fdecea; }
+QLineEdit[cellEditor="true"] { border-radius: 0; padding: 0 1px; }
 QGroupBox { border: 1px solid #c3cad2; border-radius: 3px; margin-top: 0.6em; padding-top: 0.3em; }
 QGroupBox::title { subcontrol-origin: margin; left: 8px; padding: 0 3px; }
 )";

@@ -1,0 +1,308 @@
+#include "tests/runtime/GridFixture.h"
+
+#include <QAbstractItemModelTester>
+#include <QHeaderView>
+#include <QPainter>
+#include <QSignalSpy>
+
+using namespace Qt::Literals::StringLiterals;
+using Reporting = QAbstractItemModelTester::FailureReportingMode;
+
+namespace {
+
+class DBGridTest : public GridTest { };
+
+TEST_F(DBGridTest, ModelStaysConsistentThroughEveryChangeOfTheDataSet)
+{
+    Open(OrderGridColumns());
+    QAbstractItemModelTester tester(grid.model(), Reporting::Fatal);
+    QSignalSpy resets(grid.model(), &QAbstractItemModel::modelReset);
+    orders.Append();
+    orders.FieldByName(u"ID").SetAsString(u"D4"_s);
+    orders.Post();
+    orders.First();
+    orders.Insert();
+    EXPECT_EQ(grid.model()->rowCount(), 5);
+    orders.Cancel();
+    orders.SetRecNo(2);
+    orders.Delete();
+    EXPECT_EQ(grid.model()->rowCount(), 3);
+    EXPECT_EQ(resets.count(), 0) << "single rows come and go without rebuilding the view";
+    orders.SetFieldAndPost(u"SITE"_s, T(u"广州"));
+    orders.SetFilter(u"STATUS = 0"_s);
+    orders.SetFiltered(true);
+    EXPECT_EQ(grid.model()->rowCount(), orders.RecordCount());
+    orders.SetFiltered(false);
+    orders.AddIndex(u"x"_s, u"SITE"_s);
+    orders.SetIndexName(u"x"_s);
+    orders.Close();
+    EXPECT_EQ(grid.model()->rowCount(), 0);
+    orders.OpenRows(ThreeOrders());
+    EXPECT_EQ(grid.model()->rowCount(), 3);
+    source.SetDataSet(nullptr);
+    EXPECT_EQ(grid.model()->rowCount(), 0);
+}
+
+TEST_F(DBGridTest, RowsChangedWhileControlsAreDisabledAppearOnceEnabled)
+{
+    Open(OrderGridColumns());
+    QAbstractItemModelTester tester(grid.model(), Reporting::Fatal);
+    orders.DisableControls();
+    orders.Delete();
+    orders.Delete();
+    grid.viewport()->repaint(); // what is gone must not be read meanwhile
+    orders.EnableControls();
+    EXPECT_EQ(grid.model()->rowCount(), 1);
+    EXPECT_EQ(grid.CellText(0, 0), u"D3"_s);
+}
+
+TEST_F(DBGridTest, CellsShowWhatTheirColumnSays)
+{
+    auto columns = OrderGridColumns();
+    columns.push_back(Titled(u"STATUS", u"标志"));
+    columns.back().style = TColumnStyle::CheckBox;
+    columns.push_back(Titled(u"CREATE_DATE", u"日期"));
+    columns.back().displayFormat = u"mm-dd hh:nn"_s;
+    columns.push_back(Titled(u"NO_SUCH_FIELD", u"无"));
+    Open(columns);
+    EXPECT_EQ(grid.CellText(0, 1), u"等待接单"_s);
+    EXPECT_EQ(grid.CellText(1, 1), u"接单成功"_s);
+    EXPECT_EQ(grid.CellText(2, 1), QString());
+    EXPECT_EQ(grid.CellText(0, 3), u"1.50"_s);
+    EXPECT_EQ(grid.CellText(1, 3), QString()) << "null is no zero";
+    EXPECT_EQ(grid.CellText(0, 4), u"2024-01-01 00:00:00"_s);
+    EXPECT_EQ(grid.CellText(0, 5), u"0"_s);
+    EXPECT_EQ(grid.CellText(1, 5), u"1"_s);
+    EXPECT_EQ(grid.CellText(0, 6), u"01-01 00:00"_s);
+    EXPECT_EQ(grid.CellText(0, 7), QString());
+    EXPECT_EQ(grid.CellText(3, 0), QString());
+}
+
+TEST_F(DBGridTest, TitleClicksMarkSeveralColumnsAndSortTheDataSet)
+{
+    Open(OrderGridColumns());
+    std::vector<int> clicked;
+    grid.OnTitleBtnClick = [&](int column) { clicked.push_back(column); };
+    orders.Last();
+    grid.ClickTitle(3);
+    EXPECT_EQ(orders.IndexName(), u"SortIndexEh"_s);
+    EXPECT_EQ(Joined(orders, u"ID"), u"D2 D3 D1"_s);
+    EXPECT_EQ(orders.RecNo(), 1);
+    grid.ClickTitle(3);
+    EXPECT_EQ(grid.Column(3).sortMarker, TSortMarker::Down);
+    grid.ClickTitle(0);
+    EXPECT_EQ(orders.IndexFields(u"SortIndexEh"_s), u"AMOUNT;ID"_s) << "in marking order, not column order";
+    EXPECT_EQ(orders.IndexDescendingFields(u"SortIndexEh"_s), u"AMOUNT"_s);
+    grid.ClickTitle(3);
+    EXPECT_EQ(orders.IndexFields(u"SortIndexEh"_s), u"ID"_s);
+    grid.ClickTitle(0);
+    grid.ClickTitle(0);
+    EXPECT_EQ(orders.IndexName(), QString());
+    EXPECT_EQ(Joined(orders, u"ID"), u"D1 D2 D3"_s);
+    EXPECT_EQ(clicked, (std::vector<int>{3, 3, 0, 3, 0, 0}));
+
+    grid.SetSortLocal(false);
+    grid.ClickTitle(0);
+    EXPECT_EQ(grid.Column(0).sortMarker, TSortMarker::None);
+    EXPECT_EQ(clicked.size(), 7u) << "the handler hears of the click all the same";
+}
+
+TEST_F(DBGridTest, MarkersOutliveAReopeningThatKeepsTheOrderOnly)
+{
+    Open(OrderGridColumns());
+    grid.ClickTitle(3);
+    orders.OpenRows(ThreeOrders());
+    EXPECT_EQ(grid.Column(3).sortMarker, TSortMarker::Up);
+    EXPECT_EQ(Joined(orders, u"ID"), u"D2 D3 D1"_s);
+    orders.SetIndexName({});
+    EXPECT_EQ(grid.Column(3).sortMarker, TSortMarker::None);
+}
+
+TEST_F(DBGridTest, TitleIsClickedDraggedAndWidenedByMouse)
+{
+    Open(OrderGridColumns());
+    QWidget* titles = grid.horizontalHeader()->viewport();
+    const int height = titles->height();
+    const auto at = [&](int column, double share) {
+        const QRect cell = grid.visualRect(grid.model()->index(0, column));
+        return QPoint(cell.left() + int(cell.width() * share), height - 6);
+    };
+    QTest::mouseClick(titles, Qt::LeftButton, {}, at(2, 0.5));
+    EXPECT_EQ(grid.Column(2).sortMarker, TSortMarker::Up);
+
+    QSignalSpy changed(&grid, &TDBGridEh::ColumnsChanged);
+    const QPoint edge(grid.visualRect(grid.model()->index(0, 0)).right(), height / 2);
+    QTest::mousePress(titles, Qt::LeftButton, {}, edge);
+    QTest::mouseMove(titles, edge + QPoint(30, 0));
+    QTest::mouseRelease(titles, Qt::LeftButton, {}, edge + QPoint(30, 0));
+    EXPECT_EQ(grid.Column(0).width, 110);
+    EXPECT_EQ(changed.count(), 1);
+
+    QTest::mousePress(titles, Qt::LeftButton, {}, at(0, 0.5));
+    QTest::mouseMove(titles, at(1, 0.3));
+    QTest::mouseMove(titles, at(1, 0.8));
+    QTest::mouseRelease(titles, Qt::LeftButton, {}, at(1, 0.8));
+    EXPECT_EQ(grid.Column(0).fieldName, u"STATUS"_s);
+    EXPECT_EQ(grid.Column(1).fieldName, u"ID"_s);
+    EXPECT_EQ(grid.Column(2).sortMarker, TSortMarker::Up) << "a drag is no click";
+    EXPECT_EQ(grid.columnWidth(1), 110);
+}
+
+TEST_F(DBGridTest, HiddenColumnsTakeNoRoomAndNoKeys)
+{
+    Open(OrderGridColumns());
+    grid.ModifyColumn(1, [](TColumnEh& column) { column.visible = false; });
+    EXPECT_TRUE(grid.isColumnHidden(1));
+    grid.SetSelectedIndex(0);
+    Key(Qt::Key_Right);
+    EXPECT_EQ(grid.SelectedField(), u"SITE"_s);
+    grid.SetSelectedIndex(1);
+    EXPECT_EQ(grid.SelectedField(), u"SITE"_s);
+}
+
+TEST_F(DBGridTest, FootersCountAndSumWhatTheFilterPasses)
+{
+    auto columns = OrderGridColumns();
+    columns[0].footers = {{TFooterValueType::StaticText, u"记录数"_s, TAlignment::Center},
+        {TFooterValueType::Count, {}, TAlignment::Center}};
+    columns[3].footers = {{TFooterValueType::Sum, {}, TAlignment::Right}};
+    Open(columns);
+    const int rowsBefore = grid.viewport()->height();
+    grid.SetFooterRowCount(2);
+    EXPECT_EQ(grid.viewport()->height(), rowsBefore - 2 * grid.RowHeight()) << "footers take their own room";
+    EXPECT_EQ(grid.FooterText(0, 0), u"记录数"_s);
+    EXPECT_EQ(grid.FooterText(1, 0), u"3"_s);
+    EXPECT_EQ(grid.FooterText(0, 3), u"-0.50"_s);
+    EXPECT_EQ(grid.FooterText(1, 3), QString());
+    orders.SetFieldAndPost(u"AMOUNT"_s, N(2.125));
+    EXPECT_EQ(grid.FooterText(0, 3), u"0.125"_s) << "money is never rounded away";
+    orders.SetFilter(u"AMOUNT > 0"_s);
+    orders.SetFiltered(true);
+    EXPECT_EQ(grid.FooterText(1, 0), u"1"_s);
+    EXPECT_EQ(grid.FooterText(0, 3), u"2.125"_s);
+    orders.Close();
+    EXPECT_EQ(grid.FooterText(1, 0), QString());
+}
+
+TEST_F(DBGridTest, FrozenColumnsStayWhileTheRestScrolls)
+{
+    auto columns = OrderGridColumns();
+    columns[4].width = 900;
+    Open(columns);
+    grid.SetFrozenCols(2);
+    const QRect frozen = grid.visualRect(grid.model()->index(0, 1));
+    const QRect scrolled = grid.visualRect(grid.model()->index(0, 3));
+    grid.horizontalScrollBar()->setValue(70);
+    EXPECT_EQ(grid.visualRect(grid.model()->index(0, 1)), frozen);
+    EXPECT_EQ(grid.visualRect(grid.model()->index(0, 3)), scrolled.translated(-70, 0));
+    // The third column has moved below the frozen ones: a click there is theirs.
+    Click(1, 1);
+    EXPECT_EQ(grid.SelectedField(), u"STATUS"_s);
+    EXPECT_EQ(orders.RecNo(), 2);
+    grid.SelectField(u"SITE");
+    EXPECT_GE(grid.visualRect(grid.model()->index(1, 2)).left(), frozen.right()) << "brought out from below";
+    grid.horizontalScrollBar()->setValue(70);
+    grid.SelectField(u"STATUS");
+    ASSERT_TRUE(grid.EditCurrentCell());
+    EXPECT_TRUE(
+        frozen.translated(0, grid.RowHeight()).contains(QApplication::focusWidget()->geometry().center()));
+    EXPECT_EQ(grid.horizontalScrollBar()->value(), 70);
+}
+
+TEST_F(DBGridTest, RowsAreSelectedByMouseAndKeysAndKeptThroughSorting)
+{
+    Open(OrderGridColumns());
+    EXPECT_EQ(Selected(), QString()) << "nothing is selected by a query alone";
+    Click(0, 2);
+    EXPECT_EQ(Selected(), u"D1"_s);
+    Click(2, 2, Qt::ControlModifier);
+    EXPECT_EQ(Selected(), u"D1 D3"_s);
+    grid.ClickTitle(3);
+    EXPECT_EQ(Selected(), u"D3 D1"_s) << "in the order shown";
+    Click(2, 2, Qt::ControlModifier);
+    EXPECT_EQ(Selected(), u"D3"_s);
+    Click(0, 2);
+    Key(Qt::Key_Down, Qt::ShiftModifier);
+    EXPECT_EQ(Selected(), u"D2 D3"_s);
+    Key(Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(Selected(), u"D2 D3 D1"_s);
+    Key(Qt::Key_Up);
+    EXPECT_EQ(Selected(), u"D2"_s);
+    Key(Qt::Key_Escape);
+    EXPECT_TRUE(grid.SelectedRows().empty());
+    grid.SelectRows({orders.ViewBookmark(0), orders.ViewBookmark(1)});
+    orders.OpenRows(ThreeOrders());
+    orders.Close();
+    EXPECT_TRUE(grid.SelectedRows().empty());
+}
+
+TEST_F(DBGridTest, CellClickIsToldOnReleaseOverTheSameCell)
+{
+    Open(OrderGridColumns());
+    QStringList clicked;
+    grid.OnCellClick = [&](const TColumnEh& column) { clicked += column.fieldName; };
+    Click(1, 2);
+    QTest::mousePress(grid.viewport(), Qt::LeftButton, {}, CellCentre(0, 0));
+    QTest::mouseRelease(grid.viewport(), Qt::LeftButton, {}, CellCentre(0, 3));
+    EXPECT_EQ(clicked, QStringList{u"SITE"_s});
+    int doubled = 0;
+    grid.OnDblClick = [&] { ++doubled; };
+    QTest::mouseDClick(grid.viewport(), Qt::LeftButton, {}, CellCentre(2, 0));
+    EXPECT_EQ(doubled, 1);
+    EXPECT_EQ(orders.RecNo(), 3);
+}
+
+TEST_F(DBGridTest, TypingInAReadOnlyColumnSearches)
+{
+    Open(OrderGridColumns());
+    grid.SelectField(u"ID");
+    Type(u"d3");
+    EXPECT_EQ(orders.RecNo(), 3);
+    EXPECT_EQ(orders.State(), TDataSetState::Browse);
+    Key(Qt::Key_Backspace);
+    Type(u"2");
+    EXPECT_EQ(orders.RecNo(), 2) << "after a wrap to the beginning";
+    grid.SelectField(u"SITE");
+    EXPECT_FALSE(grid.FindText(u"北京"_s)) << "the current row is not the next one";
+    EXPECT_TRUE(grid.FindText(u"海"_s, true, true));
+    EXPECT_EQ(orders.RecNo(), 1);
+    EXPECT_TRUE(grid.FindText(u"北"_s, false));
+    EXPECT_EQ(orders.RecNo(), 2);
+}
+
+TEST_F(DBGridTest, HandlersPaintCellsOverTheRowsOwnLook)
+{
+    Open(OrderGridColumns());
+    grid.OnGetCellParams = [](const TColumnEh& column, int row, TCellParams& params) {
+        if (row == 1 && column.fieldName == u"SITE"_s)
+            params.background = Qt::green;
+    };
+    grid.OnDrawColumnCell = [](QPainter& painter, const QRect& rect, int column, int) {
+        if (column == 4)
+            painter.fillRect(rect, Qt::blue);
+        return column == 4;
+    };
+    const QImage picture = grid.viewport()->grab().toImage();
+    const auto corner = [&](int row, int column) {
+        return picture.pixelColor(grid.visualRect(grid.model()->index(row, column)).topLeft() + QPoint(1, 2));
+    };
+    EXPECT_EQ(corner(1, 2), QColor(Qt::green));
+    EXPECT_EQ(corner(1, 1), QColor(Qt::white));
+    EXPECT_EQ(corner(2, 4), QColor(Qt::blue));
+    EXPECT_NE(corner(0, 1), QColor(Qt::white)) << "the current row stands out";
+}
+
+TEST_F(DBGridTest, KeysGoToTheHandlerFirst)
+{
+    Open(OrderGridColumns());
+    grid.OnKeyDown = [](QKeyEvent* event) {
+        if (event->key() == Qt::Key_Down)
+            event->accept();
+    };
+    Key(Qt::Key_Down);
+    EXPECT_EQ(orders.RecNo(), 1);
+    Key(Qt::Key_End, Qt::ControlModifier);
+    EXPECT_EQ(orders.RecNo(), 3);
+}
+
+} // namespace

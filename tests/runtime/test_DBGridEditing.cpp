@@ -1,0 +1,280 @@
+#include "runtime/ui/DBControls.h"
+#include "tests/runtime/GridFixture.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class DBGridEditingTest : public GridTest {
+protected:
+    QString Cell(int row, const char16_t* field) const
+    {
+        return orders.ViewText(row, orders.FieldIndex(QString::fromUtf16(field)));
+    }
+};
+
+TEST_F(DBGridEditingTest, TypingEditsEnterMovesOnAndTheNextRowPosts)
+{
+    Open(OrderGridColumns());
+    QStringList events;
+    orders.BeforeEdit = [&] { events += u"edit"_s; };
+    orders.AfterPost = [&] { events += u"post"_s; };
+    grid.SelectField(u"SITE");
+    Type(u"广州");
+    EXPECT_EQ(orders.State(), TDataSetState::Edit);
+    Key(Qt::Key_Return);
+    EXPECT_EQ(grid.SelectedField(), u"AMOUNT"_s);
+    EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"广州"_s);
+    Type(u"7.25");
+    Key(Qt::Key_Tab);
+    EXPECT_EQ(events, QStringList{u"edit"_s}) << "a row is one edit, posted when it is left";
+    Key(Qt::Key_Down);
+    EXPECT_EQ(events, (QStringList{u"edit"_s, u"post"_s}));
+    EXPECT_EQ(orders.RecNo(), 2);
+    EXPECT_EQ(Cell(0, u"AMOUNT"), u"7.25"_s);
+    EXPECT_EQ(Cell(0, u"SITE"), u"广州"_s);
+}
+
+TEST_F(DBGridEditingTest, EscapeGivesUpTheCellThenTheRow)
+{
+    Open(OrderGridColumns());
+    grid.SelectField(u"SITE");
+    Type(u"甲");
+    Key(Qt::Key_Tab);
+    grid.SelectField(u"SITE");
+    Type(u"乙");
+    Key(Qt::Key_Escape);
+    EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"甲"_s);
+    EXPECT_EQ(orders.State(), TDataSetState::Edit);
+    Key(Qt::Key_Escape);
+    EXPECT_EQ(orders.State(), TDataSetState::Browse);
+    EXPECT_EQ(Cell(0, u"SITE"), u"上海"_s);
+    EXPECT_EQ(orders.ChangeCount(), 0);
+}
+
+TEST_F(DBGridEditingTest, AnEditRefusedBeforeItBeginsChangesNothing)
+{
+    Open(OrderGridColumns());
+    int asked = 0;
+    orders.BeforeEdit = [&] {
+        ++asked;
+        Abort();
+    };
+    grid.SelectField(u"SITE");
+    Type(u"甲");
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(QApplication::focusWidget(), &grid) << "the editor is gone";
+    EXPECT_EQ(Cell(0, u"SITE"), u"上海"_s);
+    grid.SelectField(u"STATUS");
+    EXPECT_TRUE(grid.EditCurrentCell()) << "looking is allowed";
+    Key(Qt::Key_Escape);
+    EXPECT_TRUE(problems.isEmpty());
+}
+
+TEST_F(DBGridEditingTest, ARefusedPostKeepsTheRowInEditWhereItIs)
+{
+    Open(OrderGridColumns());
+    bool refuse = true;
+    orders.BeforePost = [&] {
+        if (refuse)
+            Abort();
+    };
+    grid.SelectField(u"SITE");
+    for (const auto& leave :
+        std::vector<std::function<void()>>{[&] { Key(Qt::Key_Down); }, [&] { Click(2, 2); },
+            [&] { Key(Qt::Key_PageDown); }, [&] { grid.setCurrentIndex(grid.model()->index(1, 2)); }}) {
+        Type(u"甲");
+        leave();
+        QCoreApplication::processEvents();
+        EXPECT_EQ(orders.RecNo(), 1);
+        EXPECT_EQ(grid.currentIndex().row(), 0);
+        EXPECT_EQ(orders.State(), TDataSetState::Edit);
+        EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"甲"_s);
+    }
+    refuse = false;
+    Key(Qt::Key_Down);
+    EXPECT_EQ(orders.RecNo(), 2);
+    EXPECT_EQ(Cell(0, u"SITE"), u"甲"_s);
+}
+
+TEST_F(DBGridEditingTest, WhatTheFieldCannotTakeStaysInTheEditor)
+{
+    Open(OrderGridColumns());
+    grid.SelectField(u"AMOUNT");
+    Type(u"abc");
+    Key(Qt::Key_Return);
+    EXPECT_EQ(problems.size(), 1);
+    EXPECT_EQ(grid.SelectedField(), u"AMOUNT"_s);
+    EXPECT_NE(QApplication::focusWidget(), &grid);
+    // A post from elsewhere, a save button's say, is stopped too.
+    EXPECT_THROW(orders.Post(), EAbort);
+    EXPECT_EQ(orders.State(), TDataSetState::Edit);
+    Key(Qt::Key_Escape);
+    Key(Qt::Key_Escape);
+    EXPECT_EQ(Cell(0, u"AMOUNT"), u"1.5"_s);
+}
+
+TEST_F(DBGridEditingTest, APostTakesWhatTheEditorHolds)
+{
+    Open(OrderGridColumns());
+    grid.SelectField(u"SITE");
+    Type(u"深圳");
+    orders.Post();
+    EXPECT_EQ(Cell(0, u"SITE"), u"深圳"_s);
+    EXPECT_EQ(orders.State(), TDataSetState::Browse);
+    EXPECT_EQ(QApplication::focusWidget(), &grid);
+}
+
+TEST_F(DBGridEditingTest, PickListsStoreKeysAndTakeBeginnings)
+{
+    Open(OrderGridColumns());
+    grid.SelectField(u"STATUS");
+    Type(u"接单失");
+    Key(Qt::Key_Return);
+    EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 2);
+    grid.SelectField(u"STATUS");
+    Key(Qt::Key_F2);
+    auto* box = grid.viewport()->findChild<TDBComboBoxEh*>();
+    ASSERT_NE(box, nullptr);
+    EXPECT_EQ(box->Items(), grid.Column(1).pickList);
+    box->lineEdit()->selectAll();
+    Type(u"没有");
+    Key(Qt::Key_Return);
+    EXPECT_EQ(problems.size(), 1) << "a text that is not in the list is refused";
+    EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 2);
+}
+
+TEST_F(DBGridEditingTest, CheckBoxesToggleBySpaceAndClick)
+{
+    auto columns = OrderGridColumns();
+    columns[1].style = TColumnStyle::CheckBox;
+    columns[1].keyList = {u"1"_s, u"0"_s};
+    Open(columns);
+    grid.SelectField(u"STATUS");
+    Key(Qt::Key_Space);
+    EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 1);
+    Click(0, 1);
+    EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 0);
+    Click(1, 1);
+    EXPECT_EQ(orders.RecNo(), 2) << "a click in another row posts the first, then toggles";
+    EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 0);
+    grid.ReadOnly = true;
+    Key(Qt::Key_Space);
+    EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 0);
+}
+
+TEST_F(DBGridEditingTest, LookupCompletesCodesAndInitials)
+{
+    TClientDataSetEx sites;
+    sites.OpenRows(
+        MakeRows({Column(u"SITE_CODE", wire::ColumnType::Text), Column(u"SITE_NAME", wire::ColumnType::Text)},
+            {{T(u"2001"), T(u"上海浦东")}, {T(u"3001"), T(u"广州天河")}}));
+    TDataSource siteSource;
+    siteSource.SetDataSet(&sites);
+    auto columns = OrderGridColumns();
+    columns[2].style = TColumnStyle::Lookup;
+    columns[2].lookup = {
+        &siteSource, u"SITE_NAME"_s, {}, {{u"SITE_CODE"_s, u"编号"_s, 80}}, {u"SITE_CODE"_s}};
+    Open(columns);
+    for (const auto& [typed, expected] : {std::pair{u"30", u"广州天河"_s}, std::pair{u"shp", u"上海浦东"_s},
+             std::pair{u"广", u"广州天河"_s}, std::pair{u"别处", u"别处"_s}}) {
+        grid.SelectField(u"SITE");
+        Type(typed);
+        Key(Qt::Key_Return);
+        EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), expected);
+        EXPECT_EQ(grid.SelectedField(), u"AMOUNT"_s);
+    }
+    // The second row of the list, gone to by key, is taken rather than the first match.
+    grid.SelectField(u"SITE");
+    Key(Qt::Key_F4);
+    Key(Qt::Key_Down);
+    Key(Qt::Key_Return);
+    EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"上海浦东"_s);
+    grid.SetDataSource(nullptr);
+}
+
+TEST_F(DBGridEditingTest, DatesAreTypedShortAndRefusedWhenNone)
+{
+    Open(OrderGridColumns());
+    grid.SelectField(u"CREATE_DATE");
+    Type(u"2024-3-5");
+    Key(Qt::Key_Return);
+    EXPECT_EQ(orders.RecNo(), 2) << "after the last column comes the next row";
+    EXPECT_EQ(Cell(0, u"CREATE_DATE"), u"2024-03-05 00:00:00"_s);
+    grid.SelectField(u"CREATE_DATE");
+    Type(u"2024-13-99");
+    Key(Qt::Key_Up);
+    EXPECT_EQ(orders.RecNo(), 2);
+    EXPECT_EQ(problems.size(), 1);
+}
+
+TEST_F(DBGridEditingTest, AColumnMayRefuseToBeLeft)
+{
+    Open(OrderGridColumns());
+    QStringList entered;
+    grid.OnColExit = [&](int column) { return grid.Column(column).fieldName != u"SITE"_s; };
+    grid.OnColEnter = [&] { entered += grid.SelectedField(); };
+    grid.SelectField(u"STATUS");
+    Key(Qt::Key_Right);
+    Key(Qt::Key_Right);
+    EXPECT_EQ(grid.SelectedField(), u"SITE"_s);
+    Click(0, 4);
+    EXPECT_EQ(grid.SelectedField(), u"SITE"_s);
+    EXPECT_EQ(entered, QStringList{u"SITE"_s});
+    Key(Qt::Key_Down);
+    EXPECT_EQ(orders.RecNo(), 2) << "another row of the same column";
+}
+
+TEST_F(DBGridEditingTest, RowsAreAddedAndDeletedOnlyWhereAllowed)
+{
+    Open(OrderGridColumns());
+    orders.Last();
+    Key(Qt::Key_Down);
+    Key(Qt::Key_Insert);
+    Key(Qt::Key_Delete, Qt::ControlModifier);
+    EXPECT_EQ(orders.RecordCount(), 3);
+    grid.AllowInsert = grid.AllowDelete = true;
+    Key(Qt::Key_Down);
+    EXPECT_EQ(orders.State(), TDataSetState::Insert);
+    EXPECT_EQ(grid.currentIndex().row(), 3);
+    grid.SelectField(u"SITE");
+    Type(u"新");
+    Key(Qt::Key_Up);
+    EXPECT_EQ(orders.RecordCount(), 4);
+    EXPECT_EQ(Cell(3, u"SITE"), u"新"_s);
+    Application->QueueAnswer({u"cancel"_s});
+    Key(Qt::Key_Delete, Qt::ControlModifier);
+    EXPECT_EQ(orders.RecordCount(), 4);
+    Application->QueueAnswer({u"ok"_s});
+    Key(Qt::Key_Delete, Qt::ControlModifier);
+    EXPECT_EQ(orders.RecordCount(), 3);
+}
+
+TEST_F(DBGridEditingTest, LeavingTheGridKeepsWhatWasTyped)
+{
+    Open(OrderGridColumns());
+    QLineEdit elsewhere(&window);
+    elsewhere.show();
+    grid.SelectField(u"SITE");
+    Type(u"成都");
+    elsewhere.setFocus();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"成都"_s);
+    EXPECT_EQ(QApplication::focusWidget(), &elsewhere);
+    EXPECT_EQ(orders.State(), TDataSetState::Edit) << "the row itself is not posted by that";
+}
+
+TEST_F(DBGridEditingTest, ClosingTheDataSetUnderAnOpenEditorIsHarmless)
+{
+    Open(OrderGridColumns());
+    grid.SelectField(u"SITE");
+    Type(u"甲");
+    orders.Close();
+    EXPECT_EQ(QApplication::focusWidget(), &grid);
+    Type(u"乙");
+    Key(Qt::Key_Return);
+    orders.OpenRows(ThreeOrders());
+    EXPECT_EQ(Cell(0, u"SITE"), u"上海"_s);
+}
+
+} // namespace
