@@ -98,6 +98,7 @@ void THost::AfterFirstPaint()
         QCoreApplication::exit(0);
         return;
     }
+    QApplication::setWindowIcon(ProgramIcon());
     const QString fontProblem = FontProblem();
     if (!fontProblem.isEmpty()) {
         SayOnStandardError(fontProblem);

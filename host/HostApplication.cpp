@@ -4,6 +4,8 @@
 #include "runtime/ui/Application.h"
 
 #include <QFontDatabase>
+#include <QPainter>
+#include <QPixmap>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -44,6 +46,30 @@ bool HasDisplay()
 #else
     return true;
 #endif
+}
+
+QIcon ProgramIcon()
+{
+    QIcon icon;
+    for (const int side : {16, 32, 64}) {
+        QPixmap picture(side, side);
+        picture.fill(Qt::transparent);
+        QPainter painter(&picture);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.scale(side / 16.0, side / 16.0);
+        // A parcel with its tape on the company's blue.
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(QColor(0x1f, 0x4e, 0x8c));
+        painter.drawRoundedRect(QRectF(0, 0, 16, 16), 3, 3);
+        painter.setBrush(QColor(0xf2, 0xc1, 0x6b));
+        painter.drawRect(QRectF(3, 4, 10, 8.5));
+        painter.setBrush(QColor(0xb9, 0x7f, 0x2c));
+        painter.drawRect(QRectF(7, 4, 2, 8.5));
+        painter.drawRect(QRectF(3, 6.2, 10, 0.8));
+        painter.end();
+        icon.addPixmap(picture);
+    }
+    return icon;
 }
 
 QString FontProblem()

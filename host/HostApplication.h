@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QApplication>
+#include <QIcon>
 
 // The Qt application: what a handler lets fall reaches the user as a message, never the end of the program.
 class THostApplication : public QApplication {
@@ -13,5 +14,7 @@ public:
 
 // Whether this session has a screen to draw on.
 bool HasDisplay();
+// The program's picture, for title bars and the system's window list.
+QIcon ProgramIcon();
 // The message for a system without a font for Chinese; empty where there is one.
 QString FontProblem();

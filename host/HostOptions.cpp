@@ -116,6 +116,8 @@ std::optional<TOptionsProblem> ReadOptions(const QStringList& arguments, bool he
         // The tour changes orders: it plays on data of its own, the same each time.
         options.dataDir = DefaultDataDir() + u"/tour"_s;
         options.freshData = true;
+        if (!options.now)
+            options.now = wire::DateTime::FromParts(2026, 11, 20, 15, 30, 0);
     } else {
         options.dataDir = DefaultDataDir();
     }

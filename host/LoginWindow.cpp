@@ -47,7 +47,7 @@ protected:
         const int line = fontMetrics().height();
         const QRect text = rect().adjusted(line * 3 / 2, 0, -line, 0);
         QFont title = font();
-        title.setPointSizeF(title.pointSizeF() * 1.7);
+        title.setPixelSize(fontInfo().pixelSize() * 17 / 10);
         title.setBold(true);
         painter.setFont(title);
         painter.drawText(text.adjusted(0, 0, 0, -line), Qt::AlignVCenter | Qt::AlignLeft, u"快运业务系统"_s);
@@ -124,13 +124,17 @@ TLoginWindow::TLoginWindow()
     buttons->addWidget(quitButton_);
 
     auto* form = new QFormLayout;
+    form->setLabelAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    form->setHorizontalSpacing(10);
+    form->setVerticalSpacing(9);
     form->addRow(u"登录到"_s, place);
     form->addRow(u"账号(&U)"_s, accountEdit_);
     form->addRow(u"密码(&P)"_s, passwordEdit_);
 
     auto* body = new QVBoxLayout;
     const int margin = fontMetrics().height();
-    body->setContentsMargins(margin, margin, margin, margin);
+    body->setContentsMargins(margin * 3 / 2, margin, margin * 3 / 2, margin);
+    body->setSpacing(8);
     body->addLayout(form);
     body->addWidget(errorLabel_);
     body->addWidget(stateLabel_);
@@ -144,7 +148,7 @@ TLoginWindow::TLoginWindow()
     layout->setSpacing(0);
     layout->addWidget(new TBanner(this));
     layout->addLayout(body, 1);
-    resize(fontMetrics().averageCharWidth() * 72, fontMetrics().height() * 28);
+    resize(fontMetrics().height() * 33, fontMetrics().height() * 27);
 
     for (QWidget* first = accountEdit_;
          QWidget * next : std::initializer_list<QWidget*>{passwordEdit_, loginButton_, quitButton_,

@@ -26,6 +26,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int kNoticeMilliseconds = 6000;
+constexpr QColor kAreaColor(0xd9, 0xe0, 0xe8);
 constexpr QColor kConnectedColor(0x1b, 0x7a, 0x3d);
 constexpr QColor kLostColor(0xb0, 0x1e, 0x1e);
 
@@ -43,7 +44,7 @@ TMainForm::TMainForm(TSharedData& shared, std::function<wire::DateTime()> clock)
     setObjectName(u"MainForm"_s);
     setWindowTitle(u"快运业务系统"_s);
     area_->setObjectName(u"MdiArea"_s);
-    area_->setBackground(palette().brush(QPalette::Mid));
+    area_->setBackground(kAreaColor);
     area_->setOption(QMdiArea::DontMaximizeSubWindowOnActivation, false);
 
     auto* tabs = new QTabBar;
@@ -118,6 +119,7 @@ void TMainForm::ShowUser(const wire::Identity& identity, const QString& place)
     employeeLabel_->setText(u"员工："_s + identity.employeeName + u"（"_s + identity.employeeCode + u"）"_s);
     setWindowTitle(identity.site + u" - 快运业务系统"_s);
     ShowConnection(true);
+    ShowClock();
 }
 
 void TMainForm::ShowConnection(bool connected)
@@ -219,6 +221,8 @@ void TMainForm::BuildToolBar()
     bar->setObjectName(u"ToolBar"_s);
     bar->setMovable(false);
     bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    const int side = fontMetrics().height();
+    bar->setIconSize({side, side});
 
     queryAction_ = bar->addAction(style()->standardIcon(QStyle::SP_BrowserReload), u"查询"_s, this,
         [this] { PressScreenButton(kQueryButton); });
@@ -238,7 +242,7 @@ void TMainForm::BuildToolBar()
     searchEdit_->setAccessibleName(u"在列表的当前列中查找"_s);
     searchEdit_->setPlaceholderText(u"在列表的当前列中查找，回车找下一个"_s);
     searchEdit_->setClearButtonEnabled(true);
-    searchEdit_->setFixedWidth(fontMetrics().averageCharWidth() * 46);
+    searchEdit_->setFixedWidth(fontMetrics().height() * 22);
     label->setBuddy(searchEdit_);
     bar->addWidget(label);
     bar->addWidget(searchEdit_);
@@ -268,9 +272,14 @@ void TMainForm::BuildStatusBar()
     auto* tick = new QTimer(this);
     connect(tick, &QTimer::timeout, this, [this] {
         if (isVisible())
-            clockLabel_->setText(u"服务器时间 "_s + clock_().ToText());
+            ShowClock();
     });
     tick->start(1000);
+}
+
+void TMainForm::ShowClock()
+{
+    clockLabel_->setText(u"服务器时间 "_s + clock_().ToText());
 }
 
 QAbstractButton* TMainForm::ScreenButton(const char* property) const

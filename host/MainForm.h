@@ -68,6 +68,7 @@ private:
     void UpdateActions();
     void FindNext(bool backwards);
     void ShowAbout();
+    void ShowClock();
     QAbstractButton* ScreenButton(const char* property) const;
 
     TSharedData& shared_;

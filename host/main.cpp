@@ -9,11 +9,24 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+// The platform without a display warns of every request that only a window manager could serve.
+void PassOnOtherWarnings(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (!message.startsWith(u"This plugin does not support "_s))
+        std::fprintf(stderr, "%s\n", qUtf8Printable(qFormatLogMessage(type, context, message)));
+}
+
+} // namespace
+
 int main(int argc, char** argv)
 {
     const bool headless = !HasDisplay();
     if (headless)
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (qgetenv("QT_QPA_PLATFORM") == "offscreen")
+        qInstallMessageHandler(PassOnOtherWarnings);
     THostApplication application(argc, argv);
 
     THostOptions options;

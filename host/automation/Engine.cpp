@@ -18,7 +18,9 @@ constexpr int kScriptUnreadable = 2;
 // File, line and message of what ended the script, then the calls that led there.
 void Report(const QJSValue& error, const QString& script)
 {
-    const QString file = error.property(u"fileName"_s).toString();
+    QString file = error.property(u"fileName"_s).toString();
+    if (file.startsWith(u"file:"_s))
+        file.remove(0, 5);
     const QString line = error.property(u"lineNumber"_s).toString();
     std::fprintf(stderr, "%s:%s: %s\n", qUtf8Printable(file.isEmpty() ? script : file), qUtf8Printable(line),
         qUtf8Printable(error.toString()));

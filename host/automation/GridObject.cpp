@@ -64,6 +64,17 @@ QModelIndex TGridObject::Index(int row, const QString& field) const
     return grid->model()->index(row, column);
 }
 
+int TGridObject::BringTitleIntoView(const QString& field) const
+{
+    TDBGridEh* grid = Grid();
+    const int column = grid->ColumnIndex(field);
+    if (column < 0)
+        Fail(grid->objectName() + u" has no column "_s + field);
+    grid->scrollTo(grid->model()->index(0, column));
+    Settle();
+    return column;
+}
+
 QPoint TGridObject::PlaceOf(const QModelIndex& index) const
 {
     TDBGridEh* grid = Grid();
@@ -191,16 +202,22 @@ QList<int> TGridObject::selected()
 void TGridObject::clickTitle(const QString& field)
 {
     Call(this, [&] {
-        TDBGridEh* grid = Grid();
-        const int column = grid->ColumnIndex(field);
-        if (column < 0)
-            Fail(grid->objectName() + u" has no column "_s + field);
-        grid->scrollTo(grid->model()->index(0, column));
-        Settle();
-        QHeaderView* titles = grid->horizontalHeader();
+        const int column = BringTitleIntoView(field);
+        QHeaderView* titles = Grid()->horizontalHeader();
         const int left = titles->sectionViewportPosition(column);
         // The lowest line of the title is the column's own; those above may be shared.
         Click(titles->viewport(), QPoint(left + titles->sectionSize(column) / 2, titles->height() - 6));
+    });
+}
+
+void TGridObject::resize(const QString& field, int width)
+{
+    Call(this, [&] {
+        const int column = BringTitleIntoView(field);
+        const QHeaderView* titles = Grid()->horizontalHeader();
+        const QPoint edge(
+            titles->sectionViewportPosition(column) + titles->sectionSize(column) - 2, titles->height() - 6);
+        Drag(titles->viewport(), edge, edge + QPoint(width - titles->sectionSize(column), 0));
     });
 }
 
@@ -238,18 +255,19 @@ QString TGridObject::footer(const QString& field, int line)
 
 QString TGridObject::color(int row)
 {
-    return Call(this, [&] {
+    return Call(this, [&]() -> QString {
         const TDBGridEh* grid = Grid();
         for (int column = 0; column < grid->ColumnCount(); ++column) {
             if (!grid->Column(column).visible || grid->Column(column).fieldName.isEmpty())
                 continue;
-            const QVariant background =
-                grid->model()->data(Index(row, grid->Column(column).fieldName), Qt::BackgroundRole);
-            if (background.isValid())
-                return background.value<QBrush>().color().name();
-            break;
+            // As painting asks for it.
+            TCellParams params{grid->palette().color(QPalette::Base), {}, {}};
+            Index(row, grid->Column(column).fieldName);
+            if (grid->OnGetCellParams)
+                grid->OnGetCellParams(grid->Column(column), row, params);
+            return params.background.name();
         }
-        return grid->palette().color(QPalette::Base).name();
+        Fail(u"the grid shows no column"_s);
     });
 }
 

@@ -31,17 +31,20 @@ public:
     Q_INVOKABLE void select(const QList<int>& rows);
     Q_INVOKABLE QList<int> selected();
     Q_INVOKABLE void clickTitle(const QString& field);
+    // Drags the title's right edge until the column is that wide, in pixels.
+    Q_INVOKABLE void resize(const QString& field, int width);
     Q_INVOKABLE void click(int row, const QString& field);
     Q_INVOKABLE void doubleClick(int row, const QString& field);
     Q_INVOKABLE void key(const QString& name);
     // The footer's text below the column; its last line where none is named.
     Q_INVOKABLE QString footer(const QString& field, int line = -1);
-    // Of the row's background, as "#rrggbb".
+    // Of the row's background in its first column, as "#rrggbb"; the marks of selection apart.
     Q_INVOKABLE QString color(int row);
 
 private:
     TDBGridEh* Grid() const;
     QModelIndex Index(int row, const QString& field) const;
+    int BringTitleIntoView(const QString& field) const;
     QPoint PlaceOf(const QModelIndex& index) const;
 
     QPointer<TDBGridEh> grid_;

@@ -63,6 +63,18 @@ void DoubleClick(QWidget* widget, QPoint place)
     Settle();
 }
 
+void Drag(QWidget* widget, QPoint from, QPoint to)
+{
+    RequireUsable(widget);
+    QTest::mouseMove(widget, from);
+    QTest::mousePress(widget, Qt::LeftButton, Qt::NoModifier, from);
+    // A drag begins with a movement that is told from a trembling hand.
+    QTest::mouseMove(widget, from + (to - from) / 2);
+    QTest::mouseMove(widget, to);
+    QTest::mouseRelease(widget, Qt::LeftButton, Qt::NoModifier, to);
+    Settle();
+}
+
 void PressKey(QWidget* widget, const QString& name)
 {
     QString portable = name;

@@ -17,6 +17,7 @@ void Wait(int milliseconds);
 // In the middle of the widget where no place is given.
 void Click(QWidget* widget, QPoint place = {-1, -1}, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 void DoubleClick(QWidget* widget, QPoint place);
+void Drag(QWidget* widget, QPoint from, QPoint to);
 // A key by its name with its modifiers: "Enter", "F5", "Ctrl+S", "Shift+Tab", "a".
 void PressKey(QWidget* widget, const QString& name);
 // Types the text into the widget that has the keyboard; what no key has, an input method enters.

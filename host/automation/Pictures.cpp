@@ -44,7 +44,7 @@ QPixmap Picture(QWidget* window)
     QPainter painter(&picture);
     const QWidgetList others = QApplication::topLevelWidgets();
     for (QWidget* other : others) {
-        if (other != window && other->isVisible() && other->windowType() != Qt::ToolTip)
+        if (other != window && other->isVisible() && !other->inherits("QTipLabel"))
             DrawOver(painter, other, window->mapFromGlobal(other->mapToGlobal(QPoint(0, 0))));
     }
     return picture;

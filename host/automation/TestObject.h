@@ -19,7 +19,7 @@ public:
     // Arrays and objects are equal when their contents are.
     Q_INVOKABLE void assertEqual(
         const QJSValue& actual, const QJSValue& expected, const QString& message = {});
-    // Runs another file as if it stood here.
+    // Runs another file; its functions and `var` variables stay.
     Q_INVOKABLE QJSValue include(const QString& fileName);
 
 private:

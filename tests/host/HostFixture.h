@@ -50,7 +50,8 @@ protected:
     }
     void TypeLogin(const QString& account, const QString& password) const
     {
-        for (const auto& [name, text] : {std::pair("AccountEdit", account), std::pair("PasswordEdit", password)}) {
+        for (const auto& [name, text] :
+            {std::pair("AccountEdit", account), std::pair("PasswordEdit", password)}) {
             auto* edit = OnLogin<QLineEdit>(name);
             edit->clear();
             QTest::keyClicks(edit, text);
@@ -62,7 +63,8 @@ protected:
         if (!WaitUntilReady())
             return false;
         TypeLogin(account, QStringLiteral("demo"));
-        return QTest::qWaitFor([this] { return host->LoggedInForm() && host->SharedData().IsLoaded(); }, 20'000);
+        return QTest::qWaitFor(
+            [this] { return host->LoggedInForm() && host->SharedData().IsLoaded(); }, 20'000);
     }
 
     static QTemporaryDir& Folder()

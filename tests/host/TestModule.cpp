@@ -56,21 +56,20 @@ public:
         saveButton_ = new QPushButton(u"保存"_s, this);
         saveButton_->setObjectName(u"Button1"_s);
         auto* layout = new QVBoxLayout(this);
-        for (QWidget* widget : std::initializer_list<QWidget*>{
-                 edit_, combo_, static_cast<QWidget*>(queryButton_), static_cast<QWidget*>(saveButton_), grid_})
+        for (QWidget* widget : std::initializer_list<QWidget*>{edit_, combo_,
+                 static_cast<QWidget*>(queryButton_), static_cast<QWidget*>(saveButton_), grid_})
             layout->addWidget(widget);
         connect(static_cast<QPushButton*>(queryButton_), &QPushButton::clicked, this, [this] {
             Guarded([this] {
                 sites_->Close();
-                sites_->SetCommandText(
-                    u"select a.* from tab_site a where a.SITE_NAME like '%"_s + edit_->Text()
-                    + u"%' order by a.SITE_CODE"_s);
+                sites_->SetCommandText(u"select a.* from tab_site a where a.SITE_NAME like '%"_s
+                    + edit_->Text() + u"%' order by a.SITE_CODE"_s);
                 sites_->Open();
             });
         });
         connect(static_cast<QPushButton*>(saveButton_), &QPushButton::clicked, this, [this] {
-            ::Application->MessageBox(u"详细：要保存吗？"_s, Caption(), TMessageIcon::Question,
-                TMessageButtons::OkCancel);
+            ::Application->MessageBox(
+                u"详细：要保存吗？"_s, Caption(), TMessageIcon::Question, TMessageButtons::OkCancel);
         });
     }
 

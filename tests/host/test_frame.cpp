@@ -25,7 +25,8 @@ protected:
     }
     QString LastMessage() const
     {
-        return ::Application->ShownMessages().empty() ? QString() : ::Application->ShownMessages().back().text;
+        return ::Application->ShownMessages().empty() ? QString()
+                                                      : ::Application->ShownMessages().back().text;
     }
 };
 
@@ -47,21 +48,22 @@ TEST_F(FrameTest, ListsAreFoundByAddressAndName)
 {
     ASSERT_TRUE(LogIn(u"hefei1"_s));
     const QObject* frame = host->MainForm();
-    const auto* sets = reinterpret_cast<TObjectList*>(quintptr(frame->property("GlobalCdsAddr").toULongLong()));
+    const auto* sets =
+        reinterpret_cast<TObjectList*>(quintptr(frame->property("GlobalCdsAddr").toULongLong()));
     ASSERT_EQ(sets->size(), 10u);
     for (const QObject* item : *sets)
         EXPECT_TRUE(static_cast<const TClientDataSetEx*>(item)->Active()) << qPrintable(item->objectName());
 
-    const auto* values
-        = reinterpret_cast<TObjectList*>(quintptr(frame->property("GlobalValueAddr").toULongLong()));
+    const auto* values =
+        reinterpret_cast<TObjectList*>(quintptr(frame->property("GlobalValueAddr").toULongLong()));
     QHash<QString, QString> texts;
     for (const QObject* item : *values)
         texts.insert(item->objectName(), item->property("text").toString());
     EXPECT_EQ(texts.value(u"site"_s), u"安徽合肥一部"_s);
     EXPECT_EQ(texts.value(u"user"_s), u"hefei1"_s);
     EXPECT_EQ(texts.value(u"BootSite"_s), u"快运本部"_s);
-    for (const QString& name : {u"EmployeeName"_s, u"EmployeeCode"_s, u"FinanceCenter"_s, u"Phone_and_MoblePh"_s,
-             u"userType"_s, u"MainBill"_s})
+    for (const QString& name : {u"EmployeeName"_s, u"EmployeeCode"_s, u"FinanceCenter"_s,
+             u"Phone_and_MoblePh"_s, u"userType"_s, u"MainBill"_s})
         EXPECT_FALSE(texts.value(name).isEmpty()) << qPrintable(name);
 }
 
@@ -69,8 +71,8 @@ TEST_F(FrameTest, TreeIsBuiltWhenItsNameIsWritten)
 {
     ASSERT_TRUE(LogIn(u"hefei1"_s));
     QObject* frame = host->MainForm();
-    const auto* trees
-        = reinterpret_cast<TObjectList*>(quintptr(frame->property("GlobalTreeAddr").toULongLong()));
+    const auto* trees =
+        reinterpret_cast<TObjectList*>(quintptr(frame->property("GlobalTreeAddr").toULongLong()));
     frame->setProperty("GlobalTree", u"NoSuchTree"_s);
     EXPECT_TRUE(trees->empty());
     frame->setProperty("GlobalTree", u"allsitetree"_s);

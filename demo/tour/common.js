@@ -1,0 +1,59 @@
+// What the acts of the tour share; "var", because only that reaches the other files.
+
+var BRANCH = { account: "hefei1", site: "安徽合肥一部" };
+var RIVAL = { account: "hefei2", site: "安徽合肥二部" };
+var HEADQUARTERS = { account: "benbu", site: "快运本部" };
+var PASSWORD = "demo";
+
+function quoted(text) {
+    return "'" + String(text).replace(/'/g, "''") + "'";
+}
+
+// Waits until the function gives something true; a tour must not depend on how fast a machine is.
+function waitFor(what, condition, milliseconds = 60000) {
+    for (let waited = 0; waited < milliseconds; waited += 20) {
+        if (condition())
+            return;
+        host.wait(20);
+    }
+    assert(false, "waited in vain for " + what);
+}
+
+function lastMessage() {
+    const shown = host.messages();
+    return shown.length === 0 ? "" : shown[shown.length - 1].text;
+}
+
+// Runs the step and checks the one message that it shows.
+function expectMessage(text, step) {
+    host.clearMessages();
+    step();
+    assertEqual(lastMessage(), text);
+}
+
+function order(number) {
+    return host.serverSql("select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID=" + quoted(number))[0];
+}
+
+function rowOf(grid, number) {
+    for (let row = 0; row < grid.rowCount; ++row) {
+        if (grid.value(row, "TX_LOGISTIC_ID") === number)
+            return row;
+    }
+    return -1;
+}
+
+// Opens the acceptance screen on the orders of the last days.
+function openAcceptance() {
+    host.exec("frm_AcceptBill111");
+    const screen = host.screen("frm_AcceptBill");
+    const today = host.serverTime.slice(0, 10);
+    const start = new Date(new Date(today + "T12:00:00Z").getTime() - 6 * 86400000).toISOString().slice(0, 10);
+    screen.control("DBDateTimeEditEh1").text = start + " 00:00:00";
+    screen.control("Button4").click();
+    return screen;
+}
+
+function chapter(title) {
+    print("· " + title);
+}
