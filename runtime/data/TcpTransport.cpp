@@ -44,11 +44,11 @@ protected:
 
     void WriteAll(const char* bytes, qsizetype size) override
     {
-        socket_.write(bytes, size);
-        while (socket_.bytesToWrite() > 0 || socket_.state() != QAbstractSocket::ConnectedState) {
-            if (!socket_.waitForBytesWritten(replyTimeout_))
-                throw Error(ErrorKind::Connection, u"与服务器的连接已中断：%1"_s.arg(socket_.errorString()));
-        }
+        bool sent = socket_.write(bytes, size) >= 0;
+        while (sent && socket_.bytesToWrite() > 0)
+            sent = socket_.waitForBytesWritten(replyTimeout_);
+        if (!sent)
+            throw Error(ErrorKind::Connection, u"与服务器的连接已中断：%1"_s.arg(socket_.errorString()));
     }
 
 private:

@@ -105,7 +105,7 @@ protected:
         for (qsizetype at = 0; at < size; at += kSendStep) {
             bool sent = socket_.write(bytes + at, std::min(kSendStep, size - at)) >= 0;
             while (sent && socket_.bytesToWrite() > 0)
-                sent = socket_.waitForBytesWritten(options_.frameTimeout);
+                sent = socket_.flush() || socket_.waitForBytesWritten(options_.frameTimeout);
             if (sent)
                 continue;
             broken_ = true;
@@ -180,19 +180,22 @@ void ClientConnection::Run() noexcept
     } catch (const std::exception& error) {
         Log(u"failed: %1"_s.arg(QString::fromLocal8Bit(error.what())));
     }
-    const std::lock_guard lock(descriptorMutex_);
+    const std::lock_guard lock(mutex_);
+    running_ = false;
     descriptor_ = -1;
 }
 
 void ClientConnection::Serve(Channel& channel)
 {
     wire::Frame frame;
-    while (!finishing_ && channel.Read(frame, loggedIn_ ? wire::kMaxRequestBody : wire::kMaxLoginBody)) {
+    while (channel.Read(frame, loggedIn_ ? wire::kMaxRequestBody : wire::kMaxLoginBody)) {
         const wire::Request request = wire::DecodeRequest(frame);
-        running_ = true;
+        if (!Begin())
+            return;
         Answer(channel, request, frame.header.request,
             (frame.header.flags & wire::frameFlag::CompressionWelcome) != 0);
-        running_ = false;
+        if (!End())
+            return;
     }
 }
 
@@ -220,26 +223,40 @@ void ClientConnection::Answer(Channel& channel, const wire::Request& request, qu
         channel.Write(wire::EncodeError(*failure, number));
 }
 
+bool ClientConnection::Begin()
+{
+    const std::lock_guard lock(mutex_);
+    running_ = !finishing_;
+    return running_;
+}
+
+bool ClientConnection::End()
+{
+    const std::lock_guard lock(mutex_);
+    running_ = false;
+    return !finishing_;
+}
+
 void ClientConnection::Finish() noexcept
 {
+    const std::lock_guard lock(mutex_);
     finishing_ = true;
-    const std::lock_guard lock(descriptorMutex_);
-    if (descriptor_ != -1)
+    // Only between requests: a socket at the end of its stream is not written to either.
+    if (!running_ && descriptor_ != -1)
         EndReading(descriptor_);
 }
 
 void ClientConnection::Interrupt() noexcept
 {
+    const std::lock_guard lock(mutex_);
     if (running_)
         session_->Interrupt();
 }
 
 void ClientConnection::InterruptIfAbandoned() noexcept
 {
-    if (!running_ || finishing_)
-        return;
-    const std::lock_guard lock(descriptorMutex_);
-    if (descriptor_ != -1 && PeerHasClosed(descriptor_))
+    const std::lock_guard lock(mutex_);
+    if (running_ && PeerHasClosed(descriptor_))
         session_->Interrupt();
 }
 

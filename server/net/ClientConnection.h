@@ -2,7 +2,6 @@
 
 #include "server/net/Listener.h"
 
-#include <atomic>
 #include <mutex>
 
 namespace server {
@@ -29,17 +28,21 @@ private:
     void Serve(Channel& channel);
     // Raises what ends the connection; everything else goes to the client.
     void Answer(Channel& channel, const wire::Request& request, quint32 number, bool compress);
+    // Around a request; false where none, or no further one, may run.
+    bool Begin();
+    bool End();
     void Log(const QString& text) const;
 
     const SessionFactory& newSession_;
     const ListenerOptions& options_;
     QString peer_;
     std::unique_ptr<Session> session_; // there while `running_`
-    std::mutex descriptorMutex_;
-    qintptr descriptor_; // -1 once it is being closed
-    std::atomic<bool> finishing_{false};
-    std::atomic<bool> running_{false}; // a request
     bool loggedIn_ = false;
+
+    std::mutex mutex_; // of what follows
+    qintptr descriptor_; // -1 once it is being closed
+    bool running_ = false; // a request
+    bool finishing_ = false;
 };
 
 } // namespace server

@@ -1,0 +1,293 @@
+#include "runtime/data/SocketConnection.h"
+#include "tests/wire/FakeServer.h"
+#include "wire/Codec.h"
+
+#include <QCoreApplication>
+#include <QTcpSocket>
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+using namespace Qt::Literals::StringLiterals;
+using wire::Error;
+using wire::ErrorKind;
+
+namespace {
+
+// A client that may say anything.
+class RawClient {
+public:
+    explicit RawClient(quint16 port)
+    {
+        socket.connectToHost(u"127.0.0.1"_s, port);
+        if (!socket.waitForConnected(5000))
+            throw std::runtime_error("no connection");
+    }
+    void Send(const QByteArray& bytes)
+    {
+        socket.write(bytes);
+        while (socket.bytesToWrite() > 0 && socket.waitForBytesWritten(5000)) { }
+    }
+    void Send(const wire::Packet& packet) { Send(QByteArray(packet.Data(), packet.Size())); }
+    // Everything until the server closes; empty-handed after five seconds of silence.
+    QByteArray ReadToEnd()
+    {
+        while (socket.state() == QAbstractSocket::ConnectedState && socket.waitForReadyRead(5000)) { }
+        EXPECT_NE(socket.state(), QAbstractSocket::ConnectedState) << "still connected";
+        return socket.readAll();
+    }
+    bool WaitForBytes(qint64 count)
+    {
+        while (socket.bytesAvailable() < count && socket.waitForReadyRead(5000)) { }
+        return socket.bytesAvailable() >= count;
+    }
+
+    QTcpSocket socket;
+};
+
+std::unique_ptr<wire::Transport> LoggedInClient(quint16 port)
+{
+    auto transport = MakeTcpTransport(u"127.0.0.1"_s, port);
+    transport->Connect();
+    RowKeeper nothing;
+    transport->Exchange(LoginRequest(), nothing);
+    return transport;
+}
+
+ErrorKind KindOf(const std::function<void()>& work)
+{
+    try {
+        work();
+    } catch (const Error& error) {
+        return error.Kind();
+    }
+    ADD_FAILURE() << "nothing was raised";
+    return ErrorKind::Usage;
+}
+
+qint64 RowsOf(wire::Transport& transport, const QString& text)
+{
+    RowKeeper keeper;
+    transport.Exchange(QueryRequest(text), keeper);
+    return keeper.rows.RowCount();
+}
+
+} // namespace
+
+TEST(ListenerTest, AnswersEveryKindOfRequest)
+{
+    FakeListener fake;
+    const auto client = LoggedInClient(fake.Port());
+    EXPECT_TRUE(fake.Logged(u"logged in as hq"_s));
+
+    RowKeeper keeper;
+    EXPECT_EQ(client->Exchange(QueryRequest(u"rows 100000"_s), keeper).rowCount, 100000);
+    ASSERT_EQ(keeper.rows.RowCount(), 100000);
+    EXPECT_EQ(keeper.blocks, 13);
+    EXPECT_TRUE(keeper.rows.infos[0].key);
+    for (int row = 0; row < 100000; ++row) {
+        ASSERT_EQ(keeper.rows.columns[0].IntegerAt(row), row);
+        ASSERT_EQ(keeper.rows.columns[1].TextAt(row).toByteArray(), QByteArray::number(row));
+        ASSERT_TRUE(keeper.rows.columns[2].IsNull(row));
+    }
+
+    wire::Request execute = QueryRequest(u"update"_s);
+    execute.kind = wire::RequestKind::Execute;
+    EXPECT_EQ(client->Exchange(execute, keeper).rowCount, 42);
+    EXPECT_EQ(client->Exchange({}, keeper).serverTime, wire::DateTime::FromParts(2026, 3, 14, 9, 30));
+}
+
+TEST(ListenerTest, AFailedRequestLeavesTheConnectionUsable)
+{
+    FakeListener fake;
+    const auto client = LoggedInClient(fake.Port());
+    EXPECT_EQ(KindOf([&] { RowsOf(*client, u"fail"_s); }), ErrorKind::Syntax);
+    EXPECT_EQ(KindOf([&] { RowsOf(*client, u"crash"_s); }), ErrorKind::Storage);
+    EXPECT_TRUE(fake.Logged(u"out of order"_s));
+    EXPECT_EQ(RowsOf(*client, u"rows 3"_s), 3);
+
+    const auto stranger = MakeTcpTransport(u"127.0.0.1"_s, fake.Port());
+    stranger->Connect();
+    RowKeeper nothing;
+    EXPECT_EQ(KindOf([&] { stranger->Exchange(QueryRequest(u"rows 1"_s), nothing); }), ErrorKind::Login);
+    EXPECT_EQ(KindOf([&] { stranger->Exchange(LoginRequest(u"wrong"_s), nothing); }), ErrorKind::Login);
+    EXPECT_EQ(stranger->Exchange(LoginRequest(), nothing).identity.site, u"快运本部"_s);
+}
+
+TEST(ListenerTest, MalformedFramesEndTheirConnectionWithAReasonAndNothingElse)
+{
+    FakeListener fake;
+    const auto bystander = LoggedInClient(fake.Port());
+    const auto header = [](quint32 length, quint16 version, quint8 kind) {
+        QByteArray bytes;
+        bytes.append(reinterpret_cast<const char*>(&length), 4);
+        bytes.append(reinterpret_cast<const char*>(&version), 2);
+        bytes.append(char(kind));
+        return bytes.append(5, '\0');
+    };
+    const std::pair<QByteArray, QString> cases[] = {
+        {"GET / HTTP/1.1\r\nHost: localhost\r\n\r\n", u"protocol version"_s},
+        {header(0, 2, 5), u"protocol version 2"_s},
+        {header(0, 1, 99), u"unknown frame kind 99"_s},
+        {header(0, 1, 18), u"is no request"_s},
+        {header(0xFFFFFFFF, 1, 1), u"more than"_s},
+        // More than anybody may send before the login.
+        {header(1 << 20, 1, 2) + QByteArray(100, 'x'), u"more than 4096"_s},
+        {header(4, 1, 1) + QByteArray("\xFF\xFF\xFF\x7F"), u"ends"_s},
+        {header(3, 1, 5) + "abc", u"too many"_s},
+    };
+    for (const auto& [bytes, reason] : cases) {
+        RawClient client(fake.Port());
+        client.Send(bytes);
+        const QByteArray farewell = client.ReadToEnd();
+        EXPECT_TRUE(fake.Logged(reason)) << reason.toStdString();
+        ASSERT_GE(farewell.size(), wire::kHeaderSize) << reason.toStdString();
+        EXPECT_EQ(wire::ReadHeader(farewell.constData(), wire::kMaxBody).kind, wire::FrameKind::Error);
+    }
+    {
+        RawClient half(fake.Port());
+        half.Send(header(100, 1, 1).first(6));
+        half.socket.disconnectFromHost();
+        RawClient cut(fake.Port());
+        cut.Send(header(100, 1, 1) + "abc");
+        cut.socket.disconnectFromHost();
+    }
+    EXPECT_TRUE(fake.Logged(u"inside a frame header"_s));
+    EXPECT_TRUE(fake.Logged(u"after 3 of 100 bytes"_s));
+    EXPECT_EQ(RowsOf(*bystander, u"rows 5"_s), 5);
+    EXPECT_TRUE(FakeServer::Reaches(fake.server.sessions, 1));
+}
+
+TEST(ListenerTest, ClientsThatSayNothingOrStopInTheMiddleAreLeft)
+{
+    server::ListenerOptions options;
+    options.loginTimeout = 150;
+    options.frameTimeout = 100;
+    FakeListener fake(0, options);
+    RawClient silent(fake.Port());
+    RawClient stalled(fake.Port());
+    stalled.Send(QByteArray("\x10\0\0", 3));
+    silent.ReadToEnd();
+    stalled.ReadToEnd();
+    EXPECT_TRUE(fake.Logged(u"no login in time"_s));
+    EXPECT_TRUE(fake.Logged(u"frame not completed in time"_s));
+
+    // Neither limit is for those who are logged in and think.
+    const auto client = LoggedInClient(fake.Port());
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_EQ(RowsOf(*client, u"rows 1"_s), 1);
+}
+
+TEST(ListenerTest, AClientThatDiesInTheMiddleOfAReplyIsForgotten)
+{
+    FakeListener fake;
+    for (int round = 0; round < 5; ++round) {
+        RawClient client(fake.Port());
+        client.Send(wire::EncodeRequest(LoginRequest(), 1));
+        client.Send(wire::EncodeRequest(QueryRequest(u"rows 3000000"_s), 2));
+        EXPECT_TRUE(client.WaitForBytes(100'000));
+        client.socket.abort();
+        EXPECT_TRUE(FakeServer::Reaches(fake.server.brokenReplies, round + 1));
+    }
+    EXPECT_TRUE(FakeServer::Reaches(fake.server.sessions, 0));
+    EXPECT_EQ(RowsOf(*LoggedInClient(fake.Port()), u"rows 1"_s), 1);
+}
+
+TEST(ListenerTest, ALongRequestEndsWhenItsClientHasGone)
+{
+    FakeListener fake;
+    const auto patient = LoggedInClient(fake.Port());
+    {
+        RawClient client(fake.Port());
+        client.Send(wire::EncodeRequest(LoginRequest(), 1));
+        client.Send(wire::EncodeRequest(QueryRequest(u"wait"_s), 2));
+        EXPECT_TRUE(FakeServer::Reaches(fake.server.running, 1));
+        // Others are served meanwhile.
+        EXPECT_EQ(RowsOf(*patient, u"rows 2"_s), 2);
+        EXPECT_EQ(fake.server.interrupted, 0);
+        client.socket.abort();
+    }
+    EXPECT_TRUE(FakeServer::Reaches(fake.server.sessions, 1));
+    EXPECT_GE(fake.server.interrupted, 1);
+}
+
+TEST(ListenerTest, StoppingAnswersWhatRunsAndNoMore)
+{
+    FakeListener fake;
+    const auto busy = LoggedInClient(fake.Port());
+    const auto idle = LoggedInClient(fake.Port());
+    qint64 rows = 0;
+    std::thread query([&] {
+        auto own = LoggedInClient(fake.Port());
+        rows = RowsOf(*own, u"slow 300"_s);
+    });
+    EXPECT_TRUE(FakeServer::Reaches(fake.server.running, 1));
+    fake.listener->Stop();
+    query.join();
+    EXPECT_EQ(rows, 1);
+    EXPECT_EQ(fake.listener->ConnectionCount(), 0);
+    EXPECT_EQ(KindOf([&] { RowsOf(*idle, u"rows 1"_s); }), ErrorKind::Connection);
+    EXPECT_EQ(KindOf([&] { LoggedInClient(fake.Port()); }), ErrorKind::Connection);
+}
+
+TEST(ListenerTest, WhatDoesNotEndByItselfIsInterruptedWhenStopping)
+{
+    server::ListenerOptions options;
+    options.stopTimeout = 50;
+    FakeListener fake(0, options);
+    ErrorKind kind = ErrorKind::Usage;
+    std::thread query([&] {
+        auto own = LoggedInClient(fake.Port());
+        kind = KindOf([&] { RowsOf(*own, u"wait"_s); });
+    });
+    EXPECT_TRUE(FakeServer::Reaches(fake.server.running, 1));
+    fake.listener->Stop();
+    query.join();
+    EXPECT_EQ(kind, ErrorKind::Limit);
+}
+
+TEST(ListenerTest, ServesManyClientsAtOnceUpToItsLimit)
+{
+    server::ListenerOptions options;
+    options.maxConnections = 40;
+    FakeListener fake(0, options);
+    std::vector<std::thread> threads;
+    std::atomic<int> good{0};
+    for (int i = 0; i < 40; ++i) {
+        threads.emplace_back([&, i] {
+            const auto client = LoggedInClient(fake.Port());
+            for (int round = 0; round < 20; ++round)
+                good += RowsOf(*client, u"rows %1"_s.arg(i)) == i ? 1 : 0;
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(good, 800);
+    EXPECT_TRUE(FakeServer::Reaches(fake.server.sessions, 0));
+
+    std::vector<std::unique_ptr<wire::Transport>> clients;
+    for (int i = 0; i < 40; ++i)
+        clients.push_back(LoggedInClient(fake.Port()));
+    EXPECT_EQ(KindOf([&] { LoggedInClient(fake.Port()); }), ErrorKind::Limit);
+    EXPECT_EQ(RowsOf(*clients.back(), u"rows 1"_s), 1);
+}
+
+TEST(ListenerTest, RefusesAddressesThatItCannotOrMustNotUse)
+{
+    FakeListener fake;
+    server::ListenerOptions open;
+    open.address = QHostAddress(QHostAddress::Any);
+    EXPECT_EQ(KindOf([&] { FakeListener other(0, open); }), ErrorKind::Policy);
+    EXPECT_EQ(KindOf([&] { FakeListener other(fake.Port()); }), ErrorKind::Connection);
+    open.plainNetwork = true;
+    const FakeListener other(0, open);
+    EXPECT_EQ(RowsOf(*LoggedInClient(other.Port()), u"rows 1"_s), 1);
+}
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    const QCoreApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}
