@@ -1,3 +1,4 @@
+#include "framework/SiteTreePicker.h"
 #include "framework/frm_ErrorList.h"
 #include "framework/frm_Progress.h"
 #include "tests/framework/ProbeScreen.h"
@@ -78,4 +79,71 @@ TEST(Progress, CountsWithoutLettingTheUserIn)
     progress.Finish(u"修改完毕."_s);
     EXPECT_EQ(progress.Done(), progress.Total());
     EXPECT_FALSE(timerFired);
+}
+
+namespace {
+
+// 快运本部 over 上海中心 (with 浦东一部 and 浦东二部) and 北京中心.
+void FillSites(TTreeView& tree)
+{
+    auto* root = new QTreeWidgetItem(&tree, QStringList(u"快运本部"_s));
+    auto* shanghai = new QTreeWidgetItem(root, QStringList(u"上海中心"_s));
+    new QTreeWidgetItem(shanghai, QStringList(u"浦东一部"_s));
+    new QTreeWidgetItem(shanghai, QStringList(u"浦东二部"_s));
+    new QTreeWidgetItem(root, QStringList(u"北京中心"_s));
+}
+
+QTreeWidgetItem* Site(const Tfrm_SiteTreePicker& picker, const QString& name)
+{
+    return picker.findChild<TTreeView*>()->findItems(name, Qt::MatchExactly | Qt::MatchRecursive).value(0);
+}
+
+} // namespace
+
+TEST(SiteTreePicker, CheckingAParentChecksItsChildrenButPresetsStandAlone)
+{
+    const TProbeHost host;
+    TTreeView sites;
+    FillSites(sites);
+    Tfrm_SiteTreePicker picker(nullptr, sites, true);
+    picker.SetChecked({u"上海中心"_s, u"无此网点"_s});
+    EXPECT_EQ(picker.CheckedList(), u";上海中心;"_s);
+    Site(picker, u"上海中心"_s)->setCheckState(0, Qt::Unchecked);
+    EXPECT_EQ(picker.CheckedList(), QString());
+    Site(picker, u"上海中心"_s)->setCheckState(0, Qt::Checked);
+    EXPECT_EQ(picker.CheckedList(), u";上海中心;浦东一部;浦东二部;"_s);
+
+    Tfrm_SiteTreePicker single(nullptr, sites, false);
+    Site(single, u"上海中心"_s)->setCheckState(0, Qt::Checked);
+    EXPECT_EQ(single.CheckedList(), u";上海中心;"_s);
+}
+
+TEST(SiteTreePicker, FindsByNameAndInitialsRoundTheTree)
+{
+    const TProbeHost host;
+    TTreeView sites;
+    FillSites(sites);
+    Tfrm_SiteTreePicker picker(nullptr, sites, true);
+    const auto current = [&] { return picker.findChild<TTreeView*>()->currentItem()->text(0); };
+    ASSERT_TRUE(picker.FindNext(u"中心"_s));
+    EXPECT_EQ(current(), u"上海中心"_s);
+    ASSERT_TRUE(picker.FindNext(u"中心"_s));
+    EXPECT_EQ(current(), u"北京中心"_s);
+    ASSERT_TRUE(picker.FindNext(u"pdeb"_s));
+    EXPECT_EQ(current(), u"浦东二部"_s);
+    EXPECT_FALSE(picker.FindNext(u"zz"_s));
+}
+
+TEST(SiteTreePicker, GivesTheListOnConfirmationAndNothingOtherwise)
+{
+    TProbeHost host;
+    host.MainForm.show();
+    TTreeView sites;
+    FillSites(sites);
+    host.App.QueueAnswer({u"浦东一部"_s, u"北京中心"_s});
+    EXPECT_EQ(Tfrm_SiteTreePicker::Execute(u"分件"_s, sites, {}), u";浦东一部;北京中心;"_s);
+    host.App.QueueAnswer({u"ok"_s});
+    EXPECT_EQ(Tfrm_SiteTreePicker::Execute(u"分件"_s, sites, u";浦东二部;"_s), u";浦东二部;"_s);
+    host.App.QueueAnswer({u"cancel"_s});
+    EXPECT_EQ(Tfrm_SiteTreePicker::Execute(u"分件"_s, sites, u";浦东二部;"_s), QString());
 }
