@@ -535,10 +535,10 @@ void TClientDataSetEx::Private::DropInsertedRow()
     const int index = view.IndexOf(editRow);
     rows.DropRow(editRow);
     view.RemoveAt(index);
-    EndEdit(TDataSetState::Browse);
     const int wanted = view.IndexOf(back);
     cursor = wanted >= 0 ? wanted : std::min(index, view.Count() - 1);
     bof = eof = cursor < 0;
+    EndEdit(TDataSetState::Browse);
     Notify([&] { Q_EMIT q->RowRemoved(index); });
     NotifyMoved();
     Run(q->AfterScroll);

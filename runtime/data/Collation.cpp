@@ -163,7 +163,8 @@ char16_t ReadInitial(char32_t character)
     constexpr int32_t kRoom = 32;
     UChar buffer[kRoom] = {};
     int32_t length = 0;
-    for (const QChar unit : QStringView(QChar::fromUcs4(character)))
+    const auto units = QChar::fromUcs4(character);
+    for (const QChar unit : QStringView(units))
         buffer[length++] = unit.unicode();
     int32_t limit = length;
     UErrorCode status = U_ZERO_ERROR;
