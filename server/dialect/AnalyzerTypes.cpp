@@ -395,6 +395,7 @@ void Analyzer::VisitConversion(ExpressionPtr& expression)
 {
     auto& call = std::get<Call>(expression->node);
     const bool masked = TakeMask(call, 1);
+    const Position position = expression->start;
     const ExpressionPtr& argument = call.arguments.front();
     const Type from = argument->type;
     const Type to = call.function == Function::ToDate ? Type::Date
@@ -414,7 +415,7 @@ void Analyzer::VisitConversion(ExpressionPtr& expression)
             Convert(call.arguments.front(), Type::Text);
         if (!masked)
             call.mask = DefaultDateMask();
-        DateMask(call.mask).CheckReadable();
+        CheckMask(position, [&] { DateMask(call.mask).CheckReadable(); });
         if (const auto* literal = call.arguments.front()->As<Literal>()) {
             LiteralUse& use = analysis_.literals[static_cast<size_t>(literal->literal)];
             use.conversion = LiteralUse::Conversion::ToDate;
@@ -424,11 +425,11 @@ void Analyzer::VisitConversion(ExpressionPtr& expression)
     } else if (to == Type::Text && from == Type::Date) {
         if (!masked)
             call.mask = DefaultDateMask();
-        DateMask{call.mask};
+        CheckMask(position, [&] { DateMask mask(call.mask); });
     } else if (from == Type::Date) {
         Raise(expression->start, texts::TypeMismatch());
     } else if (masked) {
-        NumberMask{call.mask};
+        CheckMask(position, [&] { NumberMask mask(call.mask); });
     }
     expression->type = to;
 }
@@ -439,7 +440,7 @@ void Analyzer::VisitTruncation(Expression& expression, Call& call)
     if (call.arguments.front()->type == Type::Date) {
         if (!TakeMask(call, 1))
             call.mask = u"dd"_s;
-        DateUnitOf(call.mask);
+        CheckMask(expression.start, [&] { DateUnitOf(call.mask); });
         expression.type = Type::Date;
         return;
     }
@@ -458,6 +459,16 @@ void Analyzer::VisitDecode(Expression& expression, Call& call)
     }
     Compare(compared);
     expression.type = Unite(results, expression.width);
+}
+
+// Runs what reads a format; what it raises gets the place in the text.
+template <typename Read> void Analyzer::CheckMask(Position position, Read&& read) const
+{
+    try {
+        read();
+    } catch (const wire::Error& error) {
+        Raise(position, error.Message());
+    }
 }
 
 // Moves the format from the arguments to the call; false when there is none.
