@@ -16,6 +16,7 @@ namespace wire {
 namespace {
 
 constexpr qsizetype kReadAhead = 16 * 1024;
+constexpr qsizetype kSmallPacket = 512;  // most fit, without growing on the way
 constexpr qsizetype kWorthCompressing = 512; // bytes
 constexpr int kCompressionLevel = 1;
 
@@ -67,6 +68,7 @@ FrameHeader ReadHeader(const char* bytes, quint32 limit)
 
 Packet::Packet(FrameKind kind, quint32 request, quint8 flags)
 {
+    bytes_.Reserve(kSmallPacket);
     Put(quint32(0));
     Put(kProtocolVersion);
     Put(static_cast<quint8>(kind));

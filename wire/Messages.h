@@ -36,7 +36,7 @@ struct RowVerdict {
     bool accepted = false;
     QString reason; // why it was refused
     bool present = false; // the row still exists; `presentValues` holds it
-    std::vector<Value> presentValues; // parallel to ChangeLog::columns; only for refused rows that exist
+    std::vector<Value> presentValues{}; // parallel to ChangeLog::columns; only for refused rows that exist
 };
 
 struct ApplyOutcome {

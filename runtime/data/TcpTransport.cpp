@@ -1,5 +1,6 @@
 #include "runtime/data/SocketConnection.h"
 #include "wire/Codec.h"
+#include "wire/NativeSocket.h"
 
 #include <QHostAddress>
 #include <QNetworkProxy>
@@ -14,7 +15,9 @@ using wire::ErrorKind;
 
 namespace {
 
-// The socket as a sequence of frames, blocking on the caller's thread without an event loop.
+// The socket as a sequence of frames, blocking on the caller's thread without an event loop. Opened and
+// closed by Qt, read and written directly; a QSslSocket, which must see the bytes, would have a channel of
+// its own.
 class SocketChannel : public wire::FrameChannel {
 public:
     explicit SocketChannel(int replyTimeout)
@@ -22,37 +25,47 @@ public:
     {
     }
 
-    QTcpSocket& Socket() noexcept { return socket_; }
+    // Raises what cannot be connected.
+    void Connect(const QString& host, int port, int timeout)
+    {
+        socket_.setProxy(QNetworkProxy::NoProxy);
+        socket_.connectToHost(host, static_cast<quint16>(port));
+        if (!socket_.waitForConnected(timeout))
+            throw Error(ErrorKind::Connection,
+                u"无法连接到服务器 %1:%2：%3"_s.arg(host).arg(port).arg(socket_.errorString()));
+        socket_.setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        socket_.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
+        native_ = wire::NativeSocket(socket_.socketDescriptor());
+    }
+    bool IsLoopback() const { return socket_.peerAddress().isLoopback(); }
 
-protected:
+private:
+    template <typename F> static auto Guarded(F&& work)
+    {
+        try {
+            return work();
+        } catch (const Error& error) {
+            throw Error(ErrorKind::Connection, u"与服务器的连接已中断：%1"_s.arg(error.Message()));
+        }
+    }
+
     qsizetype ReadSome(char* to, qsizetype size, bool /*idle*/) override
     {
-        for (;;) {
-            const qint64 got = socket_.read(to, size);
-            if (got > 0)
-                return static_cast<qsizetype>(got);
-            if (got == 0 && socket_.waitForReadyRead(replyTimeout_))
-                continue;
-            if (socket_.error() == QAbstractSocket::RemoteHostClosedError)
-                return 0;
-            if (socket_.error() == QAbstractSocket::SocketTimeoutError)
-                // Not a broken connection: asking again would only ask too much twice.
-                throw Error(ErrorKind::Limit, u"服务器在%1秒内没有应答！"_s.arg(replyTimeout_ / 1000));
-            throw Error(ErrorKind::Connection, u"与服务器的连接已中断：%1"_s.arg(socket_.errorString()));
-        }
+        const qsizetype got = Guarded([&] { return native_.Receive(to, size, replyTimeout_); });
+        if (got == wire::NativeSocket::kTimedOut)
+            // Not a broken connection: asking again would only ask too much twice.
+            throw Error(ErrorKind::Limit, u"服务器在%1秒内没有应答！"_s.arg(replyTimeout_ / 1000));
+        return got;
     }
 
     void WriteAll(const char* bytes, qsizetype size) override
     {
-        bool sent = socket_.write(bytes, size) >= 0;
-        while (sent && socket_.bytesToWrite() > 0)
-            sent = socket_.waitForBytesWritten(replyTimeout_);
-        if (!sent)
-            throw Error(ErrorKind::Connection, u"与服务器的连接已中断：%1"_s.arg(socket_.errorString()));
+        if (!Guarded([&] { return native_.Send(bytes, size, replyTimeout_); }))
+            throw Error(ErrorKind::Limit, u"服务器在%1秒内没有接收数据！"_s.arg(replyTimeout_ / 1000));
     }
 
-private:
     QTcpSocket socket_;
+    wire::NativeSocket native_;
     int replyTimeout_;
 };
 
@@ -90,16 +103,8 @@ void TcpTransport::Connect()
     if (IsConnected())
         return;
     auto channel = std::make_unique<SocketChannel>(replyTimeout_);
-    QTcpSocket& socket = channel->Socket();
-    socket.setProxy(QNetworkProxy::NoProxy);
-    // Unbuffered: read straight to where the bytes are wanted.
-    socket.connectToHost(host_, static_cast<quint16>(port_), QIODevice::ReadWrite | QIODevice::Unbuffered);
-    if (!socket.waitForConnected(connectTimeout_))
-        throw Error(ErrorKind::Connection,
-            u"无法连接到服务器 %1:%2：%3"_s.arg(host_).arg(port_).arg(socket.errorString()));
-    socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    socket.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
-    remote_ = !socket.peerAddress().isLoopback();
+    channel->Connect(host_, port_, connectTimeout_);
+    remote_ = !channel->IsLoopback();
     number_ = 0;
     channel_ = std::move(channel);
 }

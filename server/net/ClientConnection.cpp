@@ -1,7 +1,7 @@
 #include "server/net/ClientConnection.h"
 
-#include "server/net/NativeSocket.h"
 #include "wire/Codec.h"
+#include "wire/NativeSocket.h"
 
 #include <QDeadlineTimer>
 #include <QTcpSocket>
@@ -16,7 +16,7 @@ using wire::ErrorKind;
 namespace server {
 namespace {
 
-constexpr qsizetype kSendStep = 256 * 1024; // small enough to stay in the cache while it is copied
+constexpr qsizetype kQueueBytes = 32 * 1024;
 constexpr int kFarewell = 1000; // milliseconds
 // A block of rows above this many bytes is sent in parts, far below what a frame may hold.
 constexpr size_t kBlockBytes = wire::kMaxBody / 4;
@@ -31,8 +31,8 @@ size_t BytesOf(const std::vector<wire::Column>& block)
 
 } // namespace
 
-// The client's socket as a sequence of frames. A QSslSocket takes the place of the QTcpSocket when
-// connections are enciphered.
+// The client's socket as a sequence of frames. Opened and closed by Qt, read and written directly; enciphered
+// connections, whose bytes a QSslSocket must see, would have a channel of their own.
 class ClientConnection::Channel : public wire::FrameChannel {
 public:
     explicit Channel(const ListenerOptions& options)
@@ -44,17 +44,33 @@ public:
     // Gives the name of the other end.
     QString Open(qintptr descriptor)
     {
-        // Unbuffered: read straight to where the bytes are wanted.
-        if (!socket_.setSocketDescriptor(
-                descriptor, QAbstractSocket::ConnectedState, QIODevice::ReadWrite | QIODevice::Unbuffered))
+        if (!socket_.setSocketDescriptor(descriptor))
             throw Error(ErrorKind::Connection, socket_.errorString());
         socket_.setSocketOption(QAbstractSocket::LowDelayOption, 1);
         socket_.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
+        native_ = wire::NativeSocket(descriptor);
         return u"%1:%2"_s.arg(socket_.peerAddress().toString()).arg(socket_.peerPort());
     }
     void LoggedIn() noexcept { loginDeadline_ = QDeadlineTimer(QDeadlineTimer::Forever); }
     // Nothing more can be said to this client.
     bool IsBroken() const noexcept { return broken_; }
+
+    // The beginning of a reply waits for its end: most replies are small, and each write wakes the client.
+    void Queue(const wire::Packet& packet)
+    {
+        if (queued_.Size() + packet.Size() > kQueueBytes)
+            Flush();
+        if (packet.Size() > kQueueBytes)
+            Write(packet);
+        else
+            queued_.Append(packet.Data(), packet.Size());
+    }
+    void Flush()
+    {
+        WriteAll(queued_.Begin(), queued_.Size());
+        queued_.Truncate(0);
+    }
+
     // Tells the client why it is being left. What it is still sending is read and forgotten: closing on it
     // would destroy what was said.
     void Refuse(const Error& reason) noexcept
@@ -63,58 +79,53 @@ public:
             return;
         try {
             Write(wire::EncodeError(reason, 0));
-            EndWriting(socket_.socketDescriptor());
+            native_.EndSending();
             char unread[4096];
-            for (const QDeadlineTimer deadline(kFarewell); !deadline.hasExpired();) {
-                const qint64 got = socket_.read(unread, sizeof unread);
-                if (got < 0
-                    || (got == 0 && !socket_.waitForReadyRead(static_cast<int>(deadline.remainingTime()))))
-                    break;
-            }
+            const QDeadlineTimer deadline(kFarewell);
+            while (!deadline.hasExpired()
+                && native_.Receive(unread, sizeof unread, static_cast<int>(deadline.remainingTime())) > 0) { }
         } catch (const std::exception&) {
             // It is gone; the reason is in the log.
         }
     }
 
-protected:
+private:
+    // Remembers that the connection has failed.
+    template <typename F> auto Guarded(F&& work)
+    {
+        try {
+            return work();
+        } catch (const Error&) {
+            broken_ = true;
+            throw;
+        }
+    }
+
     qsizetype ReadSome(char* to, qsizetype size, bool idle) override
     {
-        for (;;) {
-            const qint64 got = socket_.read(to, size);
-            if (got > 0)
-                return static_cast<qsizetype>(got);
-            const int patience = idle ? options_.idleTimeout : options_.frameTimeout;
-            const auto wait = static_cast<int>(loginDeadline_.isForever()
-                    ? patience
-                    : std::min<qint64>(patience, loginDeadline_.remainingTime()));
-            if (got == 0 && socket_.waitForReadyRead(wait))
-                continue;
-            if (socket_.error() == QAbstractSocket::RemoteHostClosedError)
-                return 0;
-            broken_ = socket_.error() != QAbstractSocket::SocketTimeoutError;
-            throw Error(ErrorKind::Connection,
-                broken_                           ? socket_.errorString()
-                    : loginDeadline_.hasExpired() ? u"no login in time"_s
-                    : idle                        ? u"idle for too long"_s
-                                                  : u"frame not completed in time"_s);
-        }
+        const int patience = idle ? options_.idleTimeout : options_.frameTimeout;
+        const qint64 left = loginDeadline_.isForever() ? patience : loginDeadline_.remainingTime();
+        const qsizetype got = Guarded(
+            [&] { return native_.Receive(to, size, static_cast<int>(std::min<qint64>(patience, left))); });
+        if (got != wire::NativeSocket::kTimedOut)
+            return got;
+        throw Error(ErrorKind::Connection,
+            loginDeadline_.hasExpired() ? u"no login in time"_s
+                : idle                  ? u"idle for too long"_s
+                                        : u"frame not completed in time"_s);
     }
 
     void WriteAll(const char* bytes, qsizetype size) override
     {
-        for (qsizetype at = 0; at < size; at += kSendStep) {
-            bool sent = socket_.write(bytes + at, std::min(kSendStep, size - at)) >= 0;
-            while (sent && socket_.bytesToWrite() > 0)
-                sent = socket_.flush() || socket_.waitForBytesWritten(options_.frameTimeout);
-            if (sent)
-                continue;
-            broken_ = true;
-            throw Error(ErrorKind::Connection, u"cannot send: %1"_s.arg(socket_.errorString()));
-        }
+        if (Guarded([&] { return native_.Send(bytes, size, options_.frameTimeout); }))
+            return;
+        broken_ = true;
+        throw Error(ErrorKind::Connection, u"the client takes nothing"_s);
     }
 
-private:
     QTcpSocket socket_;
+    wire::NativeSocket native_;
+    wire::Array<char> queued_;
     const ListenerOptions& options_;
     QDeadlineTimer loginDeadline_;
     bool broken_ = false;
@@ -132,7 +143,7 @@ public:
 
     void Columns(std::vector<wire::ColumnInfo> infos) override
     {
-        channel_.Write(wire::EncodeColumns(infos, number_));
+        channel_.Queue(wire::EncodeColumns(infos, number_));
     }
 
     void Rows(std::vector<wire::Column> block) override
@@ -141,7 +152,7 @@ public:
         const auto parts =
             std::min<qsizetype>(rows, static_cast<qsizetype>(BytesOf(block) / kBlockBytes) + 1);
         if (parts <= 1) {
-            channel_.Write(wire::EncodeRows(block, number_, compress_));
+            channel_.Queue(wire::EncodeRows(block, number_, compress_));
             return;
         }
         const qsizetype step = (rows + parts - 1) / parts;
@@ -149,7 +160,7 @@ public:
             std::vector<wire::Column> part;
             for (const wire::Column& column : block)
                 part.push_back(column.Slice(begin, std::min(step, rows - begin)));
-            channel_.Write(wire::EncodeRows(part, number_, compress_));
+            channel_.Queue(wire::EncodeRows(part, number_, compress_));
         }
     }
 
@@ -205,7 +216,8 @@ void ClientConnection::Answer(Channel& channel, const wire::Request& request, qu
     std::optional<Error> failure;
     try {
         const wire::Reply reply = session_->Handle(request, sink);
-        channel.Write(wire::EncodeDone(reply, number));
+        channel.Queue(wire::EncodeDone(reply, number));
+        channel.Flush();
         if (request.kind == wire::RequestKind::Login) {
             loggedIn_ = true;
             channel.LoggedIn();
@@ -219,8 +231,10 @@ void ClientConnection::Answer(Channel& channel, const wire::Request& request, qu
         Log(u"request failed: %1"_s.arg(QString::fromLocal8Bit(error.what())));
         failure.emplace(ErrorKind::Storage, u"服务器内部错误，请稍后重试！"_s);
     }
-    if (failure)
-        channel.Write(wire::EncodeError(*failure, number));
+    if (failure) {
+        channel.Queue(wire::EncodeError(*failure, number));
+        channel.Flush();
+    }
 }
 
 bool ClientConnection::Begin()
@@ -241,9 +255,8 @@ void ClientConnection::Finish() noexcept
 {
     const std::lock_guard lock(mutex_);
     finishing_ = true;
-    // Only between requests: a socket at the end of its stream is not written to either.
     if (!running_ && descriptor_ != -1)
-        EndReading(descriptor_);
+        wire::NativeSocket(descriptor_).EndReceiving();
 }
 
 void ClientConnection::Interrupt() noexcept
@@ -256,7 +269,7 @@ void ClientConnection::Interrupt() noexcept
 void ClientConnection::InterruptIfAbandoned() noexcept
 {
     const std::lock_guard lock(mutex_);
-    if (running_ && PeerHasClosed(descriptor_))
+    if (running_ && wire::NativeSocket(descriptor_).PeerHasClosed())
         session_->Interrupt();
 }
 

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "wire/Export.h"
+
+#include <QtGlobal>
+
+namespace wire {
+
+// An open TCP socket that somebody else owns, used without going through that owner's buffers and
+// notifications: a small request and its reply cost one system call each on either side. The descriptor is
+// non-blocking; waiting is done here. The calls may run beside one another on different threads.
+class WIRE_EXPORT NativeSocket {
+public:
+    static constexpr qsizetype kTimedOut = -1;
+
+    explicit NativeSocket(qintptr descriptor = -1) noexcept
+        : descriptor_(descriptor)
+    {
+    }
+
+    // Gives the number of bytes read, at least one, or 0 at the end of the stream, or kTimedOut when nothing
+    // came for `timeout` milliseconds. Raises Error(Connection).
+    qsizetype Receive(char* to, qsizetype size, int timeout);
+    // Sends everything. False when nothing could be sent for `timeout` milliseconds. Raises
+    // Error(Connection).
+    bool Send(const char* bytes, qsizetype size, int timeout);
+
+    // The other side has closed or reset the connection, and all that it had sent was read.
+    bool PeerHasClosed() const noexcept;
+    // Lets whoever receives, now or later, come to the end of the stream.
+    void EndReceiving() noexcept;
+    // Tells the other side that nothing more will come.
+    void EndSending() noexcept;
+
+private:
+    qintptr descriptor_;
+};
+
+} // namespace wire
