@@ -288,7 +288,7 @@ void BenchPasses(TClientDataSetEx& set)
     Print("edit two fields and post, each of 10,000", QString::number(edit / 10, 'f', 2) + u" us"_s, {}, 0);
 }
 
-// Answers every query with one row of three columns.
+// Answers every query with one row of three columns, and accepts every change.
 class OneRowTransport final : public wire::Transport {
 public:
     OneRowTransport()
@@ -308,7 +308,10 @@ public:
                 column.AppendText("value");
             sink.Rows(std::move(block));
         }
-        return {};
+        wire::Reply reply;
+        for (const wire::RowChange& row : request.changes.rows)
+            reply.outcome.rows.push_back({row.rowId, true, {}, false, {}});
+        return reply;
     }
 
 private:
@@ -361,6 +364,19 @@ void BenchSmallOpens()
         u"the connection's send alone %1 us"_s.arg(sent, 0, 'f', 2), each / sent);
 }
 
+// What the dataset itself does to save the 10,000 rows edited before.
+void BenchApply(TClientDataSetEx& set)
+{
+    TSocketConnectionEx connection;
+    connection.SetTransport(std::make_unique<OneRowTransport>());
+    connection.Open(u"account"_s, u"password"_s);
+    set.SetRemoteServer(&connection);
+    const double apply = MillisecondsOf([&] { set.ApplyUpdates(); });
+    Print("save 10,000 edited rows, without the server", Ms(apply), {}, 0);
+    if (set.ChangeCount() != 0)
+        qFatal("rows were not accepted");
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -402,5 +418,6 @@ int main(int argc, char** argv)
         BenchSort(set, peer);
     }
     BenchPasses(set);
+    BenchApply(set);
     return EXIT_SUCCESS;
 }
