@@ -17,6 +17,8 @@ constexpr char16_t kNumberMark = u'\uE004';
 constexpr char16_t kTextListMark = u'\uE005';
 constexpr char16_t kNumberListMark = u'\uE006';
 
+constexpr size_t kUsualLiterals = 16;
+
 enum class CharClass : quint8 { Other, Blank, Word, Digit };
 
 constexpr std::array<CharClass, 128> kClasses = [] {
@@ -88,6 +90,7 @@ void Lexer::Read(QStringView text)
     tokens_.clear();
     shape_.clear();
     literals_ = {};
+    literals_.reserve(kUsualLiterals);
     openList_ = -1;
     for (SkipBlanks(); at_ < text_.size(); SkipBlanks()) {
         const QChar next = text_[at_];
@@ -109,20 +112,23 @@ void Lexer::Read(QStringView text)
                 ReadSymbol();
         }
     }
-    tokens_.push_back({TokenKind::End, text_.size(), 0, -1});
+    tokens_.push_back({TokenKind::End, static_cast<int>(text_.size()), 0, -1});
 }
 
 void Lexer::SkipBlanks()
 {
+    const auto next = [this](qsizetype ahead) {
+        return at_ + ahead < text_.size() ? text_[at_ + ahead].unicode() : u'\0';
+    };
     while (at_ < text_.size()) {
         if (ClassOf(text_[at_]) == CharClass::Blank) {
             ++at_;
-        } else if (text_.sliced(at_).startsWith(u"/*")) {
+        } else if (next(0) == u'/' && next(1) == u'*') {
             const Position end = text_.indexOf(u"*/", at_ + 2);
             if (end < 0)
                 throw SyntaxError(text_, at_, texts::OpenComment());
             at_ = end + 2;
-        } else if (text_.sliced(at_).startsWith(u"--")) {
+        } else if (next(0) == u'-' && next(1) == u'-') {
             while (at_ < text_.size() && text_[at_] != u'\n' && text_[at_] != u'\r')
                 ++at_;
         } else {
@@ -152,7 +158,8 @@ void Lexer::ReadQuotedName()
     at_ = end + 1;
     shape_.append(text_.utf16() + start, static_cast<size_t>(at_ - start));
     openList_ = -1;
-    tokens_.push_back({TokenKind::QuotedName, start + 1, end - start - 1, -1});
+    tokens_.push_back(
+        {TokenKind::QuotedName, static_cast<int>(start) + 1, static_cast<int>(end - start) - 1, -1});
 }
 
 void Lexer::ReadText()
@@ -208,16 +215,18 @@ void Lexer::ReadNumber()
         if (at_ == exponent)
             at_ = mark;
     }
-    const QByteArray number = text_.sliced(start, at_ - start).toLatin1();
-    if (whole) {
+    const QStringView digitsRead = text_.sliced(start, at_ - start);
+    constexpr qsizetype kDigitsThatFit = 18;
+    if (whole && digitsRead.size() <= kDigitsThatFit) {
         qint64 value = 0;
-        if (std::from_chars(number.begin(), number.end(), value).ec == std::errc()) {
-            literals_.emplace_back(value);
-            AddToShape(kIntegerMark);
-            Add(TokenKind::Integer, start, static_cast<int>(literals_.size()) - 1);
-            return;
-        }
+        for (const QChar digit : digitsRead)
+            value = value * 10 + (digit.unicode() - u'0');
+        literals_.emplace_back(value);
+        AddToShape(kIntegerMark);
+        Add(TokenKind::Integer, start, static_cast<int>(literals_.size()) - 1);
+        return;
     }
+    const QByteArray number = digitsRead.toLatin1();
     double value = 0;
     if (std::from_chars(number.begin(), number.end(), value).ec != std::errc())
         throw SyntaxError(text_, start, texts::BadNumber(QString::fromLatin1(number)));
@@ -300,7 +309,7 @@ void Lexer::FoldList()
 
 void Lexer::Add(TokenKind kind, Position start, int literal)
 {
-    tokens_.push_back({kind, start, at_ - start, literal});
+    tokens_.push_back({kind, static_cast<int>(start), static_cast<int>(at_ - start), literal});
 }
 
 void Lexer::AddToShape(char16_t mark)
@@ -311,6 +320,7 @@ void Lexer::AddToShape(char16_t mark)
 bool Lexer::LastIs(QStringView keyword) const
 {
     return !tokens_.empty() && tokens_.back().kind == TokenKind::Word
+        && tokens_.back().length == keyword.size()
         && Text(tokens_.back()).compare(keyword, Qt::CaseInsensitive) == 0;
 }
 

@@ -30,8 +30,8 @@ enum class TokenKind : quint8 {
 
 struct Token {
     TokenKind kind = TokenKind::End;
-    Position start = 0;
-    Position length = 0;
+    int start = 0;
+    int length = 0;
     int literal = -1; // position among the literals
 };
 
