@@ -1,0 +1,75 @@
+#include "tests/orders/OrderDesk.h"
+
+#include "demo/Schema.h"
+#include "module/data/dm_BasicData.h"
+#include "module/data/dm_GlobalData.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+wire::RowSet OrderRows(const std::vector<OrderFields>& orders)
+{
+    const demo::TableDef* table = demo::FindTable(u"tab_zelmor_bill");
+    std::vector<wire::ColumnInfo> infos;
+    for (const demo::ColumnDef& column : table->columns) {
+        infos.push_back({.name = column.name,
+            .type = column.type,
+            .width = column.width,
+            .key = table->primaryKey.front() == column.name,
+            .guard = column.name == u"STATUS"_s || column.name == u"REC_SITE"_s
+                || column.name == u"PREPARE_SITE"_s,
+            .stored = true});
+    }
+    std::vector<std::vector<wire::Value>> rows;
+    for (const OrderFields& order : orders) {
+        std::vector<wire::Value>& row = rows.emplace_back(infos.size());
+        for (size_t i = 0; i < infos.size(); ++i) {
+            if (const auto found = order.find(infos[i].name); found != order.end())
+                row[i] = found->second;
+        }
+    }
+    return MakeRows(infos, rows);
+}
+
+OrderDesk::OrderDesk()
+{
+    host.Server.OnQuery = [this](const QString& sqlText) {
+        if (sqlText.contains(u"from tab_zelmor_bill"_s))
+            return OrderRows(orders);
+        if (sqlText.contains(u"from tab_site"_s)) {
+            return MakeTextRows({u"SITE_NAME"_s, u"SITE_CODE"_s, u"SUPERIOR_SITE"_s},
+                {{u"浦东二部"_s, u"2102"_s, u"上海中心"_s}});
+        }
+        return MakeTextRows({u"TX_LOGISTIC_ID"_s, u"ITEM_NAME"_s, u"PIECE"_s, u"REMARK"_s}, {});
+    };
+    host.Server.OnApply = [this](const wire::ChangeLog& changes) {
+        saves.push_back(changes);
+        if (onSave)
+            return onSave(changes);
+        wire::ApplyOutcome outcome;
+        for (const wire::RowChange& row : changes.rows)
+            outcome.rows.push_back({.rowId = row.rowId, .accepted = true, .reason = {}});
+        return outcome;
+    };
+    dm_BasicData = new Tdm_BasicData;
+    dm_BasicData->HostConnection = &host.Connection;
+    dm_GlobalData = new Tdm_GlobalData;
+    dm_GlobalData->DataModuleCreate();
+}
+
+OrderDesk::~OrderDesk()
+{
+    const std::vector<TForm*> forms = host.Scr.Forms();
+    for (TForm* form : forms)
+        delete form;
+    delete std::exchange(dm_BasicData, nullptr);
+    delete std::exchange(dm_GlobalData, nullptr);
+}
+
+wire::Value SavedValue(const wire::ChangeLog& save, size_t row, const QString& field)
+{
+    for (const wire::CellChange& cell : save.rows.at(row).cells) {
+        if (save.columns[cell.column].name == field)
+            return cell.current;
+    }
+    return {};
+}

@@ -1,0 +1,264 @@
+#include "framework/frm_ErrorList.h"
+#include "orders/frm_AcceptBill.h"
+#include "tests/orders/OrderDesk.h"
+
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class AcceptScreen : public ::testing::Test {
+protected:
+    AcceptScreen()
+    {
+        desk.orders = {Waiting(u"T1"_s, u";浦东一部;"_s), Waiting(u"T2"_s, u";浦东一部;浦东二部;"_s),
+            Waiting(u"T3"_s, u";浦东二部;"_s)};
+    }
+
+    static OrderFields Waiting(const QString& number, const QString& candidates)
+    {
+        return {{u"TX_LOGISTIC_ID"_s, number}, {u"STATUS"_s, 0}, {u"BL_CANCEL"_s, 0},
+            {u"PREPARE_SITE"_s, candidates}};
+    }
+
+    void Open()
+    {
+        screen = new Tfrm_AcceptBill(&desk.host.App);
+        screen->Show();
+        QCoreApplication::processEvents();
+        desk.host.TakeMessages();
+        grid = screen->findChild<TDataView*>(u"DataView1"_s)->DataViewGrid;
+        cds = screen->findChild<TClientDataSetEx*>(u"cds"_s);
+    }
+    void Press(const QString& button)
+    {
+        auto* control = screen->findChild<QAbstractButton*>(button);
+        ASSERT_NE(control, nullptr);
+        control->click();
+        QCoreApplication::processEvents();
+    }
+    void Accept(int recNo)
+    {
+        cds->SetRecNo(recNo);
+        cds->Edit();
+        cds->FieldByName(u"STATUS").SetAsInteger(1);
+    }
+
+    OrderDesk desk;
+    Tfrm_AcceptBill* screen = nullptr;
+    TDBGridEh* grid = nullptr;
+    TClientDataSetEx* cds = nullptr;
+};
+
+wire::ApplyOutcome RejectSecond(const wire::ChangeLog& changes)
+{
+    wire::ApplyOutcome outcome;
+    for (size_t i = 0; i < changes.rows.size(); ++i) {
+        outcome.rows.push_back({.rowId = changes.rows[i].rowId,
+            .accepted = i != 1,
+            .reason = i != 1 ? QString() : u"该记录已被其他用户修改！"_s});
+    }
+    return outcome;
+}
+
+} // namespace
+
+TEST_F(AcceptScreen, OpensOnTodaysWaitingOrdersWithWhatABranchMayDo)
+{
+    Open();
+    EXPECT_EQ(screen->Caption(), u"网点接单"_s);
+    EXPECT_TRUE(desk.host.Server.Queries().contains(
+        u"select /*+index(a,TAB_ZELMOR_BILL_I3)*/a.* from tab_zelmor_bill a where a.create_date between "
+        "to_date('2024-01-31 00:00:00','yyyy-mm-dd hh24:mi:ss') and to_date('2024-01-31 "
+        "23:59:59','yyyy-mm-dd "
+        "hh24:mi:ss')   and a.bl_dispart=1 and a.status=0 and a.PREPARE_SITE like '%;浦东一部;%' order by "
+        "a.CREATE_DATE desc"_s));
+    EXPECT_EQ(
+        grid->Column(grid->ColumnIndex(u"STATUS")).pickList, QStringList({u"等待接单"_s, u"接单成功"_s}));
+    EXPECT_FALSE(screen->findChild<QWidget*>(u"DBEditEh2"_s)->isVisible());
+    // An order that is not offered here stands out.
+    TCellParams params;
+    grid->OnGetCellParams(grid->Column(1), 0, params);
+    EXPECT_NE(params.background, QColor(0xFF, 0xB7, 0xB5));
+    grid->OnGetCellParams(grid->Column(1), 2, params);
+    EXPECT_EQ(params.background, QColor(0xFF, 0xB7, 0xB5));
+}
+
+TEST_F(AcceptScreen, HeadquartersMayRefuseAndSearchByNumberAndSite)
+{
+    desk.host.SetValue(u"site"_s, u"快运本部"_s);
+    Open();
+    EXPECT_EQ(grid->Column(grid->ColumnIndex(u"STATUS")).pickList,
+        QStringList({u"等待接单"_s, u"接单成功"_s, u"接单失败"_s}));
+    screen->findChild<TDBEditEh*>(u"DBEditEh2"_s)->SetText(u"T9"_s);
+    Press(u"Button4"_s);
+    EXPECT_TRUE(desk.host.Server.Queries().filter(u"a.TX_LOGISTIC_ID='T9'"_s).size() == 1);
+}
+
+TEST_F(AcceptScreen, ARangeOfMoreThanThirtyDaysAsksNothing)
+{
+    Open();
+    screen->findChild<TDBDateTimeEditEh*>(u"DBDateTimeEditEh1"_s)->SetText(u"2024-01-01 23:59:58"_s);
+    desk.host.Server.Requests.clear();
+    Press(u"Button4"_s);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：结束日期不能超过开始日期\"30\"天！"_s));
+    EXPECT_TRUE(desk.host.Server.Requests.empty());
+    EXPECT_EQ(cds->RecordCount(), 3);
+}
+
+TEST_F(AcceptScreen, BatchAcceptanceTakesTheSelectedRowsAndStopsAtTheFirstRefused)
+{
+    Open();
+    screen->findChild<TDBPageLookup_Employee*>(u"DBPageLookup_Employee1"_s)->SetText(u"韩梅梅"_s);
+    grid->SelectRows({cds->ViewBookmark(0), cds->ViewBookmark(1)});
+    Press(u"BatchAcceptBillButton"_s);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：已成功批量接单！"_s));
+    EXPECT_EQ(cds->ChangeCount(), 2);
+    EXPECT_TRUE(grid->SelectedRows().empty());
+    EXPECT_TRUE(screen->findChild<TDBPageLookup_Employee*>(u"DBPageLookup_Employee1"_s)->Text().isEmpty());
+    EXPECT_TRUE(desk.saves.empty());
+
+    Press(u"Button1"_s);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：数据保存成功！"_s));
+    ASSERT_EQ(desk.saves.size(), 1u);
+    for (size_t row = 0; row < 2; ++row) {
+        EXPECT_EQ(wire::ToText(SavedValue(desk.saves[0], row, u"STATUS"_s)), u"1"_s);
+        EXPECT_EQ(wire::ToText(SavedValue(desk.saves[0], row, u"REC_SITE"_s)), u"浦东一部"_s);
+        EXPECT_EQ(wire::ToText(SavedValue(desk.saves[0], row, u"REC_GOODS_MAN"_s)), u"韩梅梅"_s);
+        EXPECT_EQ(wire::ToText(SavedValue(desk.saves[0], row, u"MODIFIER"_s)), u"李雷"_s);
+    }
+
+    // The third order is another site's: its rule stops the loop, and says why.
+    grid->SelectRows({cds->ViewBookmark(2), cds->ViewBookmark(0)});
+    Press(u"BatchAcceptBillButton"_s);
+    const QStringList messages = desk.host.TakeMessages();
+    EXPECT_TRUE(messages.contains(u"详细：已转单订单不能进行\"接件成功\"、\"接件失败\"操作！"_s));
+    EXPECT_FALSE(messages.contains(u"详细：已成功批量接单！"_s));
+    EXPECT_TRUE(grid->SelectedRows().empty());
+}
+
+TEST_F(AcceptScreen, SavingNothingSendsNothing)
+{
+    Open();
+    desk.host.Server.Requests.clear();
+    Press(u"Button1"_s);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：没有改变任何数据，因此不需要保存！"_s));
+    EXPECT_TRUE(desk.host.Server.Requests.empty());
+}
+
+TEST_F(AcceptScreen, OrdersLostToAnotherSiteAreListedAndTheListIsReadAgain)
+{
+    Open();
+    Accept(1);
+    cds->Post();
+    Accept(2); // the save posts it
+    desk.onSave = RejectSecond;
+    desk.orders = {Waiting(u"T9"_s, u";浦东一部;"_s)};
+    QStringList listed;
+    QString text;
+    QTimer::singleShot(0, screen, [&] {
+        for (TForm* form : desk.host.Scr.Forms()) {
+            if (auto* list = qobject_cast<Tfrm_ErrorList*>(form)) {
+                text = list->findChild<QLabel*>(u"Label1"_s)->text();
+                listed = list->RowsAsText().split(u'\n', Qt::SkipEmptyParts);
+            }
+        }
+    });
+    Press(u"Button1"_s);
+    EXPECT_EQ(text, u"以下泽摩订单接单失败，其可能被其它网点接单！"_s);
+    ASSERT_EQ(listed.size(), 2);
+    EXPECT_TRUE(listed[1].contains(u"T2"_s)) << qUtf8Printable(listed[1]);
+    EXPECT_TRUE(listed[1].contains(u"该记录已被其他用户修改！"_s));
+    EXPECT_EQ(cds->RecordCount(), 1);
+    EXPECT_EQ(cds->ChangeCount(), 0);
+    EXPECT_FALSE(screen->findChild<TClientDataSetEx*>(u"cdsErr"_s)->Active());
+}
+
+TEST_F(AcceptScreen, ASaveThatDoesNotReachTheServerKeepsEverythingForTheNext)
+{
+    Open();
+    Accept(1);
+    desk.onSave = [](const wire::ChangeLog&) -> wire::ApplyOutcome {
+        throw wire::Error(wire::ErrorKind::Connection, u"与服务器的连接已中断"_s);
+    };
+    Press(u"Button1"_s);
+    const QStringList messages = desk.host.TakeMessages();
+    ASSERT_EQ(messages.size(), 1);
+    EXPECT_EQ(messages[0], u"详细：与服务器的连接已中断"_s);
+    EXPECT_EQ(cds->ChangeCount(), 1);
+    EXPECT_EQ(cds->RecordCount(), 3);
+
+    desk.onSave = nullptr;
+    Press(u"Button1"_s);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：数据保存成功！"_s));
+    EXPECT_EQ(cds->ChangeCount(), 0);
+}
+
+TEST_F(AcceptScreen, TransferRewritesTheCandidatesOfAWaitingOrder)
+{
+    Open();
+    cds->SetRecNo(1);
+    desk.host.App.QueueAnswer({u"cancel"_s});
+    Press(u"Button2"_s);
+    EXPECT_EQ(cds->ChangeCount(), 0);
+
+    // A name that the list does not know goes as typed.
+    desk.host.App.QueueAnswer({u"徐汇一部"_s});
+    Press(u"Button2"_s);
+    EXPECT_EQ(cds->FieldByName(u"PREPARE_SITE").AsString(), u";徐汇一部;"_s);
+    EXPECT_EQ(cds->ChangeCount(), 1);
+
+    // ";浦东一部;浦东二部;" keeps one name and two semicolons of its own.
+    cds->SetRecNo(2);
+    desk.host.App.QueueAnswer({QString(193, u'甲')});
+    Press(u"Button2"_s);
+    EXPECT_EQ(cds->FieldByName(u"PREPARE_SITE").AsString().size(), 200);
+    EXPECT_EQ(cds->ChangeCount(), 2);
+    cds->UndoCurrentRow();
+    desk.host.App.QueueAnswer({QString(194, u'乙')});
+    Press(u"Button2"_s);
+    EXPECT_EQ(desk.host.TakeMessages(),
+        QStringList(u"详细：转单以后\"可接单网点\"长度为\"201\"，超过\"200\"个字符的最大长度！"_s));
+    EXPECT_EQ(cds->ChangeCount(), 1);
+
+    cds->SetRecNo(3);
+    cds->Edit();
+    cds->FieldByName(u"STATUS").SetAsInteger(1);
+    Press(u"Button2"_s);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：转单时\"状态\"必须为\"等待接单\"状态！"_s));
+}
+
+TEST_F(AcceptScreen, EveryFifteenMinutesTheListIsReadAgainUnlessItHoldsChanges)
+{
+    Open();
+    const auto tick = [this](int times) {
+        auto* timer = screen->findChild<QTimer*>(u"Timer1"_s);
+        ASSERT_EQ(timer->interval(), 60'000);
+        // Due at once, as often as asked.
+        timer->setSingleShot(true);
+        QSignalSpy due(timer, &QTimer::timeout);
+        for (int i = 0; i < times; ++i) {
+            timer->start(0);
+            while (due.size() <= i)
+                QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        }
+        timer->setInterval(60'000);
+    };
+    desk.orders = {Waiting(u"T9"_s, u";浦东一部;"_s)};
+    tick(14);
+    EXPECT_EQ(cds->RecordCount(), 3);
+    EXPECT_TRUE(desk.host.TakeMessages().isEmpty());
+    tick(1);
+    EXPECT_EQ(cds->RecordCount(), 1);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：您还有未接单泽摩订单，请尽快处理！"_s));
+
+    Accept(1);
+    cds->Post();
+    desk.orders.clear();
+    tick(15);
+    EXPECT_EQ(cds->RecordCount(), 1) << "changes would have been lost";
+    EXPECT_EQ(desk.host.TakeMessages().size(), 1);
+}
