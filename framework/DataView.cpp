@@ -2,6 +2,7 @@
 
 #include "framework/DataViewLayout.h"
 #include "module/data/LayoutStorage.h"
+#include "runtime/ui/Style.h"
 
 #include <QLabel>
 #include <QPainter>
@@ -37,9 +38,7 @@ TDataView::TDataView(QWidget* parent, const QString& name)
     layout->addWidget(DataViewGrid, 1);
     setFocusProxy(DataViewGrid);
 
-    QFont gridFont(u"宋体"_s);
-    gridFont.setPixelSize(12);
-    DataViewGrid->setFont(gridFont);
+    DataViewGrid->setFont(ScreenFont());
     DataViewGrid->setAccessibleName(u"列表"_s);
     DataViewGrid->AllowInsert = false;
     DataViewGrid->AllowDelete = false;

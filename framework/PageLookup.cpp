@@ -206,7 +206,7 @@ void TDBPageLookup::ShowList()
     for (const TColumnEh& column : fields_.columns)
         width += Scaled(*this, column.width);
     const int rowHeight = grid_->verticalHeader()->defaultSectionSize();
-    const int height = rowHeight * (kRowsShown + 1) + foot_->sizeHint().height();
+    const int height = rowHeight * (kRowsShown + 2) + foot_->sizeHint().height();
     PlacePopup(*popup_, *this, QSize(std::max(width, this->width()), height));
     popup_->show();
     window()->installEventFilter(this);

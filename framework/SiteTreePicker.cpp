@@ -58,7 +58,7 @@ Tfrm_SiteTreePicker::Tfrm_SiteTreePicker(QObject* owner, const TTreeView& sites,
     layout->addLayout(search);
     layout->addWidget(Tree1, 1);
     layout->addLayout(buttons);
-    resize(fontMetrics().averageCharWidth() * 60, fontMetrics().lineSpacing() * 32);
+    resize(fontMetrics().averageCharWidth() * 42, fontMetrics().lineSpacing() * 32);
 
     connect(Tree1, &QTreeWidget::itemChanged, this, &Tfrm_SiteTreePicker::TreeItemChanged);
     connect(Edit1, &QLineEdit::returnPressed, this, [this] { FindNext(Edit1->text()); });

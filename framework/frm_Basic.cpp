@@ -3,6 +3,7 @@
 #include "framework/DataView.h"
 #include "module/data/dm_BasicData.h"
 #include "runtime/ui/Application.h"
+#include "runtime/ui/Style.h"
 
 #include <QAbstractItemView>
 #include <QCoreApplication>
@@ -37,7 +38,7 @@ Tfrm_Basic::Tfrm_Basic(QObject* owner, const QString& name)
     FormStyle = TFormStyle::MDIChild;
     OpenMaximized = true;
     KeyPreview = true;
-    setFont(QFont(u"宋体"_s, 9));
+    setFont(ScreenFont());
     resize(kDefaultWidth, kDefaultHeight);
 }
 

@@ -62,7 +62,7 @@ Tfrm_ErrorList::Tfrm_ErrorList(QObject* owner)
     layout->addWidget(Grid1, 1);
     layout->addLayout(buttons);
     const int character = fontMetrics().averageCharWidth();
-    resize(character * 130, fontMetrics().lineSpacing() * 26);
+    resize(character * 72, fontMetrics().lineSpacing() * 26);
 
     connect(Button1, &QPushButton::clicked, this, [this] { Close(); });
     connect(Button2, &QPushButton::clicked, this, &Tfrm_ErrorList::Copy);

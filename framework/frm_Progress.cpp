@@ -35,7 +35,7 @@ Tfrm_Progress::Tfrm_Progress(QObject* owner, const QString& caption)
     layout->addWidget(Label1);
     layout->addWidget(ProgressBar1);
     layout->addWidget(Label2);
-    setMinimumWidth(fontMetrics().averageCharWidth() * 60);
+    setMinimumWidth(fontMetrics().averageCharWidth() * 36);
 }
 
 void Tfrm_Progress::Start(const QString& text, int total)

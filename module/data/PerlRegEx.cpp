@@ -15,6 +15,11 @@ struct FreeTables {
     }
 };
 
+// A pattern comes from the host's settings and a subject from a keyboard or a clipboard: neither may hang the
+// screen or run through the stack (a level of recursion takes about 500 bytes of it).
+constexpr unsigned long kMatchLimit = 1'000'000;
+constexpr unsigned long kRecursionLimit = 1'500;
+
 const unsigned char* CharacterTables()
 {
     static const std::unique_ptr<const unsigned char, FreeTables> tables(pcre_maketables());
@@ -59,7 +64,11 @@ bool TPerlRegEx::Match()
     if (!compiled_)
         Compile();
     const QByteArray subject = subject_.toUtf8();
-    const int result = pcre_exec(static_cast<const pcre*>(compiled_.get()), nullptr, subject.constData(),
+    pcre_extra limits{};
+    limits.flags = PCRE_EXTRA_MATCH_LIMIT | PCRE_EXTRA_MATCH_LIMIT_RECURSION;
+    limits.match_limit = kMatchLimit;
+    limits.match_limit_recursion = kRecursionLimit;
+    const int result = pcre_exec(static_cast<const pcre*>(compiled_.get()), &limits, subject.constData(),
         static_cast<int>(subject.size()), 0, 0, nullptr, 0);
     if (result < 0 && result != PCRE_ERROR_NOMATCH)
         throw wire::Error(

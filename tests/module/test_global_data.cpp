@@ -150,4 +150,9 @@ TEST(PerlRegEx, MatchesCharactersAndFollowsANewPattern)
     regEx.SetRegEx(u"^(a+)+$"_s);
     regEx.SetSubject(QString(64, u'a') + u'b');
     EXPECT_THROW(regEx.Match(), wire::Error);
+    regEx.SetRegEx(u"^(a|b)*$"_s);
+    regEx.SetSubject(QString(1'000'000, u'a'));
+    EXPECT_THROW(regEx.Match(), wire::Error);
+    regEx.SetSubject(QString(200, u'b'));
+    EXPECT_TRUE(regEx.Match());
 }
