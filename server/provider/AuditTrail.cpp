@@ -1,27 +1,45 @@
 #include "server/provider/AuditTrail.h"
 
+#include <QStringConverter>
+
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
 namespace server {
 namespace {
 
-void AppendText(std::string& text, std::string_view utf8)
+// Escapes what stands from `begin` on, as JSON wants it; there is rarely anything to do.
+void EscapeFrom(std::string& text, size_t begin)
 {
     constexpr std::string_view kHex = "0123456789abcdef";
-    text += '"';
-    for (const char c : utf8) {
-        if (c == '"' || c == '\\') {
-            text += '\\';
-            text += c;
-        } else if (static_cast<unsigned char>(c) < 0x20) {
+    const auto special = [](char c) { return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20; };
+    if (std::none_of(text.begin() + static_cast<std::ptrdiff_t>(begin), text.end(), special))
+        return;
+    const std::string plain = text.substr(begin);
+    text.resize(begin);
+    for (const char c : plain) {
+        if (static_cast<unsigned char>(c) < 0x20) {
             text += "\\u00";
             text += kHex[static_cast<unsigned char>(c) >> 4];
             text += kHex[c & 15];
-        } else {
-            text += c;
+            continue;
         }
+        if (special(c))
+            text += '\\';
+        text += c;
     }
+}
+
+void AppendText(std::string& text, QStringView value)
+{
+    QStringEncoder encode(QStringEncoder::Utf8);
+    text += '"';
+    const size_t begin = text.size();
+    text.resize(begin + static_cast<size_t>(encode.requiredSpace(value.size())));
+    const char* const end = encode.appendToBuffer(text.data() + begin, value);
+    text.resize(static_cast<size_t>(end - text.data()));
+    EscapeFrom(text, begin);
     text += '"';
 }
 
@@ -40,10 +58,10 @@ void AppendValue(std::string& text, const wire::Value& value)
         AppendNumber(text, *number);
     else if (wire::IsNull(value))
         text += "null";
-    else {
-        const QByteArray utf8 = wire::ToText(value).toUtf8();
-        AppendText(text, {utf8.constData(), static_cast<size_t>(utf8.size())});
-    }
+    else if (const auto* string = std::get_if<QString>(&value))
+        AppendText(text, *string);
+    else
+        AppendText(text, wire::ToText(value));
 }
 
 } // namespace
@@ -51,8 +69,10 @@ void AppendValue(std::string& text, const wire::Value& value)
 void AuditFields::AddName(std::string_view name)
 {
     text_ += text_.empty() ? '{' : ',';
-    AppendText(text_, name);
-    text_ += ':';
+    // Column names need no escapes.
+    text_ += '"';
+    text_ += name;
+    text_ += "\":";
 }
 
 void AuditFields::Add(std::string_view column, const wire::Value& original, const wire::Value& current)

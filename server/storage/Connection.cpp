@@ -12,6 +12,12 @@ namespace {
 constexpr size_t kPreparedStatements = 200;
 constexpr int kConnections = 16;
 
+std::shared_ptr<const DatabaseCatalog> ReadCatalog(const QString& file)
+{
+    Database database(file, OpenMode::Serve);
+    return std::make_shared<const DatabaseCatalog>(database);
+}
+
 } // namespace
 
 PreparedStatement::PreparedStatement(Database& database, std::shared_ptr<const dialect::Translation> source)
@@ -69,9 +75,9 @@ void Connection::DropLeastUsed()
 
 ConnectionPool::ConnectionPool(const QString& file)
     : file_(file)
+    , catalog_(ReadCatalog(file))
+    , checkpointer_(file)
 {
-    Database database(file, OpenMode::Serve);
-    catalog_ = std::make_shared<const DatabaseCatalog>(database);
 }
 
 ConnectionPool::Lease ConnectionPool::Lend()
@@ -87,7 +93,9 @@ ConnectionPool::Lease ConnectionPool::Lend()
         }
     }
     try {
-        return {*this, std::make_unique<Connection>(file_, catalog_)};
+        auto connection = std::make_unique<Connection>(file_, catalog_);
+        checkpointer_.Watch(connection->Base());
+        return {*this, std::move(connection)};
     } catch (...) {
         GiveBack(nullptr);
         throw;

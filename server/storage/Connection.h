@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/storage/Checkpointer.h"
 #include "server/storage/DatabaseCatalog.h"
 #include "server/storage/RowReader.h"
 
@@ -82,6 +83,7 @@ private:
 
     QString file_;
     std::shared_ptr<const DatabaseCatalog> catalog_;
+    Checkpointer checkpointer_;
     std::mutex mutex_;
     std::condition_variable returned_;
     std::vector<std::unique_ptr<Connection>> idle_; // the last used last, its memory still warm

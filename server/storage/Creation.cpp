@@ -42,7 +42,7 @@ create table zelmor_audit(
     ACTION TEXT(10) not null,
     ROW_KEY TEXT(200),
     FIELDS TEXT(4000));
-create index ZELMOR_AUDIT_I on zelmor_audit(ROW_KEY);
+create index ZELMOR_AUDIT_I on zelmor_audit(AUDIT_DATE);
 create table zelmor_request(
     CLIENT BLOB not null,
     NUMBER INTEGER not null,

@@ -3,6 +3,8 @@
 #include "server/Texts.h"
 #include "server/dialect/SqliteFunctions.h"
 
+#include <QStringConverter>
+
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -13,6 +15,14 @@ namespace {
 namespace texts = server::texts;
 
 constexpr int kBusyMilliseconds = 10'000;
+
+// Counting every allocation costs a lock each and serves nobody here. Too late, and refused, where something
+// else in the process has used SQLite before.
+void ConfigureLibrary()
+{
+    static const int configured = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+    (void)configured;
+}
 
 struct Fault {
     wire::ErrorKind kind;
@@ -74,12 +84,14 @@ Statement::Statement(sqlite3* database, std::string_view sql)
 
 Statement::Statement(Statement&& other) noexcept
     : statement_(std::exchange(other.statement_, nullptr))
+    , texts_(std::move(other.texts_))
 {
 }
 
 Statement& Statement::operator=(Statement&& other) noexcept
 {
     std::swap(statement_, other.statement_);
+    std::swap(texts_, other.texts_);
     return *this;
 }
 
@@ -91,15 +103,9 @@ Statement::~Statement()
 void Statement::Bind(int parameter, const wire::Value& value)
 {
     switch (value.index()) {
-    case 1: {
-        const QByteArray utf8 = std::get<QString>(value).toUtf8();
-        if (utf8.isEmpty())
-            sqlite3_bind_null(statement_, parameter);
-        else
-            sqlite3_bind_text64(statement_, parameter, utf8.constData(),
-                static_cast<sqlite3_uint64>(utf8.size()), SQLITE_TRANSIENT, SQLITE_UTF8);
+    case 1:
+        BindText(parameter, std::get<QString>(value));
         break;
-    }
     case 2:
         sqlite3_bind_int64(statement_, parameter, std::get<qint64>(value));
         break;
@@ -112,6 +118,24 @@ void Statement::Bind(int parameter, const wire::Value& value)
     default:
         sqlite3_bind_null(statement_, parameter);
     }
+}
+
+void Statement::BindText(int parameter, const QString& text)
+{
+    if (text.isEmpty()) {
+        BindNull(parameter);
+        return;
+    }
+    const auto index = static_cast<size_t>(parameter);
+    if (texts_.size() <= index)
+        texts_.resize(index + 1);
+    if (!texts_[index])
+        texts_[index] = std::make_unique<std::string>();
+    std::string& utf8 = *texts_[index];
+    QStringEncoder encode(QStringEncoder::Utf8);
+    utf8.resize(static_cast<size_t>(encode.requiredSpace(text.size())));
+    const char* const end = encode.appendToBuffer(utf8.data(), text);
+    BindUtf8(parameter, {utf8.data(), static_cast<size_t>(end - utf8.data())});
 }
 
 void Statement::BindUtf8(int parameter, std::string_view text)
@@ -182,6 +206,7 @@ Database::Database(const QString& file, OpenMode mode)
     const int flags = SQLITE_OPEN_NOMUTEX
         | (mode == OpenMode::Look ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE)
         | (mode == OpenMode::Fill ? SQLITE_OPEN_CREATE : 0);
+    ConfigureLibrary();
     sqlite3* handle = nullptr;
     const int code = sqlite3_open_v2(file.toUtf8().constData(), &handle, flags, nullptr);
     handle_.reset(handle);

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // The C interface of SQLite, with owners and errors.
 namespace storage {
@@ -23,7 +24,7 @@ public:
     Statement& operator=(Statement&& other) noexcept;
     ~Statement();
 
-    // Parameters count from 1. Text is copied.
+    // Parameters count from 1. Text is copied; the copy's memory is used again by the next row.
     void Bind(int parameter, const wire::Value& value);
     void BindInteger(int parameter, qint64 value) { sqlite3_bind_int64(statement_, parameter, value); }
     // Not copied: stays valid until the statement is reset or bound anew.
@@ -50,7 +51,10 @@ public:
     sqlite3_stmt* Handle() const noexcept { return statement_; }
 
 private:
+    void BindText(int parameter, const QString& text);
+
     sqlite3_stmt* statement_ = nullptr;
+    std::vector<std::unique_ptr<std::string>> texts_; // of each parameter
 };
 
 // Resets a statement that others run too, whatever happens.
