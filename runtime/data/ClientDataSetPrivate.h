@@ -143,6 +143,12 @@ public:
     TDataSetState notifiedState = TDataSetState::Inactive;
 };
 
+inline void Run(const std::function<void()>& handler)
+{
+    if (handler)
+        handler();
+}
+
 // For requests that no rows answer.
 class NoRows final : public wire::ReplySink {
 public:
