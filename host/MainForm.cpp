@@ -8,11 +8,13 @@
 #include <QAbstractButton>
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QHash>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
 #include <QMenuBar>
+#include <QScreen>
 #include <QShortcut>
 #include <QStatusBar>
 #include <QStyle>
@@ -25,6 +27,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr int kDefaultWidth = 1240;
+constexpr int kDefaultHeight = 780;
 constexpr int kNoticeMilliseconds = 6000;
 constexpr QColor kAreaColor(0xd9, 0xe0, 0xe8);
 constexpr QColor kConnectedColor(0x1b, 0x7a, 0x3d);
@@ -77,7 +81,11 @@ TMainForm::TMainForm(TSharedData& shared, std::function<wire::DateTime()> clock)
     BuildToolBar();
     BuildStatusBar();
     UpdateActions();
-    resize(1180, 760);
+    QSize size(kDefaultWidth, kDefaultHeight);
+    // Never larger than the screen; without a display the pictures keep their size.
+    if (QGuiApplication::platformName() != u"offscreen"_s)
+        size = size.boundedTo(screen()->availableSize());
+    resize(size);
 }
 
 qulonglong TMainForm::GlobalCdsAddr() const

@@ -15,6 +15,7 @@
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
+#include <QTimer>
 
 #include <stdexcept>
 
@@ -78,8 +79,6 @@ THostObject::THostObject(TAutomationHost& host, const QString& screenshots)
     , screenshots_(screenshots)
 {
     ::Application->Unattended = true;
-    dialogWatch_.setInterval(kDialogPollMilliseconds);
-    connect(&dialogWatch_, &QTimer::timeout, this, &THostObject::WatchDialogs);
 }
 
 THostObject::~THostObject()
@@ -211,14 +210,17 @@ void THostObject::onDialog(const QJSValue& handler)
     dialogHandler_ = handler;
     const bool watch = handler.isCallable();
     ::Application->Unattended = !watch;
-    if (watch)
-        dialogWatch_.start();
-    else
-        dialogWatch_.stop();
+    if (watch && !watching_)
+        WatchDialogs();
 }
 
 void THostObject::WatchDialogs()
 {
+    watching_ = dialogHandler_.isCallable();
+    if (!watching_)
+        return;
+    // Armed before the work: pressing a button here may open the next dialog.
+    QTimer::singleShot(kDialogPollMilliseconds, this, &THostObject::WatchDialogs);
     QWidget* dialog = QApplication::activeModalWidget();
     if (!dialog || dialog == handledDialog_ || !dialog->isVisible())
         return;

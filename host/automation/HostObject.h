@@ -4,7 +4,7 @@
 #include "runtime/ui/Application.h"
 
 #include <QJSValue>
-#include <QTimer>
+#include <QPointer>
 
 namespace automation {
 
@@ -56,7 +56,7 @@ private:
     TAutomationHost& host_;
     QString screenshots_;
     QJSValue dialogHandler_;
-    QTimer dialogWatch_;
+    bool watching_ = false;
     QPointer<QWidget> handledDialog_;
 };
 

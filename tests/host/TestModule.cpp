@@ -34,6 +34,7 @@ public:
         source->SetDataSet(sites_);
         grid_ = new TDBGridEh(this, u"DataViewGrid"_s);
         grid_->SetFooterRowCount(1);
+        grid_->SetSumListActive(true);
         grid_->SetColumns({
             {.fieldName = u"SITE_CODE"_s,
                 .title = u"编号"_s,

@@ -187,6 +187,14 @@ TEST_F(AutomationTest, BoxesAreAnsweredBeforehandOrShownToTheScript)
     )"),
         0)
         << err;
+    EXPECT_NE(Run(R"(
+        host.login('hefei1', 'demo');
+        host.exec('frm_Sample111');
+        host.onDialog(() => assert(false, 'in the dialog'));
+        host.screen('frm_Sample').control('Button1').click();
+    )"),
+        0);
+    EXPECT_NE(err.find("script.js:4:"), std::string::npos) << err;
     const QImage picture(Folder().filePath(u"pictures/box.png"_s));
     EXPECT_FALSE(picture.isNull());
 }

@@ -1,8 +1,10 @@
 #include "tests/host/HostFixture.h"
 
 #include <QComboBox>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QListWidget>
+#include <QProgressBar>
 #include <QTcpServer>
 
 using namespace Qt::Literals::StringLiterals;
@@ -85,4 +87,30 @@ TEST_F(BadFolderTest, DatabaseThatCannotBeOpenedIsToldAndAServerCanStillBeChosen
     EXPECT_FALSE(OnLogin<QPushButton>("LoginButton")->isEnabled());
     OnLogin<QRadioButton>("ServerButton")->click();
     EXPECT_TRUE(OnLogin<QPushButton>("LoginButton")->isEnabled());
+}
+
+class AbandonedCreationTest : public HostTest {
+protected:
+    void Change(THostOptions& options) override
+    {
+        options.dataDir = Folder().filePath(u"abandoned"_s);
+        options.demo = demo;
+    }
+    QString demo = u"medium"_s;
+};
+
+TEST_F(AbandonedCreationTest, LeavingWhileTheDatabaseIsMadeTakesNoTimeAndLeavesNoHalf)
+{
+    const auto* progress = OnLogin<QProgressBar>("ProgressBar");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return progress->isVisible(); }, 20'000));
+    QElapsedTimer leaving;
+    leaving.start();
+    host.reset();
+    EXPECT_LT(leaving.elapsed(), 5'000);
+
+    demo = u"50"_s;
+    HostTest::SetUp();
+    ASSERT_TRUE(LogIn(u"hefei1"_s));
+    const wire::RowSet orders = host->ServerRows(u"select count(*) as N from tab_zelmor_bill"_s);
+    EXPECT_EQ(orders.columns[0].IntegerAt(0), 50);
 }

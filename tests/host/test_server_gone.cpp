@@ -1,0 +1,74 @@
+#include "tests/host/HostFixture.h"
+
+#include "server/net/Listener.h"
+
+#include <QAction>
+#include <QComboBox>
+
+using namespace Qt::Literals::StringLiterals;
+
+// A host whose server is on the other side of a connection that can be cut.
+class ServerGoneTest : public HostTest {
+protected:
+    void SetUp() override
+    {
+        server::Options options;
+        options.dataDir = Folder().filePath(u"remote"_s);
+        options.demo = u"50"_s;
+        server = std::make_unique<server::ApplicationServer>(options);
+        Listen(0);
+        HostTest::SetUp();
+        OnLogin<QRadioButton>("ServerButton")->click();
+        OnLogin<QComboBox>("ServerEdit")->setEditText(u"127.0.0.1:%1"_s.arg(listener->Port()));
+    }
+    void TearDown() override
+    {
+        HostTest::TearDown();
+        listener.reset();
+    }
+    void Listen(quint16 port)
+    {
+        server::ListenerOptions options;
+        options.port = port;
+        listener = std::make_unique<server::Listener>(
+            [this](const QString& peer) { return server->NewSession(peer); }, options);
+        listener->Start();
+    }
+    QString ConnectionText() const
+    {
+        return host->MainForm()->findChild<QLabel*>(u"ConnectionLabel"_s)->text();
+    }
+
+    std::unique_ptr<server::ApplicationServer> server;
+    std::unique_ptr<server::Listener> listener;
+};
+
+TEST_F(ServerGoneTest, IsToldWithTheReasonAndMendedByReconnecting)
+{
+    TypeLogin(u"hefei1"_s, u"demo"_s);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return host->SharedData().IsLoaded(); }, 20'000));
+    EXPECT_TRUE(ConnectionText().contains(u"已连接"_s));
+    EXPECT_TRUE(ConnectionText().contains(u"127.0.0.1"_s));
+    host->ExecScreen(u"frm_Sample111"_s);
+    QCoreApplication::processEvents();
+    auto* query = host->MainForm()->findChild<QAction*>(u"QueryAction"_s);
+    auto* reconnect = host->MainForm()->findChild<QAction*>(u"ReconnectAction"_s);
+    EXPECT_FALSE(reconnect->isEnabled());
+
+    const quint16 port = listener->Port();
+    listener->Stop();
+    ::Application->ClearShownMessages();
+    query->trigger();
+    ASSERT_EQ(::Application->ShownMessages().size(), 1u);
+    EXPECT_TRUE(::Application->ShownMessages()[0].text.startsWith(u"详细："_s));
+    EXPECT_TRUE(ConnectionText().contains(u"连接已断开"_s));
+    EXPECT_TRUE(reconnect->isEnabled());
+    reconnect->trigger();
+    EXPECT_EQ(::Application->ShownMessages().size(), 2u) << "still gone, still told";
+
+    Listen(port);
+    reconnect->trigger();
+    EXPECT_TRUE(ConnectionText().contains(u"已连接"_s));
+    query->trigger();
+    EXPECT_EQ(::Application->ShownMessages().size(), 2u);
+}
