@@ -4,6 +4,8 @@
 #include <QPaintEvent>
 #include <QPainter>
 
+#include <QtMath>
+
 #include <algorithm>
 
 namespace {
@@ -28,16 +30,17 @@ const TTextCache::Entry& TTextCache::Fit(
     if (entries_.size() >= kCacheLimit)
         entries_.clear();
     Entry entry;
-    QString fitting = text;
-    entry.width = metrics.horizontalAdvance(text);
-    if (entry.width > width) {
-        fitting = metrics.elidedText(text, Qt::ElideRight, width);
-        entry.width = metrics.horizontalAdvance(fitting);
-    }
-    entry.text.setText(fitting);
+    const auto layOut = [&](const QString& fitting) {
+        entry.text.setText(fitting);
+        entry.text.prepare({}, font);
+        entry.width = qCeil(entry.text.size().width());
+    };
     entry.text.setTextFormat(Qt::PlainText);
     entry.text.setPerformanceHint(QStaticText::AggressiveCaching);
-    entry.text.prepare({}, font);
+    // One line, whatever the text holds.
+    layOut(text.contains(u'\n') ? QString(text).replace(u'\n', u' ') : text);
+    if (entry.width > width)
+        layOut(metrics.elidedText(entry.text.text(), Qt::ElideRight, width));
     return *entries_.insert({text, width}, entry);
 }
 
@@ -71,62 +74,83 @@ void TDBGridEh::Private::PaintRows(QPainter& painter, const QRect& dirty, bool f
     const int offset = indicator->offset();
     const int firstRow = std::max(0, (offset + dirty.top()) / rowHeight);
     const int lastRow = std::min(rows - 1, (offset + dirty.bottom()) / rowHeight);
-    if (dirty.isEmpty() || firstRow > lastRow)
-        return;
 
     struct Place {
         int column, left, width;
     };
     std::vector<Place> places;
-    const int from = frozenPart ? 0 : frozen;
-    const int to = frozenPart ? frozen : int(columns.size());
-    for (int column = from; column < to; ++column) {
+    const int end = frozenPart ? frozen : int(columns.size());
+    for (int column = frozenPart ? 0 : frozen; column < end; ++column) {
         const int left = ColumnLeft(column);
         const int width = q->columnWidth(column);
         if (ShownColumn(column) && left <= dirty.right() && left + width > dirty.left())
             places.push_back({column, left, width});
     }
+    if (places.empty() || firstRow > lastRow)
+        return;
 
     const QPalette palette = q->palette();
     const QColor base = palette.color(QPalette::Base);
-    const QColor text = palette.color(QPalette::Text);
     const QColor highlight = palette.color(QPalette::Highlight);
-    const QColor line = Mixed(base, text, 0.16);
-    const QFont font = q->font();
     const int currentRow = CurrentRow();
-    const bool focused = q->hasFocus() || (editor && editor->hasFocus());
+    std::vector<TCellParams> params(places.size());
     for (int row = firstRow; row <= lastRow; ++row) {
         const int top = row * rowHeight - offset;
         const bool marked = !selected.empty() && selected.contains(open.ViewBookmark(row));
-        for (const Place& place : places) {
-            const QRect cell(place.left, top, place.width, rowHeight);
-            TCellParams params{base, text, font};
-            if (q->OnGetCellParams) {
-                try {
-                    q->OnGetCellParams(columns[size_t(place.column)].info, row, params);
-                } catch (const wire::Error& error) {
-                    qWarning("cell colours: %s", error.what());
-                }
-            }
+        for (size_t i = 0; i < places.size(); ++i) {
+            params[i] = {base, palette.color(QPalette::Text), q->font()};
+            AskHandler(columns[size_t(places[i].column)].info, row, params[i]);
             // Over whatever colour the row has for its own reasons, the current and the selected rows still
             // stand out, and each still shows its own.
-            QColor background = params.background.isValid() ? params.background : base;
+            QColor& background = params[i].background;
+            if (!background.isValid())
+                background = base;
             if (marked)
                 background = Mixed(background, highlight, 0.34);
             if (row == currentRow)
                 background = Mixed(background, highlight, marked ? 0.16 : 0.2);
-            painter.fillRect(cell, background);
-            painter.setPen(line);
-            painter.drawLine(cell.topRight(), cell.bottomRight());
-            painter.drawLine(cell.bottomLeft(), cell.bottomRight());
-            PaintCell(painter, cell.adjusted(0, 0, -1, -1), row, place.column, params);
-            if (row == currentRow && place.column == currentColumn) {
-                painter.setPen(QPen(focused ? highlight : Mixed(base, highlight, 0.5), 1));
-                painter.drawRect(cell.adjusted(0, 0, -2, -2));
-                if (focused)
-                    painter.drawRect(cell.adjusted(1, 1, -3, -3));
-            }
         }
+        // Neighbours of one colour are filled together.
+        for (size_t i = 0, from = 0; i < places.size(); ++i) {
+            if (i + 1 < places.size() && params[i + 1].background == params[from].background)
+                continue;
+            const int left = places[from].left;
+            painter.fillRect(
+                left, top, places[i].left + places[i].width - left, rowHeight, params[from].background);
+            from = i + 1;
+        }
+        for (size_t i = 0; i < places.size(); ++i)
+            PaintCell(painter, QRect(places[i].left, top, places[i].width - 1, rowHeight - 1), row,
+                places[i].column, params[i]);
+    }
+
+    const QColor line = Mixed(base, palette.color(QPalette::Text), 0.16);
+    const int bottom = (lastRow + 1) * rowHeight - offset - 1;
+    for (const Place& place : places)
+        painter.fillRect(place.left + place.width - 1, dirty.top(), 1, bottom - dirty.top() + 1, line);
+    for (int row = firstRow; row <= lastRow; ++row) {
+        painter.fillRect(places.front().left, (row + 1) * rowHeight - offset - 1,
+            places.back().left + places.back().width - places.front().left, 1, line);
+    }
+    if (currentRow >= firstRow && currentRow <= lastRow && (currentColumn < frozen) == frozenPart) {
+        const bool focused = q->hasFocus() || (editor && editor->hasFocus());
+        const QRect cell(ColumnLeft(currentColumn), currentRow * rowHeight - offset,
+            q->columnWidth(currentColumn), rowHeight);
+        painter.setPen(focused ? highlight : Mixed(base, highlight, 0.5));
+        painter.drawRect(cell.adjusted(0, 0, -2, -2));
+        if (focused)
+            painter.drawRect(cell.adjusted(1, 1, -3, -3));
+    }
+}
+
+void TDBGridEh::Private::AskHandler(const TColumnEh& column, int viewRow, TCellParams& params) const
+{
+    if (!q->OnGetCellParams)
+        return;
+    try {
+        q->OnGetCellParams(column, viewRow, params);
+    } catch (const wire::Error& error) {
+        qWarning("cell colours: %s", error.what());
     }
 }
 
@@ -158,21 +182,20 @@ void TDBGridEh::Private::PaintCell(
     if (inner.width() <= 0)
         return;
     painter.setPen(params.foreground.isValid() ? params.foreground : q->palette().color(QPalette::Text));
-    const bool ownFont = params.font != q->font();
-    if (ownFont) {
-        const QFontMetrics metrics(params.font);
+    const QFont& font = q->font();
+    if (params.font != font) {
         painter.save();
         painter.setFont(params.font);
         const auto horizontal = entry.info.alignment == TAlignment::Right ? Qt::AlignRight
             : entry.info.alignment == TAlignment::Center                  ? Qt::AlignHCenter
                                                                           : Qt::AlignLeft;
         painter.drawText(inner, int(horizontal | Qt::AlignVCenter),
-            metrics.elidedText(text, Qt::ElideRight, inner.width()));
+            QFontMetrics(params.font).elidedText(text, Qt::ElideRight, inner.width()));
         painter.restore();
         return;
     }
-    const QFontMetrics metrics = painter.fontMetrics();
-    const TTextCache::Entry& fitted = texts.Fit(text, inner.width(), metrics, painter.font());
+    const QFontMetrics& metrics = q->fontMetrics();
+    const TTextCache::Entry& fitted = texts.Fit(text, inner.width(), metrics, font);
     int left = inner.left();
     if (entry.info.alignment == TAlignment::Right)
         left = inner.right() + 1 - fitted.width;

@@ -93,6 +93,7 @@ public:
     mutable TTextCache texts;
     int rowHeight = 18;
     void PaintRows(QPainter& painter, const QRect& dirty, bool frozenPart);
+    void AskHandler(const TColumnEh& column, int viewRow, TCellParams& params) const;
     void PaintCell(QPainter& painter, const QRect& rect, int viewRow, int column, TCellParams& params);
     void PaintCheck(QPainter& painter, const QRect& rect, bool checked);
     void UpdateRow(int viewRow);
