@@ -69,12 +69,14 @@ int Serve(const QStringList& arguments)
         throw UsageError(u"“%1” is not understood"_s.arg(parser.positionalArguments().constFirst()));
     const Endpoint endpoint = ParseEndpoint(parser.value(u"listen"_s));
 
-    ApplicationServer server(ReadOptions(parser));
     ListenerOptions options;
     options.address = endpoint.address;
     options.port = endpoint.port;
     options.plainNetwork = parser.isSet(u"plain-network"_s);
     options.log = Log;
+    // Before a database is made or filled.
+    RequireServable(options);
+    ApplicationServer server(ReadOptions(parser));
     Listener listener([&server](const QString& peer) { return server.NewSession(peer); }, options);
     std::signal(SIGINT, RequestStop);
     std::signal(SIGTERM, RequestStop);

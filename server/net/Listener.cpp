@@ -68,11 +68,7 @@ private:
 
 void Listener::Private::Start()
 {
-    if (!options_.address.isLoopback() && !options_.plainNetwork)
-        throw Error(ErrorKind::Policy,
-            u"%1 can be reached from other machines, but connections are not enciphered: "
-            "listen on 127.0.0.1, or give --plain-network on a network that you trust"_s.arg(
-                options_.address.toString()));
+    RequireServable(options_);
     thread_.setObjectName(u"listener"_s);
     thread_.start();
     context_ = std::make_unique<QObject>();
@@ -183,6 +179,15 @@ void Listener::Private::Stop() noexcept
     lock.unlock();
     thread_.quit();
     thread_.wait();
+}
+
+void RequireServable(const ListenerOptions& options)
+{
+    if (!options.address.isLoopback() && !options.plainNetwork)
+        throw Error(ErrorKind::Policy,
+            u"%1 can be reached from other machines, but connections are not enciphered: "
+            "listen on 127.0.0.1, or give --plain-network on a network that you trust"_s.arg(
+                options.address.toString()));
 }
 
 Listener::Listener(SessionFactory newSession, ListenerOptions options)

@@ -23,6 +23,9 @@ struct ListenerOptions {
     std::function<void(const QString& line)> log;
 };
 
+// Raises wire::Error (Policy) where the address is not this machine's own and `plainNetwork` is not set.
+void RequireServable(const ListenerOptions& options);
+
 // Serves clients over TCP, each on a thread of its own that reads, runs and answers its requests one after
 // another. A client's conversation is strictly one request at a time, and most requests take microseconds:
 // handing them from an I/O thread to a worker and back would cost several times the request. A long query
@@ -34,8 +37,7 @@ public:
     // Stops.
     ~Listener();
 
-    // Raises wire::Error (Connection) where the address cannot be used, (Policy) where it is not this
-    // machine's own and `plainNetwork` is not set.
+    // Raises wire::Error (Connection) where the address cannot be used, (Policy) where it must not be.
     void Start();
     // The port in use.
     quint16 Port() const noexcept;
