@@ -400,6 +400,8 @@ void Analyzer::AnalyzeOrder(Query& query, SelectBlock& block, Scope& scope)
         }
         if (block.aggregated)
             CheckGrouping(block, *item.expression, scope);
+        else if (scope.aggregates)
+            Raise(position, texts::NotGrouped());
         const auto output = std::ranges::find_if(
             block.outputs, [&](const Expression* each) { return SameExpression(*each, *item.expression); });
         if (output != block.outputs.end() && block.distinct)

@@ -60,9 +60,12 @@ struct Translated {
     std::vector<wire::Value> literals; // of this text
 };
 
-// Translates for SQLite. Used by one thread at a time; keeps the translations of the last few hundred shapes
-// of text. Raises wire::Error: Syntax with line, column and what was expected (as Oracle's users know it:
-// "ORA-00933" style codes are not imitated); Policy for what is neither one select nor one update.
+// Translates for SQLite: connections need the functions of SqliteFunctions.h; tables keep their rowid, which
+// is the stored order that trees are walked in; empty texts are stored as null and dates as seconds since
+// 1970. Index hints are comments: the backend plans by its own statistics. Used by one thread at a time;
+// keeps the translations of the last few hundred shapes of text. Raises wire::Error: Syntax with line, column
+// and what was expected (as Oracle's users know it: "ORA-00933" style codes are not imitated); Policy for
+// what is neither one select nor one update.
 class Translator {
 public:
     explicit Translator(std::shared_ptr<const Catalog> catalog);
