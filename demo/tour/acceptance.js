@@ -33,6 +33,17 @@ for (let row = 0; row < list.rowCount; ++row) {
 }
 assertEqual(list.footer("TX_LOGISTIC_ID"), String(list.rowCount), "the footer counts the rows");
 
+list.clickTitle("CREATE_DATE");
+assert(list.value(0, "CREATE_DATE") < list.value(list.rowCount - 1, "CREATE_DATE"), "oldest first");
+list.clickTitle("CREATE_DATE");
+assert(list.value(0, "CREATE_DATE") > list.value(list.rowCount - 1, "CREATE_DATE"), "newest first");
+host.control("SearchEdit").focus();
+host.control("SearchEdit").type(list.value(5, "TX_LOGISTIC_ID").slice(-6));
+list.click(0, "TX_LOGISTIC_ID");
+host.control("SearchEdit").key("Enter");
+assertEqual(list.current, 5, "the search box finds the order");
+list.clickTitle("CREATE_DATE");
+
 accept.control("DBDateTimeEditEh2").text = "2000-01-01 00:00:00";
 expectMessage("详细：结束日期不能比开始日期还早！", () => accept.control("Button4").click());
 accept.control("DBDateTimeEditEh2").text = host.serverTime.slice(0, 10) + " 23:59:59";

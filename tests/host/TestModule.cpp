@@ -35,6 +35,7 @@ public:
         grid_ = new TDBGridEh(this, u"DataViewGrid"_s);
         grid_->SetFooterRowCount(1);
         grid_->SetSumListActive(true);
+        grid_->SetSortLocal(true);
         grid_->SetColumns({
             {.fieldName = u"SITE_CODE"_s,
                 .title = u"编号"_s,

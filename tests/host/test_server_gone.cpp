@@ -21,6 +21,8 @@ protected:
         OnLogin<QRadioButton>("ServerButton")->click();
         OnLogin<QComboBox>("ServerEdit")->setEditText(u"127.0.0.1:%1"_s.arg(listener->Port()));
     }
+    // What this host remembers is no other test's.
+    void Change(THostOptions& options) override { options.dataDir = Folder().filePath(u"gone"_s); }
     void TearDown() override
     {
         HostTest::TearDown();
