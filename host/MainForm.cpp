@@ -123,6 +123,7 @@ void TMainForm::ResetSearch(QWidget* grid)
 void TMainForm::ShowUser(const wire::Identity& identity, const QString& place)
 {
     place_ = place;
+    searchEdit_->clear();
     siteLabel_->setText(u"网点："_s + identity.site);
     employeeLabel_->setText(u"员工："_s + identity.employeeName + u"（"_s + identity.employeeCode + u"）"_s);
     setWindowTitle(identity.site + u" - 快运业务系统"_s);
