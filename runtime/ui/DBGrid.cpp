@@ -320,6 +320,8 @@ void TDBGridEh::updateGeometries()
     horizontalScrollBar()->setRange(0, std::max(0, d_->header->length() - area.width()));
     horizontalScrollBar()->setPageStep(area.width());
     horizontalScrollBar()->setSingleStep(std::max(8, d_->rowHeight));
+    // The table's own version is what this one replaces.
+    // NOLINTNEXTLINE(bugprone-parent-virtual-call)
     QAbstractItemView::updateGeometries();
     d_->PlaceEditor();
     d_->placing = false;

@@ -196,7 +196,7 @@ void TDBGridEh::Private::PlaceEditor()
     } else if (qobject_cast<TDBDateTimeEditEh*>(editor)) {
         // The whole date beside its button, whatever the column shows of it.
         const int text = QFontMetrics(q->font()).horizontalAdvance(u"0000-00-00 00:00:00 "_s);
-        cell.setWidth(std::max(cell.width(), text + Scaled(*q, 26)));
+        cell.setWidth(std::max(cell.width(), text + Scaled(*q, 40)));
     } else if (columns[size_t(editorColumn)].info.style != TColumnStyle::Text) {
         cell.setWidth(std::max(cell.width(), Scaled(*q, 60)));
     }

@@ -80,6 +80,17 @@ private:
     QPointer<QWidget> lastWidget_;
 };
 
+// The frame of an MDI child. It tells its form when it goes, before it is half gone.
+class ScreenWindow : public QMdiSubWindow {
+public:
+    ~ScreenWindow() override
+    {
+        if (OnDestroyed)
+            OnDestroyed();
+    }
+    std::function<void()> OnDestroyed;
+};
+
 // The window's own menu, in the users' language.
 void NameSystemMenu(QMdiSubWindow& window)
 {
@@ -107,7 +118,7 @@ void NameSystemMenu(QMdiSubWindow& window)
 
 class TForm::Private {
 public:
-    QPointer<QMdiSubWindow> window; // of an MDI child, once shown
+    ScreenWindow* window = nullptr; // of an MDI child, once shown
     QPointer<QEventLoop> loop; // of a modal form
     bool shown = false;
     bool closing = false;
@@ -132,6 +143,7 @@ TForm::~TForm()
     if (d_->loop)
         d_->loop->quit();
     if (d_->window) {
+        d_->window->OnDestroyed = {};
         d_->window->hide();
         d_->window->deleteLater();
     }
@@ -190,7 +202,8 @@ void TForm::EnterMdiArea()
     auto* area = mainForm ? mainForm->findChild<QMdiArea*>() : nullptr;
     if (!area)
         return;
-    auto* window = new QMdiSubWindow;
+    auto* window = new ScreenWindow;
+    window->OnDestroyed = [this] { d_->window = nullptr; };
     window->setAttribute(Qt::WA_DeleteOnClose);
     window->setWidget(this);
     // No minimise button: a screen is on the window list, never an icon.
