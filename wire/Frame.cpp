@@ -16,7 +16,7 @@ namespace wire {
 namespace {
 
 constexpr qsizetype kReadAhead = 16 * 1024;
-constexpr qsizetype kSmallPacket = 512;  // most fit, without growing on the way
+constexpr qsizetype kSmallPacket = 512; // most fit, without growing on the way
 constexpr qsizetype kWorthCompressing = 512; // bytes
 constexpr int kCompressionLevel = 1;
 

@@ -10,11 +10,11 @@
 
 // What the trace sees of one request, after its reply or failure.
 struct TTraceEntry {
-    QString kind;       // "login", "query", "execute", "apply"
-    QString text;       // the SQL text; never a password
-    qint64 rows = 0;    // read, changed or sent
+    QString kind; // "login", "query", "execute", "apply"
+    QString text; // the SQL text; never a password
+    qint64 rows = 0; // read, changed or sent
     qint64 microseconds = 0;
-    QString error;      // empty on success
+    QString error; // empty on success
 };
 
 // A connection to the application server: sends one request and waits for its reply. The way there is a
@@ -33,7 +33,7 @@ public:
     int Port = 8866;
     QString ServerName;
     QString ServerGUID;
-    QString LoginUser;      // kept enciphered on data modules, where it plays no part at run time
+    QString LoginUser; // kept enciphered on data modules, where it plays no part at run time
     QString LoginPassword;
 
     // Takes another way to the server, replacing host and port; closes the present connection.

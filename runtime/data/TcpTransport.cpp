@@ -141,7 +141,7 @@ std::variant<wire::Reply, Error> TcpTransport::ReadReply(wire::ReplySink& sink)
     for (;;) {
         if (!channel_->Read(frame_, wire::kMaxBody))
             throw Error(ErrorKind::Connection, u"服务器关闭了连接！"_s);
-        // Number 0: about the connection, not about a request.
+        // Number 0: the server's reason for leaving, whatever was asked.
         if (frame_.header.request != number_ && frame_.header.request != 0)
             throw Error(ErrorKind::Protocol, u"服务器的应答与请求不符！"_s);
         switch (frame_.header.kind) {
@@ -156,8 +156,12 @@ std::variant<wire::Reply, Error> TcpTransport::ReadReply(wire::ReplySink& sink)
             break;
         case wire::FrameKind::Done:
             return wire::DecodeDone(frame_);
-        case wire::FrameKind::Error:
-            return wire::DecodeError(frame_);
+        case wire::FrameKind::Error: {
+            const Error error = wire::DecodeError(frame_);
+            if (frame_.header.request == number_)
+                return error;
+            throw Error(error.Kind(), u"服务器关闭了连接：%1"_s.arg(error.Message()));
+        }
         default:
             throw Error(ErrorKind::Protocol, u"服务器的应答不能识别！"_s);
         }

@@ -158,6 +158,7 @@ public:
         const qsizetype step = (rows + parts - 1) / parts;
         for (qsizetype begin = 0; begin < rows; begin += step) {
             std::vector<wire::Column> part;
+            part.reserve(block.size());
             for (const wire::Column& column : block)
                 part.push_back(column.Slice(begin, std::min(step, rows - begin)));
             channel_.Queue(wire::EncodeRows(part, number_, compress_));
