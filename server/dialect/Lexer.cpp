@@ -4,6 +4,7 @@
 
 #include <array>
 #include <charconv>
+#include <string_view>
 
 namespace dialect {
 namespace {
@@ -23,13 +24,13 @@ enum class CharClass : quint8 { Other, Blank, Word, Digit };
 
 constexpr std::array<CharClass, 128> kClasses = [] {
     std::array<CharClass, 128> classes{};
-    for (const char c : {' ', '\t', '\r', '\n', '\f', '\v'})
-        classes[static_cast<size_t>(c)] = CharClass::Blank;
-    for (char c = '0'; c <= '9'; ++c)
-        classes[static_cast<size_t>(c)] = CharClass::Digit;
-    for (char c = 'a'; c <= 'z'; ++c)
-        classes[static_cast<size_t>(c)] = classes[static_cast<size_t>(c - 'a' + 'A')] = CharClass::Word;
-    classes['_'] = classes['$'] = classes['#'] = CharClass::Word;
+    const auto set = [&classes](std::u16string_view characters, CharClass value) {
+        for (const char16_t character : characters)
+            classes[character] = value;
+    };
+    set(u" \t\r\n\f\v", CharClass::Blank);
+    set(u"0123456789", CharClass::Digit);
+    set(u"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_$#", CharClass::Word);
     return classes;
 }();
 
