@@ -105,11 +105,13 @@ void BenchOpen(const MeasuredDatabase& database, Client& client)
     Require(peer.open(), "the peer cannot open the database");
     const auto model = Compare(3, open, [&] {
         QSqlQueryModel rows;
-        return MillisecondsOf([&] {
+        const double elapsed = MillisecondsOf([&] {
             rows.setQuery(QSqlQuery(kEveryOrder, peer));
             while (rows.canFetchMore())
                 rows.fetchMore();
         });
+        Require(rows.rowCount() == client.Query(kEveryOrder).RowCount(), "the peer read other rows");
+        return elapsed;
     });
     PrintRow(work, Milliseconds(model.subject), u"QSqlQueryModel: "_s + Milliseconds(model.peer), model.ratio,
         0.55);

@@ -64,6 +64,39 @@ TEST_F(AccountsTest, Administration)
     EXPECT_TRUE(server_->DemoAccounts().empty());
 }
 
+TEST(DemoAccountsTest, EveryDemoAccountLogsInToItsSite)
+{
+    const QTemporaryDir folder;
+    Options options;
+    options.dataDir = folder.path();
+    options.demo = u"300"_s;
+    options.now = wire::DateTime::FromParts(2024, 3, 1, 8);
+    QStringList stages;
+    options.onProgress = [&stages](const QString& stage, int) { stages << stage; };
+    ApplicationServer server(options);
+    EXPECT_FALSE(stages.isEmpty());
+    EXPECT_EQ(
+        server.QueryAsAdministrator(u"select a.TX_LOGISTIC_ID from tab_zelmor_bill a"_s).RowCount(), 300);
+    const std::vector<DemoAccount> accounts = server.DemoAccounts();
+    EXPECT_GE(accounts.size(), 4u);
+    for (const DemoAccount& account : accounts) {
+        Client client(server);
+        const wire::Identity identity = client.Login(account.account, account.password);
+        EXPECT_FALSE(identity.employeeName.isEmpty());
+        EXPECT_FALSE(account.description.isEmpty());
+        EXPECT_EQ(
+            client.Query(u"select a.SITE_CODE from tab_site a where a.SITE_NAME='%1'"_s.arg(identity.site))
+                .RowCount(),
+            1)
+            << account.account.toStdString();
+    }
+    // A database that is there is used as it is.
+    options.demo = u"9"_s;
+    stages.clear();
+    const ApplicationServer again(options);
+    EXPECT_TRUE(stages.isEmpty());
+}
+
 class LoginGuardTest : public ::testing::Test {
 protected:
     // One wrong login; how long it was told to wait, if it was.
