@@ -8,18 +8,12 @@
 
 namespace {
 
-class TBareWindow : public QMainWindow {
-public:
-    TBareWindow()
-    {
-        setCentralWidget(new QMdiArea);
-        resize(864, 600);
-    }
-
+// The area covers its window, whose own painting never happens.
+class TBareArea : public QMdiArea {
 protected:
     void paintEvent(QPaintEvent* event) override
     {
-        QMainWindow::paintEvent(event);
+        QMdiArea::paintEvent(event);
         QTimer::singleShot(0, this, [] {
             std::puts("painted");
             std::fflush(stdout);
@@ -33,7 +27,9 @@ protected:
 int main(int argc, char** argv)
 {
     QApplication application(argc, argv);
-    TBareWindow window;
+    QMainWindow window;
+    window.setCentralWidget(new TBareArea);
+    window.resize(864, 600);
     window.show();
     return QApplication::exec();
 }
