@@ -23,6 +23,9 @@ if(ZELMOR_SANITIZE)
     target_link_options(zelmor_options INTERFACE -fsanitize=address,undefined)
 endif()
 
+# Enough for a stack trace with lines; full debug information takes as long again to write as the code.
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g1 -DNDEBUG")
+
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
