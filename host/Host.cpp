@@ -56,9 +56,8 @@ THost::~THost()
     if (loginThread_.joinable())
         loginThread_.join();
     // Screens before the code they are made of, and that before the objects it was handed.
-    const std::vector<TForm*> forms = screen_.Forms();
-    for (TForm* form : forms)
-        delete form;
+    while (!screen_.Forms().empty())
+        delete screen_.Forms().back();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     module_->Unload();
 }

@@ -23,6 +23,8 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -147,12 +149,15 @@ void TMainForm::ShowNotice(const QString& text)
 
 bool TMainForm::CloseScreens()
 {
-    // A closing screen leaves the list.
-    const std::vector<TForm*> forms = Screen->Forms();
-    for (auto form = forms.rbegin(); form != forms.rend(); ++form) {
-        if (std::find(Screen->Forms().begin(), Screen->Forms().end(), *form) == Screen->Forms().end())
-            continue;
-        if ((*form)->FormStyle == TFormStyle::MDIChild && (*form)->IsShown() && !(*form)->Close())
+    const auto openScreen = []() -> TForm* {
+        const std::vector<TForm*>& forms = Screen->Forms();
+        const auto last = std::find_if(forms.rbegin(), forms.rend(),
+            [](const TForm* form) { return form->FormStyle == TFormStyle::MDIChild && form->IsShown(); });
+        return last == forms.rend() ? nullptr : *last;
+    };
+    // A closing screen leaves the list: look anew after each.
+    while (TForm* form = openScreen()) {
+        if (!form->Close())
             return false;
     }
     return true;
