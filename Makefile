@@ -7,7 +7,7 @@ SOURCES = $(shell git ls-files '*.cpp' '*.h')
 .PHONY: run test bench build setup sanitize format check-format lint clean
 
 run: build
-	$(BUILD)/bin/zelmor-host --demo $(SIZE)
+	$(BUILD)/bin/zelmor-host --demo $(SIZE) --screenshots $(BUILD)/tour
 
 test: build
 	ctest --preset release -j 2
