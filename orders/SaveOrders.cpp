@@ -16,7 +16,7 @@ std::vector<TColumnEh> FailureColumns()
         {kStatusCancelled, kStatusWaiting, kStatusAccepted, kStatusRefused, kStatusPickedUp,
             kStatusPickupFailed});
     columns.insert(columns.begin() + 1,
-        {.fieldName = u"ERROR_MESSAGE"_s, .title = u"失败原因"_s, .width = 260, .readOnly = true});
+        {.fieldName = u"ERROR_MESSAGE"_s, .title = u"失败原因"_s, .width = 400, .readOnly = true});
     return columns;
 }
 

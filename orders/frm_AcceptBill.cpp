@@ -184,8 +184,6 @@ QWidget* Tfrm_AcceptBill::CreateFilterPanel()
     row->addWidget(Button4);
     row->addStretch(1);
     const int character = fontMetrics().averageCharWidth();
-    for (QWidget* box : {static_cast<QWidget*>(DBDateTimeEditEh1), static_cast<QWidget*>(DBDateTimeEditEh2)})
-        box->setMinimumWidth(character * 25);
     DBEditEh1->setMaximumWidth(character * 18);
     DBEditEh2->setMaximumWidth(character * 24);
     DBLookupComboboxEh1->setMaximumWidth(character * 28);

@@ -82,6 +82,9 @@ public:
 
     std::function<void()> OnExit;
     void DropDown();
+    // As wide as the longest text of its kind.
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
     void focusOutEvent(QFocusEvent* event) override;

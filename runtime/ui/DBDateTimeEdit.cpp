@@ -104,6 +104,7 @@ TDBDateTimeEditEh::TDBDateTimeEditEh(QWidget* parent, const QString& name)
     , binding_(new TDBBinding(this))
 {
     setObjectName(name);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     QAction* button = addAction(DropDownIcon(), TrailingPosition);
     button->setToolTip(u"选择日期 (Alt+↓)"_s);
     connect(button, &QAction::triggered, this, &TDBDateTimeEditEh::DropDown);
@@ -129,6 +130,15 @@ TDBDateTimeEditEh::TDBDateTimeEditEh(QWidget* parent, const QString& name)
         Tidy();
         binding_->Commit();
     });
+}
+
+QSize TDBDateTimeEditEh::sizeHint() const
+{
+    const int text =
+        fontMetrics().horizontalAdvance(Kind == TDateTimeKind::DateTime ? u"0000-00-00 00:00:00"_s
+                : Kind == TDateTimeKind::Date                           ? u"0000-00-00"_s
+                                                                        : u"00:00:00"_s);
+    return {text + Scaled(*this, 44), QLineEdit::sizeHint().height()};
 }
 
 void TDBDateTimeEditEh::SetText(const QString& newText)
