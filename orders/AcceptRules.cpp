@@ -61,11 +61,12 @@ void ResolveCourier(TClientDataSetEx& cds, TClientDataSetEx& employees, const QS
     SetText(cds, u"MESSAGE", CourierMessage(name, phone, sitePhone));
 }
 
-void ClearUndoneAcceptance(TClientDataSetEx& cds)
+void ClearUndoneAcceptance(TClientDataSetEx& cds, qint64 statusBefore)
 {
-    const wire::Value before = cds.FieldByName(u"STATUS").OldValue();
-    const qint64* status = std::get_if<qint64>(&before);
-    if (!status || *status != kStatusAccepted || StatusOf(cds) != kStatusWaiting)
+    const wire::Value saved = cds.FieldByName(u"STATUS").OldValue();
+    const qint64* savedStatus = std::get_if<qint64>(&saved);
+    const bool accepted = statusBefore == kStatusAccepted || (savedStatus && *savedStatus == kStatusAccepted);
+    if (!accepted || StatusOf(cds) != kStatusWaiting)
         return;
     for (const char16_t* field :
         {u"DUTY_SITE", u"REC_SITE", u"REC_BILL_MAN", u"ACCEPT_DATE", u"MESSAGE", u"REC_GOODS_MAN"}) {

@@ -11,8 +11,9 @@ void StampAcceptance(TClientDataSetEx& cds, const TClerk& clerk);
 // Stores the courier's name for his code or name, and the message that is sent to the shipper: courier,
 // his phone, the site's phone.
 void ResolveCourier(TClientDataSetEx& cds, TClientDataSetEx& employees, const QString& sitePhone);
-// An acceptance that is taken back leaves no trace of the site.
-void ClearUndoneAcceptance(TClientDataSetEx& cds);
+// An acceptance that is taken back, a saved one or one of this sitting, leaves no trace of the site.
+// `statusBefore` is what the row had when this edit began.
+void ClearUndoneAcceptance(TClientDataSetEx& cds, qint64 statusBefore);
 
 // At most 100 characters.
 QString CourierMessage(const QString& courier, const QString& courierPhone, const QString& sitePhone);

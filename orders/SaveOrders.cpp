@@ -2,6 +2,7 @@
 
 #include "framework/frm_ErrorList.h"
 #include "orders/OrderRecord.h"
+#include "runtime/ui/Application.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -39,7 +40,9 @@ TSaveOutcome SaveOrders(TClientDataSetEx& orders, TClientDataSetEx& rejectedRows
 {
     const TSaveOutcome outcome =
         SaveChanges(orders, caption, [&] { ShowFailures(orders, rejectedRows, caption, failureText); });
-    if (outcome == TSaveOutcome::Saved || outcome == TSaveOutcome::Rejected)
+    if (outcome == TSaveOutcome::Saved || outcome == TSaveOutcome::Rejected) {
+        const BusyCursor busy;
         orders.Refresh();
+    }
     return outcome;
 }

@@ -11,6 +11,7 @@
 #include "orders/SaveOrders.h"
 #include "orders/frm_ChangeSite.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QSplitter>
 #include <QToolButton>
@@ -100,6 +101,7 @@ void Tfrm_AcceptBill::CreateDataSets()
     const QString noOrders = u"select * from tab_zelmor_bill where 1=0"_s;
     cds = new TClientDataSetEx(this, u"cds"_s);
     cds->SetCommandText(noOrders);
+    cds->AfterEdit = [this] { statusBefore_ = StatusOf(*cds); };
     cds->BeforePost = [this] { cdsBeforePost(); };
     cdsms = new TClientDataSetEx(this, u"cdsms"_s);
     cdsDestination = new TClientDataSetEx(this, u"cdsDestination"_s);
@@ -185,7 +187,7 @@ QWidget* Tfrm_AcceptBill::CreateFilterPanel()
     row->addStretch(1);
     const int character = fontMetrics().averageCharWidth();
     DBEditEh1->setMaximumWidth(character * 18);
-    DBEditEh2->setMaximumWidth(character * 24);
+    DBEditEh2->setFixedWidth(fontMetrics().horizontalAdvance(QString(20, u'0')));
     DBLookupComboboxEh1->setMaximumWidth(character * 28);
     return panel;
 }
@@ -338,7 +340,7 @@ void Tfrm_AcceptBill::cdsBeforePost()
             StampAcceptance(*cds, clerk_);
             ResolveCourier(*cds, *dm_GlobalData->employee, TextOf(GlobalCds(u"loginSite"_s), u"PHONE"));
             DropUnknownDestination(*cds, *cdsDestination);
-            ClearUndoneAcceptance(*cds);
+            ClearUndoneAcceptance(*cds, statusBefore_);
             StampModifier(*cds);
         },
         selectColumn);
@@ -417,8 +419,14 @@ void Tfrm_AcceptBill::Timer1Timer()
 {
     if (++ticks_ < kTicksBetweenRefreshes)
         return;
+    // A box or the picker speaks of the order it was opened on: the list stays under it, and the next tick
+    // asks again.
+    if (QApplication::activeModalWidget())
+        return;
     ticks_ = 0;
-    if (cds->State() == TDataSetState::Browse && cds->ChangeCount() == 0) {
+    const bool editing = cds->State() == TDataSetState::Edit || cds->State() == TDataSetState::Insert;
+    if (!editing && cds->ChangeCount() == 0) {
+        const BusyCursor busy;
         cds->Close();
         cds->SetFilter({});
         cds->SetFiltered(false);

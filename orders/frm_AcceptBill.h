@@ -68,6 +68,7 @@ private:
     TOrderItems* items_;
 
     TClerk clerk_;
+    qint64 statusBefore_ = 0; // of the row in edit, when the edit began
     int ticks_ = 0;
     int offeredRow_ = -1; // the row that offeredHere_ speaks of; painting asks once for each cell of a row
     bool offeredHere_ = true;

@@ -224,11 +224,14 @@ private:
         auto present = target_.Present(keys_);
         if (!present)
             throw Refusal{texts::DeletedByOther(), {}};
-        QStringList differing;
+        // What clerks have a name for says enough; the rest is told only where it is all there is.
+        QStringList named;
+        QStringList unnamed;
         for (const BoundCell& check : checks_) {
             if (!wire::SameValue(check.value, (*present)[check.column->position]))
-                differing << check.column->caption;
+                (check.column->caption == check.column->name ? unnamed : named) << check.column->caption;
         }
+        const QStringList& differing = named.isEmpty() ? unnamed : named;
         throw Refusal{
             texts::ChangedByOther(target_.LastModifier(keys_), differing.join(u'、')), std::move(present)};
     }

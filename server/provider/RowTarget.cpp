@@ -24,9 +24,13 @@ const wire::ColumnInfo& Described(
     return found != query.columns.end() ? *found : columns[position];
 }
 
-// The guards have names in the clerks' language; other columns go by their own.
+// What two desks most often change at once has a name in the clerks' language; other columns go by their own.
 QString CaptionOf(const QString& name)
 {
+    if (name == u"BILL_CODE"_s)
+        return u"运单编号"_s;
+    if (name == u"REC_GOODS_MAN"_s)
+        return u"接单业务员"_s;
     if (name == u"STATUS"_s)
         return u"状态"_s;
     if (name == u"REC_SITE"_s)
