@@ -101,7 +101,7 @@ TEST_F(AcceptRules, TakingAnAcceptanceBackLeavesNoTrace)
     Set(u"STATUS", 0);
     StampAcceptance(cds, kClerk);
     EXPECT_EQ(Text(u"DUTY_SITE"), u"浦东一部"_s) << "that is the later step's to clear";
-    ClearUndoneAcceptance(cds);
+    ClearUndoneAcceptance(cds, 1);
     for (const char16_t* field :
         {u"DUTY_SITE", u"REC_SITE", u"REC_BILL_MAN", u"ACCEPT_DATE", u"MESSAGE", u"REC_GOODS_MAN"}) {
         EXPECT_TRUE(Text(field).isEmpty()) << qUtf8Printable(QString::fromUtf16(field));
@@ -111,7 +111,7 @@ TEST_F(AcceptRules, TakingAnAcceptanceBackLeavesNoTrace)
     OrderFields waiting = accepted;
     waiting[u"STATUS"_s] = 0;
     Edit(waiting);
-    ClearUndoneAcceptance(cds);
+    ClearUndoneAcceptance(cds, 0);
     EXPECT_EQ(Text(u"DUTY_SITE"), u"浦东一部"_s);
 }
 

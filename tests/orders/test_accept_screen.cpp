@@ -2,6 +2,7 @@
 #include "orders/frm_AcceptBill.h"
 #include "tests/orders/OrderDesk.h"
 
+#include <QDialog>
 #include <QSignalSpy>
 
 #include <gtest/gtest.h>
@@ -255,10 +256,38 @@ TEST_F(AcceptScreen, EveryFifteenMinutesTheListIsReadAgainUnlessItHoldsChanges)
     EXPECT_EQ(cds->RecordCount(), 1);
     EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：您还有未接单泽摩订单，请尽快处理！"_s));
 
+    // Not under a dialog, which speaks of the order that it was opened on.
+    QDialog dialog(screen);
+    dialog.setModal(true);
+    dialog.show();
+    desk.orders.push_back(Waiting(u"T8"_s, u";浦东一部;"_s));
+    tick(16);
+    EXPECT_EQ(cds->RecordCount(), 1);
+    EXPECT_TRUE(desk.host.TakeMessages().isEmpty());
+    dialog.hide();
+    tick(1);
+    EXPECT_EQ(cds->RecordCount(), 2);
+    EXPECT_EQ(desk.host.TakeMessages().size(), 1);
+
     Accept(1);
     cds->Post();
     desk.orders.clear();
     tick(15);
-    EXPECT_EQ(cds->RecordCount(), 1) << "changes would have been lost";
+    EXPECT_EQ(cds->RecordCount(), 2) << "changes would have been lost";
     EXPECT_EQ(desk.host.TakeMessages().size(), 1);
+}
+
+TEST_F(AcceptScreen, AnAcceptanceTakenBackBeforeSavingLeavesNoTrace)
+{
+    Open();
+    Accept(1);
+    cds->FieldByName(u"REC_GOODS_MAN").SetAsString(u"韩梅梅"_s);
+    cds->Post();
+    EXPECT_EQ(cds->FieldByName(u"DUTY_SITE").AsString(), u"浦东一部"_s);
+    cds->Edit();
+    cds->FieldByName(u"STATUS").SetAsInteger(0);
+    cds->Post();
+    for (const QString& field : {u"DUTY_SITE"_s, u"REC_SITE"_s, u"REC_BILL_MAN"_s, u"ACCEPT_DATE"_s,
+             u"MESSAGE"_s, u"REC_GOODS_MAN"_s})
+        EXPECT_TRUE(cds->FieldByName(field).IsNull()) << qUtf8Printable(field);
 }
