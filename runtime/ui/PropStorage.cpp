@@ -12,6 +12,7 @@
 #include <QVariant>
 
 #include <optional>
+#include <utility>
 #include <vector>
 
 using namespace Qt::Literals::StringLiterals;
@@ -168,13 +169,15 @@ public:
     mutable bool damaged = false;
     std::vector<IniChange> changes; // since the last flush
     mutable QString lastError;
-    mutable bool told = false;
+    bool told = false;
+    mutable bool toldDamage = false;
 
-    void Load() const;
+    void Load(const std::function<void(const QString& message)>& tell) const;
+    QString AsideName() const { return fileName + u".damaged"_s; }
     bool SetAside(QString& reason) const;
 };
 
-void TIniPropStorageManEh::Private::Load() const
+void TIniPropStorageManEh::Private::Load(const std::function<void(const QString& message)>& tell) const
 {
     loaded = true;
     damaged = false;
@@ -182,24 +185,28 @@ void TIniPropStorageManEh::Private::Load() const
     QFile file(fileName);
     if (!file.exists())
         return;
-    if (!file.open(QIODevice::ReadOnly)) {
-        lastError = file.errorString();
-        damaged = true;
-        return;
+    QString reason = u"内容已损坏"_s;
+    if (file.open(QIODevice::ReadOnly)) {
+        if (auto parsed = Parse(file.readAll())) {
+            contents = std::move(*parsed);
+            return;
+        }
+    } else {
+        reason = lastError = file.errorString();
     }
-    auto parsed = Parse(file.readAll());
-    if (parsed)
-        contents = std::move(*parsed);
-    else
-        damaged = true;
+    damaged = true;
+    if (std::exchange(toldDamage, true) || !tell)
+        return;
+    tell(u"界面设置文件“%1”读不出来（%2），界面按默认设置显示。下次保存设置时原文件另存为“%3”，"
+         u"需要找回设置请交给管理员，否则可以删除。"_s.arg(
+             QDir::toNativeSeparators(fileName), reason, QDir::toNativeSeparators(AsideName())));
 }
 
 bool TIniPropStorageManEh::Private::SetAside(QString& reason) const
 {
-    const QString aside = fileName + u".damaged"_s;
-    QFile::remove(aside);
+    QFile::remove(AsideName());
     QFile file(fileName);
-    if (file.rename(aside))
+    if (file.rename(AsideName()))
         return true;
     reason = file.errorString();
     return false;
@@ -221,6 +228,7 @@ void TIniPropStorageManEh::SetIniFileName(const QString& path)
 {
     d_->fileName = QString(path).replace(u'\\', u'/');
     d_->loaded = false;
+    d_->toldDamage = false;
     d_->changes.clear();
 }
 
@@ -233,7 +241,7 @@ QString TIniPropStorageManEh::ReadString(
     const QString& section, const QString& key, const QString& defaultText) const
 {
     if (!d_->loaded)
-        d_->Load();
+        d_->Load(OnProblem);
     if (const IniSection* found = FindSection(d_->contents, section)) {
         for (const IniEntry& entry : found->entries) {
             if (entry.key == key)
@@ -246,7 +254,7 @@ QString TIniPropStorageManEh::ReadString(
 void TIniPropStorageManEh::WriteString(const QString& section, const QString& key, const QString& text)
 {
     if (!d_->loaded)
-        d_->Load();
+        d_->Load(OnProblem);
     const IniChange change{section, key.isNull() ? u""_s : key, text};
     Apply(d_->contents, change);
     d_->changes.push_back(change);
@@ -255,7 +263,7 @@ void TIniPropStorageManEh::WriteString(const QString& section, const QString& ke
 QStringList TIniPropStorageManEh::ReadKeys(const QString& section) const
 {
     if (!d_->loaded)
-        d_->Load();
+        d_->Load(OnProblem);
     QStringList keys;
     if (const IniSection* found = FindSection(d_->contents, section)) {
         for (const IniEntry& entry : found->entries)
@@ -267,7 +275,7 @@ QStringList TIniPropStorageManEh::ReadKeys(const QString& section) const
 void TIniPropStorageManEh::EraseSection(const QString& section)
 {
     if (!d_->loaded)
-        d_->Load();
+        d_->Load(OnProblem);
     const IniChange change{section, {}, {}};
     Apply(d_->contents, change);
     d_->changes.push_back(change);
@@ -296,7 +304,7 @@ bool TIniPropStorageManEh::Flush()
     if (!lock.tryLock(2'000))
         return problem(lock.error() == QLockFile::PermissionError ? u"没有写入权限"_s : u"文件正被占用"_s);
     const IniContents ours = d_->contents;
-    d_->Load();
+    d_->Load(OnProblem);
     if (d_->damaged) {
         QString reason;
         if (!d_->SetAside(reason)) {

@@ -10,9 +10,10 @@
 #include <memory>
 
 // An INI file of settings: sections of keys. Values are texts; any text survives being written and read. The
-// file appears, with its folder, when something is first written. A damaged or unreadable file reads as empty
-// and is set aside as "<name>.damaged" before it is written anew; a file that cannot be written raises
-// nothing: the reason is kept in LastError and told once through OnProblem.
+// file appears, with its folder, when something is first written. A damaged or unreadable file reads as
+// empty, which is told once through OnProblem, and is set aside as "<name>.damaged" before it is written
+// anew; a file that cannot be written raises nothing: the reason is kept in LastError and told once through
+// OnProblem.
 class RUNTIME_EXPORT TIniPropStorageManEh : public QObject {
     Q_OBJECT
 public:

@@ -75,19 +75,24 @@ TEST_F(PropStorageTest, TwoClientsKeepEachOthersSettings)
     EXPECT_EQ(Contents(Path()), "[a]\nx=1\nz=3\n\n[b]\ny=2\n\n");
 }
 
-TEST_F(PropStorageTest, ADamagedFileReadsEmptyAndIsSetAside)
+TEST_F(PropStorageTest, ADamagedFileReadsEmptyIsToldAndSetAside)
 {
     for (const QByteArray& bytes : {QByteArray("\xff\xfe broken"), QByteArray("[a\nx=1\n"),
              QByteArray("[a]\nx=\\u00\n"), QByteArray("[a]\nno sign\n"), QByteArray("[a]\nx=1\0", 8)}) {
         Put(bytes);
         TIniPropStorageManEh ini;
+        QStringList problems;
+        ini.OnProblem = [&](const QString& message) { problems += message; };
         ini.SetIniFileName(Path());
         EXPECT_EQ(ini.ReadString(u"a"_s, u"x"_s, u"empty"_s), u"empty"_s);
+        ASSERT_EQ(problems.size(), 1);
+        EXPECT_TRUE(problems[0].contains(u"Zelmor.ini.damaged"_s)) << "says where the old settings are";
         EXPECT_EQ(Contents(Path()), bytes) << "reading changes nothing";
         ini.WriteString(u"a"_s, u"x"_s, u"2"_s);
         EXPECT_TRUE(ini.Flush());
         EXPECT_EQ(Contents(Path()), "[a]\nx=2\n\n");
         EXPECT_EQ(Contents(Path() + u".damaged"_s), bytes);
+        EXPECT_EQ(problems.size(), 1) << "once is enough";
     }
 }
 
