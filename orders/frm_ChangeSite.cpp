@@ -8,6 +8,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
@@ -101,6 +102,7 @@ bool Tfrm_ChangeSite::FormKeyDown(QKeyEvent* event)
 void Tfrm_ChangeSite::showEvent(QShowEvent* event)
 {
     TForm::showEvent(event);
+    move(screen()->availableGeometry().center() - rect().center());
     DBLookupComboboxEh1->setFocus();
     // Once the dialog stands, so that an answer given beforehand goes through its controls.
     QTimer::singleShot(0, this, &Tfrm_ChangeSite::AnswerForUser);

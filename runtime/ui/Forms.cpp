@@ -257,8 +257,11 @@ void TForm::ShowModal()
 {
     setWindowFlags((windowFlags() & ~Qt::WindowType_Mask) | Qt::Dialog);
     setWindowModality(Qt::ApplicationModal);
+    setAttribute(Qt::WA_Moved, false);
     Show();
-    if (const QWidget* mainForm = Application ? Application->MainForm() : nullptr) {
+    // Over the main form, unless the form has placed itself.
+    const QWidget* mainForm = Application ? Application->MainForm() : nullptr;
+    if (mainForm && !testAttribute(Qt::WA_Moved)) {
         const QRect place = mainForm->window()->frameGeometry();
         move(place.center() - rect().center());
     }
