@@ -46,6 +46,11 @@ Tfrm_Basic::~Tfrm_Basic()
 {
     if (FormVar && *FormVar == this)
         *FormVar = nullptr;
+    FormDestroy();
+}
+
+void Tfrm_Basic::FormDestroy()
+{
     for (TClientDataSetEx* dataSet : OwnedDataSets()) {
         // The descendant that these handlers and connections belong to is gone already.
         disconnect(dataSet, nullptr, this, nullptr);

@@ -68,6 +68,8 @@ protected:
     void FormCreate();
     void FormActivate() override;
     TCloseAction FormClose() override;
+    // Closes what is still open; the destructor's part.
+    void FormDestroy();
 
     // Every dataset of the screen, in the order of creation.
     std::vector<TClientDataSetEx*> OwnedDataSets() const;
