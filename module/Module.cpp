@@ -28,21 +28,31 @@ QString DllCaption()
     return u"DLL调用"_s;
 }
 
+// Not from within a screen that is being made or destroyed: a box runs events of its own. Bound to the
+// storage, so that nothing is left waiting when the library goes.
 void TellProblem(const QString& message)
 {
-    if (Application && Application->MainForm())
-        Application->MessageBox(u"详细："_s + message, u"设置文件"_s, TMessageIcon::Warning);
+    QMetaObject::invokeMethod(
+        LayoutStorage,
+        [message] {
+            if (Application && Application->MainForm())
+                Application->MessageBox(u"详细："_s + message, u"设置文件"_s, TMessageIcon::Warning);
+        },
+        Qt::QueuedConnection);
 }
 
-void BindConnections(const std::array<TSocketConnectionEx*, 2>& connections)
+// True when the connection takes the place of another one: somebody else has logged in.
+bool BindConnections(const std::array<TSocketConnectionEx*, 2>& connections)
 {
     TSocketConnectionEx* host = connections[0];
     if (host == dm_BasicData->HostConnection)
-        return;
+        return false;
+    const bool replaced = !dm_BasicData->HostConnection.isNull();
     dm_BasicData->HostConnection = host;
     dm_GlobalData->QueryConnection = connections[1];
     for (TClientDataSetEx* command : {dm_BasicData->comm, dm_BasicData->comm1, dm_BasicData->comm2})
         command->SetRemoteServer(host);
+    return replaced;
 }
 
 void ShowScreen(std::string_view formName)
@@ -116,8 +126,9 @@ void OpenScreen(TApplication* application, TScreen* screen, const std::uintptr_t
             std::array<TSocketConnectionEx*, 2> connections{};
             for (int i = 0; i <= highIndex && i < static_cast<int>(connections.size()); ++i)
                 connections[static_cast<size_t>(i)] = reinterpret_cast<TSocketConnectionEx*>(hostData[i]);
-            BindConnections(connections);
-            if (!dm_GlobalData->Ready())
+            // The copies of the last user's lists are not the next one's.
+            const bool anotherLogin = BindConnections(connections);
+            if (anotherLogin || !dm_GlobalData->Ready())
                 dm_GlobalData->DataModuleCreate();
             ShowScreen(formName ? formName : "");
         },

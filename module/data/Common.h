@@ -24,13 +24,13 @@ struct TPasteRule {
 
 struct TPastedNumbers {
     QString list; // ('a','b'); empty when there is a complaint
-    QString memoText; // the text with uniform line breaks, to be put back
     QString complaint; // what to tell the user; empty when all is well
 };
 
 // Any of CR LF, CR and LF ends a line; blank lines inside the text are items too.
 TPastedNumbers ParsePastedNumbers(const QString& memoText, const TPasteRule& rule = {});
-// The same on a memo; tells the complaint. Returns the list.
+// The same on a memo, which makes its line breaks uniform as text comes in; tells the complaint. Returns the
+// list.
 QString PastedNumberList(QPlainTextEdit& memo, const TPasteRule& rule = {});
 
 struct TDateRangeFault {

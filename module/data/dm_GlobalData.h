@@ -6,7 +6,8 @@
 #include <QObject>
 
 // Pick lists for the screens without a query of their own, and the waybill-number checks. The shared lists
-// are the host's datasets themselves and follow its changes; the copies are snapshots taken at start-up.
+// are the host's datasets themselves and follow its changes; the copies are snapshots, taken at start-up and
+// when another login takes the place of the one before.
 class Tdm_GlobalData : public QObject {
     Q_OBJECT
 public:

@@ -108,6 +108,22 @@ TEST_F(Exec, TheSecondConnectionIsTakenWithTheFirstOnly)
     EXPECT_EQ(dm_GlobalData->QueryConnection, &other);
 }
 
+TEST_F(Exec, AnotherLoginHasItsOwnCustomers)
+{
+    const auto customers = [](const QString& code) { return MakeTextRows({u"CUSTOMER_CODE"_s}, {{code}}); };
+    const auto call = [&](TSocketConnectionEx& main) {
+        const std::uintptr_t data[] = {
+            reinterpret_cast<std::uintptr_t>(&main), reinterpret_cast<std::uintptr_t>(&host.Connection2)};
+        OpenScreen(&host.App, &host.Scr, data, 1, "none000");
+        return dm_GlobalData->cdsownerCustomer->ViewText(0, 0);
+    };
+    const QString first = call(host.Connection);
+    host.DataSet(u"ownerCustomer"_s).OpenRows(customers(u"K2"_s));
+    EXPECT_EQ(call(host.Connection), first) << "a snapshot";
+    TSocketConnectionEx other;
+    EXPECT_EQ(call(other), u"K2"_s);
+}
+
 TEST_F(Exec, AdoptsTheHostsObjectsOnEveryCall)
 {
     TApplication app;
