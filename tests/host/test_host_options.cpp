@@ -99,7 +99,7 @@ TEST(HostSettings, DamagedFileIsSetAsideAndReadsAsEmpty)
     const QTemporaryDir folder;
     QFile file(folder.filePath(u"host.ini"_s));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(QByteArray("\x00\xff\xfe[log\x01in\nplace", 20));
+    file.write(QByteArray("\x00\xff\xfe[log\x01in\nplace", 16));
     file.close();
     THostSettings settings(folder.path(), {});
     EXPECT_FALSE(settings.UsesServer());
