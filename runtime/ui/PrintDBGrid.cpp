@@ -103,11 +103,11 @@ private:
             QColor(0xe6, 0xeb, 0xf1));
         painter_.setFont(footer_);
         const int height = painter_.fontMetrics().height();
-        const QRect place(0, area_.bottom() - height, area_.width(), height);
+        const QRect place(0, area_.bottom() - height - Px(2), area_.width(), height);
         painter_.setPen(Qt::black);
         painter_.drawText(place, Qt::AlignRight, u"第 %1 页"_s.arg(page_));
         if (settings_.FooterLine)
-            painter_.drawLine(place.left(), place.top() - Px(2), place.right(), place.top() - Px(2));
+            painter_.drawLine(place.left(), area_.bottom(), place.right(), area_.bottom());
     }
 
     template <typename Cell> void Row(const Cell& cell, const QColor& background)

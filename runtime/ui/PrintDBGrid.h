@@ -18,7 +18,7 @@ public:
     double MarginTop = 2.0, MarginBottom = 2.0, MarginLeft = 2.0, MarginRight = 2.0; // centimetres
     int HeaderFontPixels = 14;
     int FooterFontPixels = 14;
-    bool FooterLine = true;
+    bool FooterLine = true; // a single rule under the footer
     QString HeaderText;
 
     // Asks for a printer, then prints; Preview shows the pages first. Both do nothing on an empty grid.
