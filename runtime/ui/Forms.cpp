@@ -91,6 +91,15 @@ public:
     std::function<void()> OnDestroyed;
 };
 
+// The screen that the main form's area has for its current one.
+TForm* CurrentScreen()
+{
+    const QWidget* mainForm = Application ? Application->MainForm() : nullptr;
+    const auto* area = mainForm ? mainForm->findChild<QMdiArea*>() : nullptr;
+    const QMdiSubWindow* window = area ? area->currentSubWindow() : nullptr;
+    return window ? qobject_cast<TForm*>(window->widget()) : nullptr;
+}
+
 // The window's own menu, in the users' language.
 void NameSystemMenu(QMdiSubWindow& window)
 {
@@ -154,8 +163,13 @@ void TForm::LeaveScreen()
     if (!Screen)
         return;
     std::erase(Screen->d_->forms, this);
-    if (Screen->d_->active == this)
-        Screen->d_->active = nullptr;
+    if (Screen->d_->active != this)
+        return;
+    Screen->d_->active = nullptr;
+    // A dialog hands back to the screen it stood over; not every window system makes that known.
+    TForm* screen = FormStyle == TFormStyle::Normal ? CurrentScreen() : nullptr;
+    if (screen && screen != this)
+        screen->Activated();
 }
 
 QString TForm::Caption() const

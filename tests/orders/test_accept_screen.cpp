@@ -291,3 +291,14 @@ TEST_F(AcceptScreen, AnAcceptanceTakenBackBeforeSavingLeavesNoTrace)
              u"MESSAGE"_s, u"REC_GOODS_MAN"_s})
         EXPECT_TRUE(cds->FieldByName(field).IsNull()) << qUtf8Printable(field);
 }
+
+TEST_F(AcceptScreen, IsTheActiveScreenAgainAfterAPicker)
+{
+    desk.host.MainForm.show();
+    Open();
+    EXPECT_EQ(desk.host.Scr.ActiveForm(), screen);
+    desk.host.App.QueueAnswer({u"cancel"_s});
+    Press(u"Button2"_s);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(desk.host.Scr.ActiveForm(), screen);
+}
