@@ -185,4 +185,5 @@ void OfferStatuses(TColumnEh& column, std::initializer_list<int> statuses)
         column.pickList.append(StatusName(status));
         column.keyList.append(QString::number(status));
     }
+    column.nullText = StatusName(kStatusWaiting);
 }

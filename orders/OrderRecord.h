@@ -39,5 +39,5 @@ struct OrderColumnUse {
 // for a field that the order does not have.
 std::vector<TColumnEh> OrderColumns(std::span<const OrderColumnUse> uses);
 
-// Offers these statuses by name in a status column.
+// Offers these statuses by name in a status column; an order without one is shown as waiting.
 void OfferStatuses(TColumnEh& column, std::initializer_list<int> statuses);

@@ -59,6 +59,7 @@ struct TColumnEh {
     std::vector<TFooter> footers{};
     QString displayFormat{}; // date-times: "yyyy-mm-dd hh:nn:ss" pattern; numbers: decimals as "0.00"
     bool numericOnly = false;
+    QString nullText{}; // shown where the field is null
 };
 
 // What a handler may change of one cell about to be painted.

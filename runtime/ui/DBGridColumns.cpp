@@ -278,6 +278,8 @@ QString TDBGridEh::CellText(int viewRow, int column) const
     if (entry.field < 0)
         return {};
     const TColumnEh& info = entry.info;
+    if (!info.nullText.isEmpty() && open->ViewIsNull(viewRow, entry.field))
+        return info.nullText;
     switch (info.style) {
     case TColumnStyle::CheckBox:
         return open->ViewText(viewRow, entry.field) == info.keyList.value(0, u"1"_s) ? u"1"_s : u"0"_s;

@@ -88,6 +88,17 @@ TEST_F(AcceptScreen, OpensOnTodaysWaitingOrdersWithWhatABranchMayDo)
     EXPECT_EQ(params.background, QColor(0xFF, 0xB7, 0xB5));
 }
 
+TEST_F(AcceptScreen, AnOrderWithoutAStatusWaitsLikeTheOthers)
+{
+    desk.orders = {{{u"TX_LOGISTIC_ID"_s, u"T1"_s}, {u"PREPARE_SITE"_s, u";浦东一部;"_s}}};
+    Open();
+    EXPECT_EQ(grid->CellText(0, grid->ColumnIndex(u"STATUS")), u"等待接单"_s);
+    grid->SelectRows({cds->ViewBookmark(0)});
+    Press(u"BatchAcceptBillButton"_s);
+    EXPECT_EQ(grid->CellText(0, grid->ColumnIndex(u"STATUS")), u"接单成功"_s);
+    EXPECT_EQ(cds->FieldByName(u"REC_SITE").AsString(), u"浦东一部"_s);
+}
+
 TEST_F(AcceptScreen, HeadquartersMayRefuseAndSearchByNumberAndSite)
 {
     desk.host.SetValue(u"site"_s, u"快运本部"_s);
