@@ -38,11 +38,3 @@ QString FirstAcceptQuery(const TAcceptCriteria& criteria)
     return CreatedBetween(criteria) + u" and a.bl_dispart=1 and a.status=0 "_s
         + u"and a.PREPARE_SITE like '%;"_s + criteria.loginSite + u";%' order by a.CREATE_DATE desc"_s;
 }
-
-QString DestinationSitesQuery()
-{
-    return u"select /*+index(a,)*/ a.site_name, a.site_code, a.superior_site  from tab_site a "
-           "where nvl(a.bl_not_input, 0) <> 1  and a.TYPE_KIND not in ('财务中心', "
-           "'一级财务中心','二级财务中心', "
-           "'一级分拨中心', '二级分拨中心')"_s;
-}

@@ -78,13 +78,6 @@ void RequireReasonFor(TClientDataSetEx& cds, int status, const TClerk& clerk, co
     }
 }
 
-void DropUnknownDestination(TClientDataSetEx& cds, TClientDataSetEx& destinations)
-{
-    const QString destination = TextOf(cds, u"DESTINATION");
-    if (!destination.isEmpty() && !destinations.Locate(u"SITE_NAME"_s, {destination}))
-        ClearField(cds, u"DESTINATION");
-}
-
 void StampModifier(TClientDataSetEx& cds)
 {
     SetText(cds, u"MODIFIER", GlobalValue(u"EmployeeName"_s));

@@ -41,7 +41,5 @@ void ClearCancellation(TClientDataSetEx& cds);
 // The reason belongs to one status: with it the reason is required (else `missingReason` is the violation)
 // and the cancellation stamped; with any other a reason left over is cleared.
 void RequireReasonFor(TClientDataSetEx& cds, int status, const TClerk& clerk, const QString& missingReason);
-// A destination that the list does not know is no destination.
-void DropUnknownDestination(TClientDataSetEx& cds, TClientDataSetEx& destinations);
 // Who changed the row last: the host's employee and site. The last step of every before-post handler.
 void StampModifier(TClientDataSetEx& cds);
