@@ -1,6 +1,7 @@
 #include "module/Registry.h"
 
 #include "orders/frm_AcceptBill.h"
+#include "reports/frm_BillQuery.h"
 
 #include <algorithm>
 #include <array>
@@ -14,7 +15,7 @@ template <typename TScreenClass> Tfrm_Basic* Create(QObject* owner)
 
 constexpr std::array<TScreenEntry, 22> kScreens{{
     {"frm_Site"},
-    {"frm_BillQuery"},
+    {"frm_BillQuery", {}, Create<Tfrm_BillQuery>},
     {"frm_AcceptBill", "000", Create<Tfrm_AcceptBill>},
     {"frm_RecBill", "000"},
     {"frm_UnDispartBill", "000"},

@@ -171,6 +171,8 @@ std::vector<TColumnEh> OrderColumns(std::span<const OrderColumnUse> uses)
         column.visible = use.visible;
         column.readOnly = !use.editable;
         ApplyShape(column, found->shape);
+        if (use.summed)
+            column.footers = {{}, {TFooterValueType::Sum, {}, TAlignment::Right}};
         columns.push_back(std::move(column));
     }
     return columns;

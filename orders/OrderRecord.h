@@ -32,6 +32,7 @@ struct OrderColumnUse {
     const char* field;
     bool visible = true;
     bool editable = false;
+    bool summed = false; // in the footer
 };
 
 // Grid columns for these fields, with caption, width, alignment and the lists of values that every screen
