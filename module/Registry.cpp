@@ -1,6 +1,7 @@
 #include "module/Registry.h"
 
 #include "orders/frm_AcceptBill.h"
+#include "orders/frm_RecBill.h"
 #include "reports/frm_BillQuery.h"
 
 #include <algorithm>
@@ -17,7 +18,7 @@ constexpr std::array<TScreenEntry, 22> kScreens{{
     {"frm_Site"},
     {"frm_BillQuery", {}, Create<Tfrm_BillQuery>},
     {"frm_AcceptBill", "000", Create<Tfrm_AcceptBill>},
-    {"frm_RecBill", "000"},
+    {"frm_RecBill", "000", Create<Tfrm_RecBill>},
     {"frm_UnDispartBill", "000"},
     {"frm_UnAccept", "000"},
     {"frm_UnRec", "000"},

@@ -23,7 +23,8 @@ struct TRuleViolation {
 };
 
 // Runs the rules of a before-post handler. A violation is shown as a warning under the caption, its column is
-// handed to `focus`, and the post is aborted silently.
+// handed to `focus`, and the post is aborted silently; so it is, with the reason shown, when a rule could not
+// be checked.
 void RunRules(const QString& caption, const std::function<void()>& rules,
     const std::function<void(const QString& field)>& focus = {});
 
