@@ -18,8 +18,9 @@ TDateWindow::TDateWindow(QWidget* parent, const QString& title)
     rbrdo1->setObjectName(u"rbrdo1"_s);
     rbrdo3->setObjectName(u"rbrdo3"_s);
     rbrdo1->setChecked(true);
+    const int room = fontMetrics().horizontalAdvance(u"0000-00-00 00:00:00 00000"_s);
     for (TDBDateTimeEditEh* edit : {DBDateTimeEditEh1, DBDateTimeEditEh2})
-        edit->setMinimumWidth(fontMetrics().averageCharWidth() * 25);
+        edit->setFixedWidth(room);
 
     auto* choice = new QHBoxLayout;
     choice->addWidget(rbrdo1);

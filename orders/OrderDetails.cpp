@@ -2,9 +2,11 @@
 
 #include "orders/Items.h"
 #include "orders/OrderControls.h"
+#include "runtime/ui/Style.h"
 
 #include <QGridLayout>
 #include <QGroupBox>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QSplitter>
 #include <QVBoxLayout>
@@ -15,6 +17,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr int kBoxWidth = 92; // pixels at 96 dpi
 
 // Where a field's box stands in its block; the label goes before it.
 struct DetailField {
@@ -64,17 +68,19 @@ void AddFields(QWidget* block, TDataSource* order, std::span<const DetailField> 
     for (const DetailField& field : fields) {
         const QString name = QString::fromUtf16(field.field);
         auto* box = new TDBEditEh(block, u"DBEditEh_"_s + name);
+        box->setMinimumWidth(Scaled(*block, kBoxWidth));
         box->setReadOnly(true);
         box->Binding().SetReadOnly(true);
         box->Binding().SetDataSource(order);
         box->Binding().SetDataField(name);
         grid->addWidget(LabelFor(box, QString::fromUtf16(field.caption), block), field.row, field.column * 2);
         grid->addWidget(box, field.row, field.column * 2 + 1, 1, field.span * 2 - 1);
+        grid->setColumnStretch(field.column * 2 + 1, 1);
         // A text longer than its box shows its beginning.
         QObject::connect(box, &QLineEdit::textChanged, box, [box] { box->setCursorPosition(0); });
     }
-    // The first column of a block holds the time.
-    grid->setColumnMinimumWidth(1, block->fontMetrics().averageCharWidth() * 22);
+    // The first column of a block holds the time, or the longest number.
+    grid->setColumnMinimumWidth(1, block->fontMetrics().horizontalAdvance(u"0000-00-00 00:00:00 0000"_s));
 }
 
 QWidget* CreateBlock(
@@ -94,18 +100,19 @@ TOrderDetails::TOrderDetails(
     auto* goods = new TDataView(this, u"DataView2"_s);
     PrepareItemsView(*goods, items);
 
-    auto* parts = new QSplitter(Qt::Horizontal, this);
-    parts->setChildrenCollapsible(false);
-    parts->addWidget(CreateFields(order));
-    parts->addWidget(goods);
-    if (trail)
-        parts->addWidget(CreateTrail(trail));
-    parts->setStretchFactor(1, 1);
-    if (trail)
-        parts->setStretchFactor(2, 1);
-    auto* layout = new QVBoxLayout(this);
+    auto* lists = new QSplitter(Qt::Horizontal, this);
+    lists->setChildrenCollapsible(false);
+    lists->addWidget(goods);
+    lists->setStretchFactor(0, 2);
+    if (trail) {
+        lists->addWidget(CreateTrail(trail));
+        lists->setStretchFactor(1, 3);
+    }
+    // No wider than they need while there is little room.
+    auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(6, 4, 6, 4);
-    layout->addWidget(parts);
+    layout->addWidget(CreateFields(order), 1);
+    layout->addWidget(lists, 2);
 }
 
 QWidget* TOrderDetails::CreateFields(TDataSource* order)
@@ -128,14 +135,14 @@ QWidget* TOrderDetails::CreateTrail(TClientDataSetEx* trail)
     auto* group = new QGroupBox(u"订单状态信息"_s, this);
     auto* view = new TDataView(group, u"DataView3"_s);
     view->DataViewGrid->SetColumns({
-        {.fieldName = u"infos"_s, .title = u"状态"_s, .width = 150},
+        {.fieldName = u"infos"_s, .title = u"状态"_s, .width = 130},
         {.fieldName = u"create_date"_s,
             .title = u"产生日期"_s,
             .width = 140,
             .style = TColumnStyle::DateTime},
         {.fieldName = u"POST_FLAG"_s,
             .title = u"推送状态"_s,
-            .width = 70,
+            .width = 66,
             .style = TColumnStyle::KeyPickList,
             .pickList = {u"推送失败"_s, u"未推送"_s, u"推送成功"_s},
             .keyList = {u"-1"_s, u"0"_s, u"1"_s}},
