@@ -5,4 +5,5 @@ include("tour/common.js");
 include("tour/acceptance.js");
 include("tour/layout.js");
 include("tour/headquarters.js");
+include("tour/query.js");
 print("Tour complete.");

@@ -310,9 +310,13 @@ void TMainForm::PressScreenButton(const char* property)
     // Leaving a field writes what was typed into it, as it does when the button itself is pressed; afterwards
     // the user goes on where they were.
     const QPointer<QWidget> before = focusWidget();
-    button->setFocus();
+    if (button->isVisible())
+        button->setFocus();
+    else if (before) // pressed from here alone
+        before->clearFocus();
+    const QPointer<QWidget> meanwhile = focusWidget();
     button->click();
-    if (before && before->isVisible() && button->hasFocus())
+    if (before && before->isVisible() && focusWidget() == meanwhile)
         before->setFocus();
 }
 

@@ -14,4 +14,6 @@ struct TScreenEntry {
 
 inline constexpr std::array kScreens{
     TScreenEntry{u"frm_AcceptBill", u"网点接单", u"网点业务(&B)", u"Ctrl+1"},
+    TScreenEntry{u"frm_RecBill", u"网点揽件", u"网点业务(&B)", u"Ctrl+2"},
+    TScreenEntry{u"frm_BillQuery", u"泽摩订单查询", u"查询统计(&Q)", u"Ctrl+3"},
 };

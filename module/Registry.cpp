@@ -1,6 +1,8 @@
 #include "module/Registry.h"
 
 #include "orders/frm_AcceptBill.h"
+#include "orders/frm_RecBill.h"
+#include "reports/frm_BillQuery.h"
 
 #include <algorithm>
 #include <array>
@@ -14,9 +16,9 @@ template <typename TScreenClass> Tfrm_Basic* Create(QObject* owner)
 
 constexpr std::array<TScreenEntry, 22> kScreens{{
     {"frm_Site"},
-    {"frm_BillQuery"},
+    {"frm_BillQuery", {}, Create<Tfrm_BillQuery>},
     {"frm_AcceptBill", "000", Create<Tfrm_AcceptBill>},
-    {"frm_RecBill", "000"},
+    {"frm_RecBill", "000", Create<Tfrm_RecBill>},
     {"frm_UnDispartBill", "000"},
     {"frm_UnAccept", "000"},
     {"frm_UnRec", "000"},

@@ -2,25 +2,14 @@
 
 #include "module/data/Common.h"
 #include "orders/OrderRecord.h"
+#include "orders/SiteQueries.h"
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-QString CreatedBetween(const TAcceptCriteria& criteria)
-{
-    return u"select /*+index(a,TAB_ZELMOR_BILL_I3)*/a.* from tab_zelmor_bill a where a.create_date between to_date('"_s
-        + criteria.from + u"','yyyy-mm-dd hh24:mi:ss') and "_s + u"to_date('"_s + criteria.to
-        + u"','yyyy-mm-dd hh24:mi:ss')  "_s;
-}
-
-} // namespace
-
 QString AcceptQuery(const TAcceptCriteria& criteria)
 {
-    QString sql = CreatedBetween(criteria) + u" and a.bl_dispart=1 "_s;
-    if (!criteria.warehouse.trimmed().isEmpty())
-        sql += u" and a.WMS_CODE= "_s + QuotedStr(criteria.warehouse);
+    QString sql = OrdersCreatedBetween(criteria.from, criteria.to) + u" and a.bl_dispart=1 "_s
+        + OfWarehouse(criteria.warehouse);
     if (criteria.loginSite == HeadquartersSite()) {
         sql += u" and (nvl(a.status, 0)=0 or nvl(a.status, 0)=1)"_s;
         if (!criteria.orderNumber.isEmpty())
@@ -35,14 +24,6 @@ QString AcceptQuery(const TAcceptCriteria& criteria)
 
 QString FirstAcceptQuery(const TAcceptCriteria& criteria)
 {
-    return CreatedBetween(criteria) + u" and a.bl_dispart=1 and a.status=0 "_s
+    return OrdersCreatedBetween(criteria.from, criteria.to) + u" and a.bl_dispart=1 and a.status=0 "_s
         + u"and a.PREPARE_SITE like '%;"_s + criteria.loginSite + u";%' order by a.CREATE_DATE desc"_s;
-}
-
-QString DestinationSitesQuery()
-{
-    return u"select /*+index(a,)*/ a.site_name, a.site_code, a.superior_site  from tab_site a "
-           "where nvl(a.bl_not_input, 0) <> 1  and a.TYPE_KIND not in ('财务中心', "
-           "'一级财务中心','二级财务中心', "
-           "'一级分拨中心', '二级分拨中心')"_s;
 }

@@ -16,5 +16,3 @@ struct TAcceptCriteria {
 QString AcceptQuery(const TAcceptCriteria& criteria);
 // What the screen opens with: the waiting orders offered to the site in the range.
 QString FirstAcceptQuery(const TAcceptCriteria& criteria);
-// The sites that an order may be destined for.
-QString DestinationSitesQuery();

@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-enum class Shape { Text, Number, DateTime, Check, Reason, Goods };
+enum class Shape { Text, Number, DateTime, Check, Reason, Goods, Payment };
 
 struct OrderColumn {
     std::string_view field;
@@ -40,7 +40,7 @@ constexpr std::array kColumns = std::to_array<OrderColumn>({
     {"SEND_MAN", u"派件员工", 74},
     {"SEND_DATE", u"派件日期", 140, Shape::DateTime},
     {"DESTINATION", u"目的地", 120},
-    {"PAY_TYPE", u"支付方式", 70},
+    {"PAY_TYPE", u"支付方式", 70, Shape::Payment},
     {"TOTAL_WEIGHT", u"重量", 64, Shape::Number},
     {"TOTAL_VOLUME", u"体积", 64, Shape::Number},
     {"FAVOURABLE_BILL", u"优惠券编号", 100},
@@ -111,6 +111,7 @@ void ApplyShape(TColumnEh& column, Shape shape)
         break;
     case Shape::Number:
         column.alignment = TAlignment::Right;
+        column.numericOnly = true;
         break;
     case Shape::DateTime:
         column.style = TColumnStyle::DateTime;
@@ -129,6 +130,11 @@ void ApplyShape(TColumnEh& column, Shape shape)
         column.pickList = KindsOfGoods();
         for (qsizetype kind = 0; kind < column.pickList.size(); ++kind)
             column.keyList.append(QString::number(kind));
+        break;
+    case Shape::Payment:
+        column.style = TColumnStyle::KeyPickList;
+        column.pickList = {u"现金"_s, u"到付"_s};
+        column.keyList = {kPaidInCash.toString(), kPaidByConsignee.toString()};
         break;
     }
 }
@@ -171,6 +177,8 @@ std::vector<TColumnEh> OrderColumns(std::span<const OrderColumnUse> uses)
         column.visible = use.visible;
         column.readOnly = !use.editable;
         ApplyShape(column, found->shape);
+        if (use.summed)
+            column.footers = {{}, {TFooterValueType::Sum, {}, TAlignment::Right}};
         columns.push_back(std::move(column));
     }
     return columns;

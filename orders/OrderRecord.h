@@ -19,6 +19,10 @@ inline constexpr int kStatusInTransit = 5;
 inline constexpr int kStatusDelivered = 6;
 inline constexpr int kStatusDeliveryFailed = 7;
 
+// Who pays the freight, PAY_TYPE.
+inline constexpr QStringView kPaidInCash = u"0";
+inline constexpr QStringView kPaidByConsignee = u"1";
+
 // The site that sees every order.
 QString HeadquartersSite();
 
@@ -32,11 +36,12 @@ struct OrderColumnUse {
     const char* field;
     bool visible = true;
     bool editable = false;
+    bool summed = false; // in the footer
 };
 
 // Grid columns for these fields, with caption, width, alignment and the lists of values that every screen
-// shares (check boxes, reasons, kinds of goods). A screen adds what is its own. Raises wire::Error (Usage)
-// for a field that the order does not have.
+// shares (check boxes, reasons, kinds of goods, payment). A screen adds what is its own. Raises wire::Error
+// (Usage) for a field that the order does not have.
 std::vector<TColumnEh> OrderColumns(std::span<const OrderColumnUse> uses);
 
 // Offers these statuses by name in a status column; an order without one is shown as waiting.

@@ -1,8 +1,8 @@
 #include "orders/Rules.h"
 
+#include "module/data/Common.h"
 #include "module/data/HostBridge.h"
 #include "orders/OrderRecord.h"
-#include "runtime/ui/Application.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -12,9 +12,12 @@ void RunRules(const QString& caption, const std::function<void()>& rules,
     try {
         rules();
     } catch (const TRuleViolation& violation) {
-        Application->MessageBox(violation.message, caption, TMessageIcon::Warning);
+        ShowWarning(violation.message, caption);
         if (focus && !violation.field.isEmpty())
             focus(violation.field);
+        Abort();
+    } catch (const wire::Error& error) {
+        ShowFailure(error.Message(), caption); // a look-up that got no answer: the row waits for another try
         Abort();
     }
 }
@@ -76,13 +79,6 @@ void RequireReasonFor(TClientDataSetEx& cds, int status, const TClerk& clerk, co
     } else if (HasText(cds, u"CANCEL_DESC")) {
         ClearCancellation(cds);
     }
-}
-
-void DropUnknownDestination(TClientDataSetEx& cds, TClientDataSetEx& destinations)
-{
-    const QString destination = TextOf(cds, u"DESTINATION");
-    if (!destination.isEmpty() && !destinations.Locate(u"SITE_NAME"_s, {destination}))
-        ClearField(cds, u"DESTINATION");
 }
 
 void StampModifier(TClientDataSetEx& cds)

@@ -23,7 +23,8 @@ struct TRuleViolation {
 };
 
 // Runs the rules of a before-post handler. A violation is shown as a warning under the caption, its column is
-// handed to `focus`, and the post is aborted silently.
+// handed to `focus`, and the post is aborted silently; so it is, with the reason shown, when a rule could not
+// be checked.
 void RunRules(const QString& caption, const std::function<void()>& rules,
     const std::function<void(const QString& field)>& focus = {});
 
@@ -41,7 +42,5 @@ void ClearCancellation(TClientDataSetEx& cds);
 // The reason belongs to one status: with it the reason is required (else `missingReason` is the violation)
 // and the cancellation stamped; with any other a reason left over is cleared.
 void RequireReasonFor(TClientDataSetEx& cds, int status, const TClerk& clerk, const QString& missingReason);
-// A destination that the list does not know is no destination.
-void DropUnknownDestination(TClientDataSetEx& cds, TClientDataSetEx& destinations);
 // Who changed the row last: the host's employee and site. The last step of every before-post handler.
 void StampModifier(TClientDataSetEx& cds);

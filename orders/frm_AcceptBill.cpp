@@ -6,16 +6,16 @@
 #include "module/data/dm_BasicData.h"
 #include "module/data/dm_GlobalData.h"
 #include "orders/AcceptRules.h"
+#include "orders/BatchStatus.h"
 #include "orders/CandidateSites.h"
+#include "orders/Destinations.h"
+#include "orders/OrderControls.h"
 #include "orders/OrderRecord.h"
 #include "orders/SaveOrders.h"
 #include "orders/frm_ChangeSite.h"
 
 #include <QApplication>
-#include <QHBoxLayout>
-#include <QSplitter>
-#include <QToolButton>
-#include <QVBoxLayout>
+#include <QScopeGuard>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -76,14 +76,6 @@ constexpr OrderColumnUse kColumns[] = {
     {"PACKAGE_OR_NOT", false},
 };
 
-QLabel* LabelFor(QWidget* control, const QString& text, QWidget* parent)
-{
-    auto* label = new QLabel(text, parent);
-    label->setBuddy(control);
-    control->setAccessibleName(text);
-    return label;
-}
-
 } // namespace
 
 Tfrm_AcceptBill::Tfrm_AcceptBill(QObject* owner)
@@ -125,26 +117,10 @@ void Tfrm_AcceptBill::CreateDataSets()
 
 void Tfrm_AcceptBill::CreateControls()
 {
-    auto* top = new QWidget(this);
-    auto* rows = new QVBoxLayout(top);
-    rows->setContentsMargins(8, 8, 8, 6);
-    rows->setSpacing(6);
-    rows->addWidget(CreateFilterPanel());
-    rows->addWidget(CreateActionPanel());
-
+    QWidget* filters = CreateFilterPanel();
+    QWidget* actions = CreateActionPanel();
     CreateViews();
-    auto* lists = new QSplitter(Qt::Vertical, this);
-    lists->addWidget(DataView1);
-    lists->addWidget(DataView2);
-    lists->setStretchFactor(0, 4);
-    lists->setStretchFactor(1, 1);
-    lists->setChildrenCollapsible(false);
-
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    layout->addWidget(top);
-    layout->addWidget(lists, 1);
+    LayOutScreen(this, {filters, actions}, DataView1, DataView2);
 }
 
 QWidget* Tfrm_AcceptBill::CreateFilterPanel()
@@ -156,39 +132,19 @@ QWidget* Tfrm_AcceptBill::CreateFilterPanel()
     DBEditEh1 = new TDBEditEh(panel, u"DBEditEh1"_s);
     DBEditEh2 = new TDBEditEh(panel, u"DBEditEh2"_s);
     DBLookupComboboxEh1 = new TDBLookupComboboxEh(panel, u"DBLookupComboboxEh1"_s);
-    DBLookupComboboxEh1->SetLookup({
-        .listSource = dm_GlobalData->ds_AllSite,
-        .keyField = u"SITE_NAME"_s,
-        .listField = u"SITE_NAME"_s,
-        .columns = {{u"SITE_CODE"_s, u"网点编号"_s, 90}, {u"SITE_NAME"_s, u"网点名称"_s, 160},
-            {u"SUPERIOR_SITE"_s, u"所属网点"_s, 140}},
-        .searchFields = {u"SITE_CODE"_s},
-    });
-    DBLookupComboboxEh1->OnExit = [this] { CompleteLookupText(*DBLookupComboboxEh1); };
-    Label4 = LabelFor(DBEditEh2, u"物流号"_s, panel);
-    Label5 = LabelFor(DBLookupComboboxEh1, u"接单网点"_s, panel);
-    Button4 = new QPushButton(u"查询"_s, panel);
-    Button4->setObjectName(u"Button4"_s);
+    PrepareLookup(*DBLookupComboboxEh1, SiteLookup(dm_GlobalData->ds_AllSite));
+    Button4 = NewButton(panel, u"Button4"_s, u"查询"_s);
     OnClick(Button4, this, &Tfrm_AcceptBill::Button4Click);
 
     auto* row = new QHBoxLayout(panel);
     row->setContentsMargins(0, 0, 0, 0);
-    row->addWidget(LabelFor(DBDateTimeEditEh1, u"订单时间始"_s, panel));
-    row->addWidget(DBDateTimeEditEh1);
-    row->addWidget(LabelFor(DBDateTimeEditEh2, u"订单时间止"_s, panel));
-    row->addWidget(DBDateTimeEditEh2);
-    row->addWidget(LabelFor(DBEditEh1, u"仓库编号"_s, panel));
-    row->addWidget(DBEditEh1);
-    row->addWidget(Label4);
-    row->addWidget(DBEditEh2);
-    row->addWidget(Label5);
-    row->addWidget(DBLookupComboboxEh1);
+    AddDateRange(*row, DBDateTimeEditEh1, u"订单时间始"_s, DBDateTimeEditEh2, u"订单时间止"_s);
+    AddControl(*row, u"仓库编号"_s, DBEditEh1, 18);
+    Label4 = AddControl(*row, u"物流号"_s, DBEditEh2, 24);
+    Label5 = AddControl(*row, u"接单网点"_s, DBLookupComboboxEh1, 28);
     row->addWidget(Button4);
     row->addStretch(1);
-    const int character = fontMetrics().averageCharWidth();
-    DBEditEh1->setMaximumWidth(character * 18);
     DBEditEh2->setFixedWidth(fontMetrics().horizontalAdvance(QString(20, u'0')));
-    DBLookupComboboxEh1->setMaximumWidth(character * 28);
     return panel;
 }
 
@@ -199,34 +155,25 @@ QWidget* Tfrm_AcceptBill::CreateActionPanel()
     DBPageLookup_Employee1 = new TDBPageLookup_Employee(panel, u"DBPageLookup_Employee1"_s);
     DBPageLookup_Employee1->SetScope(clerk_.site);
     DBPageLookup_Employee1->setPlaceholderText(u"编号、姓名或电话"_s);
-    auto* batch = new QToolButton(panel);
-    batch->setObjectName(u"BatchAcceptBillButton"_s);
-    batch->setDefaultAction(BatchAcceptBill);
-    batch->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    batch->setFocusPolicy(Qt::StrongFocus);
-    Button2 = new QPushButton(u"转单"_s, panel);
-    Button2->setObjectName(u"Button2"_s);
-    Button1 = new QPushButton(u"保存"_s, panel);
-    Button1->setObjectName(u"Button1"_s);
+    QToolButton* batch = NewActionButton(panel, BatchAcceptBill);
+    Button2 = NewButton(panel, u"Button2"_s, u"转单"_s);
+    Button1 = NewButton(panel, u"Button1"_s, u"保存"_s);
     OnClick(Button2, this, &Tfrm_AcceptBill::Button2Click);
     OnClick(Button1, this, &Tfrm_AcceptBill::Button1Click);
 
     auto* row = new QHBoxLayout(panel);
     row->setContentsMargins(0, 0, 0, 0);
-    row->addWidget(LabelFor(DBPageLookup_Employee1, u"接单业务员"_s, panel));
-    row->addWidget(DBPageLookup_Employee1);
+    AddControl(*row, u"接单业务员"_s, DBPageLookup_Employee1, 26);
     row->addWidget(batch);
     row->addSpacing(16);
     row->addWidget(Button2);
     row->addWidget(Button1);
     row->addStretch(1);
-    DBPageLookup_Employee1->setMaximumWidth(fontMetrics().averageCharWidth() * 26);
     return panel;
 }
 
 void Tfrm_AcceptBill::CreateViews()
 {
-    DataView1 = new TDataView(this, u"DataView1"_s);
     std::vector<TColumnEh> columns = OrderColumns(kColumns);
     for (TColumnEh& column : columns) {
         if (column.fieldName == u"STATUS"_s) {
@@ -237,36 +184,17 @@ void Tfrm_AcceptBill::CreateViews()
         } else if (column.fieldName == u"REC_GOODS_MAN"_s) {
             column.title = u"接单业务员"_s;
             column.style = TColumnStyle::Lookup;
-            column.lookup = {
-                .listSource = dm_GlobalData->ds_employee,
-                .keyField = u"EMPLOYEE_NAME"_s,
-                .listField = u"EMPLOYEE_NAME"_s,
-                .columns = {{u"EMPLOYEE_CODE"_s, u"员工编号"_s, 90},
-                    {u"EMPLOYEE_NAME"_s, u"员工姓名"_s, 100}},
-                .searchFields = {u"EMPLOYEE_CODE"_s},
-            };
+            column.lookup = EmployeeLookup(dm_GlobalData->ds_employee);
         } else if (column.fieldName == u"DESTINATION"_s) {
-            column.style = TColumnStyle::Lookup;
-            column.lookup = {
-                .listSource = dsDestination,
-                .keyField = u"SITE_NAME"_s,
-                .listField = u"SITE_NAME"_s,
-                .columns = {{u"SITE_CODE"_s, u"网点编号"_s, 90}, {u"SITE_NAME"_s, u"网点名称"_s, 160},
-                    {u"SUPERIOR_SITE"_s, u"所属网点"_s, 140}},
-                .searchFields = {u"SITE_CODE"_s},
-            };
+            OfferDestinations(column, dsDestination);
         }
     }
-    columns.insert(columns.begin(), {.title = u"序号"_s, .width = 46, .readOnly = true});
-    TDBGridEh* grid = DataView1->DataViewGrid;
-    grid->SetColumns(std::move(columns));
-    grid->SetFrozenCols(2);
-    grid->OnGetCellParams = [this](const TColumnEh& column, int viewRow, TCellParams& params) {
+    DataView1 = new TDataView(this, u"DataView1"_s);
+    PrepareOrdersView(this, *DataView1, std::move(columns), cds, items_);
+    DataView1->DataViewGrid->OnGetCellParams = [this](const TColumnEh& column, int viewRow,
+                                                   TCellParams& params) {
         DataView1DataViewGridGetCellParams(column, viewRow, params);
     };
-    grid->OnCellClick = [this](const TColumnEh&) { RunHandler(this, [this] { items_->Load(); }); };
-    DataView1->DS->SetDataSet(cds);
-    DataView1->Loaded();
     connect(cds, &TClientDataSetEx::DataReset, this, [this] { offeredRow_ = -1; });
     connect(cds, &TClientDataSetEx::RowChanged, this, [this] { offeredRow_ = -1; });
     connect(cds, &TClientDataSetEx::FieldChanged, this, [this] { offeredRow_ = -1; });
@@ -283,8 +211,6 @@ void Tfrm_AcceptBill::FormCreate()
              static_cast<QWidget*>(Label4), static_cast<QWidget*>(Label5)}) {
         control->setVisible(AtHeadquarters());
     }
-    DBDateTimeEditEh1->SetText(StartOfToday());
-    DBDateTimeEditEh2->SetText(EndOfToday());
 
     const BusyCursor busy;
     OpenQuery(*cdsDestination, DestinationSitesQuery());
@@ -350,30 +276,10 @@ void Tfrm_AcceptBill::BatchAcceptBillExecute()
 {
     if (!HasOrders())
         return;
-    TDBGridEh* grid = DataView1->DataViewGrid;
-    const auto finish = [this, grid] {
-        DBPageLookup_Employee1->SetText({});
-        grid->ClearSelectedRows();
-        grid->viewport()->update();
-    };
-    try {
-        const BusyCursor busy;
-        const ControlsOff suspended(*cds);
-        const QString courier = DBPageLookup_Employee1->Text();
-        for (const TBookmark row : grid->SelectedRows()) {
-            if (!cds->GotoBookmark(row) || StatusOf(*cds) == kStatusAccepted)
-                continue;
-            cds->Edit();
-            cds->FieldByName(u"STATUS").SetAsInteger(kStatusAccepted);
-            SetText(*cds, u"REC_GOODS_MAN", courier);
-            cds->Post();
-        }
-    } catch (...) {
-        // A rule has told what was wrong with its row; anything else is told by the caller.
-        finish();
-        throw;
-    }
-    finish();
+    const QString courier = DBPageLookup_Employee1->Text();
+    const auto finish = qScopeGuard([this] { DBPageLookup_Employee1->SetText({}); });
+    SetStatusOfSelected(*DataView1->DataViewGrid, kStatusAccepted,
+        [&courier](TClientDataSetEx& row) { SetText(row, u"REC_GOODS_MAN", courier); });
     ShowInformation(u"详细：已成功批量接单！"_s, Caption());
 }
 

@@ -2,12 +2,11 @@
 
 #include "module/data/Common.h"
 #include "module/data/dm_GlobalData.h"
+#include "orders/OrderControls.h"
 #include "runtime/ui/Application.h"
 
 #include <QGridLayout>
 #include <QKeyEvent>
-#include <QLabel>
-#include <QPushButton>
 #include <QScreen>
 #include <QTimer>
 
@@ -33,24 +32,13 @@ Tfrm_ChangeSite::Tfrm_ChangeSite(QObject* owner)
     Button1->setObjectName(u"Button1"_s);
     Button2->setObjectName(u"Button2"_s);
 
-    DBLookupComboboxEh1->SetLookup({
-        .listSource = dm_GlobalData->ds_site,
-        .keyField = u"SITE_NAME"_s,
-        .listField = u"SITE_NAME"_s,
-        .columns = {{u"SITE_CODE"_s, u"网点编号"_s, 90}, {u"SITE_NAME"_s, u"网点名称"_s, 180},
-            {u"SUPERIOR_SITE"_s, u"所属网点"_s, 150}},
-        .searchFields = {u"SITE_CODE"_s},
-    });
+    PrepareLookup(*DBLookupComboboxEh1, SiteLookup(dm_GlobalData->ds_site));
     DBLookupComboboxEh1->setMinimumWidth(fontMetrics().averageCharWidth() * 36);
     DBLookupComboboxEh1->OnKeyDown = [this](QKeyEvent* event) {
         if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
             CompleteLookupText(*DBLookupComboboxEh1);
     };
-    DBLookupComboboxEh1->OnExit = [this] { CompleteLookupText(*DBLookupComboboxEh1); };
 
-    auto* label = new QLabel(u"转给网点"_s, this);
-    label->setBuddy(DBLookupComboboxEh1);
-    DBLookupComboboxEh1->setAccessibleName(label->text());
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
     buttons->addWidget(Button1);
@@ -58,7 +46,7 @@ Tfrm_ChangeSite::Tfrm_ChangeSite(QObject* owner)
     auto* layout = new QGridLayout(this);
     layout->setContentsMargins(20, 20, 20, 16);
     layout->setSpacing(12);
-    layout->addWidget(label, 0, 0);
+    layout->addWidget(LabelFor(DBLookupComboboxEh1, u"转给网点"_s, this), 0, 0);
     layout->addWidget(DBLookupComboboxEh1, 0, 1);
     layout->addLayout(buttons, 1, 0, 1, 2);
     layout->setSizeConstraint(QLayout::SetFixedSize);

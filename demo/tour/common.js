@@ -2,6 +2,7 @@
 
 var BRANCH = { account: "hefei1", site: "安徽合肥一部" };
 var RIVAL = { account: "hefei2", site: "安徽合肥二部" };
+var CENTRE = { account: "hefei", site: "合肥中心" };
 var HEADQUARTERS = { account: "benbu", site: "快运本部" };
 var PASSWORD = "demo";
 

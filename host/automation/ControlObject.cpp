@@ -44,6 +44,20 @@ QStringList LookupItems(const TDBLookupComboboxEh& box)
     return texts;
 }
 
+// A query or save button that its screen leaves to the frame's toolbar.
+bool IsLeftToFrame(const QWidget* widget)
+{
+    if (!widget->isHidden())
+        return false;
+    for (const QWidget* above = widget->parentWidget(); above; above = above->parentWidget()) {
+        for (const char* property : {"QueryButton", "SaveButton"}) {
+            if (above->property(property).value<QObject*>() == widget)
+                return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 TControlObject::TControlObject(QObject* control)
@@ -143,8 +157,14 @@ void TControlObject::click()
 {
     Call(this, [this] {
         QWidget* widget = Widget();
+        auto* button = qobject_cast<QAbstractButton*>(widget);
+        if (button && IsLeftToFrame(button)) {
+            button->click();
+            Settle();
+            return;
+        }
         // The mark of a box or the text beside it, not the empty rest of its line.
-        if (auto* button = qobject_cast<QAbstractButton*>(widget); button && button->isCheckable())
+        if (button && button->isCheckable())
             Click(widget, QPoint(widget->fontMetrics().height() / 2, widget->height() / 2));
         else
             Click(widget);

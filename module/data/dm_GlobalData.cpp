@@ -6,8 +6,6 @@
 #include "module/data/ServerLink.h"
 #include "module/data/dm_BasicData.h"
 
-#include <string_view>
-
 using namespace Qt::Literals::StringLiterals;
 
 Tdm_GlobalData* dm_GlobalData = nullptr;
@@ -77,7 +75,8 @@ int DigitAt(const QString& code, qsizetype index)
     return character.unicode() - u'0';
 }
 
-// The last digit of the code against the weighted sum of the digits before it, from `first` on.
+} // namespace
+
 bool CheckDigitFits(const QString& code, qsizetype first, std::string_view weights)
 {
     int sum = 0;
@@ -87,8 +86,6 @@ bool CheckDigitFits(const QString& code, qsizetype first, std::string_view weigh
     const int expected = rest == 0 ? 5 : rest == 1 ? 0 : rest == 10 ? 1 : 11 - rest;
     return expected == DigitAt(code, first + static_cast<qsizetype>(weights.size()));
 }
-
-} // namespace
 
 bool CheckANBillCode(const QString& code)
 {

@@ -52,6 +52,8 @@ OrderDesk::OrderDesk()
     };
     dm_BasicData = new Tdm_BasicData;
     dm_BasicData->HostConnection = &host.Connection;
+    for (TClientDataSetEx* dataSet : {dm_BasicData->comm, dm_BasicData->comm1, dm_BasicData->comm2})
+        dataSet->SetRemoteServer(&host.Connection);
     dm_GlobalData = new Tdm_GlobalData;
     dm_GlobalData->DataModuleCreate();
 }

@@ -158,8 +158,8 @@ TFakeHost::TFakeHost()
     SetValue(u"EmployeeName"_s, u"李雷"_s);
     SetValue(u"EmployeeCode"_s, u"E001"_s);
     AddDataSet(u"loginSite"_s,
-        MakeTextRows({u"SITE_NAME"_s, u"TYPE"_s, u"PHONE"_s, u"SUPERIOR_SITE"_s},
-            {{u"浦东一部"_s, u"网点"_s, u"021-5000"_s, u"上海中心"_s}}));
+        MakeTextRows({u"SITE_NAME"_s, u"TYPE"_s, u"PHONE"_s, u"SUPERIOR_SITE"_s, u"AREA_NAME"_s},
+            {{u"浦东一部"_s, u"网点"_s, u"021-5000"_s, u"上海中心"_s, u"华东区"_s}}));
     const QStringList siteColumns = {u"SITE_CODE"_s, u"SITE_NAME"_s, u"SUPERIOR_SITE"_s};
     AddDataSet(u"AllSite"_s,
         MakeTextRows(siteColumns,

@@ -1,0 +1,78 @@
+#include "orders/OrderCriteria.h"
+
+#include "orders/OrderControls.h"
+#include "orders/OrderRecord.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Behind "全部" in a box whose other keys are status codes.
+constexpr int kAnyStatus = -2;
+
+} // namespace
+
+QString AnyValue()
+{
+    return u"全部"_s;
+}
+
+QString FilterText(const TDBComboBoxEh& box)
+{
+    const QString text = box.Text();
+    return text == AnyValue() ? QString() : text;
+}
+
+QString FilterKey(const TDBComboBoxEh& box)
+{
+    return FilterText(box).isEmpty() ? QString() : box.Value();
+}
+
+void OfferStatusFilter(TDBComboBoxEh& box, std::initializer_list<int> statuses)
+{
+    QStringList names{AnyValue()};
+    QStringList codes{QString::number(kAnyStatus)};
+    for (const int status : statuses) {
+        names += StatusName(status);
+        codes += QString::number(status);
+    }
+    box.SetItems(names, codes);
+    box.setEditable(false);
+    box.SetText(AnyValue());
+}
+
+void OfferReasonFilter(TDBComboBoxEh& box)
+{
+    const QStringList reasons = QStringList{AnyValue()} + CancelReasons();
+    box.SetItems(reasons, reasons);
+    box.SetText(AnyValue());
+}
+
+void OfferProvinceFilter(TDBComboBoxEh& box, const QStringList& provinces)
+{
+    const QStringList names = QStringList{AnyValue()} + provinces;
+    box.SetItems(names, names);
+    box.SetText(AnyValue());
+}
+
+TLookupParams EmployeeFilterLookup(TDataSource* employees)
+{
+    TLookupParams lookup = EmployeeLookup(employees);
+    lookup.columns.push_back({u"OWNER_SITE"_s, u"所属网点"_s, 140});
+    lookup.columns.push_back({u"DEPT_NAME"_s, u"所属部门"_s, 90});
+    return lookup;
+}
+
+QString OrderProvincesQuery()
+{
+    return u"select /*+index(a,TAB_ZELMOR_BILL_I3)*/ distinct a.prov  from tab_zelmor_bill a"_s;
+}
+
+QStringList ColumnTexts(const TClientDataSetEx& dataSet, QStringView fieldName)
+{
+    const int field = dataSet.FieldByName(fieldName).Index();
+    QStringList texts;
+    for (int row = 0; row < dataSet.RecordCount(); ++row)
+        texts += dataSet.ViewText(row, field);
+    return texts;
+}

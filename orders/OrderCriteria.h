@@ -1,0 +1,30 @@
+#pragma once
+
+#include "runtime/data/ClientDataSet.h"
+#include "runtime/ui/DBControls.h"
+
+#include <QString>
+
+#include <initializer_list>
+
+// What the search panels over orders share: filter boxes that begin with "全部", which asks nothing.
+
+QString AnyValue();
+// The text of a filter box, empty where it asks nothing.
+QString FilterText(const TDBComboBoxEh& box);
+// The key behind the text, empty where the box asks nothing.
+QString FilterKey(const TDBComboBoxEh& box);
+
+// Statuses by name, the codes behind them; a list to choose from, not to type into.
+void OfferStatusFilter(TDBComboBoxEh& box, std::initializer_list<int> statuses);
+void OfferReasonFilter(TDBComboBoxEh& box);
+void OfferProvinceFilter(TDBComboBoxEh& box, const QStringList& provinces);
+
+// Employees with the site and department they belong to.
+TLookupParams EmployeeFilterLookup(TDataSource* employees);
+
+// The provinces that orders come from.
+QString OrderProvincesQuery();
+
+// One column of an open dataset, row by row in view.
+QStringList ColumnTexts(const TClientDataSetEx& dataSet, QStringView fieldName);

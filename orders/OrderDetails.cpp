@@ -1,0 +1,161 @@
+#include "orders/OrderDetails.h"
+
+#include "orders/Items.h"
+#include "orders/OrderControls.h"
+#include "runtime/ui/Style.h"
+
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QSplitter>
+#include <QVBoxLayout>
+
+#include <array>
+#include <span>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int kBoxWidth = 92; // pixels at 96 dpi
+
+// Where a field's box stands in its block; the label goes before it.
+struct DetailField {
+    const char16_t* caption;
+    const char16_t* field;
+    int row;
+    int column;
+    int span = 1; // boxes wide
+};
+
+constexpr std::array kNumbers = std::to_array<DetailField>({
+    {u"物流号：", u"TX_LOGISTIC_ID", 0, 0},
+    {u"业务交易号：", u"TRADE_NO", 0, 1},
+    {u"运单编号：", u"BILL_CODE", 0, 2},
+});
+
+constexpr std::array kSender = std::to_array<DetailField>({
+    {u"订单时间", u"CREATE_DATE", 0, 0},
+    {u"姓名", u"NAME", 0, 1},
+    {u"固话", u"PHONE", 0, 2},
+    {u"手机", u"MOBILE", 0, 3},
+    {u"省份", u"PROV", 1, 0},
+    {u"城市", u"CITY", 1, 1},
+    {u"区/县", u"COUNTY", 1, 2},
+    {u"邮编", u"POST_CODE", 1, 3},
+    {u"地址", u"ADDRESS", 2, 0, 4},
+});
+
+constexpr std::array kReceiver = std::to_array<DetailField>({
+    {u"订单时间", u"CREATE_DATE", 0, 0},
+    {u"姓名", u"SEND_NAME", 0, 1},
+    {u"固话", u"SEND_PHONE", 0, 2},
+    {u"手机", u"SEND_MOBILE", 0, 3},
+    {u"省份", u"SEND_PROV", 1, 0},
+    {u"城市", u"SEND_CITY", 1, 1},
+    {u"区/县", u"SEND_COUNTY", 1, 2},
+    {u"邮编", u"SEND_POST_CODE", 1, 3},
+    {u"地址", u"SEND_ADDRESS", 2, 0, 4},
+});
+
+void AddFields(QWidget* block, TDataSource* order, std::span<const DetailField> fields)
+{
+    auto* grid = new QGridLayout(block);
+    grid->setContentsMargins(8, 2, 8, 4);
+    grid->setHorizontalSpacing(4);
+    grid->setVerticalSpacing(3);
+    for (const DetailField& field : fields) {
+        const QString name = QString::fromUtf16(field.field);
+        auto* box = new TDBEditEh(block, u"DBEditEh_"_s + name);
+        box->setMinimumWidth(Scaled(*block, kBoxWidth));
+        box->setReadOnly(true);
+        box->Binding().SetReadOnly(true);
+        box->Binding().SetDataSource(order);
+        box->Binding().SetDataField(name);
+        grid->addWidget(LabelFor(box, QString::fromUtf16(field.caption), block), field.row, field.column * 2);
+        grid->addWidget(box, field.row, field.column * 2 + 1, 1, field.span * 2 - 1);
+        grid->setColumnStretch(field.column * 2 + 1, 1);
+        // A text longer than its box shows its beginning.
+        QObject::connect(box, &QLineEdit::textChanged, box, [box] { box->setCursorPosition(0); });
+    }
+    // The first column of a block holds the time, or the longest number.
+    grid->setColumnMinimumWidth(1, block->fontMetrics().horizontalAdvance(u"0000-00-00 00:00:00 0000"_s));
+}
+
+QWidget* CreateBlock(
+    QWidget* parent, const QString& caption, TDataSource* order, std::span<const DetailField> fields)
+{
+    auto* block = new QGroupBox(caption, parent);
+    AddFields(block, order, fields);
+    return block;
+}
+
+} // namespace
+
+TOrderDetails::TOrderDetails(
+    QWidget* parent, TDataSource* order, TClientDataSetEx* items, TClientDataSetEx* trail)
+    : QWidget(parent)
+{
+    auto* goods = new TDataView(this, u"DataView2"_s);
+    PrepareItemsView(*goods, items);
+
+    auto* lists = new QSplitter(Qt::Horizontal, this);
+    lists->setChildrenCollapsible(false);
+    lists->addWidget(goods);
+    lists->setStretchFactor(0, 2);
+    if (trail) {
+        lists->addWidget(CreateTrail(trail));
+        lists->setStretchFactor(1, 3);
+    }
+    // No wider than they need while there is little room.
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(6, 4, 6, 4);
+    layout->addWidget(CreateFields(order), 1);
+    layout->addWidget(lists, 2);
+}
+
+QWidget* TOrderDetails::CreateFields(TDataSource* order)
+{
+    auto* fields = new QWidget(this);
+    auto* numbers = new QWidget(fields);
+    AddFields(numbers, order, kNumbers);
+    auto* rows = new QVBoxLayout(fields);
+    rows->setContentsMargins(0, 0, 0, 0);
+    rows->setSpacing(4);
+    rows->addWidget(numbers);
+    rows->addWidget(CreateBlock(fields, u"发货客户信息"_s, order, kSender));
+    rows->addWidget(CreateBlock(fields, u"收货商品信息"_s, order, kReceiver));
+    rows->addStretch(1);
+    return fields;
+}
+
+QWidget* TOrderDetails::CreateTrail(TClientDataSetEx* trail)
+{
+    auto* group = new QGroupBox(u"订单状态信息"_s, this);
+    auto* view = new TDataView(group, u"DataView3"_s);
+    view->DataViewGrid->SetColumns({
+        {.fieldName = u"infos"_s, .title = u"状态"_s, .width = 130},
+        {.fieldName = u"create_date"_s,
+            .title = u"产生日期"_s,
+            .width = 140,
+            .style = TColumnStyle::DateTime},
+        {.fieldName = u"POST_FLAG"_s,
+            .title = u"推送状态"_s,
+            .width = 66,
+            .style = TColumnStyle::KeyPickList,
+            .pickList = {u"推送失败"_s, u"未推送"_s, u"推送成功"_s},
+            .keyList = {u"-1"_s, u"0"_s, u"1"_s}},
+        {.fieldName = u"post_time"_s,
+            .title = u"推送实际时间"_s,
+            .width = 140,
+            .style = TColumnStyle::DateTime},
+    });
+    view->DataViewGrid->ReadOnly = true;
+    view->DS->SetDataSet(trail);
+    view->Loaded();
+    auto* layout = new QVBoxLayout(group);
+    layout->setContentsMargins(4, 2, 4, 4);
+    layout->addWidget(view);
+    return group;
+}

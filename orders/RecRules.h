@@ -1,0 +1,32 @@
+#pragma once
+
+#include "orders/Coupon.h"
+#include "orders/Rules.h"
+#include "orders/WaybillNumbers.h"
+
+// The rules of pickup registration, each a step of the before-post handler, in the order in which they run.
+
+// No row leaves the screen without a number, a failed pickup neither.
+void RequireNumber(TClientDataSetEx& cds);
+void RequireWaybillRule(TClientDataSetEx& cds);
+// A coupon pays for nothing that the consignee pays for; any other must be good, and good for the parcel.
+void RequireGoodCoupon(TClientDataSetEx& cds);
+void RequireUnusedNumber(TClientDataSetEx& cds, const TEnteredNumbers& entered);
+void RequireEnabledNumber(TClientDataSetEx& cds);
+// The number must have been issued to those whose stock the login site uses.
+void RequireIssuedNumber(TClientDataSetEx& cds, const TClerk& clerk);
+// Binding a number means that the order was picked up. A number bound here before stays when the pickup is
+// undone, or turns out to have failed.
+void RequirePickedUp(TClientDataSetEx& cds, const TEnteredNumbers& entered);
+void RequireNumberOfPickup(TClientDataSetEx& cds);
+// A failed pickup needs a reason; any other status takes the reason away.
+void RequireReasonForFailure(TClientDataSetEx& cds, const TClerk& clerk);
+// Who collected first is stamped; an order that is to be collected again has no stamp.
+void StampPickup(TClientDataSetEx& cds, const TClerk& clerk);
+
+// What the current order weighs and measures.
+TParcel ParcelOf(const TClientDataSetEx& cds);
+
+// All of them, with what every order screen asks of a row. Remembers the number entered.
+void CheckPickup(
+    TClientDataSetEx& cds, TClientDataSetEx& destinations, TEnteredNumbers& entered, const TClerk& clerk);

@@ -1,0 +1,320 @@
+#include "orders/frm_RecBill.h"
+
+#include "framework/Wiring.h"
+#include "module/data/HostBridge.h"
+#include "module/data/ServerLink.h"
+#include "orders/BatchStatus.h"
+#include "orders/Coupon.h"
+#include "orders/Destinations.h"
+#include "orders/OrderControls.h"
+#include "orders/OrderRecord.h"
+#include "orders/RecRules.h"
+#include "orders/SaveOrders.h"
+
+#include <QKeyEvent>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int kMaxDays = 30;
+constexpr QStringView kNumberField = u"BILL_CODE";
+constexpr QStringView kCouponField = u"FAVOURABLE_BILL";
+
+// What the clerk fills in stands first.
+constexpr OrderColumnUse kColumns[] = {
+    {"TX_LOGISTIC_ID"},
+    {"BILL_CODE", true, true},
+    {"STATUS", true, true},
+    {"TOTAL_WEIGHT", true, true},
+    {"TOTAL_VOLUME", true, true},
+    {"PAY_TYPE", true, true},
+    {"FAVOURABLE_BILL", true, true},
+    {"CANCEL_DESC", true, true},
+    {"DESTINATION", true, true},
+    {"NAME"},
+    {"MOBILE"},
+    {"PHONE"},
+    {"PROV"},
+    {"CITY"},
+    {"COUNTY"},
+    {"ADDRESS"},
+    {"POST_CODE", false},
+    {"SEND_START_TIME"},
+    {"SEND_END_TIME"},
+    {"REC_GOODS_MAN"},
+    {"ITEM_NAME"},
+    {"PIECE"},
+    {"SPECIAL"},
+    {"REMARK"},
+    {"ITEMS_VALUE"},
+    {"SEND_NAME"},
+    {"SEND_MOBILE"},
+    {"SEND_PHONE"},
+    {"SEND_PROV"},
+    {"SEND_CITY"},
+    {"SEND_COUNTY"},
+    {"SEND_ADDRESS"},
+    {"SEND_POST_CODE", false},
+    {"CREATE_DATE"},
+    {"LOGISTICPROVIDERID"},
+    {"REC_SITE"},
+    {"REC_BILL_MAN"},
+    {"ACCEPT_DATE"},
+    {"REC_MAN"},
+    {"REC_DATE"},
+    {"WMS_CODE"},
+    {"WMSADDRESS"},
+    {"TRADE_NO"},
+    {"FLAG", false},
+    {"BL_CANCEL", false},
+    {"BL_DISPART", false},
+    {"INSURANCE_VALUE", false},
+    {"PACKAGE_OR_NOT", false},
+};
+
+} // namespace
+
+Tfrm_RecBill::Tfrm_RecBill(QObject* owner)
+    : Tfrm_BasicBoot(owner, u"frm_RecBill"_s)
+{
+    SetCaption(u"网点揽件"_s);
+    clerk_ = {GlobalValue(u"site"_s), GlobalValue(u"employeeName"_s)};
+    CreateDataSets();
+    CreateControls();
+    FormCreate();
+}
+
+void Tfrm_RecBill::CreateDataSets()
+{
+    const QString noOrders = u"select * from tab_zelmor_bill where 1=0"_s;
+    cds = new TClientDataSetEx(this, u"cds"_s);
+    cds->SetCommandText(noOrders);
+    cds->BeforePost = [this] { cdsBeforePost(); };
+    cdsms = new TClientDataSetEx(this, u"cdsms"_s);
+    cdsDestination = new TClientDataSetEx(this, u"cdsDestination"_s);
+    cdsErr = new TClientDataSetEx(this, u"cdsErr"_s);
+    cdsErr->SetCommandText(noOrders);
+    dsDestination = new TDataSource(this, u"dsDestination"_s);
+    dsDestination->SetDataSet(cdsDestination);
+    items_ = new TOrderItems(this, cds, cdsms);
+
+    BatchRecBill = new QAction(u"批量揽件"_s, this);
+    BatchRecBill->setObjectName(u"BatchRecBill"_s);
+    OnTriggered(BatchRecBill, this, &Tfrm_RecBill::BatchRecBillExecute);
+    connect(cds, &TClientDataSetEx::DataReset, this, &Tfrm_RecBill::BatchRecBillUpdate);
+    BatchRecBillUpdate();
+}
+
+void Tfrm_RecBill::CreateControls()
+{
+    QWidget* filters = CreateFilterPanel();
+    QWidget* actions = CreateActionPanel();
+    CreateViews();
+    LayOutScreen(this, {filters, actions}, DataView1, DataView2);
+    DBEditEh1->Binding().SetDataSource(DataView1->DS);
+    DBEditEh1->Binding().SetDataField(kCouponField.toString());
+    setTabOrder(DBEditEh1, DataView1->DataViewGrid);
+}
+
+QWidget* Tfrm_RecBill::CreateFilterPanel()
+{
+    auto* panel = new QWidget(this);
+    panel->setObjectName(u"Panel1"_s);
+    DBDateTimeEditEh1 = new TDBDateTimeEditEh(panel, u"DBDateTimeEditEh1"_s);
+    DBDateTimeEditEh2 = new TDBDateTimeEditEh(panel, u"DBDateTimeEditEh2"_s);
+    DBEditEh2 = new TDBEditEh(panel, u"DBEditEh2"_s);
+    Button4 = NewButton(panel, u"Button4"_s, u"查询"_s);
+    OnClick(Button4, this, &Tfrm_RecBill::Button4Click);
+
+    auto* row = new QHBoxLayout(panel);
+    row->setContentsMargins(0, 0, 0, 0);
+    AddDateRange(*row, DBDateTimeEditEh1, u"订单时间始"_s, DBDateTimeEditEh2, u"订单时间止"_s);
+    AddControl(*row, u"仓库编号"_s, DBEditEh2, 18);
+    row->addWidget(Button4);
+    row->addStretch(1);
+    return panel;
+}
+
+QWidget* Tfrm_RecBill::CreateActionPanel()
+{
+    auto* panel = new QWidget(this);
+    panel->setObjectName(u"Panel2"_s);
+    QToolButton* batch = NewActionButton(panel, BatchRecBill);
+    Button1 = NewButton(panel, u"Button1"_s, u"保存"_s);
+    OnClick(Button1, this, &Tfrm_RecBill::Button1Click);
+    DBEditEh1 = new TDBEditEh(panel, u"DBEditEh1"_s);
+    DBEditEh1->OnExit = [this] { DBEditEh1Exit(); };
+
+    auto* row = new QHBoxLayout(panel);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addWidget(batch);
+    row->addWidget(Button1);
+    row->addSpacing(16);
+    AddControl(*row, u"优惠券编号(&U)"_s, DBEditEh1, 20);
+    row->addStretch(1);
+    return panel;
+}
+
+void Tfrm_RecBill::CreateViews()
+{
+    std::vector<TColumnEh> columns = OrderColumns(kColumns);
+    for (TColumnEh& column : columns) {
+        if (column.fieldName == u"STATUS"_s)
+            OfferStatuses(column, {kStatusAccepted, kStatusPickedUp, kStatusPickupFailed});
+        else if (column.fieldName == u"DESTINATION"_s)
+            OfferDestinations(column, dsDestination);
+    }
+    DataView1 = new TDataView(this, u"DataView1"_s);
+    PrepareOrdersView(this, *DataView1, std::move(columns), cds, items_);
+    DataView1->DataViewGrid->OnKeyDown = [this](QKeyEvent* event) {
+        RunHandler(this, [this, event] { DataView1DataViewGridKeyDown(event); });
+    };
+    DataView2 = new TDataView(this, u"DataView2"_s);
+    PrepareItemsView(*DataView2, cdsms);
+}
+
+void Tfrm_RecBill::FormCreate()
+{
+    Tfrm_BasicBoot::FormCreate();
+    const BusyCursor busy;
+    OpenQuery(*cdsDestination, DestinationSitesQuery());
+    LoadOrders();
+}
+
+void Tfrm_RecBill::FormShow()
+{
+    Setup(DataView1, cds, Button1, Button4);
+    GoToNumber();
+}
+
+bool Tfrm_RecBill::HasOrders() const
+{
+    return cds->Active() && !cds->IsEmpty();
+}
+
+TRecCriteria Tfrm_RecBill::Criteria() const
+{
+    return {
+        .loginSite = clerk_.site,
+        .from = DBDateTimeEditEh1->Text(),
+        .to = DBDateTimeEditEh2->Text(),
+        .warehouse = DBEditEh2->Text(),
+    };
+}
+
+void Tfrm_RecBill::LoadOrders()
+{
+    OpenQuery(*cds, RecQuery(Criteria()));
+    items_->Load();
+}
+
+// Ready for the scanner.
+void Tfrm_RecBill::GoToNumber()
+{
+    if (!HasOrders())
+        return;
+    DataView1->DataViewGrid->SelectField(kNumberField);
+    DataView1->DataViewGrid->setFocus();
+}
+
+void Tfrm_RecBill::Button4Click()
+{
+    const TRecCriteria criteria = Criteria();
+    if (CheckDateRange(criteria.from, criteria.to, kMaxDays, true))
+        return;
+    const BusyCursor busy;
+    LoadOrders();
+    GoToNumber();
+}
+
+// Enter behind a number, as a scanner sends it, registers the pickup and goes on to the next order.
+void Tfrm_RecBill::DataView1DataViewGridKeyDown(QKeyEvent* event)
+{
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (!enter || (event->modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier || !HasOrders()
+        || DataView1->DataViewGrid->SelectedField() != kNumberField)
+        return;
+    if (!DataView1->DataViewGrid->CommitEditor()) {
+        event->accept();
+        return;
+    }
+    if (cds->State() == TDataSetState::Browse || !HasText(*cds, u"BILL_CODE"))
+        return;
+    event->accept();
+    RegisterPickup();
+}
+
+void Tfrm_RecBill::RegisterPickup()
+{
+    const int row = cds->RecNo() - 1;
+    const TBookmark next = row + 1 < cds->RecordCount() ? cds->ViewBookmark(row + 1) : 0;
+    if (StatusOf(*cds) == kStatusAccepted
+        && !entered_.Has(TextOf(*cds, u"TX_LOGISTIC_ID"), TextOf(*cds, u"BILL_CODE")))
+        cds->FieldByName(u"STATUS").SetAsInteger(kStatusPickedUp);
+    cds->Post();
+    if (next != 0)
+        cds->GotoBookmark(next);
+    DataView1->DataViewGrid->SelectField(kNumberField);
+}
+
+void Tfrm_RecBill::cdsBeforePost()
+{
+    RunRules(
+        Caption(), [this] { CheckPickup(*cds, *cdsDestination, entered_, clerk_); },
+        [this](const QString& field) {
+            // The grid is still busy with the move that was refused.
+            QMetaObject::invokeMethod(
+                this, [this, field] { GoToColumn(field); }, Qt::QueuedConnection);
+        });
+}
+
+// To what the clerk has to correct: the text selected, so that typing or scanning replaces it.
+void Tfrm_RecBill::GoToColumn(const QString& field)
+{
+    TDBGridEh* grid = DataView1->DataViewGrid;
+    if (field == kCouponField && grid->SelectedField() != kCouponField) {
+        DBEditEh1->setFocus();
+        DBEditEh1->selectAll();
+        return;
+    }
+    grid->setFocus();
+    grid->SelectField(field);
+    if (field != u"STATUS"_s)
+        grid->EditCurrentCell();
+}
+
+void Tfrm_RecBill::DBEditEh1Exit()
+{
+    const QString coupon = DBEditEh1->Text();
+    if (coupon.isEmpty() || !HasOrders())
+        return;
+    RunRules(Caption(), [this, &coupon] {
+        const QString complaint = CheckCoupon(coupon, ParcelOf(*cds));
+        if (!complaint.isEmpty())
+            throw TRuleViolation{complaint, {}};
+    });
+}
+
+void Tfrm_RecBill::BatchRecBillExecute()
+{
+    if (!HasOrders())
+        return;
+    SetStatusOfSelected(*DataView1->DataViewGrid, kStatusPickedUp);
+    ShowInformation(u"详细：已成功批量揽件！"_s, Caption());
+}
+
+void Tfrm_RecBill::BatchRecBillUpdate()
+{
+    BatchRecBill->setEnabled(HasOrders());
+}
+
+void Tfrm_RecBill::Button1Click()
+{
+    const TSaveOutcome outcome =
+        SaveOrders(*cds, *cdsErr, Caption(), u"以下泽摩订单揽件失败，其可能被您网点的其它员工揽收！"_s);
+    if (outcome == TSaveOutcome::Saved || outcome == TSaveOutcome::Rejected) {
+        items_->Load();
+        GoToNumber();
+    }
+}

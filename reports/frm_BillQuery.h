@@ -1,0 +1,55 @@
+#pragma once
+
+#include "framework/DataView.h"
+#include "framework/frm_BasicBoot.h"
+#include "orders/Items.h"
+#include "reports/BillCriteriaPanel.h"
+
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTabWidget>
+
+// 泽摩订单查询: searches the orders by pasted numbers or by criteria, and shows an order's goods and trail.
+class Tfrm_BillQuery : public Tfrm_BasicBoot {
+    Q_OBJECT
+public:
+    explicit Tfrm_BillQuery(QObject* owner);
+
+protected:
+    void FormShow() override;
+
+private:
+    void CreateDataSets();
+    void CreateControls();
+    void CreatePages();
+    void CreateView();
+    void FormCreate();
+
+    void Button1Click();
+    void PageControl1Change();
+    void TabSheet1Show();
+    void TabSheet2Show();
+    void DataView1DataViewGridDblClick();
+
+    bool HasOrders() const;
+    void SearchByNumbers();
+    void SearchByCriteria();
+
+    QWidget* Panel1; // the pages
+    QTabWidget* PageControl1;
+    QWidget* TabSheet1; // 查询条件
+    QWidget* TabSheet2; // 详细数据
+    TBillCriteriaPanel* Panel2; // the criteria
+    QPushButton* Button1; // 查询, pressed through the host
+    QPlainTextEdit* Memo2; // the text of the last search by criteria; hidden
+    TDataView* DataView1; // the orders found
+
+    TClientDataSetEx* cds; // the orders found
+    TClientDataSetEx* cdsms; // goods of the current order
+    TClientDataSetEx* cdsprov; // provinces that orders come from
+    TClientDataSetEx* cdscheck; // the subtree of the candidate site
+    TClientDataSetEx* CDSStatus; // tracking trail of the order last double-clicked
+    TOrderItems* items_;
+
+    QString areaName_; // of the login site
+};

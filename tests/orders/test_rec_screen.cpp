@@ -1,0 +1,266 @@
+#include "framework/frm_ErrorList.h"
+#include "orders/frm_RecBill.h"
+#include "tests/orders/PickupDesk.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QTest>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString kCoupon = u"ZM110000045"_s;
+
+class RecScreen : public ::testing::Test {
+protected:
+    RecScreen()
+    {
+        desk.orders = {Accepted(u"T1"_s), Accepted(u"T2"_s), Accepted(u"T3"_s)};
+        const auto now = wire::DateTime::FromParts(2024, 1, 31, 10, 59);
+        desk.coupons[kCoupon] = {now.AddDays(-1), now.AddDays(1), 0, u"10元"_s};
+    }
+
+    static OrderFields Accepted(const QString& order)
+    {
+        return {{u"TX_LOGISTIC_ID"_s, order}, {u"STATUS"_s, 1}, {u"BL_CANCEL"_s, 0},
+            {u"REC_SITE"_s, u"浦东一部"_s}, {u"TOTAL_WEIGHT"_s, 30.0}};
+    }
+
+    void Open()
+    {
+        screen = new Tfrm_RecBill(&desk.host.App);
+        screen->Show();
+        desk.host.MainForm.show();
+        QCoreApplication::processEvents();
+        desk.host.TakeMessages();
+        grid = screen->findChild<TDataView*>(u"DataView1"_s)->DataViewGrid;
+        cds = screen->findChild<TClientDataSetEx*>(u"cds"_s);
+    }
+    void Press(const QString& button)
+    {
+        auto* control = screen->findChild<QAbstractButton*>(button);
+        ASSERT_NE(control, nullptr);
+        control->click();
+        QCoreApplication::processEvents();
+    }
+    // Keys as they come from a keyboard or a scanner: to whatever has the focus.
+    void Type(const QString& text)
+    {
+        for (const QChar character : text)
+            QTest::keyClick(Focus(), character.toLatin1());
+    }
+    void Key(Qt::Key key)
+    {
+        QTest::keyClick(Focus(), key);
+        QCoreApplication::processEvents();
+    }
+    void Scan(const QString& number)
+    {
+        Type(number);
+        Key(Qt::Key_Return);
+    }
+    QWidget* Focus() { return QApplication::focusWidget() ? QApplication::focusWidget() : grid; }
+    QString Field(const char16_t* field) { return cds->FieldByName(QStringView(field)).AsString(); }
+
+    PickupDesk desk;
+    Tfrm_RecBill* screen = nullptr;
+    TDBGridEh* grid = nullptr;
+    TClientDataSetEx* cds = nullptr;
+};
+
+} // namespace
+
+TEST_F(RecScreen, OpensOnTodaysAcceptedOrdersAtTheFirstNumber)
+{
+    Open();
+    EXPECT_EQ(screen->Caption(), u"网点揽件"_s);
+    EXPECT_TRUE(desk.host.Server.Queries().contains(
+        u"select /*+index(a,TAB_ZELMOR_BILL_I3)*/a.* from tab_zelmor_bill a where a.create_date between "
+        "to_date('2024-01-31 00:00:00','yyyy-mm-dd hh24:mi:ss') and to_date('2024-01-31 "
+        "23:59:59','yyyy-mm-dd "
+        "hh24:mi:ss')   and a.bl_dispart=1 and a.status=1 and a.REC_SITE='浦东一部' order by "
+        "a.CREATE_DATE desc"_s));
+    EXPECT_EQ(grid->Column(grid->ColumnIndex(u"STATUS")).pickList,
+        QStringList({u"接单成功"_s, u"揽件成功"_s, u"揽件失败"_s}));
+    EXPECT_EQ(grid->SelectedField(), u"BILL_CODE"_s);
+    EXPECT_EQ(cds->RecNo(), 1);
+
+    screen->findChild<TDBDateTimeEditEh*>(u"DBDateTimeEditEh1"_s)->SetText(u"2024-01-01 23:59:58"_s);
+    desk.host.Server.Requests.clear();
+    Press(u"Button4"_s);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：结束日期不能超过开始日期\"30\"天！"_s));
+    EXPECT_TRUE(desk.host.Server.Requests.empty());
+}
+
+TEST_F(RecScreen, AScannerAloneRegistersOrderAfterOrder)
+{
+    Open();
+    const QString numbers[] = {u"168000000017"_s, u"168000000025"_s, u"168000000033"_s};
+    for (const QString& number : numbers)
+        Scan(number);
+    EXPECT_TRUE(desk.host.TakeMessages().isEmpty());
+    EXPECT_EQ(cds->ChangeCount(), 3);
+    EXPECT_EQ(cds->RecNo(), 3);
+    EXPECT_TRUE(desk.saves.empty());
+
+    Press(u"Button1"_s);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：数据保存成功！"_s));
+    ASSERT_EQ(desk.saves.size(), 1u);
+    for (size_t row = 0; row < 3; ++row) {
+        EXPECT_EQ(wire::ToText(SavedValue(desk.saves[0], row, u"BILL_CODE"_s)), numbers[row]);
+        EXPECT_EQ(wire::ToText(SavedValue(desk.saves[0], row, u"STATUS"_s)), u"3"_s);
+        EXPECT_EQ(wire::ToText(SavedValue(desk.saves[0], row, u"REC_MAN"_s)), u"李雷"_s);
+    }
+    EXPECT_EQ(cds->RecNo(), 1);
+    EXPECT_EQ(grid->SelectedField(), u"BILL_CODE"_s);
+}
+
+TEST_F(RecScreen, ARefusedNumberStaysSelectedUntilAnotherIsScanned)
+{
+    Open();
+    Scan(u"168000000017"_s);
+    Scan(u"168000000017"_s);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：该运单号已使用，请使用新的运单号！"_s));
+    EXPECT_EQ(cds->RecNo(), 2);
+    EXPECT_EQ(cds->State(), TDataSetState::Edit);
+    auto* editor = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+    ASSERT_TRUE(editor && editor->objectName() == u"CellEditor"_s);
+    EXPECT_EQ(editor->selectedText(), u"168000000017"_s);
+
+    Scan(u"12345"_s);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：单号规则错误！"_s));
+    Scan(u"168000000025"_s);
+    EXPECT_TRUE(desk.host.TakeMessages().isEmpty());
+    EXPECT_EQ(cds->ChangeCount(), 2);
+    EXPECT_EQ(cds->RecNo(), 3);
+}
+
+TEST_F(RecScreen, LeavingTheRowByAnyOtherWayNeedsTheStatus)
+{
+    Open();
+    Type(u"168000000017"_s);
+    Key(Qt::Key_Down);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：请修改订单状态！"_s));
+    EXPECT_EQ(cds->RecNo(), 1);
+    EXPECT_EQ(grid->SelectedField(), u"STATUS"_s);
+    Type(u"3"_s);
+    Key(Qt::Key_Down);
+    EXPECT_TRUE(desk.host.TakeMessages().isEmpty());
+    EXPECT_EQ(cds->RecNo(), 2);
+    EXPECT_EQ(cds->ChangeCount(), 1);
+}
+
+TEST_F(RecScreen, ALookUpWithoutAnAnswerKeepsTheRowForAnotherTry)
+{
+    Open();
+    for (const QString& lookUp : {u"a.bill_code="_s, u"tab_bill_del"_s, u"TAB_BILL_PROVIDE"_s}) {
+        desk.failing = lookUp;
+        Scan(u"168000000017"_s);
+        EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：与服务器的连接已中断"_s))
+            << qUtf8Printable(lookUp);
+        EXPECT_EQ(cds->State(), TDataSetState::Edit);
+        EXPECT_EQ(cds->RecNo(), 1);
+    }
+    desk.failing.clear();
+    Key(Qt::Key_Return);
+    EXPECT_EQ(cds->RecNo(), 2);
+    EXPECT_EQ(cds->ChangeCount(), 1);
+}
+
+TEST_F(RecScreen, TheCouponIsCheckedWhenItsEditIsLeftAndWhenTheRowIsPosted)
+{
+    Open();
+    auto* coupon = screen->findChild<TDBEditEh*>(u"DBEditEh1"_s);
+    const auto enter = [&](const QString& text) {
+        coupon->setFocus();
+        coupon->selectAll();
+        Type(text);
+        Key(Qt::Key_Tab);
+        return desk.host.TakeMessages();
+    };
+    EXPECT_EQ(enter(u"ZM110000044"_s), QStringList(u"详细：校验码错误，请核实!"_s));
+    EXPECT_EQ(enter(u"ZM11000A044"_s), QStringList(u"详细：'A' 不是有效的整数"_s));
+    EXPECT_EQ(enter(u"ZM210000045"_s), QStringList(u"详细：不存在此优惠券，请核实!"_s));
+    EXPECT_EQ(Field(u"FAVOURABLE_BILL"), u"ZM210000045"_s);
+
+    // The post says it again, and leads back to the coupon.
+    grid->setFocus();
+    desk.host.TakeMessages();
+    grid->SelectField(u"BILL_CODE");
+    Scan(u"168000000017"_s);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：不存在此优惠券，请核实!"_s));
+    EXPECT_TRUE(coupon->hasFocus());
+    EXPECT_EQ(coupon->selectedText(), u"ZM210000045"_s);
+    EXPECT_EQ(enter(kCoupon), QStringList());
+    grid->setFocus();
+    Key(Qt::Key_Return);
+    EXPECT_TRUE(desk.host.TakeMessages().isEmpty());
+    EXPECT_EQ(cds->RecNo(), 2);
+    EXPECT_TRUE(coupon->Text().isEmpty()) << "the next order has none";
+    desk.host.Server.Requests.clear();
+    coupon->setFocus();
+    Key(Qt::Key_Tab);
+    EXPECT_TRUE(desk.host.Server.Requests.empty());
+}
+
+TEST_F(RecScreen, BatchPickupRunsTheRulesForEveryRowAndStopsAtTheFirstRefused)
+{
+    Open();
+    Scan(u"168000000017"_s);
+    // Undone, with its number.
+    cds->SetRecNo(1);
+    cds->Edit();
+    cds->FieldByName(u"STATUS").SetAsInteger(1);
+    cds->Post();
+    EXPECT_TRUE(Field(u"REC_MAN").isEmpty());
+    EXPECT_EQ(Field(u"BILL_CODE"), u"168000000017"_s);
+
+    grid->SelectRows({cds->ViewBookmark(0)});
+    Press(u"BatchRecBillButton"_s);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：已成功批量揽件！"_s));
+    EXPECT_EQ(Field(u"STATUS"), u"3"_s);
+    EXPECT_EQ(Field(u"REC_MAN"), u"李雷"_s);
+    EXPECT_TRUE(grid->SelectedRows().empty());
+    EXPECT_TRUE(desk.saves.empty());
+
+    grid->SelectRows({cds->ViewBookmark(0), cds->ViewBookmark(1), cds->ViewBookmark(2)});
+    Press(u"BatchRecBillButton"_s);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：网点揽件一定要输入运单号！"_s));
+    EXPECT_EQ(cds->RecNo(), 2);
+    EXPECT_EQ(cds->State(), TDataSetState::Edit);
+    EXPECT_EQ(grid->SelectedField(), u"BILL_CODE"_s);
+    EXPECT_TRUE(grid->SelectedRows().empty());
+    EXPECT_FALSE(cds->ControlsDisabled());
+
+    desk.orders.clear();
+    cds->Cancel();
+    Press(u"Button4"_s);
+    EXPECT_FALSE(screen->findChild<QAction*>(u"BatchRecBill"_s)->isEnabled());
+}
+
+TEST_F(RecScreen, OrdersCollectedByAColleagueAreListedAndTheListIsReadAgain)
+{
+    Open();
+    Press(u"Button1"_s);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：没有改变任何数据，因此不需要保存！"_s));
+    Scan(u"168000000017"_s);
+    desk.onSave = [](const wire::ChangeLog& changes) {
+        return RejectAll(changes, u"该记录已被其他用户修改！"_s);
+    };
+    desk.orders = {Accepted(u"T9"_s)};
+    QString text;
+    QTimer::singleShot(0, screen, [&] {
+        for (TForm* form : desk.host.Scr.Forms()) {
+            if (auto* list = qobject_cast<Tfrm_ErrorList*>(form))
+                text = list->findChild<QLabel*>(u"Label1"_s)->text();
+        }
+    });
+    Press(u"Button1"_s);
+    EXPECT_EQ(text, u"以下泽摩订单揽件失败，其可能被您网点的其它员工揽收！"_s);
+    EXPECT_EQ(cds->RecordCount(), 1);
+    EXPECT_EQ(cds->ChangeCount(), 0);
+}
