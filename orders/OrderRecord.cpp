@@ -20,7 +20,7 @@ struct OrderColumn {
 };
 
 constexpr std::array kColumns = std::to_array<OrderColumn>({
-    {"TX_LOGISTIC_ID", u"物流号", 130},
+    {"TX_LOGISTIC_ID", u"物流号", 150},
     {"LOGISTICPROVIDERID", u"下单合作商", 84},
     {"TRADE_NO", u"业务交易号", 120},
     {"BILL_CODE", u"运单编号", 108},
