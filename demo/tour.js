@@ -5,5 +5,6 @@ include("tour/common.js");
 include("tour/acceptance.js");
 include("tour/layout.js");
 include("tour/headquarters.js");
+include("tour/pickup.js");
 include("tour/query.js");
 print("Tour complete.");

@@ -19,6 +19,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int kBoxWidth = 92; // pixels at 96 dpi
+constexpr int kNumberWidth = 118;
 
 // Where a field's box stands in its block; the label goes before it.
 struct DetailField {
@@ -59,7 +60,8 @@ constexpr std::array kReceiver = std::to_array<DetailField>({
     {u"地址", u"SEND_ADDRESS", 2, 0, 4},
 });
 
-void AddFields(QWidget* block, TDataSource* order, std::span<const DetailField> fields)
+void AddFields(
+    QWidget* block, TDataSource* order, std::span<const DetailField> fields, int boxWidth = kBoxWidth)
 {
     auto* grid = new QGridLayout(block);
     grid->setContentsMargins(8, 2, 8, 4);
@@ -68,7 +70,7 @@ void AddFields(QWidget* block, TDataSource* order, std::span<const DetailField> 
     for (const DetailField& field : fields) {
         const QString name = QString::fromUtf16(field.field);
         auto* box = new TDBEditEh(block, u"DBEditEh_"_s + name);
-        box->setMinimumWidth(Scaled(*block, kBoxWidth));
+        box->setMinimumWidth(Scaled(*block, boxWidth));
         box->setReadOnly(true);
         box->Binding().SetReadOnly(true);
         box->Binding().SetDataSource(order);
@@ -119,7 +121,7 @@ QWidget* TOrderDetails::CreateFields(TDataSource* order)
 {
     auto* fields = new QWidget(this);
     auto* numbers = new QWidget(fields);
-    AddFields(numbers, order, kNumbers);
+    AddFields(numbers, order, kNumbers, kNumberWidth);
     auto* rows = new QVBoxLayout(fields);
     rows->setContentsMargins(0, 0, 0, 0);
     rows->setSpacing(4);

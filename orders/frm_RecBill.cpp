@@ -212,7 +212,7 @@ void Tfrm_RecBill::LoadOrders()
 // Ready for the scanner.
 void Tfrm_RecBill::GoToNumber()
 {
-    if (!HasOrders())
+    if (!HasOrders() || cds->State() != TDataSetState::Browse)
         return;
     DataView1->DataViewGrid->SelectField(kNumberField);
     DataView1->DataViewGrid->setFocus();

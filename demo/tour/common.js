@@ -44,13 +44,17 @@ function rowOf(grid, number) {
     return -1;
 }
 
+// The server's date so many days ago.
+function daysAgo(days) {
+    const noon = new Date(host.serverTime.slice(0, 10) + "T12:00:00Z");
+    return new Date(noon.getTime() - days * 86400000).toISOString().slice(0, 10);
+}
+
 // Opens the acceptance screen on the orders of the last days.
 function openAcceptance() {
     host.exec("frm_AcceptBill111");
     const screen = host.screen("frm_AcceptBill");
-    const today = host.serverTime.slice(0, 10);
-    const start = new Date(new Date(today + "T12:00:00Z").getTime() - 6 * 86400000).toISOString().slice(0, 10);
-    screen.control("DBDateTimeEditEh1").text = start + " 00:00:00";
+    screen.control("DBDateTimeEditEh1").text = daysAgo(6) + " 00:00:00";
     screen.control("Button4").click();
     return screen;
 }

@@ -179,7 +179,8 @@ TEST_F(RecScreen, TheCouponIsCheckedWhenItsEditIsLeftAndWhenTheRowIsPosted)
         coupon->setFocus();
         coupon->selectAll();
         Type(text);
-        Key(Qt::Key_Tab);
+        Key(Qt::Key_Return);
+        EXPECT_EQ(QApplication::focusWidget(), grid) << "back to the orders";
         return desk.host.TakeMessages();
     };
     EXPECT_EQ(enter(u"ZM110000044"_s), QStringList(u"详细：校验码错误，请核实!"_s));
@@ -188,15 +189,12 @@ TEST_F(RecScreen, TheCouponIsCheckedWhenItsEditIsLeftAndWhenTheRowIsPosted)
     EXPECT_EQ(Field(u"FAVOURABLE_BILL"), u"ZM210000045"_s);
 
     // The post says it again, and leads back to the coupon.
-    grid->setFocus();
-    desk.host.TakeMessages();
     grid->SelectField(u"BILL_CODE");
     Scan(u"168000000017"_s);
     EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：不存在此优惠券，请核实!"_s));
     EXPECT_TRUE(coupon->hasFocus());
     EXPECT_EQ(coupon->selectedText(), u"ZM210000045"_s);
     EXPECT_EQ(enter(kCoupon), QStringList());
-    grid->setFocus();
     Key(Qt::Key_Return);
     EXPECT_TRUE(desk.host.TakeMessages().isEmpty());
     EXPECT_EQ(cds->RecNo(), 2);
