@@ -120,6 +120,18 @@ TEST_F(BillRows, ACentreSeesItsSubtreeAndItsArea)
     EXPECT_EQ(Found(criteria), QStringList({u"L3"_s, u"L2"_s, u"L1"_s}));
 }
 
+TEST_F(BillRows, ASubtreeMayHoldThousandsOfSites)
+{
+    QStringList sites{u"合肥一部"_s};
+    for (int i = 0; i < 3000; ++i)
+        sites += u"网点%1"_s.arg(i);
+    TBillCriteria criteria = Day();
+    criteria.candidateSite = sites.first();
+    criteria.withSubtree = true;
+    criteria.subtree = SubtreeLikeList(sites);
+    EXPECT_EQ(Found(criteria), QStringList({u"L1"_s}));
+}
+
 TEST_F(BillRows, NumbersFindDistributedOrdersOnly)
 {
     const auto list = [](const QString& text) {
