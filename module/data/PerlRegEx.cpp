@@ -4,6 +4,8 @@
 
 #include <pcre.h>
 
+#include <utility>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -78,18 +80,20 @@ bool TPerlRegEx::Match()
 
 namespace {
 
-std::unique_ptr<TPerlRegEx> sharedRegEx;
+// Freed by the module's shut-down, which runs after this file's own objects are gone: so none that destroys
+// itself.
+TPerlRegEx* sharedRegEx = nullptr;
 
 } // namespace
 
 TPerlRegEx& SharedRegEx()
 {
     if (!sharedRegEx)
-        sharedRegEx = std::make_unique<TPerlRegEx>();
+        sharedRegEx = new TPerlRegEx;
     return *sharedRegEx;
 }
 
 void ReleaseSharedRegEx() noexcept
 {
-    sharedRegEx.reset();
+    delete std::exchange(sharedRegEx, nullptr);
 }
