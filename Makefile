@@ -4,7 +4,7 @@ JOBS ?= $(shell nproc)
 SIZE ?= medium
 SOURCES = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: run test bench build setup sanitize format check-format lint clean
+.PHONY: run test bench build setup sanitize pictures format check-format lint clean
 
 run: build
 	$(BUILD)/bin/zelmor-host --demo $(SIZE) --screenshots $(BUILD)/tour
@@ -26,6 +26,10 @@ sanitize: setup
 	@test -f build/sanitize/build.ninja || cmake --preset sanitize
 	cmake --build build/sanitize -j $(JOBS)
 	ctest --preset sanitize -j 2
+
+# The user guide's pictures, taken anew.
+pictures: build
+	scripts/pictures.sh
 
 format:
 	clang-format -i $(SOURCES)

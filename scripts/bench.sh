@@ -8,3 +8,6 @@ mkdir -p "$cache"
 if [ -x "$build/bin/bench_startup" ]; then
     "$build/bin/bench_startup"
 fi
+# The screens themselves, on the demo company's largest size.
+QT_QPA_PLATFORM=offscreen "$build/bin/zelmor-host" --data "$cache/large" --demo large \
+    --now "2026-11-20 15:30:00" --script bench/host/screens.js --screenshots "$cache"

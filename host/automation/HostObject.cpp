@@ -269,6 +269,7 @@ QJSValue THostObject::sql()
         entry.setProperty(u"kind"_s, entries[index].kind);
         entry.setProperty(u"text"_s, entries[index].text);
         entry.setProperty(u"rows"_s, static_cast<double>(entries[index].rows));
+        entry.setProperty(u"microseconds"_s, static_cast<double>(entries[index].microseconds));
         entry.setProperty(u"error"_s, entries[index].error);
         array.setProperty(static_cast<quint32>(index), entry);
     }

@@ -8,8 +8,8 @@
 
 namespace storage {
 
-// Moves what was committed from the write-ahead log into the database file, on a thread of its own, so that no
-// save waits for it. What is in the log is safe there; this only keeps the log short.
+// Moves what was committed from the write-ahead log into the database file, on a thread of its own, so that
+// no save waits for it. What is in the log is safe there; this only keeps the log short.
 class Checkpointer {
 public:
     explicit Checkpointer(const QString& file);
