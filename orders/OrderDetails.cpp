@@ -18,7 +18,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kBoxWidth = 92; // pixels at 96 dpi
+constexpr int kBoxWidth = 102; // pixels at 96 dpi
 constexpr int kNumberWidth = 118;
 
 // Where a field's box stands in its block; the label goes before it.

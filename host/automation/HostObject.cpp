@@ -286,6 +286,15 @@ QJSValue THostObject::serverSql(const QString& text)
     return Call(this, [&] { return ToScript(*qjsEngine(this), host_.ServerRows(text)); });
 }
 
+void THostObject::resize(int width, int height)
+{
+    Call(this, [&] {
+        Frame()->resize(width, height);
+        Wait(50);
+        return true;
+    });
+}
+
 QString THostObject::screenshot(const QString& path)
 {
     return Call(this, [&] {

@@ -45,6 +45,8 @@ public:
     Q_INVOKABLE void clearSql();
     Q_INVOKABLE QJSValue serverSql(const QString& text);
 
+    // The frame at this size, in pixels at the present scale.
+    Q_INVOKABLE void resize(int width, int height);
     // Relative paths are below the folder for pictures.
     Q_INVOKABLE QString screenshot(const QString& path);
     Q_INVOKABLE void wait(int milliseconds);
