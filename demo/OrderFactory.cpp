@@ -14,6 +14,7 @@ namespace {
 using wire::DateTime;
 using wire::Value;
 
+constexpr int kLandlines = 40; // of a city
 constexpr int kManualSerial = 6; // digits
 constexpr int kSerial = 8;
 
@@ -78,7 +79,8 @@ void OrderFactory::PreparePools()
         mobiles_.push_back(MobileNumber(random.Next()));
     for (const City& city : regions_.cities) {
         std::vector<QString> numbers;
-        for (int i = 0; i < 40; ++i)
+        numbers.reserve(kLandlines);
+        for (int i = 0; i < kLandlines; ++i)
             numbers.push_back(LandlineNumber(city.areaCode, random.Next()));
         landlines_.push_back(std::move(numbers));
         warehouses_.push_back(u"WH"_s + city.postcode.left(4));

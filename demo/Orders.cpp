@@ -198,7 +198,7 @@ public:
         const qint64 free = options.orders - static_cast<qint64>(plans_.size());
         qint64 given = 0;
         for (const qint64 share : shares) {
-            const qint64 until = free * share / total;
+            const qint64 until = free * share / std::max<qint64>(total, 1);
             counts_.push_back(until - given);
             given = until;
         }

@@ -45,6 +45,8 @@ public:
             FollowPlatform();
         else
             FollowMarketplace();
+        trace_ = nullptr;
+        random_ = nullptr;
     }
     void End() { writer_.End(); }
 

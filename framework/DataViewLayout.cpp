@@ -94,6 +94,7 @@ void WriteLayout(const TDBGridEh& grid, TIniPropStorageManEh& storage, const QSt
 void ReadLayout(TDBGridEh& grid, const TIniPropStorageManEh& storage, const QString& section)
 {
     std::vector<TColumnEh> columns;
+    columns.reserve(static_cast<size_t>(grid.ColumnCount()));
     for (int i = 0; i < grid.ColumnCount(); ++i)
         columns.push_back(grid.Column(i));
 

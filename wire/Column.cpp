@@ -266,6 +266,7 @@ void Column::AppendColumn(Column&& block)
             }
             Array<qint64> mapped;
             qint64* to = mapped.Extend(from.rows);
+            // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): codes holds at least the null's
             from.ints.ForEach([&](qint64 code) { *to++ = codes[code]; });
             data_->ints.Append(mapped.Begin(), mapped.Size());
         }

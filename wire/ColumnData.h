@@ -29,7 +29,7 @@ public:
         return *this;
     }
     Array(const Array& other) { Append(other.data_, other.size_); }
-    Array& operator=(const Array& other)
+    Array& operator=(const Array& other) // NOLINT(bugprone-unhandled-self-assignment): copy and swap
     {
         Array copy(other);
         Swap(copy);

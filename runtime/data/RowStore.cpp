@@ -267,9 +267,10 @@ wire::RowChange RowStore::BuildChange(RowNumber row, const RowEdit& edit) const
         const wire::Value* changed = edit.changed.Find(field);
         worthSending = worthSending || changed;
         if (changed || info.key || info.guard) {
-            wire::Value original = Below(edit, row, field);
-            wire::Value current = changed ? *changed : original;
-            change.cells.push_back({column, std::move(original), std::move(current)});
+            wire::CellChange& cell = change.cells.emplace_back();
+            cell.column = column;
+            cell.original = Below(edit, row, field);
+            cell.current = changed ? *changed : cell.original;
         }
     }
     if (!worthSending)

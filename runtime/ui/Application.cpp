@@ -175,6 +175,7 @@ TMessageResult TApplication::MessageBox(const QString& text, const QString& capt
     box.setTextFormat(Qt::PlainText);
     box.setAccessibleName(caption);
     std::vector<QAbstractButton*> made;
+    made.reserve(std::size(choices));
     for (const ButtonChoice& choice : choices)
         made.push_back(box.addButton(choice.text, choice.role));
     box.setDefaultButton(qobject_cast<QPushButton*>(made[byDefault]));

@@ -174,9 +174,7 @@ void TDBDateTimeEditEh::keyPressEvent(QKeyEvent* event)
     const bool altDown = event->key() == Qt::Key_Down && event->modifiers() & Qt::AltModifier;
     if (altDown || event->key() == Qt::Key_F4)
         DropDown();
-    else if (event->key() == Qt::Key_Up && StepPart(1))
-        event->accept();
-    else if (event->key() == Qt::Key_Down && StepPart(-1))
+    else if ((event->key() == Qt::Key_Up && StepPart(1)) || (event->key() == Qt::Key_Down && StepPart(-1)))
         event->accept();
     else
         QLineEdit::keyPressEvent(event);

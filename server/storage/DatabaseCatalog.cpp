@@ -68,7 +68,7 @@ DatabaseCatalog::DatabaseCatalog(Database& database)
             table.indexes.push_back(definition->primaryKeyName);
             table.indexColumns.push_back(definition->primaryKey);
         }
-        tables_.insert(table.name.toUpper(), std::move(table));
+        tables_.insert(table.name.toUpper(), table);
     }
 }
 
