@@ -24,6 +24,14 @@ bool Leaving(const QFocusEvent* event)
     return event->reason() != Qt::PopupFocusReason;
 }
 
+// Another window in front, a message box above all, leaves the control where it was: what was typed is kept,
+// but nobody has gone on to the next control.
+void Left(const QFocusEvent* event, const std::function<void()>& onExit)
+{
+    if (event->reason() != Qt::ActiveWindowFocusReason)
+        Call(onExit);
+}
+
 // The longest text the field takes, for controls that limit typing.
 int MaxLength(const TField* field)
 {
@@ -67,7 +75,7 @@ void TDBEditEh::focusOutEvent(QFocusEvent* event)
     if (!Leaving(event))
         return;
     binding_->Commit();
-    Call(OnExit);
+    Left(event, OnExit);
 }
 
 TDBComboBoxEh::TDBComboBoxEh(QWidget* parent, const QString& name)
@@ -146,7 +154,7 @@ void TDBComboBoxEh::focusOutEvent(QFocusEvent* event)
     if (!Leaving(event))
         return;
     binding_->Commit();
-    Call(OnExit);
+    Left(event, OnExit);
 }
 
 void TDBComboBoxEh::keyPressEvent(QKeyEvent* event)

@@ -188,6 +188,14 @@ TEST_F(RecScreen, TheCouponIsCheckedWhenItsEditIsLeftAndWhenTheRowIsPosted)
     EXPECT_EQ(enter(u"ZM210000045"_s), QStringList(u"详细：不存在此优惠券，请核实!"_s));
     EXPECT_EQ(Field(u"FAVOURABLE_BILL"), u"ZM210000045"_s);
 
+    // A window in front, such as the box of a refused save, is no leaving.
+    coupon->setFocus();
+    QFocusEvent away(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
+    QCoreApplication::sendEvent(coupon, &away);
+    EXPECT_TRUE(desk.host.TakeMessages().isEmpty());
+    Key(Qt::Key_Tab);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：不存在此优惠券，请核实!"_s));
+
     // The post says it again, and leads back to the coupon.
     grid->SelectField(u"BILL_CODE");
     Scan(u"168000000017"_s);
