@@ -79,40 +79,17 @@ constexpr OrderColumnUse kColumns[] = {
 } // namespace
 
 Tfrm_AcceptBill::Tfrm_AcceptBill(QObject* owner)
-    : Tfrm_BasicBoot(owner, u"frm_AcceptBill"_s)
+    : Tfrm_SiteOrders(owner, u"frm_AcceptBill"_s, u"网点接单"_s)
 {
-    SetCaption(u"网点接单"_s);
-    clerk_ = {GlobalValue(u"site"_s), GlobalValue(u"employeeName"_s)};
-    CreateDataSets();
-    CreateControls();
-    FormCreate();
-}
-
-void Tfrm_AcceptBill::CreateDataSets()
-{
-    const QString noOrders = u"select * from tab_zelmor_bill where 1=0"_s;
-    cds = new TClientDataSetEx(this, u"cds"_s);
-    cds->SetCommandText(noOrders);
     cds->AfterEdit = [this] { statusBefore_ = StatusOf(*cds); };
-    cds->BeforePost = [this] { cdsBeforePost(); };
-    cdsms = new TClientDataSetEx(this, u"cdsms"_s);
-    cdsDestination = new TClientDataSetEx(this, u"cdsDestination"_s);
-    cdsErr = new TClientDataSetEx(this, u"cdsErr"_s);
-    cdsErr->SetCommandText(noOrders);
-    dsDestination = new TDataSource(this, u"dsDestination"_s);
-    dsDestination->SetDataSet(cdsDestination);
-    items_ = new TOrderItems(this, cds, cdsms);
-
+    BatchAcceptBill = NewBatchAction(u"BatchAcceptBill"_s, u"批量接单"_s);
+    OnTriggered(BatchAcceptBill, this, &Tfrm_AcceptBill::BatchAcceptBillExecute);
     Timer1 = new QTimer(this);
     Timer1->setObjectName(u"Timer1"_s);
     Timer1->setInterval(kTickMilliseconds);
     OnTimer(Timer1, this, &Tfrm_AcceptBill::Timer1Timer);
-
-    BatchAcceptBill = new QAction(u"批量接单"_s, this);
-    BatchAcceptBill->setObjectName(u"BatchAcceptBill"_s);
-    OnTriggered(BatchAcceptBill, this, &Tfrm_AcceptBill::BatchAcceptBillExecute);
-    connect(cds, &TClientDataSetEx::DataReset, this, &Tfrm_AcceptBill::BatchAcceptBillUpdate);
-    BatchAcceptBillUpdate();
+    CreateControls();
+    FormCreate();
 }
 
 void Tfrm_AcceptBill::CreateControls()
@@ -229,11 +206,6 @@ bool Tfrm_AcceptBill::AtHeadquarters() const
     return clerk_.site == HeadquartersSite();
 }
 
-bool Tfrm_AcceptBill::HasOrders() const
-{
-    return cds->Active() && !cds->IsEmpty();
-}
-
 TAcceptCriteria Tfrm_AcceptBill::Criteria() const
 {
     return {
@@ -281,11 +253,6 @@ void Tfrm_AcceptBill::BatchAcceptBillExecute()
     SetStatusOfSelected(*DataView1->DataViewGrid, kStatusAccepted,
         [&courier](TClientDataSetEx& row) { SetText(row, u"REC_GOODS_MAN", courier); });
     ShowInformation(u"详细：已成功批量接单！"_s, Caption());
-}
-
-void Tfrm_AcceptBill::BatchAcceptBillUpdate()
-{
-    BatchAcceptBill->setEnabled(HasOrders());
 }
 
 void Tfrm_AcceptBill::Button2Click()

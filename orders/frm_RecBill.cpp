@@ -76,34 +76,12 @@ constexpr OrderColumnUse kColumns[] = {
 } // namespace
 
 Tfrm_RecBill::Tfrm_RecBill(QObject* owner)
-    : Tfrm_BasicBoot(owner, u"frm_RecBill"_s)
+    : Tfrm_SiteOrders(owner, u"frm_RecBill"_s, u"网点揽件"_s)
 {
-    SetCaption(u"网点揽件"_s);
-    clerk_ = {GlobalValue(u"site"_s), GlobalValue(u"employeeName"_s)};
-    CreateDataSets();
+    BatchRecBill = NewBatchAction(u"BatchRecBill"_s, u"批量揽件"_s);
+    OnTriggered(BatchRecBill, this, &Tfrm_RecBill::BatchRecBillExecute);
     CreateControls();
     FormCreate();
-}
-
-void Tfrm_RecBill::CreateDataSets()
-{
-    const QString noOrders = u"select * from tab_zelmor_bill where 1=0"_s;
-    cds = new TClientDataSetEx(this, u"cds"_s);
-    cds->SetCommandText(noOrders);
-    cds->BeforePost = [this] { cdsBeforePost(); };
-    cdsms = new TClientDataSetEx(this, u"cdsms"_s);
-    cdsDestination = new TClientDataSetEx(this, u"cdsDestination"_s);
-    cdsErr = new TClientDataSetEx(this, u"cdsErr"_s);
-    cdsErr->SetCommandText(noOrders);
-    dsDestination = new TDataSource(this, u"dsDestination"_s);
-    dsDestination->SetDataSet(cdsDestination);
-    items_ = new TOrderItems(this, cds, cdsms);
-
-    BatchRecBill = new QAction(u"批量揽件"_s, this);
-    BatchRecBill->setObjectName(u"BatchRecBill"_s);
-    OnTriggered(BatchRecBill, this, &Tfrm_RecBill::BatchRecBillExecute);
-    connect(cds, &TClientDataSetEx::DataReset, this, &Tfrm_RecBill::BatchRecBillUpdate);
-    BatchRecBillUpdate();
 }
 
 void Tfrm_RecBill::CreateControls()
@@ -186,11 +164,6 @@ void Tfrm_RecBill::FormShow()
 {
     Setup(DataView1, cds, Button1, Button4);
     GoToNumber();
-}
-
-bool Tfrm_RecBill::HasOrders() const
-{
-    return cds->Active() && !cds->IsEmpty();
 }
 
 TRecCriteria Tfrm_RecBill::Criteria() const
@@ -302,11 +275,6 @@ void Tfrm_RecBill::BatchRecBillExecute()
         return;
     SetStatusOfSelected(*DataView1->DataViewGrid, kStatusPickedUp);
     ShowInformation(u"详细：已成功批量揽件！"_s, Caption());
-}
-
-void Tfrm_RecBill::BatchRecBillUpdate()
-{
-    BatchRecBill->setEnabled(HasOrders());
 }
 
 void Tfrm_RecBill::Button1Click()
