@@ -31,7 +31,7 @@ QAction* Tfrm_SiteOrders::NewBatchAction(const QString& name, const QString& cap
     auto* action = new QAction(caption, this);
     action->setObjectName(name);
     const auto update = [this, action] { action->setEnabled(HasOrders()); };
-    connect(cds, &TClientDataSetEx::DataReset, action, update);
+    connect(cds, &TClientDataSetEx::DataReset, this, update);
     update();
     return action;
 }
