@@ -55,6 +55,13 @@ struct Translation {
                          // table); update: the table updated
 };
 
+// For which database statements are printed.
+enum class Target {
+    Sqlite,
+    Postgres,
+    Verbatim, // the text as it came, but for trailing blanks: the database understands it itself
+};
+
 struct Translated {
     std::shared_ptr<const Translation> translation;
     std::vector<wire::Value> literals; // of this text
@@ -68,7 +75,7 @@ struct Translated {
 // what is neither one select nor one update.
 class Translator {
 public:
-    explicit Translator(std::shared_ptr<const Catalog> catalog);
+    explicit Translator(std::shared_ptr<const Catalog> catalog, Target target = Target::Sqlite);
     ~Translator();
     Translated Translate(QStringView sqlText);
 

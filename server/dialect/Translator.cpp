@@ -139,7 +139,7 @@ private:
     std::unordered_multimap<std::u16string_view, Entries::iterator> byShape_; // views into the entries
 };
 
-Translator::Translator(std::shared_ptr<const Catalog> catalog)
+Translator::Translator(std::shared_ptr<const Catalog> catalog, Target /*target*/)
     : d_(std::make_unique<Private>(std::move(catalog)))
 {
 }

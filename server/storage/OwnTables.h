@@ -1,0 +1,25 @@
+#pragma once
+
+#include "demo/Schema.h"
+
+#include <vector>
+
+// The tables that the server keeps for itself; clients reach none of them. Kept in types that every database
+// has: what is bytes is kept as text.
+namespace storage {
+
+// Of these tables and of everything else that a new database is made with.
+inline constexpr int kSchemaVersion = 2;
+
+const demo::TableDef& MetaTable(); // NAME, VALUE
+const demo::TableDef& AccountTable();
+const demo::TableDef& AuditTable();
+const demo::TableDef& OutcomeTable(); // what became of change logs, by their names
+const std::vector<demo::TableDef>& OwnTables();
+
+// Rows of AccountTable for the logins of the demo company. Slow: each password is hashed.
+std::vector<std::vector<wire::Value>> DemoAccounts(wire::DateTime now);
+// Rows of MetaTable that a finished database has; `demo` is its size, empty without demo data.
+std::vector<std::vector<wire::Value>> MetaRows(const QString& demo);
+
+} // namespace storage

@@ -1,0 +1,103 @@
+#pragma once
+
+#include "server/storage/Storage.h"
+
+#include <condition_variable>
+#include <mutex>
+
+namespace storage {
+
+// Connections to one database, lent to sessions for the length of a request.
+class ConnectionPool {
+public:
+    // A connection as long as it is lent.
+    class Lease {
+    public:
+        Lease(ConnectionPool& pool, std::unique_ptr<Connection> connection)
+            : pool_(pool)
+            , connection_(std::move(connection))
+        {
+        }
+        ~Lease() { pool_.GiveBack(std::move(connection_)); }
+        Lease(const Lease&) = delete;
+        Lease& operator=(const Lease&) = delete;
+        Connection* operator->() const noexcept { return connection_.get(); }
+        Connection& operator*() const noexcept { return *connection_; }
+
+    private:
+        ConnectionPool& pool_;
+        std::unique_ptr<Connection> connection_;
+    };
+
+    struct State {
+        int most = 0;
+        int lent = 0;
+        int idle = 0;
+        int waiting = 0;
+    };
+
+    ConnectionPool(std::unique_ptr<Backend> backend, int connections);
+    ~ConnectionPool();
+
+    // Waits while all are lent. Raises wire::Error (Storage, TryAgain).
+    Lease Lend();
+    const dialect::Catalog& Catalog() const noexcept { return *catalog_; }
+    const Backend& Base() const noexcept { return *backend_; }
+    State Now();
+
+private:
+    friend class Transaction;
+    void GiveBack(std::unique_ptr<Connection> connection) noexcept;
+
+    std::unique_ptr<Backend> backend_;
+    std::shared_ptr<const dialect::Catalog> catalog_;
+    std::mutex mutex_;
+    std::condition_variable returned_;
+    std::vector<std::unique_ptr<Connection>> idle_; // the last used last, its memory still warm
+    State state_;
+    std::mutex writer_; // where the database takes one writer at a time, they queue here instead of polling
+};
+
+// A transaction that writes, on a connection lent for it. Undone unless it is committed.
+class Transaction {
+public:
+    explicit Transaction(ConnectionPool& pool);
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+    void Commit();
+    Connection* operator->() const noexcept { return lease_.operator->(); }
+    Connection& operator*() const noexcept { return *lease_; }
+
+private:
+    // Waiting for the turn holds no connection: readers go on.
+    std::unique_lock<std::mutex> turn_;
+    ConnectionPool::Lease lease_;
+    bool open_ = false;
+};
+
+// Runs `work(Connection&)` in a transaction and commits it; again, after a short growing pause, where the
+// database undid it for a reason that passes. `named`: the work finds out itself whether it has been done
+// before, so it is repeated even when the connection was lost during the commit.
+template <typename Work> void InTransaction(ConnectionPool& pool, bool named, Work&& work);
+// Waits before the next attempt (counted from 1); raises what is being handled where it should not be
+// repeated.
+void PauseOrRethrow(int attempt, bool repeatable);
+
+template <typename Work> void InTransaction(ConnectionPool& pool, bool named, Work&& work)
+{
+    for (int attempt = 1;; ++attempt) {
+        bool committing = false;
+        try {
+            Transaction transaction(pool);
+            work(*transaction);
+            committing = true;
+            transaction.Commit();
+            return;
+        } catch (const TryAgain& error) {
+            PauseOrRethrow(attempt, named || !committing || error.Why() == TryAgain::Cause::Conflict);
+        }
+    }
+}
+
+} // namespace storage

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "wire/ColumnData.h"
+#include "wire/Messages.h"
+
+#include <span>
+#include <vector>
+
+namespace storage {
+
+struct ReadLimits {
+    qint64 maxRows = 0; // more than that raises wire::Error (Limit)
+    qsizetype rowsPerReply = 0; // rows handed to the sink at a time; 0: all of them at once
+};
+
+// The cells of a block of rows, a block for each column.
+using CellBlocks = std::vector<wire::CellBlock>;
+
+CellBlocks MakeCellBlocks(std::span<const wire::ColumnInfo> infos);
+
+// The rows of a running query.
+class RowSource {
+public:
+    virtual ~RowSource();
+    // Fills the cleared blocks with the next rows, at most CellBlock::kRows; false when the query came to its
+    // end with them. Called from one thread at a time, not always the same. Raises wire::Error.
+    virtual bool Fill(CellBlocks& blocks) = 0;
+};
+
+// Hands the rows of a query to the sink, on the calling thread. Long results are read by a second thread
+// while this one encodes what the first has read. `scratch` is for the first block, kept by the caller from
+// one run to the next. Gives the number of rows; raises wire::Error.
+qint64 StreamRows(RowSource& source, CellBlocks& scratch, const ReadLimits& limits, wire::ReplySink& sink);
+
+} // namespace storage
