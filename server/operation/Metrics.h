@@ -109,7 +109,7 @@ enum class Refusal : quint8 {
     IdleTime, // no request for too long
     FrameTime, // began a frame and did not finish it, or takes no reply
     Protocol, // bytes that are no frame or no request
-    Size, // a frame, packet or reply above its limit
+    Size, // a frame, packet, reply or piece of work above its limit
     Tls, // no handshake, or a plain client where TLS is asked for
     Login, // wrong account or password
     LoginRate, // too many failed logins

@@ -1,7 +1,5 @@
 #include "server/operation/Operation.h"
 
-#include <vector>
-
 namespace server::operation {
 
 void Operation::Refuse(Refusal reason, std::initializer_list<LogField> fields) noexcept
@@ -10,9 +8,11 @@ void Operation::Refuse(Refusal reason, std::initializer_list<LogField> fields) n
     log.Refused(NameOf(reason), fields);
 }
 
-std::optional<Refusal> RefusalOf(wire::ErrorKind kind) noexcept
+std::optional<Refusal> RefusalOf(const wire::Error& error) noexcept
 {
-    switch (kind) {
+    if (const auto* refused = dynamic_cast<const RefusedError*>(&error))
+        return refused->Reason();
+    switch (error.Kind()) {
     case wire::ErrorKind::Protocol:
     case wire::ErrorKind::Usage:
         return Refusal::Protocol;
@@ -26,7 +26,7 @@ std::optional<Refusal> RefusalOf(wire::ErrorKind kind) noexcept
     case wire::ErrorKind::Conflict:
         return Refusal::Data;
     case wire::ErrorKind::Limit:
-        return Refusal::StatementTime;
+        return Refusal::Size;
     case wire::ErrorKind::Connection:
     case wire::ErrorKind::Storage:
         break;

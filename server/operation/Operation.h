@@ -27,8 +27,22 @@ struct Operation {
 // Never null where it is handed down.
 using Shared = std::shared_ptr<Operation>;
 
+// A refusal whose reason is told more closely than the kind of error tells it.
+class RefusedError : public wire::Error {
+public:
+    RefusedError(Refusal reason, wire::ErrorKind kind, const QString& message, const QString& sqlText = {})
+        : wire::Error(kind, message, sqlText)
+        , reason_(reason)
+    {
+    }
+    Refusal Reason() const noexcept { return reason_; }
+
+private:
+    Refusal reason_;
+};
+
 // What a failure of a request is to the administrator: refused for a reason, or (nothing) something that went
 // wrong on the server's side.
-std::optional<Refusal> RefusalOf(wire::ErrorKind kind) noexcept;
+std::optional<Refusal> RefusalOf(const wire::Error& error) noexcept;
 
 } // namespace server::operation

@@ -1,0 +1,141 @@
+#include "server/operation/MonitoredSession.h"
+
+#include "server/operation/StatementShape.h"
+
+namespace server::operation {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using wire::RequestKind;
+
+// Without the values: which statement it was.
+QString ShapeOf(const wire::Request& request)
+{
+    return StatementShape(
+        request.kind == RequestKind::ApplyUpdates ? request.changes.commandText : request.text);
+}
+
+qint64 Milliseconds(std::chrono::nanoseconds time)
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
+}
+
+// The messages of these may quote what the client sent.
+bool QuotesValues(const wire::Error& error)
+{
+    return error.Kind() == wire::ErrorKind::Data || error.Kind() == wire::ErrorKind::Syntax;
+}
+
+} // namespace
+
+MonitoredSession::MonitoredSession(
+    std::unique_ptr<Session> session, const QString& peer, Shared operation, std::chrono::milliseconds slow)
+    : session_(std::move(session))
+    , peer_(peer)
+    , operation_(std::move(operation))
+    , slow_(slow)
+{
+}
+
+MonitoredSession::~MonitoredSession()
+{
+    LoggedIn(false);
+}
+
+wire::Reply MonitoredSession::Handle(const wire::Request& request, wire::ReplySink& sink)
+{
+    const Clock::time_point start = Clock::now();
+    try {
+        wire::Reply reply = session_->Handle(request, sink);
+        Succeeded(request, reply, Clock::now() - start);
+        return reply;
+    } catch (const wire::Error& error) {
+        NotDone(request, error, Clock::now() - start);
+        throw;
+    } catch (const std::exception& error) {
+        operation_->metrics.Request(request.kind, Outcome::Failed, Clock::now() - start);
+        operation_->log.Error(
+            "request_failed", {{"peer", peer_}, {"kind", NameOf(request.kind)}, {"message", error.what()}});
+        throw;
+    }
+}
+
+void MonitoredSession::Succeeded(
+    const wire::Request& request, const wire::Reply& reply, std::chrono::nanoseconds time)
+{
+    Metrics& metrics = operation_->metrics;
+    Log& log = operation_->log;
+    metrics.Request(request.kind, Outcome::Ok, time);
+    const QString& account = Identity().account;
+    qint64 rows = reply.rowCount;
+    switch (request.kind) {
+    case RequestKind::Login:
+        LoggedIn(true);
+        metrics.loginsAccepted.Add();
+        log.Info("login", {{"account", account}, {"peer", peer_}, {"site", Identity().site}});
+        break;
+    case RequestKind::Query:
+        metrics.rowsRead.Add(static_cast<quint64>(rows));
+        break;
+    case RequestKind::Execute:
+        metrics.rowsWritten.Add(static_cast<quint64>(rows));
+        break;
+    case RequestKind::ApplyUpdates: {
+        rows = static_cast<qint64>(reply.outcome.rows.size());
+        const int refused = reply.outcome.Rejected();
+        metrics.rowsRefused.Add(static_cast<quint64>(refused));
+        metrics.rowsWritten.Add(reply.outcome.rolledBack ? 0 : static_cast<quint64>(rows - refused));
+        if (refused > 0)
+            log.Info("rows_refused",
+                {{"account", account}, {"peer", peer_}, {"rows", rows}, {"refused", refused},
+                    {"rolled_back", reply.outcome.rolledBack}, {"statement", ShapeOf(request)}});
+        break;
+    }
+    case RequestKind::Clock:
+        break;
+    }
+    if (time >= slow_) {
+        metrics.slowStatements.Add();
+        log.Warn("slow_statement",
+            {{"kind", NameOf(request.kind)}, {"milliseconds", Milliseconds(time)}, {"account", account},
+                {"peer", peer_}, {"rows", rows}, {"statement", ShapeOf(request)}});
+    } else if (log.Wants(LogLevel::Debug)) {
+        log.Debug("request",
+            {{"kind", NameOf(request.kind)}, {"milliseconds", Milliseconds(time)}, {"account", account},
+                {"peer", peer_}, {"rows", rows}, {"statement", ShapeOf(request)}});
+    }
+}
+
+void MonitoredSession::NotDone(
+    const wire::Request& request, const wire::Error& error, std::chrono::nanoseconds time)
+{
+    const bool login = request.kind == RequestKind::Login;
+    std::optional<Refusal> reason = RefusalOf(error);
+    if (login) {
+        LoggedIn(false);
+        if (reason == Refusal::NotLoggedIn)
+            reason = Refusal::Login;
+        if (reason)
+            operation_->metrics.loginsRefused.Add();
+    }
+    operation_->metrics.Request(request.kind, reason ? Outcome::Refused : Outcome::Failed, time);
+    const QString account = login ? request.account : Identity().account;
+    const QString message = QuotesValues(error) ? QString() : error.Message();
+    if (reason)
+        operation_->Refuse(*reason,
+            {{"kind", NameOf(request.kind)}, {"account", account}, {"peer", peer_},
+                {"milliseconds", Milliseconds(time)}, {"statement", ShapeOf(request)}, {"message", message}});
+    else
+        operation_->log.Error("request_failed",
+            {{"kind", NameOf(request.kind)}, {"account", account}, {"peer", peer_},
+                {"milliseconds", Milliseconds(time)}, {"statement", ShapeOf(request)}, {"message", message}});
+}
+
+void MonitoredSession::LoggedIn(bool yes) noexcept
+{
+    if (yes != loggedIn_)
+        operation_->metrics.loggedIn.Add(yes ? 1 : -1);
+    loggedIn_ = yes;
+}
+
+} // namespace server::operation

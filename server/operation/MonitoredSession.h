@@ -1,0 +1,34 @@
+#pragma once
+
+#include "server/Server.h"
+#include "server/operation/Operation.h"
+
+namespace server::operation {
+
+// Lets every request of a session through, counts and times it, and writes the lines that tell of it: logins,
+// whatever is refused, what fails, slow statements. Lines name statements by their shape, never by the values
+// in them. The one place where requests are logged: sessions themselves only raise, as RefusedError where the
+// kind alone does not say the reason.
+class MonitoredSession final : public Session {
+public:
+    MonitoredSession(std::unique_ptr<Session> session, const QString& peer, Shared operation,
+        std::chrono::milliseconds slow);
+    ~MonitoredSession() override;
+
+    wire::Reply Handle(const wire::Request& request, wire::ReplySink& sink) override;
+    const wire::Identity& Identity() const noexcept override { return session_->Identity(); }
+    void Interrupt() noexcept override { session_->Interrupt(); }
+
+private:
+    void Succeeded(const wire::Request& request, const wire::Reply& reply, std::chrono::nanoseconds time);
+    void NotDone(const wire::Request& request, const wire::Error& error, std::chrono::nanoseconds time);
+    void LoggedIn(bool yes) noexcept;
+
+    std::unique_ptr<Session> session_;
+    QString peer_;
+    Shared operation_;
+    std::chrono::milliseconds slow_;
+    bool loggedIn_ = false;
+};
+
+} // namespace server::operation
