@@ -1,10 +1,7 @@
-#include "server/main/Arguments.h"
 #include "server/main/Commands.h"
+#include "server/main/OpenStorage.h"
 #include "server/main/Password.h"
-
-#include "server/Server.h"
-
-#include <QCommandLineParser>
+#include "server/main/Settings.h"
 
 #include <cstdio>
 
@@ -26,25 +23,18 @@ void List(ApplicationServer& server)
 
 int ManageAccounts(const QStringList& arguments)
 {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
+    Settings settings(
         u"Manages the accounts that may log in. Passwords are read from standard input.\n\n"
         "  add ACCOUNT EMPLOYEE_CODE   adds an account for an employee\n"
         "  passwd ACCOUNT              gives an account a new password\n"
         "  remove ACCOUNT              removes an account\n"
-        "  list                        lists account, employee, name, site, user type and rights"_s);
-    parser.addPositionalArgument(u"account"_s, u"this command"_s, u"account"_s);
-    parser.addPositionalArgument(u"command"_s, u"add, passwd, remove or list"_s);
-    parser.addPositionalArgument(u"arguments"_s, u"as above"_s, u"[arguments…]"_s);
-    parser.addOptions({
-        {u"data"_s, u"Folder of the database."_s, u"DIR"_s},
-        {u"user-type"_s, u"add: 2 may open sites for marketplace orders."_s, u"TYPE"_s, u"1"_s},
-        {u"rights"_s, u"add: rights code of the account's screens, three characters, each 0 or 1."_s,
-            u"CODE"_s, u"111"_s},
-    });
-    ParseArguments(parser, arguments);
+        "  list                        lists account, employee, name, site, user type and rights"_s,
+        {u"data"_s, u"storage"_s, u"config"_s, u"user-type"_s, u"rights"_s});
+    settings.Parser().addPositionalArgument(u"command"_s, u"add, passwd, remove or list"_s);
+    settings.Parser().addPositionalArgument(u"arguments"_s, u"as above"_s, u"[arguments…]"_s);
+    settings.Read(arguments);
 
-    const QStringList words = parser.positionalArguments();
+    const QStringList& words = settings.Words();
     const QString command = words.value(0);
     const auto takes = [&](const QString& name, qsizetype count) {
         if (command != name)
@@ -53,14 +43,14 @@ int ManageAccounts(const QStringList& arguments)
             throw UsageError(u"“account %1” takes %2 arguments"_s.arg(name).arg(count));
         return true;
     };
-    Options options;
-    options.dataDir = RequiredValue(parser, u"data"_s);
+    Options options = StorageOptions(settings);
+    options.connections = 1;
     if (takes(u"add"_s, 2)) {
         NewAccount account;
         account.account = words[1];
         account.employeeCode = words[2];
-        account.userType = parser.value(u"user-type"_s);
-        account.rights = parser.value(u"rights"_s);
+        account.userType = settings.IsSet(u"user-type"_s) ? settings.Value(u"user-type"_s) : u"1"_s;
+        account.rights = settings.IsSet(u"rights"_s) ? settings.Value(u"rights"_s) : account.rights;
         account.password = AskNewPassword();
         ApplicationServer(options).AddAccount(account);
     } else if (takes(u"passwd"_s, 1)) {

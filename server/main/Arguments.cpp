@@ -1,5 +1,7 @@
 #include "server/main/Arguments.h"
 
+#include "server/operation/Process.h"
+
 #include <QCommandLineParser>
 
 #include <cstdio>
@@ -9,9 +11,10 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace server {
 
-Endpoint ParseEndpoint(const QString& text)
+Endpoint ParseEndpoint(const QString& text, quint16 defaultPort)
 {
     Endpoint endpoint;
+    endpoint.port = defaultPort;
     QString host = text;
     const qsizetype colon = text.lastIndexOf(u':');
     const bool bareIpv6 = text.count(u':') > 1 && !text.startsWith(u'[');
@@ -35,21 +38,18 @@ Endpoint ParseEndpoint(const QString& text)
 void ParseArguments(QCommandLineParser& parser, const QStringList& arguments)
 {
     const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
     const bool understood = parser.parse(arguments);
     if (parser.isSet(help)) {
         std::fputs(qUtf8Printable(parser.helpText()), stdout);
         std::exit(EXIT_SUCCESS);
     }
+    if (parser.isSet(version)) {
+        std::printf("zelmor-server %s\n", operation::Version());
+        std::exit(EXIT_SUCCESS);
+    }
     if (!understood)
         throw UsageError(parser.errorText());
-}
-
-QString RequiredValue(const QCommandLineParser& parser, const QString& option)
-{
-    const QString value = parser.value(option);
-    if (value.isEmpty())
-        throw UsageError(u"--%1 is missing"_s.arg(option));
-    return value;
 }
 
 } // namespace server

@@ -27,11 +27,9 @@ struct Endpoint {
 
 // "ADDR:PORT", "ADDR" or ":PORT"; IPv6 addresses in brackets; "localhost" and "*" are understood. Raises
 // UsageError.
-Endpoint ParseEndpoint(const QString& text);
+Endpoint ParseEndpoint(const QString& text, quint16 defaultPort = 8866);
 
-// Reads the arguments; prints the help and ends the process where it is asked for. Raises UsageError.
+// Reads the arguments; prints help or version and ends the process where it is asked for. Raises UsageError.
 void ParseArguments(QCommandLineParser& parser, const QStringList& arguments);
-// The value of an option that must be there. Raises UsageError.
-QString RequiredValue(const QCommandLineParser& parser, const QString& option);
 
 } // namespace server

@@ -1,14 +1,18 @@
-#include "server/main/Arguments.h"
 #include "server/main/Commands.h"
+#include "server/main/OpenStorage.h"
+#include "server/main/ServiceManager.h"
+#include "server/main/Settings.h"
+#include "server/main/StatusPage.h"
 
 #include "server/net/Listener.h"
+#include "server/operation/MetricsPort.h"
+#include "server/operation/MonitoredSession.h"
+#include "server/operation/Process.h"
 
-#include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QTimer>
 
 #include <csignal>
-#include <cstdio>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -16,6 +20,7 @@ namespace server {
 namespace {
 
 constexpr int kSignalPoll = 100; // milliseconds
+constexpr qint64 kLongTime = 7 * 24 * 3600; // seconds: the longest that any patience may be set to
 
 volatile std::sig_atomic_t stopRequested = 0;
 
@@ -25,74 +30,170 @@ void RequestStop(int signal)
     std::signal(signal, SIG_DFL); // the second one means it
 }
 
-void Log(const QString& line)
+#ifdef SIGHUP
+volatile std::sig_atomic_t reloadRequested = 0;
+
+void RequestReload(int)
 {
-    // One call, so that lines of different threads do not mix.
-    std::fprintf(stderr, "%s %s\n", qUtf8Printable(wire::DateTime::Now().ToText()), qUtf8Printable(line));
+    reloadRequested = 1;
+}
+#endif
+
+operation::Shared NewOperation(const Settings& settings)
+{
+    const QString level = settings.Value(u"log-level"_s);
+    const QString format = settings.Value(u"log-format"_s);
+    const auto logLevel = level.isEmpty() ? operation::LogLevel::Info : operation::ParseLogLevel(level);
+    const auto logFormat = format.isEmpty() ? operation::LogFormat::Text : operation::ParseLogFormat(format);
+    if (!logLevel)
+        throw UsageError(u"--log-level is debug, info, warn, error or off, not “%1”"_s.arg(level));
+    if (!logFormat)
+        throw UsageError(u"--log-format is text or json, not “%1”"_s.arg(format));
+    return std::make_shared<operation::Operation>(*logLevel, *logFormat);
 }
 
-Options ReadOptions(const QCommandLineParser& parser)
+Options ReadOptions(const Settings& settings, const operation::Shared& operation)
 {
-    Options options;
-    options.dataDir = RequiredValue(parser, u"data"_s);
-    options.demo = parser.value(u"demo"_s);
-    if (parser.isSet(u"now"_s)) {
-        options.now = wire::DateTime::Parse(parser.value(u"now"_s));
+    Options options = StorageOptions(settings);
+    options.demo = settings.Value(u"demo"_s);
+    if (settings.IsSet(u"now"_s)) {
+        options.now = wire::DateTime::Parse(settings.Value(u"now"_s));
         if (!options.now)
             throw UsageError(u"--now takes a time such as \"2026-03-14 09:30:00\""_s);
     }
-    options.onProgress = [last = QString(), lastPercent = -1](const QString& stage, int percent) mutable {
+    options.maxRows = settings.Number(u"max-rows"_s, options.maxRows, 1, INT_MAX);
+    options.maxSeconds =
+        static_cast<int>(settings.Number(u"statement-timeout"_s, options.maxSeconds, 1, kLongTime));
+    options.onProgress = [operation, last = QString(), lastPercent = -1](
+                             const QString& stage, int percent) mutable {
         if (std::exchange(last, stage) != stage || percent / 10 != lastPercent / 10)
-            Log(u"demo data: %1, %2 %"_s.arg(stage).arg(percent));
+            operation->log.Info("demo_data", {{"stage", stage}, {"percent", percent}});
         lastPercent = percent;
     };
     return options;
+}
+
+ListenerOptions ReadListenerOptions(const Settings& settings, const operation::Shared& operation)
+{
+    const Endpoint endpoint = settings.Address(u"listen"_s, Endpoint().port);
+    const auto milliseconds = [&settings](const QString& name, int otherwise) {
+        return static_cast<int>(settings.Number(name, otherwise / 1000, 1, kLongTime) * 1000);
+    };
+    ListenerOptions options;
+    options.address = endpoint.address;
+    options.port = endpoint.port;
+    options.plainNetwork = settings.Flag(u"plain-network"_s);
+    options.maxConnections =
+        static_cast<int>(settings.Number(u"max-sessions"_s, options.maxConnections, 1, 100'000));
+    options.loginTimeout = milliseconds(u"login-timeout"_s, options.loginTimeout);
+    options.idleTimeout = milliseconds(u"idle-timeout"_s, options.idleTimeout);
+    options.stopTimeout = milliseconds(u"stop-timeout"_s, options.stopTimeout);
+    options.log = [operation](const QString& line) { operation->log.Info("network", {{"message", line}}); };
+    return options;
+}
+
+// Passwords where others can read them are worth a word at every start.
+void WarnOfOpenSecrets(const Settings& settings, operation::Log& log)
+{
+    if (!HasPassword(settings.Value(u"storage"_s)))
+        return;
+    if (settings.IsOnCommandLine(u"storage"_s))
+        log.Warn("open_secret",
+            {{"message",
+                "every user of this machine sees the password in --storage; put it into a file for "
+                "--config"}});
+    else if (settings.File().IsOpenToAll())
+        log.Warn("open_secret",
+            {{"message", "every user of this machine may read the password in the file"},
+                {"file", settings.File().Path()}});
+}
+
+#ifdef SIGHUP
+void Reload(Listener&, operation::Log& log)
+{
+    NotifyReloading();
+    log.Info("reloaded");
+    NotifyServiceManager("READY=1");
+}
+#endif
+
+// Until a signal tells to stop.
+void RunUntilStopped(Listener& listener, operation::Log& log)
+{
+    std::signal(SIGINT, RequestStop);
+    std::signal(SIGTERM, RequestStop);
+#ifdef SIGHUP
+    std::signal(SIGHUP, RequestReload);
+#endif
+    QTimer signals;
+    QObject::connect(&signals, &QTimer::timeout, &signals, [&] {
+        if (stopRequested != 0)
+            QCoreApplication::quit();
+#ifdef SIGHUP
+        if (std::exchange(reloadRequested, 0) != 0)
+            Reload(listener, log);
+#endif
+    });
+    signals.start(kSignalPoll);
+    QCoreApplication::exec();
 }
 
 } // namespace
 
 int Serve(const QStringList& arguments)
 {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        u"Serves orders to host clients over TCP until it is told to stop "
-        "(SIGINT, SIGTERM).\n“zelmor-server account --help” tells about accounts."_s);
-    parser.addOptions({
-        {u"data"_s, u"Folder of the database; made when it does not exist."_s, u"DIR"_s},
-        {u"demo"_s, u"Fills a new database: small, medium, large or a number of orders."_s, u"SIZE"_s},
-        {u"listen"_s, u"Where to listen; 127.0.0.1:8866 unless given."_s, u"ADDR:PORT"_s},
-        {u"plain-network"_s, u"Serve other machines although connections are not enciphered."_s},
-        {u"now"_s, u"Sets the server's clock, which runs on from there."_s, u"\"YYYY-MM-DD HH:MM:SS\""_s},
-    });
-    ParseArguments(parser, arguments);
-    if (!parser.positionalArguments().isEmpty())
-        throw UsageError(u"“%1” is not understood"_s.arg(parser.positionalArguments().constFirst()));
-    const Endpoint endpoint = ParseEndpoint(parser.value(u"listen"_s));
+    Settings settings(
+        u"Serves orders to host clients over TCP until it is told to stop (SIGINT, SIGTERM). SIGHUP makes it "
+        "read its certificate again.\nOther commands, each with its --help:\n"
+        "  zelmor-server account   accounts and their passwords\n"
+        "  zelmor-server status    what a running server is doing\n"
+        "  zelmor-server backup    a copy of the embedded database"_s,
+        {u"config"_s, u"data"_s, u"storage"_s, u"connections"_s, u"demo"_s, u"now"_s, u"listen"_s,
+            u"plain-network"_s, u"max-sessions"_s, u"max-rows"_s, u"max-request-bytes"_s,
+            u"statement-timeout"_s, u"slow-statement"_s, u"login-timeout"_s, u"idle-timeout"_s,
+            u"stop-timeout"_s, u"metrics"_s, u"log-level"_s, u"log-format"_s});
+    settings.Read(arguments);
+    settings.RequireNoWords();
 
-    ListenerOptions options;
-    options.address = endpoint.address;
-    options.port = endpoint.port;
-    options.plainNetwork = parser.isSet(u"plain-network"_s);
-    options.log = Log;
+    const operation::Shared operation = NewOperation(settings);
+    operation::Log& log = operation->log;
+    const ListenerOptions listenerOptions = ReadListenerOptions(settings, operation);
+    const std::chrono::milliseconds slow(settings.Number(u"slow-statement"_s, 1000, 0, kLongTime * 1000));
+    const bool wantsMetrics = settings.IsSet(u"metrics"_s);
+    const Endpoint metricsEndpoint = settings.Address(u"metrics"_s, kMetricsPort);
     // Before a database is made or filled.
-    RequireServable(options);
-    ApplicationServer server(ReadOptions(parser));
-    Listener listener([&server](const QString& peer) { return server.NewSession(peer); }, options);
-    std::signal(SIGINT, RequestStop);
-    std::signal(SIGTERM, RequestStop);
-    listener.Start();
-    Log(u"listening on %1:%2"_s.arg(endpoint.address.toString()).arg(listener.Port()));
+    RequireServable(listenerOptions);
+    const Options options = ReadOptions(settings, operation);
+    log.Info("starting", {{"version", operation::Version()}});
+    WarnOfOpenSecrets(settings, log);
 
-    QTimer signals;
-    QObject::connect(&signals, &QTimer::timeout, &signals, [] {
-        if (stopRequested != 0)
-            QCoreApplication::quit();
-    });
-    signals.start(kSignalPoll);
-    QCoreApplication::exec();
-    Log(u"stopping: %1 clients connected"_s.arg(listener.ConnectionCount()));
+    ApplicationServer server(options);
+    log.Info("database", {{"storage", server.StorageDescription()}, {"connections", options.connections}});
+    RegisterPool(operation->metrics.All(), server);
+    Listener listener(
+        [&](const QString& peer) {
+            return std::make_unique<operation::MonitoredSession>(
+                server.NewSession(peer), peer, operation, slow);
+        },
+        listenerOptions);
+    listener.Start();
+    const StatusPage status(server, listener, listenerOptions, *operation);
+    std::optional<operation::MetricsPort> metrics;
+    if (wantsMetrics)
+        metrics.emplace(
+            metricsEndpoint.address, metricsEndpoint.port, [&] { return operation->metrics.All().Render(); },
+            [&] { return status.Text(); });
+    log.Info("listening",
+        {{"address", listenerOptions.address.toString()}, {"port", listener.Port()},
+            {"metrics", metrics ? metrics->Port() : 0}});
+    NotifyServiceManager("READY=1");
+
+    RunUntilStopped(listener, log);
+    NotifyServiceManager("STOPPING=1");
+    log.Info("stopping", {{"sessions", listener.ConnectionCount()}});
+    metrics.reset();
     listener.Stop();
-    Log(u"stopped"_s);
+    log.Info("stopped");
     return 0;
 }
 

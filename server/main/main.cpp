@@ -1,5 +1,6 @@
 #include "server/main/Arguments.h"
 #include "server/main/Commands.h"
+#include "server/operation/Secrets.h"
 #include "wire/Error.h"
 
 #include <QCoreApplication>
@@ -8,23 +9,48 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+struct Command {
+    const char* name;
+    int (*run)(const QStringList& arguments);
+};
+constexpr Command kServe{"", server::Serve};
+constexpr Command kCommands[] = {
+    {"account", server::ManageAccounts},
+    {"backup", server::BackUp},
+    {"status", server::ShowStatus},
+};
+
+// A bare word: options alone mean to serve.
+const Command& CommandOf(QStringList& arguments)
+{
+    for (const Command& command : kCommands) {
+        if (arguments.value(1) == QLatin1StringView(command.name)) {
+            arguments.removeAt(1);
+            return command;
+        }
+    }
+    return kServe;
+}
+
+} // namespace
+
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(u"zelmor-server"_s);
     QStringList arguments = QCoreApplication::arguments();
-    const bool accounts = arguments.value(1) == u"account";
+    const Command& command = CommandOf(arguments);
     try {
-        if (!accounts)
-            return server::Serve(arguments);
-        arguments.removeAt(1);
-        return server::ManageAccounts(arguments);
+        return command.run(arguments);
     } catch (const server::UsageError& error) {
-        std::fprintf(stderr, "zelmor-server: %s\nTry “zelmor-server %s--help”.\n", error.what(),
-            accounts ? "account " : "");
+        std::fprintf(stderr, "zelmor-server: %s\nTry “zelmor-server %s%s--help”.\n", error.what(),
+            command.name, *command.name == '\0' ? "" : " ");
         return 2;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "zelmor-server: %s\n", error.what());
+        const QString message = server::operation::MaskSecrets(QString::fromUtf8(error.what()));
+        std::fprintf(stderr, "zelmor-server: %s\n", qUtf8Printable(message));
         return 1;
     }
 }

@@ -168,17 +168,6 @@ public:
         registry_.NewCounter("zelmor_rows_refused_total", "Rows of change logs that were refused.");
     Counter& slowStatements = registry_.NewCounter(
         "zelmor_slow_statements_total", "Requests that took longer than --slow-statement says.");
-    Gauge& poolSize = registry_.NewGauge("zelmor_database_connections", "Connections open to the database.");
-    Gauge& poolInUse =
-        registry_.NewGauge("zelmor_database_connections_in_use", "Database connections lent to requests.");
-    Gauge& poolWaiting = registry_.NewGauge(
-        "zelmor_database_connections_waiting", "Requests that wait for a database connection.");
-    Counter& poolDropped = registry_.NewCounter("zelmor_database_connections_dropped_total",
-        "Database connections given up because they had broken.");
-    Counter& statementsReused = registry_.NewCounter(
-        "zelmor_statements_total", "Prepared statements, by whether one was at hand.", "cache=\"hit\"");
-    Counter& statementsPrepared = registry_.NewCounter(
-        "zelmor_statements_total", "Prepared statements, by whether one was at hand.", "cache=\"miss\"");
     // Seconds since 1970; 0: none.
     Gauge& certificateEnd = registry_.NewGauge("zelmor_certificate_expiry_timestamp_seconds",
         "End of the server certificate's life in Unix time; 0 without TLS.");

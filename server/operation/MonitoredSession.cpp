@@ -35,11 +35,14 @@ MonitoredSession::MonitoredSession(
     , operation_(std::move(operation))
     , slow_(slow)
 {
+    operation_->metrics.connections.Add();
+    operation_->metrics.sessions.Add(1);
 }
 
 MonitoredSession::~MonitoredSession()
 {
     LoggedIn(false);
+    operation_->metrics.sessions.Add(-1);
 }
 
 wire::Reply MonitoredSession::Handle(const wire::Request& request, wire::ReplySink& sink)

@@ -1,0 +1,30 @@
+#include "server/main/OpenStorage.h"
+
+#include "server/main/Settings.h"
+#include "server/operation/Secrets.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace server {
+
+Options StorageOptions(const Settings& settings)
+{
+    Options options;
+    options.dataDir = settings.Value(u"data"_s);
+    const QString storage = settings.Value(u"storage"_s);
+    if (storage.isEmpty() && options.dataDir.isEmpty())
+        throw UsageError(u"which database: --data DIR, --storage URI, or one of them in --config FILE"_s);
+    if (!storage.isEmpty() && !options.dataDir.isEmpty())
+        throw UsageError(u"--data and --storage name two databases; give one"_s);
+    options.connections = static_cast<int>(settings.Number(u"connections"_s, options.connections, 1, 1000));
+    if (storage.isEmpty())
+        return options;
+    throw UsageError(u"--storage begins with postgresql:// or odbc:"_s);
+}
+
+bool HasPassword(const QString& storage)
+{
+    return operation::MaskSecrets(storage) != storage;
+}
+
+} // namespace server
