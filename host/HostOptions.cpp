@@ -6,53 +6,6 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-constexpr int kDefaultPort = 8866;
-
-} // namespace
-
-QString TServerAddress::Text() const
-{
-    const QString name = host.contains(u':') ? u'[' + host + u']' : host;
-    return name + u':' + QString::number(port);
-}
-
-std::optional<TServerAddress> ParseServerAddress(const QString& text)
-{
-    const QString trimmed = text.trimmed();
-    TServerAddress address{trimmed, kDefaultPort};
-    QString portText;
-    if (trimmed.startsWith(u'[')) {
-        const qsizetype end = trimmed.indexOf(u']');
-        if (end < 0)
-            return std::nullopt;
-        address.host = trimmed.mid(1, end - 1);
-        const QString rest = trimmed.mid(end + 1);
-        if (!rest.isEmpty() && !rest.startsWith(u':'))
-            return std::nullopt;
-        portText = rest.mid(1);
-        if (!rest.isEmpty() && portText.isEmpty())
-            return std::nullopt;
-    } else if (trimmed.count(u':') == 1) {
-        address.host = trimmed.section(u':', 0, 0);
-        portText = trimmed.section(u':', 1);
-        if (portText.isEmpty())
-            return std::nullopt;
-    }
-    if (!portText.isEmpty()) {
-        bool isNumber = false;
-        address.port = portText.toInt(&isNumber);
-        if (!isNumber || address.port < 1 || address.port > 65535)
-            return std::nullopt;
-    }
-    const bool hasBlank =
-        std::any_of(address.host.cbegin(), address.host.cend(), [](QChar c) { return c.isSpace(); });
-    if (address.host.isEmpty() || hasBlank)
-        return std::nullopt;
-    return address;
-}
-
 QString DefaultDataDir()
 {
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + u"/zelmor"_s;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "runtime/data/ServerWay.h"
 #include "wire/DateTime.h"
 
 #include <QStringList>
@@ -19,17 +20,6 @@ struct THostOptions {
     bool freshData = false; // the data folder is the tour's own and starts empty
     bool paintAndQuit = false; // end once the login window is painted, for measuring
 };
-
-struct TServerAddress {
-    QString host;
-    int port = 8866;
-
-    QString Text() const;
-    bool operator==(const TServerAddress&) const = default;
-};
-
-// Reads "host", "host:port" or "[v6 address]:port"; nullopt when the text is none of them.
-std::optional<TServerAddress> ParseServerAddress(const QString& text);
 
 // What could not be understood, for the user; the process then ends with code 2.
 struct TOptionsProblem {

@@ -10,8 +10,10 @@
 #include <winsock2.h>
 #else
 #include <cerrno>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <unistd.h>
 #endif
 
 namespace wire {
@@ -25,6 +27,9 @@ using Length = int;
 constexpr int kSendFlags = 0;
 constexpr int kEndReceiving = SD_RECEIVE;
 constexpr int kEndSending = SD_SEND;
+constexpr short kClosedEvents = POLLRDNORM; // the end is told besides
+constexpr short kClosed = POLLHUP | POLLERR;
+constexpr qintptr kNone = static_cast<qintptr>(INVALID_SOCKET);
 
 int LastError()
 {
@@ -46,6 +51,20 @@ int Poll(pollfd& poll, int timeout)
     return WSAPoll(&poll, 1, timeout);
 }
 
+qintptr DuplicateOf(Handle socket)
+{
+    WSAPROTOCOL_INFOW info;
+    if (WSADuplicateSocketW(socket, GetCurrentProcessId(), &info) != 0)
+        return kNone;
+    return static_cast<qintptr>(WSASocketW(FROM_PROTOCOL_INFO, FROM_PROTOCOL_INFO, FROM_PROTOCOL_INFO, &info,
+        0, WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT));
+}
+
+void CloseHandleOf(Handle socket)
+{
+    closesocket(socket);
+}
+
 #else
 
 using Handle = int;
@@ -53,6 +72,14 @@ using Length = size_t;
 constexpr int kSendFlags = MSG_NOSIGNAL;
 constexpr int kEndReceiving = SHUT_RD;
 constexpr int kEndSending = SHUT_WR;
+#ifdef POLLRDHUP
+constexpr short kClosedEvents = POLLRDHUP;
+constexpr short kClosed = POLLRDHUP | POLLHUP | POLLERR;
+#else
+constexpr short kClosedEvents = POLLIN;
+constexpr short kClosed = POLLHUP | POLLERR;
+#endif
+constexpr qintptr kNone = -1;
 
 int LastError()
 {
@@ -72,6 +99,16 @@ bool WasInterrupted(int error)
 int Poll(pollfd& poll, int timeout)
 {
     return ::poll(&poll, 1, timeout);
+}
+
+qintptr DuplicateOf(Handle socket)
+{
+    return fcntl(socket, F_DUPFD_CLOEXEC, 0);
+}
+
+void CloseHandleOf(Handle socket)
+{
+    close(socket);
 }
 
 #endif
@@ -102,10 +139,20 @@ bool Wait(Handle socket, short events, const QDeadlineTimer& deadline)
 
 qsizetype NativeSocket::Receive(char* to, qsizetype size, int timeout)
 {
+    return ReceiveWith(0, to, size, timeout);
+}
+
+qsizetype NativeSocket::Peek(char* to, qsizetype size, int timeout)
+{
+    return ReceiveWith(MSG_PEEK, to, size, timeout);
+}
+
+qsizetype NativeSocket::ReceiveWith(int flags, char* to, qsizetype size, int timeout)
+{
     const auto socket = static_cast<Handle>(descriptor_);
     const QDeadlineTimer deadline(timeout);
     for (;;) {
-        const auto got = recv(socket, to, static_cast<Length>(std::min(size, kLargestStep)), 0);
+        const auto got = recv(socket, to, static_cast<Length>(std::min(size, kLargestStep)), flags);
         if (got >= 0)
             return static_cast<qsizetype>(got);
         if (WasInterrupted(LastError()))
@@ -139,11 +186,16 @@ bool NativeSocket::Send(const char* bytes, qsizetype size, int timeout)
     return true;
 }
 
+bool NativeSocket::WaitToSend(int timeout)
+{
+    return Wait(static_cast<Handle>(descriptor_), POLLOUT, QDeadlineTimer(timeout));
+}
+
 bool NativeSocket::PeerHasClosed() const noexcept
 {
-    char byte;
-    const auto got = recv(static_cast<Handle>(descriptor_), &byte, 1, MSG_PEEK);
-    return got == 0 || (got < 0 && !WouldBlock(LastError()) && !WasInterrupted(LastError()));
+    // Not by looking for the end of what was sent: the farewell of an enciphered connection stands before it.
+    pollfd poll = {static_cast<Handle>(descriptor_), kClosedEvents, 0};
+    return Poll(poll, 0) > 0 && (poll.revents & kClosed) != 0;
 }
 
 void NativeSocket::EndReceiving() noexcept
@@ -154,6 +206,19 @@ void NativeSocket::EndReceiving() noexcept
 void NativeSocket::EndSending() noexcept
 {
     shutdown(static_cast<Handle>(descriptor_), kEndSending);
+}
+
+qintptr NativeSocket::Duplicate() const
+{
+    const qintptr copy = DuplicateOf(static_cast<Handle>(descriptor_));
+    if (copy == kNone)
+        RaiseLast();
+    return copy;
+}
+
+void NativeSocket::Close(qintptr descriptor) noexcept
+{
+    CloseHandleOf(static_cast<Handle>(descriptor));
 }
 
 } // namespace wire

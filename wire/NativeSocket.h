@@ -24,15 +24,27 @@ public:
     // Sends everything. False when nothing could be sent for `timeout` milliseconds. Raises
     // Error(Connection).
     bool Send(const char* bytes, qsizetype size, int timeout);
+    // As Receive, but what came stays to be received.
+    qsizetype Peek(char* to, qsizetype size, int timeout);
+    // False when nothing could be sent for `timeout` milliseconds. Raises Error(Connection).
+    bool WaitToSend(int timeout);
 
-    // The other side has closed or reset the connection, and all that it had sent was read.
+    // The other side has closed or reset the connection, whether or not all that it had sent was read.
     bool PeerHasClosed() const noexcept;
     // Lets whoever receives, now or later, come to the end of the stream.
     void EndReceiving() noexcept;
     // Tells the other side that nothing more will come.
     void EndSending() noexcept;
 
+    // Another descriptor of the same socket, the caller's own, which stays good when the owner of this one
+    // closes it. Raises Error(Connection).
+    qintptr Duplicate() const;
+    // For what Duplicate gave.
+    static void Close(qintptr descriptor) noexcept;
+
 private:
+    qsizetype ReceiveWith(int flags, char* to, qsizetype size, int timeout);
+
     qintptr descriptor_;
 };
 

@@ -1,8 +1,11 @@
 #include "runtime/data/SocketConnection.h"
 
+#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QRandomGenerator>
+#include <QThread>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <optional>
@@ -16,6 +19,9 @@ namespace {
 
 // A clock report older than this is asked for again, in milliseconds.
 constexpr qint64 kClockLifetime = 60'000;
+// Between two looks for a server, in milliseconds; each is twice as long as the one before.
+constexpr unsigned kFirstPause = 100;
+constexpr unsigned kLongestPause = 1'600;
 
 // Passes everything on and remembers whether there was anything: a reply that has begun cannot be repeated.
 class WatchedSink : public wire::ReplySink {
@@ -80,6 +86,7 @@ public:
 
 private:
     wire::Reply Sent(const wire::Request& request, wire::ReplySink& sink);
+    int PatienceWith(RequestKind kind) const;
 
     TSocketConnectionEx* connection_;
     bool toldConnected_ = false;
@@ -95,33 +102,60 @@ wire::Reply TSocketConnectionEx::Private::Sent(const wire::Request& request, wir
 
 void TSocketConnectionEx::Private::LogIn()
 {
-    transport_->Connect();
-    NoSink nothing;
-    try {
-        identity_ = ExchangeTraced(*login_, nothing).identity;
-    } catch (...) {
-        transport_->Disconnect();
-        throw;
+    // A server may take the call and then be full, stopping or dead: each gets its chance.
+    for (int left = transport_->Ways();; --left) {
+        transport_->Connect();
+        NoSink nothing;
+        try {
+            identity_ = ExchangeTraced(*login_, nothing).identity;
+            return;
+        } catch (const Error& error) {
+            transport_->Disconnect();
+            if (left <= 1 || (error.Kind() != ErrorKind::Connection && error.Kind() != ErrorKind::Limit))
+                throw;
+        } catch (...) {
+            transport_->Disconnect();
+            throw;
+        }
+    }
+}
+
+int TSocketConnectionEx::Private::PatienceWith(RequestKind kind) const
+{
+    switch (kind) {
+    case RequestKind::Query:
+        return connection_->QueryPatience;
+    case RequestKind::ApplyUpdates:
+        return connection_->SavePatience;
+    default:
+        return 0;
     }
 }
 
 wire::Reply TSocketConnectionEx::Private::Exchange(const wire::Request& request, wire::ReplySink& sink)
 {
-    // A break that was noticed before costs nothing to mend: this request has not been sent yet.
-    const bool fresh = !transport_->IsConnected();
-    if (fresh)
-        LogIn();
+    const QDeadlineTimer patience(PatienceWith(request.kind));
     WatchedSink watched(sink);
-    try {
-        return Sent(request, watched);
-    } catch (const Error& error) {
-        if (error.Kind() != ErrorKind::Connection || fresh || !watched.Untouched()
-            || !IsRepeatable(request.kind))
-            throw;
+    for (unsigned pause = 0;;) {
+        const bool wasConnected = transport_->IsConnected();
+        bool sent = false;
+        try {
+            if (!wasConnected)
+                LogIn();
+            sent = true;
+            return Sent(request, watched);
+        } catch (const Error& error) {
+            if (error.Kind() != ErrorKind::Connection || !watched.Untouched()
+                || (sent && !IsRepeatable(request.kind)) || (!wasConnected && patience.hasExpired()))
+                throw;
+        }
+        transport_->Disconnect();
+        // A connection that broke since its last use is mended at once; a server that is gone is given time.
+        if (!wasConnected) {
+            pause = std::clamp(pause * 2, kFirstPause, kLongestPause);
+            QThread::msleep(pause);
+        }
     }
-    transport_->Disconnect();
-    LogIn();
-    return Sent(request, watched);
 }
 
 wire::Reply TSocketConnectionEx::Private::ExchangeTraced(const wire::Request& request, wire::ReplySink& sink)

@@ -18,10 +18,12 @@ struct TTraceEntry {
 };
 
 // A connection to the application server: sends one request and waits for its reply. The way there is a
-// transport: in process, TCP, later TLS. All of it runs on the caller's thread.
+// transport: in process, or TCP with or without TLS. All of it runs on the caller's thread.
 //
-// A request that finds the connection broken tries to reconnect (and log in again) once before it fails, when
-// the request is harmless to repeat: queries, the clock and apply-updates, which carries a name of its own.
+// A request that finds the connection broken reconnects, to another server where there are several, and logs
+// in again; what is harmless to repeat is sent once more: queries, the clock and apply-updates, which carries
+// a name of its own. Queries and saves go on trying for a time, so that a server's restart need not be
+// noticed.
 class RUNTIME_EXPORT TSocketConnectionEx : public QObject {
     Q_OBJECT
 public:
@@ -35,6 +37,10 @@ public:
     QString ServerGUID;
     QString LoginUser; // kept enciphered on data modules, where it plays no part at run time
     QString LoginPassword;
+    // How long a request goes on looking for a server that answers, in milliseconds; a connection attempt
+    // that has begun by then is let end. A save's rows were typed by hand: it is not given up soon.
+    int QueryPatience = 2'000;
+    int SavePatience = 10'000;
 
     // Takes another way to the server, replacing host and port; closes the present connection.
     void SetTransport(std::unique_ptr<wire::Transport> transport);
@@ -64,7 +70,6 @@ private:
     std::unique_ptr<Private> d_;
 };
 
-// The way over TCP: host name or address, and port. Makes no connection before `Connect`. Timeouts are in
-// milliseconds; a reply may take `replyTimeout` from its last received byte.
+// The way over TCP to one server (runtime/data/ServerWay.h), enciphered where it leaves this machine.
 RUNTIME_EXPORT std::unique_ptr<wire::Transport> MakeTcpTransport(
     const QString& host, int port, int connectTimeout = 10'000, int replyTimeout = 120'000);

@@ -1,11 +1,8 @@
+#include "runtime/data/ServerLink.h"
 #include "runtime/data/SocketConnection.h"
 #include "wire/Codec.h"
-#include "wire/NativeSocket.h"
 
-#include <QHostAddress>
-#include <QNetworkProxy>
-#include <QTcpSocket>
-
+#include <algorithm>
 #include <optional>
 #include <variant>
 
@@ -15,85 +12,29 @@ using wire::ErrorKind;
 
 namespace {
 
-// The socket as a sequence of frames, blocking on the caller's thread without an event loop. Opened and
-// closed by Qt, read and written directly; a QSslSocket, which must see the bytes, would have a channel of
-// its own.
-class SocketChannel : public wire::FrameChannel {
-public:
-    explicit SocketChannel(int replyTimeout)
-        : replyTimeout_(replyTimeout)
-    {
-    }
-
-    // Raises what cannot be connected.
-    void Connect(const QString& host, int port, int timeout)
-    {
-        socket_.setProxy(QNetworkProxy::NoProxy);
-        socket_.connectToHost(host, static_cast<quint16>(port));
-        if (!socket_.waitForConnected(timeout))
-            throw Error(ErrorKind::Connection,
-                u"无法连接到服务器 %1:%2：%3"_s.arg(host).arg(port).arg(socket_.errorString()));
-        socket_.setSocketOption(QAbstractSocket::LowDelayOption, 1);
-        socket_.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
-        native_ = wire::NativeSocket(socket_.socketDescriptor());
-    }
-    bool IsLoopback() const { return socket_.peerAddress().isLoopback(); }
-
-private:
-    template <typename F> static auto Guarded(F&& work)
-    {
-        try {
-            return work();
-        } catch (const Error& error) {
-            throw Error(ErrorKind::Connection, u"与服务器的连接已中断：%1"_s.arg(error.Message()));
-        }
-    }
-
-    qsizetype ReadSome(char* to, qsizetype size, bool /*idle*/) override
-    {
-        const qsizetype got = Guarded([&] { return native_.Receive(to, size, replyTimeout_); });
-        if (got == wire::NativeSocket::kTimedOut)
-            // Not a broken connection: asking again would only ask too much twice.
-            throw Error(ErrorKind::Limit, u"服务器在%1秒内没有应答！"_s.arg(replyTimeout_ / 1000));
-        return got;
-    }
-
-    void WriteAll(const char* bytes, qsizetype size) override
-    {
-        if (!Guarded([&] { return native_.Send(bytes, size, replyTimeout_); }))
-            throw Error(ErrorKind::Limit, u"服务器在%1秒内没有接收数据！"_s.arg(replyTimeout_ / 1000));
-    }
-
-    QTcpSocket socket_;
-    wire::NativeSocket native_;
-    int replyTimeout_;
-};
+constexpr int kLeastConnectTime = 2'000; // milliseconds for one of several addresses
 
 class TcpTransport : public wire::Transport {
 public:
-    TcpTransport(const QString& host, int port, int connectTimeout, int replyTimeout)
-        : host_(host)
-        , port_(port)
-        , connectTimeout_(connectTimeout)
-        , replyTimeout_(replyTimeout)
+    explicit TcpTransport(TServerWay way)
+        : way_(std::move(way))
+        , next_(*way_.lastGood)
     {
     }
 
     void Connect() override;
-    void Disconnect() noexcept override { channel_.reset(); }
-    bool IsConnected() const noexcept override;
+    int Ways() const noexcept override { return static_cast<int>(way_.addresses.size()); }
+    void Disconnect() noexcept override { link_.reset(); }
+    bool IsConnected() const noexcept override { return link_ && link_->IsOpen(); }
     wire::Reply Exchange(const wire::Request& request, wire::ReplySink& sink) override;
 
 private:
     // The reply, or the server's refusal, after which the connection is as good as before.
     std::variant<wire::Reply, Error> ReadReply(wire::ReplySink& sink);
 
-    QString host_;
-    int port_;
-    int connectTimeout_;
-    int replyTimeout_;
-    std::unique_ptr<SocketChannel> channel_;
-    bool remote_ = false; // beyond this machine, where bandwidth is worth the work of compressing
+    const TServerWay way_;
+    size_t next_; // the address to begin with
+    std::unique_ptr<TServerLink> link_;
     quint32 number_ = 0;
     wire::Frame frame_; // kept for its memory
 };
@@ -102,32 +43,55 @@ void TcpTransport::Connect()
 {
     if (IsConnected())
         return;
-    auto channel = std::make_unique<SocketChannel>(replyTimeout_);
-    channel->Connect(host_, port_, connectTimeout_);
-    remote_ = !channel->IsLoopback();
-    number_ = 0;
-    channel_ = std::move(channel);
-}
-
-bool TcpTransport::IsConnected() const noexcept
-{
-    return channel_ != nullptr;
+    link_.reset();
+    const size_t count = way_.addresses.size();
+    const int timeout = count <= 1
+        ? way_.connectTimeout
+        : std::min(
+            way_.connectTimeout, std::max(kLeastConnectTime, way_.connectTimeout / static_cast<int>(count)));
+    ErrorKind kind = ErrorKind::Policy;
+    QStringList problems;
+    for (size_t i = 0; i < count; ++i, ++next_) {
+        const size_t at = next_ % count;
+        const TServerAddress& address = way_.addresses[at];
+        try {
+            link_ = std::make_unique<TServerLink>(address, way_, timeout);
+            number_ = 0;
+            next_ = at;
+            *way_.lastGood = at;
+            return;
+        } catch (const Error& error) {
+            problems.append(u"%1：%2"_s.arg(address.Text(), error.Message()));
+            if (error.Kind() == ErrorKind::Connection)
+                kind = ErrorKind::Connection;
+        }
+    }
+    if (problems.isEmpty())
+        throw Error(ErrorKind::Usage, u"没有服务器地址！"_s);
+    // Certificates forbid it: trying again is of no use before somebody has changed something.
+    throw Error(kind,
+        count == 1 ? u"无法连接到服务器 %1"_s.arg(problems.constFirst())
+                   : u"无法连接到任何一台服务器：\n"_s + problems.join(u'\n'));
 }
 
 wire::Reply TcpTransport::Exchange(const wire::Request& request, wire::ReplySink& sink)
 {
-    if (!channel_)
+    if (!IsConnected())
         throw Error(ErrorKind::Connection, u"尚未连接到服务器！"_s);
     // Raised before anything is sent, so the connection stays usable.
-    const wire::Packet packet = wire::EncodeRequest(request, ++number_, remote_);
+    const wire::Packet packet = wire::EncodeRequest(request, ++number_, link_->IsRemote());
     std::variant<wire::Reply, Error> reply;
+    link_->SetReplyTimeout(request.kind == wire::RequestKind::Login
+            ? std::min(way_.loginTimeout, way_.replyTimeout)
+            : way_.replyTimeout);
     try {
-        channel_->Write(packet);
+        link_->Write(packet);
         reply = ReadReply(sink);
     } catch (...) {
         // Whatever stopped the reading, the sink included: the rest of the reply is still on its way, and
-        // nothing that follows could be told from it.
+        // nothing that follows could be told from it. Where there is another server, it may know better.
         Disconnect();
+        ++next_;
         throw;
     }
     if (const auto* error = std::get_if<Error>(&reply))
@@ -139,7 +103,7 @@ std::variant<wire::Reply, Error> TcpTransport::ReadReply(wire::ReplySink& sink)
 {
     std::optional<std::vector<wire::ColumnInfo>> infos;
     for (;;) {
-        if (!channel_->Read(frame_, wire::kMaxBody))
+        if (!link_->Read(frame_, wire::kMaxBody))
             throw Error(ErrorKind::Connection, u"服务器关闭了连接！"_s);
         // Number 0: the server's reason for leaving, whatever was asked.
         if (frame_.header.request != number_ && frame_.header.request != 0)
@@ -170,8 +134,17 @@ std::variant<wire::Reply, Error> TcpTransport::ReadReply(wire::ReplySink& sink)
 
 } // namespace
 
+std::unique_ptr<wire::Transport> MakeTcpTransport(TServerWay way)
+{
+    return std::make_unique<TcpTransport>(std::move(way));
+}
+
 std::unique_ptr<wire::Transport> MakeTcpTransport(
     const QString& host, int port, int connectTimeout, int replyTimeout)
 {
-    return std::make_unique<TcpTransport>(host, port, connectTimeout, replyTimeout);
+    TServerWay way;
+    way.addresses = {{host, port}};
+    way.connectTimeout = connectTimeout;
+    way.replyTimeout = replyTimeout;
+    return MakeTcpTransport(std::move(way));
 }

@@ -1,0 +1,170 @@
+#include "runtime/data/ServerLink.h"
+
+#include "wire/Error.h"
+
+#include <QDateTime>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QHostAddress>
+#include <QNetworkProxy>
+#include <QSslConfiguration>
+#include <QSslSocket>
+
+using namespace Qt::Literals::StringLiterals;
+using wire::Error;
+using wire::ErrorKind;
+
+namespace {
+
+QList<QSslCertificate> ReadAuthorities(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QFile::ReadOnly))
+        throw Error(
+            ErrorKind::Policy, u"机构证书文件打不开，请检查：%1（%2）"_s.arg(path, file.errorString()));
+    const QList<QSslCertificate> authorities = QSslCertificate::fromDevice(&file, QSsl::Pem);
+    if (authorities.isEmpty())
+        throw Error(ErrorKind::Policy, u"机构证书文件里没有证书，请换一个PEM格式的文件：%1"_s.arg(path));
+    return authorities;
+}
+
+QString NamesOf(const QSslCertificate& certificate)
+{
+    QStringList names = certificate.subjectAlternativeNames().values();
+    if (names.isEmpty())
+        names = certificate.subjectInfo(QSslCertificate::CommonName);
+    return names.join(u'、');
+}
+
+QString DayOf(const QDateTime& time)
+{
+    return time.toLocalTime().toString(u"yyyy-MM-dd HH:mm"_s);
+}
+
+// What is wrong with a certificate and what can be done, for the user.
+QString Explain(const QSslError& error, const QString& host)
+{
+    const QSslCertificate certificate = error.certificate();
+    switch (error.error()) {
+    case QSslError::CertificateExpired:
+        return u"服务器证书已于%1过期。请核对本机的日期；日期无误时请联系管理员更换证书。"_s.arg(
+            DayOf(certificate.expiryDate()));
+    case QSslError::CertificateNotYetValid:
+        return u"服务器证书从%1起才有效。请核对本机的日期；日期无误时请联系管理员。"_s.arg(
+            DayOf(certificate.effectiveDate()));
+    case QSslError::HostNameMismatch:
+        return u"服务器证书是签发给“%1”的，与所填的地址“%2”不符。请改填证书上的名称，或联系管理员。"_s.arg(
+            NamesOf(certificate), host);
+    case QSslError::SelfSignedCertificate:
+    case QSslError::SelfSignedCertificateInChain:
+    case QSslError::UnableToGetIssuerCertificate:
+    case QSslError::UnableToGetLocalIssuerCertificate:
+    case QSslError::UnableToVerifyFirstCertificate:
+    case QSslError::CertificateUntrusted:
+    case QSslError::InvalidCaCertificate:
+    case QSslError::NoPeerCertificate:
+        return u"服务器证书不是由受信任的机构签发的，不能确认对方就是公司的服务器。"
+               u"请向管理员索取机构证书文件，并在登录窗口里选择它。"_s;
+    default:
+        return u"服务器证书不能用：%1。请联系管理员。"_s.arg(error.errorString());
+    }
+}
+
+// A certificate may be wrong in several ways. One that nobody vouches for says nothing else.
+const QSslError& Gravest(const QList<QSslError>& errors)
+{
+    for (const QSslError& error : errors) {
+        switch (error.error()) {
+        case QSslError::CertificateExpired:
+        case QSslError::CertificateNotYetValid:
+        case QSslError::HostNameMismatch:
+            break;
+        default:
+            return error;
+        }
+    }
+    return errors.constFirst();
+}
+
+void Encipher(QSslSocket& socket, const TServerAddress& address, const TServerWay& way, int timeout)
+{
+    if (!QSslSocket::supportsSsl())
+        throw Error(ErrorKind::Policy, u"本机缺少加密组件（OpenSSL），请联系管理员安装。"_s);
+    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+    configuration.setProtocol(QSsl::TlsV1_2OrLater);
+    configuration.setPeerVerifyMode(QSslSocket::VerifyPeer);
+    if (!way.caFile.isEmpty())
+        configuration.setCaCertificates(ReadAuthorities(way.caFile));
+    socket.setSslConfiguration(configuration);
+    socket.setPeerVerifyName(address.host);
+    socket.startClientEncryption();
+    if (socket.waitForEncrypted(timeout))
+        return;
+    const QList<QSslError> problems = socket.sslHandshakeErrors();
+    if (!problems.isEmpty())
+        throw Error(ErrorKind::Policy, Explain(Gravest(problems), address.host));
+    throw Error(ErrorKind::Connection,
+        u"服务器没有按加密方式应答（%1）。请核对地址和端口，或向管理员确认服务器已启用加密。"_s.arg(
+            socket.errorString()));
+}
+
+std::unique_ptr<QTcpSocket> Opened(const TServerAddress& address, const TServerWay& way, int timeout)
+{
+    const QDeadlineTimer deadline(timeout);
+    const bool enciphered =
+        way.tls == TTlsUse::Always || (way.tls == TTlsUse::Network && !address.IsLoopback());
+    std::unique_ptr<QTcpSocket> socket;
+    QSslSocket* tls = nullptr;
+    if (enciphered)
+        socket.reset(tls = new QSslSocket);
+    else
+        socket = std::make_unique<QTcpSocket>();
+    socket->setProxy(QNetworkProxy::NoProxy);
+    socket->connectToHost(address.host, static_cast<quint16>(address.port));
+    if (!socket->waitForConnected(timeout))
+        throw Error(ErrorKind::Connection, socket->errorString());
+    socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    socket->setSocketOption(QAbstractSocket::KeepAliveOption, 1);
+    if (tls != nullptr)
+        Encipher(*tls, address, way, static_cast<int>(deadline.remainingTime()));
+    return socket;
+}
+
+template <typename F> auto Guarded(F&& work)
+{
+    try {
+        return work();
+    } catch (const Error& error) {
+        throw Error(ErrorKind::Connection, u"与服务器的连接已中断：%1"_s.arg(error.Message()));
+    }
+}
+
+} // namespace
+
+TServerLink::TServerLink(const TServerAddress& address, const TServerWay& way, int connectTimeout)
+    : stream_(Opened(address, way, connectTimeout))
+    , replyTimeout_(way.replyTimeout)
+{
+}
+
+TServerLink::~TServerLink() = default;
+
+bool TServerLink::IsRemote() const
+{
+    return !stream_.Socket().peerAddress().isLoopback();
+}
+
+qsizetype TServerLink::ReadSome(char* to, qsizetype size, bool /*idle*/)
+{
+    const qsizetype got = Guarded([&] { return stream_.Receive(to, size, replyTimeout_); });
+    if (got == wire::SocketStream::kTimedOut)
+        // Not a broken connection: asking again would only ask too much twice.
+        throw Error(ErrorKind::Limit, u"服务器在%1秒内没有应答！"_s.arg(replyTimeout_ / 1000));
+    return got;
+}
+
+void TServerLink::WriteAll(const char* bytes, qsizetype size)
+{
+    if (!Guarded([&] { return stream_.Send(bytes, size, replyTimeout_); }))
+        throw Error(ErrorKind::Limit, u"服务器在%1秒内没有接收数据！"_s.arg(replyTimeout_ / 1000));
+}

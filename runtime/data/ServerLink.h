@@ -1,0 +1,27 @@
+#pragma once
+
+#include "runtime/data/ServerWay.h"
+#include "wire/Frame.h"
+#include "wire/SocketStream.h"
+
+// An open connection to one server as a sequence of frames, waited for on the caller's thread.
+class TServerLink : public wire::FrameChannel {
+public:
+    // Connects, enciphered where the way asks for it. Raises wire::Error as MakeTcpTransport says.
+    TServerLink(const TServerAddress& address, const TServerWay& way, int connectTimeout);
+    ~TServerLink() override;
+
+    // How long each following read may wait, in milliseconds.
+    void SetReplyTimeout(int timeout) noexcept { replyTimeout_ = timeout; }
+    // False as soon as it is known that the server has closed the connection.
+    bool IsOpen() const noexcept { return stream_.IsOpen(); }
+    // Beyond this machine, where bandwidth is worth the work of compressing.
+    bool IsRemote() const;
+
+private:
+    qsizetype ReadSome(char* to, qsizetype size, bool idle) override;
+    void WriteAll(const char* bytes, qsizetype size) override;
+
+    wire::SocketStream stream_;
+    int replyTimeout_;
+};

@@ -1,0 +1,93 @@
+#include "wire/SocketStream.h"
+
+#include "wire/Error.h"
+
+#include <QDeadlineTimer>
+#include <QSslSocket>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace wire {
+namespace {
+
+constexpr qsizetype kPiece = 64 * 1024; // four records
+
+[[noreturn]] void Raise(const QSslSocket& socket)
+{
+    throw Error(ErrorKind::Connection, socket.errorString());
+}
+
+} // namespace
+
+SocketStream::SocketStream(std::unique_ptr<QTcpSocket> socket)
+    : socket_(std::move(socket))
+    , tls_(qobject_cast<QSslSocket*>(socket_.get()))
+    , native_(socket_->socketDescriptor())
+{
+    if (tls_ != nullptr && !tls_->isEncrypted())
+        tls_ = nullptr;
+}
+
+SocketStream::~SocketStream() = default;
+
+bool SocketStream::IsOpen() const noexcept
+{
+    return socket_->state() == QAbstractSocket::ConnectedState;
+}
+
+qsizetype SocketStream::Receive(char* to, qsizetype size, int timeout)
+{
+    return tls_ != nullptr ? ReceiveDeciphered(to, size, timeout) : native_.Receive(to, size, timeout);
+}
+
+bool SocketStream::Send(const char* bytes, qsizetype size, int timeout)
+{
+    return tls_ != nullptr ? SendEnciphered(bytes, size, timeout) : native_.Send(bytes, size, timeout);
+}
+
+qsizetype SocketStream::ReceiveDeciphered(char* to, qsizetype size, int timeout)
+{
+    const QDeadlineTimer deadline(timeout);
+    while (tls_->bytesAvailable() == 0) {
+        if (tls_->state() != QAbstractSocket::ConnectedState) {
+            if (tls_->error() == QAbstractSocket::RemoteHostClosedError)
+                return 0;
+            Raise(*tls_);
+        }
+        if (!tls_->waitForReadyRead(static_cast<int>(deadline.remainingTime()))
+            && tls_->error() == QAbstractSocket::SocketTimeoutError)
+            return kTimedOut;
+    }
+    return tls_->read(to, size);
+}
+
+bool SocketStream::SendEnciphered(const char* bytes, qsizetype size, int timeout)
+{
+    while (size > 0) {
+        const qsizetype piece = std::min(size, kPiece);
+        if (tls_->write(bytes, piece) != piece)
+            Raise(*tls_);
+        bytes += piece;
+        size -= piece;
+        tls_->flush();
+        while (tls_->state() == QAbstractSocket::ConnectedState && tls_->encryptedBytesToWrite() > 0) {
+            // Waited for here: Qt, while it waits to write, would read on without measure.
+            if (!native_.WaitToSend(timeout))
+                return false;
+            tls_->flush();
+        }
+        if (tls_->state() != QAbstractSocket::ConnectedState)
+            Raise(*tls_);
+    }
+    return true;
+}
+
+void SocketStream::EndSending() noexcept
+{
+    if (IsOpen())
+        native_.EndSending();
+}
+
+} // namespace wire

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "wire/NativeSocket.h"
+
+#include <memory>
+
+class QSslSocket;
+class QTcpSocket;
+
+namespace wire {
+
+// A connected TCP socket as a stream of bytes, waited for on the caller's thread without an event loop. A
+// plain socket's bytes go past Qt's buffers; a QSslSocket, once it enciphers, is written in pieces of a few
+// records, so that none of its buffers outgrows them.
+class WIRE_EXPORT SocketStream {
+public:
+    static constexpr qsizetype kTimedOut = NativeSocket::kTimedOut;
+
+    // Takes a connected socket; a QSslSocket must be enciphering already.
+    explicit SocketStream(std::unique_ptr<QTcpSocket> socket);
+    ~SocketStream();
+
+    // As NativeSocket's. Raise Error(Connection).
+    qsizetype Receive(char* to, qsizetype size, int timeout);
+    bool Send(const char* bytes, qsizetype size, int timeout);
+    // Tells the other side that nothing more will come.
+    void EndSending() noexcept;
+
+    // False as soon as an event loop that ran between two calls has seen the connection end.
+    bool IsOpen() const noexcept;
+    const QTcpSocket& Socket() const noexcept { return *socket_; }
+
+private:
+    qsizetype ReceiveDeciphered(char* to, qsizetype size, int timeout);
+    bool SendEnciphered(const char* bytes, qsizetype size, int timeout);
+
+    std::unique_ptr<QTcpSocket> socket_;
+    QSslSocket* tls_; // the socket, where it is one
+    NativeSocket native_;
+};
+
+} // namespace wire
