@@ -85,6 +85,16 @@ wire::DateTime ApplicationServer::Now() const
     return d_->clock.Now();
 }
 
+QString ApplicationServer::StorageDescription() const
+{
+    return d_->pool.Base().Description();
+}
+
+PoolState ApplicationServer::Pool()
+{
+    return d_->pool.State();
+}
+
 void ApplicationServer::AddAccount(const NewAccount& account)
 {
     d_->accounts.Add(account, d_->clock.Now());
@@ -116,11 +126,9 @@ wire::RowSet ApplicationServer::QueryAsAdministrator(const QString& sqlText)
     const dialect::Translated translated = connection->Translate(sqlText);
     if (translated.translation->kind != dialect::StatementKind::Select)
         throw wire::Error(wire::ErrorKind::Policy, texts::QueryExpected(), sqlText);
-    storage::PreparedStatement& prepared = connection->Prepare(translated, nullptr);
-    prepared.Bind(translated.literals, d_->clock.Now());
     RowCollector collector;
     collector.Columns(translated.translation->columns);
-    storage::ReadRows(prepared.statement, prepared.scratch, {d_->options.maxRows, 0}, collector);
+    connection->Query(translated, d_->clock.Now(), {d_->options.maxRows, 0}, collector);
     return std::move(collector.rows);
 }
 

@@ -7,10 +7,17 @@
 #include <optional>
 #include <vector>
 
+namespace storage {
+class Backend;
+}
+
 namespace server {
 
 struct Options {
+    // Opens the database, or makes and fills it; unless given, the embedded one in `dataDir`.
+    std::function<std::unique_ptr<storage::Backend>(const Options& options, wire::DateTime now)> open;
     QString dataDir; // folder of the embedded database; made when it does not exist
+    int connections = 16; // to the database, at most
     QString demo; // "small", "medium", "large" or a number of orders: fills a new
                   // database; empty, or a database that is there already: nothing
     std::optional<wire::DateTime> now; // fixes the clock at start-up; it then runs on from there
@@ -34,6 +41,14 @@ struct DemoAccount {
     QString account;
     QString password;
     QString description; // "安徽合肥一部 · 网点"
+};
+
+// Connections to the database.
+struct PoolState {
+    int most = 0;
+    int lent = 0;
+    int idle = 0;
+    int waiting = 0; // requests that wait for one
 };
 
 // One client's conversation: nothing but Login is answered before a login. Used by one thread at a time.
@@ -61,6 +76,9 @@ public:
     std::unique_ptr<wire::Transport> NewTransport();
 
     wire::DateTime Now() const;
+    // Which database, for administrators.
+    QString StorageDescription() const;
+    PoolState Pool();
     void AddAccount(const NewAccount& account); // raises wire::Error (Data)
     void SetPassword(const QString& account, const QString& password);
     void RemoveAccount(const QString& account);

@@ -3,25 +3,34 @@
 #include "demo/Generator.h"
 #include "server/Texts.h"
 #include "server/accounts/PasswordHash.h"
+#include "server/storage/OwnTables.h"
 
 #include <QRegularExpression>
 #include <QScopeGuard>
+
+#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace server {
 namespace {
 
-using storage::Statement;
+using wire::ColumnType;
 
 constexpr auto kIdentity = R"(
 select a.ACCOUNT, a.EMPLOYEE_CODE, e.EMPLOYEE_NAME, e.OWNER_SITE, a.USER_TYPE, a.RIGHTS, a.PASSWORD_HASH,
        a.DESCRIPTION
   from zelmor_account a left join tab_employee e on e.EMPLOYEE_CODE = a.EMPLOYEE_CODE )";
 
-wire::Identity ReadIdentity(const Statement& row)
+constexpr std::array kIdentityTypes{ColumnType::Text, ColumnType::Text, ColumnType::Text, ColumnType::Text,
+    ColumnType::Text, ColumnType::Text, ColumnType::Text, ColumnType::Text};
+constexpr size_t kHash = 6;
+constexpr size_t kDescription = 7;
+
+wire::Identity ReadIdentity(const storage::Row& row)
 {
-    return {row.Text(0), row.Text(1), row.Text(2), row.Text(3), row.Text(4), row.Text(5)};
+    const auto text = [&row](size_t column) { return wire::ToText(row[column]); };
+    return {text(0), text(1), text(2), text(3), text(4), text(5)};
 }
 
 // What an unknown account's password is compared with, so that it takes as long as a known one's.
@@ -50,12 +59,13 @@ wire::Identity Accounts::Login(const QString& account, const QString& password, 
     bool known = false;
     {
         const auto connection = pool_.Lend();
-        Statement query = connection->Base().Prepare(std::string(kIdentity) + "where a.ACCOUNT = ?1");
-        query.Bind(1, account);
-        known = query.Step();
+        const storage::Row name{account};
+        const auto rows =
+            connection->Select(std::string(kIdentity) + "where a.ACCOUNT = ?", name, kIdentityTypes);
+        known = !rows.empty();
         if (known) {
-            identity = ReadIdentity(query);
-            hash = query.Text(6);
+            identity = ReadIdentity(rows.front());
+            hash = wire::ToText(rows.front()[kHash]);
         }
     }
     if (!PasswordMatches(hash, password) || !known)
@@ -73,74 +83,68 @@ void Accounts::Add(const NewAccount& account, wire::DateTime now)
     if (!rights.match(account.rights).hasMatch())
         RaiseData(texts::BadRights());
     const QString hash = HashPassword(account.password);
-    storage::WriteTransaction transaction(pool_);
-    storage::Database& base = transaction->Base();
-    Statement employee = base.Prepare("select 1 from tab_employee where EMPLOYEE_CODE = ?1");
-    employee.Bind(1, account.employeeCode);
-    if (!employee.Step())
-        RaiseData(texts::NoEmployee(account.employeeCode));
-    employee.Reset();
-    Statement insert =
-        base.Prepare("insert or ignore into zelmor_account(ACCOUNT, PASSWORD_HASH, EMPLOYEE_CODE, "
-                     "USER_TYPE, RIGHTS, CREATE_DATE) values(?1, ?2, ?3, ?4, ?5, ?6)");
-    insert.Bind(1, account.account);
-    insert.Bind(2, hash);
-    insert.Bind(3, account.employeeCode);
-    insert.Bind(4, wire::TextValue(account.userType));
-    insert.Bind(5, account.rights);
-    insert.BindInteger(6, now.seconds);
-    insert.Execute();
-    if (base.Changes() == 0)
-        RaiseData(texts::AccountExists(account.account));
-    transaction.Commit();
+    storage::InTransaction(pool_, false, [&](storage::Connection& connection) {
+        const storage::Row employee{account.employeeCode};
+        constexpr std::array types{ColumnType::Text};
+        if (connection
+                .Select("select EMPLOYEE_CODE from tab_employee where EMPLOYEE_CODE = ?", employee, types)
+                .empty())
+            RaiseData(texts::NoEmployee(account.employeeCode));
+        const storage::Row row{account.account, hash, account.employeeCode, wire::TextValue(account.userType),
+            account.rights, {}, now};
+        if (!connection.Insert(storage::AccountTable(), row))
+            RaiseData(texts::AccountExists(account.account));
+    });
 }
 
 void Accounts::SetPassword(const QString& account, const QString& password)
 {
     if (password.isEmpty())
         RaiseData(texts::AccountEmpty());
-    const QString hash = HashPassword(password);
-    storage::WriteTransaction transaction(pool_);
-    Statement update =
-        transaction->Base().Prepare("update zelmor_account set PASSWORD_HASH = ?2 where ACCOUNT = ?1");
-    update.Bind(1, account);
-    update.Bind(2, hash);
-    update.Execute();
-    if (transaction->Base().Changes() == 0)
-        RaiseData(texts::NoAccount(account));
-    transaction.Commit();
+    ChangeOne("update zelmor_account set PASSWORD_HASH = ? where ACCOUNT = ?",
+        {HashPassword(password), account}, account);
 }
 
 void Accounts::Remove(const QString& account)
 {
-    storage::WriteTransaction transaction(pool_);
-    Statement remove = transaction->Base().Prepare("delete from zelmor_account where ACCOUNT = ?1");
-    remove.Bind(1, account);
-    remove.Execute();
-    if (transaction->Base().Changes() == 0)
-        RaiseData(texts::NoAccount(account));
-    transaction.Commit();
+    ChangeOne("delete from zelmor_account where ACCOUNT = ?", {account}, account);
+}
+
+void Accounts::ChangeOne(
+    std::string_view sql, const std::vector<wire::Value>& parameters, const QString& account)
+{
+    storage::InTransaction(pool_, false, [&](storage::Connection& connection) {
+        if (connection.Change(sql, parameters) == 0)
+            RaiseData(texts::NoAccount(account));
+    });
 }
 
 std::vector<wire::Identity> Accounts::List()
 {
     const auto connection = pool_.Lend();
-    Statement query = connection->Base().Prepare(std::string(kIdentity) + "order by a.ACCOUNT");
     std::vector<wire::Identity> accounts;
-    while (query.Step())
-        accounts.push_back(ReadIdentity(query));
+    for (const storage::Row& row :
+        connection->Select(std::string(kIdentity) + "order by a.ACCOUNT", {}, kIdentityTypes))
+        accounts.push_back(ReadIdentity(row));
     return accounts;
 }
 
 std::vector<DemoAccount> Accounts::Demo()
 {
     const auto connection = pool_.Lend();
-    Statement query = connection->Base().Prepare(std::string(kIdentity)
-        + "where a.DESCRIPTION is not null and exists(select 1 from zelmor_meta where NAME = 'demo') "
-          "order by a.rowid");
+    QHash<QString, DemoAccount> found;
+    for (const storage::Row& row :
+        connection->Select(std::string(kIdentity)
+                + "where a.DESCRIPTION is not null and exists(select 1 from zelmor_meta where NAME = 'demo')",
+            {}, kIdentityTypes)) {
+        const QString account = wire::ToText(row.front());
+        found.insert(account, {account, demo::DemoPassword(), wire::ToText(row[kDescription])});
+    }
     std::vector<DemoAccount> accounts;
-    while (query.Step())
-        accounts.push_back({query.Text(0), demo::DemoPassword(), query.Text(7)});
+    for (const demo::Login& login : demo::Logins()) {
+        if (const auto account = found.constFind(login.account); account != found.constEnd())
+            accounts.push_back(*account);
+    }
     return accounts;
 }
 

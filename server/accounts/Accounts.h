@@ -2,7 +2,7 @@
 
 #include "server/Server.h"
 #include "server/accounts/LoginGuard.h"
-#include "server/storage/Connection.h"
+#include "server/storage/Pool.h"
 
 namespace server {
 
@@ -24,6 +24,9 @@ public:
     std::vector<DemoAccount> Demo();
 
 private:
+    // A change that touches the account's row; raises where there is none.
+    void ChangeOne(std::string_view sql, const std::vector<wire::Value>& parameters, const QString& account);
+
     storage::ConnectionPool& pool_;
     LoginGuard guard_;
 };

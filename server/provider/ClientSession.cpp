@@ -4,55 +4,85 @@
 #include "server/provider/Outcomes.h"
 #include "server/provider/Policy.h"
 #include "server/provider/Resolver.h"
-#include "server/storage/Creation.h"
+#include "server/storage/OwnTables.h"
+#include "server/storage/sqlite/SqliteStorage.h"
+
+#include <chrono>
+
+using namespace Qt::Literals::StringLiterals;
+using storage::ConnectionPool;
 
 namespace server {
+namespace {
 
-using storage::ConnectionPool;
-using storage::PreparedStatement;
-using storage::WriteTransaction;
+std::unique_ptr<storage::Backend> Open(const Options& options, wire::DateTime now)
+{
+    return options.open ? options.open(options, now) : storage::OpenSqlite(options, now);
+}
+
+} // namespace
 
 Core::Core(const Options& given)
     : options(given)
     , clock(given.now)
-    , pool(storage::EnsureDatabase(given, clock.Now()))
+    , pool(Open(given, clock.Now()), given.connections)
     , accounts(pool)
 {
-    WriteTransaction transaction(pool);
-    PruneOutcomes(transaction->Base());
-    transaction.Commit();
+    storage::InTransaction(pool, true, PruneOutcomes);
 }
 
 // Ends what runs on a connection when its client is gone or its time is over.
-class ClientSession::Watch {
+class ClientSession::Watch final : public storage::StopSignal {
 public:
-    Watch(ClientSession& session, storage::Database& database)
+    Watch(ClientSession& session, storage::Connection& connection)
         : session_(session)
-        , database_(database)
+        , connection_(connection)
         , end_(std::chrono::steady_clock::now() + std::chrono::seconds(session.core_.options.maxSeconds))
     {
-        constexpr int kInstructions = 5000;
-        sqlite3_progress_handler(
-            database_.Handle(), kInstructions, [](void* self) { return static_cast<Watch*>(self)->Check(); },
-            this);
+        connection_.SetStop(this);
     }
-    ~Watch() { sqlite3_progress_handler(database_.Handle(), 0, nullptr, nullptr); }
+    ~Watch() override { connection_.SetStop(nullptr); }
     Watch(const Watch&) = delete;
     Watch& operator=(const Watch&) = delete;
 
+    bool ShouldStop() noexcept override
+    {
+        timeOver_ = std::chrono::steady_clock::now() > end_;
+        return timeOver_ || session_.interrupted_;
+    }
     bool TimeIsOver() const noexcept { return timeOver_; }
 
 private:
-    int Check() noexcept
-    {
-        timeOver_ = std::chrono::steady_clock::now() > end_;
-        return timeOver_ || session_.interrupted_ ? 1 : 0;
-    }
-
     ClientSession& session_;
-    storage::Database& database_;
+    storage::Connection& connection_;
     std::chrono::steady_clock::time_point end_;
     std::atomic<bool> timeOver_{false};
+};
+
+// What has reached the client cannot be read anew.
+class ClientSession::WatchedSink final : public wire::ReplySink {
+public:
+    explicit WatchedSink(wire::ReplySink& sink)
+        : sink_(sink)
+    {
+    }
+    bool HasRows() const noexcept { return hasRows_; }
+
+    void Columns(std::vector<wire::ColumnInfo> infos) override
+    {
+        if (!std::exchange(hasColumns_, true))
+            sink_.Columns(std::move(infos));
+    }
+    void Rows(std::vector<wire::Column> block) override
+    {
+        hasRows_ = true;
+        sink_.Rows(std::move(block));
+    }
+
+private:
+    wire::ReplySink& sink_;
+    bool hasColumns_ = false;
+    bool hasRows_ = false;
 };
 
 ClientSession::ClientSession(Core& core, const QString& peer, qsizetype rowsPerReply)
@@ -100,64 +130,71 @@ void ClientSession::Login(const wire::Request& request, wire::Reply& reply)
 
 void ClientSession::Query(const wire::Request& request, wire::ReplySink& sink, wire::Reply& reply)
 {
-    const ConnectionPool::Lease connection = core_.pool.Lend();
-    const Watch watch(*this, connection->Base());
-    try {
-        const dialect::Translated translated = connection->Translate(request.text);
-        PreparedStatement& prepared = connection->Prepare(translated, RequireQuery);
-        prepared.Bind(translated.literals, core_.clock.Now());
-        sink.Columns(translated.translation->columns);
-        reply.rowCount = storage::ReadRows(
-            prepared.statement, prepared.scratch, {core_.options.maxRows, rowsPerReply_}, sink);
-    } catch (const wire::Error& error) {
-        Rethrow(error, watch, request.text);
+    WatchedSink watched(sink);
+    for (int attempt = 1;; ++attempt) {
+        try {
+            const ConnectionPool::Lease connection = core_.pool.Lend();
+            Watched(*connection, request.text, [&] {
+                const dialect::Translated translated = connection->Translate(request.text);
+                RequireQuery(*translated.translation);
+                watched.Columns(translated.translation->columns);
+                reply.rowCount = connection->Query(
+                    translated, core_.clock.Now(), {core_.options.maxRows, rowsPerReply_}, watched);
+            });
+            return;
+        } catch (const storage::TryAgain&) {
+            storage::PauseOrRethrow(attempt, !watched.HasRows());
+        }
     }
 }
 
 void ClientSession::Execute(const wire::Request& request, wire::Reply& reply)
 {
-    WriteTransaction transaction(core_.pool);
-    const Watch watch(*this, transaction->Base());
-    try {
-        const dialect::Translated translated = transaction->Translate(request.text);
-        PreparedStatement& prepared = transaction->Prepare(translated, RequireUpdate);
-        const Caller caller = CallerNow();
-        prepared.Bind(translated.literals, caller.now);
-        prepared.statement.Execute();
-        reply.rowCount = transaction->Base().Changes();
-        AuditFields fields;
-        fields.Add("SQL", request.text);
-        fields.Add("ROWS", reply.rowCount);
-        AuditTrail(transaction->Base(), caller, translated.translation->targetTable)
-            .Write("statement", {}, fields.Finish());
-        transaction.Commit();
-    } catch (const wire::Error& error) {
-        Rethrow(error, watch, request.text);
-    }
+    storage::InTransaction(core_.pool, false, [&](storage::Connection& connection) {
+        Watched(connection, request.text, [&] {
+            const dialect::Translated translated = connection.Translate(request.text);
+            RequireUpdate(*translated.translation);
+            const Caller caller = CallerNow();
+            reply.rowCount = connection.Execute(translated, caller.now);
+            AuditFields fields;
+            fields.Add("SQL", request.text);
+            fields.Add("ROWS", reply.rowCount);
+            const std::string_view text = fields.Finish();
+            connection.Insert(storage::AuditTable(),
+                storage::Row{{}, caller.now, identity_.account, wire::TextValue(identity_.employeeName),
+                    wire::TextValue(peer_), translated.translation->targetTable, u"statement"_s, {},
+                    QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()))});
+        });
+    });
 }
 
 void ClientSession::ApplyUpdates(const wire::Request& request, wire::Reply& reply)
 {
-    WriteTransaction transaction(core_.pool);
-    storage::Database& database = transaction->Base();
-    const Watch watch(*this, database);
-    try {
-        if (auto remembered = FindOutcome(database, request.name, identity_.account)) {
-            reply.outcome = std::move(*remembered);
-            return;
-        }
-        reply.outcome = ApplyChanges(*transaction, request.changes, request.maxErrors, CallerNow());
-        RememberOutcome(database, request.name, identity_.account, reply.outcome);
-        transaction.Commit();
-    } catch (const wire::Error& error) {
-        Rethrow(error, watch, request.changes.commandText);
-    }
+    storage::InTransaction(core_.pool, true, [&](storage::Connection& connection) {
+        Watched(connection, request.changes.commandText, [&] {
+            if (auto remembered = FindOutcome(connection, request.name, identity_.account)) {
+                reply.outcome = std::move(*remembered);
+                return;
+            }
+            reply.outcome = ApplyChanges(connection, request.changes, request.maxErrors, CallerNow());
+            RememberOutcome(connection, request.name, identity_.account, reply.outcome);
+        });
+    });
 }
 
-void ClientSession::Rethrow(const wire::Error& error, const Watch& watch, const QString& sqlText) const
+// A failure tells the client its own text, and that its time was over where that is why.
+template <typename Work>
+void ClientSession::Watched(storage::Connection& connection, const QString& sqlText, Work&& work)
 {
-    const int seconds = core_.options.maxSeconds;
-    throw wire::Error(error.Kind(), watch.TimeIsOver() ? texts::TimeOver(seconds) : error.Message(), sqlText);
+    const Watch watch(*this, connection);
+    try {
+        work();
+    } catch (const storage::TryAgain&) {
+        throw;
+    } catch (const wire::Error& error) {
+        const QString timeOver = texts::TimeOver(core_.options.maxSeconds);
+        throw wire::Error(error.Kind(), watch.TimeIsOver() ? timeOver : error.Message(), sqlText);
+    }
 }
 
 } // namespace server

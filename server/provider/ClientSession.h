@@ -2,10 +2,10 @@
 
 #include "server/Clock.h"
 #include "server/accounts/Accounts.h"
-#include "server/provider/AuditTrail.h"
+#include "server/provider/AuditFields.h"
+#include "server/storage/Pool.h"
 
 #include <atomic>
-#include <chrono>
 
 namespace server {
 
@@ -30,13 +30,15 @@ public:
 
 private:
     class Watch;
+    class WatchedSink;
 
     void Login(const wire::Request& request, wire::Reply& reply);
     void Query(const wire::Request& request, wire::ReplySink& sink, wire::Reply& reply);
     void Execute(const wire::Request& request, wire::Reply& reply);
     void ApplyUpdates(const wire::Request& request, wire::Reply& reply);
-    // The same failure as the client is to see it.
-    [[noreturn]] void Rethrow(const wire::Error& error, const Watch& watch, const QString& sqlText) const;
+    // Runs the work on a lent connection until it ends, the client is gone or the time is over.
+    template <typename Work>
+    void Watched(storage::Connection& connection, const QString& sqlText, Work&& work);
     Caller CallerNow() const { return {identity_, peer_, core_.clock.Now()}; }
 
     Core& core_;

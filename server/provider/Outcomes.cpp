@@ -1,14 +1,17 @@
 #include "server/provider/Outcomes.h"
 
 #include "server/Texts.h"
+#include "server/storage/OwnTables.h"
 
 #include <QDataStream>
 #include <QDateTime>
 
+#include <array>
+
 namespace server {
 namespace {
 
-using storage::Statement;
+using wire::ColumnType;
 
 constexpr qint64 kKeptSeconds = 7 * 24 * 3600;
 constexpr quint8 kFormat = 1;
@@ -49,7 +52,8 @@ wire::Value ReadValue(QDataStream& stream)
     }
 }
 
-QByteArray Encode(const wire::ApplyOutcome& outcome)
+// Text, which every database keeps alike.
+QString Encode(const wire::ApplyOutcome& outcome)
 {
     QByteArray bytes;
     QDataStream stream(&bytes, QDataStream::WriteOnly);
@@ -63,12 +67,12 @@ QByteArray Encode(const wire::ApplyOutcome& outcome)
         for (const wire::Value& value : row.presentValues)
             Write(stream, value);
     }
-    return bytes;
+    return QString::fromLatin1(qCompress(bytes, 1).toBase64());
 }
 
-wire::ApplyOutcome Decode(const QByteArray& bytes)
+wire::ApplyOutcome Decode(const QString& text)
 {
-    QDataStream stream(bytes);
+    QDataStream stream(qUncompress(QByteArray::fromBase64(text.toLatin1())));
     stream.setVersion(QDataStream::Qt_6_4);
     wire::ApplyOutcome outcome;
     if (Read<quint8>(stream) != kFormat)
@@ -92,45 +96,41 @@ wire::ApplyOutcome Decode(const QByteArray& bytes)
     return outcome;
 }
 
-void BindName(Statement& statement, const wire::ApplyName& name)
+storage::Row NameOf(const wire::ApplyName& name)
 {
-    statement.BindBlob(1, {reinterpret_cast<const char*>(name.client.data()), name.client.size()});
-    statement.BindInteger(2, static_cast<qint64>(name.number));
+    const QByteArray client(
+        reinterpret_cast<const char*>(name.client.data()), static_cast<qsizetype>(name.client.size()));
+    return {QString::fromLatin1(client.toHex()), static_cast<qint64>(name.number)};
 }
 
 } // namespace
 
 std::optional<wire::ApplyOutcome> FindOutcome(
-    storage::Database& database, const wire::ApplyName& name, const QString& account)
+    storage::Connection& connection, const wire::ApplyName& name, const QString& account)
 {
-    Statement query =
-        database.Prepare("select ACCOUNT, OUTCOME from zelmor_request where CLIENT = ?1 and NUMBER = ?2");
-    BindName(query, name);
-    if (!query.Step())
+    constexpr std::array types{ColumnType::Text, ColumnType::Text};
+    const auto rows = connection.Select(
+        "select ACCOUNT, OUTCOME from zelmor_outcome where CLIENT = ? and SERIAL = ?", NameOf(name), types);
+    if (rows.empty())
         return std::nullopt;
-    if (query.Text(0) != account)
+    if (wire::ToText(rows.front()[0]) != account)
         throw wire::Error(wire::ErrorKind::Policy, texts::ForeignName());
-    return Decode(query.Blob(1));
+    return Decode(wire::ToText(rows.front()[1]));
 }
 
-void RememberOutcome(storage::Database& database, const wire::ApplyName& name, const QString& account,
+void RememberOutcome(storage::Connection& connection, const wire::ApplyName& name, const QString& account,
     const wire::ApplyOutcome& outcome)
 {
-    const QByteArray bytes = Encode(outcome);
-    Statement insert = database.Prepare("insert into zelmor_request(CLIENT, NUMBER, ACCOUNT, APPLY_TIME, "
-                                        "OUTCOME) values(?1, ?2, ?3, ?4, ?5)");
-    BindName(insert, name);
-    insert.Bind(3, account);
-    insert.BindInteger(4, QDateTime::currentSecsSinceEpoch());
-    insert.BindBlob(5, {bytes.constData(), static_cast<size_t>(bytes.size())});
-    insert.Execute();
+    storage::Row row = NameOf(name);
+    row.insert(row.end(), {account, QDateTime::currentSecsSinceEpoch(), Encode(outcome)});
+    if (!connection.Insert(storage::OutcomeTable(), row))
+        throw storage::TryAgain(storage::TryAgain::Cause::Conflict, wire::ErrorKind::Storage, texts::Busy());
 }
 
-void PruneOutcomes(storage::Database& database)
+void PruneOutcomes(storage::Connection& connection)
 {
-    Statement remove = database.Prepare("delete from zelmor_request where APPLY_TIME < ?1");
-    remove.BindInteger(1, QDateTime::currentSecsSinceEpoch() - kKeptSeconds);
-    remove.Execute();
+    const wire::Value oldest = QDateTime::currentSecsSinceEpoch() - kKeptSeconds;
+    connection.Change("delete from zelmor_outcome where APPLY_TIME < ?", {&oldest, 1});
 }
 
 } // namespace server

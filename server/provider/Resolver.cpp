@@ -1,81 +1,99 @@
 #include "server/provider/Resolver.h"
 
 #include "server/Texts.h"
-#include "server/provider/Policy.h"
 #include "server/provider/RowTarget.h"
 
+#include <QStringList>
+
 #include <algorithm>
+#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace server {
 namespace {
 
-using storage::Statement;
+using storage::Cell;
+using storage::RowResult;
+using storage::RowWrite;
 using wire::CellChange;
 using wire::ChangeKind;
 using wire::RowChange;
 using wire::RowVerdict;
 using wire::Value;
 
+// Rows handed to the storage at a time: enough for it to work without waiting for each.
+constexpr size_t kRowsAtOnce = 128;
+
 // Why one row is refused; the others go on.
 struct Refusal {
     QString reason;
-    std::optional<std::vector<Value>> present; // of a row that exists
-};
-
-// One cell as it is bound.
-struct BoundCell {
-    const TargetColumn* column;
-    Value value;
 };
 
 class Resolver {
 public:
     Resolver(storage::Connection& connection, const wire::ChangeLog& log, const Caller& caller)
-        : database_(connection.Base())
+        : log_(log)
         , target_(connection, log)
-        , audit_(database_, caller, target_.Table().name)
+        , writer_(connection.WriteRows(target_.ForWriting(caller)))
     {
     }
 
-    RowVerdict Apply(const RowChange& row)
+    std::vector<RowVerdict> Apply()
     {
-        RowVerdict verdict;
-        verdict.rowId = row.rowId;
-        try {
-            Sort(row);
-            switch (row.kind) {
-            case ChangeKind::Insert:
-                Insert();
-                break;
-            case ChangeKind::Update:
-                Update();
-                break;
-            case ChangeKind::Delete:
-                Delete();
-                break;
+        verdicts_.reserve(log_.rows.size());
+        for (const RowChange& row : log_.rows) {
+            RowVerdict& verdict = verdicts_.emplace_back();
+            verdict.rowId = row.rowId;
+            if (row.kind == ChangeKind::Delete)
+                Flush(); // what is deleted is read first, as the rows before leave it
+            if (waiting_ == writes_.size())
+                writes_.emplace_back();
+            RowWrite& write = writes_[waiting_];
+            try {
+                Plan(row, write);
+                // Where only columns of other tables were changed there is nothing to store.
+                verdict.accepted = row.kind == ChangeKind::Update && write.sets.empty();
+                if (!verdict.accepted)
+                    waitingVerdicts_[waiting_++] = verdicts_.size() - 1;
+            } catch (Refusal& refusal) {
+                verdict.reason = std::move(refusal.reason);
             }
-            verdict.accepted = true;
-        } catch (Refusal& refusal) {
-            verdict.reason = std::move(refusal.reason);
-            verdict.present = refusal.present.has_value();
-            if (verdict.present)
-                verdict.presentValues = std::move(*refusal.present);
+            if (waiting_ == kRowsAtOnce)
+                Flush();
         }
-        return verdict;
+        Flush();
+        return std::move(verdicts_);
     }
 
 private:
-    // Sorts the cells by the part they play: what is set, what names the row, what must still stand. The
-    // signature is the same for rows that need the same statement.
-    void Sort(const RowChange& row)
+    // What is set, what names the row, what must still stand. Raises Refusal.
+    void Plan(const RowChange& row, RowWrite& write)
     {
-        sets_.clear();
-        checks_.clear();
-        keys_.assign(target_.Keys().size(), {});
+        Sort(row, write);
+        switch (row.kind) {
+        case ChangeKind::Insert:
+            PlanInsert(write);
+            break;
+        case ChangeKind::Update:
+            RequireKeyValues(write);
+            write.auditKey = KeyText(write.keys);
+            break;
+        case ChangeKind::Delete:
+            PlanDelete(write);
+            break;
+        }
+        write.auditFields = fields_.Finish();
+    }
+
+    void Sort(const RowChange& row, RowWrite& write)
+    {
+        write.kind = row.kind;
+        write.sets.clear();
+        write.checks.clear();
+        write.keys.assign(target_.Keys().size(), {});
+        write.shape.assign(1, static_cast<char16_t>(row.kind));
         fields_.Clear();
-        signature_.assign(1, static_cast<char16_t>(row.kind));
         size_t keysSeen = 0;
         for (const CellChange& cell : row.cells) {
             const TargetColumn* column = target_.Column(cell.column);
@@ -87,208 +105,194 @@ private:
             if (changed && row.kind != ChangeKind::Delete) {
                 RequireWidth(*column, current);
                 fields_.Add(column->jsonName, original, current);
-                sets_.push_back({column, std::move(current)});
-                Sign(cell.column, u'=');
+                write.sets.push_back({column->stored, std::move(current)});
+                Sign(write, cell.column, u'=');
             }
             if (row.kind == ChangeKind::Insert)
                 continue;
             if (column->key >= 0) {
-                keys_[static_cast<size_t>(column->key)] = std::move(original);
+                write.keys[static_cast<size_t>(column->key)] = std::move(original);
                 ++keysSeen;
             } else if (changed || column->guard) {
-                checks_.push_back({column, std::move(original)});
-                Sign(cell.column, u'?');
+                write.checks.push_back({column->stored, std::move(original)});
+                Sign(write, cell.column, u'?');
             }
         }
-        if (row.kind != ChangeKind::Insert && keysSeen != keys_.size())
+        if (row.kind != ChangeKind::Insert && keysSeen != write.keys.size())
             throw wire::Error(wire::ErrorKind::Data, texts::BadChangeLog());
     }
 
-    void Sign(quint16 column, char16_t role)
+    static void Sign(RowWrite& write, quint16 column, char16_t role)
     {
-        signature_ += static_cast<char16_t>(column);
-        signature_ += role;
+        write.shape += static_cast<char16_t>(column);
+        write.shape += role;
     }
 
     static Value Converted(const TargetColumn& column, const Value& value)
     {
         try {
-            return wire::Convert(value, column.type);
+            return wire::Convert(value, column.stored->type);
         } catch (const wire::Error& error) {
-            throw Refusal{texts::WrongValue(column.name, error.Message()), {}};
+            throw Refusal{texts::WrongValue(column.stored->name, error.Message())};
         }
     }
 
     static void RequireWidth(const TargetColumn& column, const Value& value)
     {
         const auto* text = std::get_if<QString>(&value);
-        if (text == nullptr || column.width <= 0 || text->size() <= column.width)
+        const int width = column.stored->width;
+        if (text == nullptr || width <= 0 || text->size() <= width)
             return;
         const qsizetype length = std::ranges::count_if(*text, [](QChar c) { return !c.isLowSurrogate(); });
-        if (length > column.width)
-            throw Refusal{texts::TooWide(column.name, length, column.width), {}};
+        if (length > width)
+            throw Refusal{texts::TooWide(column.stored->name, length, width)};
     }
 
-    void Update()
+    void PlanInsert(RowWrite& write)
     {
-        RequireKeyValues();
-        if (sets_.empty()) {
-            // Only columns of other tables were changed: nothing to store.
-            return;
-        }
-        Statement& statement =
-            PreparedFor([this] { return target_.UpdateText(Columns(sets_), Columns(checks_)); });
-        const storage::ResetGuard reset(statement);
-        int parameter = BindAll(statement, sets_, 0);
-        for (const Value& key : keys_)
-            statement.Bind(++parameter, key);
-        BindAll(statement, checks_, parameter);
-        Run(statement);
-        if (database_.Changes() == 0)
-            RefuseChanged();
-        WriteAudit("update", KeyText());
-    }
-
-    void Insert()
-    {
-        for (const BoundCell& cell : sets_) {
-            if (cell.column->key >= 0)
-                keys_[static_cast<size_t>(cell.column->key)] = cell.value;
-        }
-        if (!target_.KeyIsNumbered())
-            RequireKeyValues();
-        if (sets_.empty())
+        if (write.sets.empty())
             throw wire::Error(wire::ErrorKind::Data, texts::BadChangeLog());
-        Statement& statement = PreparedFor([this] { return target_.InsertText(Columns(sets_)); });
-        const storage::ResetGuard reset(statement);
-        BindAll(statement, sets_, 0);
-        Run(statement);
-        if (target_.KeyIsNumbered() && wire::IsNull(keys_.front()))
-            keys_.front() = qint64(sqlite3_last_insert_rowid(database_.Handle()));
-        WriteAudit("insert", KeyText());
+        const storage::Row keys = KeysSet(write);
+        const bool given = target_.KeyIsNumbered() && wire::IsNull(keys.front());
+        if (!given)
+            RequireKeyValues(keys);
+        write.auditKey = given ? std::string() : KeyText(keys);
+        write.keys.clear();
     }
 
-    void Delete()
+    // The audit entry tells what is deleted.
+    void PlanDelete(RowWrite& write)
     {
-        RequireKeyValues();
-        const auto present = target_.Present(keys_);
-        Statement& statement = PreparedFor([this] { return target_.DeleteText(Columns(checks_)); });
-        const storage::ResetGuard reset(statement);
-        int parameter = 0;
-        for (const Value& key : keys_)
-            statement.Bind(++parameter, key);
-        BindAll(statement, checks_, parameter);
-        Run(statement);
-        if (database_.Changes() == 0)
-            RefuseChanged();
-        for (size_t i = 0; i < present->size(); ++i) {
-            if (!wire::IsNull((*present)[i]))
-                fields_.Add(target_.Column(static_cast<quint16>(i))->jsonName, (*present)[i], {});
-        }
-        WriteAudit("delete", KeyText());
-    }
-
-    void RequireKeyValues() const
-    {
-        for (size_t i = 0; i < keys_.size(); ++i) {
-            if (wire::IsNull(keys_[i]))
-                throw Refusal{texts::KeyEmpty(target_.Keys()[i]->name), {}};
-        }
-        for (const BoundCell& cell : sets_) {
-            if (cell.column->key >= 0 && wire::IsNull(cell.value))
-                throw Refusal{texts::KeyEmpty(cell.column->name), {}};
-        }
-    }
-
-    // A constraint refuses the row alone: SQLite has then undone that statement and nothing else.
-    void Run(Statement& statement)
-    {
-        const int code = statement.TryStep();
-        if (code == SQLITE_DONE)
+        RequireKeyValues(write);
+        write.auditKey = KeyText(write.keys);
+        storage::Row present = writer_->Present(write.keys);
+        if (present.empty())
             return;
-        if (code == SQLITE_CONSTRAINT_PRIMARYKEY || code == SQLITE_CONSTRAINT_ROWID) {
-            for (const BoundCell& cell : sets_) {
-                if (cell.column->key >= 0)
-                    keys_[static_cast<size_t>(cell.column->key)] = cell.value;
-            }
-            throw Refusal{texts::DuplicateKey(QString::fromStdString(KeyText())), target_.Present(keys_)};
+        target_.TakeLastModifier(present);
+        for (size_t i = 0; i < present.size(); ++i) {
+            if (!wire::IsNull(present[i]))
+                fields_.Add(target_.Column(static_cast<quint16>(i))->jsonName, present[i], {});
         }
-        throw Refusal{u"%1（%2）"_s.arg(
-                          texts::ConstraintBroken(), QString::fromUtf8(sqlite3_errmsg(database_.Handle()))),
-            {}};
+    }
+
+    void RequireKeyValues(const storage::Row& keys) const
+    {
+        for (size_t i = 0; i < keys.size(); ++i) {
+            if (wire::IsNull(keys[i]))
+                throw Refusal{texts::KeyEmpty(target_.Keys()[i]->stored->name)};
+        }
+    }
+
+    void RequireKeyValues(const RowWrite& write) const
+    {
+        RequireKeyValues(write.keys);
+        for (const Cell& cell : write.sets) {
+            if (cell.column->key && wire::IsNull(cell.value))
+                throw Refusal{texts::KeyEmpty(cell.column->name)};
+        }
+    }
+
+    // The stored row's key with what is set of it.
+    storage::Row KeysSet(const RowWrite& write) const
+    {
+        storage::Row keys = write.keys;
+        keys.resize(target_.Keys().size());
+        for (const Cell& cell : write.sets) {
+            for (size_t i = 0; i < keys.size(); ++i) {
+                if (target_.Keys()[i]->stored == cell.column)
+                    keys[i] = cell.value;
+            }
+        }
+        return keys;
+    }
+
+    // Writes what waits.
+    void Flush()
+    {
+        if (waiting_ == 0)
+            return;
+        const std::span<const RowWrite> writes(writes_.data(), waiting_);
+        writer_->Write(writes, std::span(results_).first(waiting_));
+        for (size_t i = 0; i < waiting_; ++i)
+            Judge(writes[i], results_[i], verdicts_[waitingVerdicts_[i]]);
+        waiting_ = 0;
+    }
+
+    void Judge(const RowWrite& write, RowResult& result, RowVerdict& verdict)
+    {
+        switch (result.outcome) {
+        case RowResult::Outcome::Written:
+            verdict.accepted = true;
+            return;
+        case RowResult::Outcome::NotThere:
+            return RefuseChanged(write, verdict);
+        case RowResult::Outcome::DuplicateKey: {
+            const storage::Row keys = KeysSet(write);
+            verdict.reason = texts::DuplicateKey(QString::fromStdString(KeyText(keys)));
+            storage::Row present = writer_->Present(keys);
+            verdict.present = !present.empty();
+            if (verdict.present) {
+                target_.TakeLastModifier(present);
+                verdict.presentValues = std::move(present);
+            }
+            return;
+        }
+        case RowResult::Outcome::Refused:
+            verdict.reason = u"%1（%2）"_s.arg(texts::ConstraintBroken(), result.message);
+            return;
+        }
     }
 
     // The row is no longer what its sender read: says what became of it, and by whom.
-    [[noreturn]] void RefuseChanged()
+    void RefuseChanged(const RowWrite& write, RowVerdict& verdict)
     {
-        auto present = target_.Present(keys_);
-        if (!present)
-            throw Refusal{texts::DeletedByOther(), {}};
+        storage::Row present = writer_->Present(write.keys);
+        if (present.empty()) {
+            verdict.reason = texts::DeletedByOther();
+            return;
+        }
+        const QString modifier = target_.TakeLastModifier(present);
         // What clerks have a name for says enough; the rest is told only where it is all there is.
         QStringList named;
         QStringList unnamed;
-        for (const BoundCell& check : checks_) {
-            if (!wire::SameValue(check.value, (*present)[check.column->position]))
-                (check.column->caption == check.column->name ? unnamed : named) << check.column->caption;
+        for (const Cell& check : write.checks) {
+            const TargetColumn& column = ColumnOf(check);
+            if (!wire::SameValue(check.value, present[column.position]))
+                (column.caption == column.stored->name ? unnamed : named) << column.caption;
         }
         const QStringList& differing = named.isEmpty() ? unnamed : named;
-        throw Refusal{
-            texts::ChangedByOther(target_.LastModifier(keys_), differing.join(u'、')), std::move(present)};
+        verdict.reason = texts::ChangedByOther(modifier, differing.join(u'、'));
+        verdict.present = true;
+        verdict.presentValues = std::move(present);
     }
 
-    static int BindAll(Statement& statement, const std::vector<BoundCell>& cells, int parameter)
+    const TargetColumn& ColumnOf(const Cell& cell) const
     {
-        for (const BoundCell& cell : cells)
-            statement.Bind(++parameter, cell.value);
-        return parameter;
+        for (quint16 i = 0;; ++i) {
+            const TargetColumn* column = target_.Column(i);
+            if (column != nullptr && column->stored == cell.column)
+                return *column;
+        }
     }
 
-    static std::vector<const TargetColumn*> Columns(const std::vector<BoundCell>& cells)
-    {
-        std::vector<const TargetColumn*> columns;
-        columns.reserve(cells.size());
-        for (const BoundCell& cell : cells)
-            columns.push_back(cell.column);
-        return columns;
-    }
-
-    template <typename MakeText> Statement& PreparedFor(MakeText&& makeText)
-    {
-        if (signature_ == lastSignature_ && last_ != nullptr)
-            return *last_;
-        auto found = statements_.find(signature_);
-        if (found == statements_.end())
-            found = statements_.emplace(signature_, database_.Prepare(makeText())).first;
-        lastSignature_ = signature_;
-        last_ = &found->second;
-        return *last_;
-    }
-
-    std::string KeyText() const
+    static std::string KeyText(const storage::Row& keys)
     {
         std::string text;
-        for (const Value& key : keys_)
+        for (const Value& key : keys)
             text += (text.empty() ? "" : ";") + wire::ToText(key).toStdString();
         return text;
     }
 
-    void WriteAudit(std::string_view action, const std::string& key)
-    {
-        audit_.Write(action, key, fields_.Finish());
-    }
-
-    storage::Database& database_;
+    const wire::ChangeLog& log_;
     RowTarget target_;
-    AuditTrail audit_;
-    std::unordered_map<std::u16string, Statement> statements_; // by signature
-    std::u16string lastSignature_;
-    Statement* last_ = nullptr;
-    // Of the row at hand.
-    std::vector<BoundCell> sets_;
-    std::vector<BoundCell> checks_;
-    std::vector<Value> keys_;
-    std::u16string signature_;
-    AuditFields fields_;
+    std::unique_ptr<storage::RowWriter> writer_;
+    std::vector<RowVerdict> verdicts_;
+    // Rows on their way to the storage, kept from one batch to the next for their memory.
+    std::vector<RowWrite> writes_;
+    std::array<RowResult, kRowsAtOnce> results_;
+    std::array<size_t, kRowsAtOnce> waitingVerdicts_{};
+    size_t waiting_ = 0;
+    AuditFields fields_; // of the row being planned
 };
 
 } // namespace
@@ -296,18 +300,12 @@ private:
 wire::ApplyOutcome ApplyChanges(
     storage::Connection& connection, const wire::ChangeLog& log, int maxErrors, const Caller& caller)
 {
-    storage::Database& database = connection.Base();
     Resolver resolver(connection, log, caller);
     if (maxErrors >= 0)
-        database.Execute("savepoint change_log");
-    wire::ApplyOutcome outcome;
-    outcome.rows.reserve(log.rows.size());
-    for (const RowChange& row : log.rows)
-        outcome.rows.push_back(resolver.Apply(row));
-    if (maxErrors < 0)
-        return outcome;
-    if (outcome.Rejected() > maxErrors) {
-        database.Execute("rollback to change_log");
+        connection.SetSavepoint();
+    wire::ApplyOutcome outcome{resolver.Apply()};
+    if (maxErrors >= 0 && outcome.Rejected() > maxErrors) {
+        connection.RollbackToSavepoint();
         outcome.rolledBack = true;
         for (RowVerdict& row : outcome.rows) {
             if (row.accepted)
@@ -315,7 +313,6 @@ wire::ApplyOutcome ApplyChanges(
             row.accepted = false;
         }
     }
-    database.Execute("release change_log");
     return outcome;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "server/provider/AuditTrail.h"
-#include "server/storage/Connection.h"
+#include "server/provider/AuditFields.h"
+#include "server/storage/Storage.h"
 
 namespace server {
 

@@ -43,7 +43,6 @@ QString CaptionOf(const QString& name)
 } // namespace
 
 RowTarget::RowTarget(storage::Connection& connection, const wire::ChangeLog& log)
-    : database_(connection.Base())
 {
     const dialect::Translated query = connection.Translate(log.commandText);
     RequireQuery(*query.translation);
@@ -62,8 +61,8 @@ RowTarget::RowTarget(storage::Connection& connection, const wire::ChangeLog& log
             const wire::ColumnInfo& info = Described(*query.translation, log.columns, i);
             if (!info.stored)
                 continue;
-            columns_[i] = TargetColumn{column.name, CaptionOf(column.name), storage::Quoted(column.name),
-                column.name.toStdString(), column.type, column.width, key, info.guard, i};
+            columns_[i] =
+                TargetColumn{&column, CaptionOf(column.name), column.name.toStdString(), key, info.guard, i};
             if (column.key)
                 keys_.push_back(&*columns_[i]);
             break;
@@ -85,77 +84,29 @@ const TargetColumn* RowTarget::Column(quint16 position) const
 
 bool RowTarget::KeyIsNumbered() const noexcept
 {
-    return keys_.size() == 1 && keys_.front()->type == wire::ColumnType::Integer;
+    return keys_.size() == 1 && keys_.front()->stored->type == wire::ColumnType::Integer;
 }
 
-std::string RowTarget::WhereKey(const Columns& checks) const
+storage::WriteTarget RowTarget::ForWriting(const Caller& caller) const
 {
-    std::string sql;
+    storage::WriteTarget target{table_, {}, {},
+        {caller.now, caller.identity.account, caller.identity.employeeName, caller.peer, table_->name}};
     for (const TargetColumn* key : keys_)
-        sql += (sql.empty() ? " where " : " and ") + key->quotedName + " = ?";
-    // The plus keeps the planner to the key's index.
-    for (const TargetColumn* check : checks)
-        sql += " and +" + check->quotedName + " is ?";
-    return sql;
+        target.keys.push_back(key->stored);
+    for (const auto& column : columns_)
+        target.read.push_back(column ? column->stored : nullptr);
+    target.read.push_back(table_->Find(u"MODIFY_SITE"));
+    target.read.push_back(table_->Find(u"MODIFIER"));
+    return target;
 }
 
-std::string RowTarget::UpdateText(const Columns& sets, const Columns& checks) const
+QString RowTarget::TakeLastModifier(storage::Row& row) const
 {
-    std::string list;
-    for (const TargetColumn* column : sets)
-        list += (list.empty() ? "" : ", ") + column->quotedName + " = ?";
-    return "update " + storage::Quoted(table_->name) + " set " + list + WhereKey(checks);
-}
-
-std::string RowTarget::InsertText(const Columns& sets) const
-{
-    std::string names;
-    std::string places;
-    for (const TargetColumn* column : sets) {
-        names += (names.empty() ? "" : ", ") + column->quotedName;
-        places += places.empty() ? "?" : ", ?";
-    }
-    return "insert into " + storage::Quoted(table_->name) + "(" + names + ") values(" + places + ")";
-}
-
-std::string RowTarget::DeleteText(const Columns& checks) const
-{
-    return "delete from " + storage::Quoted(table_->name) + WhereKey(checks);
-}
-
-std::optional<std::vector<wire::Value>> RowTarget::Present(std::span<const wire::Value> key)
-{
-    if (!present_) {
-        std::string list;
-        for (const auto& column : columns_)
-            list += (list.empty() ? "" : ", ") + (column ? column->quotedName : "null");
-        present_.emplace(
-            database_.Prepare("select " + list + " from " + storage::Quoted(table_->name) + WhereKey({})));
-    }
-    const storage::ResetGuard reset(*present_);
-    int parameter = 0;
-    for (const wire::Value& value : key)
-        present_->Bind(++parameter, value);
-    if (!present_->Step())
-        return std::nullopt;
-    std::vector<wire::Value> values(columns_.size());
-    for (size_t i = 0; i < columns_.size(); ++i) {
-        if (columns_[i])
-            values[i] = present_->Value(static_cast<int>(i), columns_[i]->type);
-    }
-    return values;
-}
-
-QString RowTarget::LastModifier(std::span<const wire::Value> key)
-{
-    if (table_->Find(u"MODIFY_SITE") == nullptr || table_->Find(u"MODIFIER") == nullptr)
-        return {};
-    storage::Statement query = database_.Prepare(
-        "select MODIFY_SITE, MODIFIER from " + storage::Quoted(table_->name) + WhereKey({}));
-    int parameter = 0;
-    for (const wire::Value& value : key)
-        query.Bind(++parameter, value);
-    return query.Step() ? u"%1 %2"_s.arg(query.Text(0), query.Text(1)).trimmed() : QString();
+    const QString name = wire::ToText(row.back());
+    row.pop_back();
+    const QString site = wire::ToText(row.back());
+    row.pop_back();
+    return u"%1 %2"_s.arg(site, name).trimmed();
 }
 
 } // namespace server

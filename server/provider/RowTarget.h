@@ -1,26 +1,23 @@
 #pragma once
 
-#include "server/storage/Connection.h"
+#include "server/provider/AuditFields.h"
+#include "server/storage/Storage.h"
 
 #include <optional>
-#include <span>
 
 namespace server {
 
 // A column of a change log that its table has.
 struct TargetColumn {
-    QString name;
+    const dialect::CatalogColumn* stored;
     QString caption; // as reasons name it
-    std::string quotedName;
     std::string jsonName;
-    wire::ColumnType type = wire::ColumnType::Text;
-    int width = 0; // text: most characters, 0 when unknown
     int key = -1; // position in the primary key
     bool guard = false;
     size_t position = 0; // in the change log
 };
 
-// The table of a change log and the SQL that touches its rows one at a time.
+// The table of a change log, and how the log's columns stand to the table's.
 class RowTarget {
 public:
     using Columns = std::vector<const TargetColumn*>;
@@ -36,25 +33,15 @@ public:
     // The key is one whole number, which the database gives to rows that come without.
     bool KeyIsNumbered() const noexcept;
 
-    // Parameters: what is set, the key, what must still stand.
-    std::string UpdateText(const Columns& sets, const Columns& checks) const;
-    std::string InsertText(const Columns& sets) const;
-    std::string DeleteText(const Columns& checks) const;
-
-    // The row's values, parallel to the log's columns (null where the table lacks one); nullopt when it is
-    // gone.
-    std::optional<std::vector<wire::Value>> Present(std::span<const wire::Value> key);
-    // Who changed the row last, where the table says so: site and name.
-    QString LastModifier(std::span<const wire::Value> key);
+    // A stored row is read as the log's columns, then who changed it last: site and name.
+    storage::WriteTarget ForWriting(const Caller& caller) const;
+    // Who changed it last, of a row read so; leaves the values of the log's columns.
+    QString TakeLastModifier(storage::Row& row) const;
 
 private:
-    std::string WhereKey(const Columns& checks) const;
-
-    storage::Database& database_;
     const dialect::CatalogTable* table_ = nullptr;
     std::vector<std::optional<TargetColumn>> columns_; // parallel to the log's
     Columns keys_;
-    std::optional<storage::Statement> present_;
 };
 
 } // namespace server

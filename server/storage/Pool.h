@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/Server.h"
 #include "server/storage/Storage.h"
 
 #include <condition_variable>
@@ -29,13 +30,6 @@ public:
         std::unique_ptr<Connection> connection_;
     };
 
-    struct State {
-        int most = 0;
-        int lent = 0;
-        int idle = 0;
-        int waiting = 0;
-    };
-
     ConnectionPool(std::unique_ptr<Backend> backend, int connections);
     ~ConnectionPool();
 
@@ -43,7 +37,7 @@ public:
     Lease Lend();
     const dialect::Catalog& Catalog() const noexcept { return *catalog_; }
     const Backend& Base() const noexcept { return *backend_; }
-    State Now();
+    server::PoolState State();
 
 private:
     friend class Transaction;
@@ -54,7 +48,7 @@ private:
     std::mutex mutex_;
     std::condition_variable returned_;
     std::vector<std::unique_ptr<Connection>> idle_; // the last used last, its memory still warm
-    State state_;
+    server::PoolState state_;
     std::mutex writer_; // where the database takes one writer at a time, they queue here instead of polling
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "server/Server.h"
-#include "server/storage/Sqlite.h"
+#include "server/storage/sqlite/Sqlite.h"
 #include "wire/ColumnData.h"
 
 #include <QDir>

@@ -206,9 +206,9 @@ TEST_F(ResolverTest, RepeatedSendIsAnsweredAndNotApplied)
     Client other(*server_, u"other"_s, u"secret"_s);
     EXPECT_EQ(ErrorOf([&] { other.Apply(changes.log, name, -1); }).Kind(), wire::ErrorKind::Policy);
     // Old answers are forgotten.
-    Raw("update zelmor_request set APPLY_TIME = APPLY_TIME - 30 * 86400");
+    Raw("update zelmor_outcome set APPLY_TIME = APPLY_TIME - 30 * 86400");
     Restart();
-    EXPECT_EQ(RawText("select count(*) from zelmor_request"), u"0"_s);
+    EXPECT_EQ(RawText("select count(*) from zelmor_outcome"), u"0"_s);
 }
 
 TEST_F(ResolverTest, LogsThatCannotBeAppliedRaiseAndStoreNothing)

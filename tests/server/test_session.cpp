@@ -44,7 +44,7 @@ TEST_F(SessionTest, PolicyRefusesWhatClientsMayNotDo)
 {
     Client client = LoggedIn();
     for (const QString& table :
-        {u"zelmor_account"_s, u"zelmor_audit"_s, u"zelmor_request"_s, u"ZELMOR_META"_s}) {
+        {u"zelmor_account"_s, u"zelmor_audit"_s, u"zelmor_outcome"_s, u"ZELMOR_META"_s}) {
         const QString text = u"select a.* from %1 a"_s.arg(table);
         EXPECT_EQ(ErrorOf([&] { client.Query(text); }).Kind(), ErrorKind::Policy) << text.toStdString();
         // Once an administrator has asked, clients are refused all the same.

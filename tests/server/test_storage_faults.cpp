@@ -1,5 +1,8 @@
 #include "demo/Schema.h"
 #include "server/provider/Resolver.h"
+#include "server/storage/Pool.h"
+#include "server/storage/sqlite/SqliteConnection.h"
+#include "server/storage/sqlite/SqliteStorage.h"
 #include "tests/server/ServerFixture.h"
 
 #include <QFile>
@@ -129,9 +132,13 @@ TEST_F(StorageFaultTest, FullDiskUndoesTheSaveAndSaysSo)
     for (qsizetype row = 0; row < rows.RowCount(); ++row)
         changes.Update(row, {{u"REMARK"_s, QString(150, u'备')}});
     {
-        storage::ConnectionPool pool(File());
-        storage::WriteTransaction transaction(pool);
-        transaction->Base().Execute("pragma max_page_count = 1"); // it cannot shrink: not a page more
+        Options options;
+        options.dataDir = folder_.path();
+        storage::ConnectionPool pool(storage::OpenSqlite(options, {}), 1);
+        storage::Transaction transaction(pool);
+        static_cast<storage::SqliteConnection&>(*transaction)
+            .Base()
+            .Execute("pragma max_page_count = 1"); // it cannot shrink: not a page more
         const wire::Error error = ErrorOf([&] { ApplyChanges(*transaction, changes.log, -1, {{}, {}, {}}); });
         EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
         EXPECT_TRUE(error.Message().contains(u"磁盘空间不足"_s)) << error.what();

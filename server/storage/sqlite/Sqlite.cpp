@@ -1,4 +1,4 @@
-#include "server/storage/Sqlite.h"
+#include "server/storage/sqlite/Sqlite.h"
 
 #include "server/Texts.h"
 #include "server/dialect/SqliteFunctions.h"

@@ -4,9 +4,6 @@
 
 namespace storage {
 
-// Version of the tables that the server keeps for itself.
-inline constexpr int kSchemaVersion = 1;
-
 // Makes sure that the folder holds a complete database and gives the path of its file. A new one is built
 // under another name and takes its own only when it is whole, so that one whose making was cut short is never
 // used. Raises wire::Error (Storage).

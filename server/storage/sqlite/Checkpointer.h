@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/storage/Sqlite.h"
+#include "server/storage/sqlite/Sqlite.h"
 
 #include <condition_variable>
 #include <mutex>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "server/dialect/Dialect.h"
-#include "server/storage/Sqlite.h"
+#include "server/storage/sqlite/Sqlite.h"
 
 #include <QHash>
 
@@ -9,9 +9,9 @@ namespace storage {
 
 // The tables of a database as it declares them itself: column types, widths, primary keys, indexes. Read
 // once; never changes afterwards, so it may be shared between threads.
-class DatabaseCatalog final : public dialect::Catalog {
+class SqliteCatalog final : public dialect::Catalog {
 public:
-    explicit DatabaseCatalog(Database& database);
+    explicit SqliteCatalog(Database& database);
     const dialect::CatalogTable* Find(QStringView tableName) const override;
 
 private:

@@ -1,4 +1,4 @@
-#include "server/storage/Checkpointer.h"
+#include "server/storage/sqlite/Checkpointer.h"
 
 namespace storage {
 namespace {

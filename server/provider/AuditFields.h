@@ -1,7 +1,9 @@
 #pragma once
 
-#include "server/storage/Sqlite.h"
 #include "wire/Messages.h"
+
+#include <string>
+#include <string_view>
 
 namespace server {
 
@@ -25,17 +27,6 @@ private:
     void AddName(std::string_view name);
 
     std::string text_;
-};
-
-// Writes who changed what, in the transaction of the change itself.
-class AuditTrail {
-public:
-    AuditTrail(storage::Database& database, const Caller& caller, const QString& table);
-    // `action`: insert, update, delete or statement; `key`: the row's primary key, its parts joined by ";".
-    void Write(std::string_view action, std::string_view key, std::string_view fields);
-
-private:
-    storage::Statement insert_;
 };
 
 } // namespace server

@@ -1,4 +1,4 @@
-#include "server/provider/AuditTrail.h"
+#include "server/provider/AuditFields.h"
 
 #include <QStringConverter>
 
@@ -95,26 +95,6 @@ std::string_view AuditFields::Finish()
 {
     text_ += text_.empty() ? "{}" : "}";
     return text_;
-}
-
-AuditTrail::AuditTrail(storage::Database& database, const Caller& caller, const QString& table)
-    : insert_(
-        database.Prepare("insert into zelmor_audit(AUDIT_DATE, ACCOUNT, EMPLOYEE_NAME, PEER, TABLE_NAME, "
-                         "ACTION, ROW_KEY, FIELDS) values(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)"))
-{
-    insert_.BindInteger(1, caller.now.seconds);
-    insert_.Bind(2, caller.identity.account);
-    insert_.Bind(3, wire::TextValue(caller.identity.employeeName));
-    insert_.Bind(4, wire::TextValue(caller.peer));
-    insert_.Bind(5, table);
-}
-
-void AuditTrail::Write(std::string_view action, std::string_view key, std::string_view fields)
-{
-    insert_.BindUtf8(6, action);
-    insert_.BindUtf8(7, key);
-    insert_.BindUtf8(8, fields);
-    insert_.Execute();
 }
 
 } // namespace server

@@ -1,9 +1,8 @@
-#include "server/storage/RowReader.h"
+#include "server/storage/RowStream.h"
 
 #include "server/Texts.h"
 
 #include <array>
-#include <cmath>
 #include <condition_variable>
 #include <deque>
 #include <exception>
@@ -18,42 +17,12 @@ namespace {
 constexpr qsizetype kPlainRows = 8;
 constexpr size_t kBlocksInFlight = 4;
 
-void ReadCell(sqlite3_value* value, wire::CellBlock& cells)
-{
-    if (cells.Type() == wire::ColumnType::Text) {
-        const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
-        if (text)
-            cells.AddText(text, sqlite3_value_bytes(value));
-        else
-            cells.AddNull();
-        return;
-    }
-    const int type = sqlite3_value_type(value);
-    if (type == SQLITE_NULL)
-        cells.AddNull();
-    else if (cells.Type() == wire::ColumnType::Number)
-        cells.AddNumber(sqlite3_value_double(value));
-    else if (type == SQLITE_INTEGER)
-        cells.AddInteger(sqlite3_value_int64(value));
-    else // computed: half a second more or less is rounding
-        cells.AddInteger(std::llround(sqlite3_value_double(value)));
-}
-
-// Fills the blocks from the statement; false when it came to its end.
-bool FillBlocks(Statement& statement, CellBlocks& blocks)
+// Fills the blocks anew; false when that was the end.
+bool FillBlocks(RowSource& source, CellBlocks& blocks)
 {
     for (wire::CellBlock& cells : blocks)
         cells.Clear();
-    sqlite3_stmt* const handle = statement.Handle();
-    const int columns = static_cast<int>(blocks.size());
-    for (qsizetype row = 0; row < wire::CellBlock::kRows; ++row) {
-        if (!statement.Step())
-            return false;
-        // The connection belongs to this thread, so its values are as good as protected ones.
-        for (int i = 0; i < columns; ++i)
-            ReadCell(sqlite3_column_value(handle, i), blocks[static_cast<size_t>(i)]);
-    }
-    return true;
+    return source.Fill(blocks);
 }
 
 qsizetype RowCount(const CellBlocks& blocks)
@@ -61,11 +30,11 @@ qsizetype RowCount(const CellBlocks& blocks)
     return blocks.front().RowCount();
 }
 
-// Steps a statement on a thread of its own, some blocks ahead of whoever takes them.
+// Reads a query on a thread of its own, some blocks ahead of whoever takes them.
 class ReadAhead {
 public:
-    ReadAhead(Statement& statement, const CellBlocks& like)
-        : statement_(statement)
+    ReadAhead(RowSource& source, const CellBlocks& like)
+        : source_(source)
     {
         blocks_.fill(like);
         for (CellBlocks& blocks : blocks_)
@@ -123,7 +92,7 @@ private:
                     blocks = free_.front();
                     free_.pop_front();
                 }
-                more = FillBlocks(statement_, *blocks);
+                more = FillBlocks(source_, *blocks);
                 {
                     const std::lock_guard lock(mutex_);
                     if (RowCount(*blocks) > 0)
@@ -141,7 +110,7 @@ private:
         changed_.notify_all();
     }
 
-    Statement& statement_;
+    RowSource& source_;
     std::array<CellBlocks, kBlocksInFlight> blocks_;
     std::mutex mutex_;
     std::condition_variable changed_;
@@ -205,6 +174,8 @@ private:
 
 } // namespace
 
+RowSource::~RowSource() = default;
+
 CellBlocks MakeCellBlocks(std::span<const wire::ColumnInfo> infos)
 {
     CellBlocks blocks;
@@ -214,10 +185,9 @@ CellBlocks MakeCellBlocks(std::span<const wire::ColumnInfo> infos)
     return blocks;
 }
 
-qint64 ReadRows(Statement& statement, CellBlocks& scratch, const ReadLimits& limits, wire::ReplySink& sink)
+qint64 StreamRows(RowSource& source, CellBlocks& scratch, const ReadLimits& limits, wire::ReplySink& sink)
 {
-    const ResetGuard reset(statement);
-    const bool more = FillBlocks(statement, scratch);
+    const bool more = FillBlocks(source, scratch);
     if (RowCount(scratch) == 0)
         return 0;
     Encoder encoder(scratch, limits, sink);
@@ -229,7 +199,7 @@ qint64 ReadRows(Statement& statement, CellBlocks& scratch, const ReadLimits& lim
     like.reserve(scratch.size());
     for (const wire::CellBlock& cells : scratch)
         like.emplace_back(cells.Type());
-    ReadAhead ahead(statement, like);
+    ReadAhead ahead(source, like);
     encoder.Append(scratch);
     while (CellBlocks* blocks = ahead.Take()) {
         encoder.Append(*blocks);

@@ -1,9 +1,10 @@
-#include "server/storage/Creation.h"
+#include "server/storage/sqlite/SqliteCreation.h"
 
 #include "demo/Generator.h"
 #include "server/Texts.h"
-#include "server/accounts/PasswordHash.h"
-#include "server/storage/Sqlite.h"
+#include "server/storage/OwnTables.h"
+#include "server/storage/sqlite/Sqlite.h"
+#include "server/storage/sqlite/SqliteRowWriter.h"
 
 #include <QDir>
 #include <QFile>
@@ -19,45 +20,11 @@ namespace {
 
 namespace texts = server::texts;
 
-// Tables of the server's own. Clients reach none of them.
-constexpr auto kOwnTables = R"(
-create table zelmor_meta(
-    NAME TEXT(40) not null primary key,
-    VALUE TEXT(200));
-create table zelmor_account(
-    ACCOUNT TEXT(30) not null primary key,
-    PASSWORD_HASH TEXT(128) not null,
-    EMPLOYEE_CODE TEXT(20) not null,
-    USER_TYPE TEXT(10),
-    RIGHTS TEXT(3) not null,
-    DESCRIPTION TEXT(100),
-    CREATE_DATE DATE not null);
-create table zelmor_audit(
-    AUDIT_ID INTEGER primary key,
-    AUDIT_DATE DATE not null,
-    ACCOUNT TEXT(30) not null,
-    EMPLOYEE_NAME TEXT(30),
-    PEER TEXT(100),
-    TABLE_NAME TEXT(40) not null,
-    ACTION TEXT(10) not null,
-    ROW_KEY TEXT(200),
-    FIELDS TEXT(4000));
-create index ZELMOR_AUDIT_I on zelmor_audit(AUDIT_DATE);
-create table zelmor_request(
-    CLIENT BLOB not null,
-    NUMBER INTEGER not null,
-    ACCOUNT TEXT(30) not null,
-    APPLY_TIME INTEGER not null,
-    OUTCOME BLOB not null,
-    primary key(CLIENT, NUMBER));
-create index ZELMOR_REQUEST_I on zelmor_request(APPLY_TIME);
-)";
-
 std::string TypeName(const demo::ColumnDef& column)
 {
     switch (column.type) {
     case wire::ColumnType::Text:
-        return "TEXT(" + std::to_string(column.width) + ")";
+        return column.width > 0 ? "TEXT(" + std::to_string(column.width) + ")" : "TEXT";
     case wire::ColumnType::Integer:
         return "INTEGER";
     case wire::ColumnType::Number:
@@ -105,10 +72,7 @@ public:
 
     void BeginTable(const demo::TableDef& table) override
     {
-        std::string sql = "insert into " + Quoted(table.name) + " values(";
-        for (size_t i = 0; i < table.columns.size(); ++i)
-            sql += i == 0 ? "?" : ",?";
-        insert_.emplace(database_.Prepare(sql + ")"));
+        insert_.emplace(database_.Prepare(InsertText(table, "insert into ")));
     }
 
     void Row(std::span<const wire::Value> values) override
@@ -125,36 +89,28 @@ private:
     std::optional<Statement> insert_;
 };
 
-void SetMeta(Database& database, const QString& name, const QString& value)
+void InsertRows(
+    Database& database, const demo::TableDef& table, const std::vector<std::vector<wire::Value>>& rows)
 {
-    Statement insert = database.Prepare("insert into zelmor_meta(NAME, VALUE) values(?1, ?2)");
-    insert.Bind(1, name);
-    insert.Bind(2, value);
-    insert.Execute();
+    BulkLoader loader(database);
+    loader.BeginTable(table);
+    for (const std::vector<wire::Value>& row : rows)
+        loader.Row(row);
+    loader.EndTable();
 }
 
-void AddDemoAccounts(Database& database, wire::DateTime now)
+void CreateTables(Database& database, const std::vector<demo::TableDef>& tables)
 {
-    Statement insert = database.Prepare("insert into zelmor_account values(?1, ?2, ?3, ?4, ?5, ?6, ?7)");
-    for (const demo::Login& login : demo::Logins()) {
-        insert.Bind(1, login.account);
-        insert.Bind(2, server::HashPassword(demo::DemoPassword()));
-        insert.Bind(3, login.employeeCode);
-        insert.Bind(4, wire::TextValue(login.userType));
-        insert.Bind(5, login.rights);
-        insert.Bind(6, wire::TextValue(login.description));
-        insert.BindInteger(7, now.seconds);
-        insert.Execute();
-    }
+    for (const demo::TableDef& table : tables)
+        database.Execute(CreateTableText(table));
 }
 
 void Fill(const QString& file, const server::Options& options, wire::DateTime now)
 {
     Database database(file, OpenMode::Fill);
     database.Execute("begin exclusive");
-    database.Execute(kOwnTables);
-    for (const demo::TableDef& table : demo::Schema())
-        database.Execute(CreateTableText(table));
+    CreateTables(database, OwnTables());
+    CreateTables(database, demo::Schema());
     if (!options.demo.isEmpty()) {
         demo::GeneratorOptions generator;
         generator.orders = demo::OrdersOf(options.demo);
@@ -162,19 +118,19 @@ void Fill(const QString& file, const server::Options& options, wire::DateTime no
         generator.onProgress = options.onProgress;
         BulkLoader loader(database);
         demo::Generate(generator, loader);
-        AddDemoAccounts(database, now);
+        InsertRows(database, AccountTable(), DemoAccounts(now));
         if (options.onProgress)
             options.onProgress(texts::MakingIndexes(), 100);
     }
+    for (const demo::TableDef& table : OwnTables())
+        CreateIndexes(database, table);
     for (const demo::TableDef& table : demo::Schema())
         CreateIndexes(database, table);
     database.Execute("commit; pragma analysis_limit=2000; analyze");
     // This last change is written with all the care that the rows before it went without: it takes everything
     // to the disk.
     database.Execute("pragma journal_mode=delete; pragma synchronous=full");
-    SetMeta(database, u"version"_s, QString::number(kSchemaVersion));
-    if (!options.demo.isEmpty())
-        SetMeta(database, u"demo"_s, options.demo);
+    InsertRows(database, MetaTable(), MetaRows(options.demo));
 }
 
 void RemoveLeftovers(const QString& file)
@@ -184,7 +140,7 @@ void RemoveLeftovers(const QString& file)
 }
 
 // Raises where the file is not a database of ours, or one that this program is too old for.
-void CheckVersion(const QString& file)
+int VersionOf(const QString& file)
 {
     Database database(file, OpenMode::Look);
     Statement own = database.Prepare("select 1 from sqlite_schema where name = 'zelmor_meta'");
@@ -194,6 +150,26 @@ void CheckVersion(const QString& file)
     const QString version = query.Step() ? query.Text(0) : QString();
     if (version.toInt() > kSchemaVersion)
         throw wire::Error(wire::ErrorKind::Storage, texts::NewerDatabase(version));
+    return version.toInt();
+}
+
+// Brings a database of an older program up to date, all or nothing.
+void Upgrade(const QString& file)
+{
+    Database database(file, OpenMode::Serve);
+    database.Execute("begin immediate");
+    // Another program may have been faster.
+    Statement query = database.Prepare("select VALUE from zelmor_meta where NAME = 'version'");
+    const int version = query.Step() ? query.Text(0).toInt() : 0;
+    query.Reset();
+    if (version < 2) {
+        // Outcomes were kept as bytes; what they are kept for is minutes old at most.
+        database.Execute("drop table zelmor_request");
+        database.Execute(CreateTableText(OutcomeTable()));
+        CreateIndexes(database, OutcomeTable());
+    }
+    database.Execute("update zelmor_meta set VALUE = '" + std::to_string(kSchemaVersion)
+        + "' where NAME = 'version'; commit");
 }
 
 } // namespace
@@ -206,7 +182,8 @@ QString EnsureDatabase(const server::Options& options, wire::DateTime now)
     const QString file = folder.absoluteFilePath(u"zelmor.db"_s);
     const auto exists = [&file] { return QFileInfo(file).size() > 0; };
     if (exists()) {
-        CheckVersion(file);
+        if (VersionOf(file) < kSchemaVersion)
+            Upgrade(file);
         return file;
     }
 

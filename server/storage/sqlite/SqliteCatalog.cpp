@@ -1,4 +1,4 @@
-#include "server/storage/DatabaseCatalog.h"
+#include "server/storage/sqlite/SqliteCatalog.h"
 
 #include "demo/Schema.h"
 
@@ -31,7 +31,7 @@ std::optional<DeclaredType> ReadType(const QString& declared)
 
 } // namespace
 
-DatabaseCatalog::DatabaseCatalog(Database& database)
+SqliteCatalog::SqliteCatalog(Database& database)
 {
     Statement names =
         database.Prepare("select name from sqlite_schema where type = 'table' and name not like 'sqlite_%'");
@@ -72,7 +72,7 @@ DatabaseCatalog::DatabaseCatalog(Database& database)
     }
 }
 
-const dialect::CatalogTable* DatabaseCatalog::Find(QStringView tableName) const
+const dialect::CatalogTable* SqliteCatalog::Find(QStringView tableName) const
 {
     const auto found = tables_.constFind(tableName.toString().toUpper());
     return found == tables_.constEnd() ? nullptr : &*found;

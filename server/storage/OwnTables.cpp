@@ -1,0 +1,92 @@
+#include "server/storage/OwnTables.h"
+
+#include "demo/Generator.h"
+#include "server/accounts/PasswordHash.h"
+
+using namespace Qt::Literals::StringLiterals;
+using wire::ColumnType;
+
+namespace storage {
+
+const demo::TableDef& MetaTable()
+{
+    static const demo::TableDef table{
+        .name = u"zelmor_meta"_s,
+        .columns = {{u"NAME"_s, ColumnType::Text, 40}, {u"VALUE"_s, ColumnType::Text, 200}},
+        .primaryKey = {u"NAME"_s},
+        .primaryKeyName = u"ZELMOR_META_P"_s,
+    };
+    return table;
+}
+
+const demo::TableDef& AccountTable()
+{
+    static const demo::TableDef table{
+        .name = u"zelmor_account"_s,
+        .columns = {{u"ACCOUNT"_s, ColumnType::Text, 30}, {u"PASSWORD_HASH"_s, ColumnType::Text, 128},
+            {u"EMPLOYEE_CODE"_s, ColumnType::Text, 20}, {u"USER_TYPE"_s, ColumnType::Text, 10},
+            {u"RIGHTS"_s, ColumnType::Text, 3}, {u"DESCRIPTION"_s, ColumnType::Text, 100},
+            {u"CREATE_DATE"_s, ColumnType::DateTime}},
+        .primaryKey = {u"ACCOUNT"_s},
+        .primaryKeyName = u"ZELMOR_ACCOUNT_P"_s,
+    };
+    return table;
+}
+
+const demo::TableDef& AuditTable()
+{
+    static const demo::TableDef table{
+        .name = u"zelmor_audit"_s,
+        .columns = {{u"AUDIT_ID"_s, ColumnType::Integer}, {u"AUDIT_DATE"_s, ColumnType::DateTime},
+            {u"ACCOUNT"_s, ColumnType::Text, 30}, {u"EMPLOYEE_NAME"_s, ColumnType::Text, 30},
+            {u"PEER"_s, ColumnType::Text, 100}, {u"TABLE_NAME"_s, ColumnType::Text, 40},
+            {u"ACTION"_s, ColumnType::Text, 10}, {u"ROW_KEY"_s, ColumnType::Text, 200},
+            {u"FIELDS"_s, ColumnType::Text}},
+        .primaryKey = {u"AUDIT_ID"_s},
+        .primaryKeyName = u"ZELMOR_AUDIT_P"_s,
+        // By time only: an index by row key would cost every save more than it ever gives back.
+        .indexes = {{u"ZELMOR_AUDIT_I"_s, {u"AUDIT_DATE"_s}}},
+    };
+    return table;
+}
+
+const demo::TableDef& OutcomeTable()
+{
+    static const demo::TableDef table{
+        .name = u"zelmor_outcome"_s,
+        .columns = {{u"CLIENT"_s, ColumnType::Text, 32}, {u"SERIAL"_s, ColumnType::Integer},
+            {u"ACCOUNT"_s, ColumnType::Text, 30}, {u"APPLY_TIME"_s, ColumnType::Integer},
+            {u"OUTCOME"_s, ColumnType::Text}},
+        .primaryKey = {u"CLIENT"_s, u"SERIAL"_s},
+        .primaryKeyName = u"ZELMOR_OUTCOME_P"_s,
+        .indexes = {{u"ZELMOR_OUTCOME_I"_s, {u"APPLY_TIME"_s}}},
+    };
+    return table;
+}
+
+const std::vector<demo::TableDef>& OwnTables()
+{
+    static const std::vector<demo::TableDef> tables{
+        MetaTable(), AccountTable(), AuditTable(), OutcomeTable()};
+    return tables;
+}
+
+std::vector<std::vector<wire::Value>> DemoAccounts(wire::DateTime now)
+{
+    std::vector<std::vector<wire::Value>> rows;
+    for (const demo::Login& login : demo::Logins()) {
+        rows.push_back({login.account, server::HashPassword(demo::DemoPassword()), login.employeeCode,
+            wire::TextValue(login.userType), login.rights, wire::TextValue(login.description), now});
+    }
+    return rows;
+}
+
+std::vector<std::vector<wire::Value>> MetaRows(const QString& demo)
+{
+    std::vector<std::vector<wire::Value>> rows{{u"version"_s, QString::number(kSchemaVersion)}};
+    if (!demo.isEmpty())
+        rows.push_back({u"demo"_s, demo});
+    return rows;
+}
+
+} // namespace storage

@@ -1,0 +1,102 @@
+#include "server/storage/Pool.h"
+
+#include <QRandomGenerator>
+
+#include <algorithm>
+#include <thread>
+
+namespace storage {
+namespace {
+
+// Together about six seconds: the time that a database needs to change over to its standby or to start again.
+constexpr int kAttempts = 10;
+constexpr int kFirstPause = 10; // milliseconds
+constexpr int kLongestPause = 1000;
+
+} // namespace
+
+ConnectionPool::ConnectionPool(std::unique_ptr<Backend> backend, int connections)
+    : backend_(std::move(backend))
+    , catalog_(backend_->Catalog())
+{
+    state_.most = std::max(connections, 1);
+}
+
+ConnectionPool::~ConnectionPool() = default;
+
+ConnectionPool::Lease ConnectionPool::Lend()
+{
+    std::vector<std::unique_ptr<Connection>> broken; // closed after the lock is released
+    {
+        std::unique_lock lock(mutex_);
+        ++state_.waiting;
+        returned_.wait(lock, [this] { return !idle_.empty() || state_.lent < state_.most; });
+        --state_.waiting;
+        ++state_.lent;
+        while (!idle_.empty()) {
+            std::unique_ptr<Connection> connection = std::move(idle_.back());
+            idle_.pop_back();
+            if (connection->IsUsable())
+                return {*this, std::move(connection)};
+            broken.push_back(std::move(connection));
+        }
+    }
+    try {
+        return {*this, backend_->Connect()};
+    } catch (...) {
+        GiveBack(nullptr);
+        throw;
+    }
+}
+
+void ConnectionPool::GiveBack(std::unique_ptr<Connection> connection) noexcept
+{
+    const bool usable = connection && connection->IsUsable();
+    {
+        const std::lock_guard lock(mutex_);
+        --state_.lent;
+        if (usable)
+            idle_.push_back(std::move(connection));
+    }
+    returned_.notify_one();
+}
+
+server::PoolState ConnectionPool::State()
+{
+    const std::lock_guard lock(mutex_);
+    server::PoolState state = state_;
+    state.idle = static_cast<int>(idle_.size());
+    return state;
+}
+
+Transaction::Transaction(ConnectionPool& pool)
+    : turn_(pool.backend_->HasOneWriter() ? std::unique_lock(pool.writer_) : std::unique_lock<std::mutex>())
+    , lease_(pool.Lend())
+{
+    lease_->Begin();
+    open_ = true;
+}
+
+Transaction::~Transaction()
+{
+    if (open_)
+        lease_->Rollback();
+}
+
+void Transaction::Commit()
+{
+    lease_->Commit();
+    open_ = false;
+}
+
+void PauseOrRethrow(int attempt, bool repeatable)
+{
+    if (!repeatable || attempt >= kAttempts)
+        throw;
+    const int longest = std::min(kFirstPause << (attempt - 1), kLongestPause);
+    // Not all at the same moment.
+    const int pause = QRandomGenerator::global()->bounded(longest / 2, longest + 1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(pause));
+}
+
+} // namespace storage

@@ -1,0 +1,199 @@
+#include "server/storage/sqlite/SqliteConnection.h"
+
+#include "server/dialect/SqliteFunctions.h"
+#include "server/storage/sqlite/SqliteRowWriter.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace storage {
+namespace {
+
+constexpr size_t kPreparedStatements = 200;
+// Virtual machine instructions between two questions whether to stop.
+constexpr int kStopInterval = 5000;
+
+void ReadCell(sqlite3_value* value, wire::CellBlock& cells)
+{
+    if (cells.Type() == wire::ColumnType::Text) {
+        const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
+        if (text)
+            cells.AddText(text, sqlite3_value_bytes(value));
+        else
+            cells.AddNull();
+        return;
+    }
+    const int type = sqlite3_value_type(value);
+    if (type == SQLITE_NULL)
+        cells.AddNull();
+    else if (cells.Type() == wire::ColumnType::Number)
+        cells.AddNumber(sqlite3_value_double(value));
+    else if (type == SQLITE_INTEGER)
+        cells.AddInteger(sqlite3_value_int64(value));
+    else // computed: half a second more or less is rounding
+        cells.AddInteger(std::llround(sqlite3_value_double(value)));
+}
+
+// The rows of a bound statement.
+class StatementRows final : public RowSource {
+public:
+    explicit StatementRows(Statement& statement)
+        : statement_(statement)
+        , reset_(statement)
+    {
+    }
+
+    bool Fill(CellBlocks& blocks) override
+    {
+        sqlite3_stmt* const handle = statement_.Handle();
+        const int columns = static_cast<int>(blocks.size());
+        for (qsizetype row = 0; row < wire::CellBlock::kRows; ++row) {
+            if (!statement_.Step())
+                return false;
+            // The connection belongs to this thread, so its values are as good as protected ones.
+            for (int i = 0; i < columns; ++i)
+                ReadCell(sqlite3_column_value(handle, i), blocks[static_cast<size_t>(i)]);
+        }
+        return true;
+    }
+
+private:
+    Statement& statement_;
+    ResetGuard reset_;
+};
+
+} // namespace
+
+SqliteConnection::SqliteConnection(const QString& file, std::shared_ptr<const dialect::Catalog> catalog)
+    : Connection(std::move(catalog), dialect::Target::Sqlite)
+    , database_(file, OpenMode::Serve)
+{
+    const int code = dialect::RegisterFunctions(database_.Handle());
+    if (code != SQLITE_OK)
+        RaiseError(database_.Handle(), code);
+}
+
+SqliteConnection::~SqliteConnection() = default;
+
+qint64 SqliteConnection::Query(
+    const dialect::Translated& select, wire::DateTime now, const ReadLimits& limits, wire::ReplySink& sink)
+{
+    Prepared& prepared = Prepare(select, now);
+    StatementRows rows(prepared.statement);
+    return StreamRows(rows, prepared.scratch, limits, sink);
+}
+
+qint64 SqliteConnection::Execute(const dialect::Translated& update, wire::DateTime now)
+{
+    Prepare(update, now).statement.Execute();
+    return database_.Changes();
+}
+
+std::vector<Row> SqliteConnection::Select(
+    std::string_view sql, std::span<const wire::Value> parameters, std::span<const wire::ColumnType> types)
+{
+    Statement& statement = Own(sql, parameters);
+    const ResetGuard reset(statement);
+    std::vector<Row> rows;
+    while (statement.Step()) {
+        Row& row = rows.emplace_back();
+        for (size_t i = 0; i < types.size(); ++i)
+            row.push_back(statement.Value(static_cast<int>(i), types[i]));
+    }
+    return rows;
+}
+
+qint64 SqliteConnection::Change(std::string_view sql, std::span<const wire::Value> parameters)
+{
+    Own(sql, parameters).Execute();
+    return database_.Changes();
+}
+
+bool SqliteConnection::Insert(const demo::TableDef& table, std::span<const wire::Value> values)
+{
+    Statement& statement = Own(InsertText(table, "insert or ignore into "), values);
+    statement.Execute();
+    return database_.Changes() > 0;
+}
+
+std::unique_ptr<RowWriter> SqliteConnection::WriteRows(const WriteTarget& target)
+{
+    return std::make_unique<SqliteRowWriter>(database_, target);
+}
+
+void SqliteConnection::Begin()
+{
+    database_.Execute("begin immediate");
+}
+
+void SqliteConnection::Commit()
+{
+    database_.Execute("commit");
+}
+
+void SqliteConnection::Rollback() noexcept
+{
+    // One that fails leaves nothing to do: SQLite has then undone the transaction itself.
+    sqlite3_exec(database_.Handle(), "rollback", nullptr, nullptr, nullptr);
+}
+
+void SqliteConnection::SetSavepoint()
+{
+    database_.Execute("savepoint change_log");
+}
+
+void SqliteConnection::RollbackToSavepoint()
+{
+    database_.Execute("rollback to change_log");
+}
+
+void SqliteConnection::SetStop(StopSignal* stop) noexcept
+{
+    if (stop == nullptr) {
+        sqlite3_progress_handler(database_.Handle(), 0, nullptr, nullptr);
+        return;
+    }
+    const auto ask = [](void* self) { return static_cast<StopSignal*>(self)->ShouldStop() ? 1 : 0; };
+    sqlite3_progress_handler(database_.Handle(), kStopInterval, ask, stop);
+}
+
+SqliteConnection::Prepared& SqliteConnection::Prepare(
+    const dialect::Translated& translated, wire::DateTime now)
+{
+    auto found = prepared_.find(translated.translation.get());
+    if (found == prepared_.end()) {
+        if (prepared_.size() >= kPreparedStatements) {
+            prepared_.erase(std::ranges::min_element(
+                prepared_, {}, [](const auto& item) { return item.second->lastUse; }));
+        }
+        const auto& translation = translated.translation;
+        auto prepared = std::make_unique<Prepared>(
+            Prepared{translation, database_.Prepare(translation->sql), MakeCellBlocks(translation->columns)});
+        found = prepared_.emplace(translation.get(), std::move(prepared)).first;
+    }
+    Prepared& prepared = *found->second;
+    prepared.lastUse = ++uses_;
+    int number = 0;
+    for (const dialect::Parameter& parameter : prepared.translation->parameters) {
+        ++number;
+        if (parameter.source == dialect::Parameter::Source::Now)
+            prepared.statement.BindInteger(number, now.seconds);
+        else
+            prepared.statement.Bind(number, translated.literals[static_cast<size_t>(parameter.literal)]);
+    }
+    return prepared;
+}
+
+Statement& SqliteConnection::Own(std::string_view sql, std::span<const wire::Value> parameters)
+{
+    std::string text(sql);
+    auto found = own_.find(text);
+    if (found == own_.end())
+        found = own_.emplace(std::move(text), database_.Prepare(sql)).first;
+    int number = 0;
+    for (const wire::Value& parameter : parameters)
+        found->second.Bind(++number, parameter);
+    return found->second;
+}
+
+} // namespace storage

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "server/storage/Storage.h"
+#include "server/storage/sqlite/Sqlite.h"
+
+#include <unordered_map>
+
+namespace storage {
+
+class SqliteConnection final : public Connection {
+public:
+    SqliteConnection(const QString& file, std::shared_ptr<const dialect::Catalog> catalog);
+    ~SqliteConnection() override;
+
+    Database& Base() noexcept { return database_; }
+
+    qint64 Query(const dialect::Translated& select, wire::DateTime now, const ReadLimits& limits,
+        wire::ReplySink& sink) override;
+    qint64 Execute(const dialect::Translated& update, wire::DateTime now) override;
+    std::vector<Row> Select(std::string_view sql, std::span<const wire::Value> parameters,
+        std::span<const wire::ColumnType> types) override;
+    qint64 Change(std::string_view sql, std::span<const wire::Value> parameters) override;
+    bool Insert(const demo::TableDef& table, std::span<const wire::Value> values) override;
+    std::unique_ptr<RowWriter> WriteRows(const WriteTarget& target) override;
+    void Begin() override;
+    void Commit() override;
+    void Rollback() noexcept override;
+    void SetSavepoint() override;
+    void RollbackToSavepoint() override;
+    void SetStop(StopSignal* stop) noexcept override;
+    bool IsUsable() noexcept override { return true; }
+
+private:
+    // A translation made ready here.
+    struct Prepared {
+        std::shared_ptr<const dialect::Translation> translation;
+        Statement statement;
+        CellBlocks scratch;
+        quint64 lastUse = 0;
+    };
+    // Valid until the next call; bound.
+    Prepared& Prepare(const dialect::Translated& translated, wire::DateTime now);
+    Statement& Own(std::string_view sql, std::span<const wire::Value> parameters);
+
+    Database database_;
+    std::unordered_map<const dialect::Translation*, std::unique_ptr<Prepared>> prepared_;
+    quint64 uses_ = 0;
+    std::unordered_map<std::string, Statement> own_; // a few dozen at most: their texts are the program's
+};
+
+} // namespace storage

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "server/storage/Storage.h"
+#include "server/storage/sqlite/Sqlite.h"
+
+#include <optional>
+#include <unordered_map>
+
+namespace storage {
+
+// "insert into TABLE(COLUMN, …) values(?, …)" of all columns of a table, with `verb` for "insert into ".
+std::string InsertText(const demo::TableDef& table, std::string_view verb);
+
+class SqliteRowWriter final : public RowWriter {
+public:
+    SqliteRowWriter(Database& database, const WriteTarget& target);
+
+    void Write(std::span<const RowWrite> rows, std::span<RowResult> results) override;
+    Row Present(std::span<const wire::Value> keys) override;
+
+private:
+    RowResult Write(const RowWrite& row);
+    // The statement for rows of this shape.
+    Statement& PreparedFor(const RowWrite& row);
+    std::string UpdateText(const RowWrite& row) const;
+    std::string InsertText(const RowWrite& row) const;
+    std::string DeleteText(const RowWrite& row) const;
+    std::string WhereKey(std::span<const Cell> checks) const;
+    void Audit(const RowWrite& row);
+
+    Database& database_;
+    WriteTarget target_;
+    Statement audit_;
+    std::optional<Statement> present_;
+    std::unordered_map<std::u16string, Statement> statements_; // by shape
+    std::u16string_view lastShape_; // of the map's own keys
+    Statement* last_ = nullptr;
+};
+
+} // namespace storage

@@ -1,0 +1,57 @@
+#include "server/storage/sqlite/SqliteStorage.h"
+
+#include "server/storage/sqlite/Checkpointer.h"
+#include "server/storage/sqlite/SqliteCatalog.h"
+#include "server/storage/sqlite/SqliteConnection.h"
+#include "server/storage/sqlite/SqliteCreation.h"
+
+#include <QDir>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace storage {
+namespace {
+
+std::shared_ptr<const SqliteCatalog> ReadCatalog(const QString& file)
+{
+    Database database(file, OpenMode::Serve);
+    return std::make_shared<const SqliteCatalog>(database);
+}
+
+class SqliteBackend final : public Backend {
+public:
+    explicit SqliteBackend(const QString& file)
+        : file_(file)
+        , catalog_(ReadCatalog(file))
+        , checkpointer_(file)
+    {
+    }
+
+    std::shared_ptr<const dialect::Catalog> Catalog() const override { return catalog_; }
+    std::unique_ptr<Connection> Connect() override
+    {
+        auto connection = std::make_unique<SqliteConnection>(file_, catalog_);
+        checkpointer_.Watch(connection->Base());
+        return connection;
+    }
+    bool HasOneWriter() const noexcept override { return true; }
+    QString Description() const override
+    {
+        return u"SQLite %1, %2"_s.arg(
+            QString::fromLatin1(sqlite3_libversion()), QDir::toNativeSeparators(file_));
+    }
+
+private:
+    QString file_;
+    std::shared_ptr<const SqliteCatalog> catalog_;
+    Checkpointer checkpointer_;
+};
+
+} // namespace
+
+std::unique_ptr<Backend> OpenSqlite(const server::Options& options, wire::DateTime now)
+{
+    return std::make_unique<SqliteBackend>(EnsureDatabase(options, now));
+}
+
+} // namespace storage
