@@ -2,9 +2,11 @@
 BUILD := build/release
 JOBS ?= $(shell nproc)
 SIZE ?= medium
+SECONDS ?= 60
 SOURCES = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: run test bench build setup sanitize pictures format check-format lint clean
+
+.PHONY: run test bench build setup sanitize fuzz pictures format check-format lint clean
 
 run: build
 	$(BUILD)/bin/zelmor-host --demo $(SIZE) --screenshots $(BUILD)/tour
@@ -26,6 +28,10 @@ sanitize: setup
 	@test -f build/sanitize/build.ninja || cmake --preset sanitize
 	cmake --build build/sanitize -j $(JOBS)
 	ctest --preset sanitize -j 2
+
+# Every fuzz target for SECONDS; a finding fails.
+fuzz: setup
+	scripts/fuzz.sh $(SECONDS)
 
 # The user guide's pictures, taken anew.
 pictures: build

@@ -3,13 +3,11 @@
 add_library(zelmor_options INTERFACE)
 target_compile_features(zelmor_options INTERFACE cxx_std_20)
 target_compile_options(zelmor_options INTERFACE
-    -Wall -Wextra -Wpedantic -Werror -Wnon-virtual-dtor -Woverloaded-virtual -Wshadow=local)
+    -Wall -Wextra -Wpedantic -Werror -Wnon-virtual-dtor -Woverloaded-virtual)
 # GCC 12 reports false positives in the standard library under -O2.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    target_compile_options(zelmor_options INTERFACE -Wno-error=restrict -Wno-error=stringop-overflow
-        -Wno-error=array-bounds -Wno-error=maybe-uninitialized -Wno-error=dangling-pointer)
-elseif(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-    target_compile_options(zelmor_options INTERFACE -Wno-shadow)
+    target_compile_options(zelmor_options INTERFACE -Wshadow=local -Wno-error=restrict
+        -Wno-error=stringop-overflow -Wno-error=array-bounds -Wno-error=maybe-uninitialized -Wno-error=dangling-pointer)
 endif()
 target_compile_definitions(zelmor_options INTERFACE
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING
@@ -20,6 +18,12 @@ target_include_directories(zelmor_options INTERFACE ${PROJECT_SOURCE_DIR})
 if(ZELMOR_SANITIZE)
     target_compile_options(zelmor_options INTERFACE -fsanitize=address,undefined
         -fno-sanitize-recover=undefined -fno-omit-frame-pointer -O1)
+    target_link_options(zelmor_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+if(ZELMOR_FUZZ)
+    target_compile_options(zelmor_options INTERFACE -fsanitize=fuzzer-no-link,address,undefined
+        -fno-sanitize-recover=undefined -fno-omit-frame-pointer -O1 -g1)
     target_link_options(zelmor_options INTERFACE -fsanitize=address,undefined)
 endif()
 

@@ -93,6 +93,9 @@ void Lexer::Read(QStringView text)
     literals_ = {};
     literals_.reserve(kUsualLiterals);
     openList_ = -1;
+    // In a literal it would end the statement for some databases, and is refused in values by others.
+    if (const Position nothing = text.indexOf(QChar(u'\0')); nothing >= 0)
+        throw SyntaxError(text_, nothing, texts::BadCharacter(QStringLiteral("U+0000")));
     for (SkipBlanks(); at_ < text_.size(); SkipBlanks()) {
         const QChar next = text_[at_];
         switch (ClassOf(next)) {
@@ -224,6 +227,8 @@ void Lexer::ReadNumber()
             value = value * 10 + (digit.unicode() - u'0');
         literals_.emplace_back(value);
         AddToShape(kIntegerMark);
+        if (digitsRead.size() > 1 && digitsRead[0] == u'0')
+            AddSpelling(digitsRead);
         Add(TokenKind::Integer, start, static_cast<int>(literals_.size()) - 1);
         return;
     }
@@ -233,6 +238,8 @@ void Lexer::ReadNumber()
         throw SyntaxError(text_, start, texts::BadNumber(QString::fromLatin1(number)));
     literals_.emplace_back(value);
     AddToShape(kNumberMark);
+    if (wire::ToText(literals_.back()) != digitsRead)
+        AddSpelling(digitsRead);
     Add(TokenKind::Number, start, static_cast<int>(literals_.size()) - 1);
 }
 
@@ -316,6 +323,12 @@ void Lexer::Add(TokenKind kind, Position start, int literal)
 void Lexer::AddToShape(char16_t mark)
 {
     shape_ += mark;
+}
+
+// Equal numbers, written otherwise, make columns of other names.
+void Lexer::AddSpelling(QStringView digits)
+{
+    shape_.append(digits.utf16(), static_cast<size_t>(digits.size()));
 }
 
 bool Lexer::LastIs(QStringView keyword) const

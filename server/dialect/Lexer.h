@@ -64,6 +64,7 @@ private:
     void FoldList();
     void Add(TokenKind kind, Position start, int literal = -1);
     void AddToShape(char16_t mark);
+    void AddSpelling(QStringView digits);
     bool LastIs(QStringView keyword) const;
 
     QStringView text_;

@@ -85,6 +85,7 @@ TEST(DialectRefusals, SayWhatIsWrongAndWhere)
             EXPECT_EQ(error.SqlText(), QString::fromUtf8(each.sql));
         }
     }
+    EXPECT_THROW(translator.Translate(u"select to_char(sysdate,'yyyy\0mm') x from dual"_s), wire::Error);
 }
 
 TEST(DialectRefusals, DeepNestingIsRefusedBeforeTheStackEnds)

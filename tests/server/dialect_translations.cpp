@@ -25,6 +25,8 @@ TEST(DialectTranslations, TextsThatDifferInLiteralsShareOne)
         u"select 2 as x from dual where sysdate > to_date('2024-01-02','yyyy-mm-dd')"_s));
     // What the translation depends on is no parameter.
     EXPECT_FALSE(same(u"select 1 from dual"_s, u"select 2 from dual"_s)) << "another column name";
+    EXPECT_FALSE(same(u"select 1 from dual"_s, u"select 01 from dual"_s));
+    EXPECT_FALSE(same(u"select 1.5 from dual"_s, u"select 1.50 from dual"_s));
     EXPECT_FALSE(
         same(u"select to_char(sysdate,'yyyy') x from dual"_s, u"select to_char(sysdate,'mm') x from dual"_s));
     EXPECT_FALSE(
