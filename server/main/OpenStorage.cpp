@@ -2,6 +2,9 @@
 
 #include "server/main/Settings.h"
 #include "server/operation/Secrets.h"
+#ifdef ZELMOR_STORAGE_POSTGRES
+#include "server/storage/postgres/PostgresStorage.h"
+#endif
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -11,14 +14,22 @@ Options StorageOptions(const Settings& settings)
 {
     Options options;
     options.dataDir = settings.Value(u"data"_s);
-    const QString storage = settings.Value(u"storage"_s);
-    if (storage.isEmpty() && options.dataDir.isEmpty())
+    const QString uri = settings.Value(u"storage"_s);
+    if (uri.isEmpty() && options.dataDir.isEmpty())
         throw UsageError(u"which database: --data DIR, --storage URI, or one of them in --config FILE"_s);
-    if (!storage.isEmpty() && !options.dataDir.isEmpty())
+    if (!uri.isEmpty() && !options.dataDir.isEmpty())
         throw UsageError(u"--data and --storage name two databases; give one"_s);
     options.connections = static_cast<int>(settings.Number(u"connections"_s, options.connections, 1, 1000));
-    if (storage.isEmpty())
+    if (uri.isEmpty())
         return options;
+#ifdef ZELMOR_STORAGE_POSTGRES
+    if (uri.startsWith(u"postgresql://") || uri.startsWith(u"postgres://")) {
+        options.open = [uri](const Options& server, wire::DateTime now) {
+            return storage::OpenPostgres(uri, server, now);
+        };
+        return options;
+    }
+#endif
     throw UsageError(u"--storage begins with postgresql:// or odbc:"_s);
 }
 

@@ -70,6 +70,11 @@ Options ReadOptions(const Settings& settings, const operation::Shared& operation
             operation->log.Info("demo_data", {{"stage", stage}, {"percent", percent}});
         lastPercent = percent;
     };
+    options.onRefusedRows = [operation](const RefusedRows& rows) {
+        operation->Refuse(operation::Refusal::Site,
+            {{"kind", "apply_updates"}, {"account", rows.who.account}, {"peer", rows.peer},
+                {"table", rows.table}, {"rows", rows.count}, {"first", rows.firstRow}});
+    };
     return options;
 }
 
@@ -88,7 +93,12 @@ ListenerOptions ReadListenerOptions(const Settings& settings, const operation::S
     options.loginTimeout = milliseconds(u"login-timeout"_s, options.loginTimeout);
     options.idleTimeout = milliseconds(u"idle-timeout"_s, options.idleTimeout);
     options.stopTimeout = milliseconds(u"stop-timeout"_s, options.stopTimeout);
-    options.log = [operation](const QString& line) { operation->log.Info("network", {{"message", line}}); };
+    options.maxPerAccount =
+        static_cast<int>(settings.Number(u"max-sessions-per-account"_s, options.maxPerAccount, 0, 100'000));
+    options.maxRequestBytes = static_cast<quint32>(settings.Number(
+        u"max-request-bytes"_s, wire::kMaxRequestBody, wire::kMaxLoginBody, wire::kMaxRequestBody));
+    options.tls = {settings.Value(u"tls-certificate"_s), settings.Value(u"tls-key"_s)};
+    options.operation = operation;
     return options;
 }
 
@@ -108,17 +118,8 @@ void WarnOfOpenSecrets(const Settings& settings, operation::Log& log)
                 {"file", settings.File().Path()}});
 }
 
-#ifdef SIGHUP
-void Reload(Listener&, operation::Log& log)
-{
-    NotifyReloading();
-    log.Info("reloaded");
-    NotifyServiceManager("READY=1");
-}
-#endif
-
 // Until a signal tells to stop.
-void RunUntilStopped(Listener& listener, operation::Log& log)
+void RunUntilStopped(Listener& listener)
 {
     std::signal(SIGINT, RequestStop);
     std::signal(SIGTERM, RequestStop);
@@ -126,12 +127,16 @@ void RunUntilStopped(Listener& listener, operation::Log& log)
     std::signal(SIGHUP, RequestReload);
 #endif
     QTimer signals;
-    QObject::connect(&signals, &QTimer::timeout, &signals, [&] {
+    QObject::connect(&signals, &QTimer::timeout, &signals, [&listener] {
         if (stopRequested != 0)
             QCoreApplication::quit();
 #ifdef SIGHUP
-        if (std::exchange(reloadRequested, 0) != 0)
-            Reload(listener, log);
+        if (reloadRequested != 0) {
+            reloadRequested = 0;
+            NotifyReloading();
+            listener.ReloadCertificates();
+            NotifyServiceManager("READY=1");
+        }
 #endif
     });
     signals.start(kSignalPoll);
@@ -149,9 +154,10 @@ int Serve(const QStringList& arguments)
         "  zelmor-server status    what a running server is doing\n"
         "  zelmor-server backup    a copy of the embedded database"_s,
         {u"config"_s, u"data"_s, u"storage"_s, u"connections"_s, u"demo"_s, u"now"_s, u"listen"_s,
-            u"plain-network"_s, u"max-sessions"_s, u"max-rows"_s, u"max-request-bytes"_s,
-            u"statement-timeout"_s, u"slow-statement"_s, u"login-timeout"_s, u"idle-timeout"_s,
-            u"stop-timeout"_s, u"metrics"_s, u"log-level"_s, u"log-format"_s});
+            u"tls-certificate"_s, u"tls-key"_s, u"plain-network"_s, u"max-sessions"_s,
+            u"max-sessions-per-account"_s, u"max-rows"_s, u"max-request-bytes"_s, u"statement-timeout"_s,
+            u"slow-statement"_s, u"login-timeout"_s, u"idle-timeout"_s, u"stop-timeout"_s, u"metrics"_s,
+            u"log-level"_s, u"log-format"_s});
     settings.Read(arguments);
     settings.RequireNoWords();
 
@@ -188,7 +194,7 @@ int Serve(const QStringList& arguments)
             {"metrics", metrics ? metrics->Port() : 0}});
     NotifyServiceManager("READY=1");
 
-    RunUntilStopped(listener, log);
+    RunUntilStopped(listener);
     NotifyServiceManager("STOPPING=1");
     log.Info("stopping", {{"sessions", listener.ConnectionCount()}});
     metrics.reset();

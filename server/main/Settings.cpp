@@ -28,6 +28,7 @@ constexpr Option kOptions[] = {
     {u"tls-key", u"FILE", u"Private key of the certificate (PEM)."},
     {u"plain-network", nullptr, u"Serve other machines although connections are not enciphered."},
     {u"max-sessions", u"N", u"Clients connected at a time; 1000 unless given."},
+    {u"max-sessions-per-account", u"N", u"The same of one account, two a desk; any number unless given."},
     {u"max-rows", u"N", u"Rows of one query; 2000000 unless given."},
     {u"max-request-bytes", u"N", u"Bytes of one request; 33554432 unless given, and at most."},
     {u"statement-timeout", u"SECONDS", u"A request that runs longer is stopped; 300 unless given."},
@@ -38,6 +39,7 @@ constexpr Option kOptions[] = {
     {u"to", u"FILE", u"Where the copy is to be."},
     {u"user-type", u"TYPE", u"add: 2 may open sites for marketplace orders."},
     {u"rights", u"CODE", u"add: rights code of the account's screens, three characters, each 0 or 1."},
+    {u"role", u"ROLE", u"add: reader, clerk, centre or headquarters; the account's site tells unless given."},
     {u"metrics", u"ADDR:PORT",
         u"Figures for Prometheus (/metrics) and for “zelmor-server status”, on an address of this machine's "
         u"own."},

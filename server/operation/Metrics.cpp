@@ -30,7 +30,7 @@ QByteArray Label(const char* name, const char* value)
 // The shortest text that reads as the same number.
 QByteArray Number(double value)
 {
-    return QByteArray::number(value, 'g', QLocale::FloatingPointShortest);
+    return QByteArray::number(value, 'f', QLocale::FloatingPointShortest);
 }
 
 void AppendSample(QByteArray& out, const QByteArray& name, const QByteArray& labels, const QByteArray& value)

@@ -114,7 +114,7 @@ private:
         const bool head = line[0] == "HEAD";
         if (line[0] != "GET" && !head)
             return Response("405 Method Not Allowed", "text/plain", "", true);
-        const QByteArray path = line[1].left(line[1].indexOf('?'));
+        const QByteArray path = line[1].split('?').constFirst();
         try {
             if (path == "/metrics")
                 return Response("200 OK", "text/plain; version=0.0.4", metrics_(), !head);

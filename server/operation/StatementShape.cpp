@@ -10,6 +10,11 @@ bool IsWord(QChar c)
     return c.isLetterOrNumber() || c == u'_' || c == u'$' || c == u'#';
 }
 
+bool IsQuoteSign(QStringView word)
+{
+    return word.compare(u"q", Qt::CaseInsensitive) == 0 || word.compare(u"nq", Qt::CaseInsensitive) == 0;
+}
+
 class Shaper {
 public:
     explicit Shaper(QStringView sql)
@@ -38,7 +43,13 @@ public:
                 const qsizetype begin = at_;
                 while (at_ < sql_.size() && IsWord(sql_[at_]))
                     ++at_;
-                Put(sql_.sliced(begin, at_ - begin));
+                const QStringView word = sql_.sliced(begin, at_ - begin);
+                if (IsQuoteSign(word) && StartsWith(u"'")) {
+                    SkipDelimited();
+                    PutLiteral();
+                } else {
+                    Put(word);
+                }
             } else {
                 Put(sql_.sliced(at_++, 1));
             }
@@ -68,6 +79,18 @@ private:
                 return;
             }
         }
+    }
+
+    // q'[…]' with a delimiter of the writer's choice.
+    void SkipDelimited()
+    {
+        static constexpr QStringView kOpening = u"[{(<";
+        static constexpr QStringView kClosing = u"]})>";
+        const QChar open = at_ + 1 < sql_.size() ? sql_[at_ + 1] : QChar(u'\'');
+        const qsizetype pair = kOpening.indexOf(open);
+        const QChar end[] = {pair < 0 ? open : kClosing[pair], QChar(u'\'')};
+        const qsizetype found = sql_.indexOf(QStringView(end, 2), std::min(at_ + 2, sql_.size()));
+        at_ = found < 0 ? sql_.size() : found + 2;
     }
 
     void SkipNumber()
