@@ -24,6 +24,9 @@ struct CatalogTable {
     std::vector<QString> indexes;
     std::vector<std::vector<QString>>
         indexColumns; // what each index (the primary key's too) is led by, in order
+    // PostgreSQL: the hidden column that numbers the rows in stored order, no column of the catalogue. Empty:
+    // a table that is not ours, its rows' addresses stand in.
+    QString rowColumn = {};
     const CatalogColumn* Find(QStringView columnName) const; // case-insensitive
 };
 
@@ -47,7 +50,7 @@ struct Parameter {
 // their literals alone share one translation.
 struct Translation {
     StatementKind kind = StatementKind::Select;
-    std::string sql; // in the backend's language, UTF-8, parameters ?1, ?2, …
+    std::string sql; // in the backend's language, UTF-8, parameters ?1, ?2, … or $1, $2, …
     std::vector<Parameter> parameters;
     std::vector<wire::ColumnInfo> columns; // select: what comes back, in order
     std::vector<QString> tables; // every table read or written, in the catalogue's spelling
@@ -55,11 +58,17 @@ struct Translation {
                          // table); update: the table updated
 };
 
-// For which database statements are printed.
+// For which database statements are printed. Empty texts are stored as null in each.
 enum class Target {
+    // Connections need the functions of SqliteFunctions.h; tables keep their rowid, which is the stored order
+    // that trees are walked in; dates are seconds since 1970.
     Sqlite,
+    // 15 or newer, with the functions of Postgres.h. Names are printed quoted in lower case, parameters must
+    // be declared as what Parameter::type says: text, int8, float8, timestamp. Result columns are of these
+    // types, of a text column also varchar. Dates are timestamp(0) without time zone, texts have collation C.
     Postgres,
-    Verbatim, // the text as it came, but for trailing blanks: the database understands it itself
+    // The text as it came, but for trailing blanks: the database understands it itself. No parameters.
+    Verbatim,
 };
 
 struct Translated {
@@ -67,12 +76,10 @@ struct Translated {
     std::vector<wire::Value> literals; // of this text
 };
 
-// Translates for SQLite: connections need the functions of SqliteFunctions.h; tables keep their rowid, which
-// is the stored order that trees are walked in; empty texts are stored as null and dates as seconds since
-// 1970. Index hints are comments: the backend plans by its own statistics. Used by one thread at a time;
-// keeps the translations of the last few hundred shapes of text. Raises wire::Error: Syntax with line, column
-// and what was expected (as Oracle's users know it: "ORA-00933" style codes are not imitated); Policy for
-// what is neither one select nor one update.
+// Index hints are comments: the backend plans by its own statistics. Used by one thread at a time; keeps the
+// translations of the last few hundred shapes of text. Raises wire::Error: Syntax with line, column and what
+// was expected (as Oracle's users know it: "ORA-00933" style codes are not imitated); Policy for what is
+// neither one select nor one update.
 class Translator {
 public:
     explicit Translator(std::shared_ptr<const Catalog> catalog, Target target = Target::Sqlite);

@@ -397,17 +397,21 @@ NumberMask::NumberMask(const QString& mask)
     }
 }
 
+qsizetype NumberMask::Width() const noexcept
+{
+    return whole_.size() + (fraction_.isEmpty() ? 0 : fraction_.size() + 1) + 1;
+}
+
 QString NumberMask::Write(double value) const
 {
     const qsizetype places = fraction_.size();
     const QString plain =
         QString::number(std::abs(RoundNumber(value, places)), 'f', static_cast<int>(places));
     QString digits = plain.section(u'.', 0, 0);
-    if (digits == u"0" && !whole_.contains(u'0'))
+    if (digits == u"0" && places > 0 && !whole_.contains(u'0'))
         digits.clear();
-    const qsizetype width = whole_.size() + (places > 0 ? places + 1 : 0) + 1;
     if (digits.size() > whole_.size() - whole_.count(u','))
-        return QString(width, u'#');
+        return QString(Width(), u'#');
     QString text;
     qsizetype digit = digits.size();
     for (qsizetype at = whole_.size() - 1; at >= 0; --at) {
@@ -428,7 +432,7 @@ QString NumberMask::Write(double value) const
     }
     if (value < 0)
         text.prepend(u'-');
-    return fill_ ? text.rightJustified(width) : text;
+    return fill_ ? text.rightJustified(Width()) : text;
 }
 
 std::optional<double> NumberMask::Read(QStringView text) const

@@ -14,17 +14,6 @@ namespace dialect {
 // ww, sssss; "text" in double quotes; fm; punctuation. Case does not matter.
 class DateMask {
 public:
-    // Raises wire::Error (Data) naming what is not understood.
-    explicit DateMask(const QString& mask);
-    // Raises the same where something in the mask can only be written.
-    void CheckReadable() const;
-
-    // Lenient: leading zeros may be missing, any punctuation stands for any other, a text may end early after
-    // the month. Nothing when the text is no such date.
-    std::optional<wire::DateTime> Read(QStringView text) const;
-    QString Write(wire::DateTime date) const;
-
-private:
     enum class Element {
         Year4,
         Year3,
@@ -47,8 +36,23 @@ private:
     };
     struct Part {
         Element element;
-        QString text;
+        QString text; // Punctuation, Quoted
     };
+
+    // Raises wire::Error (Data) naming what is not understood.
+    explicit DateMask(const QString& mask);
+    // Raises the same where something in the mask can only be written.
+    void CheckReadable() const;
+
+    // Lenient: leading zeros may be missing, any punctuation stands for any other, a text may end early after
+    // the month. Nothing when the text is no such date.
+    std::optional<wire::DateTime> Read(QStringView text) const;
+    QString Write(wire::DateTime date) const;
+
+    const std::vector<Part>& Parts() const noexcept { return parts_; }
+    bool Fills() const noexcept { return fill_; } // numbers are written with leading zeros
+
+private:
     struct Fields;
     bool ReadPart(const Part& part, QStringView text, qsizetype& at, Fields& fields) const;
 
@@ -75,6 +79,11 @@ public:
     explicit NumberMask(const QString& mask);
     QString Write(double value) const; // # signs where it does not fit
     std::optional<double> Read(QStringView text) const;
+
+    const QString& Whole() const noexcept { return whole_; }
+    const QString& Fraction() const noexcept { return fraction_; }
+    bool Fills() const noexcept { return fill_; }
+    qsizetype Width() const noexcept; // of what is written, its sign included
 
 private:
     QString whole_; // 9, 0 and commas before the point

@@ -188,6 +188,18 @@ inline QString DivideByZero()
 {
     return QStringLiteral("除数为零");
 }
+inline QString OutOfRange()
+{
+    return QStringLiteral("计算结果超出范围");
+}
+inline QString TooLong()
+{
+    return QStringLiteral("文本超过列的最大长度");
+}
+inline QString Refused(const QString& message)
+{
+    return QStringLiteral("数据库不能执行此语句（%1）！").arg(message);
+}
 inline QString NotOneRow()
 {
     return QStringLiteral("单行子查询返回多行");

@@ -1,6 +1,6 @@
 #include "server/dialect/Formats.h"
 #include "server/dialect/Parser.h"
-#include "server/dialect/SqlitePrinter.h"
+#include "server/dialect/Printer.h"
 #include "server/dialect/Texts.h"
 
 #include <list>
@@ -54,8 +54,9 @@ struct Entry {
 
 class Translator::Private {
 public:
-    explicit Private(std::shared_ptr<const Catalog> catalog)
+    Private(std::shared_ptr<const Catalog> catalog, Target target)
         : catalog_(std::move(catalog))
+        , target_(target)
     {
     }
 
@@ -65,6 +66,8 @@ public:
         Entry* entry = Find();
         if (!entry)
             entry = Add();
+        if (target_ == Target::Verbatim)
+            return {Verbatim(*entry->translation, sqlText), {}};
         Translated result{entry->translation, lexer_.TakeLiterals()};
         for (const Conversion& conversion : entry->conversions) {
             wire::Value& literal = result.literals[conversion.literal];
@@ -93,7 +96,7 @@ private:
     {
         Statement statement = Parse(lexer_);
         const Analysis analysis = Analyze(statement, lexer_, *catalog_);
-        Printed printed = PrintForSqlite(statement, analysis);
+        Printed printed = Print(statement, analysis);
         auto translation = std::make_shared<Translation>();
         translation->kind =
             std::holds_alternative<Update>(statement) ? StatementKind::Update : StatementKind::Select;
@@ -120,6 +123,28 @@ private:
         return &entries_.front();
     }
 
+    Printed Print(const Statement& statement, const Analysis& analysis) const
+    {
+        switch (target_) {
+        case Target::Sqlite:
+            return PrintForSqlite(statement, analysis);
+        case Target::Postgres:
+            return PrintForPostgres(statement, analysis);
+        case Target::Verbatim:
+            break;
+        }
+        return {};
+    }
+
+    static std::shared_ptr<const Translation> Verbatim(const Translation& shape, QStringView sqlText)
+    {
+        while (!sqlText.isEmpty() && sqlText.back().isSpace())
+            sqlText.chop(1);
+        auto translation = std::make_shared<Translation>(shape);
+        translation->sql = sqlText.toUtf8().toStdString();
+        return translation;
+    }
+
     void Forget()
     {
         const auto last = std::prev(entries_.end());
@@ -134,13 +159,14 @@ private:
     }
 
     std::shared_ptr<const Catalog> catalog_;
+    Target target_;
     Lexer lexer_;
     Entries entries_;
     std::unordered_multimap<std::u16string_view, Entries::iterator> byShape_; // views into the entries
 };
 
-Translator::Translator(std::shared_ptr<const Catalog> catalog, Target /*target*/)
-    : d_(std::make_unique<Private>(std::move(catalog)))
+Translator::Translator(std::shared_ptr<const Catalog> catalog, Target target)
+    : d_(std::make_unique<Private>(std::move(catalog), target))
 {
 }
 
