@@ -26,13 +26,13 @@ bool IsKind(quint8 kind)
         || (kind >= quint8(FrameKind::Columns) && kind <= quint8(FrameKind::Error));
 }
 
-Array<char> Decompress(const Array<char>& body)
+Array<char> Decompress(const Array<char>& body, quint32 limit)
 {
     if (body.Size() < 4)
         Malformed(u"compressed frame without a size"_s);
     const quint32 size = qFromLittleEndian<quint32>(body.Begin());
-    if (size > kMaxBody)
-        Malformed(u"compressed frame unfolds to %1 bytes, more than %2"_s.arg(size).arg(kMaxBody));
+    if (size > limit)
+        Malformed(u"compressed frame unfolds to %1 bytes, more than %2"_s.arg(size).arg(limit));
     // zstd knows the size too: nothing is allocated on the sender's word alone.
     if (ZSTD_getFrameContentSize(body.Begin() + 4, static_cast<size_t>(body.Size() - 4)) != size)
         Malformed(u"compressed frame contradicts its size"_s);
@@ -158,7 +158,7 @@ bool FrameChannel::Read(Frame& frame, quint32 limit)
             Malformed(u"connection ended after %1 of %2 bytes of a frame"_s.arg(have).arg(length));
     }
     if ((frame.header.flags & frameFlag::Compressed) != 0)
-        frame.body = Decompress(frame.body);
+        frame.body = Decompress(frame.body, limit);
     return true;
 }
 

@@ -279,6 +279,11 @@ TEST(CodecTest, HeadersAreRefusedWithTheReason)
     BytesChannel small(BytesOf(EncodeRequest(SampleApply(), 1)));
     Frame frame;
     EXPECT_TRUE(ProtocolReason([&] { small.Read(frame, 16); }).contains(u"more than 16"));
+    // A short frame that unfolds to a long one is a long one.
+    const QByteArray folded = BytesOf(EncodeRows(SampleRows(5000), 1, true));
+    EXPECT_TRUE(ProtocolReason([&] {
+        BytesChannel(folded).Read(frame, quint32(folded.size()));
+    }).contains(u"unfolds"));
     // A frame in a reply's place and a reply in a request's.
     EXPECT_TRUE(ProtocolReason([&] { DecodeDone(FrameOf(good)); }).contains(u"kind 5"));
     EXPECT_TRUE(
