@@ -1,10 +1,8 @@
 #include "server/net/ClientConnection.h"
 
+#include "server/net/ClientChannel.h"
 #include "wire/Codec.h"
 #include "wire/NativeSocket.h"
-
-#include <QDeadlineTimer>
-#include <QTcpSocket>
 
 #include <algorithm>
 #include <optional>
@@ -14,10 +12,12 @@ using wire::Error;
 using wire::ErrorKind;
 
 namespace server {
+
+using operation::Refusal;
+using operation::RefusedError;
+
 namespace {
 
-constexpr qsizetype kQueueBytes = 32 * 1024;
-constexpr int kFarewell = 1000; // milliseconds
 // A block of rows above this many bytes is sent in parts, far below what a frame may hold.
 constexpr size_t kBlockBytes = wire::kMaxBody / 4;
 
@@ -31,110 +31,10 @@ size_t BytesOf(const std::vector<wire::Column>& block)
 
 } // namespace
 
-// The client's socket as a sequence of frames. Opened and closed by Qt, read and written directly; enciphered
-// connections, whose bytes a QSslSocket must see, would have a channel of their own.
-class ClientConnection::Channel : public wire::FrameChannel {
-public:
-    explicit Channel(const ListenerOptions& options)
-        : options_(options)
-        , loginDeadline_(options.loginTimeout)
-    {
-    }
-
-    // Gives the name of the other end.
-    QString Open(qintptr descriptor)
-    {
-        if (!socket_.setSocketDescriptor(descriptor))
-            throw Error(ErrorKind::Connection, socket_.errorString());
-        socket_.setSocketOption(QAbstractSocket::LowDelayOption, 1);
-        socket_.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
-        native_ = wire::NativeSocket(descriptor);
-        return u"%1:%2"_s.arg(socket_.peerAddress().toString()).arg(socket_.peerPort());
-    }
-    void LoggedIn() noexcept { loginDeadline_ = QDeadlineTimer(QDeadlineTimer::Forever); }
-    // Nothing more can be said to this client.
-    bool IsBroken() const noexcept { return broken_; }
-
-    // The beginning of a reply waits for its end: most replies are small, and each write wakes the client.
-    void Queue(const wire::Packet& packet)
-    {
-        if (queued_.Size() + packet.Size() > kQueueBytes)
-            Flush();
-        if (packet.Size() > kQueueBytes)
-            Write(packet);
-        else
-            queued_.Append(packet.Data(), packet.Size());
-    }
-    void Flush()
-    {
-        WriteAll(queued_.Begin(), queued_.Size());
-        queued_.Truncate(0);
-    }
-
-    // Tells the client why it is being left. What it is still sending is read and forgotten: closing on it
-    // would destroy what was said.
-    void Refuse(const Error& reason) noexcept
-    {
-        if (broken_)
-            return;
-        try {
-            Write(wire::EncodeError(reason, 0));
-            native_.EndSending();
-            char unread[4096];
-            const QDeadlineTimer deadline(kFarewell);
-            while (!deadline.hasExpired()
-                && native_.Receive(unread, sizeof unread, static_cast<int>(deadline.remainingTime())) > 0) { }
-        } catch (const std::exception&) {
-            // It is gone; the reason is in the log.
-        }
-    }
-
-private:
-    // Remembers that the connection has failed.
-    template <typename F> auto Guarded(F&& work)
-    {
-        try {
-            return work();
-        } catch (const Error&) {
-            broken_ = true;
-            throw;
-        }
-    }
-
-    qsizetype ReadSome(char* to, qsizetype size, bool idle) override
-    {
-        const int patience = idle ? options_.idleTimeout : options_.frameTimeout;
-        const qint64 left = loginDeadline_.isForever() ? patience : loginDeadline_.remainingTime();
-        const qsizetype got = Guarded(
-            [&] { return native_.Receive(to, size, static_cast<int>(std::min<qint64>(patience, left))); });
-        if (got != wire::NativeSocket::kTimedOut)
-            return got;
-        throw Error(ErrorKind::Connection,
-            loginDeadline_.hasExpired() ? u"no login in time"_s
-                : idle                  ? u"idle for too long"_s
-                                        : u"frame not completed in time"_s);
-    }
-
-    void WriteAll(const char* bytes, qsizetype size) override
-    {
-        if (Guarded([&] { return native_.Send(bytes, size, options_.frameTimeout); }))
-            return;
-        broken_ = true;
-        throw Error(ErrorKind::Connection, u"the client takes nothing"_s);
-    }
-
-    QTcpSocket socket_;
-    wire::NativeSocket native_;
-    wire::Array<char> queued_;
-    const ListenerOptions& options_;
-    QDeadlineTimer loginDeadline_;
-    bool broken_ = false;
-};
-
 // Sends the reply as it comes into being: while the client decodes one block, the next is read.
 class ClientConnection::Sink : public wire::ReplySink {
 public:
-    Sink(Channel& channel, quint32 number, bool compress)
+    Sink(ClientChannel& channel, quint32 number, bool compress)
         : channel_(channel)
         , number_(number)
         , compress_(compress)
@@ -166,44 +66,81 @@ public:
     }
 
 private:
-    Channel& channel_;
+    ClientChannel& channel_;
     quint32 number_;
     bool compress_;
 };
 
-ClientConnection::ClientConnection(
-    qintptr descriptor, const SessionFactory& newSession, const ListenerOptions& options)
-    : newSession_(newSession)
-    , options_(options)
+bool AccountSessions::Enter(const QString& account, int most)
+{
+    const std::lock_guard lock(mutex_);
+    int& count = counts_[account];
+    if (most > 0 && count >= most)
+        return false;
+    ++count;
+    return true;
+}
+
+void AccountSessions::Leave(const QString& account)
+{
+    const std::lock_guard lock(mutex_);
+    const auto at = counts_.find(account);
+    if (at != counts_.end() && --*at == 0)
+        counts_.erase(at);
+}
+
+ClientConnection::ClientConnection(qintptr descriptor, const ClientContext& context)
+    : context_(context)
     , descriptor_(descriptor)
 {
 }
 
 void ClientConnection::Run() noexcept
 {
-    Channel channel(options_);
+    ClientChannel channel(context_.options);
     try {
-        peer_ = channel.Open(descriptor_);
-        session_ = newSession_(peer_);
+        Open(channel);
+        session_ = context_.newSession(peer_);
         Serve(channel);
+        Left(nullptr);
     } catch (const Error& error) {
-        Log(error.Message());
+        Left(&error);
         channel.Refuse(error);
     } catch (const std::exception& error) {
-        Log(u"failed: %1"_s.arg(QString::fromLocal8Bit(error.what())));
+        context_.options.operation->log.Error(
+            "connection_failed", {{"peer", peer_}, {"message", error.what()}});
     }
+    context_.accounts.Leave(account_);
     const std::lock_guard lock(mutex_);
     running_ = false;
+    if (ownDescriptor_)
+        wire::NativeSocket::Close(descriptor_);
     descriptor_ = -1;
 }
 
-void ClientConnection::Serve(Channel& channel)
+void ClientConnection::Open(ClientChannel& channel)
+{
+    const bool enciphered = context_.certificates != nullptr;
+    peer_ = channel.Open(descriptor_, enciphered);
+    if (enciphered) {
+        // The socket closes its descriptor when it pleases, and the number may be another client's at once.
+        const std::lock_guard lock(mutex_);
+        descriptor_ = wire::NativeSocket(descriptor_).Duplicate();
+        ownDescriptor_ = true;
+        if (finishing_)
+            return;
+    }
+    context_.options.operation->log.Info("connected", {{"peer", peer_}, {"tls", enciphered}});
+    channel.Begin(context_.certificates);
+}
+
+void ClientConnection::Serve(ClientChannel& channel)
 {
     wire::Frame frame;
-    while (channel.Read(frame, loggedIn_ ? wire::kMaxRequestBody : wire::kMaxLoginBody)) {
+    while (channel.Read(frame, loggedIn_ ? context_.options.maxRequestBytes : wire::kMaxLoginBody)) {
         const wire::Request request = wire::DecodeRequest(frame);
         if (!Begin())
-            return;
+            throw RefusedError(Refusal::Stopping, ErrorKind::Connection, u"服务器正在停止，请稍后重试！"_s);
         Answer(channel, request, frame.header.request,
             (frame.header.flags & wire::frameFlag::CompressionWelcome) != 0);
         if (!End())
@@ -211,31 +148,63 @@ void ClientConnection::Serve(Channel& channel)
     }
 }
 
-void ClientConnection::Answer(Channel& channel, const wire::Request& request, quint32 number, bool compress)
+void ClientConnection::Answer(
+    ClientChannel& channel, const wire::Request& request, quint32 number, bool compress)
 {
     Sink sink(channel, number, compress);
-    std::optional<Error> failure;
-    try {
-        const wire::Reply reply = session_->Handle(request, sink);
-        channel.Queue(wire::EncodeDone(reply, number));
-        channel.Flush();
-        if (request.kind == wire::RequestKind::Login) {
-            loggedIn_ = true;
-            channel.LoggedIn();
-            Log(u"logged in as %1"_s.arg(session_->Identity().account));
+    bool loggedIn = false;
+    const auto lastPacket = [&] {
+        try {
+            const wire::Reply reply = session_->Handle(request, sink);
+            loggedIn = request.kind == wire::RequestKind::Login;
+            return wire::EncodeDone(reply, number);
+        } catch (const Error& error) {
+            if (channel.IsBroken())
+                throw;
+            return wire::EncodeError(error, number);
+        } catch (const std::exception&) {
+            // The session has told the administrator more.
+            return wire::EncodeError(Error(ErrorKind::Storage, u"服务器内部错误，请稍后重试！"_s), number);
         }
-    } catch (const Error& error) {
-        if (channel.IsBroken())
-            throw;
-        failure = error;
-    } catch (const std::exception& error) {
-        Log(u"request failed: %1"_s.arg(QString::fromLocal8Bit(error.what())));
-        failure.emplace(ErrorKind::Storage, u"服务器内部错误，请稍后重试！"_s);
+    };
+    const wire::Packet packet = lastPacket();
+    if (loggedIn) {
+        Admit(session_->Identity().account);
+        channel.LoggedIn();
     }
-    if (failure) {
-        channel.Queue(wire::EncodeError(*failure, number));
-        channel.Flush();
+    channel.Queue(packet);
+    channel.Flush();
+}
+
+void ClientConnection::Admit(const QString& account)
+{
+    if (account == account_)
+        return;
+    context_.accounts.Leave(std::exchange(account_, {}));
+    if (!context_.accounts.Enter(account, context_.options.maxPerAccount))
+        throw RefusedError(Refusal::Sessions, ErrorKind::Limit,
+            u"账号 %1 的连接数已满，请先退出别处的登录！"_s.arg(account));
+    account_ = account;
+}
+
+// One line for each connection that has ended, a warning where it was this side's wish.
+void ClientConnection::Left(const Error* reason)
+{
+    const QString message = reason != nullptr ? reason->Message() : u"closed by the client"_s;
+    const std::optional<Refusal> refusal =
+        reason != nullptr ? operation::RefusalOf(*reason) : std::optional<Refusal>();
+    bool finishing = false;
+    {
+        const std::lock_guard lock(mutex_);
+        finishing = finishing_;
     }
+    if (refusal && !finishing)
+        context_.options.operation->Refuse(
+            *refusal, {{"peer", peer_}, {"account", account_}, {"message", message}});
+    else
+        context_.options.operation->log.Info("disconnected",
+            {{"peer", peer_}, {"account", account_},
+                {"reason", finishing ? QStringView(u"the server stops") : QStringView(message)}});
 }
 
 bool ClientConnection::Begin()
@@ -272,12 +241,6 @@ void ClientConnection::InterruptIfAbandoned() noexcept
     const std::lock_guard lock(mutex_);
     if (running_ && wire::NativeSocket(descriptor_).PeerHasClosed())
         session_->Interrupt();
-}
-
-void ClientConnection::Log(const QString& text) const
-{
-    if (options_.log)
-        options_.log(u"%1: %2"_s.arg(peer_, text));
 }
 
 } // namespace server

@@ -2,15 +2,41 @@
 
 #include "server/net/Listener.h"
 
+#include <QHash>
+
 #include <mutex>
 
 namespace server {
 
+class Certificates;
+class ClientChannel;
+
+// How many sessions each account has. Safe to use from any thread.
+class AccountSessions {
+public:
+    // False where the account has `most` already; 0: any number.
+    bool Enter(const QString& account, int most);
+    // Does nothing for an account that has none.
+    void Leave(const QString& account);
+
+private:
+    std::mutex mutex_;
+    QHash<QString, int> counts_;
+};
+
+// What the connections of one listener share; outlives them.
+struct ClientContext {
+    const SessionFactory& newSession;
+    const ListenerOptions& options;
+    const Certificates* certificates; // null: nothing is enciphered
+    AccountSessions& accounts;
+};
+
 // One client: `Run` on its thread, everything else from the listener's.
 class ClientConnection {
 public:
-    // Takes the descriptor over when `Run` begins. Factory and options must outlive the connection.
-    ClientConnection(qintptr descriptor, const SessionFactory& newSession, const ListenerOptions& options);
+    // Takes the descriptor over when `Run` begins.
+    ClientConnection(qintptr descriptor, const ClientContext& context);
 
     // Reads and answers until either side ends the connection; logs why when it was not the client's wish.
     void Run() noexcept;
@@ -22,25 +48,28 @@ public:
     void InterruptIfAbandoned() noexcept;
 
 private:
-    class Channel;
     class Sink;
 
-    void Serve(Channel& channel);
+    void Open(ClientChannel& channel);
+    void Serve(ClientChannel& channel);
     // Raises what ends the connection; everything else goes to the client.
-    void Answer(Channel& channel, const wire::Request& request, quint32 number, bool compress);
+    void Answer(ClientChannel& channel, const wire::Request& request, quint32 number, bool compress);
+    // Raises wire::Error (Limit) where the account has too many sessions.
+    void Admit(const QString& account);
+    void Left(const wire::Error* reason);
     // Around a request; false where none, or no further one, may run.
     bool Begin();
     bool End();
-    void Log(const QString& text) const;
 
-    const SessionFactory& newSession_;
-    const ListenerOptions& options_;
+    const ClientContext& context_;
     QString peer_;
+    QString account_; // admitted
     std::unique_ptr<Session> session_; // there while `running_`
     bool loggedIn_ = false;
 
     std::mutex mutex_; // of what follows
     qintptr descriptor_; // -1 once it is being closed
+    bool ownDescriptor_ = false; // a duplicate of the socket's
     bool running_ = false; // a request
     bool finishing_ = false;
 };

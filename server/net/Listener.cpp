@@ -10,7 +10,12 @@
 
 #include <condition_variable>
 #include <list>
+#include <optional>
 #include <thread>
+
+#ifdef Q_OS_UNIX
+#include <sys/resource.h>
+#endif
 
 using namespace Qt::Literals::StringLiterals;
 using wire::Error;
@@ -27,6 +32,24 @@ protected:
     void incomingConnection(qintptr descriptor) override { onConnection(descriptor); }
 };
 
+// As many files as the clients need may be open, where that is this process's to say.
+void AllowDescriptors([[maybe_unused]] const ListenerOptions& options)
+{
+#ifdef Q_OS_UNIX
+    constexpr rlim_t kOthers = 500; // the database's and what else there is
+    const auto needed =
+        kOthers + static_cast<rlim_t>(options.maxConnections) * (options.tls.IsGiven() ? 2 : 1);
+    rlimit limit;
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= needed)
+        return;
+    limit.rlim_cur = std::min(needed, limit.rlim_max);
+    if (setrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur < needed)
+        options.operation->log.Warn("open_files",
+            {{"allowed", limit.rlim_cur}, {"needed", needed},
+                {"message", "fewer clients can be served than there may be sessions"}});
+#endif
+}
+
 } // namespace
 
 // The acceptor lives on a thread of its own with an event loop; so does the list of clients.
@@ -36,10 +59,13 @@ public:
         : newSession_(std::move(newSession))
         , options_(std::move(listenerOptions))
     {
+        if (options_.tls.IsGiven())
+            certificates_.emplace(options_.tls, options_.operation);
     }
 
     void Start();
     void Stop() noexcept;
+    bool ReloadCertificates() noexcept;
     quint16 Port() const noexcept { return port_; }
     int ConnectionCount() const noexcept { return count_; }
 
@@ -55,8 +81,11 @@ private:
 
     const SessionFactory newSession_;
     const ListenerOptions options_;
+    std::optional<Certificates> certificates_;
+    AccountSessions accounts_;
+    const ClientContext context_{newSession_, options_, certificates_ ? &*certificates_ : nullptr, accounts_};
     QThread thread_;
-    std::unique_ptr<QObject> context_; // on the thread: what is to run there is posted to it
+    std::unique_ptr<QObject> worker_; // on the thread: what is to run there is posted to it
     std::unique_ptr<Acceptor> acceptor_;
     std::unique_ptr<QTimer> watch_;
     std::list<Client> clients_;
@@ -69,13 +98,16 @@ private:
 void Listener::Private::Start()
 {
     RequireServable(options_);
+    if (certificates_)
+        certificates_->Load();
+    AllowDescriptors(options_);
     thread_.setObjectName(u"listener"_s);
     thread_.start();
-    context_ = std::make_unique<QObject>();
-    context_->moveToThread(&thread_);
+    worker_ = std::make_unique<QObject>();
+    worker_->moveToThread(&thread_);
     std::exception_ptr failure;
     QMetaObject::invokeMethod(
-        context_.get(),
+        worker_.get(),
         [&] {
             try {
                 Listen();
@@ -102,7 +134,7 @@ void Listener::Private::Listen()
                 .arg(acceptor_->errorString()));
     port_ = acceptor_->serverPort();
     watch_ = std::make_unique<QTimer>();
-    QObject::connect(watch_.get(), &QTimer::timeout, context_.get(), [this] {
+    QObject::connect(watch_.get(), &QTimer::timeout, worker_.get(), [this] {
         for (Client& client : clients_)
             client.connection->InterruptIfAbandoned();
     });
@@ -112,12 +144,16 @@ void Listener::Private::Listen()
 void Listener::Private::Accept(qintptr descriptor)
 {
     const auto refuse = [&](const QString& reason) {
-        if (options_.log)
-            options_.log(u"connection refused: %1"_s.arg(reason));
-        const wire::Packet packet =
-            wire::EncodeError(Error(ErrorKind::Limit, u"服务器连接数已满，请稍后重试！"_s), 0);
         QTcpSocket socket;
         socket.setSocketDescriptor(descriptor);
+        options_.operation->Refuse(operation::Refusal::Sessions,
+            {{"peer", u"%1:%2"_s.arg(socket.peerAddress().toString()).arg(socket.peerPort())},
+                {"message", reason}});
+        // Without a handshake nothing can be said that a client who asks for one would believe.
+        if (certificates_)
+            return;
+        const wire::Packet packet =
+            wire::EncodeError(Error(ErrorKind::Limit, u"服务器连接数已满，请稍后重试！"_s), 0);
         socket.write(packet.Data(), packet.Size());
         socket.flush();
     };
@@ -126,12 +162,12 @@ void Listener::Private::Accept(qintptr descriptor)
         return;
     }
     const auto client = clients_.emplace(clients_.end());
-    client->connection = std::make_unique<ClientConnection>(descriptor, newSession_, options_);
+    client->connection = std::make_unique<ClientConnection>(descriptor, context_);
     try {
         client->thread = std::thread([this, client] {
             client->connection->Run();
             QMetaObject::invokeMethod(
-                context_.get(), [this, client] { Forget(client); }, Qt::QueuedConnection);
+                worker_.get(), [this, client] { Forget(client); }, Qt::QueuedConnection);
         });
     } catch (const std::system_error& error) {
         clients_.erase(client);
@@ -157,7 +193,7 @@ void Listener::Private::Stop() noexcept
     if (!thread_.isRunning())
         return;
     const auto run = [this](auto work) {
-        QMetaObject::invokeMethod(context_.get(), work, Qt::BlockingQueuedConnection);
+        QMetaObject::invokeMethod(worker_.get(), work, Qt::BlockingQueuedConnection);
     };
     run([this] {
         acceptor_.reset();
@@ -181,12 +217,25 @@ void Listener::Private::Stop() noexcept
     thread_.wait();
 }
 
+bool Listener::Private::ReloadCertificates() noexcept
+{
+    if (!certificates_)
+        return true;
+    try {
+        certificates_->Load();
+        return true;
+    } catch (const std::exception& error) {
+        options_.operation->log.Error("certificate_unusable", {{"message", error.what()}});
+        return false;
+    }
+}
+
 void RequireServable(const ListenerOptions& options)
 {
-    if (!options.address.isLoopback() && !options.plainNetwork)
+    if (!options.address.isLoopback() && !options.tls.IsGiven() && !options.plainNetwork)
         throw Error(ErrorKind::Policy,
-            u"%1 can be reached from other machines, but connections are not enciphered: "
-            "listen on 127.0.0.1, or give --plain-network on a network that you trust"_s.arg(
+            u"%1 can be reached from other machines, but connections are not enciphered: give a certificate "
+            "and its key, listen on 127.0.0.1, or give --plain-network on a network that you trust"_s.arg(
                 options.address.toString()));
 }
 
@@ -213,6 +262,11 @@ quint16 Listener::Port() const noexcept
 int Listener::ConnectionCount() const noexcept
 {
     return d_->ConnectionCount();
+}
+
+bool Listener::ReloadCertificates() noexcept
+{
+    return d_->ReloadCertificates();
 }
 
 void Listener::Stop() noexcept

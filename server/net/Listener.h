@@ -1,6 +1,9 @@
 #pragma once
 
 #include "server/Server.h"
+#include "server/net/Certificates.h"
+#include "server/operation/Operation.h"
+#include "wire/Frame.h"
 
 #include <QHostAddress>
 
@@ -11,19 +14,24 @@ using SessionFactory = std::function<std::unique_ptr<Session>(const QString& pee
 struct ListenerOptions {
     QHostAddress address = QHostAddress(QHostAddress::LocalHost);
     quint16 port = 8866; // 0: any free one
-    bool plainNetwork = false; // serve other machines although nothing is enciphered
+    TlsFiles tls; // none: nothing is enciphered
+    bool plainNetwork = false; // serve other machines even so
     int maxConnections = 1000;
+    int maxPerAccount =
+        0; // sessions of one account at a time (a desk has two, three while it logs in); 0: any
+    quint32 maxRequestBytes = wire::kMaxRequestBody; // no more than this
     // Milliseconds.
-    int loginTimeout = 60'000; // from connecting to being logged in
+    int loginTimeout = 60'000; // from connecting, over the TLS handshake, to being logged in
     int frameTimeout = 30'000; // without a byte inside a frame, and without progress when sending
     int idleTimeout = 12 * 3600'000; // between two requests; clients reconnect by themselves
     int watchInterval = 2'000; // how often clients of long requests are looked after
     int stopTimeout = 30'000; // what still runs then is interrupted
-    // One line, English, without a line end; called from many threads.
-    std::function<void(const QString& line)> log;
+    // Takes the lines and figures: who connects and leaves, and each refusal.
+    operation::Shared operation = std::make_shared<operation::Operation>();
 };
 
-// Raises wire::Error (Policy) where the address is not this machine's own and `plainNetwork` is not set.
+// Raises wire::Error (Policy) where the address is not this machine's own and neither `tls` nor
+// `plainNetwork` is set.
 void RequireServable(const ListenerOptions& options);
 
 // Serves clients over TCP, each on a thread of its own that reads, runs and answers its requests one after
@@ -37,11 +45,15 @@ public:
     // Stops.
     ~Listener();
 
-    // Raises wire::Error (Connection) where the address cannot be used, (Policy) where it must not be.
+    // Raises wire::Error: Connection where the address cannot be used, Policy where it must not be, Storage
+    // where the TLS files cannot be.
     void Start();
     // The port in use.
     quint16 Port() const noexcept;
     int ConnectionCount() const noexcept;
+    // Reads the TLS files anew, for new connections; those that are open go on as they are. False where they
+    // cannot be used: what was read before then stays in use, and a line says why. From any thread.
+    bool ReloadCertificates() noexcept;
     // Takes no more clients or requests, lets those that run be answered, and returns when all is closed.
     void Stop() noexcept;
 

@@ -1,5 +1,7 @@
 #include "tests/wire/FakeServer.h"
 
+#include "server/operation/MonitoredSession.h"
+
 #include <chrono>
 #include <stdexcept>
 #include <thread>
@@ -9,6 +11,7 @@ using namespace std::chrono_literals;
 using wire::Error;
 using wire::ErrorKind;
 using wire::RequestKind;
+namespace operation = server::operation;
 
 namespace {
 
@@ -29,7 +32,7 @@ public:
     wire::Reply Handle(const wire::Request& request, wire::ReplySink& sink) override
     {
         if (identity_.account.isEmpty() && request.kind != RequestKind::Login)
-            throw Error(ErrorKind::Login, u"not logged in"_s);
+            throw Error(ErrorKind::Login, u"请先登录！"_s);
         wire::Reply reply;
         reply.serverTime = wire::DateTime::FromParts(2026, 3, 14, 9, 30);
         switch (request.kind) {
@@ -149,13 +152,19 @@ FakeListener::FakeListener(quint16 port, server::ListenerOptions options)
 {
     options.port = port;
     options.watchInterval = 20;
-    options.log = [this](const QString& line) {
-        const std::lock_guard lock(mutex_);
-        lines_ += line;
-        changed_.notify_all();
-    };
-    listener =
-        std::make_unique<server::Listener>([this](const QString&) { return server.NewSession(); }, options);
+    options.operation = std::make_shared<operation::Operation>(
+        operation::LogLevel::Info, operation::LogFormat::Text, [this](std::string_view line) {
+            const std::lock_guard lock(mutex_);
+            lines_ += QString::fromUtf8(line.data(), qsizetype(line.size())).trimmed();
+            changed_.notify_all();
+        });
+    operation_ = options.operation;
+    listener = std::make_unique<server::Listener>(
+        [this](const QString& peer) {
+            return std::make_unique<operation::MonitoredSession>(
+                server.NewSession(), peer, operation_, std::chrono::hours(1));
+        },
+        options);
     listener->Start();
 }
 
@@ -163,6 +172,12 @@ bool FakeListener::Logged(const QString& text)
 {
     std::unique_lock lock(mutex_);
     return changed_.wait_for(lock, kPatience, [&] { return !lines_.filter(text).isEmpty(); });
+}
+
+QStringList FakeListener::Lines(const QString& text)
+{
+    const std::lock_guard lock(mutex_);
+    return lines_.filter(text);
 }
 
 void RowKeeper::Columns(std::vector<wire::ColumnInfo> infos)

@@ -42,12 +42,15 @@ public:
 
     // Whether a line with this text was logged within ten seconds.
     bool Logged(const QString& text);
+    // The lines with this text, so far.
+    QStringList Lines(const QString& text);
     quint16 Port() const { return listener->Port(); }
 
 private:
     std::mutex mutex_;
     std::condition_variable changed_;
     QStringList lines_;
+    server::operation::Shared operation_;
 
 public:
     FakeServer server;

@@ -79,7 +79,7 @@ TEST(ListenerTest, AnswersEveryKindOfRequest)
 {
     FakeListener fake;
     const auto client = LoggedInClient(fake.Port());
-    EXPECT_TRUE(fake.Logged(u"logged in as hq"_s));
+    EXPECT_TRUE(fake.Logged(u"event=login account=hq"_s));
 
     RowKeeper keeper;
     EXPECT_EQ(client->Exchange(QueryRequest(u"rows 100000"_s), keeper).rowCount, 100000);

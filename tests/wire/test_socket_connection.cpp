@@ -163,11 +163,14 @@ TEST(SocketConnectionTest, ASaveWhoseOutcomeWasLostIsAppliedOnce)
     EXPECT_EQ(fake.server.applyRequests, 2);
     EXPECT_EQ(fake.server.appliedRows, 3);
 
-    // Lost twice: the caller hears of it, and may send the same again later.
-    losses = 2;
+    // Lost again and again: the caller hears of it in the end, and may send the same again later.
+    losses = 1000;
+    connection.SavePatience = 300;
     const wire::Request next = ApplyRequest(connection, 2);
     EXPECT_FALSE(next.name == request.name);
     EXPECT_EQ(KindOf([&] { connection.Send(next, nothing); }), ErrorKind::Connection);
+    EXPECT_GE(fake.server.applyRequests, 2 + 3);
+    losses = 0;
     EXPECT_EQ(connection.Send(next, nothing).outcome.rows.size(), 2u);
     EXPECT_EQ(fake.server.appliedRows, 5);
 }

@@ -1,0 +1,102 @@
+#include "server/net/Certificates.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QSslCertificate>
+#include <QSslDiffieHellmanParameters>
+#include <QSslKey>
+#include <QSslSocket>
+
+using namespace Qt::Literals::StringLiterals;
+using wire::Error;
+using wire::ErrorKind;
+
+namespace server {
+namespace {
+
+constexpr qint64 kWarnDays = 30; // before a certificate expires
+
+[[noreturn]] void Refuse(const QString& path, const QString& reason)
+{
+    throw Error(ErrorKind::Storage, u"%1: %2"_s.arg(path, reason));
+}
+
+QByteArray Contents(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QFile::ReadOnly))
+        Refuse(path, file.errorString());
+    return file.readAll();
+}
+
+QSslKey KeyFrom(const QString& path)
+{
+    const QByteArray pem = Contents(path);
+    for (const QSsl::KeyAlgorithm algorithm : {QSsl::Rsa, QSsl::Ec}) {
+        QSslKey key(pem, algorithm);
+        if (!key.isNull())
+            return key;
+    }
+    Refuse(path, u"holds no RSA or EC private key in PEM form without a pass phrase"_s);
+}
+
+// A private key's encoding repeats the end of its public half's: exponent and modulus, or the point.
+bool BelongsTo(const QSslKey& key, const QSslCertificate& certificate)
+{
+    constexpr qsizetype kEnd = 64;
+    const QSslKey publicKey = certificate.publicKey();
+    return publicKey.algorithm() == key.algorithm() && key.toDer().contains(publicKey.toDer().last(kEnd));
+}
+
+} // namespace
+
+Certificates::Certificates(TlsFiles files, operation::Shared operation)
+    : files_(std::move(files))
+    , operation_(std::move(operation))
+{
+}
+
+void Certificates::Load()
+{
+    if (!QSslSocket::supportsSsl())
+        throw Error(ErrorKind::Storage, u"TLS needs OpenSSL 3, which Qt did not find"_s);
+    if (files_.certificates.isEmpty() || files_.key.isEmpty())
+        throw Error(ErrorKind::Storage, u"TLS needs a certificate file and a key file"_s);
+    const QList<QSslCertificate> chain = QSslCertificate::fromData(Contents(files_.certificates));
+    if (chain.isEmpty())
+        Refuse(files_.certificates, u"holds no certificate in PEM form"_s);
+    const QSslKey key = KeyFrom(files_.key);
+    if (!BelongsTo(key, chain.constFirst()))
+        Refuse(files_.key, u"is not the key of the first certificate in %1"_s.arg(files_.certificates));
+
+    QSslConfiguration configuration;
+    configuration.setProtocol(QSsl::TlsV1_2OrLater);
+    configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
+    configuration.setLocalCertificateChain(chain);
+    configuration.setPrivateKey(key);
+    // Neither is used here, and each connection would hold its own.
+    configuration.setCaCertificates({});
+    configuration.setDiffieHellmanParameters(QSslDiffieHellmanParameters());
+    configuration.setSslOption(QSsl::SslOptionDisableSessionTickets, true);
+    {
+        const std::lock_guard lock(mutex_);
+        configuration_ = configuration;
+    }
+
+    const QDateTime end = chain.constFirst().expiryDate();
+    const QString names = QStringList(chain.constFirst().subjectAlternativeNames().values()).join(u',');
+    const QString day = end.toUTC().toString(Qt::ISODate);
+    operation_->metrics.certificateEnd.Set(end.toSecsSinceEpoch());
+    const auto level = QDateTime::currentDateTimeUtc().daysTo(end) < kWarnDays ? operation::LogLevel::Warn
+                                                                               : operation::LogLevel::Info;
+    operation_->log.Write(
+        level, "certificate", {{"file", files_.certificates}, {"names", names}, {"expires", day}});
+}
+
+QSslConfiguration Certificates::Configuration() const
+{
+    const std::lock_guard lock(mutex_);
+    return configuration_;
+}
+
+} // namespace server

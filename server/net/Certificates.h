@@ -1,0 +1,37 @@
+#pragma once
+
+#include "server/operation/Operation.h"
+
+#include <QSslConfiguration>
+
+#include <mutex>
+
+namespace server {
+
+// PEM files; both or none.
+struct TlsFiles {
+    QString certificates; // the server's own, then those that lead to its authority
+    QString key; // of the first one, RSA or EC, not protected by a pass phrase
+
+    bool IsGiven() const noexcept { return !certificates.isEmpty() || !key.isEmpty(); }
+};
+
+// What the server proves itself with. Any thread may ask for it, also while it is read anew.
+class Certificates {
+public:
+    Certificates(TlsFiles files, operation::Shared operation);
+
+    // Reads the files. Raises wire::Error (Storage) saying which one cannot be used and why; what was read
+    // before then stays in use.
+    void Load();
+    // For a new connection: TLS 1.2 or newer, nothing asked of the client.
+    QSslConfiguration Configuration() const;
+
+private:
+    const TlsFiles files_;
+    const operation::Shared operation_;
+    mutable std::mutex mutex_;
+    QSslConfiguration configuration_;
+};
+
+} // namespace server

@@ -1,0 +1,157 @@
+#include "server/net/ClientChannel.h"
+
+#include "server/net/Certificates.h"
+#include "wire/Codec.h"
+
+#include <QHostAddress>
+#include <QSslSocket>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+using wire::Error;
+using wire::ErrorKind;
+
+namespace server {
+
+using operation::Refusal;
+using operation::RefusedError;
+
+namespace {
+
+constexpr qsizetype kQueueBytes = 32 * 1024;
+constexpr int kFarewell = 1000; // milliseconds
+
+// The start of a TLS record with a handshake. As a frame it would be longer than a login may be.
+bool IsClientHello(const char* bytes, qsizetype size)
+{
+    return size >= 3 && bytes[0] == 0x16 && bytes[1] == 0x03 && bytes[2] != 0;
+}
+
+} // namespace
+
+ClientChannel::ClientChannel(const ListenerOptions& options)
+    : options_(options)
+    , loginDeadline_(options.loginTimeout)
+{
+}
+
+ClientChannel::~ClientChannel() = default;
+
+template <typename F> auto ClientChannel::Guarded(F&& work)
+{
+    try {
+        return work();
+    } catch (const Error&) {
+        broken_ = true;
+        throw;
+    }
+}
+
+QString ClientChannel::Open(qintptr descriptor, bool enciphered)
+{
+    opened_ = enciphered ? std::make_unique<QSslSocket>() : std::make_unique<QTcpSocket>();
+    if (!opened_->setSocketDescriptor(descriptor))
+        throw Error(ErrorKind::Connection, opened_->errorString());
+    opened_->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    opened_->setSocketOption(QAbstractSocket::KeepAliveOption, 1);
+    native_ = wire::NativeSocket(descriptor);
+    return u"%1:%2"_s.arg(opened_->peerAddress().toString()).arg(opened_->peerPort());
+}
+
+void ClientChannel::Begin(const Certificates* certificates)
+{
+    char start[3];
+    const qsizetype got = Guarded([&] { return native_.Peek(start, sizeof start, TimeLeft(INT_MAX)); });
+    if (got == wire::NativeSocket::kTimedOut)
+        throw RefusedError(Refusal::LoginTime, ErrorKind::Connection, u"no login in time"_s);
+    const bool hello = IsClientHello(start, got);
+    // To a client of the other kind the farewell goes as a plain frame, which the one can read.
+    if (certificates != nullptr && hello)
+        Encipher(*certificates);
+    stream_.emplace(std::move(opened_));
+    if (got == 0 || hello == (certificates != nullptr))
+        return;
+    throw hello ? RefusedError(Refusal::Tls, ErrorKind::Policy, u"a TLS client, but this port is plain"_s)
+                : RefusedError(
+                    Refusal::Tls, ErrorKind::Policy, u"服务器只接受加密的连接，请在登录窗口里打开加密！"_s);
+}
+
+void ClientChannel::Encipher(const Certificates& certificates)
+{
+    auto& socket = static_cast<QSslSocket&>(*opened_);
+    socket.setSslConfiguration(certificates.Configuration());
+    socket.startServerEncryption();
+    if (socket.waitForEncrypted(TimeLeft(INT_MAX)))
+        return;
+    broken_ = true;
+    throw RefusedError(
+        Refusal::Tls, ErrorKind::Connection, u"TLS handshake failed: %1"_s.arg(socket.errorString()));
+}
+
+void ClientChannel::Queue(const wire::Packet& packet)
+{
+    if (queued_.Size() + packet.Size() > kQueueBytes)
+        Flush();
+    if (packet.Size() > kQueueBytes)
+        Write(packet);
+    else
+        queued_.Append(packet.Data(), packet.Size());
+}
+
+void ClientChannel::Flush()
+{
+    WriteAll(queued_.Begin(), queued_.Size());
+    queued_.Truncate(0);
+}
+
+void ClientChannel::Refuse(const Error& reason) noexcept
+{
+    if (broken_ || !stream_)
+        return;
+    try {
+        Write(wire::EncodeError(reason, 0));
+        stream_->EndSending();
+        // Past the deciphering, if there is any: nobody looks at it.
+        char unread[4096];
+        const QDeadlineTimer deadline(kFarewell);
+        while (!deadline.hasExpired()
+            && native_.Receive(unread, sizeof unread, static_cast<int>(deadline.remainingTime())) > 0) { }
+    } catch (const std::exception&) {
+        // It is gone; the reason is in the log.
+    }
+}
+
+int ClientChannel::TimeLeft(int patience) const
+{
+    return loginDeadline_.isForever()
+        ? patience
+        : static_cast<int>(std::min<qint64>(patience, loginDeadline_.remainingTime()));
+}
+
+qsizetype ClientChannel::ReadSome(char* to, qsizetype size, bool idle)
+{
+    const int patience = TimeLeft(idle ? options_.idleTimeout : options_.frameTimeout);
+    const qsizetype got = Guarded([&] { return stream_->Receive(to, size, patience); });
+    if (got != wire::SocketStream::kTimedOut) {
+        options_.operation->metrics.bytesReceived.Add(static_cast<quint64>(got));
+        return got;
+    }
+    if (loginDeadline_.hasExpired())
+        throw RefusedError(Refusal::LoginTime, ErrorKind::Connection, u"no login in time"_s);
+    if (idle)
+        throw RefusedError(Refusal::IdleTime, ErrorKind::Connection, u"idle for too long"_s);
+    throw RefusedError(Refusal::FrameTime, ErrorKind::Connection, u"frame not completed in time"_s);
+}
+
+void ClientChannel::WriteAll(const char* bytes, qsizetype size)
+{
+    if (Guarded([&] { return stream_->Send(bytes, size, options_.frameTimeout); })) {
+        options_.operation->metrics.bytesSent.Add(static_cast<quint64>(size));
+        return;
+    }
+    broken_ = true;
+    throw RefusedError(Refusal::FrameTime, ErrorKind::Connection, u"the client takes nothing"_s);
+}
+
+} // namespace server

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "server/net/Listener.h"
+#include "wire/Frame.h"
+#include "wire/SocketStream.h"
+
+#include <QDeadlineTimer>
+#include <QTcpSocket>
+
+#include <optional>
+
+namespace server {
+
+class Certificates;
+
+// The client's socket as a sequence of frames.
+class ClientChannel : public wire::FrameChannel {
+public:
+    explicit ClientChannel(const ListenerOptions& options);
+    ~ClientChannel() override;
+
+    // Takes the descriptor over; gives the name of the other end.
+    QString Open(qintptr descriptor, bool enciphered);
+    // Before anything is read: hears whether the client wants TLS, as `certificates` (null: no TLS here) has
+    // it, and makes the connection what it wants. Raises wire::Error.
+    void Begin(const Certificates* certificates);
+    void LoggedIn() noexcept { loginDeadline_ = QDeadlineTimer(QDeadlineTimer::Forever); }
+    // Nothing more can be said to this client.
+    bool IsBroken() const noexcept { return broken_; }
+
+    // The beginning of a reply waits for its end: most replies are small, and each write wakes the client.
+    void Queue(const wire::Packet& packet);
+    void Flush();
+
+    // Tells the client why it is being left. What it is still sending is read and forgotten: closing on it
+    // would destroy what was said.
+    void Refuse(const wire::Error& reason) noexcept;
+
+private:
+    // Remembers that the connection has failed.
+    template <typename F> auto Guarded(F&& work);
+    int TimeLeft(int patience) const;
+    void Encipher(const Certificates& certificates);
+    qsizetype ReadSome(char* to, qsizetype size, bool idle) override;
+    void WriteAll(const char* bytes, qsizetype size) override;
+
+    const ListenerOptions& options_;
+    std::unique_ptr<QTcpSocket> opened_; // until it is the stream's
+    std::optional<wire::SocketStream> stream_;
+    wire::NativeSocket native_;
+    wire::Array<char> queued_;
+    QDeadlineTimer loginDeadline_;
+    bool broken_ = false;
+};
+
+} // namespace server
