@@ -99,6 +99,42 @@ inline QString UpdateExpected()
 {
     return QStringLiteral("此处只能执行修改语句！");
 }
+inline QString ReaderOnly()
+{
+    return QStringLiteral("该账号只能查询，不能修改数据！");
+}
+inline QString StatementsClosed()
+{
+    return QStringLiteral("该账号不允许执行修改语句！");
+}
+inline QString GuardMissing(const QString& column)
+{
+    return QStringLiteral("查询结果中缺少列%1，不能判断订单所属网点，不能保存！").arg(column);
+}
+inline QString ForeignOrder()
+{
+    return QStringLiteral("该订单不属于本网点及其下属网点，不能修改！");
+}
+inline QString ForeignSite(const QString& column, const QString& site)
+{
+    return QStringLiteral("列%1不能填写其他网点“%2”！").arg(column, site);
+}
+inline QString ForeignService()
+{
+    return QStringLiteral("该网点不是本网点或其下属网点，不能修改其揽派设置！");
+}
+inline QString OpeningClosed()
+{
+    return QStringLiteral("该账号不允许修改“开通泽摩”！");
+}
+inline QString ColumnFixed(const QString& column)
+{
+    return QStringLiteral("不允许修改列%1！").arg(column);
+}
+inline QString NoDeleting()
+{
+    return QStringLiteral("不允许删除订单！");
+}
 inline QString NotConnected()
 {
     return QStringLiteral("没有连接到服务器！");
@@ -180,6 +216,10 @@ inline QString AccountEmpty()
 {
     return QStringLiteral("账号和密码不能为空！");
 }
+inline QString AccountGone()
+{
+    return QStringLiteral("该账号已被删除，请重新登录！");
+}
 inline QString BadRights()
 {
     return QStringLiteral("权限码必须为三位0或1！");
@@ -189,6 +229,48 @@ inline QString BadRights()
 inline QString MakingIndexes()
 {
     return QStringLiteral("正在建立索引");
+}
+
+// Storage: a database server
+inline QString CannotConnect()
+{
+    return QStringLiteral("不能连接数据库，请稍后重试！");
+}
+inline QString DatabaseConnectionLost()
+{
+    return QStringLiteral("数据库连接中断，请稍后重试！");
+}
+inline QString DatabaseReadOnly()
+{
+    return QStringLiteral("数据库拒绝写入，请检查其权限和状态后重试！");
+}
+inline QString NotOurSchema(const QString& schema)
+{
+    return QStringLiteral("数据库的模式“%1”中已有其他系统的表，请使用空数据库！").arg(schema);
+}
+inline QString NulInText()
+{
+    return QStringLiteral("内容中含有数据库不能保存的空字符！");
+}
+inline QString DateOutOfRange()
+{
+    return QStringLiteral("日期超出数据库可保存的范围！");
+}
+inline QString UnknownType(const QString& column)
+{
+    return QStringLiteral("数据库返回了不能识别的数据类型（%1）！").arg(column);
+}
+inline QString UnreadableCell(const QString& cell)
+{
+    return QStringLiteral("数据库返回的内容“%1”与列的类型不符！").arg(cell);
+}
+inline QString OtherColumns()
+{
+    return QStringLiteral("数据库返回的列与查询语句不符！");
+}
+inline QString KeyNotNumbered(const QString& column)
+{
+    return QStringLiteral("主键列%1由公司数据库编号，不能在此新增！").arg(column);
 }
 
 } // namespace server::texts

@@ -1,0 +1,173 @@
+#include "server/storage/postgres/Pipeline.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace storage::postgres {
+namespace {
+
+constexpr size_t kPreparedStatements = 300;
+
+} // namespace
+
+PreparedPtr Pipeline::Prepare(const std::string& sql, const std::vector<Oid>& types)
+{
+    key_.assign(sql);
+    key_.append(reinterpret_cast<const char*>(types.data()), types.size() * sizeof(Oid));
+    PreparedPtr& statement = statements_[key_];
+    if (!statement) {
+        statement = std::make_shared<Prepared>();
+        statement->name = "s" + std::to_string(++names_);
+        statement->sql = sql;
+        statement->types = types;
+    }
+    statement->lastUse = ++uses_;
+    PreparedPtr found = statement;
+    if (statements_.size() > kPreparedStatements)
+        DropLeastUsed();
+    return found;
+}
+
+void Pipeline::DropLeastUsed()
+{
+    const auto least =
+        std::ranges::min_element(statements_, {}, [](const auto& item) { return item.second->lastUse; });
+    if (least->second->sent)
+        deferred_.push_back("deallocate " + least->second->name);
+    statements_.erase(least);
+}
+
+void Pipeline::SendDeferred()
+{
+    for (const std::string& command : std::exchange(deferred_, {})) {
+        link_.SendCommand(command);
+        expected_.push_back({Expected::Kind::Command, nullptr});
+    }
+}
+
+void Pipeline::SendCommand(const std::string& sql)
+{
+    SendDeferred();
+    link_.SendCommand(sql);
+    expected_.push_back({Expected::Kind::Command, nullptr});
+}
+
+void Pipeline::Send(const PreparedPtr& statement, const Parameters& parameters)
+{
+    SendDeferred();
+    if (!statement->sent) {
+        link_.SendPrepare(statement->name, statement->sql, statement->types);
+        statement->sent = true;
+        expected_.push_back({Expected::Kind::Preparation, statement});
+    }
+    link_.SendExecute(statement->name, parameters);
+    expected_.push_back({Expected::Kind::Statement, statement});
+}
+
+void Pipeline::Sync()
+{
+    link_.Sync();
+    expected_.push_back({Expected::Kind::Sync, nullptr});
+}
+
+Result Pipeline::TakeOnly()
+{
+    Result result = link_.Next();
+    if (!result)
+        link_.RaiseLost();
+    while (link_.Next()) { }
+    return result;
+}
+
+void Pipeline::Note(Result result)
+{
+    if (!failure_ && IsError(result))
+        failure_ = std::move(result);
+}
+
+// Reads what comes before the next of that kind; false when the Sync comes first.
+bool Pipeline::ReceiveUpTo(Expected::Kind kind)
+{
+    while (!expected_.empty() && expected_.front().kind != kind) {
+        if (expected_.front().kind == Expected::Kind::Sync)
+            return false;
+        const Expected expected = std::move(expected_.front());
+        expected_.pop_front();
+        Result result = TakeOnly();
+        if (expected.kind == Expected::Kind::Preparation && PQresultStatus(result.get()) != PGRES_COMMAND_OK)
+            expected.statement->sent = false;
+        lastTag_ = PQcmdStatus(result.get());
+        Note(std::move(result));
+    }
+    return !expected_.empty();
+}
+
+Result Pipeline::Receive()
+{
+    if (!ReceiveUpTo(Expected::Kind::Statement))
+        return {};
+    expected_.pop_front();
+    Result result = TakeOnly();
+    const ExecStatusType status = PQresultStatus(result.get());
+    if (status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK)
+        return result;
+    Note(std::move(result));
+    return {};
+}
+
+bool Pipeline::ReceiveRows()
+{
+    if (!ReceiveUpTo(Expected::Kind::Statement) || failure_)
+        return false;
+    expected_.pop_front();
+    link_.ReadRowByRow();
+    return true;
+}
+
+Result Pipeline::Finish()
+{
+    if (ReceiveUpTo(Expected::Kind::Sync)) {
+        expected_.pop_front();
+        if (!link_.Next())
+            link_.RaiseLost();
+    }
+    return std::exchange(failure_, {});
+}
+
+void Pipeline::Abandon() noexcept
+{
+    try {
+        link_.Drain();
+    } catch (const wire::Error&) {
+        link_.GiveUp(); // whoever lends it next is told so
+    }
+    for (const Expected& expected : expected_) {
+        if (expected.kind == Expected::Kind::Preparation)
+            expected.statement->sent = false;
+    }
+    expected_.clear();
+    failure_.reset();
+}
+
+Result Pipeline::Run(const PreparedPtr& statement, const Parameters& parameters)
+{
+    Send(statement, parameters);
+    Sync();
+    Result result = Receive();
+    const Result failure = Finish();
+    if (failure)
+        link_.Raise(failure, QString::fromStdString(statement->sql));
+    return result;
+}
+
+std::string Pipeline::RunCommand(const std::string& sql)
+{
+    SendCommand(sql);
+    Sync();
+    const Result failure = Finish();
+    if (failure)
+        link_.Raise(failure, QString::fromStdString(sql));
+    return lastTag_;
+}
+
+} // namespace storage::postgres

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "server/storage/postgres/Binary.h"
+#include "server/storage/postgres/Libpq.h"
+
+#include <deque>
+#include <optional>
+#include <unordered_map>
+
+namespace storage::postgres {
+
+// A statement that the database keeps prepared for this connection.
+struct Prepared {
+    std::string name;
+    std::string sql;
+    std::vector<Oid> types;
+    bool sent = false; // for preparation, and has not failed since
+    quint64 lastUse = 0;
+    std::optional<CellReaders> readers; // once its first rows have come
+    CellBlocks scratch;
+};
+using PreparedPtr = std::shared_ptr<Prepared>;
+
+// The statements of a connection, sent ahead of their results. What a statement needs first (its preparation,
+// a transaction's begin, a savepoint) travels with it, and nobody waits for it by itself.
+class Pipeline {
+public:
+    explicit Pipeline(Link& link)
+        : link_(link)
+    {
+    }
+
+    // Keeps the last few hundred, by text and parameter types.
+    PreparedPtr Prepare(const std::string& sql, const std::vector<Oid>& types);
+
+    // Travels with what is sent next.
+    void Defer(const char* command) { deferred_.emplace_back(command); }
+    const std::vector<std::string>& Deferred() const noexcept { return deferred_; }
+    void DropDeferred() noexcept { deferred_.clear(); }
+
+    void SendCommand(const std::string& sql);
+    void Send(const PreparedPtr& statement, const Parameters& parameters);
+    // What is sent up to here fails together.
+    void Sync();
+
+    // The result of the next prepared statement that was sent; none where it failed or was skipped.
+    Result Receive();
+    // Makes the rows of the next one come one by one, from Link::Next; false where it will not come to that.
+    bool ReceiveRows();
+    // Reads on to the Sync; gives what failed first before it.
+    Result Finish();
+    // Forgets everything that is under way, whatever became of it.
+    void Abandon() noexcept;
+
+    // One statement and its result, in one round trip; raises.
+    Result Run(const PreparedPtr& statement, const Parameters& parameters);
+    // Gives the command's tag, which is not always that of the command sent.
+    std::string RunCommand(const std::string& sql);
+
+private:
+    struct Expected {
+        enum class Kind : quint8 { Command, Preparation, Statement, Sync } kind;
+        PreparedPtr statement;
+    };
+    void SendDeferred();
+    void DropLeastUsed();
+    bool ReceiveUpTo(Expected::Kind kind);
+    Result TakeOnly();
+    void Note(Result result);
+
+    Link& link_;
+    std::unordered_map<std::string, PreparedPtr> statements_;
+    std::string key_; // memory for look-ups
+    quint64 uses_ = 0;
+    quint64 names_ = 0;
+    std::vector<std::string> deferred_;
+    std::deque<Expected> expected_;
+    Result failure_; // the first since the last Sync
+    std::string lastTag_;
+};
+
+} // namespace storage::postgres

@@ -1,0 +1,285 @@
+#include "server/storage/postgres/PostgresConnection.h"
+
+#include "server/Texts.h"
+#include "server/dialect/Postgres.h"
+#include "server/storage/postgres/PostgresRowWriter.h"
+#include "server/storage/postgres/PostgresSchema.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace storage::postgres {
+namespace {
+
+constexpr auto kBegin = "begin";
+constexpr auto kSetPoint = "savepoint zelmor_point";
+constexpr auto kToPoint = "rollback to savepoint zelmor_point";
+
+// "?" as PostgreSQL counts its parameters; the server's own texts have none in quotes.
+std::string Numbered(std::string_view sql)
+{
+    std::string numbered;
+    int number = 0;
+    for (const char c : sql) {
+        if (c == '?')
+            numbered += '$' + std::to_string(++number);
+        else
+            numbered += c;
+    }
+    return numbered;
+}
+
+[[noreturn]] void RaiseTranslated(Link& link, const Result& failure, const Prepared& statement)
+{
+    const QString sql = QString::fromStdString(statement.sql);
+    if (PQstatus(link.Handle()) == CONNECTION_OK) {
+        if (const auto error = dialect::ErrorOfSqlState(SqlStateOf(failure), ReasonOf(failure)))
+            throw wire::Error(error->Kind(), error->Message(), sql);
+    }
+    link.Raise(failure, sql);
+}
+
+// The rows of the statement whose results come next.
+class RowReader final : public RowSource {
+public:
+    RowReader(Link& link, Prepared& statement, const std::vector<wire::ColumnInfo>& columns)
+        : link_(link)
+        , statement_(statement)
+    {
+        for (const wire::ColumnInfo& column : columns)
+            types_.push_back(column.type);
+        if (statement_.scratch.empty())
+            statement_.scratch = MakeCellBlocks(columns);
+    }
+
+    bool Fill(CellBlocks& blocks) override
+    {
+        for (wire::CellBlock& cells : blocks)
+            cells.Clear();
+        link_.CheckStop();
+        for (qsizetype row = 0; row < wire::CellBlock::kRows; ++row) {
+            Result result = link_.Next();
+            if (PQresultStatus(result.get()) != PGRES_SINGLE_TUPLE) {
+                End(std::move(result));
+                return false;
+            }
+            if (!statement_.readers)
+                statement_.readers.emplace(result.get(), types_);
+            statement_.readers->ReadRow(result.get(), 0, blocks);
+        }
+        return true;
+    }
+
+    bool HasEnded() const noexcept { return ended_; }
+
+private:
+    void End(Result last)
+    {
+        if (!last)
+            link_.RaiseLost();
+        while (link_.Next()) { }
+        ended_ = true;
+        if (IsError(last))
+            RaiseTranslated(link_, last, statement_);
+    }
+
+    Link& link_;
+    Prepared& statement_;
+    std::vector<wire::ColumnType> types_;
+    bool ended_ = false;
+};
+
+} // namespace
+
+// Whatever is raised, nothing of it is left under way.
+template <typename Work> auto PostgresConnection::Clean(Work&& work)
+{
+    try {
+        return work();
+    } catch (...) {
+        pipeline_.Abandon();
+        throw;
+    }
+}
+
+PostgresConnection::PostgresConnection(
+    const QString& uri, const std::string& settings, std::shared_ptr<const PostgresCatalog> catalog)
+    : Connection(catalog, dialect::Target::Postgres)
+    , catalog_(std::move(catalog))
+    , link_(uri)
+    , pipeline_(link_)
+{
+    link_.Run(settings);
+    link_.StartPipeline();
+}
+
+qint64 PostgresConnection::Query(
+    const dialect::Translated& select, wire::DateTime now, const ReadLimits& limits, wire::ReplySink& sink)
+{
+    const PreparedPtr statement = Bind(select, now);
+    return Clean([&] {
+        pipeline_.Send(statement, parameters_);
+        pipeline_.Sync();
+        if (!pipeline_.ReceiveRows())
+            RaiseTranslated(link_, pipeline_.Finish(), *statement);
+        RowReader rows(link_, *statement, select.translation->columns);
+        try {
+            const qint64 count = StreamRows(rows, statement->scratch, limits, sink);
+            pipeline_.Finish();
+            return count;
+        } catch (...) {
+            if (!rows.HasEnded())
+                link_.Cancel();
+            throw;
+        }
+    });
+}
+
+qint64 PostgresConnection::Execute(const dialect::Translated& update, wire::DateTime now)
+{
+    const PreparedPtr statement = Bind(update, now);
+    return Clean([&] {
+        pipeline_.Send(statement, parameters_);
+        pipeline_.Sync();
+        const Result result = pipeline_.Receive();
+        if (const Result failure = pipeline_.Finish())
+            RaiseTranslated(link_, failure, *statement);
+        return qint64(std::atoll(PQcmdTuples(result.get())));
+    });
+}
+
+std::vector<Row> PostgresConnection::Select(
+    std::string_view sql, std::span<const wire::Value> parameters, std::span<const wire::ColumnType> types)
+{
+    const PreparedPtr statement = Bind(sql, parameters);
+    const Result result = Clean([&] { return pipeline_.Run(statement, parameters_); });
+    const CellReaders readers(result.get(), {types.begin(), types.end()});
+    std::vector<Row> rows(static_cast<size_t>(PQntuples(result.get())));
+    for (size_t row = 0; row < rows.size(); ++row) {
+        for (size_t column = 0; column < types.size(); ++column)
+            rows[row].push_back(
+                readers.ReadValue(result.get(), static_cast<int>(row), static_cast<int>(column)));
+    }
+    return rows;
+}
+
+qint64 PostgresConnection::Change(std::string_view sql, std::span<const wire::Value> parameters)
+{
+    const PreparedPtr statement = Bind(sql, parameters);
+    const Result result = Clean([&] { return pipeline_.Run(statement, parameters_); });
+    return std::atoll(PQcmdTuples(result.get()));
+}
+
+bool PostgresConnection::Insert(const demo::TableDef& table, std::span<const wire::Value> values)
+{
+    std::string names;
+    std::string places;
+    Row given;
+    for (size_t i = 0; i < values.size(); ++i) {
+        // The database gives the number that is missing.
+        if (HasNumberedKey(table) && table.columns[i].name == table.primaryKey.front()
+            && wire::IsNull(values[i]))
+            continue;
+        names += (names.empty() ? "" : ", ") + NameOf(table.columns[i].name);
+        places += places.empty() ? "?" : ", ?";
+        given.push_back(values[i]);
+    }
+    return Change("insert into " + NameOf(table.name) + "(" + names + ") values(" + places
+                   + ") on conflict do nothing",
+               given)
+        == 1;
+}
+
+std::unique_ptr<RowWriter> PostgresConnection::WriteRows(const WriteTarget& target)
+{
+    return std::make_unique<PostgresRowWriter>(
+        link_, pipeline_, target, catalog_->PrimaryKeyOf(*target.table));
+}
+
+void PostgresConnection::Begin()
+{
+    pipeline_.DropDeferred();
+    pipeline_.Defer(kBegin);
+}
+
+void PostgresConnection::Commit()
+{
+    const auto& deferred = pipeline_.Deferred();
+    if (std::ranges::find(deferred, kBegin) != deferred.end()) {
+        pipeline_.DropDeferred(); // nothing has been done
+        return;
+    }
+    // Never broken off half-way: whoever asked for it could not know what became of it.
+    link_.SetStop(nullptr);
+    Clean([this] {
+        // In a transaction that has failed before, a commit succeeds and is none.
+        if (pipeline_.RunCommand("commit") != "COMMIT")
+            throw wire::Error(wire::ErrorKind::Storage, server::texts::DatabaseError());
+    });
+    link_.SetStop(stop_);
+}
+
+void PostgresConnection::Rollback() noexcept
+{
+    pipeline_.DropDeferred();
+    if (PQtransactionStatus(link_.Handle()) == PQTRANS_IDLE)
+        return;
+    link_.SetStop(nullptr);
+    try {
+        Clean([this] { pipeline_.RunCommand("rollback"); });
+    } catch (const wire::Error&) {
+        link_.GiveUp(); // its end undoes the transaction as well
+    }
+    link_.SetStop(stop_);
+}
+
+void PostgresConnection::SetSavepoint()
+{
+    pipeline_.Defer(kSetPoint);
+}
+
+void PostgresConnection::RollbackToSavepoint()
+{
+    pipeline_.Defer(kToPoint);
+}
+
+void PostgresConnection::SetStop(StopSignal* stop) noexcept
+{
+    stop_ = stop;
+    link_.SetStop(stop);
+}
+
+bool PostgresConnection::IsUsable() noexcept
+{
+    return link_.IsUsable();
+}
+
+PreparedPtr PostgresConnection::Bind(const dialect::Translated& translated, wire::DateTime now)
+{
+    link_.CheckStop();
+    parameters_.Clear();
+    std::vector<Oid> types;
+    for (const dialect::Parameter& parameter : translated.translation->parameters) {
+        types.push_back(TypeOf(parameter.type));
+        if (parameter.source == dialect::Parameter::Source::Now)
+            parameters_.Add(now, parameter.type);
+        else
+            parameters_.Add(translated.literals[static_cast<size_t>(parameter.literal)], parameter.type);
+    }
+    return pipeline_.Prepare(translated.translation->sql, types);
+}
+
+PreparedPtr PostgresConnection::Bind(std::string_view sql, std::span<const wire::Value> values)
+{
+    link_.CheckStop();
+    parameters_.Clear();
+    std::vector<Oid> types;
+    for (const wire::Value& value : values) {
+        // A null takes the type that stands there.
+        types.push_back(wire::IsNull(value) ? 0 : TypeOf(static_cast<wire::ColumnType>(value.index())));
+        parameters_.Add(value);
+    }
+    return pipeline_.Prepare(Numbered(sql), types);
+}
+
+} // namespace storage::postgres
