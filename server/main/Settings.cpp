@@ -47,11 +47,6 @@ constexpr Option kOptions[] = {
     {u"log-format", u"FORMAT", u"text (unless given) or json."},
 };
 
-QString NameOf(const Option& option)
-{
-    return QString::fromUtf16(option.name);
-}
-
 const Option* Find(const QString& name)
 {
     const auto* found = std::find_if(
