@@ -105,12 +105,17 @@ void ApplicationServer::SetPassword(const QString& account, const QString& passw
     d_->accounts.SetPassword(account, password);
 }
 
+void ApplicationServer::SetRole(const QString& account, std::optional<Role> role)
+{
+    d_->accounts.SetRole(account, role);
+}
+
 void ApplicationServer::RemoveAccount(const QString& account)
 {
     d_->accounts.Remove(account);
 }
 
-std::vector<wire::Identity> ApplicationServer::Accounts()
+std::vector<Account> ApplicationServer::Accounts()
 {
     return d_->accounts.List();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/accounts/Role.h"
 #include "wire/Messages.h"
 
 #include <functional>
@@ -13,6 +14,15 @@ class Backend;
 
 namespace server {
 
+// Rows of a change log that were refused because the account may not write them.
+struct RefusedRows {
+    const wire::Identity& who;
+    const QString& peer;
+    const QString& table;
+    int count;
+    const QString& firstRow; // its key
+};
+
 struct Options {
     // Opens the database, or makes and fills it; unless given, the embedded one in `dataDir`.
     std::function<std::unique_ptr<storage::Backend>(const Options& options, wire::DateTime now)> open;
@@ -25,6 +35,8 @@ struct Options {
         onProgress; // while filling, on the caller's thread
     qint64 maxRows = 2'000'000; // a query that would return more is refused (Limit)
     int maxSeconds = 300; // a request that runs longer is stopped (Limit)
+    int permissionSeconds = 300; // so long may an account or a site that was changed still count as before
+    std::function<void(const RefusedRows&)> onRefusedRows; // for the log; on the session's thread
 };
 
 // An account as an administrator adds it.
@@ -34,6 +46,12 @@ struct NewAccount {
     QString employeeCode; // must exist; gives name and site
     QString userType;
     QString rights = QStringLiteral("111");
+    std::optional<Role> role = std::nullopt; // unless given, the account's site tells
+};
+
+// An account as it stands.
+struct Account : wire::Identity {
+    std::optional<Role> role; // as given by an administrator
 };
 
 // Offered by the login window of a demo database.
@@ -81,8 +99,9 @@ public:
     PoolState Pool();
     void AddAccount(const NewAccount& account); // raises wire::Error (Data)
     void SetPassword(const QString& account, const QString& password);
+    void SetRole(const QString& account, std::optional<Role> role); // nothing: its site tells
     void RemoveAccount(const QString& account);
-    std::vector<wire::Identity> Accounts();
+    std::vector<Account> Accounts();
     std::vector<DemoAccount> DemoAccounts(); // empty unless the database holds demo data
     // One select with the rights of an administrator (tools, automation): any table.
     wire::RowSet QueryAsAdministrator(const QString& sqlText);

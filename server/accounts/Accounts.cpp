@@ -2,6 +2,7 @@
 
 #include "demo/Generator.h"
 #include "server/Texts.h"
+#include "server/operation/Operation.h"
 #include "server/accounts/PasswordHash.h"
 #include "server/storage/OwnTables.h"
 
@@ -18,19 +19,29 @@ namespace {
 using wire::ColumnType;
 
 constexpr auto kIdentity = R"(
-select a.ACCOUNT, a.EMPLOYEE_CODE, e.EMPLOYEE_NAME, e.OWNER_SITE, a.USER_TYPE, a.RIGHTS, a.PASSWORD_HASH,
-       a.DESCRIPTION
+select a.ACCOUNT, a.EMPLOYEE_CODE, e.EMPLOYEE_NAME, e.OWNER_SITE, a.USER_TYPE, a.RIGHTS, a.ROLE,
+       a.PASSWORD_HASH, a.DESCRIPTION
   from zelmor_account a left join tab_employee e on e.EMPLOYEE_CODE = a.EMPLOYEE_CODE )";
 
 constexpr std::array kIdentityTypes{ColumnType::Text, ColumnType::Text, ColumnType::Text, ColumnType::Text,
-    ColumnType::Text, ColumnType::Text, ColumnType::Text, ColumnType::Text};
-constexpr size_t kHash = 6;
-constexpr size_t kDescription = 7;
+    ColumnType::Text, ColumnType::Text, ColumnType::Text, ColumnType::Text, ColumnType::Text};
+constexpr size_t kRole = 6;
+constexpr size_t kHash = 7;
+constexpr size_t kDescription = 8;
 
-wire::Identity ReadIdentity(const storage::Row& row)
+Account ReadAccount(const storage::Row& row)
 {
     const auto text = [&row](size_t column) { return wire::ToText(row[column]); };
-    return {text(0), text(1), text(2), text(3), text(4), text(5)};
+    Account account{{text(0), text(1), text(2), text(3), text(4), text(5)}, std::nullopt};
+    // A role that this version does not know allows the least.
+    if (const QString role = text(kRole); !role.isEmpty())
+        account.role = ParseRole(role).value_or(Role::Reader);
+    return account;
+}
+
+wire::Value RoleValue(std::optional<Role> role)
+{
+    return role ? wire::Value(NameOf(*role).toString()) : wire::Value();
 }
 
 // What an unknown account's password is compared with, so that it takes as long as a known one's.
@@ -47,14 +58,15 @@ const QString& NobodysHash()
 
 } // namespace
 
-wire::Identity Accounts::Login(const QString& account, const QString& password, const QString& peer)
+Account Accounts::Login(const QString& account, const QString& password, const QString& peer)
 {
     using Clock = LoginGuard::Clock;
     if (const int wait = guard_.Admit(account, peer, Clock::now()))
-        throw wire::Error(wire::ErrorKind::Login, texts::TooManyLogins(wait));
+        throw operation::RefusedError(
+            operation::Refusal::LoginRate, wire::ErrorKind::Login, texts::TooManyLogins(wait));
     // Whatever goes wrong counts against the caller until it turns out right.
     auto failed = qScopeGuard([&] { guard_.Failed(account, peer, Clock::now()); });
-    wire::Identity identity;
+    Account found;
     QString hash = NobodysHash();
     bool known = false;
     {
@@ -64,7 +76,7 @@ wire::Identity Accounts::Login(const QString& account, const QString& password, 
             connection->Select(std::string(kIdentity) + "where a.ACCOUNT = ?", name, kIdentityTypes);
         known = !rows.empty();
         if (known) {
-            identity = ReadIdentity(rows.front());
+            found = ReadAccount(rows.front());
             hash = wire::ToText(rows.front()[kHash]);
         }
     }
@@ -72,7 +84,7 @@ wire::Identity Accounts::Login(const QString& account, const QString& password, 
         throw wire::Error(wire::ErrorKind::Login, texts::WrongLogin());
     failed.dismiss();
     guard_.Succeeded(account, peer);
-    return identity;
+    return found;
 }
 
 void Accounts::Add(const NewAccount& account, wire::DateTime now)
@@ -91,7 +103,7 @@ void Accounts::Add(const NewAccount& account, wire::DateTime now)
                 .empty())
             RaiseData(texts::NoEmployee(account.employeeCode));
         const storage::Row row{account.account, hash, account.employeeCode, wire::TextValue(account.userType),
-            account.rights, {}, now};
+            account.rights, RoleValue(account.role), {}, now};
         if (!connection.Insert(storage::AccountTable(), row))
             RaiseData(texts::AccountExists(account.account));
     });
@@ -103,6 +115,11 @@ void Accounts::SetPassword(const QString& account, const QString& password)
         RaiseData(texts::AccountEmpty());
     ChangeOne("update zelmor_account set PASSWORD_HASH = ? where ACCOUNT = ?",
         {HashPassword(password), account}, account);
+}
+
+void Accounts::SetRole(const QString& account, std::optional<Role> role)
+{
+    ChangeOne("update zelmor_account set ROLE = ? where ACCOUNT = ?", {RoleValue(role), account}, account);
 }
 
 void Accounts::Remove(const QString& account)
@@ -119,13 +136,21 @@ void Accounts::ChangeOne(
     });
 }
 
-std::vector<wire::Identity> Accounts::List()
+std::optional<Account> Accounts::Find(const QString& account)
+{
+    const storage::Row name{account};
+    const auto rows =
+        pool_.Lend()->Select(std::string(kIdentity) + "where a.ACCOUNT = ?", name, kIdentityTypes);
+    return rows.empty() ? std::nullopt : std::optional(ReadAccount(rows.front()));
+}
+
+std::vector<Account> Accounts::List()
 {
     const auto connection = pool_.Lend();
-    std::vector<wire::Identity> accounts;
+    std::vector<Account> accounts;
     for (const storage::Row& row :
         connection->Select(std::string(kIdentity) + "order by a.ACCOUNT", {}, kIdentityTypes))
-        accounts.push_back(ReadIdentity(row));
+        accounts.push_back(ReadAccount(row));
     return accounts;
 }
 

@@ -15,12 +15,14 @@ public:
     {
     }
 
-    // The identity of the account; Login where account or password is wrong, without saying which.
-    wire::Identity Login(const QString& account, const QString& password, const QString& peer);
+    // Login where account or password is wrong, without saying which.
+    Account Login(const QString& account, const QString& password, const QString& peer);
+    std::optional<Account> Find(const QString& account);
     void Add(const NewAccount& account, wire::DateTime now);
     void SetPassword(const QString& account, const QString& password);
+    void SetRole(const QString& account, std::optional<Role> role);
     void Remove(const QString& account);
-    std::vector<wire::Identity> List();
+    std::vector<Account> List();
     std::vector<DemoAccount> Demo();
 
 private:

@@ -64,16 +64,16 @@ Options ReadOptions(const Settings& settings, const operation::Shared& operation
     options.maxRows = settings.Number(u"max-rows"_s, options.maxRows, 1, INT_MAX);
     options.maxSeconds =
         static_cast<int>(settings.Number(u"statement-timeout"_s, options.maxSeconds, 1, kLongTime));
+    options.onRefusedRows = [operation](const RefusedRows& rows) {
+        operation->Refuse(operation::Refusal::Site,
+            {{"account", rows.who.account}, {"site", rows.who.site}, {"peer", rows.peer},
+                {"table", rows.table}, {"rows", rows.count}, {"first_row", rows.firstRow}});
+    };
     options.onProgress = [operation, last = QString(), lastPercent = -1](
                              const QString& stage, int percent) mutable {
         if (std::exchange(last, stage) != stage || percent / 10 != lastPercent / 10)
             operation->log.Info("demo_data", {{"stage", stage}, {"percent", percent}});
         lastPercent = percent;
-    };
-    options.onRefusedRows = [operation](const RefusedRows& rows) {
-        operation->Refuse(operation::Refusal::Site,
-            {{"kind", "apply_updates"}, {"account", rows.who.account}, {"peer", rows.peer},
-                {"table", rows.table}, {"rows", rows.count}, {"first", rows.firstRow}});
     };
     return options;
 }

@@ -1,6 +1,7 @@
 #include "server/provider/ClientSession.h"
 
 #include "server/Texts.h"
+#include "server/operation/Operation.h"
 #include "server/provider/Outcomes.h"
 #include "server/provider/Policy.h"
 #include "server/provider/Resolver.h"
@@ -27,6 +28,7 @@ Core::Core(const Options& given)
     , clock(given.now)
     , pool(Open(given, clock.Now()), given.connections)
     , accounts(pool)
+    , sites(pool, std::chrono::seconds(given.permissionSeconds))
 {
     storage::InTransaction(pool, true, PruneOutcomes);
 }
@@ -98,6 +100,8 @@ wire::Reply ClientSession::Handle(const wire::Request& request, wire::ReplySink&
     wire::Reply reply;
     if (!loggedIn_ && request.kind != wire::RequestKind::Login)
         throw wire::Error(wire::ErrorKind::Login, texts::LoginFirst());
+    if (loggedIn_ && request.kind != wire::RequestKind::Login)
+        RefreshPermissions();
     switch (request.kind) {
     case wire::RequestKind::Login:
         Login(request, reply);
@@ -123,9 +127,38 @@ wire::Reply ClientSession::Handle(const wire::Request& request, wire::ReplySink&
 void ClientSession::Login(const wire::Request& request, wire::Reply& reply)
 {
     loggedIn_ = false;
-    identity_ = core_.accounts.Login(request.account, request.password, peer_);
+    const Account account = core_.accounts.Login(request.account, request.password, peer_);
+    Permit(account);
+    identity_ = account;
     loggedIn_ = true;
     reply.identity = identity_;
+}
+
+void ClientSession::Permit(const Account& account)
+{
+    const auto tree = core_.sites.Current();
+    permissions_ = Permissions(
+        account.role.value_or(tree->RoleAt(account.site)), account.userType, SiteScope(*tree, account.site));
+    permittedAt_ = std::chrono::steady_clock::now();
+}
+
+void ClientSession::RefreshPermissions()
+{
+    const auto age = std::chrono::steady_clock::now() - permittedAt_;
+    if (age < std::chrono::seconds(core_.options.permissionSeconds))
+        return;
+    std::optional<Account> account;
+    try {
+        account = core_.accounts.Find(identity_.account);
+        if (account)
+            Permit(*account);
+    } catch (const storage::TryAgain&) {
+        return; // with the next request; this one goes on with what was known
+    }
+    if (!account) {
+        loggedIn_ = false;
+        throw wire::Error(wire::ErrorKind::Login, texts::AccountGone());
+    }
 }
 
 void ClientSession::Query(const wire::Request& request, wire::ReplySink& sink, wire::Reply& reply)
@@ -136,7 +169,7 @@ void ClientSession::Query(const wire::Request& request, wire::ReplySink& sink, w
             const ConnectionPool::Lease connection = core_.pool.Lend();
             Watched(*connection, request.text, [&] {
                 const dialect::Translated translated = connection->Translate(request.text);
-                RequireQuery(*translated.translation);
+                Permissions::RequireQuery(*translated.translation);
                 watched.Columns(translated.translation->columns);
                 reply.rowCount = connection->Query(
                     translated, core_.clock.Now(), {core_.options.maxRows, rowsPerReply_}, watched);
@@ -153,7 +186,7 @@ void ClientSession::Execute(const wire::Request& request, wire::Reply& reply)
     storage::InTransaction(core_.pool, false, [&](storage::Connection& connection) {
         Watched(connection, request.text, [&] {
             const dialect::Translated translated = connection.Translate(request.text);
-            RequireUpdate(*translated.translation);
+            permissions_.RequireUpdate(*translated.translation);
             const Caller caller = CallerNow();
             reply.rowCount = connection.Execute(translated, caller.now);
             AuditFields fields;
@@ -170,16 +203,20 @@ void ClientSession::Execute(const wire::Request& request, wire::Reply& reply)
 
 void ClientSession::ApplyUpdates(const wire::Request& request, wire::Reply& reply)
 {
+    ClosedRows closed;
     storage::InTransaction(core_.pool, true, [&](storage::Connection& connection) {
         Watched(connection, request.changes.commandText, [&] {
             if (auto remembered = FindOutcome(connection, request.name, identity_.account)) {
                 reply.outcome = std::move(*remembered);
                 return;
             }
-            reply.outcome = ApplyChanges(connection, request.changes, request.maxErrors, CallerNow());
+            reply.outcome = ApplyChanges(
+                connection, request.changes, request.maxErrors, CallerNow(), permissions_, closed);
             RememberOutcome(connection, request.name, identity_.account, reply.outcome);
         });
     });
+    if (closed.count > 0 && core_.options.onRefusedRows)
+        core_.options.onRefusedRows({identity_, peer_, closed.table, closed.count, closed.first});
 }
 
 // A failure tells the client its own text, and that its time was over where that is why.
@@ -192,8 +229,12 @@ void ClientSession::Watched(storage::Connection& connection, const QString& sqlT
     } catch (const storage::TryAgain&) {
         throw;
     } catch (const wire::Error& error) {
-        const QString timeOver = texts::TimeOver(core_.options.maxSeconds);
-        throw wire::Error(error.Kind(), watch.TimeIsOver() ? timeOver : error.Message(), sqlText);
+        if (watch.TimeIsOver())
+            throw operation::RefusedError(operation::Refusal::StatementTime, error.Kind(),
+                texts::TimeOver(core_.options.maxSeconds), sqlText);
+        if (const auto reason = operation::RefusalOf(error))
+            throw operation::RefusedError(*reason, error.Kind(), error.Message(), sqlText);
+        throw wire::Error(error.Kind(), error.Message(), sqlText);
     }
 }
 

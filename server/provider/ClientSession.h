@@ -3,9 +3,11 @@
 #include "server/Clock.h"
 #include "server/accounts/Accounts.h"
 #include "server/provider/AuditFields.h"
+#include "server/provider/Policy.h"
 #include "server/storage/Pool.h"
 
 #include <atomic>
+#include <chrono>
 
 namespace server {
 
@@ -17,6 +19,7 @@ struct Core {
     Clock clock;
     storage::ConnectionPool pool;
     Accounts accounts;
+    SiteDirectory sites;
 };
 
 class ClientSession final : public Session {
@@ -39,6 +42,10 @@ private:
     // Runs the work on a lent connection until it ends, the client is gone or the time is over.
     template <typename Work>
     void Watched(storage::Connection& connection, const QString& sqlText, Work&& work);
+    void Permit(const Account& account);
+    // Takes notice, every few minutes, of what became of the account and the sites. Raises wire::Error
+    // (Login) where the account is gone.
+    void RefreshPermissions();
     Caller CallerNow() const { return {identity_, peer_, core_.clock.Now()}; }
 
     Core& core_;
@@ -46,6 +53,8 @@ private:
     qsizetype rowsPerReply_;
     wire::Identity identity_;
     bool loggedIn_ = false;
+    Permissions permissions_;
+    std::chrono::steady_clock::time_point permittedAt_;
     std::atomic<bool> interrupted_{false};
 };
 

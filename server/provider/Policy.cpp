@@ -12,11 +12,9 @@ namespace {
     throw wire::Error(wire::ErrorKind::Policy, message);
 }
 
-} // namespace
-
-void RequireReadable(const std::vector<QString>& tables)
+void RequireReadable(const dialect::Translation& translation)
 {
-    for (const QString& table : tables) {
+    for (const QString& table : translation.tables) {
         if (demo::FindTable(table) == nullptr)
             Refuse(texts::TableClosed(table));
     }
@@ -31,19 +29,38 @@ void RequireWritable(const QString& table)
         Refuse(texts::TableReadOnly(table));
 }
 
-void RequireQuery(const dialect::Translation& translation)
+} // namespace
+
+Permissions::Permissions(Role role, const QString& userType, SiteScope sites)
+    : role_(role)
+    , opensSites_(userType == u"2")
+    , sites_(std::move(sites))
+{
+}
+
+void Permissions::RequireQuery(const dialect::Translation& translation)
 {
     if (translation.kind != dialect::StatementKind::Select)
         Refuse(texts::QueryExpected());
-    RequireReadable(translation.tables);
+    RequireReadable(translation);
 }
 
-void RequireUpdate(const dialect::Translation& translation)
+void Permissions::RequireUpdate(const dialect::Translation& translation) const
 {
     if (translation.kind != dialect::StatementKind::Update)
         Refuse(texts::UpdateExpected());
-    RequireReadable(translation.tables);
+    RequireReadable(translation);
     RequireWritable(translation.targetTable);
+    if (role_ != Role::Headquarters)
+        Refuse(role_ == Role::Reader ? texts::ReaderOnly() : texts::StatementsClosed());
+}
+
+void Permissions::RequireChanges(const dialect::Translation& query) const
+{
+    RequireQuery(query);
+    RequireWritable(query.targetTable);
+    if (role_ == Role::Reader)
+        Refuse(texts::ReaderOnly());
 }
 
 } // namespace server

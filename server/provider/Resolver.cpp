@@ -1,7 +1,7 @@
 #include "server/provider/Resolver.h"
 
 #include "server/Texts.h"
-#include "server/provider/RowTarget.h"
+#include "server/provider/RowRule.h"
 
 #include <QStringList>
 
@@ -32,11 +32,15 @@ struct Refusal {
 
 class Resolver {
 public:
-    Resolver(storage::Connection& connection, const wire::ChangeLog& log, const Caller& caller)
+    Resolver(storage::Connection& connection, const wire::ChangeLog& log, const Caller& caller,
+        const Permissions& permissions, ClosedRows& closed)
         : log_(log)
-        , target_(connection, log)
+        , target_(connection, log, permissions)
+        , rule_(RuleFor(permissions, target_))
         , writer_(connection.WriteRows(target_.ForWriting(caller)))
+        , closed_(closed)
     {
+        closed_ = {target_.Table().name, 0, {}};
     }
 
     std::vector<RowVerdict> Apply()
@@ -71,6 +75,8 @@ private:
     void Plan(const RowChange& row, RowWrite& write)
     {
         Sort(row, write);
+        if (rule_ != nullptr)
+            RequireOpen(write);
         switch (row.kind) {
         case ChangeKind::Insert:
             PlanInsert(write);
@@ -120,6 +126,18 @@ private:
         }
         if (row.kind != ChangeKind::Insert && keysSeen != write.keys.size())
             throw wire::Error(wire::ErrorKind::Data, texts::BadChangeLog());
+    }
+
+    void RequireOpen(const RowWrite& write)
+    {
+        std::optional<QString> reason = rule_->RefusalOf(write, *writer_);
+        if (!reason)
+            return;
+        if (closed_.count++ == 0) {
+            const bool insert = write.kind == ChangeKind::Insert;
+            closed_.first = QString::fromStdString(KeyText(insert ? KeysSet(write) : write.keys));
+        }
+        throw Refusal{std::move(*reason)};
     }
 
     static void Sign(RowWrite& write, quint16 column, char16_t role)
@@ -285,7 +303,9 @@ private:
 
     const wire::ChangeLog& log_;
     RowTarget target_;
+    std::unique_ptr<RowRule> rule_; // nullptr: every row is open
     std::unique_ptr<storage::RowWriter> writer_;
+    ClosedRows& closed_;
     std::vector<RowVerdict> verdicts_;
     // Rows on their way to the storage, kept from one batch to the next for their memory.
     std::vector<RowWrite> writes_;
@@ -297,10 +317,10 @@ private:
 
 } // namespace
 
-wire::ApplyOutcome ApplyChanges(
-    storage::Connection& connection, const wire::ChangeLog& log, int maxErrors, const Caller& caller)
+wire::ApplyOutcome ApplyChanges(storage::Connection& connection, const wire::ChangeLog& log, int maxErrors,
+    const Caller& caller, const Permissions& permissions, ClosedRows& closed)
 {
-    Resolver resolver(connection, log, caller);
+    Resolver resolver(connection, log, caller, permissions, closed);
     if (maxErrors >= 0)
         connection.SetSavepoint();
     wire::ApplyOutcome outcome{resolver.Apply()};

@@ -42,11 +42,11 @@ QString CaptionOf(const QString& name)
 
 } // namespace
 
-RowTarget::RowTarget(storage::Connection& connection, const wire::ChangeLog& log)
+RowTarget::RowTarget(
+    storage::Connection& connection, const wire::ChangeLog& log, const Permissions& permissions)
 {
     const dialect::Translated query = connection.Translate(log.commandText);
-    RequireQuery(*query.translation);
-    RequireWritable(query.translation->targetTable);
+    permissions.RequireChanges(*query.translation);
     table_ = connection.Catalog().Find(query.translation->targetTable);
     if (table_ == nullptr)
         throw wire::Error(wire::ErrorKind::Data, texts::NoTable());
@@ -80,6 +80,14 @@ const TargetColumn* RowTarget::Column(quint16 position) const
         throw wire::Error(wire::ErrorKind::Data, texts::BadChangeLog());
     const auto& column = columns_[position];
     return column ? &*column : nullptr;
+}
+
+const TargetColumn* RowTarget::Find(QStringView name) const
+{
+    const auto found = std::ranges::find_if(columns_, [name](const std::optional<TargetColumn>& column) {
+        return column && name.compare(column->stored->name, Qt::CaseInsensitive) == 0;
+    });
+    return found != columns_.end() ? &**found : nullptr;
 }
 
 bool RowTarget::KeyIsNumbered() const noexcept

@@ -7,6 +7,8 @@
 
 namespace server {
 
+class Permissions;
+
 // A column of a change log that its table has.
 struct TargetColumn {
     const dialect::CatalogColumn* stored;
@@ -22,13 +24,15 @@ class RowTarget {
 public:
     using Columns = std::vector<const TargetColumn*>;
 
-    // Raises wire::Error: Policy where clients may not write the table, Data where rows cannot be found
+    // Raises wire::Error: Policy where the account may not write the table, Data where rows cannot be found
     // again.
-    RowTarget(storage::Connection& connection, const wire::ChangeLog& log);
+    RowTarget(storage::Connection& connection, const wire::ChangeLog& log, const Permissions& permissions);
 
     const dialect::CatalogTable& Table() const noexcept { return *table_; }
     // nullptr for a column that the table lacks; raises wire::Error (Data) for one that the log lacks.
     const TargetColumn* Column(quint16 position) const;
+    // By name, in either case; nullptr where log or table lacks it.
+    const TargetColumn* Find(QStringView name) const;
     const Columns& Keys() const noexcept { return keys_; }
     // The key is one whole number, which the database gives to rows that come without.
     bool KeyIsNumbered() const noexcept;

@@ -91,8 +91,8 @@ SiteScope::SiteScope(const SiteTree& tree, const QString& site)
 
 bool SiteScope::Contains(const std::vector<QString>& sites, QStringView site) noexcept
 {
-    const auto found
-        = std::ranges::lower_bound(sites, site, {}, [](const QString& name) { return QStringView(name); });
+    const auto found =
+        std::ranges::lower_bound(sites, site, {}, [](const QString& name) { return QStringView(name); });
     return found != sites.end() && *found == site;
 }
 

@@ -25,8 +25,8 @@ const demo::TableDef& AccountTable()
         .name = u"zelmor_account"_s,
         .columns = {{u"ACCOUNT"_s, ColumnType::Text, 30}, {u"PASSWORD_HASH"_s, ColumnType::Text, 128},
             {u"EMPLOYEE_CODE"_s, ColumnType::Text, 20}, {u"USER_TYPE"_s, ColumnType::Text, 10},
-            {u"RIGHTS"_s, ColumnType::Text, 3}, {u"DESCRIPTION"_s, ColumnType::Text, 100},
-            {u"CREATE_DATE"_s, ColumnType::DateTime}},
+            {u"RIGHTS"_s, ColumnType::Text, 3}, {u"ROLE"_s, ColumnType::Text, 20},
+            {u"DESCRIPTION"_s, ColumnType::Text, 100}, {u"CREATE_DATE"_s, ColumnType::DateTime}},
         .primaryKey = {u"ACCOUNT"_s},
         .primaryKeyName = u"ZELMOR_ACCOUNT_P"_s,
     };
@@ -76,7 +76,7 @@ std::vector<std::vector<wire::Value>> DemoAccounts(wire::DateTime now)
     std::vector<std::vector<wire::Value>> rows;
     for (const demo::Login& login : demo::Logins()) {
         rows.push_back({login.account, server::HashPassword(demo::DemoPassword()), login.employeeCode,
-            wire::TextValue(login.userType), login.rights, wire::TextValue(login.description), now});
+            wire::TextValue(login.userType), login.rights, {}, wire::TextValue(login.description), now});
     }
     return rows;
 }

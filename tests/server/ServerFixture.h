@@ -9,7 +9,8 @@
 
 #include <gtest/gtest.h>
 
-// A server over a new database with one branch site, its clerk and three orders, and a way to talk to it.
+// A server over a new database with one branch site, its clerk (who may write everything) and three orders,
+// and a way to talk to it.
 namespace server::testing {
 
 using namespace Qt::Literals::StringLiterals;
@@ -171,7 +172,7 @@ protected:
             "NAME)"
             " values('A', 1000, 0, ';合肥一部;', 1.5, '甲'), ('B', 2000, null, null, null, null),"
             " ('C', 3000, 1, ';合肥二部;', 2, '丙')");
-        server_->AddAccount({u"clerk"_s, u"secret"_s, u"E1"_s, u"2"_s, u"110"_s});
+        server_->AddAccount({u"clerk"_s, u"secret"_s, u"E1"_s, u"2"_s, u"110"_s, Role::Headquarters});
     }
 
     void Start()

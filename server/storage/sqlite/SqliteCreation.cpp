@@ -167,6 +167,7 @@ void Upgrade(const QString& file)
         database.Execute("drop table zelmor_request");
         database.Execute(CreateTableText(OutcomeTable()));
         CreateIndexes(database, OutcomeTable());
+        database.Execute("alter table zelmor_account add column ROLE text");
     }
     database.Execute("update zelmor_meta set VALUE = '" + std::to_string(kSchemaVersion)
         + "' where NAME = 'version'; commit");

@@ -1,0 +1,445 @@
+#include "server/provider/SiteScope.h"
+#include "tests/server/ServerFixture.h"
+
+namespace server::testing {
+namespace {
+
+using wire::ErrorKind;
+using Edits = Changes::Edits;
+
+constexpr auto kSites = R"(
+    delete from tab_site;
+    insert into tab_site(SITE_CODE, SITE_NAME, SUPERIOR_SITE, TYPE, SUPERIOR_FINANCE_CENTER) values
+        ('0', '快运本部', null, '总部', null),
+        ('1', '皖财务部', '快运本部', '财务中心', null),
+        ('2', '合肥中心', '皖财务部', '中心', '皖财务部'),
+        ('3', '合肥一部', '合肥中心', '网点', '皖财务部'),
+        ('4', '合肥一部分点', '合肥一部', '网点', null),
+        ('5', '合肥二部', '合肥中心', '网点', null),
+        ('6', '芜湖中心', '皖财务部', '中心', '皖财务部'),
+        ('7', '上海一部', '快运本部', '网点', null);
+    delete from tab_employee;
+    insert into tab_employee(EMPLOYEE_CODE, EMPLOYEE_NAME, OWNER_SITE) values
+        ('E0', '总', '快运本部'), ('E1', '张三', '合肥一部'), ('E2', '李四', '合肥中心'))";
+
+class PolicyTest : public ServerTest {
+protected:
+    PolicyTest()
+    {
+        Raw(kSites);
+        server_->AddAccount({u"headquarters"_s, u"x"_s, u"E0"_s, u"1"_s});
+        server_->AddAccount({u"centre"_s, u"x"_s, u"E2"_s, u"1"_s});
+        server_->AddAccount({u"branch"_s, u"x"_s, u"E1"_s, u"1"_s});
+        server_->AddAccount({u"reader"_s, u"x"_s, u"E0"_s, u"2"_s, u"111"_s, Role::Reader});
+        server_->AddAccount({u"opener"_s, u"x"_s, u"E1"_s, u"2"_s});
+    }
+    // Takes up the options that a test has changed.
+    void Serve(const Options& changed)
+    {
+        server_.reset();
+        Options options = changed;
+        options.dataDir = folder_.path();
+        server_ = std::make_unique<ApplicationServer>(options);
+    }
+    Client At(const QString& account) { return {*server_, account, u"x"_s}; }
+    // One order with these columns, in SQL.
+    void Order(const std::string& columns, const std::string& values)
+    {
+        Raw(("delete from tab_zelmor_bill; insert into tab_zelmor_bill(TX_LOGISTIC_ID" + columns
+            + ") values('A'" + values + ")")
+                .c_str());
+    }
+
+    static inline const QString kServices =
+        u"select a.* from tab_zelmor_site a order by a.SITE_NAME, a.COUNTY_NAME"_s;
+};
+
+// Who may make a change: H the headquarters, C the centre, B a branch under it.
+struct OrderCase {
+    const char* what;
+    const char* columns;
+    const char* values;
+    Edits edits;
+    const char* allowed;
+};
+
+const wire::Value kNull;
+const Edits kAccept{{u"STATUS"_s, 1LL}, {u"REC_SITE"_s, u"合肥一部"_s}, {u"DUTY_SITE"_s, u"合肥一部"_s},
+    {u"MODIFY_SITE"_s, u"合肥一部"_s}};
+const Edits kEntrust{{u"PREPARE_SITE"_s, u";合肥一部;"_s}, {u"BL_DEPUTE"_s, 1LL}, {u"MODIFIER"_s, u"张三"_s}};
+const Edits kRevoke{{u"STATUS"_s, 4LL}, {u"BL_CANCEL"_s, 1LL}, {u"CANCEL_DESC"_s, u"其它错误"_s},
+    {u"CANCEL_SITE"_s, u"合肥一部"_s}, {u"MODIFY_SITE"_s, u"合肥一部"_s}};
+
+Edits With(Edits edits, const QString& column, const wire::Value& value)
+{
+    edits.emplace_back(column, value);
+    return edits;
+}
+
+Edits ToDriverAt(const QString& site, const QString& candidates)
+{
+    return {{u"STATUS"_s, 10LL}, {u"REC_SITE"_s, site}, {u"PREPARE_SITE"_s, candidates},
+        {u"REC_BILL_MAN"_s, u"司机"_s}, {u"BL_DEPUTE"_s, 1LL}};
+}
+
+const std::vector<OrderCase>& OrderCases()
+{
+    static const std::vector<OrderCase> cases{
+        // Acceptance and transfer
+        {"accept what is offered here", ", STATUS, PREPARE_SITE", ", 0, ';合肥一部;'", kAccept, "HCB"},
+        {"accept one of several", ", STATUS, PREPARE_SITE", ", null, ';上海一部;合肥一部;'", kAccept, "HCB"},
+        {"accept what is offered elsewhere", ", STATUS, PREPARE_SITE", ", 0, ';上海一部;'", kAccept, "H"},
+        {"accept what is offered to a namesake", ", STATUS, PREPARE_SITE", ", 0, ';上海合肥一部;合肥;'",
+            kAccept, "H"},
+        {"take what another candidate accepted", ", STATUS, PREPARE_SITE, REC_SITE",
+            ", 1, ';合肥一部;上海一部;', '上海一部'", {{u"REC_SITE"_s, u"合肥一部"_s}}, "H"},
+        {"accept in another's name", ", STATUS, PREPARE_SITE", ", 0, ';合肥一部;'",
+            {{u"STATUS"_s, 1LL}, {u"REC_SITE"_s, u"上海一部"_s}}, "H"},
+        {"transfer", ", STATUS, PREPARE_SITE", ", 0, ';合肥一部;'", {{u"PREPARE_SITE"_s, u";上海一部;"_s}},
+            "HCB"},
+        {"undo an acceptance", ", STATUS, PREPARE_SITE, REC_SITE, DUTY_SITE",
+            ", 1, ';合肥一部;', '合肥一部', '合肥一部'",
+            {{u"STATUS"_s, 0LL}, {u"REC_SITE"_s, kNull}, {u"DUTY_SITE"_s, kNull}}, "HCB"},
+        // Pickup and its correction
+        {"pickup", ", STATUS, PREPARE_SITE, REC_SITE", ", 1, ';上海一部;', '合肥一部'",
+            {{u"STATUS"_s, 3LL}, {u"BILL_CODE"_s, u"1"_s}}, "HCB"},
+        {"pickup of a site below", ", STATUS, REC_SITE", ", 3, '合肥一部分点'", {{u"BILL_CODE"_s, u"1"_s}},
+            "HCB"},
+        {"pickup of the site above", ", STATUS, REC_SITE", ", 3, '合肥中心'", {{u"BILL_CODE"_s, u"1"_s}},
+            "HC"},
+        {"pickup of a sibling", ", STATUS, REC_SITE", ", 3, '合肥二部'", {{u"BILL_CODE"_s, u"1"_s}}, "HC"},
+        {"pickup of a stranger", ", STATUS, REC_SITE", ", 3, '上海一部'", {{u"BILL_CODE"_s, u"1"_s}}, "H"},
+        // Distribution
+        {"distribute", ", STATUS, BL_DISPART", ", 0, 1",
+            {{u"PREPARE_SITE"_s, u";上海一部;"_s}, {u"SEND_SITE"_s, u"上海一部"_s}}, "HC"},
+        {"nobody's order, no longer waiting", ", STATUS", ", 5", {{u"STATUS"_s, 6LL}}, "H"},
+        // Dispatch
+        {"offer what was entered here", ", STATUS, CREATER_SITE", ", 0, '合肥一部'",
+            {{u"PREPARE_SITE"_s, u";上海一部;"_s}, {u"STATUS"_s, 1LL}}, "HCB"},
+        {"dispatch anew what was entered here",
+            ", STATUS, CREATER_SITE, PREPARE_SITE, REC_SITE, REC_BILL_MAN",
+            ", 11, '合肥一部', ';上海一部;', '上海一部', '王'", ToDriverAt(u"合肥二部"_s, u";合肥二部;"_s),
+            "HCB"},
+        {"dispatch to a site that it is not offered to", ", STATUS, CREATER_SITE", ", 0, '合肥一部'",
+            ToDriverAt(u"上海一部"_s, u";合肥一部;"_s), "H"},
+        {"cancel what was entered elsewhere", ", STATUS, CREATER_SITE, PREPARE_SITE",
+            ", 0, '上海一部', ';上海一部;'", {{u"STATUS"_s, -1LL}}, "H"},
+        {"a centre dispatches for its finance centre", ", STATUS, PREPARE_SITE", ", 1, ';芜湖中心;'",
+            {{u"REC_BILL_MAN"_s, u"司机"_s}, {u"STATUS"_s, 10LL}}, "HC"},
+        {"but does not pick up for it", ", STATUS, REC_SITE", ", 3, '芜湖中心'", {{u"BILL_CODE"_s, u"1"_s}},
+            "H"},
+        // Entrusting
+        {"entrust what nobody works on", ", STATUS, PREPARE_SITE", ", 0, ';上海一部;'", kEntrust, "HCB"},
+        {"entrust to a driver", ", STATUS, PREPARE_SITE", ", 2, ';上海一部;'",
+            ToDriverAt(u"上海一部"_s, u";上海一部;"_s), "HCB"},
+        {"entrust a refused order", ", STATUS, PREPARE_SITE", ", 2, ';上海一部;'", kEntrust, "H"},
+        {"entrust a partner's order", ", STATUS, PREPARE_SITE, ORDERSOURCE", ", 0, ';上海一部;', '泽摩'",
+            kEntrust, "H"},
+        {"entrust what an employee has", ", STATUS, PREPARE_SITE, REC_BILL_MAN", ", 0, ';上海一部;', '王'",
+            kEntrust, "H"},
+        {"entrust what has a waybill", ", STATUS, PREPARE_SITE, BILL_CODE", ", 0, ';上海一部;', '1'",
+            kEntrust, "H"},
+        {"entrust and more", ", STATUS, PREPARE_SITE", ", 0, ';上海一部;'",
+            With(kEntrust, u"ADDRESS"_s, u"x"_s), "H"},
+        {"entrust without saying so", ", STATUS, PREPARE_SITE", ", 0, ';上海一部;'",
+            {{u"PREPARE_SITE"_s, u";合肥一部;"_s}}, "H"},
+        {"entrust to several", ", STATUS, PREPARE_SITE", ", 0, ';上海一部;'",
+            {{u"PREPARE_SITE"_s, u";合肥一部;合肥二部;"_s}, {u"BL_DEPUTE"_s, 1LL}}, "H"},
+        // Revocation by a centre
+        {"revoke", ", STATUS, PREPARE_SITE, REC_SITE", ", 1, ';上海一部;', '上海一部'", kRevoke, "HC"},
+        {"revoke and more", ", STATUS, REC_SITE", ", 1, '上海一部'", With(kRevoke, u"BILL_CODE"_s, u"1"_s),
+            "H"},
+        // Columns that tell whose an order is
+        {"another's duty", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"DUTY_SITE"_s, u"上海一部"_s}}, "H"},
+        {"another's stamp", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"MODIFY_SITE"_s, u"上海一部"_s}},
+            "H"},
+        {"another creator", ", STATUS, REC_SITE, CREATER_SITE", ", 1, '合肥一部', '上海一部'",
+            {{u"CREATER_SITE"_s, u"合肥一部"_s}}, "H"},
+        {"another number", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"TX_LOGISTIC_ID"_s, u"Z"_s}}, "H"},
+    };
+    return cases;
+}
+
+TEST_F(PolicyTest, OrdersAreWrittenByThoseWhoHaveToDoWithThem)
+{
+    struct Desk {
+        char letter;
+        Client client;
+    };
+    std::array<Desk, 3> desks{
+        Desk{'H', At(u"headquarters"_s)}, Desk{'C', At(u"centre"_s)}, Desk{'B', At(u"branch"_s)}};
+    Client reader = At(u"reader"_s);
+    for (const OrderCase& c : OrderCases()) {
+        for (Desk& desk : desks) {
+            SCOPED_TRACE(std::string(c.what) + ", by " + desk.letter);
+            Order(c.columns, c.values);
+            Changes changes(kOrders, desk.client.Query(kOrders));
+            changes.Update(0, c.edits);
+            const wire::RowVerdict verdict = desk.client.Apply(changes.log).rows.at(0);
+            const bool allowed = std::string_view(c.allowed).find(desk.letter) != std::string_view::npos;
+            EXPECT_EQ(verdict.accepted, allowed) << verdict.reason.toStdString();
+            EXPECT_EQ(RawText("select count(*) from zelmor_audit"), allowed ? u"1"_s : u"0"_s);
+            EXPECT_TRUE(allowed || verdict.reason.endsWith(u"！"_s)) << verdict.reason.toStdString();
+            EXPECT_EQ(ErrorOf([&] { reader.Apply(changes.log); }).Kind(), ErrorKind::Policy);
+            Raw("delete from zelmor_audit");
+        }
+    }
+}
+
+TEST_F(PolicyTest, NewOrdersNameTheirSiteAndNobodyButTheHeadquartersDeletes)
+{
+    struct Case {
+        const char* account;
+        Edits values;
+        bool accepted;
+    };
+    const auto entered = [](const QString& site) {
+        return Edits{{u"TX_LOGISTIC_ID"_s, u"D1"_s}, {u"STATUS"_s, 0LL}, {u"CREATER_SITE"_s, site}};
+    };
+    const Case cases[]{
+        {"branch", entered(u"合肥一部"_s), true},
+        {"branch", entered(u"合肥一部分点"_s), true},
+        {"branch", entered(u"合肥中心"_s), false},
+        {"branch", {{u"TX_LOGISTIC_ID"_s, u"D1"_s}, {u"STATUS"_s, 0LL}}, false},
+        {"branch", With(entered(u"合肥一部"_s), u"REC_SITE"_s, u"上海一部"_s), false},
+        {"centre", entered(u"芜湖中心"_s), true},
+        {"centre", entered(u"上海一部"_s), false},
+        {"headquarters", entered(u"上海一部"_s), true},
+    };
+    for (const Case& c : cases) {
+        Client client = At(QString::fromLatin1(c.account));
+        Order(", REC_SITE", ", '合肥一部'");
+        Changes changes(kOrders, client.Query(kOrders));
+        changes.Insert(c.values).Delete(0);
+        const auto rows = client.Apply(changes.log).rows;
+        EXPECT_EQ(rows[0].accepted, c.accepted) << c.account << rows[0].reason.toStdString();
+        EXPECT_EQ(rows[1].accepted, c.account == std::string_view("headquarters"));
+    }
+}
+
+TEST_F(PolicyTest, ServicesAreThoseOfTheSitesBelow)
+{
+    const auto add = [](const QString& site, qint64 open) {
+        return Edits{{u"SITE_NAME"_s, site}, {u"COUNTY_NAME"_s, u"新"_s}, {u"CITY_NAME"_s, u"合肥"_s},
+            {u"BL_OPEN"_s, open}};
+    };
+    struct Case {
+        const char* account;
+        int row; // -1: a new one; 0: the branch's, 1: its superior's
+        Edits edits;
+        bool accepted;
+    };
+    const Case cases[]{
+        {"branch", 0, {{u"BL_REC"_s, 0LL}}, true},
+        {"branch", 1, {{u"BL_REC"_s, 0LL}}, false},
+        {"branch", 0, {{u"SITE_NAME"_s, u"合肥中心"_s}}, false},
+        {"branch", 0, {{u"BL_OPEN"_s, 0LL}}, false},
+        {"branch", -1, add(u"合肥一部分点"_s, 1), true},
+        {"branch", -1, add(u"合肥一部"_s, 0), false},
+        {"branch", -1, add(u"合肥二部"_s, 1), false},
+        {"centre", 0, {{u"BL_REC"_s, 0LL}}, true},
+        {"centre", -1, add(u"芜湖中心"_s, 1), false},
+        {"headquarters", 1, {{u"BL_REC"_s, 0LL}}, true},
+        {"headquarters", 1, {{u"BL_OPEN"_s, 0LL}}, false},
+        {"opener", 1, {{u"BL_OPEN"_s, 0LL}}, true},
+        {"opener", -1, add(u"上海一部"_s, 0), true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.account) + ", case " + std::to_string(&c - cases));
+        Raw("delete from tab_zelmor_site; insert into tab_zelmor_site(SITE_NAME, COUNTY_NAME, CITY_NAME, "
+            "BL_OPEN) values('合肥一部', '区', '合肥', 1), ('合肥中心', '区', '合肥', 1)");
+        Client client = At(QString::fromLatin1(c.account));
+        const wire::RowSet rows = client.Query(kServices);
+        Changes changes(kServices, rows);
+        // The server's order of texts puts 一 before 中.
+        c.row < 0 ? changes.Insert(c.edits) : changes.Update(c.row, c.edits);
+        const wire::RowVerdict verdict = client.Apply(changes.log).rows.at(0);
+        EXPECT_EQ(verdict.accepted, c.accepted) << verdict.reason.toStdString();
+    }
+}
+
+TEST_F(PolicyTest, ForgedChangeLogsWriteNothing)
+{
+    Order(", STATUS, PREPARE_SITE, REC_SITE", ", 1, ';上海一部;', '上海一部'");
+    Client branch = At(u"branch"_s);
+    const wire::RowSet rows = branch.Query(kOrders);
+    const auto forged = [&](const QString& text, auto&& forge) {
+        Changes changes(text, branch.Query(text));
+        changes.Update(0, {{u"ADDRESS"_s, u"x"_s}});
+        forge(changes.log);
+        EXPECT_EQ(RawText("select coalesce(ADDRESS, '') || REC_SITE from tab_zelmor_bill"), u"上海一部"_s);
+        return changes.log;
+    };
+    const auto position = static_cast<quint16>(rows.IndexOf(u"REC_SITE"));
+    const auto cellOf = [](wire::ChangeLog& log, quint16 column) {
+        return std::ranges::find(log.rows[0].cells, column, &wire::CellChange::column);
+    };
+    const wire::Value own = u"合肥一部"_s;
+    // Says that the order was read as its own: the row does not have that value.
+    wire::ChangeLog log = forged(kOrders, [&](wire::ChangeLog& it) {
+        *cellOf(it, position) = {position, own, own};
+    });
+    EXPECT_FALSE(branch.Apply(log).rows.at(0).accepted);
+    // Says both.
+    log = forged(kOrders, [&](wire::ChangeLog& it) { it.rows[0].cells.push_back({position, own, own}); });
+    EXPECT_FALSE(branch.Apply(log).rows.at(0).accepted);
+    log = forged(kOrders, [&](wire::ChangeLog& it) {
+        it.rows[0].cells.insert(it.rows[0].cells.begin(), {position, own, own});
+    });
+    EXPECT_FALSE(branch.Apply(log).rows.at(0).accepted);
+    // Leaves out what tells whose it is; does not call it a guard; reads another column under its name.
+    log = forged(kOrders, [&](wire::ChangeLog& it) { it.rows[0].cells.erase(cellOf(it, position)); });
+    EXPECT_EQ(ErrorOf([&] { branch.Apply(log); }).Kind(), ErrorKind::Data);
+    log = forged(kOrders, [&](wire::ChangeLog& it) { it.columns[position].guard = false; });
+    EXPECT_FALSE(branch.Apply(log).rows.at(0).accepted);
+    const QString key = u"select a.TX_LOGISTIC_ID, a.STATUS, a.PREPARE_SITE, a.ADDRESS"_s;
+    for (const QString& more :
+        {u""_s, u", a.MODIFY_SITE REC_SITE"_s, u", '合肥一部' REC_SITE"_s, u", a.REC_SITE MINE"_s}) {
+        const QString text = key + more + u" from tab_zelmor_bill a"_s;
+        log = forged(text, [](wire::ChangeLog&) {});
+        EXPECT_EQ(ErrorOf([&] { branch.Apply(log); }).Kind(), ErrorKind::Policy) << text.toStdString();
+    }
+    EXPECT_EQ(RawText("select coalesce(ADDRESS, '') || REC_SITE from tab_zelmor_bill"), u"上海一部"_s);
+}
+
+// However the table is named, and whoever asks: nothing of the server's own comes out or is written.
+TEST_F(PolicyTest, OwnTablesAreClosedToEverybody)
+{
+    const QString queries[]{
+        u"select * from zelmor_account"_s,
+        u"select x.PASSWORD_HASH from ZELMOR_ACCOUNT x"_s,
+        u"select a.*, (select max(b.PASSWORD_HASH) from zelmor_account b) h from tab_site a"_s,
+        u"select a.SITE_NAME from tab_site a where exists(select 1 from zelmor_account b where b.ACCOUNT='x')"_s,
+        u"select a.SITE_NAME from tab_site a where a.SITE_NAME in (select b.ACCOUNT from zelmor_account b)"_s,
+        u"select a.SITE_NAME from tab_site a union all select b.PASSWORD_HASH from zelmor_account b"_s,
+        u"select * from (select * from (select ACCOUNT from zelmor_account) c) d"_s,
+        u"select a.SITE_NAME from tab_site a left join zelmor_account b on b.ACCOUNT=a.SITE_NAME"_s,
+        u"select a.SITE_NAME from tab_site a, zelmor_account b"_s,
+        u"select a.SITE_NAME from tab_site a order by (select max(b.ACCOUNT) from zelmor_account b)"_s,
+        u"select count(*) from tab_site a group by a.TYPE having count(*) > (select 1 from zelmor_account b)"_s,
+        u"select SITE_NAME from tab_site start with SITE_NAME=(select ACCOUNT from zelmor_account)"
+        " connect by prior SITE_NAME=SUPERIOR_SITE"_s,
+        u"select * from \"zelmor_account\""_s,
+        u"select * from main.zelmor_account"_s,
+        u"select * from public.zelmor_account"_s,
+        u"select * from zelmor_account@dblink"_s,
+        u"select * from/**/zelmor_account"_s,
+        u"select * from sqlite_master"_s,
+        u"select * from pragma_table_info('zelmor_account')"_s,
+        u"select * from pg_catalog.pg_authid"_s,
+        u"with x as (select * from zelmor_account) select * from x"_s,
+        u"select * from zelmor_audit"_s,
+        u"select * from zelmor_meta"_s,
+        u"select * from zelmor_outcome"_s,
+    };
+    const QString updates[]{
+        u"update zelmor_account set ROLE='headquarters'"_s,
+        u"update tab_zelmor_bill set REMARK=(select max(PASSWORD_HASH) from zelmor_account)"_s,
+        u"update tab_zelmor_bill set REMARK='x' where exists(select 1 from zelmor_account)"_s,
+        u"update tab_zelmor_bill set STATUS=1; update zelmor_account set ROLE=null"_s,
+        u"update main.zelmor_account set ROLE=null"_s,
+        u"insert into zelmor_account(ACCOUNT) values('x')"_s,
+        u"delete from zelmor_audit"_s,
+    };
+    const auto refused = [](auto&& call) {
+        const ErrorKind kind = ErrorOf(call).Kind();
+        return kind == ErrorKind::Policy || kind == ErrorKind::Syntax;
+    };
+    for (const QString& account : {u"headquarters"_s, u"branch"_s}) {
+        Client client = At(account);
+        for (const QString& text : queries)
+            EXPECT_TRUE(refused([&] { client.Query(text); })) << text.toStdString();
+        for (const QString& text : updates)
+            EXPECT_TRUE(refused([&] { client.Execute(text); })) << text.toStdString();
+        Changes changes(u"select * from zelmor_account"_s,
+            server_->QueryAsAdministrator(u"select * from zelmor_account"_s));
+        changes.Update(0, {{u"ROLE"_s, u"headquarters"_s}});
+        EXPECT_TRUE(refused([&] { client.Apply(changes.log); }));
+    }
+    EXPECT_EQ(RawText("select count(*) from zelmor_account where ROLE = 'headquarters'"), u"1"_s);
+    EXPECT_EQ(RawText("select count(*) from tab_zelmor_bill where REMARK is not null"), u"0"_s);
+}
+
+TEST_F(PolicyTest, StatementsAreForTheHeadquartersOnceTheyCanBeRead)
+{
+    const QString text = u"update tab_zelmor_bill set STATUS = 5 where TX_LOGISTIC_ID = 'A'"_s;
+    for (const QString& account : {u"reader"_s, u"branch"_s, u"centre"_s}) {
+        Client client = At(account);
+        EXPECT_EQ(ErrorOf([&] { client.Execute(text); }).Kind(), ErrorKind::Policy);
+        // What is wrong with a text is told to everybody.
+        EXPECT_EQ(ErrorOf([&] { client.Execute(text + u" a.remark=a."_s); }).Kind(), ErrorKind::Syntax);
+        EXPECT_EQ(client.Query(kOrders).RowCount(), 3);
+    }
+    EXPECT_EQ(At(u"headquarters"_s).Execute(text), 1);
+}
+
+TEST_F(PolicyTest, RefusedRowsAreReportedOnceAndLeaveTheOthersAlone)
+{
+    QStringList reports;
+    Options options;
+    options.onRefusedRows = [&](const RefusedRows& rows) {
+        reports << u"%1 %2 %3 %4 %5"_s.arg(rows.who.account, rows.peer, rows.table)
+                       .arg(rows.count)
+                       .arg(rows.firstRow);
+    };
+    Serve(options);
+    Raw("update tab_zelmor_bill set REC_SITE = '上海一部', STATUS = 3");
+    Raw("update tab_zelmor_bill set REC_SITE = '合肥一部' where TX_LOGISTIC_ID = 'A'");
+    Client branch = At(u"branch"_s);
+    Changes changes(kOrders, branch.Query(kOrders));
+    for (int row : {0, 1, 2})
+        changes.Update(row, {{u"NAME"_s, u"新"_s}});
+    EXPECT_EQ(branch.Apply(changes.log).Rejected(), 2);
+    EXPECT_EQ(RawText("select group_concat(TX_LOGISTIC_ID) from tab_zelmor_bill where NAME = '新'"), u"A"_s);
+    EXPECT_EQ(reports, QStringList{u"branch 10.0.0.1:5000 tab_zelmor_bill 2 B"_s});
+}
+
+TEST_F(PolicyTest, RolesMayBeGivenAndTakenWhileTheAccountIsAtWork)
+{
+    Options options;
+    options.permissionSeconds = 0;
+    Serve(options);
+    Client branch = At(u"branch"_s);
+    const auto distributes = [&] {
+        Order(", STATUS", ", 0");
+        Changes changes(kOrders, branch.Query(kOrders));
+        changes.Update(0, {{u"PREPARE_SITE"_s, u";上海一部;"_s}});
+        return branch.Apply(changes.log).Rejected() == 0;
+    };
+    EXPECT_FALSE(distributes());
+    server_->SetRole(u"branch"_s, Role::Centre);
+    EXPECT_TRUE(distributes());
+    server_->SetRole(u"branch"_s, std::nullopt);
+    EXPECT_FALSE(distributes());
+    Raw("update tab_site set TYPE = '中心' where SITE_NAME = '合肥一部'");
+    EXPECT_TRUE(distributes());
+    Raw("update zelmor_account set ROLE = '?' where ACCOUNT = 'branch'");
+    EXPECT_EQ(ErrorOf([&] { distributes(); }).Kind(), ErrorKind::Policy);
+    server_->RemoveAccount(u"branch"_s);
+    EXPECT_EQ(ErrorOf([&] { branch.Query(kOrders); }).Kind(), ErrorKind::Login);
+}
+
+TEST(SiteTreeTest, SitesUnderASite)
+{
+    const SiteTree tree({{u"本"_s, {}, {}, {}}, {u"甲"_s, u"本"_s, {}, {}}, {u"乙"_s, u"甲"_s, {}, {}},
+        {u"丙"_s, u"丁"_s, {}, {}}, {u"丁"_s, u"丙"_s, {}, {}}, {u"己"_s, u"己"_s, {}, {}}});
+    const auto under = [&](const QString& site) {
+        QStringList names;
+        for (const QString& name : tree.Under(site))
+            names << name;
+        names.sort();
+        return names.join(u',');
+    };
+    EXPECT_EQ(under(u"本"_s), u"乙,本,甲"_s);
+    EXPECT_EQ(under(u"乙"_s), u"乙"_s);
+    EXPECT_EQ(under(u"丙"_s), u"丁,丙"_s) << "in a circle";
+    EXPECT_EQ(under(u"己"_s), u"己"_s);
+    EXPECT_EQ(under(u"无"_s), u"无"_s);
+    EXPECT_EQ(under({}), QString());
+    EXPECT_FALSE(SiteScope(tree, {}).Has({}));
+    EXPECT_FALSE(SiteScope(tree, u"甲"_s).Dispatches(u""));
+    EXPECT_EQ(tree.RoleAt({}), Role::Clerk);
+}
+
+} // namespace
+} // namespace server::testing
