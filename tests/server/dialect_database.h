@@ -3,7 +3,7 @@
 #include "server/dialect/Dialect.h"
 #include "tests/server/conformance/Suite.h"
 
-#include <sqlite3.h>
+#include <gtest/gtest.h>
 
 #include <map>
 #include <memory>
@@ -11,44 +11,40 @@
 // The tables of the schema as the dialect sees them.
 class SchemaCatalog final : public dialect::Catalog {
 public:
-    SchemaCatalog();
+    explicit SchemaCatalog(const QString& rowColumn = {});
     const dialect::CatalogTable* Find(QStringView tableName) const override;
 
 private:
     std::map<QString, dialect::CatalogTable> tables_; // by upper-case name
 };
 
-// Translated statements on a database in memory, without a server around them.
-class DialectDatabase final : public conformance::Backend {
+// Translated statements on a database of their own, without a server around them.
+class DialectDatabase : public conformance::Backend {
 public:
-    DialectDatabase();
+    enum class Kind { Sqlite, Postgres, PostgresWithOrafce };
 
-    void Load(const std::vector<conformance::TableRows>& tables, wire::DateTime now) override;
-    wire::RowSet Query(const QString& sql) override;
-    qint64 Execute(const QString& sql) override;
+    // One of each kind in a program; what a test leaves there, the next finds. Raises wire::Error where there
+    // is no PostgreSQL.
+    static DialectDatabase& Of(Kind kind);
 
-    dialect::Translator& Translator() { return translator_; }
-    sqlite3* Handle() const { return database_.get(); }
+    static auto AllKinds()
+    {
+        return ::testing::Values(Kind::Sqlite, Kind::Postgres, Kind::PostgresWithOrafce);
+    }
+    static std::string NameOf(const ::testing::TestParamInfo<Kind>& kind);
+
+    // The steps of the plan for the text, one a line.
+    virtual QString Plan(const QString& sql) = 0;
     // The first cell of the first row.
     QString Cell(const QString& sql);
-    // The steps of SQLite's plan for the text, one a line.
-    QString Plan(const QString& sql);
 
-private:
-    struct Closer {
-        void operator()(sqlite3* database) const { sqlite3_close(database); }
-    };
-    struct Finalizer {
-        void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-    };
-    using StatementPtr = std::unique_ptr<sqlite3_stmt, Finalizer>;
-
-    StatementPtr Prepare(const std::string& sql);
-    StatementPtr Prepare(const dialect::Translated& translated, const std::string& before = {});
-    bool Step(const StatementPtr& statement);
-    [[noreturn]] void Raise(int code) const;
+protected:
+    DialectDatabase(std::shared_ptr<const dialect::Catalog> catalog, dialect::Target target);
+    const wire::Value& Bound(const dialect::Translated& translated, size_t parameter) const;
 
     dialect::Translator translator_;
-    std::unique_ptr<sqlite3, Closer> database_;
-    wire::DateTime now_ = conformance::Now();
+    wire::Value now_ = conformance::Now();
 };
+
+std::unique_ptr<DialectDatabase> MakeSqlite();
+std::unique_ptr<DialectDatabase> MakePostgres(bool orafce);

@@ -100,10 +100,13 @@ TEST(DialectRefusals, DeepNestingIsRefusedBeforeTheStackEnds)
     }
 }
 
-// Whatever the text has become by chance: an answer or an error, and SQLite takes what was accepted.
-TEST(DialectRefusals, MutatedTextsNeverCrash)
+class DialectChance : public ::testing::TestWithParam<DialectDatabase::Kind> { };
+INSTANTIATE_TEST_SUITE_P(Databases, DialectChance, DialectDatabase::AllKinds(), DialectDatabase::NameOf);
+
+// Whatever the text has become by chance: an answer or an error, and the database takes what was accepted.
+TEST_P(DialectChance, MutatedTextsNeverCrash)
 {
-    DialectDatabase database;
+    DialectDatabase& database = DialectDatabase::Of(GetParam());
     const auto tables = conformance::ReadTables();
     database.Load(tables, conformance::Now());
     const auto cases = conformance::ReadCases();

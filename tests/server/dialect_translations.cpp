@@ -82,9 +82,12 @@ TEST(DialectTranslations, LongListsAreOneLiteral)
     EXPECT_NE(many.translation, list(8).translation);
 }
 
-TEST(DialectTranslations, ThousandsOfListItemsAndConditionsRun)
+class DialectBulk : public ::testing::TestWithParam<DialectDatabase::Kind> { };
+INSTANTIATE_TEST_SUITE_P(Databases, DialectBulk, DialectDatabase::AllKinds(), DialectDatabase::NameOf);
+
+TEST_P(DialectBulk, ThousandsOfListItemsAndConditionsRun)
 {
-    DialectDatabase database;
+    DialectDatabase& database = DialectDatabase::Of(GetParam());
     database.Load(conformance::ReadTables(), conformance::Now());
     QString lists;
     QString likes;
@@ -121,7 +124,7 @@ TEST(DialectTranslations, FewAreKept)
 // The plans that keep the screens fast while the order table grows.
 TEST(DialectTranslations, IndexesServe)
 {
-    DialectDatabase database;
+    DialectDatabase& database = DialectDatabase::Of(DialectDatabase::Kind::Sqlite);
     const QString orders = u"select * from tab_zelmor_bill a where "_s;
     const auto uses = [&](const QString& sql, const QString& step) {
         const QString plan = database.Plan(sql);
