@@ -2,9 +2,8 @@
 
 #include "server/main/Settings.h"
 #include "server/operation/Secrets.h"
-#ifdef ZELMOR_STORAGE_POSTGRES
+#include "server/storage/odbc/Odbc.h"
 #include "server/storage/postgres/PostgresStorage.h"
-#endif
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -20,17 +19,17 @@ Options StorageOptions(const Settings& settings)
     if (!uri.isEmpty() && !options.dataDir.isEmpty())
         throw UsageError(u"--data and --storage name two databases; give one"_s);
     options.connections = static_cast<int>(settings.Number(u"connections"_s, options.connections, 1, 1000));
-    if (uri.isEmpty())
-        return options;
-#ifdef ZELMOR_STORAGE_POSTGRES
-    if (uri.startsWith(u"postgresql://") || uri.startsWith(u"postgres://")) {
+    if (uri.startsWith(u"postgresql://") || uri.startsWith(u"postgres://"))
         options.open = [uri](const Options& server, wire::DateTime now) {
             return storage::OpenPostgres(uri, server, now);
         };
-        return options;
-    }
-#endif
-    throw UsageError(u"--storage begins with postgresql:// or odbc:"_s);
+    else if (uri.startsWith(u"odbc:"))
+        options.open = [connection = uri.sliced(5)](const Options& server, wire::DateTime now) {
+            return storage::OpenOdbc(connection, server, now);
+        };
+    else if (!uri.isEmpty())
+        throw UsageError(u"--storage begins with postgresql:// or odbc:"_s);
+    return options;
 }
 
 bool HasPassword(const QString& storage)

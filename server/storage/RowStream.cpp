@@ -1,6 +1,7 @@
 #include "server/storage/RowStream.h"
 
 #include "server/Texts.h"
+#include "server/operation/Operation.h"
 
 #include <array>
 #include <condition_variable>
@@ -142,7 +143,8 @@ public:
     {
         total_ += RowCount(blocks);
         if (total_ > limits_.maxRows)
-            throw wire::Error(wire::ErrorKind::Limit, server::texts::TooManyRows(limits_.maxRows));
+            throw server::operation::RefusedError(server::operation::Refusal::Rows, wire::ErrorKind::Limit,
+                server::texts::TooManyRows(limits_.maxRows));
         for (size_t i = 0; i < columns_.size(); ++i)
             columns_[i].AppendCells(blocks[i]);
         if (limits_.rowsPerReply > 0 && columns_.front().RowCount() >= limits_.rowsPerReply)
