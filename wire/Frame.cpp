@@ -136,7 +136,7 @@ bool FrameChannel::Read(Frame& frame, quint32 limit)
     if (!Fill(kHeaderSize, true)) {
         if (begin_ == end_)
             return false;
-        Malformed(u"connection ended inside a frame header"_s);
+        throw Error(ErrorKind::Connection, u"connection ended inside a frame header"_s);
     }
     frame.header = ReadHeader(buffer_.Begin() + begin_, limit);
     begin_ += kHeaderSize;
@@ -155,7 +155,8 @@ bool FrameChannel::Read(Frame& frame, quint32 limit)
         const qsizetype got = ReadSome(to, want, false);
         frame.body.Truncate(have + got);
         if (got == 0)
-            Malformed(u"connection ended after %1 of %2 bytes of a frame"_s.arg(have).arg(length));
+            throw Error(ErrorKind::Connection,
+                u"connection ended after %1 of %2 bytes of a frame"_s.arg(have).arg(length));
     }
     if ((frame.header.flags & frameFlag::Compressed) != 0)
         frame.body = Decompress(frame.body, limit);

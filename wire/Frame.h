@@ -91,8 +91,8 @@ public:
     virtual ~FrameChannel();
 
     // Waits for the next frame; false where the other side closed the connection between two frames.
-    // Raises Error(Protocol) for what is no frame, ends in the middle of one or has a body above `limit`,
-    // compressed or not; and what ReadSome raises.
+    // Raises Error(Protocol) for what is no frame or has a body above `limit`, compressed or not;
+    // Error(Connection) where the stream ends in the middle of a frame; and what ReadSome raises.
     bool Read(Frame& frame, quint32 limit);
     // Raises what WriteAll raises.
     void Write(const Packet& packet) { WriteAll(packet.Data(), packet.Size()); }

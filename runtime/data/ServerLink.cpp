@@ -154,12 +154,14 @@ bool TServerLink::IsRemote() const
     return !stream_.Socket().peerAddress().isLoopback();
 }
 
-qsizetype TServerLink::ReadSome(char* to, qsizetype size, bool /*idle*/)
+qsizetype TServerLink::ReadSome(char* to, qsizetype size, bool idle)
 {
     const qsizetype got = Guarded([&] { return stream_.Receive(to, size, replyTimeout_); });
     if (got == wire::SocketStream::kTimedOut)
         // Not a broken connection: asking again would only ask too much twice.
         throw Error(ErrorKind::Limit, u"服务器在%1秒内没有应答！"_s.arg(replyTimeout_ / 1000));
+    if (got == 0 && !idle)
+        throw Error(ErrorKind::Connection, u"与服务器的连接在传送数据时中断！"_s);
     return got;
 }
 

@@ -165,12 +165,12 @@ void ExpectRefusalOrMessage(const QByteArray& bytes)
     }
 }
 
-template <typename F> QString ProtocolReason(F&& work)
+template <typename F> QString ReasonOf(F&& work, ErrorKind kind = ErrorKind::Protocol)
 {
     try {
         work();
     } catch (const Error& error) {
-        EXPECT_EQ(error.Kind(), ErrorKind::Protocol);
+        EXPECT_EQ(error.Kind(), kind);
         return error.Message();
     }
     ADD_FAILURE() << "accepted";
@@ -270,24 +270,23 @@ TEST(CodecTest, HeadersAreRefusedWithTheReason)
         bytes[at] = value;
         return bytes;
     };
-    EXPECT_TRUE(ProtocolReason([&] { FrameOf(with(4, 9)); }).contains(u"version 9"));
-    EXPECT_TRUE(ProtocolReason([&] { FrameOf(with(6, 0)); }).contains(u"kind 0"));
-    EXPECT_TRUE(ProtocolReason([&] { FrameOf(with(7, 4)); }).contains(u"flags 4"));
-    EXPECT_TRUE(ProtocolReason([&] { FrameOf(with(3, 0x7F)); }).contains(u"more than"));
-    EXPECT_TRUE(ProtocolReason([&] { FrameOf(with(7, 1)); }).contains(u"compressed"));
-    EXPECT_TRUE(ProtocolReason([&] { FrameOf(good.first(7)); }).contains(u"header"));
+    EXPECT_TRUE(ReasonOf([&] { FrameOf(with(4, 9)); }).contains(u"version 9"));
+    EXPECT_TRUE(ReasonOf([&] { FrameOf(with(6, 0)); }).contains(u"kind 0"));
+    EXPECT_TRUE(ReasonOf([&] { FrameOf(with(7, 4)); }).contains(u"flags 4"));
+    EXPECT_TRUE(ReasonOf([&] { FrameOf(with(3, 0x7F)); }).contains(u"more than"));
+    EXPECT_TRUE(ReasonOf([&] { FrameOf(with(7, 1)); }).contains(u"compressed"));
+    EXPECT_TRUE(ReasonOf([&] { FrameOf(good.first(7)); }, ErrorKind::Connection).contains(u"header"));
     BytesChannel small(BytesOf(EncodeRequest(SampleApply(), 1)));
     Frame frame;
-    EXPECT_TRUE(ProtocolReason([&] { small.Read(frame, 16); }).contains(u"more than 16"));
+    EXPECT_TRUE(ReasonOf([&] { small.Read(frame, 16); }).contains(u"more than 16"));
     // A short frame that unfolds to a long one is a long one.
     const QByteArray folded = BytesOf(EncodeRows(SampleRows(5000), 1, true));
-    EXPECT_TRUE(ProtocolReason([&] {
-        BytesChannel(folded).Read(frame, quint32(folded.size()));
-    }).contains(u"unfolds"));
-    // A frame in a reply's place and a reply in a request's.
-    EXPECT_TRUE(ProtocolReason([&] { DecodeDone(FrameOf(good)); }).contains(u"kind 5"));
     EXPECT_TRUE(
-        ProtocolReason([&] { DecodeRequest(FrameOf(BytesOf(EncodeDone({}, 1)))); }).contains(u"no request"));
+        ReasonOf([&] { BytesChannel(folded).Read(frame, quint32(folded.size())); }).contains(u"unfolds"));
+    // A frame in a reply's place and a reply in a request's.
+    EXPECT_TRUE(ReasonOf([&] { DecodeDone(FrameOf(good)); }).contains(u"kind 5"));
+    EXPECT_TRUE(
+        ReasonOf([&] { DecodeRequest(FrameOf(BytesOf(EncodeDone({}, 1)))); }).contains(u"no request"));
 }
 
 TEST(CodecTest, BlocksThatContradictThemselvesAreRefused)
@@ -298,7 +297,7 @@ TEST(CodecTest, BlocksThatContradictThemselvesAreRefused)
         fill(packet);
         packet.Seal();
         const Frame frame = FrameOf(BytesOf(packet));
-        return ProtocolReason([&] { DecodeRows(frame, texts); });
+        return ReasonOf([&] { DecodeRows(frame, texts); });
     };
     const auto text = quint8(ColumnType::Text);
     const auto put = [](Packet& packet, auto... values) { (packet.Put(values), ...); };
@@ -339,7 +338,7 @@ TEST(CodecTest, DamagedFramesAreRefusedOrReadButNeverHarm)
     for (const QByteArray& good : SampleFrames()) {
         for (qsizetype size = kHeaderSize; size < good.size(); ++size) {
             // Cut off on the way, and cut off by a sender that says so.
-            ASSERT_FALSE(ProtocolReason([&] { FrameOf(good.first(size)); }).isEmpty());
+            ASSERT_FALSE(ReasonOf([&] { FrameOf(good.first(size)); }, ErrorKind::Connection).isEmpty());
             QByteArray shortened = good.first(size);
             const auto length = quint32(size - kHeaderSize);
             std::memcpy(shortened.data(), &length, sizeof length);
