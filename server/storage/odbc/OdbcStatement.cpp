@@ -148,7 +148,10 @@ void Statement::Bind(const wire::Value& value)
         parameter =
             database_.Product() == Product::Oracle ? QVariant(wire::ToText(value)) : QVariant(*number);
     } else if (const auto* moment = std::get_if<wire::DateTime>(&value)) {
-        parameter = FromDateTime(*moment);
+        // SQLite's driver would write fractions of a second into its texts, which would then compare as
+        // others.
+        parameter =
+            database_.Product() == Product::Sqlite ? QVariant(moment->ToText()) : FromDateTime(*moment);
     }
     query_.bindValue(bound_++, parameter);
 }
