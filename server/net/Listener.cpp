@@ -10,7 +10,6 @@
 
 #include <condition_variable>
 #include <list>
-#include <optional>
 #include <thread>
 
 #ifdef Q_OS_UNIX
@@ -58,9 +57,10 @@ public:
     Private(SessionFactory newSession, ListenerOptions listenerOptions)
         : newSession_(std::move(newSession))
         , options_(std::move(listenerOptions))
+        , certificates_(options_.tls.IsGiven()
+                  ? std::make_unique<Certificates>(options_.tls, options_.operation)
+                  : nullptr)
     {
-        if (options_.tls.IsGiven())
-            certificates_.emplace(options_.tls, options_.operation);
     }
 
     void Start();
@@ -81,9 +81,9 @@ private:
 
     const SessionFactory newSession_;
     const ListenerOptions options_;
-    std::optional<Certificates> certificates_;
+    const std::unique_ptr<Certificates> certificates_; // null: nothing is enciphered
     AccountSessions accounts_;
-    const ClientContext context_{newSession_, options_, certificates_ ? &*certificates_ : nullptr, accounts_};
+    const ClientContext context_{newSession_, options_, certificates_.get(), accounts_};
     QThread thread_;
     std::unique_ptr<QObject> worker_; // on the thread: what is to run there is posted to it
     std::unique_ptr<Acceptor> acceptor_;

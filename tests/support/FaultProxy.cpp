@@ -43,6 +43,7 @@ struct Link : QObject {
     Lane toServer;
     Lane toClient;
     bool stalled = false;
+    bool cut = false; // about to be deleted
     QByteArray held; // the client has lost its connection; this is still to reach the server
     int repliesToWait = 0; // until it does; kReleased when it has
 
@@ -167,6 +168,8 @@ void FaultProxy::Private::Accept(qintptr descriptor)
 
 void FaultProxy::Private::Move(Link& link, Direction direction)
 {
+    if (link.cut)
+        return;
     Lane& lane = link.LaneOf(direction);
     lane.waiting += link.From(direction).readAll();
     if (link.stalled || lane.trickling > 0)
@@ -226,11 +229,13 @@ bool FaultProxy::Private::MoveFrame(Link& link, Direction direction)
     }
     if (endsReply)
         CountReply();
-    return true;
+    return !link.cut;
 }
 
 void FaultProxy::Private::MoveTrickle(Link& link, Direction direction)
 {
+    if (link.cut)
+        return;
     Lane& lane = link.LaneOf(direction);
     const qsizetype step = std::min(lane.piece, lane.trickling);
     Pass(link, direction, step);
@@ -246,9 +251,11 @@ void FaultProxy::Private::MoveTrickle(Link& link, Direction direction)
 void FaultProxy::Private::Pass(Link& link, Direction direction, qsizetype size)
 {
     QByteArray& waiting = link.LaneOf(direction).waiting;
-    link.To(direction).write(waiting.constData(), size);
-    link.To(direction).flush();
+    QTcpSocket& to = link.To(direction);
+    to.write(waiting.constData(), size);
     waiting.remove(0, size);
+    if (to.state() == QAbstractSocket::ConnectedState)
+        to.flush();
 }
 
 void FaultProxy::Private::Hold(Link& link, qsizetype size, int replies)
@@ -296,6 +303,8 @@ void FaultProxy::Private::SideClosed(Link& link, Direction from)
 // Both ends lose the connection; what was passed on is on its way.
 void FaultProxy::Private::Forget(Link& link)
 {
+    if (std::exchange(link.cut, true))
+        return;
     for (QTcpSocket* socket : {&link.client, &link.server}) {
         QObject::disconnect(socket, nullptr, &link, nullptr);
         socket->abort();

@@ -32,7 +32,9 @@ QString UriOf(QString clusterUri, const QString& database)
     return clusterUri.replace(u"/postgres?"_s, u'/' + database + u'?');
 }
 
-void RunOn(const QString& uri, const QString& sql)
+using Result = std::unique_ptr<PGresult, decltype(&PQclear)>;
+
+Result RunOn(const QString& uri, const QString& sql)
 {
     const std::unique_ptr<PGconn, decltype(&PQfinish)> connection(
         PQconnectdb(uri.toUtf8().constData()), PQfinish);
@@ -44,10 +46,10 @@ void RunOn(const QString& uri, const QString& sql)
         fail();
     PQsetNoticeProcessor(
         connection.get(), [](void*, const char*) {}, nullptr);
-    const std::unique_ptr<PGresult, decltype(&PQclear)> result(
-        PQexec(connection.get(), sql.toUtf8().constData()), PQclear);
+    Result result(PQexec(connection.get(), sql.toUtf8().constData()), PQclear);
     if (PQresultStatus(result.get()) == PGRES_FATAL_ERROR)
         fail();
+    return result;
 }
 
 } // namespace
@@ -79,4 +81,16 @@ QString PostgresDatabase::Uri() const
 void PostgresDatabase::Run(const QString& sql) const
 {
     RunOn(Uri(), sql);
+}
+
+std::vector<std::optional<QString>> PostgresDatabase::Texts(const QString& sql) const
+{
+    const Result result = RunOn(Uri(), sql);
+    std::vector<std::optional<QString>> texts;
+    for (int row = 0; row < PQntuples(result.get()); ++row) {
+        texts.push_back(PQgetisnull(result.get(), row, 0)
+                ? std::nullopt
+                : std::optional(QString::fromUtf8(PQgetvalue(result.get(), row, 0))));
+    }
+    return texts;
 }

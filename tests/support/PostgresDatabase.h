@@ -2,6 +2,9 @@
 
 #include <QString>
 
+#include <optional>
+#include <vector>
+
 // A fresh, empty database in the tests' own PostgreSQL cluster; dropped, whoever is still connected, with its
 // scope. ctest starts and stops the cluster for programs declared with zelmor_test(… POSTGRES); by hand it is
 // tests/support/postgres-cluster.sh, and ZELMOR_TEST_POSTGRES_FILE names the file with its address.
@@ -19,6 +22,8 @@ public:
     const QString& Name() const noexcept { return name_; }
     // One or more statements without results, on a connection of their own.
     void Run(const QString& sql) const;
+    // The first column of each row of a query, as text; nullopt where it is null.
+    std::vector<std::optional<QString>> Texts(const QString& sql) const;
 
 private:
     QString clusterUri_;

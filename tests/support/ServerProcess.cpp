@@ -27,7 +27,9 @@ int FreePort()
 ServerProcess::ServerProcess(const QString& dataFolder, const QStringList& options)
     : port_(FreePort())
 {
-    arguments_ = QStringList{u"--data"_s, dataFolder, u"--listen"_s, u"127.0.0.1:%1"_s.arg(port_)} + options;
+    arguments_ = QStringList{u"--listen"_s, u"127.0.0.1:%1"_s.arg(port_)} + options;
+    if (!dataFolder.isEmpty())
+        arguments_ += {u"--data"_s, dataFolder};
     process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     Start();
 }

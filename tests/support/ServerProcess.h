@@ -7,7 +7,7 @@
 // An application server of its own on a free port of this machine; ends with its scope.
 class ServerProcess {
 public:
-    // `options` besides folder and address. Raises wire::Error when it does not come up.
+    // `options` besides folder and address; no folder: they name another database. Raises wire::Error when it does not come up.
     explicit ServerProcess(const QString& dataFolder, const QStringList& options = {});
     ~ServerProcess();
 

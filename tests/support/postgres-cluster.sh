@@ -3,6 +3,7 @@
 # directory, gone without a trace when stopped.
 #
 #   postgres-cluster.sh start DIR [--durable]   a new cluster in DIR; DIR/uri then holds its address
+#   postgres-cluster.sh crash DIR               ends it as a power cut would, and starts it again
 #   postgres-cluster.sh stop DIR                ends it and removes DIR
 #
 # DIR is a path under /tmp of at most 90 characters; what an interrupted run left there is cleared away first.
@@ -10,7 +11,7 @@
 set -eu
 
 usage() {
-    sed -n '2,9s/^# \{0,1\}//p' "$0" >&2
+    sed -n '2,10s/^# \{0,1\}//p' "$0" >&2
     exit 2
 }
 
@@ -56,7 +57,13 @@ start() {
     echo "postgresql://zelmor@/postgres?host=$directory" | $as_owner tee "$directory/uri"
 }
 
+crash() {
+    cd /
+    $as_owner "$programs/pg_ctl" -D "$directory/data" -l "$directory/log" -m immediate -w -t 60 restart >/dev/null
+}
+
 case $command in
+crash) crash ;;
 start) start "${3:-}" ;;
 stop) stop ;;
 *) usage ;;
