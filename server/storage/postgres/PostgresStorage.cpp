@@ -13,15 +13,25 @@ using namespace postgres;
 // A request's own deadline comes first; this one ends statements whose server process is gone.
 constexpr int kGraceSeconds = 30;
 
+// The first schema that the database's administrator lets this user see, and the functions. A user may well
+// be called as the functions' schema is, which then comes first of itself.
+constexpr auto kPathText = R"(
+select string_agg(quote_ident(s.name), ', ' order by s.position) || ', zelmor'
+from unnest(current_schemas(false)) with ordinality s(name, position) where s.name <> 'zelmor')";
+
+std::string AsLiteral(std::string text)
+{
+    for (size_t at = text.find('\''); at != std::string::npos; at = text.find('\'', at + 2))
+        text.insert(at, 1, '\'');
+    return '\'' + text + '\'';
+}
+
 // Only what the database knows: not every compatible one has every setting.
-std::string SettingsText(const QString& schema, int maxSeconds)
+std::string SettingsText(const std::string& path, int maxSeconds)
 {
     const std::string limit = std::to_string(maxSeconds + kGraceSeconds) + "s";
-    std::string path = Quoted(schema.toStdString()) + ", zelmor";
-    for (size_t at = path.find('\''); at != std::string::npos; at = path.find('\'', at + 2))
-        path.insert(at, 1, '\'');
-    return "select set_config(s.name, v.setting, false) from (values ('search_path', '" + path
-        + "'), ('statement_timeout', '" + limit + "'), ('idle_in_transaction_session_timeout', '" + limit
+    return "select set_config(s.name, v.setting, false) from (values ('search_path', " + path
+        + "), ('statement_timeout', '" + limit + "'), ('idle_in_transaction_session_timeout', '" + limit
         + "'), ('default_transaction_isolation', 'read committed'), ('datestyle', 'ISO'), ('jit', 'off')) "
           "v(name, setting) join pg_settings s on lower(s.name) = v.name";
 }
@@ -32,9 +42,10 @@ public:
         : uri_(uri)
     {
         Link link(uri);
+        const std::string path = AsLiteral(PQgetvalue(link.Run(kPathText).get(), 0, 0));
+        link.Run("select set_config('search_path', " + path + ", false)");
         EnsureSchema(link, options, now);
-        const QString schema = QString::fromUtf8(PQgetvalue(link.Run("select current_schema()").get(), 0, 0));
-        settings_ = SettingsText(schema, options.maxSeconds);
+        settings_ = SettingsText(path, options.maxSeconds);
         catalog_ = std::make_shared<const PostgresCatalog>(link);
         PGconn* const handle = link.Handle();
         description_ = u"PostgreSQL %1, %2:%3/%4"_s.arg(
