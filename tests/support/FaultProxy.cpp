@@ -202,9 +202,10 @@ bool FaultProxy::Private::MoveFrame(Link& link, Direction direction)
         && (frame.header.kind == wire::FrameKind::Done || frame.header.kind == wire::FrameKind::Error);
     if (!link.held.isEmpty()) {
         // Nobody is there to read the reply of a request that came late.
+        lane.waiting.remove(0, frame.size);
         if (endsReply)
             Forget(link);
-        return false;
+        return !endsReply;
     }
     const Fate fate = script_ ? script_(frame) : Fate{};
     switch (fate.kind) {
