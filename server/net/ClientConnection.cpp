@@ -171,6 +171,7 @@ void ClientConnection::Answer(
     if (loggedIn) {
         Admit(session_->Identity().account);
         channel.LoggedIn();
+        loggedIn_ = true;
     }
     channel.Queue(packet);
     channel.Flush();
