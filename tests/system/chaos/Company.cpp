@@ -1,0 +1,203 @@
+#include "tests/system/chaos/Company.h"
+
+#include "tests/system/Desk.h"
+#include "wire/Error.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+#include <libpq-fe.h>
+
+using namespace Qt::Literals::StringLiterals;
+using wire::Error;
+using wire::ErrorKind;
+
+namespace chaos {
+namespace {
+
+constexpr int kServers = 2;
+constexpr int kStartMilliseconds = 300'000; // with the making of demo data
+constexpr int kRestartMilliseconds = 1'000; // as the service manager's own pause
+constexpr int kStopMilliseconds = 60'000;
+
+int FreePort()
+{
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost);
+    return probe.serverPort();
+}
+
+std::vector<QStringList> AskPostgres(const QString& uri, const QString& sqlText)
+{
+    const std::unique_ptr<PGconn, decltype(&PQfinish)> connection(
+        PQconnectdb(uri.toUtf8().constData()), PQfinish);
+    const std::unique_ptr<PGresult, decltype(&PQclear)> result(
+        PQexec(connection.get(), sqlText.toUtf8().constData()), PQclear);
+    if (PQresultStatus(result.get()) != PGRES_TUPLES_OK)
+        throw Error(ErrorKind::Storage, QString::fromUtf8(PQerrorMessage(connection.get())), sqlText);
+    std::vector<QStringList> rows(size_t(PQntuples(result.get())));
+    for (int row = 0; row < PQntuples(result.get()); ++row) {
+        for (int column = 0; column < PQnfields(result.get()); ++column)
+            rows[size_t(row)].append(QString::fromUtf8(PQgetvalue(result.get(), row, column)));
+    }
+    return rows;
+}
+
+} // namespace
+
+Company::Company(Storage storage, const QString& folder, const QString& demo)
+    : storage_(storage)
+    , folder_(folder)
+{
+    if (storage == Storage::Embedded) {
+        AddServer({u"--data"_s, folder + u"/data"_s}, demo);
+        return;
+    }
+    // Where PostgreSQL's own user may write.
+    cluster_ = QDir::tempPath() + u"/zelmor-chaos-%1"_s.arg(QCoreApplication::applicationPid());
+    RunClusterScript({u"start"_s, cluster_, u"--durable"_s});
+    QFile uri(cluster_ + u"/uri"_s);
+    if (!uri.open(QIODevice::ReadOnly))
+        throw Error(ErrorKind::Storage, uri.errorString());
+    uri_ = QString::fromUtf8(uri.readAll()).trimmed();
+    try {
+        for (int i = 0; i < kServers; ++i)
+            AddServer({u"--storage"_s, uri_}, demo);
+    } catch (...) {
+        RunClusterScript({u"stop"_s, cluster_});
+        throw;
+    }
+}
+
+Company::~Company()
+{
+    try {
+        CloseDown();
+        if (!cluster_.isEmpty())
+            RunClusterScript({u"stop"_s, cluster_});
+    } catch (const Error& error) {
+        qWarning("%s", error.what());
+    }
+}
+
+void Company::AddServer(const QStringList& storage, const QString& demo)
+{
+    Server& server = *servers_.emplace_back(std::make_unique<Server>());
+    server.port = FreePort();
+    server.arguments =
+        storage + QStringList{u"--listen"_s, u"127.0.0.1:%1"_s.arg(server.port), u"--demo"_s, demo};
+    server.process.setProcessChannelMode(QProcess::MergedChannels);
+    server.log = folder_ + u"/server-%1.log"_s.arg(servers_.size());
+    server.process.setStandardOutputFile(server.log, QIODevice::Append);
+    Start(server);
+    AwaitAnswer(server);
+    server.proxy = std::make_unique<FaultProxy>(u"127.0.0.1"_s, quint16(server.port));
+    addresses_.push_back({u"127.0.0.1"_s, server.proxy->Port()});
+}
+
+void Company::Start(Server& server)
+{
+    server.stopped = false;
+    server.restart = QDeadlineTimer(QDeadlineTimer::Forever);
+    server.process.start(QCoreApplication::applicationDirPath() + u"/zelmor-server"_s, server.arguments);
+}
+
+void Company::AwaitAnswer(Server& server)
+{
+    for (const QDeadlineTimer deadline(kStartMilliseconds); !deadline.hasExpired();) {
+        QTcpSocket probe;
+        probe.connectToHost(u"127.0.0.1"_s, quint16(server.port));
+        if (probe.waitForConnected(500))
+            return;
+        if (server.process.waitForFinished(50))
+            break;
+    }
+    throw Error(ErrorKind::Connection, u"zelmor-server did not start; see %1"_s.arg(server.log));
+}
+
+void Company::Kill(int server)
+{
+    servers_[size_t(server)]->stopped = true;
+    servers_[size_t(server)]->process.kill();
+}
+
+void Company::Terminate(int server)
+{
+    servers_[size_t(server)]->stopped = true;
+    servers_[size_t(server)]->process.terminate();
+}
+
+void Company::Cut(int server)
+{
+    servers_[size_t(server)]->proxy->CutAll();
+}
+
+void Company::SetFaultRate(double rate, quint32 seed)
+{
+    for (const auto& server : servers_)
+        server->proxy->SetScript(rate > 0 ? RandomFaults(seed++, rate) : FaultProxy::Script());
+}
+
+int Company::TerminateBackends(int count)
+{
+    try {
+        return int(AskPostgres(uri_,
+            u"select pg_terminate_backend(pid) from (select pid from pg_stat_activity where pid <> "
+            "pg_backend_pid() and backend_type = 'client backend' order by random() limit %1) some"_s.arg(
+                count))
+                       .size());
+    } catch (const Error&) {
+        return 0; // it is just starting
+    }
+}
+
+void Company::RestartDatabase()
+{
+    RunClusterScript({u"crash"_s, cluster_});
+}
+
+void Company::Supervise()
+{
+    for (const auto& server : servers_) {
+        if (server->process.state() != QProcess::NotRunning && !server->process.waitForFinished(0))
+            continue;
+        if (server->restart.isForever()) {
+            crashes_ += !server->stopped;
+            server->restart = QDeadlineTimer(kRestartMilliseconds);
+        } else if (server->restart.hasExpired()) {
+            Start(*server);
+        }
+    }
+}
+
+void Company::CloseDown()
+{
+    for (const auto& server : servers_)
+        server->process.terminate();
+    for (const auto& server : servers_) {
+        if (server->process.state() != QProcess::NotRunning
+            && !server->process.waitForFinished(kStopMilliseconds))
+            throw Error(ErrorKind::Connection, u"a server did not stop"_s);
+    }
+}
+
+std::vector<QStringList> Company::Ask(const QString& sqlText) const
+{
+    return storage_ == Storage::Postgres ? AskPostgres(uri_, sqlText)
+                                         : AskDatabase(folder_ + u"/data"_s, sqlText);
+}
+
+void Company::RunClusterScript(const QStringList& arguments)
+{
+    QProcess script;
+    script.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    // Not kept open by the cluster, which outlives the script.
+    script.setStandardOutputFile(QProcess::nullDevice());
+    script.start(QStringLiteral(ZELMOR_CLUSTER_SCRIPT), arguments);
+    if (!script.waitForFinished(120'000) || script.exitCode() != 0)
+        throw Error(ErrorKind::Storage, u"postgres-cluster.sh %1 failed"_s.arg(arguments.join(u' ')));
+}
+
+} // namespace chaos
