@@ -131,10 +131,16 @@ void Lexer::SkipBlanks()
             const Position end = text_.indexOf(u"*/", at_ + 2);
             if (end < 0)
                 throw SyntaxError(text_, at_, texts::OpenComment());
+            // Databases differ in where such a comment ends, and what one takes for a comment another runs.
+            if (text_.sliced(at_ + 2, end - at_ - 2).contains(u"/*"))
+                throw SyntaxError(text_, at_, texts::AmbiguousComment());
             at_ = end + 2;
         } else if (next(0) == u'-' && next(1) == u'-') {
             while (at_ < text_.size() && text_[at_] != u'\n' && text_[at_] != u'\r')
                 ++at_;
+            // The same with a line that ends in half a line end.
+            if (next(0) == u'\r' && next(1) != u'\n')
+                throw SyntaxError(text_, at_, texts::AmbiguousComment());
         } else {
             return;
         }

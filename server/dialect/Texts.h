@@ -36,6 +36,10 @@ inline QString OpenComment()
 {
     return QStringLiteral("注释没有结束");
 }
+inline QString AmbiguousComment()
+{
+    return QStringLiteral("注释的结尾不明确");
+}
 inline QString BadCharacter(const QString& character)
 {
     return QStringLiteral("不能识别的字符%1").arg(Quoted(character));

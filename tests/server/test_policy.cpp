@@ -328,6 +328,10 @@ TEST_F(PolicyTest, OwnTablesAreClosedToEverybody)
         u"select * from pragma_table_info('zelmor_account')"_s,
         u"select * from pg_catalog.pg_authid"_s,
         u"with x as (select * from zelmor_account) select * from x"_s,
+        // What one database takes for a comment another runs.
+        u"select SITE_NAME from tab_site /* /* */ --*/ union select PASSWORD_HASH from zelmor_account"_s,
+        u"select SITE_NAME from tab_site --\r union select PASSWORD_HASH from zelmor_account"_s,
+        u"select SITE_NAME from tab_site --\r'\nunion select PASSWORD_HASH from zelmor_account --'"_s,
         u"select * from zelmor_audit"_s,
         u"select * from zelmor_meta"_s,
         u"select * from zelmor_outcome"_s,
