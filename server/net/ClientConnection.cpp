@@ -89,8 +89,9 @@ void AccountSessions::Leave(const QString& account)
         counts_.erase(at);
 }
 
-ClientConnection::ClientConnection(qintptr descriptor, const ClientContext& context)
+ClientConnection::ClientConnection(qintptr descriptor, const ClientContext& context, bool welcome)
     : context_(context)
+    , welcome_(welcome)
     , descriptor_(descriptor)
 {
 }
@@ -130,8 +131,11 @@ void ClientConnection::Open(ClientChannel& channel)
         if (finishing_)
             return;
     }
-    context_.options.operation->log.Info("connected", {{"peer", peer_}, {"tls", enciphered}});
+    if (welcome_)
+        context_.options.operation->log.Info("connected", {{"peer", peer_}, {"tls", enciphered}});
     channel.Begin(context_.certificates);
+    if (!welcome_)
+        throw RefusedError(Refusal::Sessions, ErrorKind::Limit, u"服务器连接数已满，请稍后重试！"_s);
 }
 
 void ClientConnection::Serve(ClientChannel& channel)

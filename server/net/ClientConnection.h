@@ -35,8 +35,9 @@ struct ClientContext {
 // One client: `Run` on its thread, everything else from the listener's.
 class ClientConnection {
 public:
-    // Takes the descriptor over when `Run` begins.
-    ClientConnection(qintptr descriptor, const ClientContext& context);
+    // Takes the descriptor over when `Run` begins. Where it is not `welcome`, the client is told that there
+    // are too many.
+    ClientConnection(qintptr descriptor, const ClientContext& context, bool welcome);
 
     // Reads and answers until either side ends the connection; logs why when it was not the client's wish.
     void Run() noexcept;
@@ -62,6 +63,7 @@ private:
     bool End();
 
     const ClientContext& context_;
+    const bool welcome_;
     QString peer_;
     QString account_; // admitted
     std::unique_ptr<Session> session_; // there while `running_`

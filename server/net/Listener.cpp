@@ -1,7 +1,6 @@
 #include "server/net/Listener.h"
 
 #include "server/net/ClientConnection.h"
-#include "wire/Codec.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -22,6 +21,10 @@ using wire::ErrorKind;
 
 namespace server {
 namespace {
+
+// So many clients above the limit are told that they are too many, which takes a thread and, with TLS, a
+// handshake; any others find the connection closed.
+constexpr int kFarewells = 32;
 
 class Acceptor : public QTcpServer {
 public:
@@ -143,26 +146,17 @@ void Listener::Private::Listen()
 
 void Listener::Private::Accept(qintptr descriptor)
 {
-    const auto refuse = [&](const QString& reason) {
-        QTcpSocket socket;
-        socket.setSocketDescriptor(descriptor);
-        options_.operation->Refuse(operation::Refusal::Sessions,
-            {{"peer", u"%1:%2"_s.arg(socket.peerAddress().toString()).arg(socket.peerPort())},
-                {"message", reason}});
-        // Without a handshake nothing can be said that a client who asks for one would believe.
-        if (certificates_)
-            return;
-        const wire::Packet packet =
-            wire::EncodeError(Error(ErrorKind::Limit, u"服务器连接数已满，请稍后重试！"_s), 0);
-        socket.write(packet.Data(), packet.Size());
-        socket.flush();
+    const auto close = [&](const QString& reason) {
+        options_.operation->Refuse(operation::Refusal::Sessions, {{"message", reason}});
+        QTcpSocket().setSocketDescriptor(descriptor);
     };
-    if (count_ >= options_.maxConnections) {
-        refuse(u"%1 clients are connected"_s.arg(options_.maxConnections));
+    const int free = options_.maxConnections - count_;
+    if (free <= -kFarewells) {
+        close(u"%1 clients are connected"_s.arg(count_));
         return;
     }
     const auto client = clients_.emplace(clients_.end());
-    client->connection = std::make_unique<ClientConnection>(descriptor, context_);
+    client->connection = std::make_unique<ClientConnection>(descriptor, context_, free > 0);
     try {
         client->thread = std::thread([this, client] {
             client->connection->Run();
@@ -171,7 +165,7 @@ void Listener::Private::Accept(qintptr descriptor)
         });
     } catch (const std::system_error& error) {
         clients_.erase(client);
-        refuse(QString::fromLocal8Bit(error.what()));
+        close(QString::fromLocal8Bit(error.what()));
         return;
     }
     ++count_;

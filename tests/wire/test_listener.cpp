@@ -1,9 +1,11 @@
-#include "runtime/data/SocketConnection.h"
+#include "runtime/data/ServerWay.h"
+#include "tests/support/TestAuthority.h"
 #include "tests/wire/FakeServer.h"
 #include "wire/Codec.h"
 
 #include <QCoreApplication>
-#include <QTcpSocket>
+#include <QSslConfiguration>
+#include <QSslSocket>
 
 #include <gtest/gtest.h>
 
@@ -15,45 +17,83 @@ using wire::ErrorKind;
 
 namespace {
 
-// A client that may say anything.
-class RawClient {
-public:
-    explicit RawClient(quint16 port)
+// Everything holds for plain and for enciphered connections.
+class ListenerTest : public testing::TestWithParam<bool> {
+protected:
+    static bool Enciphered() { return GetParam(); }
+    static TestAuthority& Authority()
     {
-        socket.connectToHost(u"127.0.0.1"_s, port);
-        if (!socket.waitForConnected(5000))
-            throw std::runtime_error("no connection");
+        static TestAuthority authority;
+        return authority;
     }
-    void Send(const QByteArray& bytes)
+    static server::ListenerOptions Options()
     {
-        socket.write(bytes);
-        while (socket.bytesToWrite() > 0 && socket.waitForBytesWritten(5000)) { }
+        server::ListenerOptions options;
+        if (Enciphered()) {
+            static const TestAuthority::Files kFiles = Authority().Issue();
+            options.tls = {kFiles.certificates, kFiles.key};
+        }
+        return options;
     }
-    void Send(const wire::Packet& packet) { Send(QByteArray(packet.Data(), packet.Size())); }
-    // Everything until the server closes; empty-handed after five seconds of silence.
-    QByteArray ReadToEnd()
+    static TServerWay WayTo(quint16 port)
     {
-        while (socket.state() == QAbstractSocket::ConnectedState && socket.waitForReadyRead(5000)) { }
-        EXPECT_NE(socket.state(), QAbstractSocket::ConnectedState) << "still connected";
-        return socket.readAll();
+        TServerWay way;
+        way.addresses = {{u"127.0.0.1"_s, port}};
+        way.tls = Enciphered() ? TTlsUse::Always : TTlsUse::Never;
+        way.caFile = Authority().CaFile();
+        return way;
     }
-    bool WaitForBytes(qint64 count)
+    static std::unique_ptr<wire::Transport> LoggedInClient(quint16 port)
     {
-        while (socket.bytesAvailable() < count && socket.waitForReadyRead(5000)) { }
-        return socket.bytesAvailable() >= count;
+        auto transport = MakeTcpTransport(WayTo(port));
+        transport->Connect();
+        RowKeeper nothing;
+        transport->Exchange(LoginRequest(), nothing);
+        return transport;
     }
 
-    QTcpSocket socket;
+    // A client that may say anything.
+    class RawClient {
+    public:
+        explicit RawClient(quint16 port)
+        {
+            if (Enciphered()) {
+                QSslConfiguration trusting;
+                trusting.setPeerVerifyMode(QSslSocket::VerifyNone);
+                socket.setSslConfiguration(trusting);
+                socket.connectToHostEncrypted(u"127.0.0.1"_s, port);
+            } else {
+                socket.connectToHost(u"127.0.0.1"_s, port);
+            }
+            if (Enciphered() ? !socket.waitForEncrypted(5000) : !socket.waitForConnected(5000))
+                throw std::runtime_error("no connection");
+        }
+        void Send(const QByteArray& bytes)
+        {
+            socket.write(bytes);
+            while (socket.bytesToWrite() + socket.encryptedBytesToWrite() > 0
+                && socket.waitForBytesWritten(5000)) { }
+        }
+        void Send(const wire::Packet& packet) { Send(QByteArray(packet.Data(), packet.Size())); }
+        // Everything until the server closes; empty-handed after five seconds of silence.
+        QByteArray ReadToEnd()
+        {
+            while (socket.state() == QAbstractSocket::ConnectedState && socket.waitForReadyRead(5000)) { }
+            EXPECT_NE(socket.state(), QAbstractSocket::ConnectedState) << "still connected";
+            return socket.readAll();
+        }
+        bool WaitForBytes(qint64 count)
+        {
+            while (socket.bytesAvailable() < count && socket.waitForReadyRead(5000)) { }
+            return socket.bytesAvailable() >= count;
+        }
+
+        QSslSocket socket;
+    };
 };
 
-std::unique_ptr<wire::Transport> LoggedInClient(quint16 port)
-{
-    auto transport = MakeTcpTransport(u"127.0.0.1"_s, port);
-    transport->Connect();
-    RowKeeper nothing;
-    transport->Exchange(LoginRequest(), nothing);
-    return transport;
-}
+INSTANTIATE_TEST_SUITE_P(Connections, ListenerTest, testing::Bool(),
+    [](const auto& chosen) { return chosen.param ? "Enciphered" : "Plain"; });
 
 ErrorKind KindOf(const std::function<void()>& work)
 {
@@ -75,9 +115,9 @@ qint64 RowsOf(wire::Transport& transport, const QString& text)
 
 } // namespace
 
-TEST(ListenerTest, AnswersEveryKindOfRequest)
+TEST_P(ListenerTest, AnswersEveryKindOfRequest)
 {
-    FakeListener fake;
+    FakeListener fake(0, Options());
     const auto client = LoggedInClient(fake.Port());
     EXPECT_TRUE(fake.Logged(u"event=login account=hq"_s));
 
@@ -98,16 +138,16 @@ TEST(ListenerTest, AnswersEveryKindOfRequest)
     EXPECT_EQ(client->Exchange({}, keeper).serverTime, wire::DateTime::FromParts(2026, 3, 14, 9, 30));
 }
 
-TEST(ListenerTest, AFailedRequestLeavesTheConnectionUsable)
+TEST_P(ListenerTest, AFailedRequestLeavesTheConnectionUsable)
 {
-    FakeListener fake;
+    FakeListener fake(0, Options());
     const auto client = LoggedInClient(fake.Port());
     EXPECT_EQ(KindOf([&] { RowsOf(*client, u"fail"_s); }), ErrorKind::Syntax);
     EXPECT_EQ(KindOf([&] { RowsOf(*client, u"crash"_s); }), ErrorKind::Storage);
     EXPECT_TRUE(fake.Logged(u"out of order"_s));
     EXPECT_EQ(RowsOf(*client, u"rows 3"_s), 3);
 
-    const auto stranger = MakeTcpTransport(u"127.0.0.1"_s, fake.Port());
+    const auto stranger = MakeTcpTransport(WayTo(fake.Port()));
     stranger->Connect();
     RowKeeper nothing;
     EXPECT_EQ(KindOf([&] { stranger->Exchange(QueryRequest(u"rows 1"_s), nothing); }), ErrorKind::Login);
@@ -115,9 +155,9 @@ TEST(ListenerTest, AFailedRequestLeavesTheConnectionUsable)
     EXPECT_EQ(stranger->Exchange(LoginRequest(), nothing).identity.site, u"快运本部"_s);
 }
 
-TEST(ListenerTest, MalformedFramesEndTheirConnectionWithAReasonAndNothingElse)
+TEST_P(ListenerTest, MalformedFramesEndTheirConnectionWithAReasonAndNothingElse)
 {
-    FakeListener fake;
+    FakeListener fake(0, Options());
     const auto bystander = LoggedInClient(fake.Port());
     const auto header = [](quint32 length, quint16 version, quint8 kind) {
         QByteArray bytes;
@@ -159,9 +199,9 @@ TEST(ListenerTest, MalformedFramesEndTheirConnectionWithAReasonAndNothingElse)
     EXPECT_TRUE(FakeServer::Reaches(fake.server.sessions, 1));
 }
 
-TEST(ListenerTest, ClientsThatSayNothingOrStopInTheMiddleAreLeft)
+TEST_P(ListenerTest, ClientsThatSayNothingOrStopInTheMiddleAreLeft)
 {
-    server::ListenerOptions options;
+    server::ListenerOptions options = Options();
     options.loginTimeout = 150;
     options.frameTimeout = 100;
     FakeListener fake(0, options);
@@ -179,9 +219,9 @@ TEST(ListenerTest, ClientsThatSayNothingOrStopInTheMiddleAreLeft)
     EXPECT_EQ(RowsOf(*client, u"rows 1"_s), 1);
 }
 
-TEST(ListenerTest, AClientThatDiesInTheMiddleOfAReplyIsForgotten)
+TEST_P(ListenerTest, AClientThatDiesInTheMiddleOfAReplyIsForgotten)
 {
-    FakeListener fake;
+    FakeListener fake(0, Options());
     for (int round = 0; round < 5; ++round) {
         RawClient client(fake.Port());
         client.Send(wire::EncodeRequest(LoginRequest(), 1));
@@ -194,9 +234,9 @@ TEST(ListenerTest, AClientThatDiesInTheMiddleOfAReplyIsForgotten)
     EXPECT_EQ(RowsOf(*LoggedInClient(fake.Port()), u"rows 1"_s), 1);
 }
 
-TEST(ListenerTest, ALongRequestEndsWhenItsClientHasGone)
+TEST_P(ListenerTest, ALongRequestEndsWhenItsClientHasGone)
 {
-    FakeListener fake;
+    FakeListener fake(0, Options());
     const auto patient = LoggedInClient(fake.Port());
     {
         RawClient client(fake.Port());
@@ -212,9 +252,9 @@ TEST(ListenerTest, ALongRequestEndsWhenItsClientHasGone)
     EXPECT_GE(fake.server.interrupted, 1);
 }
 
-TEST(ListenerTest, StoppingAnswersWhatRunsAndNoMore)
+TEST_P(ListenerTest, StoppingAnswersWhatRunsAndNoMore)
 {
-    FakeListener fake;
+    FakeListener fake(0, Options());
     const auto busy = LoggedInClient(fake.Port());
     const auto idle = LoggedInClient(fake.Port());
     qint64 rows = 0;
@@ -231,9 +271,9 @@ TEST(ListenerTest, StoppingAnswersWhatRunsAndNoMore)
     EXPECT_EQ(KindOf([&] { LoggedInClient(fake.Port()); }), ErrorKind::Connection);
 }
 
-TEST(ListenerTest, WhatDoesNotEndByItselfIsInterruptedWhenStopping)
+TEST_P(ListenerTest, WhatDoesNotEndByItselfIsInterruptedWhenStopping)
 {
-    server::ListenerOptions options;
+    server::ListenerOptions options = Options();
     options.stopTimeout = 50;
     FakeListener fake(0, options);
     ErrorKind kind = ErrorKind::Usage;
@@ -247,9 +287,9 @@ TEST(ListenerTest, WhatDoesNotEndByItselfIsInterruptedWhenStopping)
     EXPECT_EQ(kind, ErrorKind::Limit);
 }
 
-TEST(ListenerTest, ServesManyClientsAtOnceUpToItsLimit)
+TEST_P(ListenerTest, ServesManyClientsAtOnceUpToItsLimit)
 {
-    server::ListenerOptions options;
+    server::ListenerOptions options = Options();
     options.maxConnections = 40;
     FakeListener fake(0, options);
     std::vector<std::thread> threads;
@@ -270,19 +310,36 @@ TEST(ListenerTest, ServesManyClientsAtOnceUpToItsLimit)
     for (int i = 0; i < 40; ++i)
         clients.push_back(LoggedInClient(fake.Port()));
     EXPECT_EQ(KindOf([&] { LoggedInClient(fake.Port()); }), ErrorKind::Limit);
+    EXPECT_TRUE(fake.Logged(u"reason=sessions"_s));
     EXPECT_EQ(RowsOf(*clients.back(), u"rows 1"_s), 1);
 }
 
-TEST(ListenerTest, RefusesAddressesThatItCannotOrMustNotUse)
+TEST_P(ListenerTest, RefusesAddressesThatItCannotOrMustNotUse)
 {
-    FakeListener fake;
-    server::ListenerOptions open;
-    open.address = QHostAddress(QHostAddress::Any);
-    EXPECT_EQ(KindOf([&] { FakeListener other(0, open); }), ErrorKind::Policy);
+    FakeListener fake(0, Options());
     EXPECT_EQ(KindOf([&] { FakeListener other(fake.Port()); }), ErrorKind::Connection);
-    open.plainNetwork = true;
+    server::ListenerOptions open = Options();
+    open.address = QHostAddress(QHostAddress::Any);
+    if (!Enciphered()) {
+        EXPECT_EQ(KindOf([&] { FakeListener other(0, open); }), ErrorKind::Policy);
+        open.plainNetwork = true;
+    }
     const FakeListener other(0, open);
     EXPECT_EQ(RowsOf(*LoggedInClient(other.Port()), u"rows 1"_s), 1);
+}
+
+TEST_P(ListenerTest, AnAccountHasSoManySessionsAndNoMore)
+{
+    server::ListenerOptions options = Options();
+    options.maxPerAccount = 2;
+    FakeListener fake(0, options);
+    const auto one = LoggedInClient(fake.Port());
+    auto two = LoggedInClient(fake.Port());
+    EXPECT_EQ(KindOf([&] { LoggedInClient(fake.Port()); }), ErrorKind::Limit);
+    EXPECT_TRUE(fake.Logged(u"reason=sessions"_s));
+    two.reset();
+    EXPECT_TRUE(FakeServer::Reaches(fake.server.sessions, 1));
+    EXPECT_EQ(RowsOf(*LoggedInClient(fake.Port()), u"rows 1"_s), 1);
 }
 
 int main(int argc, char** argv)
