@@ -153,7 +153,7 @@ wire::Reply TSocketConnectionEx::Private::Exchange(const wire::Request& request,
         // A connection that broke since its last use is mended at once; a server that is gone is given time.
         if (!wasConnected) {
             pause = std::clamp(pause * 2, kFirstPause, kLongestPause);
-            QThread::msleep(pause);
+            QThread::msleep(static_cast<unsigned long>(std::min<qint64>(pause, patience.remainingTime())));
         }
     }
 }

@@ -1,8 +1,10 @@
+#include "runtime/data/ServerWay.h"
 #include "runtime/data/SocketConnection.h"
 #include "tests/wire/FakeServer.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -133,6 +135,7 @@ TEST(SocketConnectionTest, ReconnectsAndLogsInAgainAfterTheServerWasRestarted)
     TSocketConnectionEx connection;
     connection.SetTransport(MakeTcpTransport(u"127.0.0.1"_s, port));
     connection.Open(u"hq"_s, u"right"_s);
+    connection.QueryPatience = 200;
     EXPECT_EQ(RowsOf(connection, u"rows 1"_s), 1);
 
     fake.reset();
@@ -218,6 +221,137 @@ TEST(SocketConnectionTest, AServerThatDoesNotAnswerIsGivenUpInTime)
     // The server notices that nobody waits any more.
     EXPECT_TRUE(FakeServer::Reaches(fake.server.interrupted, 1));
     EXPECT_EQ(RowsOf(connection, u"rows 1"_s), 1);
+}
+
+TEST(SocketConnectionTest, ABreakBetweenTwoRequestsIsSeenByTheEventLoop)
+{
+    FakeListener fake;
+    TSocketConnectionEx connection;
+    connection.SetTransport(MakeTcpTransport(u"127.0.0.1"_s, fake.Port()));
+    connection.Open(u"hq"_s, u"right"_s);
+    const quint16 port = fake.Port();
+    fake.listener.reset();
+    const FakeListener next(port);
+    // The socket is closed here, and its descriptor is free for others: nothing may be sent on it.
+    for (QElapsedTimer timer; connection.Connected();) {
+        if (!timer.isValid())
+            timer.start();
+        ASSERT_LT(timer.elapsed(), 10'000);
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
+    }
+    wire::Request execute = QueryRequest(u"update"_s);
+    execute.kind = RequestKind::Execute;
+    RowKeeper nothing;
+    EXPECT_EQ(connection.Send(execute, nothing).rowCount, 42);
+}
+
+// Several servers, as addresses of one list.
+class ServersTest : public testing::Test {
+protected:
+    static TServerWay WayTo(std::initializer_list<quint16> ports)
+    {
+        TServerWay way;
+        for (const quint16 port : ports)
+            way.addresses.push_back({u"127.0.0.1"_s, port});
+        way.connectTimeout = 4'000;
+        return way;
+    }
+};
+
+TEST_F(ServersTest, WorkGoesOnAtTheNextServer)
+{
+    auto first = std::make_unique<FakeListener>();
+    FakeListener second;
+    const TServerWay way = WayTo({first->Port(), second.Port()});
+    TSocketConnectionEx connection;
+    connection.SetTransport(MakeTcpTransport(way));
+    connection.Open(u"hq"_s, u"right"_s);
+    EXPECT_EQ(RowsOf(connection, u"rows 1"_s), 1);
+    EXPECT_EQ(first->server.logins, 1);
+
+    const quint16 port = first->Port();
+    first.reset();
+    RowKeeper nothing;
+    EXPECT_EQ(connection.Send(ApplyRequest(connection, 3), nothing).outcome.rows.size(), 3u);
+    EXPECT_EQ(second.server.appliedRows, 3);
+    // Others begin where the last one found an answer, also when the first is back.
+    first = std::make_unique<FakeListener>(port);
+    TSocketConnectionEx other;
+    other.SetTransport(MakeTcpTransport(way));
+    other.Open(u"hq"_s, u"right"_s);
+    EXPECT_EQ(second.server.logins, 2);
+    EXPECT_EQ(first->server.logins, 0);
+
+    second.listener->Stop();
+    EXPECT_EQ(RowsOf(connection, u"rows 2"_s), 2);
+    EXPECT_EQ(first->server.logins, 1);
+}
+
+TEST_F(ServersTest, AServerThatIsFullIsPassedBy)
+{
+    server::ListenerOptions options;
+    options.maxConnections = 0;
+    const FakeListener full(0, options);
+    FakeListener other;
+    TSocketConnectionEx connection;
+    connection.SetTransport(MakeTcpTransport(WayTo({full.Port(), other.Port()})));
+    connection.Open(u"hq"_s, u"right"_s);
+    EXPECT_EQ(other.server.logins, 1);
+    // A refusal that any of them would repeat is not taken elsewhere.
+    EXPECT_EQ(KindOf([&] { connection.Open(u"hq"_s, u"wrong"_s); }), ErrorKind::Login);
+}
+
+TEST_F(ServersTest, ASaveWaitsForAServerThatComesBack)
+{
+    auto fake = std::make_unique<FakeListener>();
+    const quint16 port = fake->Port();
+    TSocketConnectionEx connection;
+    connection.SetTransport(MakeTcpTransport(WayTo({port})));
+    connection.Open(u"hq"_s, u"right"_s);
+    fake.reset();
+    std::thread restart([&] {
+        QThread::msleep(500);
+        fake = std::make_unique<FakeListener>(port);
+    });
+    RowKeeper nothing;
+    EXPECT_EQ(connection.Send(ApplyRequest(connection, 2), nothing).outcome.rows.size(), 2u);
+    restart.join();
+    EXPECT_EQ(fake->server.appliedRows, 2);
+}
+
+TEST_F(ServersTest, WhereNoneAnswersEachIsNamed)
+{
+    quint16 ports[2];
+    for (quint16& port : ports)
+        port = FakeListener().Port();
+    const auto transport = MakeTcpTransport(WayTo({ports[0], ports[1]}));
+    try {
+        transport->Connect();
+        ADD_FAILURE() << "nothing was raised";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.Kind(), ErrorKind::Connection);
+        for (const quint16 port : ports)
+            EXPECT_TRUE(error.Message().contains(u"127.0.0.1:%1"_s.arg(port))) << error.what();
+    }
+}
+
+TEST(ServerAddressTest, AreReadAsTyped)
+{
+    const std::pair<QString, QString> good[] = {
+        {u"a"_s, u"a:8866"_s},
+        {u" a:1 , b:2"_s, u"a:1,b:2"_s},
+        {u"a:1，[::1]:2；a:1"_s, u"a:1,[::1]:2"_s},
+    };
+    for (const auto& [text, normal] : good) {
+        const auto addresses = ParseServerAddresses(text);
+        ASSERT_TRUE(addresses) << qUtf8Printable(text);
+        EXPECT_EQ(TextOf(*addresses), normal);
+    }
+    for (const QString& text : {u""_s, u"a,"_s, u"a:0"_s, u"a:70000,b"_s, u"a b"_s, u"[::1"_s})
+        EXPECT_FALSE(ParseServerAddresses(text)) << qUtf8Printable(text);
+    for (const QString& host : {u"localhost"_s, u"127.0.0.1"_s, u"::1"_s})
+        EXPECT_TRUE((TServerAddress{host}.IsLoopback()));
+    EXPECT_FALSE((TServerAddress{u"localhost.example"_s}.IsLoopback()));
 }
 
 int main(int argc, char** argv)
