@@ -220,9 +220,9 @@ void Analyzer::AnalyzeHierarchy(SelectBlock& block, Scope& scope)
 {
     if (block.from.size() != 1 || !block.from.front()->table)
         Raise(block.position, texts::HierarchyOfOneTable());
-    const ClauseGuard connect(scope, Clause::ConnectBy);
     if (block.startWith)
         Condition(block.startWith, scope);
+    const ClauseGuard connect(scope, Clause::ConnectBy);
     Condition(block.connectBy, scope);
 }
 

@@ -428,6 +428,8 @@ QString NumberMask::Write(double value) const
         while (!fill_ && !fraction.isEmpty() && fraction.back() == u'0'
             && fraction_[fraction.size() - 1] == u'9')
             fraction.chop(1);
+        if (fraction.isEmpty() && text.isEmpty())
+            text = u"0"_s;
         text += u'.' + fraction;
     }
     if (value < 0)

@@ -45,7 +45,7 @@ CREATE OR REPLACE FUNCTION zelmor.ora_substr(value text, start double precision,
 RETURNS text
 LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$
     SELECT nullif(
-        CASE WHEN $3 < 1 THEN NULL
+        CASE WHEN $3 < 1 OR $3 IS NULL THEN NULL
             WHEN $2 > -1
                 THEN substr($1, least(greatest(trunc($2), 1), 1e9)::int, least(trunc($3), 1e9)::int)
             WHEN -trunc($2) <= length($1)
@@ -68,24 +68,32 @@ CREATE OR REPLACE FUNCTION zelmor.ora_instr(
 RETURNS bigint
 LANGUAGE plpgsql IMMUTABLE STRICT PARALLEL SAFE AS $$
 DECLARE
-    step CONSTANT int := CASE WHEN start < 0 THEN -1 ELSE 1 END;
     place double precision := trunc(start);
     missing double precision := trunc(occurrence);
+    found int;
 BEGIN
-    IF place < 0 THEN
-        place := place + length(value) + 1;
-    END IF;
-    IF missing < 1 THEN
+    IF missing < 1 OR place = 0 OR place > length(value) THEN
         RETURN 0;
     END IF;
-    WHILE place BETWEEN 1 AND length(value) LOOP
+    WHILE place > 0 LOOP
+        found := strpos(substr(value, place::int), part);
+        IF found = 0 THEN
+            RETURN 0;
+        ELSIF missing = 1 THEN
+            RETURN place + found - 1;
+        END IF;
+        missing := missing - 1;
+        place := place + found;
+    END LOOP;
+    place := place + length(value) + 1;
+    WHILE place > 0 LOOP
         IF substr(value, place::int, length(part)) = part THEN
-            missing := missing - 1;
-            IF missing < 1 THEN
+            IF missing = 1 THEN
                 RETURN place;
             END IF;
+            missing := missing - 1;
         END IF;
-        place := place + step;
+        place := place - 1;
     END LOOP;
     RETURN 0;
 END $$;
@@ -118,12 +126,12 @@ $$;
 
 CREATE OR REPLACE FUNCTION zelmor.ora_lpad(value text, length double precision, filling text) RETURNS text
 LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$
-    SELECT nullif(lpad($1, trunc(least(greatest($2, 0), 4000))::int, $3), '')
+    SELECT CASE WHEN $2 >= 1 THEN lpad($1, trunc(least($2, 4000))::int, $3) END
 $$;
 
 CREATE OR REPLACE FUNCTION zelmor.ora_rpad(value text, length double precision, filling text) RETURNS text
 LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$
-    SELECT nullif(rpad($1, trunc(least(greatest($2, 0), 4000))::int, $3), '')
+    SELECT CASE WHEN $2 >= 1 THEN rpad($1, trunc(least($2, 4000))::int, $3) END
 $$;
 
 CREATE OR REPLACE FUNCTION zelmor.ora_lpad(value text, length double precision) RETURNS text
@@ -155,19 +163,22 @@ CREATE OR REPLACE FUNCTION zelmor.ora_round(value double precision, places doubl
 RETURNS double precision
 LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$
     SELECT CASE WHEN abs($1) >= 1e15 OR $2 > 15 THEN $1
-        ELSE round($1::numeric, greatest(trunc($2), -308)::int)::double precision END
+        WHEN $2 IS NOT NULL THEN round($1::numeric, greatest(trunc($2), -308)::int)::double precision END
 $$;
 
+-- Far from a half, the quick way gives the same.
 CREATE OR REPLACE FUNCTION zelmor.ora_round(value double precision) RETURNS double precision
 LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$
-    SELECT round($1::numeric)::double precision
+    SELECT CASE WHEN abs($1) < 1e6 AND abs($1 - floor($1) - 0.5) > 1e-8 THEN round($1) + 0.0
+        WHEN abs($1) >= 1e15 THEN $1
+        ELSE round($1::numeric)::double precision END
 $$;
 
 CREATE OR REPLACE FUNCTION zelmor.ora_trunc(value double precision, places double precision)
 RETURNS double precision
 LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$
     SELECT CASE WHEN abs($1) >= 1e15 OR $2 > 15 THEN $1
-        ELSE trunc($1::numeric, greatest(trunc($2), -308)::int)::double precision END
+        WHEN $2 IS NOT NULL THEN trunc($1::numeric, greatest(trunc($2), -308)::int)::double precision END
 $$;
 
 CREATE OR REPLACE FUNCTION zelmor.ora_trunc(value double precision) RETURNS double precision
@@ -303,13 +314,15 @@ LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$
     SELECT regexp_replace($1::numeric::text, '^(-?)0\.', '\1.')
 $$;
 
--- `digits` before the point and `places` after it; # signs where the number does not fit.
+-- `digits` before the point and `places` after it; # signs where the number does not fit. What is less than
+-- nothing keeps its sign when nothing is left of it.
 CREATE OR REPLACE FUNCTION zelmor.ora_number_text(
     value double precision, format text, digits int, places int, width int)
 RETURNS text
 LANGUAGE sql STABLE PARALLEL SAFE AS $$
     SELECT CASE WHEN abs(round($1::numeric, $4)) >= power(10::numeric, $3) THEN repeat('#', $5)
-        ELSE to_char(round($1::numeric, $4), $2) END
+        WHEN $1 < 0 AND round($1::numeric, $4) = 0 THEN regexp_replace(to_char(0, $2), ' ?([^ ]*)$', '-\1')
+        ELSE to_char($1::numeric, $2) END
 $$;
 
 CREATE OR REPLACE FUNCTION zelmor.ora_to_number(value text) RETURNS double precision

@@ -64,6 +64,8 @@ TEST(DialectRefusals, SayWhatIsWrongAndWhere)
             {"select site_name from tab_site order by 2", kSyntax, "order by的序号"},
             {"select level from dual", kSyntax, "level只能用于"},
             {"select 1 from dual where prior 1 = 1", kSyntax, "prior只能用于"},
+            {"select 1 from tab_site start with prior type='x' connect by prior type=city", kSyntax,
+                "prior只能用于"},
             {"select 1 from tab_site a, dual connect by prior type = type", kSyntax,
                 "connect by只能用于单个表"},
             {"select 1 from tab_site start with type='x'", kSyntax, "应为“connect by”"},

@@ -161,6 +161,9 @@ TEST_P(DialectSemantics, Text)
         {"to_char(7, 'fm000')", "007"},
         {"to_char(12345, '999')", "####"},
         {"to_char(-3, '99')", " -3"},
+        {"to_char(0, '99.9')||to_char(0, '99')||to_char(0, 'fm99.9')", "   .0  00."},
+        {"to_char(-0.001, '9990.99')", "   -0.00"},
+        {"lpad('a', null)||substr('abc', 1, null)||round(2.5, null)", ""},
     });
 }
 
