@@ -102,15 +102,35 @@ TEST(DialectRefusals, DeepNestingIsRefusedBeforeTheStackEnds)
     }
 }
 
-class DialectChance : public ::testing::TestWithParam<DialectDatabase::Kind> { };
-INSTANTIATE_TEST_SUITE_P(Databases, DialectChance, DialectDatabase::AllKinds(), DialectDatabase::NameOf);
-
-// Whatever the text has become by chance: an answer or an error, and the database takes what was accepted.
-TEST_P(DialectChance, MutatedTextsNeverCrash)
+// The rows in any order; nothing when data stood in the way, which one database may meet and another not.
+std::optional<QStringList> RowsOf(DialectDatabase& database, const QString& sql)
 {
-    DialectDatabase& database = DialectDatabase::Of(GetParam());
+    QStringList rows;
+    try {
+        const wire::RowSet result = database.Query(sql);
+        for (qsizetype row = 0; row < result.RowCount(); ++row) {
+            QStringList cells;
+            for (const auto& column : result.columns)
+                cells.push_back(wire::ToText(column.ValueAt(row)));
+            rows.push_back(cells.join(u'|'));
+        }
+    } catch (const wire::Error& error) {
+        if (error.Kind() == wire::ErrorKind::Data)
+            return std::nullopt;
+        throw;
+    }
+    rows.sort();
+    return rows;
+}
+
+// Whatever the text has become by chance: it is refused, or every database takes it and gives the same rows.
+TEST(DialectRefusals, MutatedTextsMeanTheSameEverywhere)
+{
+    using Kind = DialectDatabase::Kind;
+    dialect::Translator translator(std::make_shared<SchemaCatalog>());
     const auto tables = conformance::ReadTables();
-    database.Load(tables, conformance::Now());
+    for (const Kind kind : {Kind::Sqlite, Kind::Postgres, Kind::PostgresWithOrafce})
+        DialectDatabase::Of(kind).Load(tables, conformance::Now());
     const auto cases = conformance::ReadCases();
     QRandomGenerator random(7);
     const auto any = [&random](qsizetype below) {
@@ -140,14 +160,24 @@ TEST_P(DialectChance, MutatedTextsNeverCrash)
             }
         }
         try {
-            database.Plan(sql);
-            ++accepted;
+            translator.Translate(sql);
+        } catch (const wire::Error&) {
+            continue;
+        }
+        if (sql.trimmed().startsWith(u"update"_s, Qt::CaseInsensitive))
+            continue;
+        ++accepted;
+        try {
+            const auto rows = RowsOf(DialectDatabase::Of(Kind::Sqlite), sql);
+            for (const Kind kind : {Kind::Postgres, Kind::PostgresWithOrafce}) {
+                const auto others = RowsOf(DialectDatabase::Of(kind), sql);
+                ASSERT_TRUE(!rows || !others || rows == others) << sql.toStdString();
+            }
         } catch (const wire::Error& error) {
-            ASSERT_NE(error.Kind(), wire::ErrorKind::Storage) << sql.toStdString() << "\n" << error.what();
-            ASSERT_NE(error.Kind(), wire::ErrorKind::Usage) << sql.toStdString() << "\n" << error.what();
+            FAIL() << sql.toStdString() << "\n" << error.what();
         }
     }
-    EXPECT_GT(accepted, 300);
+    EXPECT_GT(accepted, 200);
 }
 
 } // namespace
