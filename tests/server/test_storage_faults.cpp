@@ -139,7 +139,10 @@ TEST_F(StorageFaultTest, FullDiskUndoesTheSaveAndSaysSo)
         static_cast<storage::SqliteConnection&>(*transaction)
             .Base()
             .Execute("pragma max_page_count = 1"); // it cannot shrink: not a page more
-        const wire::Error error = ErrorOf([&] { ApplyChanges(*transaction, changes.log, -1, {{}, {}, {}}); });
+        const Permissions everything(Role::Headquarters, {}, {});
+        ClosedRows closed;
+        const wire::Error error = ErrorOf(
+            [&] { ApplyChanges(*transaction, changes.log, -1, {{}, {}, {}}, everything, closed); });
         EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
         EXPECT_TRUE(error.Message().contains(u"磁盘空间不足"_s)) << error.what();
     }
