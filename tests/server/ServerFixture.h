@@ -160,18 +160,31 @@ private:
     wire::RowSet rows_;
 };
 
+// A database that is not the embedded one.
+class OtherDatabase {
+public:
+    virtual ~OtherDatabase() = default;
+    virtual void Configure(Options& options) const = 0;
+    virtual void Run(const QString& sql) const = 0;
+    // The first column of each row; nullopt where it is null.
+    virtual std::vector<std::optional<QString>> Texts(const QString& sql) const = 0;
+    // A date as SQL, from an SQL expression for the seconds since 1970.
+    virtual QString Time(const QString& seconds) const = 0;
+};
+
 class ServerTest : public ::testing::Test {
 protected:
-    ServerTest()
+    explicit ServerTest(std::unique_ptr<OtherDatabase> other = {})
+        : other_(std::move(other))
     {
         Start();
         Raw("insert into tab_site(SITE_CODE, SITE_NAME) values('S1', '合肥一部')");
         Raw("insert into tab_employee(EMPLOYEE_CODE, EMPLOYEE_NAME, OWNER_SITE) values('E1', '张三', "
             "'合肥一部')");
-        Raw("insert into tab_zelmor_bill(TX_LOGISTIC_ID, CREATE_DATE, STATUS, PREPARE_SITE, TOTAL_WEIGHT, "
+        Raw(u"insert into tab_zelmor_bill(TX_LOGISTIC_ID, CREATE_DATE, STATUS, PREPARE_SITE, TOTAL_WEIGHT, "
             "NAME)"
-            " values('A', 1000, 0, ';合肥一部;', 1.5, '甲'), ('B', 2000, null, null, null, null),"
-            " ('C', 3000, 1, ';合肥二部;', 2, '丙')");
+            " values('A', %1, 0, ';合肥一部;', 1.5, '甲'), ('B', %2, null, null, null, null),"
+            " ('C', %3, 1, ';合肥二部;', 2, '丙')"_s.arg(Time(u"1000"_s), Time(u"2000"_s), Time(u"3000"_s)));
         server_->AddAccount({u"clerk"_s, u"secret"_s, u"E1"_s, u"2"_s, u"110"_s, Role::Headquarters});
     }
 
@@ -182,6 +195,8 @@ protected:
         options.now = wire::DateTime::FromParts(2024, 3, 1, 8);
         options.maxRows = maxRows_;
         options.maxSeconds = maxSeconds_;
+        if (other_)
+            other_->Configure(options);
         server_ = std::make_unique<ApplicationServer>(options);
     }
     void Restart()
@@ -193,20 +208,46 @@ protected:
 
     QString File() const { return QDir(folder_.path()).filePath(u"zelmor.db"_s); }
     // Behind the server's back.
-    void Raw(const char* sql) { storage::Database(File(), storage::OpenMode::Serve).Execute(sql); }
-    QString RawText(const char* sql)
+    void Raw(const QString& sql)
     {
-        storage::Database database(File(), storage::OpenMode::Serve);
-        storage::Statement statement = database.Prepare(sql);
-        return statement.Step() ? statement.Text(0) : u"(no row)"_s;
+        if (other_)
+            other_->Run(sql);
+        else
+            storage::Database(File(), storage::OpenMode::Serve).Execute(sql.toUtf8().constData());
     }
+    void Raw(const char* sql) { Raw(QString::fromUtf8(sql)); }
+    // The first column of every row, with commas between.
+    QString RawText(const QString& sql)
+    {
+        QStringList texts;
+        for (const std::optional<QString>& text : RawTexts(sql))
+            texts << text.value_or(u"(null)"_s);
+        return texts.isEmpty() ? u"(no row)"_s : texts.join(u',');
+    }
+    QString RawText(const char* sql) { return RawText(QString::fromUtf8(sql)); }
+    // A date as SQL, from an SQL expression for the seconds since 1970.
+    QString Time(const QString& seconds) const { return other_ ? other_->Time(seconds) : seconds; }
 
     static inline const QString kOrders = u"select a.* from tab_zelmor_bill a order by a.TX_LOGISTIC_ID"_s;
 
     QTemporaryDir folder_;
+    std::unique_ptr<OtherDatabase> other_;
     qint64 maxRows_ = 1'000'000;
     int maxSeconds_ = 60;
     std::unique_ptr<ApplicationServer> server_;
+
+private:
+    std::vector<std::optional<QString>> RawTexts(const QString& sql) const
+    {
+        if (other_)
+            return other_->Texts(sql);
+        storage::Database database(File(), storage::OpenMode::Serve);
+        storage::Statement statement = database.Prepare(sql.toStdString());
+        std::vector<std::optional<QString>> texts;
+        while (statement.Step())
+            texts.push_back(statement.IsNull(0) ? std::nullopt : std::optional(statement.Text(0)));
+        return texts;
+    }
 };
 
 } // namespace server::testing

@@ -1,14 +1,14 @@
 #include "server/accounts/LoginGuard.h"
-#include "tests/server/ServerFixture.h"
+#include "tests/server/AnyStorage.h"
 
 namespace server::testing {
 namespace {
 
 using namespace std::chrono_literals;
 
-class AccountsTest : public ServerTest { };
+class AccountsTest : public AnyStorageTest { };
 
-TEST_F(AccountsTest, IdentityComesFromTheEmployee)
+TEST_P(AccountsTest, IdentityComesFromTheEmployee)
 {
     const wire::Identity identity = Client(*server_).Login(u"clerk"_s, u"secret"_s);
     EXPECT_EQ(identity.account, u"clerk"_s);
@@ -20,7 +20,7 @@ TEST_F(AccountsTest, IdentityComesFromTheEmployee)
     EXPECT_FALSE(RawText("select PASSWORD_HASH from zelmor_account").contains(u"secret"_s));
 }
 
-TEST_F(AccountsTest, WrongLoginSaysNotWhatWasWrong)
+TEST_P(AccountsTest, WrongLoginSaysNotWhatWasWrong)
 {
     const wire::Error wrongPassword = ErrorOf([&] { Client(*server_).Login(u"clerk"_s, u"guess"_s); });
     const wire::Error unknown = ErrorOf([&] { Client(*server_).Login(u"nobody"_s, u"guess"_s); });
@@ -32,7 +32,7 @@ TEST_F(AccountsTest, WrongLoginSaysNotWhatWasWrong)
     EXPECT_FALSE(wrongPassword.Message().contains(u'\n'));
 }
 
-TEST_F(AccountsTest, GuessingIsRefusedEvenWithTheRightPassword)
+TEST_P(AccountsTest, GuessingIsRefusedEvenWithTheRightPassword)
 {
     for (int i = 0; i < 3; ++i)
         ErrorOf([&] { Client(*server_).Login(u"clerk"_s, u"guess"_s); });
@@ -42,7 +42,7 @@ TEST_F(AccountsTest, GuessingIsRefusedEvenWithTheRightPassword)
         << "elsewhere it goes on";
 }
 
-TEST_F(AccountsTest, Administration)
+TEST_P(AccountsTest, Administration)
 {
     const auto dataError = [](auto&& call) { return ErrorOf(call).Kind() == wire::ErrorKind::Data; };
     EXPECT_TRUE(dataError([&] { server_->AddAccount({u"clerk"_s, u"x"_s, u"E1"_s, {}}); })) << "taken";
@@ -96,6 +96,8 @@ TEST(DemoAccountsTest, EveryDemoAccountLogsInToItsSite)
     const ApplicationServer again(options);
     EXPECT_TRUE(stages.isEmpty());
 }
+
+ZELMOR_FOR_EACH_STORAGE(AccountsTest);
 
 class LoginGuardTest : public ::testing::Test {
 protected:

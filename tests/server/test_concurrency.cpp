@@ -1,4 +1,4 @@
-#include "tests/server/ServerFixture.h"
+#include "tests/server/AnyStorage.h"
 
 #include <atomic>
 #include <thread>
@@ -6,7 +6,7 @@
 namespace server::testing {
 namespace {
 
-class ConcurrencyTest : public ServerTest {
+class ConcurrencyTest : public AnyStorageTest {
 protected:
     static void InParallel(int threads, const std::function<void(int)>& work)
     {
@@ -16,7 +16,7 @@ protected:
     }
 };
 
-TEST_F(ConcurrencyTest, OfTwoClientsRacingForARowOneWins)
+TEST_P(ConcurrencyTest, OfTwoClientsRacingForARowOneWins)
 {
     const QString text = kOrders;
     constexpr int kRounds = 100;
@@ -43,7 +43,7 @@ TEST_F(ConcurrencyTest, OfTwoClientsRacingForARowOneWins)
     EXPECT_EQ(wins[0] + wins[1], kRounds);
 }
 
-TEST_F(ConcurrencyTest, ASaveSentTwiceAtOnceIsAppliedOnce)
+TEST_P(ConcurrencyTest, ASaveSentTwiceAtOnceIsAppliedOnce)
 {
     const QString text = kOrders;
     for (quint64 round = 0; round < 50; ++round) {
@@ -57,7 +57,7 @@ TEST_F(ConcurrencyTest, ASaveSentTwiceAtOnceIsAppliedOnce)
     EXPECT_EQ(RawText("select count(*) from zelmor_audit"), u"50"_s);
 }
 
-TEST_F(ConcurrencyTest, ReadersSeeSavesWholeOrNotAtAll)
+TEST_P(ConcurrencyTest, ReadersSeeSavesWholeOrNotAtAll)
 {
     const QString text = kOrders;
     std::atomic<bool> done = false;
@@ -83,7 +83,12 @@ TEST_F(ConcurrencyTest, ReadersSeeSavesWholeOrNotAtAll)
     });
 }
 
-TEST_F(ConcurrencyTest, AWriterOfAnotherProcessIsWaitedFor)
+ZELMOR_FOR_EACH_STORAGE(ConcurrencyTest);
+
+// The embedded database has one writer at a time, and clients' programs may be several.
+class LockedFileTest : public ServerTest { };
+
+TEST_F(LockedFileTest, AWriterOfAnotherProcessIsWaitedFor)
 {
     storage::Database other(File(), storage::OpenMode::Serve);
     other.Execute("begin immediate; update tab_zelmor_bill set STATUS = 7 where TX_LOGISTIC_ID = 'B'");

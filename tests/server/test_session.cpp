@@ -1,4 +1,4 @@
-#include "tests/server/ServerFixture.h"
+#include "tests/server/AnyStorage.h"
 
 #include <chrono>
 #include <thread>
@@ -8,9 +8,9 @@ namespace {
 
 using wire::ErrorKind;
 
-class SessionTest : public ServerTest { };
+class SessionTest : public AnyStorageTest { };
 
-TEST_F(SessionTest, NothingIsAnsweredBeforeALogin)
+TEST_P(SessionTest, NothingIsAnsweredBeforeALogin)
 {
     Client client(*server_);
     EXPECT_EQ(ErrorOf([&] { client.Query(kOrders); }).Kind(), ErrorKind::Login);
@@ -22,7 +22,7 @@ TEST_F(SessionTest, NothingIsAnsweredBeforeALogin)
     EXPECT_EQ(ErrorOf([&] { client.Query(kOrders); }).Kind(), ErrorKind::Login);
 }
 
-TEST_F(SessionTest, ColumnsComeWithTypeWidthKeyAndGuard)
+TEST_P(SessionTest, ColumnsComeWithTypeWidthKeyAndGuard)
 {
     const wire::RowSet rows = LoggedIn().Query(kOrders);
     const auto info = [&rows](QStringView name) {
@@ -40,7 +40,7 @@ TEST_F(SessionTest, ColumnsComeWithTypeWidthKeyAndGuard)
     EXPECT_EQ(rows.columns[0].ValueAt(2), wire::Value(u"C"_s));
 }
 
-TEST_F(SessionTest, PolicyRefusesWhatClientsMayNotDo)
+TEST_P(SessionTest, PolicyRefusesWhatClientsMayNotDo)
 {
     Client client = LoggedIn();
     for (const QString& table :
@@ -66,10 +66,10 @@ TEST_F(SessionTest, PolicyRefusesWhatClientsMayNotDo)
     Changes readOnly(u"select a.* from tab_site a"_s, client.Query(u"select a.* from tab_site a"_s));
     readOnly.Update(0, {{u"SITE_NAME"_s, u"x"_s}});
     EXPECT_EQ(ErrorOf([&] { client.Apply(readOnly.log); }).Kind(), ErrorKind::Policy);
-    EXPECT_EQ(RawText("select group_concat(coalesce(STATUS, 'n')) from tab_zelmor_bill"), u"0,n,1"_s);
+    EXPECT_EQ(RawText("select STATUS from tab_zelmor_bill order by TX_LOGISTIC_ID"), u"0,(null),1"_s);
 }
 
-TEST_F(SessionTest, ExecuteChangesRowsAndIsAudited)
+TEST_P(SessionTest, ExecuteChangesRowsAndIsAudited)
 {
     Client client = LoggedIn();
     EXPECT_EQ(client.Execute(u"update tab_zelmor_bill set STATUS = 5 where TX_LOGISTIC_ID = 'A'"_s), 1);
@@ -78,12 +78,13 @@ TEST_F(SessionTest, ExecuteChangesRowsAndIsAudited)
         RawText("select ACTION || FIELDS from zelmor_audit").startsWith(u"statement{\"SQL\":\"update"_s));
 }
 
-TEST_F(SessionTest, LongResultsComeWholeAndInOrder)
+TEST_P(SessionTest, LongResultsComeWholeAndInOrder)
 {
-    Raw("with recursive n(i) as (select 1 union all select i + 1 from n where i < 20000) insert into "
-        "tab_zelmor_bill(TX_LOGISTIC_ID, STATUS, NAME, TOTAL_WEIGHT, CREATE_DATE) select printf('X%08d', i), "
-        "i % 5, "
-        "iif(i % 3, '名' || (i % 7), null), i / 4.0, i from n");
+    Raw(u"with recursive n(i) as (select 1 union all select i + 1 from n where i < 20000) insert into "
+        "tab_zelmor_bill(TX_LOGISTIC_ID, STATUS, NAME, TOTAL_WEIGHT, CREATE_DATE) "
+        "select 'X' || substr(cast(100000000 + i as varchar(9)), 2), i % 5, "
+        "case when i % 3 <> 0 then '名' || (i % 7) end, i / 4.0, "_s
+        + Time(u"i"_s) + u" from n"_s);
     const QString text =
         u"select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID like 'X%' order by a.TX_LOGISTIC_ID"_s;
     const auto verify = [](const Collector& sink) {
@@ -135,7 +136,7 @@ TEST_F(SessionTest, LongResultsComeWholeAndInOrder)
     EXPECT_EQ(client.Query(text).RowCount(), 20000);
 }
 
-TEST_F(SessionTest, LimitsOnRowsAndTimeAndInterruption)
+TEST_P(SessionTest, LimitsOnRowsAndTimeAndInterruption)
 {
     const char* const many =
         "with recursive n(i) as (select 1 union all select i + 1 from n where i < 5000) insert "
@@ -166,12 +167,14 @@ TEST_F(SessionTest, LimitsOnRowsAndTimeAndInterruption)
     EXPECT_EQ(client.Query(u"select a.* from tab_site a"_s).RowCount(), 1) << "the next request is a new one";
 }
 
-TEST_F(SessionTest, ClockRunsOnFromItsStart)
+TEST_P(SessionTest, ClockRunsOnFromItsStart)
 {
     const wire::DateTime start = wire::DateTime::FromParts(2024, 3, 1, 8);
     EXPECT_GE(server_->Now(), start);
     EXPECT_LT(server_->Now().seconds, start.seconds + 60);
 }
+
+ZELMOR_FOR_EACH_STORAGE(SessionTest);
 
 } // namespace
 } // namespace server::testing

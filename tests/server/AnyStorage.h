@@ -1,0 +1,56 @@
+#pragma once
+
+#include "server/storage/postgres/PostgresStorage.h"
+#include "tests/server/ServerFixture.h"
+#include "tests/support/PostgresDatabase.h"
+
+// What holds for the server whichever database stands behind it: TEST_P, instantiated for each.
+namespace server::testing {
+
+enum class StorageKind { Sqlite, Postgres };
+
+inline void PrintTo(StorageKind kind, std::ostream* out)
+{
+    *out << (kind == StorageKind::Sqlite ? "Sqlite" : "Postgres");
+}
+
+class OtherPostgres final : public OtherDatabase {
+public:
+    void Configure(Options& options) const override
+    {
+        options.open = [uri = database_.Uri()](const Options& given, wire::DateTime now) {
+            return storage::OpenPostgres(uri, given, now);
+        };
+    }
+    void Run(const QString& sql) const override { database_.Run(sql); }
+    std::vector<std::optional<QString>> Texts(const QString& sql) const override
+    {
+        return database_.Texts(sql);
+    }
+    QString Time(const QString& seconds) const override
+    {
+        return u"timestamp '1970-01-01' + (%1) * interval '1 second'"_s.arg(seconds);
+    }
+
+private:
+    PostgresDatabase database_;
+};
+
+class AnyStorageTest : public ServerTest, public ::testing::WithParamInterface<StorageKind> {
+protected:
+    AnyStorageTest()
+        : ServerTest(GetParam() == StorageKind::Postgres ? std::make_unique<OtherPostgres>() : nullptr)
+    {
+    }
+};
+
+inline std::string NameOf(const ::testing::TestParamInfo<StorageKind>& info)
+{
+    return ::testing::PrintToString(info.param);
+}
+
+#define ZELMOR_FOR_EACH_STORAGE(suite)                                                                       \
+    INSTANTIATE_TEST_SUITE_P(                                                                                \
+        Each, suite, ::testing::Values(StorageKind::Sqlite, StorageKind::Postgres), NameOf)
+
+} // namespace server::testing
