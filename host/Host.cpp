@@ -15,7 +15,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kLoginThreadConnectMilliseconds = 10'000;
 constexpr auto kClockHeardFor = std::chrono::minutes(5);
 
 class TNoRows : public wire::ReplySink {
@@ -70,13 +69,15 @@ void THost::SetModulePath(const QString& path)
 void THost::Start()
 {
     loginWindow_ = std::make_unique<TLoginWindow>();
-    std::vector<TServerAddress> servers = settings_.Servers();
-    const auto named = ParseServerAddress(options_.server);
+    std::vector<TServerList> servers = settings_.Servers();
+    const bool named = !options_.servers.empty();
     if (named) {
-        std::erase(servers, *named);
-        servers.insert(servers.begin(), *named);
+        std::erase(servers, options_.servers);
+        servers.insert(servers.begin(), options_.servers);
     }
     loginWindow_->SetServers(servers);
+    loginWindow_->SetEnciphering(options_.tls.value_or(settings_.Tls()),
+        options_.caFile.isEmpty() ? settings_.CaFile() : options_.caFile);
     loginWindow_->ChooseServer(named || (settings_.UsesServer() && options_.script.isEmpty()));
     loginWindow_->SetAccount(settings_.LastAccount());
 
@@ -152,29 +153,27 @@ void THost::RunScript()
 
 // Names, passwords and addresses are tried on a thread of their own: a server that is far, slow or gone must
 // not stop the window. What succeeded is then opened for good.
-void THost::TryLogin(
-    const QString& account, const QString& password, const std::optional<TServerAddress>& server)
+void THost::TryLogin(const QString& account, const QString& password, const std::optional<TServerWay>& way)
 {
     if (loginWindow_->IsBusy())
         return;
     loginWindow_->SetBusy(true);
-    server_ = server;
+    way_ = way;
     if (loginThread_.joinable())
         loginThread_.join();
-    loginThread_ = std::thread([this, account, password, server] {
+    loginThread_ = std::thread([this, account, password, way] {
         QString problem;
         try {
-            const std::unique_ptr<wire::Transport> way = server
-                ? MakeTcpTransport(server->host, server->port, kLoginThreadConnectMilliseconds)
-                : embedded_.Server()->NewTransport();
-            way->Connect();
+            const std::unique_ptr<wire::Transport> transport =
+                way ? MakeTcpTransport(*way) : embedded_.Server()->NewTransport();
+            transport->Connect();
             wire::Request request;
             request.kind = wire::RequestKind::Login;
             request.account = account;
             request.password = password;
             TNoRows sink;
-            way->Exchange(request, sink);
-            way->Disconnect();
+            transport->Exchange(request, sink);
+            transport->Disconnect();
         } catch (const std::exception& error) {
             problem = QString::fromUtf8(error.what());
         }
@@ -195,12 +194,7 @@ void THost::FinishLogin(const QString& account, const QString& password, const Q
     auto query = std::make_unique<TSocketConnectionEx>();
     try {
         for (TSocketConnectionEx* connection : {main.get(), query.get()}) {
-            if (server_) {
-                connection->Host = server_->host;
-                connection->Port = server_->port;
-            } else {
-                connection->SetTransport(embedded_.Server()->NewTransport());
-            }
+            connection->SetTransport(NewTransport());
             trace_.Watch(*connection);
             connection->Open(account, password);
         }
@@ -212,7 +206,7 @@ void THost::FinishLogin(const QString& account, const QString& password, const Q
     query->setParent(this);
     main_ = main.release();
     query_ = query.release();
-    settings_.RememberLogin(account, server_);
+    settings_.RememberLogin(account, way_);
     EnterFrame();
 }
 
@@ -315,15 +309,15 @@ bool THost::CloseScreens()
 
 wire::RowSet THost::ServerRows(const QString& sqlText)
 {
-    if (server_ || !embedded_.IsReady())
+    if (way_ || !embedded_.IsReady())
         throw wire::Error(wire::ErrorKind::Usage, u"只有本机数据库可以这样查询。"_s);
     return embedded_.Server()->QueryAsAdministrator(sqlText);
 }
 
 std::unique_ptr<wire::Transport> THost::NewTransport()
 {
-    if (server_)
-        return MakeTcpTransport(server_->host, server_->port);
+    if (way_)
+        return MakeTcpTransport(*way_);
     if (!embedded_.IsReady())
         throw wire::Error(wire::ErrorKind::Usage, u"本机数据库还没有打开。"_s);
     return embedded_.Server()->NewTransport();
@@ -351,5 +345,5 @@ wire::DateTime THost::ServerClock()
 
 QString THost::Place() const
 {
-    return server_ ? server_->Text() : u"本机数据库"_s;
+    return way_ ? TextOf(way_->addresses) : u"本机数据库"_s;
 }

@@ -2,6 +2,7 @@
 
 #include <QCommandLineParser>
 #include <QDir>
+#include <QFileInfo>
 #include <QStandardPaths>
 
 using namespace Qt::Literals::StringLiterals;
@@ -23,8 +24,15 @@ std::optional<TOptionsProblem> ReadOptions(const QStringList& arguments, bool he
         u"Size of a new embedded database: small, medium, large or a number of orders."_s, u"SIZE"_s);
     const QCommandLineOption now(
         u"now"_s, u"Fixes the embedded server's clock at start-up."_s, u"YYYY-MM-DD HH:MM:SS"_s);
-    const QCommandLineOption server(
-        u"server"_s, u"Offers this server in the login window."_s, u"HOST:PORT"_s);
+    const QCommandLineOption server(u"server"_s,
+        u"Offers this server in the login window, or these of one database."_s, u"HOST:PORT,…"_s);
+    const QCommandLineOption tls(u"tls"_s,
+        u"Enciphers the way to the server always; unless told otherwise, where it leaves this machine."_s);
+    const QCommandLineOption plainNetwork(
+        u"plain-network"_s, u"Enciphers nothing, on a network that is trusted."_s);
+    const QCommandLineOption ca(u"ca"_s,
+        u"Authorities (PEM) that the server's certificate must come from, in place of the system's."_s,
+        u"FILE"_s);
     const QCommandLineOption script(u"script"_s, u"Runs a script that drives the windows."_s, u"FILE.js"_s);
     const QCommandLineOption trace(u"trace-sql"_s, u"Writes every SQL text as one JSON line."_s, u"FILE"_s);
     const QCommandLineOption tour(u"tour"_s, u"Plays the guided tour."_s);
@@ -32,7 +40,8 @@ std::optional<TOptionsProblem> ReadOptions(const QStringList& arguments, bool he
         u"screenshots"_s, u"Folder for the pictures of scripts."_s, u"DIR"_s);
     const QCommandLineOption paint(
         u"paint-and-quit"_s, u"Ends as soon as the login window is painted, for measuring."_s);
-    parser.addOptions({data, demo, now, server, script, trace, tour, screenshots, paint});
+    parser.addOptions(
+        {data, demo, now, server, tls, plainNetwork, ca, script, trace, tour, screenshots, paint});
 
     if (!parser.parse(arguments))
         return TOptionsProblem{parser.errorText()};
@@ -58,11 +67,18 @@ std::optional<TOptionsProblem> ReadOptions(const QStringList& arguments, bool he
             return TOptionsProblem{u"--now takes a time as \"2026-01-31 08:30:00\"."_s};
     }
     if (parser.isSet(server)) {
-        const auto address = ParseServerAddress(parser.value(server));
-        if (!address)
-            return TOptionsProblem{u"--server takes an address as HOST:PORT."_s};
-        options.server = address->Text();
+        const auto servers = ParseServerAddresses(parser.value(server));
+        if (!servers)
+            return TOptionsProblem{
+                u"--server takes an address as HOST:PORT, or several with commas between."_s};
+        options.servers = *servers;
     }
+    if (parser.isSet(tls) && parser.isSet(plainNetwork))
+        return TOptionsProblem{u"--tls and --plain-network exclude one another."_s};
+    if (parser.isSet(tls) || parser.isSet(plainNetwork))
+        options.tls = parser.isSet(tls) ? TTlsUse::Always : TTlsUse::Never;
+    if (parser.isSet(ca))
+        options.caFile = QFileInfo(parser.value(ca)).absoluteFilePath();
     if (parser.isSet(data)) {
         options.dataDir = QDir(parser.value(data)).absolutePath();
     } else if (options.tour) {

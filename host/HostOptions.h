@@ -12,7 +12,9 @@ struct THostOptions {
     QString dataDir; // folder of the embedded database and of the host's own settings
     QString demo = QStringLiteral("medium");
     std::optional<wire::DateTime> now; // fixes the embedded server's clock at start-up
-    QString server; // "host:port", "" for what was chosen last
+    TServerList servers; // of one database; empty: what was chosen last
+    std::optional<TTlsUse> tls; // nothing: as chosen last
+    QString caFile; // "": as chosen last
     QString script; // a script that drives the host instead of a user
     QString traceFile; // every SQL text as one JSON line
     QString screenshots; // folder for what scripts photograph

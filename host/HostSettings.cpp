@@ -7,6 +7,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr qsizetype kServersKept = 8;
+const QString kAlways = u"always"_s;
+const QString kNever = u"never"_s;
 
 } // namespace
 
@@ -26,28 +28,44 @@ QString THostSettings::LastAccount() const
     return file_.ReadString(u"login"_s, u"account"_s);
 }
 
-std::vector<TServerAddress> THostSettings::Servers() const
+std::vector<TServerList> THostSettings::Servers() const
 {
-    std::vector<TServerAddress> servers;
+    std::vector<TServerList> servers;
     const QStringList texts = file_.ReadString(u"login"_s, u"servers"_s).split(u';', Qt::SkipEmptyParts);
     for (const QString& text : texts) {
-        if (const auto address = ParseServerAddress(text))
-            servers.push_back(*address);
+        if (auto addresses = ParseServerAddresses(text))
+            servers.push_back(std::move(*addresses));
     }
     return servers;
 }
 
-void THostSettings::RememberLogin(const QString& account, const std::optional<TServerAddress>& server)
+TTlsUse THostSettings::Tls() const
+{
+    const QString word = file_.ReadString(u"login"_s, u"tls"_s);
+    return word == kAlways ? TTlsUse::Always : word == kNever ? TTlsUse::Never : TTlsUse::Network;
+}
+
+QString THostSettings::CaFile() const
+{
+    return file_.ReadString(u"login"_s, u"ca"_s);
+}
+
+void THostSettings::RememberLogin(const QString& account, const std::optional<TServerWay>& way)
 {
     file_.WriteString(u"login"_s, u"account"_s, account);
-    file_.WriteString(u"login"_s, u"place"_s, server ? u"server"_s : u"embedded"_s);
-    if (server) {
-        QStringList texts{server->Text()};
-        for (const TServerAddress& known : Servers()) {
-            if (known != *server && texts.size() < kServersKept)
-                texts.append(known.Text());
+    file_.WriteString(u"login"_s, u"place"_s, way ? u"server"_s : u"embedded"_s);
+    if (way) {
+        QStringList texts{TextOf(way->addresses)};
+        for (const TServerList& known : Servers()) {
+            if (known != way->addresses && texts.size() < kServersKept)
+                texts.append(TextOf(known));
         }
         file_.WriteString(u"login"_s, u"servers"_s, texts.join(u';'));
+        file_.WriteString(u"login"_s, u"tls"_s,
+            way->tls == TTlsUse::Always      ? kAlways
+                : way->tls == TTlsUse::Never ? kNever
+                                             : u"network"_s);
+        file_.WriteString(u"login"_s, u"ca"_s, way->caFile);
     }
     file_.Flush();
 }

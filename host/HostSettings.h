@@ -15,10 +15,12 @@ public:
 
     bool UsesServer() const;
     QString LastAccount() const;
-    // Addresses that worked, the last used first.
-    std::vector<TServerAddress> Servers() const;
-    // After a login: `server` is nullopt for the embedded database.
-    void RememberLogin(const QString& account, const std::optional<TServerAddress>& server);
+    // Lists of servers that worked, the last used first.
+    std::vector<TServerList> Servers() const;
+    TTlsUse Tls() const;
+    QString CaFile() const;
+    // After a login: `way` is nullopt for the embedded database.
+    void RememberLogin(const QString& account, const std::optional<TServerWay>& way);
 
     QByteArray WindowGeometry() const;
     void RememberWindowGeometry(const QByteArray& geometry);

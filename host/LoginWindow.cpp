@@ -2,6 +2,9 @@
 
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QKeyEvent>
@@ -14,6 +17,8 @@
 #include <QRadioButton>
 #include <QTimer>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -74,11 +79,33 @@ TLoginWindow::TLoginWindow()
     serverEdit_->setEditable(true);
     serverEdit_->setInsertPolicy(QComboBox::NoInsert);
     serverEdit_->setAccessibleName(u"服务器地址和端口"_s);
-    serverEdit_->lineEdit()->setPlaceholderText(u"地址:端口，如 192.168.1.10:8866"_s);
+    serverEdit_->lineEdit()->setPlaceholderText(u"地址:端口；几台之间用逗号"_s);
+    serverEdit_->setToolTip(
+        u"如 192.168.1.10:8866。公司有几台服务器时写在一起，用逗号分开，一台停了自动换下一台。"_s);
     auto* place = new QHBoxLayout;
     place->addWidget(embeddedButton_);
     place->addWidget(serverButton_);
     place->addWidget(serverEdit_, 1);
+
+    tlsBox_ = new QComboBox;
+    tlsBox_->setObjectName(u"TlsBox"_s);
+    tlsBox_->addItems({u"自动：出本机即加密"_s, u"总是加密"_s, u"不加密（仅限可信的内部网络）"_s});
+    caEdit_ = new QLineEdit;
+    caEdit_->setObjectName(u"CaEdit"_s);
+    caEdit_->setPlaceholderText(u"系统信任的机构"_s);
+    caEdit_->setAccessibleName(u"机构证书文件"_s);
+    caEdit_->setToolTip(u"签发服务器证书的机构的证书（PEM文件），由管理员提供；不填则用系统信任的机构。"_s);
+    auto* chooseButton = new QPushButton(u"选择…"_s);
+    chooseButton->setObjectName(u"CaButton"_s);
+    chooseButton->setAutoDefault(false);
+    caField_ = new QWidget;
+    auto* caLayout = new QHBoxLayout(caField_);
+    caLayout->setContentsMargins(0, 0, 0, 0);
+    caLayout->addWidget(caEdit_, 1);
+    caLayout->addWidget(chooseButton);
+    plainLabel_ = new QLabel(u"密码和订单将不加密地在网络上传送。"_s);
+    plainLabel_->setObjectName(u"PlainLabel"_s);
+    SetTextColor(plainLabel_, kErrorColor);
 
     accountEdit_ = new QLineEdit;
     accountEdit_->setObjectName(u"AccountEdit"_s);
@@ -123,11 +150,15 @@ TLoginWindow::TLoginWindow()
     buttons->addWidget(loginButton_);
     buttons->addWidget(quitButton_);
 
-    auto* form = new QFormLayout;
+    auto* form = form_ = new QFormLayout;
     form->setLabelAlignment(Qt::AlignRight | Qt::AlignVCenter);
     form->setHorizontalSpacing(10);
     form->setVerticalSpacing(9);
     form->addRow(u"登录到"_s, place);
+    form->addRow(u"加密(&E)"_s, tlsBox_);
+    form->addRow(u"机构证书(&C)"_s, caField_);
+    form->addRow(QString(), plainLabel_);
+    static_cast<QLabel*>(form->labelForField(caField_))->setBuddy(caEdit_);
     form->addRow(u"账号(&U)"_s, accountEdit_);
     form->addRow(u"密码(&P)"_s, passwordEdit_);
 
@@ -152,7 +183,7 @@ TLoginWindow::TLoginWindow()
 
     for (QWidget* first = accountEdit_;
          QWidget * next : std::initializer_list<QWidget*>{passwordEdit_, loginButton_, quitButton_,
-             offeredList_, embeddedButton_, serverButton_, serverEdit_}) {
+             offeredList_, embeddedButton_, serverButton_, serverEdit_, tlsBox_, caEdit_, chooseButton}) {
         setTabOrder(first, next);
         first = next;
     }
@@ -167,6 +198,9 @@ TLoginWindow::TLoginWindow()
     });
     connect(serverEdit_->lineEdit(), &QLineEdit::textEdited, serverButton_,
         [this] { serverButton_->setChecked(true); });
+    connect(serverEdit_, &QComboBox::currentTextChanged, this, &TLoginWindow::UpdateState);
+    connect(tlsBox_, &QComboBox::currentIndexChanged, this, &TLoginWindow::UpdateState);
+    connect(chooseButton, &QPushButton::clicked, this, &TLoginWindow::ChooseCaFile);
     connect(offeredList_, &QListWidget::currentRowChanged, this, &TLoginWindow::TakeOffered);
     connect(
         offeredList_, &QListWidget::itemClicked, this, [this] { TakeOffered(offeredList_->currentRow()); });
@@ -174,13 +208,19 @@ TLoginWindow::TLoginWindow()
     UpdateState();
 }
 
-void TLoginWindow::SetServers(const std::vector<TServerAddress>& servers)
+void TLoginWindow::SetServers(const std::vector<TServerList>& servers)
 {
-    for (const TServerAddress& server : servers) {
-        if (serverEdit_->findText(server.Text()) < 0)
-            serverEdit_->addItem(server.Text());
+    for (const TServerList& list : servers) {
+        if (serverEdit_->findText(TextOf(list)) < 0)
+            serverEdit_->addItem(TextOf(list));
     }
     serverEdit_->setCurrentIndex(servers.empty() ? -1 : 0);
+}
+
+void TLoginWindow::SetEnciphering(TTlsUse tls, const QString& caFile)
+{
+    tlsBox_->setCurrentIndex(static_cast<int>(tls));
+    caEdit_->setText(QDir::toNativeSeparators(caFile));
 }
 
 void TLoginWindow::ChooseServer(bool remote)
@@ -299,16 +339,34 @@ void TLoginWindow::RequestLogin()
         accountEdit_->setFocus();
         return;
     }
-    std::optional<TServerAddress> server;
+    std::optional<TServerWay> way;
     if (serverButton_->isChecked()) {
-        server = ParseServerAddress(serverEdit_->currentText());
-        if (!server) {
-            errorLabel_->setText(u"请输入服务器的地址和端口，如 192.168.1.10:8866。"_s);
+        auto servers = ParseServerAddresses(serverEdit_->currentText());
+        if (!servers) {
+            errorLabel_->setText(u"请输入服务器的地址和端口，如 192.168.1.10:8866；几台之间用逗号分开。"_s);
             serverEdit_->setFocus();
             return;
         }
+        way = WayTo(std::move(*servers));
     }
-    Q_EMIT LoginRequested(account, passwordEdit_->text(), server);
+    Q_EMIT LoginRequested(account, passwordEdit_->text(), way);
+}
+
+TServerWay TLoginWindow::WayTo(TServerList addresses) const
+{
+    TServerWay way;
+    way.addresses = std::move(addresses);
+    way.tls = static_cast<TTlsUse>(tlsBox_->currentIndex());
+    way.caFile = QDir::fromNativeSeparators(caEdit_->text().trimmed());
+    return way;
+}
+
+void TLoginWindow::ChooseCaFile()
+{
+    const QString file = QFileDialog::getOpenFileName(this, u"选择机构证书"_s,
+        QFileInfo(WayTo({}).caFile).path(), u"证书 (*.pem *.crt *.cer);;所有文件 (*)"_s);
+    if (!file.isEmpty())
+        caEdit_->setText(QDir::toNativeSeparators(file));
 }
 
 void TLoginWindow::TakeOffered(int row)
@@ -326,6 +384,16 @@ void TLoginWindow::UpdateState()
              embeddedButton_, serverButton_, accountEdit_, passwordEdit_, offeredList_})
         field->setEnabled(!busy_);
     serverEdit_->setEnabled(!busy_);
+    tlsBox_->setEnabled(!busy_);
+    caField_->setEnabled(!busy_);
+    const auto servers = ParseServerAddresses(serverEdit_->currentText());
+    const TServerWay way = WayTo(servers.value_or(TServerList()));
+    form_->setRowVisible(tlsBox_, !embedded);
+    form_->setRowVisible(caField_, !embedded && way.tls != TTlsUse::Never);
+    form_->setRowVisible(plainLabel_,
+        !embedded && way.tls == TTlsUse::Never
+            && std::any_of(way.addresses.begin(), way.addresses.end(),
+                [](const TServerAddress& address) { return !address.IsLoopback(); }));
     loginButton_->setEnabled(!busy_ && (!embedded || embeddedReady_));
     stateLabel_->setVisible(embedded && !stateLabel_->text().isEmpty());
     if (!embedded || embeddedReady_ || databaseFailed_)

@@ -9,6 +9,7 @@
 
 class QCloseEvent;
 class QComboBox;
+class QFormLayout;
 class QGroupBox;
 class QLabel;
 class QLineEdit;
@@ -32,7 +33,8 @@ class TLoginWindow : public QWidget {
 public:
     TLoginWindow();
 
-    void SetServers(const std::vector<TServerAddress>& servers);
+    void SetServers(const std::vector<TServerList>& servers);
+    void SetEnciphering(TTlsUse tls, const QString& caFile);
     void ChooseServer(bool remote);
     bool UsesEmbedded() const;
     void SetAccount(const QString& account);
@@ -54,9 +56,9 @@ public:
     void Reset();
 
 Q_SIGNALS:
-    // `server` is nullopt for the embedded database.
+    // `way` is nullopt for the embedded database.
     void LoginRequested(
-        const QString& account, const QString& password, const std::optional<TServerAddress>& server);
+        const QString& account, const QString& password, const std::optional<TServerWay>& way);
     void EmbeddedChosen();
     void Closed();
     // The window has been on the screen for the first time.
@@ -70,11 +72,18 @@ protected:
 private:
     void RequestLogin();
     void TakeOffered(int row);
+    void ChooseCaFile();
+    TServerWay WayTo(TServerList addresses) const;
     void UpdateState();
 
     QRadioButton* embeddedButton_;
     QRadioButton* serverButton_;
     QComboBox* serverEdit_;
+    QFormLayout* form_;
+    QComboBox* tlsBox_; // in the order of TTlsUse
+    QWidget* caField_;
+    QLineEdit* caEdit_;
+    QLabel* plainLabel_; // says that nothing is enciphered
     QLineEdit* accountEdit_;
     QLineEdit* passwordEdit_;
     QLabel* errorLabel_;

@@ -54,11 +54,11 @@ std::optional<TServerAddress> ParseServerAddress(const QString& text)
     return address;
 }
 
-std::optional<std::vector<TServerAddress>> ParseServerAddresses(const QString& text)
+std::optional<TServerList> ParseServerAddresses(const QString& text)
 {
     // As typed on either keyboard.
     static const QRegularExpression kBetween(u"[,，、;；]"_s);
-    std::vector<TServerAddress> addresses;
+    TServerList addresses;
     for (const QString& part : text.split(kBetween)) {
         const auto address = ParseServerAddress(part);
         if (!address)
@@ -69,7 +69,7 @@ std::optional<std::vector<TServerAddress>> ParseServerAddresses(const QString& t
     return addresses;
 }
 
-QString TextOf(const std::vector<TServerAddress>& addresses)
+QString TextOf(const TServerList& addresses)
 {
     QStringList texts;
     for (const TServerAddress& address : addresses)

@@ -21,12 +21,15 @@ struct RUNTIME_EXPORT TServerAddress {
     bool operator==(const TServerAddress&) const = default;
 };
 
+// Servers of one database.
+using TServerList = std::vector<TServerAddress>;
+
 // Reads "host", "host:port" or "[v6 address]:port"; nullopt when the text is none of them.
 RUNTIME_EXPORT std::optional<TServerAddress> ParseServerAddress(const QString& text);
 // Reads several with commas between them, at least one; nullopt when one of them is none.
-RUNTIME_EXPORT std::optional<std::vector<TServerAddress>> ParseServerAddresses(const QString& text);
+RUNTIME_EXPORT std::optional<TServerList> ParseServerAddresses(const QString& text);
 // The same back again.
-RUNTIME_EXPORT QString TextOf(const std::vector<TServerAddress>& addresses);
+RUNTIME_EXPORT QString TextOf(const TServerList& addresses);
 
 // What is enciphered, and then only for a server whose certificate stands up to being checked.
 enum class TTlsUse {
@@ -37,7 +40,7 @@ enum class TTlsUse {
 
 // The way to the servers of one database.
 struct TServerWay {
-    std::vector<TServerAddress> addresses; // tried in turn, beginning with the one that answered last
+    TServerList addresses; // tried in turn, beginning with the one that answered last
     TTlsUse tls = TTlsUse::Network;
     QString caFile; // PEM: the authorities to trust; "": those that the system trusts
     // Milliseconds.

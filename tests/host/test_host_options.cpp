@@ -45,6 +45,8 @@ TEST(HostOptions, RefusesWhatItCannotUnderstand)
     EXPECT_TRUE(Read({u"stray"_s}, options));
     EXPECT_TRUE(Read({u"--now"_s, u"yesterday"_s}, options));
     EXPECT_TRUE(Read({u"--server"_s, u"host:0"_s}, options));
+    EXPECT_TRUE(Read({u"--server"_s, u"one:1,"_s}, options));
+    EXPECT_TRUE(Read({u"--tls"_s, u"--plain-network"_s}, options));
     EXPECT_TRUE(Read({u"--tour"_s, u"--script"_s, u"a.js"_s}, options));
     const auto help = Read({u"--help"_s}, options);
     ASSERT_TRUE(help);
@@ -78,17 +80,28 @@ TEST(HostOptions, WithoutADisplayTheTourIsPlayedUnlessThereIsAScript)
 TEST(HostSettings, RememberTheLastServersFirstAndEachOnce)
 {
     const QTemporaryDir folder;
+    const auto way = [](const TServerList& servers, TTlsUse tls) {
+        TServerWay to;
+        to.addresses = servers;
+        to.tls = tls;
+        to.caFile = u"/etc/ca.pem"_s;
+        return to;
+    };
+    const TServerList pair{{u"one"_s, 1}, {u"spare"_s, 1}};
+    const TServerList single{{u"two"_s, 2}};
     {
         THostSettings settings(folder.path(), {});
-        settings.RememberLogin(u"hefei1"_s, TServerAddress{u"one"_s, 1});
-        settings.RememberLogin(u"hefei1"_s, TServerAddress{u"two"_s, 2});
-        settings.RememberLogin(u"benbu"_s, TServerAddress{u"one"_s, 1});
+        EXPECT_EQ(settings.Tls(), TTlsUse::Network);
+        settings.RememberLogin(u"hefei1"_s, way(pair, TTlsUse::Always));
+        settings.RememberLogin(u"hefei1"_s, way(single, TTlsUse::Network));
+        settings.RememberLogin(u"benbu"_s, way(pair, TTlsUse::Never));
     }
     THostSettings settings(folder.path(), {});
     EXPECT_EQ(settings.LastAccount(), u"benbu"_s);
     EXPECT_TRUE(settings.UsesServer());
-    EXPECT_EQ(settings.Servers(),
-        (std::vector<TServerAddress>{TServerAddress{u"one"_s, 1}, TServerAddress{u"two"_s, 2}}));
+    EXPECT_EQ(settings.Servers(), (std::vector<TServerList>{pair, single}));
+    EXPECT_EQ(settings.Tls(), TTlsUse::Never);
+    EXPECT_EQ(settings.CaFile(), u"/etc/ca.pem"_s);
     settings.RememberLogin(u"benbu"_s, std::nullopt);
     EXPECT_FALSE(settings.UsesServer());
     EXPECT_EQ(settings.Servers().size(), 2u);

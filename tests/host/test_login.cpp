@@ -1,5 +1,8 @@
 #include "tests/host/HostFixture.h"
 
+#include "server/net/Listener.h"
+#include "tests/support/TestAuthority.h"
+
 #include <QComboBox>
 #include <QElapsedTimer>
 #include <QFile>
@@ -67,6 +70,43 @@ TEST_F(LoginTest, ServerThatDoesNotAnswerIsAMessageAndTheWindowStaysUsable)
     ASSERT_TRUE(QTest::qWaitFor([&] { return !error->text().isEmpty(); }, 30'000));
     EXPECT_EQ(host->LoggedInForm(), nullptr);
     EXPECT_TRUE(OnLogin<QPushButton>("LoginButton")->isEnabled());
+}
+
+class EncipheredLoginTest : public HostTest {
+protected:
+    void Change(THostOptions& options) override { options.dataDir = Folder().filePath(u"enciphered"_s); }
+};
+
+TEST_F(EncipheredLoginTest, AServerIsTrustedByTheAuthorityThatWasChosen)
+{
+    TestAuthority authority;
+    const TestAuthority::Files files = authority.Issue();
+    server::Options options;
+    options.dataDir = Folder().filePath(u"remote-tls"_s);
+    options.demo = u"50"_s;
+    server::ApplicationServer server(options);
+    server::ListenerOptions listening;
+    listening.port = 0;
+    listening.tls = {files.certificates, files.key};
+    server::Listener listener([&](const QString& peer) { return server.NewSession(peer); }, listening);
+    listener.Start();
+
+    OnLogin<QRadioButton>("ServerButton")->click();
+    // The first of the two is gone.
+    OnLogin<QComboBox>("ServerEdit")->setEditText(u"127.0.0.1:1，127.0.0.1:%1"_s.arg(listener.Port()));
+    OnLogin<QComboBox>("TlsBox")->setCurrentIndex(int(TTlsUse::Always));
+    TypeLogin(u"hefei1"_s, u"demo"_s);
+    const auto* error = OnLogin<QLabel>("ErrorLabel");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !error->text().isEmpty(); }, 30'000));
+    EXPECT_TRUE(error->text().contains(u"请向管理员索取机构证书文件"_s)) << qUtf8Printable(error->text());
+    OnLogin<QLineEdit>("CaEdit")->setText(authority.CaFile());
+    TypeLogin(u"hefei1"_s, u"demo"_s);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return host->SharedData().IsLoaded(); }, 20'000))
+        << qUtf8Printable(error->text());
+    host.reset();
+    const THostSettings settings(Folder().filePath(u"enciphered"_s), {});
+    EXPECT_EQ(settings.Tls(), TTlsUse::Always);
+    EXPECT_EQ(settings.CaFile(), authority.CaFile());
 }
 
 class BadFolderTest : public HostTest {
