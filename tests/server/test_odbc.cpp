@@ -1,9 +1,11 @@
+#include "server/Texts.h"
 #include "server/storage/OwnTables.h"
 #include "server/storage/odbc/Odbc.h"
 #include "server/storage/odbc/OdbcDatabase.h"
 #include "server/storage/odbc/OdbcOwnTables.h"
-#include "server/storage/odbc/Worker.h"
+#include "server/storage/odbc/OdbcRowWriter.h"
 #include "tests/server/ServerFixture.h"
+#include "tests/server/conformance/Suite.h"
 #include "tests/support/PostgresDatabase.h"
 
 #include <QCoreApplication>
@@ -18,11 +20,12 @@ namespace {
 using storage::odbc::Product;
 
 constexpr int kRows = 2500; // more than two blocks
+constexpr int kUnderstoodByPostgres = 102; // of the texts of all screens, with orafce 4.1
 
 // A database as a company may have it, reached by nothing but ODBC.
 class CompanyDatabase {
 public:
-    explicit CompanyDatabase(Product product)
+    explicit CompanyDatabase(Product product, const QString& settings = {})
     {
         if (product == Product::Postgres) {
             postgres_.emplace(PostgresDatabase::Orafce::With);
@@ -31,6 +34,7 @@ public:
         } else {
             connection_ = u"DRIVER={SQLite3};Database="_s + folder_.filePath(u"company.db"_s);
         }
+        connection_ += settings;
     }
     const QString& Connection() const { return connection_; }
 
@@ -42,12 +46,32 @@ public:
                 database.Execute(statement);
         });
     }
-    void MakeTables() const
+    enum class Types { Own, Oracles };
+    void MakeTables(Types types = Types::Own) const
     {
-        Over([](storage::odbc::Database& database) {
+        Over([&](storage::odbc::Database& database) {
             for (const demo::TableDef& table : demo::Schema()) {
-                for (const QString& statement : storage::odbc::CreateStatements(database.Product(), table))
+                for (QString statement : storage::odbc::CreateStatements(database.Product(), table)) {
+                    if (types == Types::Oracles)
+                        statement.replace(u"timestamp(0)"_s, u"oracle.date"_s)
+                            .replace(u"double precision"_s, u"numeric"_s);
                     database.Execute(statement);
+                }
+            }
+        });
+    }
+    void Fill(const conformance::TableRows& rows) const
+    {
+        QStringList names;
+        for (const demo::ColumnDef& column : rows.table->columns)
+            names << column.name;
+        Over([&](storage::odbc::Database& database) {
+            storage::odbc::Statement insert =
+                database.Prepare(storage::odbc::InsertText(rows.table->name, names));
+            for (const std::vector<wire::Value>& row : rows.rows) {
+                for (size_t i = 0; i < row.size(); ++i)
+                    insert.Bind(row[i], rows.table->columns[i].type);
+                insert.Run();
             }
         });
     }
@@ -361,6 +385,60 @@ TEST_P(OdbcPostgresTest, ALostConnectionIsReplaced)
 }
 
 INSTANTIATE_TEST_SUITE_P(Drivers, OdbcPostgresTest, ::testing::Values(Product::Postgres));
+
+// The texts of all screens, handed on as they are to a database that knows some of Oracle's language.
+class VerbatimBackend final : public conformance::Backend {
+public:
+    void Load(const std::vector<conformance::TableRows>& tables, wire::DateTime now) override
+    {
+        client_.reset();
+        server_.reset();
+        database_.emplace(Product::Postgres, u";ZELMOR_SCHEMA=company"_s);
+        database_->Run({u"create schema company"_s,
+            u"do $$ begin execute format('alter database %I set search_path = oracle, pg_catalog, public', "
+            "current_database()); end $$"_s});
+        database_->MakeTables(CompanyDatabase::Types::Oracles);
+        for (const conformance::TableRows& table : tables)
+            database_->Fill(table);
+        Options options;
+        options.open = [this](const Options& given, wire::DateTime moment) {
+            return storage::OpenOdbc(database_->Connection(), given, moment);
+        };
+        options.now = now;
+        server_ = std::make_unique<ApplicationServer>(options);
+        server_->AddAccount({u"clerk"_s, u"secret"_s, u"E01"_s, {}, u"111"_s, Role::Headquarters});
+        client_.emplace(*server_, u"clerk"_s, u"secret"_s);
+    }
+    wire::RowSet Query(const QString& sql) override { return client_->Query(sql); }
+    qint64 Execute(const QString& sql) override { return client_->Execute(sql); }
+
+private:
+    std::optional<CompanyDatabase> database_;
+    std::unique_ptr<ApplicationServer> server_;
+    std::optional<Client> client_;
+};
+
+TEST(OdbcConformance, TextsThatPostgresUnderstandsAsTheyAre)
+{
+    const auto tables = conformance::ReadTables();
+    VerbatimBackend backend;
+    backend.Load(tables, conformance::Now());
+    int understood = 0;
+    for (const conformance::Case& each : conformance::ReadCases()) {
+        const QString fault = conformance::Check(each, backend);
+        // What it does not understand it says; it must not give other rows than Oracle would.
+        const bool refused = fault.startsWith(texts::DatabaseError()) && !each.error;
+        EXPECT_TRUE(fault.isEmpty() || refused)
+            << each.file.toStdString() << ":" << each.line << ": " << each.name.toStdString() << "\n"
+            << fault.toStdString();
+        understood += fault.isEmpty() && !each.error ? 1 : 0;
+        if (each.changed)
+            backend.Load(tables, conformance::Now());
+    }
+    RecordProperty("understood", understood);
+    // The others need rownum, sysdate without parentheses, connect by, to_number of a number.
+    EXPECT_GE(understood, kUnderstoodByPostgres);
+}
 
 } // namespace
 } // namespace server::testing

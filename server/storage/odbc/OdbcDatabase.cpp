@@ -1,16 +1,12 @@
 #include "server/storage/odbc/OdbcDatabase.h"
 
 #include "server/Texts.h"
+#include "server/storage/Storage.h"
+#include "server/storage/odbc/OdbcApi.h"
 #include "wire/Error.h"
 
 #include <QSqlDriver>
 #include <QSqlResult>
-
-#ifdef Q_OS_WIN
-#include <windows.h>
-#endif
-#include <sql.h>
-#include <sqlext.h>
 
 #include <array>
 
@@ -30,6 +26,13 @@ odbc::Product ProductOf(const QString& name)
     return name.contains(u"SQLite", Qt::CaseInsensitive) ? Product::Sqlite : Product::Other;
 }
 
+// By Oracle: trying that again would lock the account.
+bool LoginRefused(const QSqlError& error)
+{
+    static const QStringList codes{u"1005"_s, u"1017"_s, u"1045"_s, u"28000"_s, u"28001"_s, u"28003"_s};
+    return codes.contains(error.nativeErrorCode());
+}
+
 QString NextName()
 {
     static std::atomic<quint64> count{0};
@@ -38,37 +41,40 @@ QString NextName()
 
 } // namespace
 
+Database::Registration::Registration()
+    : name(NextName())
+{
+}
+
+Database::Registration::~Registration()
+{
+    QSqlDatabase::removeDatabase(name);
+}
+
 Database::Database(const Settings& settings, int seconds)
     : maxSeconds(seconds)
-    , name_(NextName())
-    , base_(QSqlDatabase::addDatabase(u"QODBC"_s, name_))
+    , base_(QSqlDatabase::addDatabase(u"QODBC"_s, registration_.name))
 {
-    const auto fail = [&](QString reason) {
-        base_ = {};
-        QSqlDatabase::removeDatabase(name_);
-        if (!settings.password.isEmpty())
-            reason.replace(settings.password, u"***"_s);
-        throw wire::Error(
-            wire::ErrorKind::Storage, u"Cannot connect through ODBC (%1): %2"_s.arg(settings.place, reason));
-    };
-    if (!base_.isValid())
-        fail(u"Qt's ODBC plugin is missing, on Debian the package libqt6sql6-odbc"_s);
+    if (!base_.isValid()) {
+        throw wire::Error(wire::ErrorKind::Storage,
+            u"Qt's ODBC plugin is missing; on Debian it is the package libqt6sql6-odbc."_s);
+    }
     base_.setDatabaseName(settings.database);
     // Error states are those of ODBC 3.
     base_.setConnectOptions(u"SQL_ATTR_ODBC_VERSION=SQL_OV_ODBC3"_s);
-    if (!base_.open())
-        fail(base_.lastError().databaseText());
+    if (!base_.open()) {
+        QString reason = base_.lastError().databaseText();
+        if (!settings.password.isEmpty())
+            reason.replace(settings.password, u"***"_s);
+        const QString message = u"Cannot connect through ODBC (%1): %2"_s.arg(settings.place, reason);
+        if (LoginRefused(base_.lastError()))
+            throw wire::Error(wire::ErrorKind::Storage, message);
+        throw TryAgain(TryAgain::Cause::Lost, wire::ErrorKind::Storage, message);
+    }
     const QString name = Info(SQL_DBMS_NAME);
     product_ = ProductOf(name);
     productName_ = u"%1 %2"_s.arg(name, Info(SQL_DBMS_VER));
     SettleSession(settings.schema);
-}
-
-Database::~Database()
-{
-    prepared_.clear();
-    base_ = {};
-    QSqlDatabase::removeDatabase(name_);
 }
 
 void* Database::Handle() const

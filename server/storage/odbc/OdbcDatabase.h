@@ -18,9 +18,8 @@ namespace storage::odbc {
 class Database {
 public:
     // `maxSeconds`: after so long the driver, where it can, ends a statement that nobody has stopped. Raises
-    // wire::Error (Storage).
+    // wire::Error (Storage), TryAgain.
     Database(const Settings& settings, int maxSeconds);
-    ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
@@ -73,7 +72,16 @@ private:
     // Settles what would otherwise depend on where the server runs.
     void SettleSession(const QString& schema);
 
-    QString name_; // of Qt's connection
+    // Qt keeps connections by name; that of this one goes after the connection itself.
+    struct Registration {
+        Registration();
+        ~Registration();
+        Registration(const Registration&) = delete;
+        Registration& operator=(const Registration&) = delete;
+        const QString name;
+    };
+
+    Registration registration_;
     QSqlDatabase base_;
     odbc::Product product_ = Product::Other;
     QString productName_;

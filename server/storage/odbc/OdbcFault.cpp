@@ -2,14 +2,9 @@
 
 #include "server/Texts.h"
 #include "server/storage/Storage.h"
+#include "server/storage/odbc/OdbcApi.h"
 
 #include <QRegularExpression>
-
-#ifdef Q_OS_WIN
-#include <windows.h>
-#endif
-#include <sql.h>
-#include <sqlext.h>
 
 #include <algorithm>
 #include <array>

@@ -98,7 +98,7 @@ QStringList CreateStatements(Product product, const demo::TableDef& table)
 QString OracleScript()
 {
     QString script =
-        uR"(-- The tables that zelmor-server keeps for itself in the company's Oracle database (12.2 or newer). To be run
+        uR"(-- The tables that zelmor-server keeps for itself in the company's Oracle database (12.1 or newer). To be run
 -- once, as the owner of the company's tables or as the user that the server logs in as, who must then be able
 -- to select, insert, update and delete in them. The server makes them itself where it may.
 

@@ -142,7 +142,7 @@ bool OdbcRowWriter::KeyIsTaken(const RowWrite& row)
     return taken;
 }
 
-Row OdbcRowWriter::Present(std::span<const wire::Value> keys)
+Row OdbcRowWriter::Present(std::span<const wire::Value> keys, Hold hold)
 {
     return worker_.Run([&]() -> Row {
         QStringList names;
@@ -154,7 +154,8 @@ Row OdbcRowWriter::Present(std::span<const wire::Value> keys)
             types.push_back(column->type);
         }
         // SQLite has one writer and no other way to keep a row.
-        const QString lock = database_.Product() == Product::Sqlite ? QString() : u" for update"_s;
+        const bool locks = hold == Hold::Yes && database_.Product() != Product::Sqlite;
+        const QString lock = locks ? u" for update"_s : QString();
         Statement& statement = database_.Prepared(
             u"select %1 from %2%3%4"_s.arg(names.join(u", "_s), target_.table->name, WhereKey(), lock));
         for (const wire::Value& key : keys)

@@ -16,7 +16,7 @@ public:
     OdbcRowWriter(Worker& worker, Database& database, const WriteTarget& target, bool needsSavepoints);
 
     void Write(std::span<const RowWrite> rows, std::span<RowResult> results) override;
-    Row Present(std::span<const wire::Value> keys) override;
+    Row Present(std::span<const wire::Value> keys, Hold hold = Hold::Yes) override;
 
 private:
     // On the worker's thread.

@@ -1,6 +1,7 @@
 #include "server/storage/odbc/OdbcStatement.h"
 
 #include "server/Texts.h"
+#include "server/storage/odbc/OdbcApi.h"
 #include "server/storage/odbc/OdbcDatabase.h"
 #include "wire/Error.h"
 
@@ -9,12 +10,6 @@
 #include <QSqlRecord>
 #include <QSqlResult>
 #include <QTimeZone>
-
-#ifdef Q_OS_WIN
-#include <windows.h>
-#endif
-#include <sql.h>
-#include <sqlext.h>
 
 #include <cmath>
 #include <limits>
