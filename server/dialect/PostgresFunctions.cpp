@@ -101,10 +101,11 @@ std::optional<wire::Error> ErrorOfSqlState(std::string_view sqlState, const QStr
         if (sqlState == meaning.state)
             return wire::Error(wire::ErrorKind::Data, meaning.text() + u'！');
     }
-    // Other errors of data, and of statements that only this database refuses, in its own words.
+    // Other errors of data, and of statements that only this database refuses, in its own words; not what it
+    // does not permit (42501).
     if (sqlState.starts_with("22"))
         return wire::Error(wire::ErrorKind::Data, texts::Refused(message));
-    if (sqlState.starts_with("42") || sqlState.starts_with("0A") || sqlState.starts_with("54"))
+    if ((sqlState.starts_with("42") && sqlState != "42501") || sqlState.starts_with("54"))
         return wire::Error(wire::ErrorKind::Syntax, texts::Refused(message));
     return std::nullopt;
 }

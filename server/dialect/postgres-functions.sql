@@ -327,7 +327,7 @@ $$;
 
 CREATE OR REPLACE FUNCTION zelmor.ora_to_number(value text) RETURNS double precision
 LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$
-    SELECT CASE WHEN $1 ~ '^\s*[+-]?([0-9]+\.?[0-9]*|\.[0-9]+)([eE][+-]?[0-9]{1,2})?\s*$' OR $1 IS NULL
+    SELECT CASE WHEN $1 ~ '^\s*[+-]?([0-9]+\.?[0-9]*|\.[0-9]+)([eE][+-]?[0-9]{1,3})?\s*$' OR $1 IS NULL
         THEN $1::double precision ELSE zelmor.ora_invalid_number($1) END
 $$;
 

@@ -156,8 +156,10 @@ qint64 PostgresDialect::Execute(const QString& sql)
     return QByteArray(PQcmdTuples(Run(translator_.Translate(sql)).get())).toLongLong();
 }
 
+// Of tables so small that every plan is as good: those with indexes are preferred.
 QString PostgresDialect::Plan(const QString& sql)
 {
+    Run(u"set enable_seqscan=off; set enable_bitmapscan=off; set enable_hashjoin=off; set enable_mergejoin=off"_s);
     const dialect::Translated translated = translator_.Translate(sql);
     Prepare(translated);
     QStringList values;
@@ -165,6 +167,7 @@ QString PostgresDialect::Plan(const QString& sql)
         values.push_back(u'\'' + wire::ToText(Bound(translated, i)).replace(u'\'', u"''"_s) + u'\'');
     const ResultPtr plan = Run(u"explain (costs off) execute statement"_s
         + (values.isEmpty() ? QString() : u'(' + values.join(u',') + u')'));
+    Run(u"reset all"_s);
     QString steps;
     for (int row = 0; row < PQntuples(plan.get()); ++row)
         steps += QString::fromUtf8(PQgetvalue(plan.get(), row, 0)) + u'\n';

@@ -100,6 +100,11 @@ TEST(DialectRefusals, DeepNestingIsRefusedBeforeTheStackEnds)
             u"select 1 from dual where 1="_s + open.repeated(5000) + u'1' + close.repeated(5000);
         EXPECT_THROW(translator.Translate(sql), wire::Error) << open.toStdString();
     }
+    // What is said once for every comparison may contain the same.
+    QString decode = u"1"_s;
+    for (int depth = 0; depth < 40; ++depth)
+        decode = u"decode("_s + decode + u",1,2,3,4,5,6)"_s;
+    EXPECT_THROW(translator.Translate(u"select "_s + decode + u" from dual"_s), wire::Error);
 }
 
 // The rows in any order; nothing when data stood in the way, which one database may meet and another not.

@@ -163,4 +163,52 @@ TEST(DialectTranslations, IndexesServe)
     EXPECT_FALSE(provinces.contains(u"TEMP B-TREE"_s)) << provinces.toStdString();
 }
 
+TEST(DialectTranslations, IndexesServeInPostgres)
+{
+    DialectDatabase& database = DialectDatabase::Of(DialectDatabase::Kind::Postgres);
+    database.Load(conformance::ReadTables(), conformance::Now());
+    const QString orders = u"select * from tab_zelmor_bill a where "_s;
+    const QString range = u"a.create_date between to_date('2024-03-05','yyyy-mm-dd') and sysdate "_s;
+    const QString tree = u" start with SITE_NAME='X' connect by prior SITE_NAME="
+                         "(case SITE_NAME when 'X' then '' else SUPERIOR_SITE end)"_s;
+    for (const auto& [sql, step] : {
+             std::pair(orders + range + u"order by a.create_date desc"_s,
+                 u"Index Scan Backward using tab_zelmor_bill_i3"_s),
+             std::pair(orders + u"a.create_date > sysdate-(0.5/24)-3"_s, u"Index Cond: (create_date > "_s),
+             std::pair(u"select max(tx_logistic_id) from tab_zelmor_bill a where tx_logistic_id like"
+                       " 'D'||to_char(sysdate,'yyyymmdd')||'%'"_s,
+                 u"Index Cond: ((tx_logistic_id >= "_s),
+             std::pair(u"select site_name from tab_site"_s + tree,
+                 u"Index Cond: ((superior_site)::text = (p1.site_name)::text)"_s),
+             std::pair(u"select distinct a.prov from tab_zelmor_bill a"_s,
+                 u"Index Only Scan using tab_zelmor_bill_i7"_s),
+             // The tree is walked once, its sites looked up in the settings.
+             std::pair(u"select a.* from tab_zelmor_site a where exists(select 1 from tab_site b where"
+                       " b.site_name=a.site_name"_s
+                     + tree + u')',
+                 u"Index Cond: ((site_name)::text = (\"ANY_subquery\".site_name)::text)"_s),
+         }) {
+        const QString plan = database.Plan(sql);
+        EXPECT_TRUE(plan.contains(step) && !plan.contains(u"Sort Key: create_date"_s))
+            << sql.toStdString() << "\n"
+            << plan.toStdString();
+    }
+}
+
+TEST(DialectTranslations, TextsForADatabaseThatUnderstandsThemStayAsTheyAre)
+{
+    dialect::Translator translator(std::make_shared<SchemaCatalog>(), dialect::Target::Verbatim);
+    for (const char* name : {"A", "B"}) { // of one shape, each with its own text
+        const QString sql =
+            u"select /*+index(a,X)*/ a.site_name from tab_site a where a.site_name='%1' and rownum<=1"_s.arg(
+                QLatin1String(name));
+        const dialect::Translated translated = translator.Translate(sql + u" \n "_s);
+        EXPECT_EQ(translated.translation->sql, sql.toStdString());
+        EXPECT_TRUE(translated.translation->parameters.empty() && translated.literals.empty());
+        EXPECT_EQ(translated.translation->columns.front().name, u"SITE_NAME"_s);
+        EXPECT_EQ(translated.translation->tables, std::vector<QString>{u"tab_site"_s});
+    }
+    EXPECT_THROW(translator.Translate(u"delete from tab_site"_s), wire::Error);
+}
+
 } // namespace
