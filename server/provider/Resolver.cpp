@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
+#include <ranges>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -45,9 +47,10 @@ public:
 
     std::vector<RowVerdict> Apply()
     {
-        verdicts_.reserve(log_.rows.size());
-        for (const RowChange& row : log_.rows) {
-            RowVerdict& verdict = verdicts_.emplace_back();
+        verdicts_.resize(log_.rows.size());
+        for (const size_t number : OrderOfWork()) {
+            const RowChange& row = log_.rows[number];
+            RowVerdict& verdict = verdicts_[number];
             verdict.rowId = row.rowId;
             if (row.kind == ChangeKind::Delete)
                 Flush(); // what is deleted is read first, as the rows before leave it
@@ -59,7 +62,7 @@ public:
                 // Where only columns of other tables were changed there is nothing to store.
                 verdict.accepted = row.kind == ChangeKind::Update && write.sets.empty();
                 if (!verdict.accepted)
-                    waitingVerdicts_[waiting_++] = verdicts_.size() - 1;
+                    waitingVerdicts_[waiting_++] = number;
             } catch (Refusal& refusal) {
                 verdict.reason = std::move(refusal.reason);
             }
@@ -71,6 +74,43 @@ public:
     }
 
 private:
+    // Two saves that write the same rows in different orders would wait for each other. Rows that only change
+    // their values may go in the order of their keys; others stand in an order that matters.
+    std::vector<size_t> OrderOfWork() const
+    {
+        std::vector<size_t> order(log_.rows.size());
+        std::iota(order.begin(), order.end(), size_t(0));
+        const auto keepsKey = [this](const RowChange& row) {
+            return row.kind == ChangeKind::Update
+                && std::ranges::all_of(row.cells, [this](const CellChange& cell) {
+                       return !IsKey(cell) || wire::SameValue(cell.original, cell.current);
+                   });
+        };
+        if (!writer_->LocksRows() || !std::ranges::all_of(log_.rows, keepsKey))
+            return order;
+        std::ranges::stable_sort(order, [this](size_t a, size_t b) {
+            const auto isKey = [this](const CellChange& cell) { return IsKey(cell); };
+            auto left = log_.rows[a].cells | std::views::filter(isKey);
+            auto right = log_.rows[b].cells | std::views::filter(isKey);
+            return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end(),
+                [](const CellChange& x, const CellChange& y) { return LessKey(x.original, y.original); });
+        });
+        return order;
+    }
+
+    bool IsKey(const CellChange& cell) const
+    {
+        const TargetColumn* column = target_.Column(cell.column);
+        return column != nullptr && column->key >= 0;
+    }
+
+    static bool LessKey(const Value& a, const Value& b)
+    {
+        const auto* text = std::get_if<QString>(&a);
+        const auto* other = std::get_if<QString>(&b);
+        return text != nullptr && other != nullptr ? *text < *other : wire::ToText(a) < wire::ToText(b);
+    }
+
     // What is set, what names the row, what must still stand. Raises Refusal.
     void Plan(const RowChange& row, RowWrite& write)
     {
@@ -247,7 +287,7 @@ private:
         case RowResult::Outcome::DuplicateKey: {
             const storage::Row keys = KeysSet(write);
             verdict.reason = texts::DuplicateKey(QString::fromStdString(KeyText(keys)));
-            storage::Row present = writer_->Present(keys);
+            storage::Row present = writer_->Present(keys, storage::Hold::No);
             verdict.present = !present.empty();
             if (verdict.present) {
                 target_.TakeLastModifier(present);
@@ -264,7 +304,7 @@ private:
     // The row is no longer what its sender read: says what became of it, and by whom.
     void RefuseChanged(const RowWrite& write, RowVerdict& verdict)
     {
-        storage::Row present = writer_->Present(write.keys);
+        storage::Row present = writer_->Present(write.keys, storage::Hold::No);
         if (present.empty()) {
             verdict.reason = texts::DeletedByOther();
             return;

@@ -83,6 +83,8 @@ struct WriteTarget {
     AuditHeader audit;
 };
 
+enum class Hold { No, Yes };
+
 // Writes rows of one table, each with its audit entry, in the transaction that its connection has open. A row
 // that is not written leaves no trace, and the others stand. Lives no longer than the transaction.
 class RowWriter {
@@ -91,9 +93,12 @@ public:
     // One after the other, as if each was a call of its own; `results` is parallel to `rows`. Raises
     // wire::Error (TryAgain) where the transaction as a whole has failed.
     virtual void Write(std::span<const RowWrite> rows, std::span<RowResult> results) = 0;
-    // The row's values as they stand, parallel to WriteTarget::read; empty when it is gone. The row stays as
-    // it is until the transaction ends.
-    virtual Row Present(std::span<const wire::Value> keys) = 0;
+    // The row's values as they stand, parallel to WriteTarget::read; empty when it is gone. Held, the row
+    // stays as it is until the transaction ends.
+    virtual Row Present(std::span<const wire::Value> keys, Hold hold = Hold::Yes) = 0;
+    // Others write at the same time, and wait for the rows that this transaction has written: rows should
+    // then be written in the order of their keys, so that no two saves wait for each other.
+    virtual bool LocksRows() const noexcept { return true; }
 };
 
 // One connection with its translator and its prepared statements. Used by one thread at a time. Everything

@@ -266,7 +266,7 @@ PostgresRowWriter::Statement PostgresRowWriter::MakeStatement(const RowWrite& ro
     return {std::move(text.sql), std::move(values.types)};
 }
 
-Row PostgresRowWriter::Present(std::span<const wire::Value> keys)
+Row PostgresRowWriter::Present(std::span<const wire::Value> keys, Hold hold)
 {
     // A column that is not there is no part of the query.
     Text text{"select 1", {}};
@@ -279,7 +279,8 @@ Row PostgresRowWriter::Present(std::span<const wire::Value> keys)
     }
     text += " from " + NameOf(target_.table->name);
     text.AddKey(target_.keys);
-    text += " for update";
+    if (hold == Hold::Yes)
+        text += " for update";
     parameters_.Clear();
     for (size_t i = 0; i < keys.size(); ++i)
         parameters_.Add(keys[i], target_.keys[i]->type);

@@ -15,7 +15,7 @@ public:
     PostgresRowWriter(Link& link, Pipeline& pipeline, const WriteTarget& target, std::string primaryKey);
 
     void Write(std::span<const RowWrite> rows, std::span<RowResult> results) override;
-    Row Present(std::span<const wire::Value> keys) override;
+    Row Present(std::span<const wire::Value> keys, Hold hold = Hold::Yes) override;
 
 private:
     struct Group {

@@ -93,7 +93,7 @@ void SqliteRowWriter::Audit(const RowWrite& row)
     audit_.Execute();
 }
 
-Row SqliteRowWriter::Present(std::span<const wire::Value> keys)
+Row SqliteRowWriter::Present(std::span<const wire::Value> keys, Hold)
 {
     if (!present_) {
         std::string list;

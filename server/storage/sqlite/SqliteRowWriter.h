@@ -16,7 +16,8 @@ public:
     SqliteRowWriter(Database& database, const WriteTarget& target);
 
     void Write(std::span<const RowWrite> rows, std::span<RowResult> results) override;
-    Row Present(std::span<const wire::Value> keys) override;
+    Row Present(std::span<const wire::Value> keys, Hold hold = Hold::Yes) override;
+    bool LocksRows() const noexcept override { return false; }
 
 private:
     RowResult Write(const RowWrite& row);
