@@ -7,11 +7,13 @@
 // What holds for the server whichever database stands behind it: TEST_P, instantiated for each.
 namespace server::testing {
 
-enum class StorageKind { Sqlite, Postgres };
+// The latter two only where a test says so.
+enum class StorageKind { Sqlite, Postgres, OdbcToSqlite, OdbcToPostgres };
 
 inline void PrintTo(StorageKind kind, std::ostream* out)
 {
-    *out << (kind == StorageKind::Sqlite ? "Sqlite" : "Postgres");
+    constexpr std::array kNames{"Sqlite", "Postgres", "OdbcToSqlite", "OdbcToPostgres"};
+    *out << kNames.at(static_cast<size_t>(kind));
 }
 
 class OtherPostgres final : public OtherDatabase {
@@ -39,7 +41,11 @@ private:
 class AnyStorageTest : public ServerTest, public ::testing::WithParamInterface<StorageKind> {
 protected:
     AnyStorageTest()
-        : ServerTest(GetParam() == StorageKind::Postgres ? std::make_unique<OtherPostgres>() : nullptr)
+        : AnyStorageTest(GetParam() == StorageKind::Postgres ? std::make_unique<OtherPostgres>() : nullptr)
+    {
+    }
+    explicit AnyStorageTest(std::unique_ptr<OtherDatabase> other)
+        : ServerTest(std::move(other))
     {
     }
 };

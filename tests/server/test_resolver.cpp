@@ -1,4 +1,5 @@
 #include "tests/server/AnyStorage.h"
+#include "tests/server/OdbcCompany.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -8,6 +9,24 @@ namespace {
 
 class ResolverTest : public AnyStorageTest {
 protected:
+    ResolverTest()
+        : AnyStorageTest(MakeDatabase())
+    {
+    }
+    static std::unique_ptr<OtherDatabase> MakeDatabase()
+    {
+        switch (GetParam()) {
+        case StorageKind::Sqlite:
+            break;
+        case StorageKind::Postgres:
+            return std::make_unique<OtherPostgres>();
+        case StorageKind::OdbcToSqlite:
+            return std::make_unique<OdbcCompany>(Product::Sqlite);
+        case StorageKind::OdbcToPostgres:
+            return std::make_unique<OdbcCompany>(Product::Postgres);
+        }
+        return nullptr;
+    }
     Changes Log() { return {Text(), client_.Query(Text())}; }
     static const QString& Text() { return kOrders; }
     QString Of(const char* column, const char* key)
@@ -228,6 +247,8 @@ TEST_P(ResolverTest, LogsThatCannotBeAppliedRaiseAndStoreNothing)
 }
 
 ZELMOR_FOR_EACH_STORAGE(ResolverTest);
+INSTANTIATE_TEST_SUITE_P(
+    Odbc, ResolverTest, ::testing::Values(StorageKind::OdbcToSqlite, StorageKind::OdbcToPostgres), NameOf);
 
 } // namespace
 } // namespace server::testing

@@ -78,6 +78,12 @@ wire::DateTime ToDateTime(const QVariant& cell)
         date.year(), date.month(), date.day(), time.hour(), time.minute(), time.second());
 }
 
+// What a query makes a text of may be no text to the driver.
+QString ToText(const QVariant& cell)
+{
+    return cell.typeId() == QMetaType::QDateTime ? ToDateTime(cell).ToText() : cell.toString();
+}
+
 QVariant FromDateTime(wire::DateTime value)
 {
     return QDateTime::fromSecsSinceEpoch(value.seconds, Qt::UTC);
@@ -219,7 +225,7 @@ wire::Value Statement::Value(int column)
     case ColumnType::Text:
         break;
     }
-    return wire::TextValue(cell.toString());
+    return wire::TextValue(ToText(cell));
 }
 
 void Statement::AddCells(std::span<wire::CellBlock> blocks)
@@ -242,7 +248,7 @@ void Statement::AddCells(std::span<wire::CellBlock> blocks)
             cells.AddInteger(ToDateTime(cell).seconds);
             break;
         case ColumnType::Text: {
-            const QByteArray utf8 = cell.toString().toUtf8();
+            const QByteArray utf8 = ToText(cell).toUtf8();
             cells.AddText(utf8.constData(), utf8.size());
             break;
         }
