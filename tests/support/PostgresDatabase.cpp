@@ -87,6 +87,7 @@ std::vector<std::optional<QString>> PostgresDatabase::Texts(const QString& sql) 
 {
     const Result result = RunOn(Uri(), sql);
     std::vector<std::optional<QString>> texts;
+    texts.reserve(static_cast<size_t>(PQntuples(result.get())));
     for (int row = 0; row < PQntuples(result.get()); ++row) {
         texts.push_back(PQgetisnull(result.get(), row, 0)
                 ? std::nullopt
