@@ -2,8 +2,8 @@
 
 #include "demo/Generator.h"
 #include "server/Texts.h"
-#include "server/operation/Operation.h"
 #include "server/accounts/PasswordHash.h"
+#include "server/operation/Operation.h"
 #include "server/storage/OwnTables.h"
 
 #include <QRegularExpression>
@@ -64,25 +64,28 @@ Account Accounts::Login(const QString& account, const QString& password, const Q
     if (const int wait = guard_.Admit(account, peer, Clock::now()))
         throw operation::RefusedError(
             operation::Refusal::LoginRate, wire::ErrorKind::Login, texts::TooManyLogins(wait));
-    // Whatever goes wrong counts against the caller until it turns out right.
-    auto failed = qScopeGuard([&] { guard_.Failed(account, peer, Clock::now()); });
+    // A database that does not answer says nothing about the caller.
+    auto undecided = qScopeGuard([&] { guard_.Undecided(account, peer); });
     Account found;
     QString hash = NobodysHash();
     bool known = false;
     {
-        const auto connection = pool_.Lend();
         const storage::Row name{account};
-        const auto rows =
-            connection->Select(std::string(kIdentity) + "where a.ACCOUNT = ?", name, kIdentityTypes);
+        const auto rows = storage::Reading(pool_, [&](storage::Connection& connection) {
+            return connection.Select(std::string(kIdentity) + "where a.ACCOUNT = ?", name, kIdentityTypes);
+        });
         known = !rows.empty();
         if (known) {
             found = ReadAccount(rows.front());
             hash = wire::ToText(rows.front()[kHash]);
         }
     }
-    if (!PasswordMatches(hash, password) || !known)
+    const bool right = PasswordMatches(hash, password) && known;
+    undecided.dismiss();
+    if (!right) {
+        guard_.Failed(account, peer, Clock::now());
         throw wire::Error(wire::ErrorKind::Login, texts::WrongLogin());
-    failed.dismiss();
+    }
     guard_.Succeeded(account, peer);
     return found;
 }

@@ -80,6 +80,12 @@ void LoginGuard::Failed(const QString& account, const QString& peer, Clock::time
     records_[PlaceOf(peer)].Count(kFreePerPeer, now);
 }
 
+void LoginGuard::Undecided(const QString& account, const QString& peer)
+{
+    const std::lock_guard lock(mutex_);
+    records_[AccountKey(account, peer)].Settle();
+}
+
 void LoginGuard::Succeeded(const QString& account, const QString& peer)
 {
     const std::lock_guard lock(mutex_);

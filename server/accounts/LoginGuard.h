@@ -18,6 +18,8 @@ public:
     // Seconds that the caller has to wait; 0: go on, and report how it ended.
     int Admit(const QString& account, const QString& peer, Clock::time_point now);
     void Failed(const QString& account, const QString& peer, Clock::time_point now);
+    // Nobody knows whether the password was right.
+    void Undecided(const QString& account, const QString& peer);
     void Succeeded(const QString& account, const QString& peer);
 
 private:

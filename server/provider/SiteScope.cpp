@@ -70,8 +70,11 @@ std::shared_ptr<const SiteTree> SiteDirectory::Current()
     using enum wire::ColumnType;
     constexpr std::array types{Text, Text, Text, Text};
     std::vector<Site> sites;
-    for (const storage::Row& row : pool_.Lend()->Select(
-             "select SITE_NAME, SUPERIOR_SITE, TYPE, SUPERIOR_FINANCE_CENTER from tab_site", {}, types)) {
+    const auto rows = storage::Reading(pool_, [&types](storage::Connection& connection) {
+        return connection.Select(
+            "select SITE_NAME, SUPERIOR_SITE, TYPE, SUPERIOR_FINANCE_CENTER from tab_site", {}, types);
+    });
+    for (const storage::Row& row : rows) {
         const auto text = [&row](size_t column) { return wire::ToText(row[column]); };
         sites.push_back({text(0), text(1), text(2), text(3)});
     }

@@ -78,6 +78,18 @@ template <typename Work> void InTransaction(ConnectionPool& pool, bool named, Wo
 // repeated.
 void PauseOrRethrow(int attempt, bool repeatable);
 
+// Reads with `work(Connection&)`, and again where the connection was lost.
+template <typename Work> auto Reading(ConnectionPool& pool, Work&& work)
+{
+    for (int attempt = 1;; ++attempt) {
+        try {
+            return work(*pool.Lend());
+        } catch (const TryAgain&) {
+            PauseOrRethrow(attempt, true);
+        }
+    }
+}
+
 template <typename Work> void InTransaction(ConnectionPool& pool, bool named, Work&& work)
 {
     for (int attempt = 1;; ++attempt) {
