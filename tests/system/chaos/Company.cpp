@@ -35,7 +35,8 @@ std::vector<QStringList> AskPostgres(const QString& uri, const QString& sqlText)
         PQconnectdb(uri.toUtf8().constData()), PQfinish);
     const std::unique_ptr<PGresult, decltype(&PQclear)> result(
         PQexec(connection.get(), sqlText.toUtf8().constData()), PQclear);
-    if (PQresultStatus(result.get()) != PGRES_TUPLES_OK)
+    const ExecStatusType status = PQresultStatus(result.get());
+    if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK)
         throw Error(ErrorKind::Storage, QString::fromUtf8(PQerrorMessage(connection.get())), sqlText);
     std::vector<QStringList> rows(size_t(PQntuples(result.get())));
     for (int row = 0; row < PQntuples(result.get()); ++row) {
@@ -65,6 +66,8 @@ Company::Company(Storage storage, const QString& folder, const QString& demo)
     try {
         for (int i = 0; i < kServers; ++i)
             AddServer({u"--storage"_s, uri_}, demo);
+        // A crash is to be recovered from the desks' work, not from the making of the data.
+        AskPostgres(uri_, u"checkpoint"_s);
     } catch (...) {
         RunClusterScript({u"stop"_s, cluster_});
         throw;
@@ -75,8 +78,10 @@ Company::~Company()
 {
     try {
         CloseDown();
-        if (!cluster_.isEmpty())
-            RunClusterScript({u"stop"_s, cluster_});
+        if (cluster_.isEmpty())
+            return;
+        QFile::copy(cluster_ + u"/log"_s, folder_ + u"/database.log"_s);
+        RunClusterScript({u"stop"_s, cluster_});
     } catch (const Error& error) {
         qWarning("%s", error.what());
     }
@@ -142,15 +147,11 @@ void Company::SetFaultRate(double rate, quint32 seed)
 
 int Company::TerminateBackends(int count)
 {
-    try {
-        return int(AskPostgres(uri_,
-            u"select pg_terminate_backend(pid) from (select pid from pg_stat_activity where pid <> "
-            "pg_backend_pid() and backend_type = 'client backend' order by random() limit %1) some"_s.arg(
-                count))
-                       .size());
-    } catch (const Error&) {
-        return 0; // it is just starting
-    }
+    return int(AskPostgres(uri_,
+        u"select pg_terminate_backend(pid) from (select pid from pg_stat_activity where pid <> "
+        u"pg_backend_pid() "
+        "and backend_type = 'client backend' order by random() limit %1) chosen"_s.arg(count))
+                   .size());
 }
 
 void Company::RestartDatabase()
@@ -164,7 +165,8 @@ void Company::Supervise()
         if (server->process.state() != QProcess::NotRunning && !server->process.waitForFinished(0))
             continue;
         if (server->restart.isForever()) {
-            crashes_ += !server->stopped;
+            // What cannot reach its database ends by itself, and says so.
+            crashes_ += !server->stopped && server->process.exitStatus() == QProcess::CrashExit;
             server->restart = QDeadlineTimer(kRestartMilliseconds);
         } else if (server->restart.hasExpired()) {
             Start(*server);
