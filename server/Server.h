@@ -67,6 +67,11 @@ struct PoolState {
     int lent = 0;
     int idle = 0;
     int waiting = 0; // requests that wait for one
+    // Since the start.
+    qint64 opened = 0;
+    qint64 dropped = 0; // because they had broken
+    qint64 statementsFound = 0; // texts whose translation was at hand, and that were translated anew
+    qint64 statementsMade = 0;
 };
 
 // One client's conversation: nothing but Login is answered before a login. Used by one thread at a time.

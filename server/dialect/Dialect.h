@@ -86,6 +86,13 @@ public:
     ~Translator();
     Translated Translate(QStringView sqlText);
 
+    // Texts that were at hand, and that were translated anew, since the last call.
+    struct Counts {
+        quint64 found = 0;
+        quint64 made = 0;
+    };
+    Counts TakeCounts() noexcept;
+
 private:
     class Private;
     std::unique_ptr<Private> d_;

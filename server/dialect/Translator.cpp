@@ -6,6 +6,7 @@
 #include <list>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 namespace dialect {
 namespace {
@@ -64,6 +65,7 @@ public:
     {
         lexer_.Read(sqlText);
         Entry* entry = Find();
+        ++(entry ? counts_.found : counts_.made);
         if (!entry)
             entry = Add();
         if (target_ == Target::Verbatim)
@@ -75,6 +77,8 @@ public:
         }
         return result;
     }
+
+    Counts TakeCounts() noexcept { return std::exchange(counts_, {}); }
 
 private:
     using Entries = std::list<Entry>;
@@ -161,6 +165,7 @@ private:
     std::shared_ptr<const Catalog> catalog_;
     Target target_;
     Lexer lexer_;
+    Counts counts_;
     Entries entries_;
     std::unordered_multimap<std::u16string_view, Entries::iterator> byShape_; // views into the entries
 };
@@ -175,6 +180,11 @@ Translator::~Translator() = default;
 Translated Translator::Translate(QStringView sqlText)
 {
     return d_->Translate(sqlText);
+}
+
+Translator::Counts Translator::TakeCounts() noexcept
+{
+    return d_->TakeCounts();
 }
 
 } // namespace dialect

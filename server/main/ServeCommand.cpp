@@ -167,6 +167,8 @@ int Serve(const QStringList& arguments)
     const std::chrono::milliseconds slow(settings.Number(u"slow-statement"_s, 1000, 0, kLongTime * 1000));
     const bool wantsMetrics = settings.IsSet(u"metrics"_s);
     const Endpoint metricsEndpoint = settings.Address(u"metrics"_s, kMetricsPort);
+    if (!metricsEndpoint.address.isLoopback())
+        throw UsageError(u"--metrics takes a loopback address such as 127.0.0.1:%1"_s.arg(kMetricsPort));
     // Before a database is made or filled.
     RequireServable(listenerOptions);
     const Options options = ReadOptions(settings, operation);

@@ -71,14 +71,26 @@ QByteArray StatusPage::Text() const
 
 void RegisterPool(operation::Registry& registry, ApplicationServer& server)
 {
-    const auto add = [&](const char* name, const char* help, int PoolState::*figure) {
+    const auto gauge = [&](const char* name, const char* help, int PoolState::*figure) {
         registry.NewGauge(name, help, {}, [&server, figure] { return server.Pool().*figure; });
     };
-    add("zelmor_database_connections_max", "Connections to the database at most.", &PoolState::most);
-    add("zelmor_database_connections_in_use", "Database connections lent to requests.", &PoolState::lent);
-    add("zelmor_database_connections_idle", "Database connections open and free.", &PoolState::idle);
-    add("zelmor_database_connections_waiting", "Requests that wait for a database connection.",
+    const auto counter = [&](const char* name, const char* help, const QByteArray& labels,
+                             qint64 PoolState::*figure) {
+        registry.NewCounter(
+            name, help, labels, [&server, figure] { return static_cast<double>(server.Pool().*figure); });
+    };
+    gauge("zelmor_database_connections_max", "Connections to the database at most.", &PoolState::most);
+    gauge("zelmor_database_connections_in_use", "Database connections lent to requests.", &PoolState::lent);
+    gauge("zelmor_database_connections_idle", "Database connections open and free.", &PoolState::idle);
+    gauge("zelmor_database_connections_waiting", "Requests that wait for a database connection.",
         &PoolState::waiting);
+    counter(
+        "zelmor_database_connections_opened_total", "Database connections opened.", {}, &PoolState::opened);
+    counter("zelmor_database_connections_dropped_total",
+        "Database connections given up because they had broken.", {}, &PoolState::dropped);
+    const char* const statements = "Statements of clients, by whether their translation was at hand.";
+    counter("zelmor_statements_total", statements, "cache=\"hit\"", &PoolState::statementsFound);
+    counter("zelmor_statements_total", statements, "cache=\"miss\"", &PoolState::statementsMade);
 }
 
 } // namespace server

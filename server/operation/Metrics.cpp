@@ -113,11 +113,18 @@ Histogram& Registry::NewHistogram(const char* name, const char* help, const QByt
     return histogram;
 }
 
+void Registry::NewCounter(
+    const char* name, const char* help, const QByteArray& labels, std::function<double()> value)
+{
+    const std::lock_guard lock(mutex_);
+    Add(name, help, labels, Asked{true, std::move(value)});
+}
+
 void Registry::NewGauge(
     const char* name, const char* help, const QByteArray& labels, std::function<double()> value)
 {
     const std::lock_guard lock(mutex_);
-    Add(name, help, labels, std::move(value));
+    Add(name, help, labels, Asked{false, std::move(value)});
 }
 
 QByteArray Registry::Render() const
@@ -127,21 +134,24 @@ QByteArray Registry::Render() const
     std::string_view family;
     for (const Entry& entry : entries_) {
         const QByteArray name(entry.name);
+        const auto* asked = std::get_if<Asked>(&entry.source);
+        const auto* counter = std::get_if<const Counter*>(&entry.source);
+        const auto* histogram = std::get_if<const Histogram*>(&entry.source);
         if (entry.name != family) {
             family = entry.name;
-            const char* type = std::holds_alternative<const Counter*>(entry.source) ? "counter"
-                : std::holds_alternative<const Histogram*>(entry.source)            ? "histogram"
-                                                                                    : "gauge";
+            const bool counts = counter != nullptr || (asked != nullptr && asked->counts);
+            const char* type = counts ? "counter" : histogram != nullptr ? "histogram" : "gauge";
             out += "# HELP " + name + ' ' + entry.help + "\n# TYPE " + name + ' ' + type + '\n';
         }
-        if (const auto* counter = std::get_if<const Counter*>(&entry.source))
-            AppendSample(out, name, entry.labels, QByteArray::number((*counter)->Value()));
-        else if (const auto* gauge = std::get_if<const Gauge*>(&entry.source))
-            AppendSample(out, name, entry.labels, QByteArray::number((*gauge)->Value()));
-        else if (const auto* histogram = std::get_if<const Histogram*>(&entry.source))
+        if (histogram != nullptr)
             AppendHistogram(out, name, entry.labels, **histogram);
+        else if (counter != nullptr)
+            AppendSample(out, name, entry.labels, QByteArray::number((*counter)->Value()));
+        else if (asked != nullptr)
+            AppendSample(out, name, entry.labels, Number(asked->value()));
         else
-            AppendSample(out, name, entry.labels, Number(std::get<std::function<double()>>(entry.source)()));
+            AppendSample(
+                out, name, entry.labels, QByteArray::number(std::get<const Gauge*>(entry.source)->Value()));
     }
     return out;
 }

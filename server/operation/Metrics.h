@@ -74,15 +74,21 @@ public:
     Counter& NewCounter(const char* name, const char* help, const QByteArray& labels = {});
     Gauge& NewGauge(const char* name, const char* help, const QByteArray& labels = {});
     Histogram& NewHistogram(const char* name, const char* help, const QByteArray& labels = {});
-    // A figure that is asked for when it is read, on the reader's thread. What `value` uses must live as
+    // Figures that are asked for when they are read, on the reader's thread. What `value` uses must live as
     // long.
+    void NewCounter(
+        const char* name, const char* help, const QByteArray& labels, std::function<double()> value);
     void NewGauge(
         const char* name, const char* help, const QByteArray& labels, std::function<double()> value);
 
     QByteArray Render() const;
 
 private:
-    using Source = std::variant<const Counter*, const Gauge*, const Histogram*, std::function<double()>>;
+    struct Asked {
+        bool counts; // else it is a gauge
+        std::function<double()> value;
+    };
+    using Source = std::variant<const Counter*, const Gauge*, const Histogram*, Asked>;
     struct Entry {
         const char* name;
         const char* help;

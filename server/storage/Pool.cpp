@@ -39,7 +39,9 @@ ConnectionPool::Lease ConnectionPool::Lend()
             if (connection->IsUsable())
                 return {*this, std::move(connection)};
             broken.push_back(std::move(connection));
+            ++state_.dropped;
         }
+        ++state_.opened;
     }
     try {
         return {*this, backend_->Connect()};
@@ -52,9 +54,13 @@ ConnectionPool::Lease ConnectionPool::Lend()
 void ConnectionPool::GiveBack(std::unique_ptr<Connection> connection) noexcept
 {
     const bool usable = connection && connection->IsUsable();
+    const auto statements = connection ? connection->TakeCounts() : dialect::Translator::Counts();
     {
         const std::lock_guard lock(mutex_);
         --state_.lent;
+        state_.dropped += connection && !usable ? 1 : 0;
+        state_.statementsFound += static_cast<qint64>(statements.found);
+        state_.statementsMade += static_cast<qint64>(statements.made);
         if (usable)
             idle_.push_back(std::move(connection));
     }

@@ -113,6 +113,7 @@ public:
     const dialect::Catalog& Catalog() const noexcept { return *catalog_; }
     // One text of a client; raises wire::Error (Syntax, Policy).
     dialect::Translated Translate(QStringView sqlText) { return translator_.Translate(sqlText); }
+    dialect::Translator::Counts TakeCounts() noexcept { return translator_.TakeCounts(); }
 
     // Runs a select; its columns have been handed to the sink by the caller. Gives the number of rows.
     virtual qint64 Query(const dialect::Translated& select, wire::DateTime now, const ReadLimits& limits,
