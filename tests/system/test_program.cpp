@@ -158,7 +158,7 @@ TEST(Program, TellsWhatItDoes)
     {
         const DeskThread thread([&] {
             Desk desk(port, DemoAccountOf());
-            desk.Open(u"select TX_LOGISTIC_ID from tab_zelmor_bill where SENDER_PHONE = '13900001111'"_s);
+            desk.Open(u"select TX_LOGISTIC_ID from tab_zelmor_bill where SEND_PHONE = '13900001111'"_s);
             EXPECT_THROW(desk.Open(u"select PASSWORD_HASH from zelmor_account where ACCOUNT='geheim1'"_s),
                 wire::Error);
             EXPECT_THROW(Desk(port, u"nobody\nevent=login"_s), wire::Error);
@@ -177,7 +177,7 @@ TEST(Program, TellsWhatItDoes)
     EXPECT_EQ(manager.Hear(), "STOPPING=1");
     EXPECT_EQ(server.ExitCode(), 0);
     for (const char* line : {"event=slow_statement kind=query",
-             "statement=\"select TX_LOGISTIC_ID from tab_zelmor_bill where SENDER_PHONE = ?\"",
+             "statement=\"select TX_LOGISTIC_ID from tab_zelmor_bill where SEND_PHONE = ?\"",
              "level=warn event=refused reason=policy kind=query",
              "level=warn event=refused reason=login kind=login", "event=stopped"})
         EXPECT_TRUE(server.log.contains(line)) << line << "\n" << server.log.constData();
