@@ -35,7 +35,7 @@ public:
 
     void Run()
     {
-        Desk desk(server_.Port(), DemoAccountOf());
+        Desk desk(server_.Port(), DemoAccountOf(u"本部"_s));
         desk.Open(kRows);
         for (int turn = 0; turn < kKills; ++turn) {
             turns.emplace_back();
