@@ -149,7 +149,7 @@ Link::Link(const QString& uri)
         // No host to try: the address itself is wrong, and stays so.
         const bool understood = PQhost(Handle()) != nullptr && *PQhost(Handle()) != '\0';
         const QString message = Explained(texts::CannotConnect(), reason);
-        if (!understood || PQconnectionNeedsPassword(Handle()) || PQconnectionUsedPassword(Handle()))
+        if (!understood || PQconnectionNeedsPassword(Handle()))
             throw wire::Error(ErrorKind::Storage, message);
         throw TryAgain(TryAgain::Cause::Lost, ErrorKind::Storage, message);
     }
@@ -270,6 +270,13 @@ void Link::Raise(const Result& result, const QString& sqlText)
     if (PQstatus(Handle()) != CONNECTION_OK || MeansLost(state)) {
         GiveUp();
         throw TryAgain(TryAgain::Cause::Lost, ErrorKind::Storage,
+            Explained(texts::DatabaseConnectionLost(), ReasonOf(result)));
+    }
+    // Tables changed under a statement that was prepared before; a new connection prepares it anew.
+    const char* const function = PQresultErrorField(result.get(), PG_DIAG_SOURCE_FUNCTION);
+    if (state == "26000" || (function && std::string_view(function) == "RevalidateCachedQuery")) {
+        GiveUp();
+        throw TryAgain(TryAgain::Cause::Conflict, ErrorKind::Storage,
             Explained(texts::DatabaseConnectionLost(), ReasonOf(result)));
     }
     if (StartsWith(state, "40") || state == "55P03")

@@ -33,15 +33,17 @@ void Pipeline::DropLeastUsed()
     const auto least =
         std::ranges::min_element(statements_, {}, [](const auto& item) { return item.second->lastUse; });
     if (least->second->sent)
-        deferred_.push_back("deallocate " + least->second->name);
+        retired_.push_back("deallocate " + least->second->name);
     statements_.erase(least);
 }
 
 void Pipeline::SendDeferred()
 {
-    for (const std::string& command : std::exchange(deferred_, {})) {
-        link_.SendCommand(command);
-        expected_.push_back({Expected::Kind::Command, nullptr});
+    for (auto* const commands : {&deferred_, &retired_}) {
+        for (const std::string& command : std::exchange(*commands, {})) {
+            link_.SendCommand(command);
+            expected_.push_back({Expected::Kind::Command, nullptr});
+        }
     }
 }
 

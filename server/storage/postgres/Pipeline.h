@@ -74,6 +74,7 @@ private:
     quint64 uses_ = 0;
     quint64 names_ = 0;
     std::vector<std::string> deferred_;
+    std::vector<std::string> retired_; // travel with what is sent next, too
     std::deque<Expected> expected_;
     Result failure_; // the first since the last Sync
     std::string lastTag_;

@@ -89,6 +89,24 @@ private:
     bool ended_ = false;
 };
 
+// A transaction's end is never broken off half-way: whoever asked for it could not know what became of it.
+class Unstoppable {
+public:
+    Unstoppable(Link& link, StopSignal* stop)
+        : link_(link)
+        , stop_(stop)
+    {
+        link_.SetStop(nullptr);
+    }
+    ~Unstoppable() { link_.SetStop(stop_); }
+    Unstoppable(const Unstoppable&) = delete;
+    Unstoppable& operator=(const Unstoppable&) = delete;
+
+private:
+    Link& link_;
+    StopSignal* stop_;
+};
+
 } // namespace
 
 // Whatever is raised, nothing of it is left under way.
@@ -209,14 +227,12 @@ void PostgresConnection::Commit()
         pipeline_.DropDeferred(); // nothing has been done
         return;
     }
-    // Never broken off half-way: whoever asked for it could not know what became of it.
-    link_.SetStop(nullptr);
+    const Unstoppable unstoppable(link_, stop_);
     Clean([this] {
         // In a transaction that has failed before, a commit succeeds and is none.
         if (pipeline_.RunCommand("commit") != "COMMIT")
             throw wire::Error(wire::ErrorKind::Storage, server::texts::DatabaseError());
     });
-    link_.SetStop(stop_);
 }
 
 void PostgresConnection::Rollback() noexcept
@@ -224,13 +240,12 @@ void PostgresConnection::Rollback() noexcept
     pipeline_.DropDeferred();
     if (PQtransactionStatus(link_.Handle()) == PQTRANS_IDLE)
         return;
-    link_.SetStop(nullptr);
+    const Unstoppable unstoppable(link_, stop_);
     try {
         Clean([this] { pipeline_.RunCommand("rollback"); });
     } catch (const wire::Error&) {
         link_.GiveUp(); // its end undoes the transaction as well
     }
-    link_.SetStop(stop_);
 }
 
 void PostgresConnection::SetSavepoint()

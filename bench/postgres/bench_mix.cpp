@@ -1,0 +1,337 @@
+// Fifty clients of a server over PostgreSQL, as a branch's day looks: look-ups, lists of orders, saves; against
+// pgbench with the same statements, prepared, over as many connections as the server's pool has. Needs a
+// cluster as bench_postgres does. Usage: bench_mix [SECONDS-A-ROUND [ROUNDS]]
+
+#include "bench/system/Measure.h"
+#include "demo/Generator.h"
+#include "runtime/data/ServerWay.h"
+#include "server/dialect/Dialect.h"
+#include "server/storage/postgres/PostgresStorage.h"
+#include "tests/support/PostgresDatabase.h"
+#include "tests/support/ServerProcess.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <mutex>
+#include <random>
+#include <thread>
+
+using namespace Qt::Literals::StringLiterals;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr int kClients = 50;
+constexpr int kConnections = 16; // the server's own number
+constexpr int kRowsASave = 5;
+constexpr int kRowsAList = 500;
+constexpr int kLists = 10; // windows of time with so many rows
+constexpr int kCopies = 10'000; // orders with numbers that pgbench can count
+constexpr qint64 kFirstOrder = 9'000'000;
+constexpr qint64 kFirstWaybill = 880'000'000;
+
+// Of each 17 statements; a pickup of five parcels asks three questions for each, then lists and saves.
+constexpr int kUsed = 6;
+constexpr int kDisabled = 6;
+constexpr int kItems = 3;
+constexpr int kList = 1;
+constexpr int kSave = 1;
+constexpr int kAll = kUsed + kDisabled + kItems + kList + kSave;
+
+struct Window {
+    QString from, to;
+};
+
+QString UsedText(const QString& number)
+{
+    return u"select /*+index(a,TAB_ZELMOR_BILL_I)*/ a.* from TAB_ZELMOR_BILL a where a.bill_code='%1'"_s.arg(number);
+}
+
+QString DisabledText(const QString& number)
+{
+    return u"select /*+index(a,TAB_BILL_DEL_P)*/ * from tab_bill_del a where a.bill_code='%1'"_s.arg(number);
+}
+
+QString ItemsText(const QString& order)
+{
+    return u"select /*+index(a,TAB_ZELMOR_BILL_ITEMS_I)*/ a.TX_LOGISTIC_ID,a.ITEM_NAME,a.PIECE,a.REMARK FROM "
+           "TAB_ZELMOR_BILL_ITEMS  a  where a.TX_LOGISTIC_ID= '%1'"_s.arg(order);
+}
+
+QString ListText(const Window& window)
+{
+    return u"select /*+index(a,TAB_ZELMOR_BILL_I3)*/a.* from tab_zelmor_bill a where a.create_date between "
+           "to_date('%1','yyyy-mm-dd hh24:mi:ss') and to_date('%2','yyyy-mm-dd hh24:mi:ss')   and a.bl_dispart=1  "
+           "order by a.CREATE_DATE desc"_s.arg(window.from, window.to);
+}
+
+QString RowsText(const QStringList& orders)
+{
+    return u"select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID in ('%1')"_s.arg(orders.join(u"','"_s));
+}
+
+class Keeper final : public wire::ReplySink {
+public:
+    void Columns(std::vector<wire::ColumnInfo> announced) override
+    {
+        rows = {};
+        rows.infos = std::move(announced);
+    }
+    void Rows(std::vector<wire::Column> block) override
+    {
+        if (rows.columns.empty())
+            rows.columns = std::move(block);
+        else
+            for (size_t i = 0; i < block.size(); ++i)
+                rows.columns[i].AppendColumn(std::move(block[i]));
+    }
+
+    wire::RowSet rows;
+};
+
+// One client: speaks the protocol, decodes what comes and forgets it.
+class Client {
+public:
+    Client(const TServerWay& way, int number)
+        : transport_(MakeTcpTransport(way))
+        , random_(quint32(number))
+    {
+        transport_->Connect();
+        wire::Request login;
+        login.kind = wire::RequestKind::Login;
+        login.account = demo::Logins().front().account;
+        login.password = demo::DemoPassword();
+        transport_->Exchange(login, keeper_);
+        QStringList own;
+        for (int i = 0; i < kRowsASave; ++i)
+            own.append(QString::number(kFirstOrder + number * kRowsASave + i));
+        save_.kind = wire::RequestKind::ApplyUpdates;
+        save_.name.client[0] = quint8(number);
+        save_.name.number = QRandomGenerator::global()->generate64() >> 1;
+        save_.changes.commandText = RowsText(own);
+        const wire::RowSet& rows = Query(save_.changes.commandText);
+        save_.changes.columns = rows.infos;
+        for (qsizetype row = 0; row < rows.RowCount(); ++row) {
+            wire::RowChange change;
+            change.rowId = quint32(row + 1);
+            for (quint16 column = 0; column < rows.columns.size(); ++column) {
+                const wire::ColumnInfo& info = rows.infos[column];
+                const wire::Value value = rows.columns[column].ValueAt(row);
+                if (info.key || info.guard || kChanged.contains(info.name))
+                    change.cells.push_back({column, value, value});
+            }
+            save_.changes.rows.push_back(std::move(change));
+        }
+    }
+
+    // One statement of the mix; true when it was a look-up.
+    bool Next()
+    {
+        const int chance = int(random_() % kAll);
+        const QString number = QString::number(kFirstWaybill + random_() % kCopies);
+        if (chance < kUsed)
+            Query(UsedText(number));
+        else if (chance < kUsed + kDisabled)
+            Query(DisabledText(number));
+        else if (chance < kUsed + kDisabled + kItems)
+            Query(ItemsText(QString::number(kFirstOrder + random_() % kCopies)));
+        else if (chance < kAll - kSave)
+            Query(ListText(windows[random_() % windows.size()]));
+        else
+            Save();
+        return chance < kUsed + kDisabled + kItems;
+    }
+
+    static inline std::vector<Window> windows;
+
+private:
+    static inline const QStringList kChanged{u"REMARK"_s, u"REC_GOODS_MAN"_s, u"MESSAGE"_s};
+
+    const wire::RowSet& Query(const QString& text)
+    {
+        request_.kind = wire::RequestKind::Query;
+        request_.text = text;
+        transport_->Exchange(request_, keeper_);
+        return keeper_.rows;
+    }
+
+    void Save()
+    {
+        ++save_.name.number;
+        const wire::Value text = QString::number(random_());
+        for (wire::RowChange& row : save_.changes.rows) {
+            for (wire::CellChange& cell : row.cells) {
+                cell.original = cell.current;
+                if (kChanged.contains(save_.changes.columns[cell.column].name))
+                    cell.current = text;
+            }
+        }
+        const wire::ApplyOutcome outcome = transport_->Exchange(save_, keeper_).outcome;
+        if (outcome.rows.size() != kRowsASave || outcome.Rejected() > 0)
+            throw wire::Error(wire::ErrorKind::Usage, u"rows were refused"_s);
+    }
+
+    std::unique_ptr<wire::Transport> transport_;
+    std::mt19937 random_;
+    wire::Request request_;
+    wire::Request save_;
+    Keeper keeper_;
+};
+
+// Statements a second of all clients together; gathers the look-ups' times in milliseconds.
+double ServerRate(std::vector<std::unique_ptr<Client>>& clients, int seconds, std::vector<double>& lookUps)
+{
+    const Clock::time_point end = Clock::now() + std::chrono::seconds(seconds);
+    std::atomic<qint64> statements = 0;
+    std::mutex mutex;
+    QString failure;
+    const Clock::time_point start = Clock::now();
+    {
+        std::vector<std::jthread> threads;
+        for (const auto& client : clients) {
+            threads.emplace_back([&] {
+                std::vector<double> own;
+                qint64 count = 0;
+                try {
+                    for (; Clock::now() < end; ++count) {
+                        bool lookUp = false;
+                        const double time = MillisecondsOf([&] { lookUp = client->Next(); });
+                        if (lookUp)
+                            own.push_back(time);
+                    }
+                } catch (const wire::Error& error) {
+                    const std::lock_guard lock(mutex);
+                    failure = error.Message();
+                }
+                statements += count;
+                const std::lock_guard lock(mutex);
+                lookUps.insert(lookUps.end(), own.begin(), own.end());
+            });
+        }
+    }
+    if (!failure.isEmpty())
+        throw wire::Error(wire::ErrorKind::Usage, failure);
+    return double(statements) / std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+QString Quoted(const QString& text)
+{
+    return u'\'' + QString(text).replace(u"'"_s, u"''"_s) + u'\'';
+}
+
+// The peer: pgbench with one script for each kind of statement.
+class PgBench {
+public:
+    PgBench(const QString& uri, const dialect::Catalog& catalog)
+        : uri_(uri)
+        , translator_(std::shared_ptr<const dialect::Catalog>(std::shared_ptr<void>(), &catalog),
+              dialect::Target::Postgres)
+    {
+        const QString counted = u"\\set n random(%1, %2)\n"_s;
+        const QString waybill = counted.arg(kFirstWaybill).arg(kFirstWaybill + kCopies - 1);
+        const QString order = counted.arg(kFirstOrder).arg(kFirstOrder + kCopies - 1);
+        Add(waybill + Statement(UsedText(u"?"_s)), kUsed * kLists);
+        Add(waybill + Statement(DisabledText(u"?"_s)), kDisabled * kLists);
+        Add(order + Statement(ItemsText(u"?"_s)), kItems * kLists);
+        for (const Window& window : Client::windows)
+            Add(Statement(ListText(window)), kList);
+        Add(SaveScript(), kSave * kLists);
+    }
+
+    double Rate(int seconds)
+    {
+        QProcess pgbench;
+        QString program = u"/usr/lib/postgresql/15/bin/pgbench"_s;
+        if (!QFile::exists(program))
+            program = QStandardPaths::findExecutable(u"pgbench"_s);
+        pgbench.start(program,
+            QStringList{u"-n"_s, u"-M"_s, u"prepared"_s, u"-c"_s, QString::number(kConnections), u"-j"_s, u"2"_s,
+                u"-T"_s, QString::number(seconds)}
+                + scripts_ + QStringList{uri_});
+        pgbench.waitForFinished(-1);
+        const QString output = QString::fromUtf8(pgbench.readAllStandardOutput());
+        static const QRegularExpression kRate(u"tps = ([0-9.]+)"_s);
+        static const QRegularExpression kFailed(u"number of failed transactions: 0 "_s);
+        const auto rate = kRate.match(output);
+        if (pgbench.exitCode() != 0 || !rate.hasMatch() || !kFailed.match(output).hasMatch())
+            throw wire::Error(wire::ErrorKind::Usage,
+                u"pgbench: "_s + output + QString::fromUtf8(pgbench.readAllStandardError()));
+        return rate.captured(1).toDouble();
+    }
+
+private:
+    void Add(const QString& script, int weight)
+    {
+        const QString path = folder_.filePath(u"%1.sql"_s.arg(scripts_.size()));
+        QFile file(path);
+        file.open(QIODevice::WriteOnly);
+        file.write(script.toUtf8());
+        scripts_ += {u"-f"_s, path + u'@' + QString::number(weight)};
+    }
+
+    // The server's own translation; what was "?" becomes the counted number, everything else stands in it.
+    QString Statement(const QString& text)
+    {
+        static constexpr const char* kTypes[] = {"text", "int8", "float8", "timestamp"};
+        const dialect::Translated translated = translator_.Translate(text);
+        const std::vector<dialect::Parameter>& parameters = translated.translation->parameters;
+        QString sql = QString::fromStdString(translated.translation->sql);
+        for (size_t i = parameters.size(); i-- > 0;) {
+            const QString type = QString::fromLatin1(kTypes[int(parameters[i].type) - 1]);
+            const wire::Value& value = translated.literals[size_t(parameters[i].literal)];
+            const QString said = wire::ToText(value) == u"?"_s ? u":n"_s : Quoted(wire::ToText(value));
+            sql.replace(u'$' + QString::number(i + 1), said + u"::"_s + type);
+        }
+        return sql.replace(u'\n', u' ') + u";\n"_s;
+    }
+
+    // What the server sends for a save of five rows, one statement after the other. The old values are not
+    // known here: that they differ is as much work to find out as that they are the same.
+    static QString SaveScript()
+    {
+        QString script = u"\\set serial random(1, 1000000000000)\n\\set v random(1, 1000000000)\nbegin;\n"
+                         "select account, outcome from zelmor_outcome where client = 'pgbench' and serial = :serial;\n"
+                         "savepoint zelmor_rows;\n"_s;
+        for (int row = 0; row < kRowsASave; ++row) {
+            script = u"\\set k%1 %2 + :client_id * %3 + %1\n"_s.arg(row).arg(kFirstOrder).arg(kRowsASave) + script;
+            script += u"with written as (update tab_zelmor_bill set rec_goods_man = :v, message = :v, remark = :v "
+                      "where tx_logistic_id = :k%1::text and status is not distinct from 1 and prepare_site is not "
+                      "distinct from ';A;' and rec_site is not distinct from 'A' and rec_goods_man is distinct from "
+                      ":v::text and message is distinct from :v::text and remark is distinct from :v::text returning "
+                      "tx_logistic_id) insert into zelmor_audit(audit_date, account, employee_name, peer, table_name, "
+                      "action, row_key, fields) select localtimestamp(0), 'benbu', 'pgbench', '127.0.0.1:50000', "
+                      "'tab_zelmor_bill', 'update', :k%1::text, "
+                      "'{\"REC_GOODS_MAN\":[\"1\",\"2\"],\"MESSAGE\":[\"1\",\"2\"],\"REMARK\":[\"1\",\"2\"]}' from "
+                      "written;\n"_s.arg(row);
+        }
+        return script
+            + u"release savepoint zelmor_rows;\n"
+              "insert into zelmor_outcome(client, serial, account, apply_time, outcome) values('pgbench', :serial, "
+              "'benbu', 1, 'AAAAEnicY2BgYGJgYGAGYhYgZgViNiBmBwAEfgAk');\ncommit;\n"_s;
+    }
+
+    const QString uri_;
+    QTemporaryDir folder_;
+    dialect::Translator translator_;
+    QStringList scripts_;
+};
+
+// Windows of time in which about so many orders were made, away from the copied ones.
+std::vector<Window> WindowsOf(Client& client);
+
+double Percentile(std::vector<double> values, double share)
+{
+    const auto at = values.begin() + std::ptrdiff_t(double(values.size() - 1) * share);
+    std::ranges::nth_element(values, at);
+    return *at;
+}
+
+} // namespace
