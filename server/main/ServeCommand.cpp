@@ -39,6 +39,31 @@ void RequestReload(int)
 }
 #endif
 
+// While this lives, what Qt and the storages say through Qt becomes lines of the log.
+class QtMessages {
+public:
+    explicit QtMessages(operation::Log& log)
+    {
+        log_ = &log;
+        qInstallMessageHandler(Write);
+    }
+    ~QtMessages() { qInstallMessageHandler(nullptr); }
+    Q_DISABLE_COPY(QtMessages)
+
+private:
+    static void Write(QtMsgType type, const QMessageLogContext& context, const QString& message)
+    {
+        using operation::LogLevel;
+        const LogLevel level = type == QtDebugMsg ? LogLevel::Debug
+            : type == QtInfoMsg                   ? LogLevel::Info
+            : type == QtWarningMsg                ? LogLevel::Warn
+                                                  : LogLevel::Error;
+        log_->Write(level, "message",
+            {{"from", context.category != nullptr ? context.category : ""}, {"message", message}});
+    }
+    static inline operation::Log* log_ = nullptr; // Qt's handler takes nothing along
+};
+
 operation::Shared NewOperation(const Settings& settings)
 {
     const QString level = settings.Value(u"log-level"_s);
@@ -163,6 +188,7 @@ int Serve(const QStringList& arguments)
 
     const operation::Shared operation = NewOperation(settings);
     operation::Log& log = operation->log;
+    const QtMessages qtMessages(log);
     const ListenerOptions listenerOptions = ReadListenerOptions(settings, operation);
     const std::chrono::milliseconds slow(settings.Number(u"slow-statement"_s, 1000, 0, kLongTime * 1000));
     const bool wantsMetrics = settings.IsSet(u"metrics"_s);
