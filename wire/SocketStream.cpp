@@ -12,7 +12,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace wire {
 namespace {
 
-constexpr qsizetype kPiece = 64 * 1024; // four records
+constexpr qsizetype kPiece = 16 * 1024; // a record
 
 [[noreturn]] void Raise(const QSslSocket& socket)
 {

@@ -11,6 +11,7 @@ namespace wire {
 namespace {
 
 constexpr double kExactIntegers = 9007199254740992.0; // 2^53
+constexpr double kBeyondIntegers = 9223372036854775808.0; // 2^63
 
 QString NumberText(double number)
 {
@@ -98,7 +99,7 @@ Value Convert(const Value& value, ColumnType type)
         if (type == ColumnType::Number)
             return static_cast<double>(*integer);
     } else if (const auto* number = std::get_if<double>(&value)) {
-        if (type == ColumnType::Number)
+        if (type == ColumnType::Number && std::isfinite(*number))
             return value;
         if (type == ColumnType::Integer && IsInteger(*number))
             return static_cast<qint64>(*number);
@@ -119,7 +120,8 @@ bool SameValue(const Value& a, const Value& b)
     // An integer beyond 2^53 equals a number only where the number stands for exactly it.
     const auto same = [](qint64 integer, double number) {
         return static_cast<double>(integer) == number
-            && (std::fabs(number) < kExactIntegers || static_cast<qint64>(number) == integer);
+            && (std::fabs(number) < kExactIntegers
+                || (number < kBeyondIntegers && static_cast<qint64>(number) == integer));
     };
     if (integerA != nullptr && numberB != nullptr)
         return same(*integerA, *numberB);

@@ -20,6 +20,7 @@ using operation::RefusedError;
 namespace {
 
 constexpr qsizetype kQueueBytes = 32 * 1024;
+constexpr size_t kKeptBytes = 4096; // between replies
 constexpr int kFarewell = 1000; // milliseconds
 
 // The start of a TLS record with a handshake. As a frame it would be longer than a login may be.
@@ -103,6 +104,8 @@ void ClientChannel::Flush()
 {
     WriteAll(queued_.Begin(), queued_.Size());
     queued_.Truncate(0);
+    if (queued_.MemoryUse() > kKeptBytes)
+        queued_.Squeeze();
 }
 
 void ClientChannel::Refuse(const Error& reason) noexcept

@@ -18,6 +18,7 @@ using operation::RefusedError;
 
 namespace {
 
+constexpr size_t kKeptBytes = 16 * 1024; // of a request, for the next one
 // A block of rows above this many bytes is sent in parts, far below what a frame may hold.
 constexpr size_t kBlockBytes = wire::kMaxBody / 4;
 
@@ -128,8 +129,6 @@ void ClientConnection::Open(ClientChannel& channel)
         const std::lock_guard lock(mutex_);
         descriptor_ = wire::NativeSocket(descriptor_).Duplicate();
         ownDescriptor_ = true;
-        if (finishing_)
-            return;
     }
     if (welcome_)
         context_.options.operation->log.Info("connected", {{"peer", peer_}, {"tls", enciphered}});
@@ -149,6 +148,8 @@ void ClientConnection::Serve(ClientChannel& channel)
             (frame.header.flags & wire::frameFlag::CompressionWelcome) != 0);
         if (!End())
             return;
+        if (frame.body.MemoryUse() > kKeptBytes)
+            frame.body = {};
     }
 }
 

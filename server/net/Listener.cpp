@@ -2,6 +2,7 @@
 
 #include "server/net/ClientConnection.h"
 
+#include <QDeadlineTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QThread>
@@ -14,6 +15,9 @@
 #ifdef Q_OS_UNIX
 #include <sys/resource.h>
 #endif
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 using namespace Qt::Literals::StringLiterals;
 using wire::Error;
@@ -25,6 +29,15 @@ namespace {
 // So many clients above the limit are told that they are too many, which takes a thread and, with TLS, a
 // handshake; any others find the connection closed.
 constexpr int kFarewells = 32;
+
+constexpr qint64 kQuiet = 5'000; // milliseconds without a request
+
+void GiveBackMemory()
+{
+#ifdef __GLIBC__
+    malloc_trim(0);
+#endif
+}
 
 class Acceptor : public QTcpServer {
 public:
@@ -79,6 +92,7 @@ private:
     };
 
     void Listen();
+    void Watch();
     void Accept(qintptr descriptor);
     void Forget(std::list<Client>::iterator client);
 
@@ -92,6 +106,8 @@ private:
     std::unique_ptr<Acceptor> acceptor_;
     std::unique_ptr<QTimer> watch_;
     std::list<Client> clients_;
+    quint64 receivedBefore_ = 0;
+    QDeadlineTimer quietFrom_{QDeadlineTimer::Forever};
     std::atomic<int> count_{0}; // of clients; going down under the mutex
     std::mutex mutex_;
     std::condition_variable gone_;
@@ -137,11 +153,24 @@ void Listener::Private::Listen()
                 .arg(acceptor_->errorString()));
     port_ = acceptor_->serverPort();
     watch_ = std::make_unique<QTimer>();
-    QObject::connect(watch_.get(), &QTimer::timeout, worker_.get(), [this] {
-        for (Client& client : clients_)
-            client.connection->InterruptIfAbandoned();
-    });
+    QObject::connect(watch_.get(), &QTimer::timeout, worker_.get(), [this] { Watch(); });
     watch_->start(options_.watchInterval);
+}
+
+void Listener::Private::Watch()
+{
+    for (Client& client : clients_)
+        client.connection->InterruptIfAbandoned();
+    // What replies took and gave back stays this process's until it is asked for; that takes some time, which
+    // is nobody's once all is quiet.
+    const quint64 received = options_.operation->metrics.bytesReceived.Value();
+    const QDeadlineTimer now = QDeadlineTimer::current();
+    if (std::exchange(receivedBefore_, received) != received) {
+        quietFrom_ = now + kQuiet;
+    } else if (!quietFrom_.isForever() && quietFrom_ < now) {
+        quietFrom_ = QDeadlineTimer(QDeadlineTimer::Forever);
+        GiveBackMemory();
+    }
 }
 
 void Listener::Private::Accept(qintptr descriptor)

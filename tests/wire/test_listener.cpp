@@ -132,6 +132,12 @@ TEST_P(ListenerTest, AnswersEveryKindOfRequest)
         ASSERT_TRUE(keeper.rows.columns[2].IsNull(row));
     }
 
+    wire::Request save;
+    save.kind = wire::RequestKind::ApplyUpdates;
+    for (quint32 row = 0; row < 100'000; ++row) // far more than a login may be
+        save.changes.rows.push_back({wire::ChangeKind::Delete, row, {}});
+    EXPECT_EQ(client->Exchange(save, keeper).outcome.rows.size(), 100'000u);
+
     wire::Request execute = QueryRequest(u"update"_s);
     execute.kind = wire::RequestKind::Execute;
     EXPECT_EQ(client->Exchange(execute, keeper).rowCount, 42);

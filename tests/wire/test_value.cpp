@@ -72,6 +72,8 @@ TEST(ValueTest, ConvertsBetweenTypesOrSaysWhatCannotBe)
         {Value(1e300), ColumnType::Integer},
         {Value(u"inf"_s), ColumnType::Number},
         {Value(u"nan"_s), ColumnType::Number},
+        {Value(std::numeric_limits<double>::quiet_NaN()), ColumnType::Number},
+        {Value(-std::numeric_limits<double>::infinity()), ColumnType::Number},
         {Value(u"tomorrow"_s), ColumnType::DateTime},
         {Value(qint64(1)), ColumnType::DateTime},
         {Value(DateTime{}), ColumnType::Number},
