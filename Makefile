@@ -6,7 +6,7 @@ SECONDS ?= 60
 SOURCES = $(shell git ls-files '*.cpp' '*.h')
 
 
-.PHONY: run test bench build setup sanitize fuzz pictures format check-format lint clean
+.PHONY: run test bench build setup sanitize fuzz chaos pictures format check-format lint clean
 
 run: build
 	$(BUILD)/bin/zelmor-host --demo $(SIZE) --screenshots $(BUILD)/tour
@@ -32,6 +32,10 @@ sanitize: setup
 # Every fuzz target for SECONDS; a finding fails.
 fuzz: setup
 	scripts/fuzz.sh $(SECONDS)
+
+# Desks work for SECONDS while servers, connections and the database die; a broken promise fails.
+chaos: build
+	$(BUILD)/bin/zelmor_chaos --seconds $(SECONDS) --folder $(BUILD)/chaos
 
 # The user guide's pictures, taken anew.
 pictures: build

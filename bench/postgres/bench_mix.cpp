@@ -1,10 +1,12 @@
-// Fifty clients of a server over PostgreSQL, as a branch's day looks: look-ups, lists of orders, saves; against
-// pgbench with the same statements, prepared, over as many connections as the server's pool has. Needs a
-// cluster as bench_postgres does. Usage: bench_mix [SECONDS-A-ROUND [ROUNDS]]
+// Fifty clients of a server over PostgreSQL, as a branch's day looks: look-ups, lists of orders, saves;
+// against pgbench with the same statements, prepared, over as many connections as the server's pool has.
+// Needs a cluster as bench_postgres does. Usage: bench_mix [SECONDS-A-ROUND [ROUNDS]]
 
 #include "bench/system/Measure.h"
 #include "demo/Generator.h"
+#include "runtime/data/ClientDataSet.h"
 #include "runtime/data/ServerWay.h"
+#include "runtime/data/SocketConnection.h"
 #include "server/dialect/Dialect.h"
 #include "server/storage/postgres/PostgresStorage.h"
 #include "tests/support/PostgresDatabase.h"
@@ -13,6 +15,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QProcess>
+#include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -36,6 +39,8 @@ constexpr int kRowsAList = 500;
 constexpr int kLists = 10; // windows of time with so many rows
 constexpr int kCopies = 10'000; // orders with numbers that pgbench can count
 constexpr qint64 kFirstOrder = 9'000'000;
+// Each client, of either side, saves five orders of its own.
+constexpr qint64 kFirstPgbenchOrder = kFirstOrder + kClients * kRowsASave;
 constexpr qint64 kFirstWaybill = 880'000'000;
 
 // Of each 17 statements; a pickup of five parcels asks three questions for each, then lists and saves.
@@ -52,7 +57,8 @@ struct Window {
 
 QString UsedText(const QString& number)
 {
-    return u"select /*+index(a,TAB_ZELMOR_BILL_I)*/ a.* from TAB_ZELMOR_BILL a where a.bill_code='%1'"_s.arg(number);
+    return u"select /*+index(a,TAB_ZELMOR_BILL_I)*/ a.* from TAB_ZELMOR_BILL a where a.bill_code='%1'"_s.arg(
+        number);
 }
 
 QString DisabledText(const QString& number)
@@ -69,7 +75,8 @@ QString ItemsText(const QString& order)
 QString ListText(const Window& window)
 {
     return u"select /*+index(a,TAB_ZELMOR_BILL_I3)*/a.* from tab_zelmor_bill a where a.create_date between "
-           "to_date('%1','yyyy-mm-dd hh24:mi:ss') and to_date('%2','yyyy-mm-dd hh24:mi:ss')   and a.bl_dispart=1  "
+           "to_date('%1','yyyy-mm-dd hh24:mi:ss') and to_date('%2','yyyy-mm-dd hh24:mi:ss')   and "
+           "a.bl_dispart=1  "
            "order by a.CREATE_DATE desc"_s.arg(window.from, window.to);
 }
 
@@ -230,10 +237,9 @@ QString Quoted(const QString& text)
 // The peer: pgbench with one script for each kind of statement.
 class PgBench {
 public:
-    PgBench(const QString& uri, const dialect::Catalog& catalog)
+    PgBench(const QString& uri, std::shared_ptr<const dialect::Catalog> catalog)
         : uri_(uri)
-        , translator_(std::shared_ptr<const dialect::Catalog>(std::shared_ptr<void>(), &catalog),
-              dialect::Target::Postgres)
+        , translator_(std::move(catalog), dialect::Target::Postgres)
     {
         const QString counted = u"\\set n random(%1, %2)\n"_s;
         const QString waybill = counted.arg(kFirstWaybill).arg(kFirstWaybill + kCopies - 1);
@@ -253,8 +259,8 @@ public:
         if (!QFile::exists(program))
             program = QStandardPaths::findExecutable(u"pgbench"_s);
         pgbench.start(program,
-            QStringList{u"-n"_s, u"-M"_s, u"prepared"_s, u"-c"_s, QString::number(kConnections), u"-j"_s, u"2"_s,
-                u"-T"_s, QString::number(seconds)}
+            QStringList{u"-n"_s, u"-M"_s, u"prepared"_s, u"-c"_s, QString::number(kConnections), u"-j"_s,
+                u"2"_s, u"-T"_s, QString::number(seconds)}
                 + scripts_ + QStringList{uri_});
         pgbench.waitForFinished(-1);
         const QString output = QString::fromUtf8(pgbench.readAllStandardOutput());
@@ -297,24 +303,32 @@ private:
     // known here: that they differ is as much work to find out as that they are the same.
     static QString SaveScript()
     {
-        QString script = u"\\set serial random(1, 1000000000000)\n\\set v random(1, 1000000000)\nbegin;\n"
-                         "select account, outcome from zelmor_outcome where client = 'pgbench' and serial = :serial;\n"
-                         "savepoint zelmor_rows;\n"_s;
+        QString script =
+            u"\\set serial random(1, 1000000000000)\n\\set v random(1, 1000000000)\nbegin;\n"
+            "select account, outcome from zelmor_outcome where client = 'pgbench' and serial = :serial;\n"
+            "savepoint zelmor_rows;\n"_s;
         for (int row = 0; row < kRowsASave; ++row) {
-            script = u"\\set k%1 %2 + :client_id * %3 + %1\n"_s.arg(row).arg(kFirstOrder).arg(kRowsASave) + script;
-            script += u"with written as (update tab_zelmor_bill set rec_goods_man = :v, message = :v, remark = :v "
-                      "where tx_logistic_id = :k%1::text and status is not distinct from 1 and prepare_site is not "
-                      "distinct from ';A;' and rec_site is not distinct from 'A' and rec_goods_man is distinct from "
-                      ":v::text and message is distinct from :v::text and remark is distinct from :v::text returning "
-                      "tx_logistic_id) insert into zelmor_audit(audit_date, account, employee_name, peer, table_name, "
-                      "action, row_key, fields) select localtimestamp(0), 'benbu', 'pgbench', '127.0.0.1:50000', "
-                      "'tab_zelmor_bill', 'update', :k%1::text, "
-                      "'{\"REC_GOODS_MAN\":[\"1\",\"2\"],\"MESSAGE\":[\"1\",\"2\"],\"REMARK\":[\"1\",\"2\"]}' from "
-                      "written;\n"_s.arg(row);
+            script =
+                u"\\set k%1 %2 + :client_id * %3 + %1\n"_s.arg(row).arg(kFirstPgbenchOrder).arg(kRowsASave)
+                + script;
+            script +=
+                u"with written as (update tab_zelmor_bill set rec_goods_man = :v, message = :v, remark = :v "
+                "where tx_logistic_id = :k%1::text and status is not distinct from 1 and prepare_site is not "
+                "distinct from ';A;' and rec_site is not distinct from 'A' and rec_goods_man is distinct "
+                "from "
+                ":v::text and message is distinct from :v::text and remark is distinct from :v::text "
+                "returning "
+                "tx_logistic_id) insert into zelmor_audit(audit_date, account, employee_name, peer, "
+                "table_name, "
+                "action, row_key, fields) select localtimestamp(0), 'benbu', 'pgbench', '127.0.0.1:50000', "
+                "'tab_zelmor_bill', 'update', :k%1::text, "
+                "'{\"REC_GOODS_MAN\":[\"1\",\"2\"],\"MESSAGE\":[\"1\",\"2\"],\"REMARK\":[\"1\",\"2\"]}' from "
+                "written;\n"_s.arg(row);
         }
         return script
             + u"release savepoint zelmor_rows;\n"
-              "insert into zelmor_outcome(client, serial, account, apply_time, outcome) values('pgbench', :serial, "
+              "insert into zelmor_outcome(client, serial, account, apply_time, outcome) values('pgbench', "
+              ":serial, "
               "'benbu', 1, 'AAAAEnicY2BgYGJgYGAGYhYgZgViNiBmBwAEfgAk');\ncommit;\n"_s;
     }
 
@@ -324,8 +338,41 @@ private:
     QStringList scripts_;
 };
 
-// Windows of time in which about so many orders were made, away from the copied ones.
-std::vector<Window> WindowsOf(Client& client);
+// Orders whose numbers can be counted, outside of every list.
+void CopyOrders(const PostgresDatabase& database, const dialect::Catalog& catalog)
+{
+    const QStringList given{
+        u"tx_logistic_id"_s, u"bill_code"_s, u"bl_dispart"_s, u"status"_s, u"prepare_site"_s, u"rec_site"_s};
+    QStringList others;
+    for (const dialect::CatalogColumn& column : catalog.Find(u"tab_zelmor_bill")->columns) {
+        if (!given.contains(column.name.toLower()))
+            others.append(column.name.toLower());
+    }
+    database.Run(
+        u"insert into tab_zelmor_bill(%1, %2) select (%3 + n)::text, (%4 + n)::text, 0, 1, ';A;', 'A', %2 "
+        "from (select *, row_number() over () - 1 as n from tab_zelmor_bill limit %5) a"_s
+            .arg(given.join(u", "_s), others.join(u", "_s))
+            .arg(kFirstOrder)
+            .arg(kFirstWaybill)
+            .arg(kCopies));
+    database.Run(u"vacuum analyze"_s);
+}
+
+// With so many orders in each.
+std::vector<Window> FindWindows(TSocketConnectionEx& connection)
+{
+    TClientDataSetEx orders;
+    orders.SetRemoteServer(&connection);
+    orders.SetCommandText(
+        u"select a.CREATE_DATE from tab_zelmor_bill a where a.bl_dispart=1 order by a.CREATE_DATE"_s);
+    orders.Open();
+    std::vector<Window> windows;
+    for (int i = 0; i < kLists; ++i) {
+        const int first = orders.RecordCount() / (kLists + 1) * (i + 1);
+        windows.push_back({orders.ViewText(first, 0), orders.ViewText(first + kRowsAList - 1, 0)});
+    }
+    return windows;
+}
 
 double Percentile(std::vector<double> values, double share)
 {
@@ -334,4 +381,63 @@ double Percentile(std::vector<double> values, double share)
     return *at;
 }
 
+void Run(int seconds, int rounds)
+{
+    const PostgresDatabase database;
+    std::fputs("making a database of 100,000 orders …\n", stderr);
+    const ServerProcess server({},
+        {u"--storage"_s, database.Uri(), u"--demo"_s, u"medium"_s, u"--connections"_s,
+            QString::number(kConnections), u"--log-level"_s, u"warn"_s});
+    const auto catalog = storage::OpenPostgres(database.Uri(), {}, {})->Catalog();
+    CopyOrders(database, *catalog);
+    TServerWay way;
+    way.addresses = {{u"127.0.0.1"_s, server.Port()}};
+    {
+        TSocketConnectionEx connection;
+        connection.SetTransport(MakeTcpTransport(way));
+        connection.Open(demo::Logins().front().account, demo::DemoPassword());
+        Client::windows = FindWindows(connection);
+    }
+    PgBench pgbench(database.Uri(), catalog);
+    std::vector<std::unique_ptr<Client>> clients;
+    for (int i = 0; i < kClients; ++i)
+        clients.push_back(std::make_unique<Client>(way, i));
+
+    std::vector<double> lookUps;
+    const Comparison rate = Compare(
+        rounds,
+        [&] {
+            lookUps.clear();
+            return ServerRate(clients, seconds, lookUps);
+        },
+        [&] { return pgbench.Rate(seconds); });
+    const auto each = [](double perSecond) {
+        return QString::number(perSecond, 'f', 0) + u" statements/s"_s;
+    };
+    PrintHead();
+    PrintRateRow(
+        u"%1 clients: look-ups, lists of %2 rows, saves of %3 (15 : 1 : 1) on PostgreSQL"_s.arg(kClients)
+            .arg(kRowsAList)
+            .arg(kRowsASave),
+        each(rate.subject),
+        u"pgbench, the same prepared, %1 connections: "_s.arg(kConnections) + each(rate.peer), rate.ratio,
+        0.8);
+    const double median = Percentile(lookUps, 0.5);
+    const double slow = Percentile(lookUps, 0.99);
+    PrintRow(u"99th percentile of a look-up in it"_s, Milliseconds(slow),
+        u"median: "_s + Milliseconds(median), slow / median, 8);
+}
+
 } // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    try {
+        Run(arguments.value(1, u"5"_s).toInt(), arguments.value(2, u"5"_s).toInt());
+    } catch (const wire::Error& error) {
+        std::fprintf(stderr, "bench: %s\n", error.what());
+        return 1;
+    }
+}

@@ -16,6 +16,14 @@ double Median(std::vector<double> values)
     return values.size() % 2 ? values[half] : (values[half - 1] + values[half]) / 2;
 }
 
+void Print(const QString& work, const QString& measured, const QString& against, double ratio,
+    const char* relation, double target, bool good)
+{
+    std::printf("| %s | %s | %s | %.3g | %s%g | %s |\n", qUtf8Printable(work), qUtf8Printable(measured),
+        qUtf8Printable(against), ratio, relation, target, good ? "ok" : "missed");
+    std::fflush(stdout);
+}
+
 } // namespace
 
 double MillisecondsOf(const std::function<void()>& work)
@@ -46,9 +54,13 @@ void PrintHead()
 void PrintRow(
     const QString& work, const QString& measured, const QString& against, double ratio, double target)
 {
-    std::printf("| %s | %s | %s | %.3g | %g | %s |\n", qUtf8Printable(work), qUtf8Printable(measured),
-        qUtf8Printable(against), ratio, target, ratio <= target ? "ok" : "missed");
-    std::fflush(stdout);
+    Print(work, measured, against, ratio, "", target, ratio <= target);
+}
+
+void PrintRateRow(
+    const QString& work, const QString& measured, const QString& against, double ratio, double target)
+{
+    Print(work, measured, against, ratio, "≥ ", target, ratio >= target);
 }
 
 QString Milliseconds(double value)

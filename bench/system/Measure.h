@@ -22,4 +22,7 @@ Comparison Compare(int rounds, const std::function<double()>& subject, const std
 void PrintHead();
 void PrintRow(
     const QString& work, const QString& measured, const QString& against, double ratio, double target);
+// The same where more is better: the ratio must be at least `target`.
+void PrintRateRow(
+    const QString& work, const QString& measured, const QString& against, double ratio, double target);
 QString Milliseconds(double value);
