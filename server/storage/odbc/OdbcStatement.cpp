@@ -21,7 +21,7 @@ namespace storage::odbc {
 namespace {
 
 // The database's own limit stands behind the server's, which says more.
-constexpr int kSecondsBehind = 5;
+constexpr SQLULEN kSecondsBehind = 5;
 
 [[noreturn]] void RaiseUnreadable(const QVariant& cell)
 {
@@ -117,7 +117,7 @@ Statement::Statement(Database& database, const QSqlDatabase& base, const QString
         Fail();
     // Qt takes ":name" outside of quotes for a parameter, also in comments.
     literal_ = query_.executedQuery() != sql;
-    const auto seconds = static_cast<SQLULEN>(database.maxSeconds + kSecondsBehind);
+    const auto seconds = static_cast<SQLULEN>(database.maxSeconds) + kSecondsBehind;
     SQLSetStmtAttr(Handle(), SQL_ATTR_QUERY_TIMEOUT, reinterpret_cast<SQLPOINTER>(seconds), SQL_IS_UINTEGER);
 }
 
