@@ -22,8 +22,8 @@ if(ZELMOR_SANITIZE)
 endif()
 
 if(ZELMOR_FUZZ)
-    target_compile_options(zelmor_options INTERFACE -fsanitize=fuzzer-no-link,address,undefined
-        -fno-sanitize-recover=undefined -fno-omit-frame-pointer -O1 -g1)
+    target_compile_options(zelmor_options INTERFACE -fsanitize=fuzzer-no-link,address,undefined,float-cast-overflow
+        -fno-sanitize-recover=undefined,float-cast-overflow -fno-omit-frame-pointer -O1 -g1)
     target_link_options(zelmor_options INTERFACE -fsanitize=address,undefined)
 endif()
 

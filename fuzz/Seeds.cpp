@@ -1,5 +1,7 @@
 // Writes the first corpus of every fuzz target: frames of every kind, the texts of all screens, change logs.
 
+#include "fuzz/ChangeRequest.h"
+#include "fuzz/Company.h"
 #include "tests/server/conformance/Suite.h"
 #include "wire/Codec.h"
 
@@ -109,6 +111,47 @@ void WriteFrames(const QString& folder)
     }
 }
 
+// For each table: an update, a delete and an insert that are accepted, and one update that is not.
+void WriteChanges(const QString& folder)
+{
+    for (const fuzz::TableState& state : fuzz::Pristine()) {
+        fuzz::ChangeInput input;
+        input.request.kind = wire::RequestKind::ApplyUpdates;
+        input.request.maxErrors = -1;
+        wire::ChangeLog& log = input.request.changes;
+        log.commandText = u"select * from "_s + state.table->name;
+        constexpr size_t kMostColumns = 12;
+        for (size_t i = 0; i < std::min(kMostColumns, state.table->columns.size()); ++i) {
+            const demo::ColumnDef& column = state.table->columns[i];
+            const bool key = std::ranges::count(state.table->primaryKey, column.name) > 0;
+            const bool guard = column.name == u"STATUS"_s || column.name == u"REC_SITE"_s
+                || column.name == u"PREPARE_SITE"_s;
+            log.columns.push_back({column.name, column.type, column.width, key, guard, true});
+        }
+        for (const wire::ChangeKind kind : {wire::ChangeKind::Update, wire::ChangeKind::Insert,
+                 wire::ChangeKind::Delete, wire::ChangeKind::Update}) {
+            wire::RowChange& row = log.rows.emplace_back();
+            row.kind = kind;
+            row.rowId = static_cast<quint32>(log.rows.size());
+            for (size_t i = 0; i < log.columns.size(); ++i) {
+                const wire::Value& value = state.rows[log.rows.size() % 2][i];
+                const auto column = static_cast<quint16>(i);
+                const bool text = log.columns[i].type == ColumnType::Text;
+                if (kind == wire::ChangeKind::Insert)
+                    row.cells.push_back({column, {}, text ? wire::Value(u"新"_s) : wire::Value(qint64(7))});
+                else if (log.columns[i].key || log.columns[i].guard)
+                    row.cells.push_back({column, value, value});
+                else if (kind == wire::ChangeKind::Update && text)
+                    row.cells.push_back({column, value, u"改"_s});
+            }
+            Write(folder, input.Bytes());
+        }
+        input.account = 1;
+        input.request.maxErrors = 1;
+        Write(folder, input.Bytes());
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -117,6 +160,7 @@ try {
     WriteFrames(folder + u"/fuzz_frame"_s);
     for (const conformance::Case& each : conformance::ReadCases())
         Write(folder + u"/fuzz_sql"_s, each.sql.toUtf8());
+    WriteChanges(folder + u"/fuzz_changes"_s);
     return 0;
 } catch (const wire::Error& error) {
     std::fprintf(stderr, "%s\n", error.what());

@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 build=build/fuzz
 seconds=$1
 shift
-targets=${*:-fuzz_frame fuzz_sql}
+targets=${*:-fuzz_frame fuzz_sql fuzz_changes}
 options="-timeout=10 -rss_limit_mb=2048 -max_len=8192"
 
 [ -f $build/build.ninja ] || cmake --preset fuzz

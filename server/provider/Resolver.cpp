@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <numeric>
-#include <ranges>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -88,12 +87,16 @@ private:
         };
         if (!writer_->LocksRows() || !std::ranges::all_of(log_.rows, keepsKey))
             return order;
-        std::ranges::stable_sort(order, [this](size_t a, size_t b) {
-            const auto isKey = [this](const CellChange& cell) { return IsKey(cell); };
-            auto left = log_.rows[a].cells | std::views::filter(isKey);
-            auto right = log_.rows[b].cells | std::views::filter(isKey);
-            return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end(),
-                [](const CellChange& x, const CellChange& y) { return LessKey(x.original, y.original); });
+        std::vector<std::vector<const Value*>> keys(order.size());
+        for (const size_t number : order) {
+            for (const CellChange& cell : log_.rows[number].cells) {
+                if (IsKey(cell))
+                    keys[number].push_back(&cell.original);
+            }
+        }
+        std::ranges::stable_sort(order, [&keys](size_t a, size_t b) {
+            return std::ranges::lexicographical_compare(
+                keys[a], keys[b], [](const Value* x, const Value* y) { return LessKey(*x, *y); });
         });
         return order;
     }
@@ -141,10 +144,13 @@ private:
         write.shape.assign(1, static_cast<char16_t>(row.kind));
         fields_.Clear();
         size_t keysSeen = 0;
+        ++sorted_;
         for (const CellChange& cell : row.cells) {
             const TargetColumn* column = target_.Column(cell.column);
             if (column == nullptr)
                 continue;
+            if (std::exchange(seen_[cell.column], sorted_) == sorted_)
+                throw wire::Error(wire::ErrorKind::Data, texts::BadChangeLog()); // twice in one row
             Value original = Converted(*column, cell.original);
             Value current = Converted(*column, cell.current);
             const bool changed = !wire::SameValue(original, current);
@@ -189,7 +195,10 @@ private:
     static Value Converted(const TargetColumn& column, const Value& value)
     {
         try {
-            return wire::Convert(value, column.stored->type);
+            Value converted = wire::Convert(value, column.stored->type);
+            if (const auto* text = std::get_if<QString>(&converted); text && text->contains(QChar::Null))
+                throw Refusal{texts::WrongValue(column.stored->name, u"U+0000"_s)};
+            return converted;
         } catch (const wire::Error& error) {
             throw Refusal{texts::WrongValue(column.stored->name, error.Message())};
         }
@@ -353,6 +362,8 @@ private:
     std::array<size_t, kRowsAtOnce> waitingVerdicts_{};
     size_t waiting_ = 0;
     AuditFields fields_; // of the row being planned
+    std::vector<size_t> seen_ = std::vector<size_t>(log_.columns.size()); // by column: in which row
+    size_t sorted_ = 0;
 };
 
 } // namespace

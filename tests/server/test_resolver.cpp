@@ -237,6 +237,9 @@ TEST_P(ResolverTest, LogsThatCannotBeAppliedRaiseAndStoreNothing)
     wire::ChangeLog noKey = changes.log;
     std::erase_if(noKey.rows[1].cells, [&](const auto& cell) { return noKey.columns[cell.column].key; });
     EXPECT_EQ(ErrorOf([&] { client_.Apply(noKey); }).Kind(), wire::ErrorKind::Data);
+    wire::ChangeLog columnTwice = changes.log;
+    columnTwice.rows[1].cells.push_back(columnTwice.rows[1].cells.back());
+    EXPECT_EQ(ErrorOf([&] { client_.Apply(columnTwice); }).Kind(), wire::ErrorKind::Data);
     wire::ChangeLog withoutKeyColumn = changes.log;
     withoutKeyColumn.commandText = u"select a.STATUS from tab_zelmor_bill a"_s;
     withoutKeyColumn.columns.erase(withoutKeyColumn.columns.begin());
@@ -244,6 +247,20 @@ TEST_P(ResolverTest, LogsThatCannotBeAppliedRaiseAndStoreNothing)
     EXPECT_EQ(RawText("select STATUS from tab_zelmor_bill order by TX_LOGISTIC_ID"), u"0,(null),1"_s);
     EXPECT_EQ(AuditRows(), 0);
     EXPECT_TRUE(client_.Apply(changes.log).rows[0].accepted);
+}
+
+TEST_P(ResolverTest, ValuesThatNoDatabaseKeepsRefuseTheirRowAlone)
+{
+    Changes changes = Log();
+    changes.Update(0, {{u"NAME"_s, u"甲\0乙"_s}});
+    changes.Update(1, {{u"TOTAL_WEIGHT"_s, std::numeric_limits<double>::quiet_NaN()}});
+    changes.Update(2, {{u"NAME"_s, u"丁"_s}});
+    const wire::ApplyOutcome outcome = client_.Apply(changes.log);
+    EXPECT_TRUE(outcome.rows[0].reason.contains(u"NAME"_s));
+    EXPECT_TRUE(outcome.rows[1].reason.contains(u"TOTAL_WEIGHT"_s));
+    EXPECT_TRUE(outcome.rows[2].accepted);
+    EXPECT_EQ(Of("NAME", "A"), u"甲"_s);
+    EXPECT_EQ(AuditRows(), 1);
 }
 
 ZELMOR_FOR_EACH_STORAGE(ResolverTest);

@@ -15,7 +15,7 @@ struct DeclaredType {
     int width = 0;
 };
 
-// TEXT(n), INTEGER, NUMBER, DATE; anything else (bytes) is not for queries.
+// TEXT, TEXT(n), INTEGER, NUMBER, DATE; anything else (bytes) is not for queries.
 std::optional<DeclaredType> ReadType(const QString& declared)
 {
     if (declared == u"INTEGER"_s)
@@ -24,8 +24,10 @@ std::optional<DeclaredType> ReadType(const QString& declared)
         return DeclaredType{wire::ColumnType::Number};
     if (declared == u"DATE"_s)
         return DeclaredType{wire::ColumnType::DateTime};
-    if (declared.startsWith(u"TEXT"_s))
-        return DeclaredType{wire::ColumnType::Text, declared.mid(5).chopped(1).toInt()};
+    if (declared == u"TEXT"_s)
+        return DeclaredType{wire::ColumnType::Text};
+    if (declared.startsWith(u"TEXT("_s))
+        return DeclaredType{wire::ColumnType::Text, declared.sliced(5).chopped(1).toInt()};
     return std::nullopt;
 }
 
