@@ -22,13 +22,14 @@ done
 
 if [ "$seconds" = --merge ]; then
     for target in $targets; do
-        few=$(mktemp -d)
-        $build/bin/$target -merge=1 -set_cover_merge=1 -use_counters=0 $options "$few" \
+        merge=$(mktemp -d)
+        mkdir "$merge/all"
+        # Finding out what each input reaches is what merging is used for here; the choice is made below.
+        $build/bin/$target -merge=1 -use_counters=0 $options -merge_control_file="$merge/control" "$merge/all" \
             fuzz/corpus/$target $build/corpus/$target 2>$build/log/$target.merge
-        rm -f fuzz/corpus/$target/*
-        mv "$few"/* fuzz/corpus/$target/
-        rmdir "$few"
-        echo "$target: $(ls fuzz/corpus/$target | wc -l) files, $(du -sh fuzz/corpus/$target | cut -f1)"
+        python3 scripts/choose-corpus.py "$merge/control" fuzz/corpus/$target 64
+        rm -r "$merge"
+        echo "$target: $(ls fuzz/corpus/$target | wc -l) files, $(cat fuzz/corpus/$target/* | wc -c) bytes"
     done
     exit
 fi
