@@ -152,10 +152,18 @@ TEST_P(OdbcTest, OneOfManyWins)
 // What clients do not do today, keys that the database numbers; and the server's own rows.
 TEST_P(OdbcTest, StorageAlone)
 {
+    Raw("drop table tab_area; create table tab_area(AREA_NAME varchar(40), AREA_CODE varchar(10)); drop "
+        "table "
+        "tab_city");
     const auto backend = storage::OpenOdbc(Company().Connection(), {}, {});
     const auto connection = backend->Connect();
     const dialect::CatalogTable* table = connection->Catalog().Find(u"tab_qrykey");
     ASSERT_NE(table, nullptr);
+    const dialect::CatalogTable* area = connection->Catalog().Find(u"TAB_AREA");
+    ASSERT_NE(area, nullptr);
+    EXPECT_FALSE(area->columns.at(0).key);
+    EXPECT_TRUE(area->columns.at(1).key) << "the system's, where the database has none";
+    EXPECT_EQ(connection->Catalog().Find(u"tab_city"), nullptr);
     connection->Begin();
     const auto writer =
         connection->WriteRows({table, {&table->columns[0]}, {nullptr, &table->columns[2]}, {}});

@@ -1,5 +1,6 @@
 #include "server/storage/odbc/Odbc.h"
 
+#include "server/storage/OwnTables.h"
 #include "server/storage/odbc/OdbcCatalog.h"
 #include "server/storage/odbc/OdbcConnection.h"
 #include "server/storage/odbc/OdbcOwnTables.h"
@@ -33,12 +34,15 @@ public:
         odbc::Worker worker([] {});
         worker.Run([&] {
             Database database(profile->settings, maxSeconds);
+            auto catalog = std::make_shared<odbc::OdbcCatalog>();
+            catalog->Read(database, demo::Schema());
             odbc::EnsureOwnTables(database);
+            catalog->Read(database, OwnTables());
+            catalog_ = std::move(catalog);
             profile->product = database.Product();
             profile->productName = database.ProductName();
             profile->schema = database.Schema();
             profile->needsSavepoints = FailureSpoilsTransaction(database);
-            catalog_ = std::make_shared<const odbc::OdbcCatalog>(database);
         });
         profile_ = std::move(profile);
     }

@@ -1,6 +1,5 @@
 #include "server/storage/odbc/OdbcCatalog.h"
 
-#include "server/storage/OwnTables.h"
 #include "wire/Error.h"
 
 #include <QSqlDriver>
@@ -53,7 +52,7 @@ ColumnType Settle(ColumnType stored, const demo::ColumnDef& known, const QString
     return stored;
 }
 
-// Column names of the primary key, in upper case.
+// Column names of the primary key, in upper case; none where the driver names none.
 QStringList KeyOf(Database& database, const demo::TableDef& table, const QSqlRecord& columns)
 {
     const QString qualified =
@@ -63,21 +62,16 @@ QStringList KeyOf(Database& database, const demo::TableDef& table, const QSqlRec
     for (int i = 0; i < index.count(); ++i)
         keys << index.fieldName(i).toUpper();
     // Tables of one name in several schemas come as one.
-    const bool usable = !keys.isEmpty() && keys.removeDuplicates() == 0
+    const bool usable = keys.removeDuplicates() == 0
         && std::ranges::all_of(keys, [&](const QString& name) { return columns.contains(name); });
-    if (usable)
-        return keys;
-    keys = QStringList(table.primaryKey.begin(), table.primaryKey.end());
-    qInfo("odbc: the driver names no primary key of %s; taken: %s", qUtf8Printable(table.name),
-        qUtf8Printable(keys.join(u", "_s)));
-    return keys;
+    return usable ? keys : QStringList();
 }
 
-dialect::CatalogTable Describe(Database& database, const demo::TableDef& table, const QSqlRecord& columns)
+dialect::CatalogTable Describe(
+    const demo::TableDef& table, const QSqlRecord& columns, const QStringList& keys)
 {
     dialect::CatalogTable described;
     described.name = table.name;
-    const QStringList keys = KeyOf(database, table, columns);
     for (int i = 0; i < columns.count(); ++i) {
         const QSqlField field = columns.field(i);
         dialect::CatalogColumn column{field.name().toUpper(), TypeOf(field), 0, false};
@@ -94,27 +88,34 @@ dialect::CatalogTable Describe(Database& database, const demo::TableDef& table, 
 
 } // namespace
 
-OdbcCatalog::OdbcCatalog(Database& database)
+void OdbcCatalog::Read(Database& database, const std::vector<demo::TableDef>& tables)
 {
     QStringList missing;
-    const auto add = [&](const demo::TableDef& table) {
+    QStringList unkeyed;
+    for (const demo::TableDef& table : tables) {
         // Asked for as clients ask, so that what they reach by a synonym or a view is found too, and columns
         // stand in the order of "select *".
         const auto columns = database.ColumnsOf(u"select * from %1 where 1 = 0"_s.arg(table.name));
-        if (columns)
-            tables_.insert(table.name.toUpper(), Describe(database, table, *columns));
-        else
+        if (!columns) {
             missing << table.name;
-    };
-    for (const demo::TableDef& table : demo::Schema())
-        add(table);
-    if (tables_.isEmpty()) {
+            continue;
+        }
+        QStringList keys = KeyOf(database, table, *columns);
+        if (keys.isEmpty()) {
+            unkeyed << table.name;
+            keys = QStringList(table.primaryKey.begin(), table.primaryKey.end());
+        }
+        tables_.insert(table.name.toUpper(), Describe(table, *columns, keys));
+    }
+    if (missing.size() == static_cast<qsizetype>(tables.size())) {
         throw wire::Error(wire::ErrorKind::Storage,
             u"None of the company's tables is open to this database user; name their owner by ZELMOR_SCHEMA "
             "in the connection string, or grant the rights."_s);
     }
-    for (const demo::TableDef& table : OwnTables())
-        add(table);
+    if (!unkeyed.isEmpty()) {
+        qWarning("odbc: the driver names no primary key of %s; those that clients rely on are taken",
+            qUtf8Printable(unkeyed.join(u", "_s)));
+    }
     if (!missing.isEmpty())
         qWarning("odbc: tables that are not there: %s", qUtf8Printable(missing.join(u", "_s)));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "demo/Schema.h"
 #include "server/dialect/Dialect.h"
 #include "server/storage/odbc/OdbcDatabase.h"
 
@@ -8,12 +9,12 @@
 namespace storage::odbc {
 
 // The company's tables and the server's own, as the database itself describes them. Names are those of our
-// schema, whatever case the database keeps them in. Never changes once it is read.
+// schema, whatever case the database keeps them in.
 class OdbcCatalog final : public dialect::Catalog {
 public:
     // Tables that are not there, or not open to the server's user, are left out and named in the log. Raises
-    // wire::Error.
-    explicit OdbcCatalog(Database& database);
+    // wire::Error (Storage) where that is all of them.
+    void Read(Database& database, const std::vector<demo::TableDef>& tables);
     const dialect::CatalogTable* Find(QStringView tableName) const override;
 
 private:
