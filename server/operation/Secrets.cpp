@@ -29,9 +29,8 @@ qsizetype EndOfValue(QStringView text, qsizetype begin)
     const QChar close = open == u'{' ? QChar(u'}') : open;
     if (open == u'{' || IsQuote(open)) {
         for (qsizetype i = begin + 1; i < text.size(); ++i) {
-            if (text[i] == u'\\' && open != u'{')
-                ++i;
-            else if (text[i] == close && i + 1 < text.size() && text[i + 1] == close)
+            const bool doubled = text[i] == close && i + 1 < text.size() && text[i + 1] == close;
+            if (doubled || (text[i] == u'\\' && open != u'{'))
                 ++i;
             else if (text[i] == close)
                 return i + 1;
