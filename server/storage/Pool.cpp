@@ -29,10 +29,13 @@ ConnectionPool::Lease ConnectionPool::Lend()
     std::vector<std::unique_ptr<Connection>> broken; // closed after the lock is released
     {
         std::unique_lock lock(mutex_);
-        ++state_.waiting;
-        returned_.wait(lock, [this] { return !idle_.empty() || state_.lent < state_.most; });
-        --state_.waiting;
-        ++state_.lent;
+        if (state_.lent < state_.most) {
+            ++state_.lent;
+        } else {
+            Waiter waiter;
+            waiters_.push_back(&waiter);
+            waiter.turn.wait(lock, [&waiter] { return waiter.called; });
+        }
         while (!idle_.empty()) {
             std::unique_ptr<Connection> connection = std::move(idle_.back());
             idle_.pop_back();
@@ -57,14 +60,21 @@ void ConnectionPool::GiveBack(std::unique_ptr<Connection> connection) noexcept
     const auto statements = connection ? connection->TakeCounts() : dialect::Translator::Counts();
     {
         const std::lock_guard lock(mutex_);
-        --state_.lent;
         state_.dropped += connection && !usable ? 1 : 0;
         state_.statementsFound += static_cast<qint64>(statements.found);
         state_.statementsMade += static_cast<qint64>(statements.made);
         if (usable)
             idle_.push_back(std::move(connection));
+        if (waiters_.empty()) {
+            --state_.lent;
+        } else {
+            // Its place goes to who has waited longest, not to who comes by just now.
+            Waiter* const next = waiters_.front();
+            waiters_.pop_front();
+            next->called = true;
+            next->turn.notify_one(); // under the lock: the waiter ends with its wait
+        }
     }
-    returned_.notify_one();
 }
 
 server::PoolState ConnectionPool::State()
@@ -72,6 +82,7 @@ server::PoolState ConnectionPool::State()
     const std::lock_guard lock(mutex_);
     server::PoolState state = state_;
     state.idle = static_cast<int>(idle_.size());
+    state.waiting = static_cast<int>(waiters_.size());
     return state;
 }
 

@@ -4,6 +4,7 @@
 #include "server/storage/Storage.h"
 
 #include <condition_variable>
+#include <deque>
 #include <mutex>
 
 namespace storage {
@@ -43,10 +44,14 @@ private:
     friend class Transaction;
     void GiveBack(std::unique_ptr<Connection> connection) noexcept;
 
+    struct Waiter {
+        std::condition_variable turn;
+        bool called = false; // one of the lent connections is its own now
+    };
     std::unique_ptr<Backend> backend_;
     std::shared_ptr<const dialect::Catalog> catalog_;
     std::mutex mutex_;
-    std::condition_variable returned_;
+    std::deque<Waiter*> waiters_; // in the order of their coming
     std::vector<std::unique_ptr<Connection>> idle_; // the last used last, its memory still warm
     server::PoolState state_;
     std::mutex writer_; // where the database takes one writer at a time, they queue here instead of polling
