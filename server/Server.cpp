@@ -2,6 +2,7 @@
 
 #include "server/Texts.h"
 #include "server/provider/ClientSession.h"
+#include "server/provider/Outcomes.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -93,6 +94,11 @@ QString ApplicationServer::StorageDescription() const
 PoolState ApplicationServer::Pool()
 {
     return d_->pool.State();
+}
+
+void ApplicationServer::Tidy()
+{
+    storage::InTransaction(d_->pool, true, PruneOutcomes);
 }
 
 void ApplicationServer::AddAccount(const NewAccount& account)

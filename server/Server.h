@@ -102,6 +102,9 @@ public:
     // Which database, for administrators.
     QString StorageDescription() const;
     PoolState Pool();
+    // Forgets outcomes of saves that nobody will ask for any more. To be called every now and then; raises
+    // wire::Error.
+    void Tidy();
     void AddAccount(const NewAccount& account); // raises wire::Error (Data)
     void SetPassword(const QString& account, const QString& password);
     void SetRole(const QString& account, std::optional<Role> role); // nothing: its site tells

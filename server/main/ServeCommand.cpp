@@ -20,6 +20,7 @@ namespace server {
 namespace {
 
 constexpr int kSignalPoll = 100; // milliseconds
+constexpr int kTidying = 3600'000; // milliseconds
 constexpr qint64 kLongTime = 7 * 24 * 3600; // seconds: the longest that any patience may be set to
 
 volatile std::sig_atomic_t stopRequested = 0;
@@ -143,8 +144,17 @@ void WarnOfOpenSecrets(const Settings& settings, operation::Log& log)
                 {"file", settings.File().Path()}});
 }
 
+void Tidy(ApplicationServer& server, operation::Log& log)
+{
+    try {
+        server.Tidy();
+    } catch (const wire::Error& error) {
+        log.Warn("tidying_failed", {{"message", error.Message()}});
+    }
+}
+
 // Until a signal tells to stop.
-void RunUntilStopped(Listener& listener)
+void RunUntilStopped(ApplicationServer& server, Listener& listener, operation::Log& log)
 {
     std::signal(SIGINT, RequestStop);
     std::signal(SIGTERM, RequestStop);
@@ -165,6 +175,9 @@ void RunUntilStopped(Listener& listener)
 #endif
     });
     signals.start(kSignalPoll);
+    QTimer tidying;
+    QObject::connect(&tidying, &QTimer::timeout, &tidying, [&] { Tidy(server, log); });
+    tidying.start(kTidying);
     QCoreApplication::exec();
 }
 
@@ -222,7 +235,7 @@ int Serve(const QStringList& arguments)
             {"metrics", metrics ? metrics->Port() : 0}});
     NotifyServiceManager("READY=1");
 
-    RunUntilStopped(listener);
+    RunUntilStopped(server, listener, log);
     NotifyServiceManager("STOPPING=1");
     log.Info("stopping", {{"sessions", listener.ConnectionCount()}});
     metrics.reset();
