@@ -12,7 +12,7 @@
 #include <list>
 #include <thread>
 
-#ifdef Q_OS_UNIX
+#ifndef Q_OS_WIN
 #include <sys/resource.h>
 #endif
 #ifdef __GLIBC__
@@ -50,7 +50,7 @@ protected:
 // As many files as the clients need may be open, where that is this process's to say.
 void AllowDescriptors([[maybe_unused]] const ListenerOptions& options)
 {
-#ifdef Q_OS_UNIX
+#ifndef Q_OS_WIN // which has no such limit
     constexpr rlim_t kOthers = 500; // the database's and what else there is
     const auto needed =
         kOthers + static_cast<rlim_t>(options.maxConnections) * (options.tls.IsGiven() ? 2 : 1);

@@ -42,7 +42,7 @@ TEST(ServerProgramTest, SaysWhatIsWrongWithItsArguments)
     const QTemporaryDir folder;
     const QString data = folder.filePath(u"data"_s);
     const std::pair<QStringList, QString> cases[] = {
-        {{}, u"--data is missing"_s},
+        {{}, u"which database"_s},
         {{u"--data"_s, data, u"--listen"_s, u"127.0.0.1:70000"_s}, u"port between 0 and 65535"_s},
         {{u"--data"_s, data, u"--listen"_s, u"somewhere:1"_s}, u"not an address"_s},
         {{u"--data"_s, data, u"--listen"_s, u"0.0.0.0:0"_s}, u"--plain-network"_s},
@@ -50,7 +50,7 @@ TEST(ServerProgramTest, SaysWhatIsWrongWithItsArguments)
         {{u"--data"_s, data, u"--now"_s, u"noon"_s}, u"--now takes a time"_s},
         {{u"--data"_s, data, u"serve"_s}, u"“serve” is not understood"_s},
         {{u"--port"_s, u"1"_s}, u"Unknown option"_s},
-        {{u"account"_s, u"--data"_s, data}, u"add, passwd, remove or list"_s},
+        {{u"account"_s, u"--data"_s, data}, u"add, passwd, role, remove or list"_s},
         {{u"account"_s, u"add"_s, u"x"_s, u"--data"_s, data}, u"takes 2 arguments"_s},
         {{u"account"_s, u"passwd"_s, u"x"_s, u"--data"_s, data}, u"no password"_s},
     };
@@ -75,7 +75,7 @@ TEST(ServerProgramTest, ServesAnAccountThatWasAddedAndStopsWhenTold)
                 u"--demo"_s, u"50"_s, u"--listen"_s, u"127.0.0.1:0"_s, u"--now"_s, u"2026-03-14 09:30:00"_s});
     QString log;
     QRegularExpressionMatch listening;
-    static const QRegularExpression kListening(u"listening on 127\\.0\\.0\\.1:(\\d+)"_s);
+    static const QRegularExpression kListening(u"event=listening address=127\\.0\\.0\\.1 port=(\\d+)"_s);
     while (!(listening = kListening.match(log)).hasMatch()) {
         ASSERT_TRUE(server.bytesAvailable() > 0 || server.waitForReadyRead(60'000)) << log.toStdString();
         log += QString::fromUtf8(server.readAll());
