@@ -62,6 +62,8 @@ public:
             Require(forPostgres->translation->columns == translation.columns, "columns differ by database");
 
         const Statement statement = Prepare(translation.sql);
+        if (!statement)
+            return;
         Bind(statement.get(), *translated);
         stepsLeft_ = kMostSteps;
         if (translation.kind == dialect::StatementKind::Select) {
@@ -91,14 +93,22 @@ private:
         }
     }
 
+    // Nothing where the text is well-formed but larger than SQLite takes.
     Statement Prepare(const std::string& sql)
     {
         sqlite3_stmt* statement = nullptr;
         const char* rest = nullptr;
         const int code =
             sqlite3_prepare_v2(Handle(), sql.data(), static_cast<int>(sql.size()), &statement, &rest);
-        if (code != SQLITE_OK)
+        if (code != SQLITE_OK) {
+            const std::string_view message = sqlite3_errmsg(Handle());
+            for (const std::string_view limit :
+                {"too many ", "at most 64 tables", "Expression tree is too large", "parser stack overflow"}) {
+                if (message.starts_with(limit))
+                    return nullptr;
+            }
             Tell(sql);
+        }
         Require(code == SQLITE_OK, "SQLite does not take a translation");
         Require(rest == sql.data() + sql.size(), "SQLite does not see the end of a translation");
         return Statement(statement);

@@ -141,13 +141,28 @@ TEST_F(StorageFaultTest, FullDiskUndoesTheSaveAndSaysSo)
             .Execute("pragma max_page_count = 1"); // it cannot shrink: not a page more
         const Permissions everything(Role::Headquarters, {}, {});
         ClosedRows closed;
-        const wire::Error error = ErrorOf(
-            [&] { ApplyChanges(*transaction, changes.log, -1, {{}, {}, {}}, everything, closed); });
+        const wire::Error error = ErrorOf([&] {
+            ApplyChanges(*transaction, changes.log, -1, {{}, {}, {}}, everything, closed);
+        });
         EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
         EXPECT_TRUE(error.Message().contains(u"磁盘空间不足"_s)) << error.what();
     }
     EXPECT_EQ(RawText("select count(*) from tab_zelmor_bill where REMARK is not null"), u"0"_s);
     EXPECT_EQ(RawText("select count(*) from zelmor_audit"), u"0"_s);
+}
+
+TEST_F(StorageFaultTest, TextsLargerThanTheDatabaseTakesAreRefusedAsSuch)
+{
+    Client client = LoggedIn();
+    QStringList tables;
+    for (int i = 0; i < 80; ++i)
+        tables += u"tab_site t%1"_s.arg(i);
+    for (const QString& text : {u"select 1 from "_s + tables.join(u','),
+             u"select 1 from dual where "_s + u"1=1 and "_s.repeated(2000) + u"1=1"_s,
+             u"select 1 from "_s + u"(select * from "_s.repeated(60) + u"tab_site"_s + u")"_s.repeated(60)}) {
+        EXPECT_EQ(ErrorOf([&] { client.Query(text); }).Kind(), wire::ErrorKind::Syntax);
+    }
+    EXPECT_EQ(client.Query(u"select 1 from dual"_s).RowCount(), 1);
 }
 
 } // namespace

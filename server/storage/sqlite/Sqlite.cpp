@@ -2,6 +2,7 @@
 
 #include "server/Texts.h"
 #include "server/dialect/SqliteFunctions.h"
+#include "server/dialect/Texts.h"
 
 #include <QStringConverter>
 
@@ -78,6 +79,9 @@ Statement::Statement(sqlite3* database, std::string_view sql)
 {
     const int code = sqlite3_prepare_v3(
         database, sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT, &statement_, nullptr);
+    if (code == SQLITE_ERROR) // more tables, columns or levels than SQLite takes
+        throw wire::Error(
+            wire::ErrorKind::Syntax, dialect::texts::Refused(QString::fromUtf8(sqlite3_errmsg(database))));
     if (code != SQLITE_OK)
         RaiseError(database, code, QString::fromUtf8(sql.data(), static_cast<qsizetype>(sql.size())));
 }
