@@ -61,9 +61,10 @@ QByteArray StatusPage::Text() const
             .arg(options_.maxConnections)
             .arg(metrics.loggedIn.Value()));
     line("requests",
-        u"%1 answered, %2 refused, %3 failed"_s.arg(metrics.Requests(operation::Outcome::Ok))
+        u"%1 answered, %2 refused, %3 failed, %4 abandoned"_s.arg(metrics.Requests(operation::Outcome::Ok))
             .arg(metrics.Requests(operation::Outcome::Refused))
-            .arg(metrics.Requests(operation::Outcome::Failed)));
+            .arg(metrics.Requests(operation::Outcome::Failed))
+            .arg(metrics.Requests(operation::Outcome::Abandoned)));
     line("refusals", QString::number(metrics.Refused()));
     line("memory", u"%1 MB"_s.arg(operation::ResidentBytes() >> 20));
     return text.toUtf8();

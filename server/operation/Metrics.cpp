@@ -14,7 +14,7 @@ constexpr std::array<const char*, kRefusals> kRefusalNames{"sessions", "stopping
     "frame_time", "protocol", "size", "tls", "login", "login_rate", "not_logged_in", "syntax", "policy",
     "site", "data", "rows", "statement_time"};
 
-constexpr std::array<const char*, 3> kOutcomeNames{"ok", "refused", "failed"};
+constexpr std::array<const char*, kOutcomes> kOutcomeNames{"ok", "refused", "failed", "abandoned"};
 
 size_t IndexOf(wire::RequestKind kind) noexcept
 {
@@ -198,7 +198,10 @@ quint64 Metrics::Requests(Outcome outcome) const noexcept
 
 quint64 Metrics::Requests() const noexcept
 {
-    return Requests(Outcome::Ok) + Requests(Outcome::Refused) + Requests(Outcome::Failed);
+    quint64 sum = 0;
+    for (size_t outcome = 0; outcome < kOutcomes; ++outcome)
+        sum += Requests(static_cast<Outcome>(outcome));
+    return sum;
 }
 
 quint64 Metrics::Refused() const noexcept

@@ -104,8 +104,9 @@ private:
     std::deque<Histogram> histograms_;
 };
 
-// How a request ended.
-enum class Outcome : quint8 { Ok, Refused, Failed };
+// How a request ended. Abandoned: its client was gone before, or it was cut short when the server stopped.
+enum class Outcome : quint8 { Ok, Refused, Failed, Abandoned };
+constexpr size_t kOutcomes = static_cast<size_t>(Outcome::Abandoned) + 1;
 
 // Why something was refused.
 enum class Refusal : quint8 {
@@ -180,7 +181,6 @@ public:
 
 private:
     static constexpr size_t kKinds = 6; // wire::RequestKind, and 0 for one that is unknown
-    static constexpr size_t kOutcomes = 3;
 
     std::array<std::array<Counter*, kOutcomes>, kKinds> requests_{};
     std::array<Histogram*, kKinds> requestTimes_{};

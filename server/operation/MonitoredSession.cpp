@@ -26,6 +26,33 @@ bool QuotesValues(const wire::Error& error)
     return error.Kind() == wire::ErrorKind::Data || error.Kind() == wire::ErrorKind::Syntax;
 }
 
+// Passes a reply on, and remembers that the client could not be told it.
+class ClientSink final : public wire::ReplySink {
+public:
+    explicit ClientSink(wire::ReplySink& sink)
+        : sink_(sink)
+    {
+    }
+    bool HasFailed() const noexcept { return busy_; }
+
+    void Columns(std::vector<wire::ColumnInfo> infos) override
+    {
+        busy_ = true;
+        sink_.Columns(std::move(infos));
+        busy_ = false;
+    }
+    void Rows(std::vector<wire::Column> block) override
+    {
+        busy_ = true;
+        sink_.Rows(std::move(block));
+        busy_ = false;
+    }
+
+private:
+    wire::ReplySink& sink_;
+    bool busy_ = false;
+};
+
 } // namespace
 
 MonitoredSession::MonitoredSession(
@@ -48,12 +75,17 @@ MonitoredSession::~MonitoredSession()
 wire::Reply MonitoredSession::Handle(const wire::Request& request, wire::ReplySink& sink)
 {
     const Clock::time_point start = Clock::now();
+    interrupted_ = false;
+    ClientSink client(sink);
     try {
-        wire::Reply reply = session_->Handle(request, sink);
+        wire::Reply reply = session_->Handle(request, client);
         Succeeded(request, reply, Clock::now() - start);
         return reply;
     } catch (const wire::Error& error) {
-        NotDone(request, error, Clock::now() - start);
+        if (client.HasFailed() || interrupted_)
+            Abandoned(request, error, Clock::now() - start);
+        else
+            NotDone(request, error, Clock::now() - start);
         throw;
     } catch (const std::exception& error) {
         operation_->metrics.Request(request.kind, Outcome::Failed, Clock::now() - start);
@@ -132,6 +164,16 @@ void MonitoredSession::NotDone(
         operation_->log.Error("request_failed",
             {{"kind", NameOf(request.kind)}, {"account", account}, {"peer", peer_},
                 {"milliseconds", Milliseconds(time)}, {"statement", ShapeOf(request)}, {"message", message}});
+}
+
+void MonitoredSession::Abandoned(
+    const wire::Request& request, const wire::Error& error, std::chrono::nanoseconds time)
+{
+    operation_->metrics.Request(request.kind, Outcome::Abandoned, time);
+    operation_->log.Info("abandoned",
+        {{"kind", NameOf(request.kind)}, {"account", Identity().account}, {"peer", peer_},
+            {"milliseconds", Milliseconds(time)}, {"statement", ShapeOf(request)},
+            {"message", QuotesValues(error) ? QString() : error.Message()}});
 }
 
 void MonitoredSession::LoggedIn(bool yes) noexcept

@@ -17,11 +17,16 @@ public:
 
     wire::Reply Handle(const wire::Request& request, wire::ReplySink& sink) override;
     const wire::Identity& Identity() const noexcept override { return session_->Identity(); }
-    void Interrupt() noexcept override { session_->Interrupt(); }
+    void Interrupt() noexcept override
+    {
+        interrupted_ = true;
+        session_->Interrupt();
+    }
 
 private:
     void Succeeded(const wire::Request& request, const wire::Reply& reply, std::chrono::nanoseconds time);
     void NotDone(const wire::Request& request, const wire::Error& error, std::chrono::nanoseconds time);
+    void Abandoned(const wire::Request& request, const wire::Error& error, std::chrono::nanoseconds time);
     void LoggedIn(bool yes) noexcept;
 
     std::unique_ptr<Session> session_;
@@ -29,6 +34,7 @@ private:
     Shared operation_;
     std::chrono::milliseconds slow_;
     bool loggedIn_ = false;
+    std::atomic<bool> interrupted_{false}; // the request that runs
 };
 
 } // namespace server::operation

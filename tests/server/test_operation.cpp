@@ -194,7 +194,12 @@ public:
         : script_(std::move(script))
     {
     }
-    wire::Reply Handle(const wire::Request& request, wire::ReplySink&) override { return script_(request); }
+    wire::Reply Handle(const wire::Request& request, wire::ReplySink& sink) override
+    {
+        if (request.kind == wire::RequestKind::Query)
+            sink.Columns({});
+        return script_(request);
+    }
     const wire::Identity& Identity() const noexcept override { return identity_; }
     void Interrupt() noexcept override { }
 
@@ -203,8 +208,16 @@ private:
     wire::Identity identity_{u"hefei1"_s, {}, {}, {}, {}, {}};
 };
 
+// A client, there or gone.
 class NoSink final : public wire::ReplySink {
-    void Columns(std::vector<wire::ColumnInfo>) override { }
+public:
+    bool gone = false;
+
+    void Columns(std::vector<wire::ColumnInfo>) override
+    {
+        if (gone)
+            throw wire::Error(wire::ErrorKind::Connection, u"gone"_s);
+    }
     void Rows(std::vector<wire::Column>) override { }
 };
 
@@ -248,6 +261,10 @@ TEST(MonitoredSession, CountsAndLogsWithoutValues)
         EXPECT_THROW(session.Handle(query, sink), wire::Error);
         EXPECT_TRUE(written.Last().startsWith(u"level=error event=request_failed "));
 
+        sink.gone = true;
+        EXPECT_THROW(session.Handle(query, sink), wire::Error);
+        EXPECT_TRUE(written.Last().startsWith(u"level=info event=abandoned ")) << qPrintable(written.Last());
+
         wire::Request apply;
         apply.kind = wire::RequestKind::ApplyUpdates;
         apply.changes.commandText = u"select * from tab_zelmor_bill where SITE = '合肥'"_s;
@@ -264,6 +281,7 @@ TEST(MonitoredSession, CountsAndLogsWithoutValues)
     EXPECT_EQ(metrics.loginsRefused.Value(), 2u);
     EXPECT_EQ(metrics.Refused(), 4u);
     EXPECT_EQ(metrics.Requests(Outcome::Failed), 1u);
+    EXPECT_EQ(metrics.Requests(Outcome::Abandoned), 1u);
     EXPECT_EQ(metrics.sessions.Value(), 0);
     EXPECT_EQ(metrics.loggedIn.Value(), 0);
     const QString all = written.lines.join(QString());

@@ -166,7 +166,7 @@ TEST(Program, TellsWhatItDoes)
             Program status({u"status"_s, u"--metrics"_s, metrics});
             EXPECT_EQ(status.ExitCode(), 0) << status.log.constData();
             for (const char* line : {"storage      SQLite", "1 of 1000 connected, 1 logged in",
-                     "2 answered, 2 refused, 0 failed", "certificate  none"})
+                     "2 answered, 2 refused, 0 failed, 0 abandoned", "certificate  none"})
                 EXPECT_TRUE(status.output.contains(line)) << status.output.constData();
         });
     }
