@@ -171,7 +171,7 @@ void Parameters::AddText(const QString& text)
     bytes_.resize(begin + static_cast<size_t>(encode.requiredSpace(text.size())));
     const char* const end = encode.appendToBuffer(bytes_.data() + begin, text);
     bytes_.resize(static_cast<size_t>(end - bytes_.data()));
-    if (std::memchr(bytes_.data() + begin, 0, bytes_.size() - begin) != nullptr)
+    if (bytes_.find('\0', begin) != std::string::npos)
         throw wire::Error(wire::ErrorKind::Data, texts::NulInText());
     End();
 }
