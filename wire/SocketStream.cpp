@@ -56,9 +56,12 @@ qsizetype SocketStream::ReceiveDeciphered(char* to, qsizetype size, int timeout)
                 return 0;
             Raise(*tls_);
         }
-        if (!tls_->waitForReadyRead(static_cast<int>(deadline.remainingTime()))
-            && tls_->error() == QAbstractSocket::SocketTimeoutError)
-            return kTimedOut;
+        if (!tls_->waitForReadyRead(static_cast<int>(deadline.remainingTime())) && tls_->bytesAvailable() == 0
+            && IsOpen()) {
+            if (tls_->error() == QAbstractSocket::SocketTimeoutError)
+                return kTimedOut;
+            Raise(*tls_);
+        }
     }
     return tls_->read(to, size);
 }

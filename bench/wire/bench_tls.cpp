@@ -58,7 +58,7 @@ public:
         process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         process_.start(QCoreApplication::applicationDirPath() + u"/zelmor-server"_s,
             QStringList{u"--data"_s, folder_.path(), u"--demo"_s, u"small"_s, u"--listen"_s,
-                u"127.0.0.1:%1"_s.arg(port_), u"--log-level"_s, u"warn"_s}
+                u"127.0.0.1:%1"_s.arg(port_), u"--log-level"_s, u"error"_s}
                 + options);
         for (int i = 0; i < 200; ++i) {
             QTcpSocket socket;
