@@ -69,6 +69,7 @@ void CheckNames(const ConfigFile& file)
 } // namespace
 
 Settings::Settings(const QString& description, const QStringList& names)
+    : names_(names)
 {
     parser_.setApplicationDescription(description);
     for (const QString& name : names) {
@@ -99,17 +100,17 @@ void Settings::RequireNoWords() const
 
 bool Settings::IsSet(const QString& name) const
 {
-    return parser_.isSet(name) || file_.Contains(name);
+    return IsOnCommandLine(name) || file_.Contains(name);
 }
 
 QString Settings::Value(const QString& name) const
 {
-    return parser_.isSet(name) ? parser_.value(name) : file_.Value(name);
+    return IsOnCommandLine(name) ? parser_.value(name) : file_.Value(name);
 }
 
 bool Settings::Flag(const QString& name) const
 {
-    return parser_.isSet(name) || file_.Value(name) == u"yes";
+    return IsOnCommandLine(name) || file_.Value(name) == u"yes";
 }
 
 qint64 Settings::Number(const QString& name, qint64 otherwise, qint64 least, qint64 most) const

@@ -34,9 +34,11 @@ public:
     void RequireNoWords() const;
     const QStringList& Words() const noexcept { return words_; }
     const ConfigFile& File() const noexcept { return file_; }
-    bool IsOnCommandLine(const QString& name) const { return parser_.isSet(name); }
+    // False for one that the command does not take, too.
+    bool IsOnCommandLine(const QString& name) const { return names_.contains(name) && parser_.isSet(name); }
 
 private:
+    const QStringList names_;
     QCommandLineParser parser_;
     ConfigFile file_;
     QStringList words_;
