@@ -64,17 +64,16 @@ public:
         context_.moveToThread(&thread_);
         thread_.start();
         Run([this] { Listen(); });
-        if (port_ == 0)
-            throw wire::Error(wire::ErrorKind::Connection, QStringLiteral("no port for the proxy"));
+        if (port_ != 0)
+            return;
+        Stop();
+        throw wire::Error(wire::ErrorKind::Connection, QStringLiteral("no port for the proxy"));
     }
     ~Private()
     {
-        Run([this] {
-            acceptor_.reset();
-            qDeleteAll(std::exchange(links_, {}));
-        });
-        thread_.quit();
-        thread_.wait();
+        Run([this] { acceptor_.reset(); });
+        CutAll();
+        Stop();
     }
     Private(const Private&) = delete;
     Private& operator=(const Private&) = delete;
@@ -109,6 +108,11 @@ private:
         QMetaObject::invokeMethod(&context_, std::forward<F>(work), Qt::BlockingQueuedConnection);
     }
 
+    void Stop()
+    {
+        thread_.quit();
+        thread_.wait();
+    }
     void Listen();
     void Accept(qintptr descriptor);
     void Move(Link& link, Direction direction);
