@@ -8,6 +8,15 @@ mkdir -p "$cache"
 if [ -x "$build/bin/bench_startup" ]; then
     "$build/bin/bench_startup"
 fi
+"$build/bin/bench_link"
+"$build/bin/bench_tls"
+# On PostgreSQL, in a cluster that ends with this script.
+cluster=/tmp/zelmor-bench-$$
+trap 'tests/support/postgres-cluster.sh stop "$cluster"' EXIT
+tests/support/postgres-cluster.sh start "$cluster" --durable >/dev/null
+for bench in bench_postgres bench_mix; do
+    ZELMOR_TEST_POSTGRES_FILE=$cluster/uri "$build/bin/$bench"
+done
 # The screens themselves, on the demo company's largest size.
 QT_QPA_PLATFORM=offscreen "$build/bin/zelmor-host" --data "$cache/large" --demo large \
     --now "2026-11-20 15:30:00" --script bench/host/screens.js --screenshots "$cache"

@@ -11,6 +11,7 @@
 #include "server/storage/postgres/PostgresStorage.h"
 #include "tests/support/PostgresDatabase.h"
 #include "tests/support/ServerProcess.h"
+#include "tests/support/TestAuthority.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -21,9 +22,10 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
-#include <atomic>
+#include <barrier>
 #include <cstdio>
 #include <mutex>
+#include <optional>
 #include <random>
 #include <thread>
 
@@ -40,7 +42,7 @@ constexpr int kLists = 10; // windows of time with so many rows
 constexpr int kCopies = 10'000; // orders with numbers that pgbench can count
 constexpr qint64 kFirstOrder = 9'000'000;
 // Each client, of either side, saves five orders of its own.
-constexpr qint64 kFirstPgbenchOrder = kFirstOrder + kClients * kRowsASave;
+constexpr qint64 kFirstPgbenchOrder = kFirstOrder + 2 * kClients * kRowsASave;
 constexpr qint64 kFirstWaybill = 880'000'000;
 
 // Of each 17 statements; a pickup of five parcels asks three questions for each, then lists and saves.
@@ -193,41 +195,90 @@ private:
     Keeper keeper_;
 };
 
-// Statements a second of all clients together; gathers the look-ups' times in milliseconds.
-double ServerRate(std::vector<std::unique_ptr<Client>>& clients, int seconds, std::vector<double>& lookUps)
-{
-    const Clock::time_point end = Clock::now() + std::chrono::seconds(seconds);
-    std::atomic<qint64> statements = 0;
-    std::mutex mutex;
-    QString failure;
-    const Clock::time_point start = Clock::now();
+// The clients of one server, each on a thread of its own, where its socket was made.
+class Crowd {
+public:
+    Crowd(const TServerWay& way, int firstNumber)
     {
-        std::vector<std::jthread> threads;
-        for (const auto& client : clients) {
-            threads.emplace_back([&] {
-                std::vector<double> own;
-                qint64 count = 0;
-                try {
-                    for (; Clock::now() < end; ++count) {
-                        bool lookUp = false;
-                        const double time = MillisecondsOf([&] { lookUp = client->Next(); });
-                        if (lookUp)
-                            own.push_back(time);
-                    }
-                } catch (const wire::Error& error) {
-                    const std::lock_guard lock(mutex);
-                    failure = error.Message();
-                }
-                statements += count;
-                const std::lock_guard lock(mutex);
-                lookUps.insert(lookUps.end(), own.begin(), own.end());
-            });
+        for (int i = 0; i < kClients; ++i)
+            threads_.emplace_back([=, this] { Work(way, firstNumber + i); });
+        gate_.arrive_and_wait(); // all are logged in
+    }
+    ~Crowd()
+    {
+        ended_ = true;
+        gate_.arrive_and_wait();
+    }
+    Crowd(const Crowd&) = delete;
+    Crowd& operator=(const Crowd&) = delete;
+
+    // Statements a second of all together.
+    double Rate(int seconds)
+    {
+        RequireSuccess();
+        statements_ = 0;
+        const Clock::time_point start = Clock::now();
+        end_ = start + std::chrono::seconds(seconds);
+        gate_.arrive_and_wait();
+        gate_.arrive_and_wait();
+        RequireSuccess();
+        return double(statements_) / std::chrono::duration<double>(Clock::now() - start).count();
+    }
+
+    std::vector<double> lookUps; // what each took, in milliseconds
+
+private:
+    void Work(const TServerWay& way, int number)
+    {
+        std::optional<Client> client;
+        Guarded([&] { client.emplace(way, number); });
+        for (gate_.arrive_and_wait();; gate_.arrive_and_wait()) {
+            gate_.arrive_and_wait();
+            if (ended_)
+                return;
+            if (client)
+                Guarded([&] { WorkRound(*client); });
         }
     }
-    if (!failure.isEmpty())
-        throw wire::Error(wire::ErrorKind::Usage, failure);
-    return double(statements) / std::chrono::duration<double>(Clock::now() - start).count();
-}
+
+    void WorkRound(Client& client)
+    {
+        std::vector<double> times;
+        qint64 count = 0;
+        for (; Clock::now() < end_; ++count) {
+            bool lookUp = false;
+            const double time = MillisecondsOf([&] { lookUp = client.Next(); });
+            if (lookUp)
+                times.push_back(time);
+        }
+        const std::lock_guard lock(mutex_);
+        statements_ += count;
+        lookUps.insert(lookUps.end(), times.begin(), times.end());
+    }
+
+    template <typename F> void Guarded(F&& work)
+    {
+        try {
+            work();
+        } catch (const wire::Error& error) {
+            const std::lock_guard lock(mutex_);
+            failure_ = error.Message();
+        }
+    }
+    void RequireSuccess()
+    {
+        if (!failure_.isEmpty())
+            throw wire::Error(wire::ErrorKind::Usage, failure_);
+    }
+
+    std::barrier<> gate_{kClients + 1};
+    std::mutex mutex_;
+    QString failure_;
+    qint64 statements_ = 0;
+    Clock::time_point end_;
+    bool ended_ = false; // between two gates, as what is above
+    std::vector<std::jthread> threads_;
+};
 
 QString Quoted(const QString& text)
 {
@@ -384,14 +435,22 @@ double Percentile(std::vector<double> values, double share)
 void Run(int seconds, int rounds)
 {
     const PostgresDatabase database;
+    const QStringList options{u"--storage"_s, database.Uri(), u"--connections"_s,
+        QString::number(kConnections), u"--log-level"_s, u"warn"_s, u"--demo"_s, u"medium"_s};
     std::fputs("making a database of 100,000 orders …\n", stderr);
-    const ServerProcess server({},
-        {u"--storage"_s, database.Uri(), u"--demo"_s, u"medium"_s, u"--connections"_s,
-            QString::number(kConnections), u"--log-level"_s, u"warn"_s});
+    const ServerProcess server({}, options);
+    TestAuthority authority;
+    const TestAuthority::Files files = authority.Issue();
+    const ServerProcess tlsServer(
+        {}, options + QStringList{u"--tls-certificate"_s, files.certificates, u"--tls-key"_s, files.key});
     const auto catalog = storage::OpenPostgres(database.Uri(), {}, {})->Catalog();
     CopyOrders(database, *catalog);
     TServerWay way;
     way.addresses = {{u"127.0.0.1"_s, server.Port()}};
+    TServerWay tlsWay;
+    tlsWay.addresses = {{u"127.0.0.1"_s, tlsServer.Port()}};
+    tlsWay.tls = TTlsUse::Always;
+    tlsWay.caFile = authority.CaFile();
     {
         TSocketConnectionEx connection;
         connection.SetTransport(MakeTcpTransport(way));
@@ -399,18 +458,11 @@ void Run(int seconds, int rounds)
         Client::windows = FindWindows(connection);
     }
     PgBench pgbench(database.Uri(), catalog);
-    std::vector<std::unique_ptr<Client>> clients;
-    for (int i = 0; i < kClients; ++i)
-        clients.push_back(std::make_unique<Client>(way, i));
+    Crowd plain(way, 0);
+    Crowd tls(tlsWay, kClients);
 
-    std::vector<double> lookUps;
-    const Comparison rate = Compare(
-        rounds,
-        [&] {
-            lookUps.clear();
-            return ServerRate(clients, seconds, lookUps);
-        },
-        [&] { return pgbench.Rate(seconds); });
+    const auto plainRate = [&] { return plain.Rate(seconds); };
+    const Comparison rate = Compare(rounds, plainRate, [&] { return pgbench.Rate(seconds); });
     const auto each = [](double perSecond) {
         return QString::number(perSecond, 'f', 0) + u" statements/s"_s;
     };
@@ -422,10 +474,14 @@ void Run(int seconds, int rounds)
         each(rate.subject),
         u"pgbench, the same prepared, %1 connections: "_s.arg(kConnections) + each(rate.peer), rate.ratio,
         0.8);
-    const double median = Percentile(lookUps, 0.5);
-    const double slow = Percentile(lookUps, 0.99);
+    const double median = Percentile(plain.lookUps, 0.5);
+    const double slow = Percentile(plain.lookUps, 0.99);
     PrintRow(u"99th percentile of a look-up in it"_s, Milliseconds(slow),
         u"median: "_s + Milliseconds(median), slow / median, 8);
+    const Comparison enciphered = Compare(
+        rounds, [&] { return tls.Rate(seconds); }, plainRate);
+    PrintRateRow(u"the same with TLS"_s, each(enciphered.subject), u"plain: "_s + each(enciphered.peer),
+        enciphered.ratio, 0.8);
 }
 
 } // namespace
