@@ -20,6 +20,7 @@ protected:
         auto way = std::make_unique<FakeTransport>(server);
         transport = way.get();
         connection.SetTransport(std::move(way));
+        connection.SavePatience = 0; // sent twice, then given up
         connection.Open(u"account"_s, u"password"_s);
         set.SetRemoteServer(&connection);
         set.SetCommandText(u"select * from orders"_s);

@@ -64,6 +64,7 @@ private:
             desk.orders.Post();
         }
         saving.release();
+        desk.connection.SavePatience = 0; // what the kill hits is to be seen, not mended
         try {
             desk.orders.ApplyUpdates(-1);
             turn.acknowledged = true;
@@ -71,6 +72,7 @@ private:
             if (error.Kind() != wire::ErrorKind::Connection)
                 throw;
         }
+        desk.connection.SavePatience = 10'000;
         restarted.acquire();
         Desk witness(server_.Port(), DemoAccountOf());
         witness.Open(u"select a.TX_LOGISTIC_ID from tab_zelmor_bill a where a.REMARK='%1'"_s.arg(mark));
