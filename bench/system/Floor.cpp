@@ -133,13 +133,16 @@ int Floor::Update(std::span<const Edit> edits)
         BindText(statement, 2, edit.modifier);
         sqlite3_bind_double(statement, 3, edit.weight);
         BindText(statement, 4, edit.order);
-        sqlite3_bind_int64(statement, 5, edit.status);
+        if (edit.status)
+            sqlite3_bind_int64(statement, 5, *edit.status);
+        else
+            sqlite3_bind_null(statement, 5);
         BindText(statement, 6, edit.receivingSite);
         BindText(statement, 7, edit.candidates);
         BindText(statement, 8, edit.oldRemark);
         BindText(statement, 9, edit.oldModifier);
-        if (edit.hadWeight)
-            sqlite3_bind_double(statement, 10, edit.oldWeight);
+        if (edit.oldWeight)
+            sqlite3_bind_double(statement, 10, *edit.oldWeight);
         else
             sqlite3_bind_null(statement, 10);
         Check(database_, sqlite3_step(statement));

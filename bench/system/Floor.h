@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
 #include <span>
 
 struct sqlite3;
@@ -30,11 +31,11 @@ public:
     // One prepared update in one transaction, with the old-value check that a save makes; the rows changed.
     struct Edit {
         QString order;
-        qint64 status = 0;
+        std::optional<qint64> status;
         QString receivingSite, candidates;
         QString oldRemark, oldModifier, remark, modifier;
-        double oldWeight = 0, weight = 0;
-        bool hadWeight = false;
+        std::optional<double> oldWeight;
+        double weight = 0;
     };
     int Update(std::span<const Edit> edits);
 

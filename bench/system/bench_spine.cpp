@@ -29,6 +29,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <malloc.h>
+#include <optional>
 #include <thread>
 #include <unistd.h>
 
@@ -322,23 +323,27 @@ void BenchApply(const MeasuredDatabase& database, TSocketConnectionEx& local)
         open();
         std::vector<Floor::Edit> edits;
         for (; !dataSet.Eof(); dataSet.Next()) {
+            const TField& status = dataSet.FieldByName(u"STATUS");
             const TField& weight = dataSet.FieldByName(u"TOTAL_WEIGHT");
             const auto text = [&](const char16_t* field) {
                 return dataSet.FieldByName(QStringView(field)).AsString();
             };
             edits.push_back({.order = text(u"TX_LOGISTIC_ID"),
-                .status = dataSet.FieldByName(u"STATUS").AsInteger(),
+                .status = status.IsNull() ? std::nullopt : std::optional(status.AsInteger()),
                 .receivingSite = text(u"REC_SITE"),
                 .candidates = text(u"PREPARE_SITE"),
                 .oldRemark = text(u"REMARK"),
                 .oldModifier = text(u"MODIFIER"),
                 .remark = u"第%1次修改"_s.arg(round),
                 .modifier = u"员工%1"_s.arg(round),
-                .oldWeight = weight.AsFloat(),
-                .weight = round + 0.5,
-                .hadWeight = !weight.IsNull()});
+                .oldWeight = weight.IsNull() ? std::nullopt : std::optional(weight.AsFloat()),
+                .weight = round + 0.5});
         }
-        return MillisecondsOf([&] { floor.Update(edits); });
+        int changed = 0;
+        const double elapsed = MillisecondsOf([&] { changed = floor.Update(edits); });
+        if (changed != kRows)
+            Fail(u"the peer changed %1 of %2 rows"_s.arg(changed).arg(kRows));
+        return elapsed;
     };
     const Comparison applied = Compare(5, subject, peer);
     PrintRow(u"10,000 edited rows in one save, in process"_s, Milliseconds(applied.subject),
@@ -498,7 +503,7 @@ int main(int argc, char** argv)
         const MeasuredDatabase grown = Grown(cacheFolder);
         PrintHead();
         {
-            ServerProcess process(medium.folder);
+            const ServerProcess process(medium.folder, {u"--log-level"_s, u"warn"_s});
             const auto server = medium.Serve();
             const auto local = Connect(server->NewTransport());
             const auto network = Connect(MakeTcpTransport(u"127.0.0.1"_s, process.Port()));
