@@ -5,7 +5,6 @@ SIZE ?= medium
 SECONDS ?= 60
 SOURCES = $(shell git ls-files '*.cpp' '*.h')
 
-
 .PHONY: run test bench build setup sanitize fuzz chaos pictures format check-format lint clean
 
 run: build
