@@ -249,28 +249,8 @@ CellReaders::CellReaders(const PGresult* result, const std::vector<wire::ColumnT
 
 void CellReaders::ReadRow(const PGresult* result, int row, CellBlocks& blocks) const
 {
-    const int columns = static_cast<int>(readers_.size());
-    for (int i = 0; i < columns; ++i) {
-        const Reader reader = readers_[static_cast<size_t>(i)];
-        wire::CellBlock& cells = blocks[static_cast<size_t>(i)];
-        const int length = PQgetlength(result, row, i);
-        // What has no length has no value, or is empty text: null both.
-        if (length == 0) {
-            cells.AddNull();
-            continue;
-        }
-        const char* const bytes = PQgetvalue(result, row, i);
-        switch (reader.wanted) {
-        case wire::ColumnType::Text:
-            cells.AddText(bytes, length);
-            break;
-        case wire::ColumnType::Number:
-            cells.AddNumber(NumberOf(reader.form, bytes, length));
-            break;
-        default:
-            cells.AddInteger(IntegerOf(reader.form, bytes, length));
-        }
-    }
+    for (int i = 0; i < Count(); ++i)
+        ReadCell(i, PQgetvalue(result, row, i), PQgetlength(result, row, i), blocks);
 }
 
 wire::Value CellReaders::ReadValue(const PGresult* result, int row, int column) const

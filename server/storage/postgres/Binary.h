@@ -59,7 +59,22 @@ public:
     // Raises wire::Error (Storage) where the database gives a type that cannot be read as what is wanted.
     CellReaders(const PGresult* result, const std::vector<wire::ColumnType>& wanted);
 
+    int Count() const noexcept { return static_cast<int>(readers_.size()); }
     void ReadRow(const PGresult* result, int row, CellBlocks& blocks) const;
+    // One cell of the next row; without a length it has no value, or is empty text: null both.
+    void ReadCell(int column, const char* bytes, int length, CellBlocks& blocks) const
+    {
+        const Reader reader = readers_[static_cast<size_t>(column)];
+        wire::CellBlock& cells = blocks[static_cast<size_t>(column)];
+        if (length == 0)
+            cells.AddNull();
+        else if (reader.wanted == wire::ColumnType::Text)
+            cells.AddText(bytes, length);
+        else if (reader.wanted == wire::ColumnType::Number)
+            cells.AddNumber(NumberOf(reader.form, bytes, length));
+        else
+            cells.AddInteger(IntegerOf(reader.form, bytes, length));
+    }
     wire::Value ReadValue(const PGresult* result, int row, int column) const;
 
 private:

@@ -1,6 +1,7 @@
 #include "server/storage/postgres/Libpq.h"
 
 #include "server/Texts.h"
+#include "server/dialect/Postgres.h"
 #include "server/operation/Secrets.h"
 #include "server/storage/postgres/Binary.h"
 
@@ -225,6 +226,7 @@ void Link::Sync()
 Result Link::Next()
 {
     WaitForInput();
+    readsLeft_ = 0;
     Result result(PQgetResult(Handle()));
     if (result && PQresultStatus(result.get()) == PGRES_PIPELINE_SYNC)
         --syncs_;
@@ -242,6 +244,65 @@ void Link::Drain()
 void Link::ReadRowByRow()
 {
     Require(PQsetSingleRowMode(Handle()));
+}
+
+void Link::StartCopy(const std::string& copyText)
+{
+    Require(PQexitPipelineMode(Handle()));
+    cancelled_ = false;
+    Require(PQsendQuery(Handle(), copyText.c_str()));
+    const Result result = Next();
+    copying_ = PQresultStatus(result.get()) == PGRES_COPY_OUT;
+    if (copying_)
+        return;
+    EndCopy();
+    if (!result)
+        RaiseLost();
+    Raise(result);
+}
+
+std::string_view Link::NextCopied()
+{
+    copied_.reset();
+    char* bytes = nullptr;
+    int size = PQgetCopyData(Handle(), &bytes, 1);
+    while (size == 0) {
+        if (!WaitOnce())
+            RaiseLost();
+        size = PQgetCopyData(Handle(), &bytes, 1);
+    }
+    copied_.reset(bytes);
+    if (size > 0)
+        return {bytes, static_cast<size_t>(size)};
+    copying_ = false;
+    const Result end = Next();
+    if (!end)
+        RaiseLost();
+    if (IsError(end))
+        Raise(end);
+    return {};
+}
+
+void Link::EndCopy() noexcept
+{
+    try {
+        if (copying_)
+            Cancel();
+        while (copying_) {
+            try {
+                NextCopied();
+            } catch (const TryAgain&) {
+                throw;
+            } catch (const wire::Error&) {
+                // That it was broken off.
+            }
+        }
+        while (Next()) { }
+        copied_.reset();
+        StartPipeline();
+    } catch (const wire::Error&) {
+        GiveUp(); // whoever lends it next is told so
+    }
 }
 
 void Link::CheckStop()
@@ -287,6 +348,9 @@ void Link::Raise(const Result& result, const QString& sqlText)
         GiveUp();
     if (state == "57014" && cancelled_)
         throw wire::Error(ErrorKind::Limit, texts::Interrupted(), sqlText);
+    // What the functions that translated statements use have to say.
+    if (const auto error = dialect::ErrorOfSqlState(state, ReasonOf(result)))
+        throw wire::Error(error->Kind(), error->Message(), sqlText);
     const Fault fault = FaultOf(state);
     throw wire::Error(fault.kind, Explained(fault.message, ReasonOf(result)), sqlText);
 }
@@ -304,21 +368,30 @@ void Link::Require(int sent)
         RaiseLost();
 }
 
-// What has been sent ahead goes out while there is room: neither side ever waits for the other to read.
 void Link::WaitForInput()
 {
-    while (PQisBusy(Handle())) {
+    while (PQisBusy(Handle()) && WaitOnce()) {
+        if (readsLeft_ > 0 && --readsLeft_ == 0)
+            throw TooMuch{};
+    }
+}
+
+// Until something has come in, or the stop signal has been asked; false where the connection has failed (what
+// the database said last may still be read). What has been sent ahead goes out while there is room: neither
+// side ever waits for the other to read.
+bool Link::WaitOnce()
+{
+    for (;;) {
         const int unsent = PQflush(Handle());
         if (unsent < 0)
-            return; // what the database said last may still be read
+            return false;
         pollfd socket{PQsocket(Handle()), static_cast<short>(POLLIN | (unsent > 0 ? POLLOUT : 0)), 0};
         const int ready = poll(&socket, 1, kPollMilliseconds);
         if (ready < 0 && errno != EINTR)
             RaiseLost();
-        if (ready == 0)
-            AskStop();
-        else if (!PQconsumeInput(Handle()))
-            return;
+        if (ready != 0)
+            return PQconsumeInput(Handle()) != 0;
+        AskStop();
     }
 }
 

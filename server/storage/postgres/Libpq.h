@@ -65,6 +65,16 @@ public:
     void Drain();
     // Rows one by one, for the statement whose results come next.
     void ReadRowByRow();
+    // Or all together, which is less work for few; Next raises TooMuch where it takes more than so many
+    // reads.
+    struct TooMuch { };
+    void ReadTogether(int mostReads) noexcept { readsLeft_ = mostReads; }
+    // Rows in bulk: "copy … to stdout", while nothing else is under way. NextCopied gives the bytes of one
+    // message, valid until the next, and nothing at the end; it raises what the copy fails with.
+    void StartCopy(const std::string& copyText);
+    std::string_view NextCopied();
+    // Breaks off what is not read to its end. Statements may be sent again, or the link is given up.
+    void EndCopy() noexcept;
     // Raises Limit where the stop signal says so.
     void CheckStop();
     // Asks the database to break off what is running; its error is read as that of any statement.
@@ -77,14 +87,21 @@ public:
 private:
     void Require(int sent);
     void WaitForInput();
+    bool WaitOnce();
     void AskStop();
 
     struct Closer {
         void operator()(PGconn* connection) const noexcept { PQfinish(connection); }
     };
+    struct Freer {
+        void operator()(char* memory) const noexcept { PQfreemem(memory); }
+    };
     std::unique_ptr<PGconn, Closer> connection_;
+    std::unique_ptr<char, Freer> copied_;
     StopSignal* stop_ = nullptr;
     int syncs_ = 0; // sent and not yet read
+    int readsLeft_ = 0; // until the next result; 0: as many as it takes
+    bool copying_ = false; // and not at its end
     bool givenUp_ = false;
     bool cancelled_ = false; // since the last Sync
     std::chrono::steady_clock::time_point cancelledAt_;

@@ -7,6 +7,9 @@ namespace storage::postgres {
 namespace {
 
 constexpr size_t kPreparedStatements = 300;
+// So many rows, the last time, may come together.
+constexpr qint64 kRowsTogether = wire::CellBlock::kRows;
+constexpr int kMostReads = 256; // of 16 KB each: what rows that come together may take of the memory
 
 } // namespace
 
@@ -121,8 +124,12 @@ bool Pipeline::ReceiveRows()
 {
     if (!ReceiveUpTo(Expected::Kind::Statement) || failure_)
         return false;
+    const qint64 rows = expected_.front().statement->rows;
+    if (rows >= 0 && rows <= kRowsTogether)
+        link_.ReadTogether(kMostReads);
+    else
+        link_.ReadRowByRow();
     expected_.pop_front();
-    link_.ReadRowByRow();
     return true;
 }
 

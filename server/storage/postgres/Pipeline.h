@@ -9,6 +9,8 @@
 
 namespace storage::postgres {
 
+inline constexpr qint64 kUnknownRows = -1;
+
 // A statement that the database keeps prepared for this connection.
 struct Prepared {
     std::string name;
@@ -18,6 +20,7 @@ struct Prepared {
     quint64 lastUse = 0;
     std::optional<CellReaders> readers; // once its first rows have come
     CellBlocks scratch;
+    qint64 rows = kUnknownRows; // the last time
 };
 using PreparedPtr = std::shared_ptr<Prepared>;
 
@@ -45,7 +48,8 @@ public:
 
     // The result of the next prepared statement that was sent; none where it failed or was skipped.
     Result Receive();
-    // Makes the rows of the next one come one by one, from Link::Next; false where it will not come to that.
+    // Makes the rows of the next one come from Link::Next, one by one or (few) together; false where it will
+    // not come to that.
     bool ReceiveRows();
     // Reads on to the Sync; gives what failed first before it.
     Result Finish();

@@ -1,7 +1,7 @@
 #include "server/storage/postgres/PostgresConnection.h"
 
 #include "server/Texts.h"
-#include "server/dialect/Postgres.h"
+#include "server/storage/postgres/CopyOut.h"
 #include "server/storage/postgres/PostgresRowWriter.h"
 #include "server/storage/postgres/PostgresSchema.h"
 
@@ -10,6 +10,9 @@
 
 namespace storage::postgres {
 namespace {
+
+// More rows than that, the last time: a copy is worth being planned anew.
+constexpr qint64 kCopiedRows = 8 * wire::CellBlock::kRows;
 
 constexpr auto kBegin = "begin";
 constexpr auto kSetPoint = "savepoint zelmor_point";
@@ -27,16 +30,6 @@ std::string Numbered(std::string_view sql)
             numbered += c;
     }
     return numbered;
-}
-
-[[noreturn]] void RaiseTranslated(Link& link, const Result& failure, const Prepared& statement)
-{
-    const QString sql = QString::fromStdString(statement.sql);
-    if (PQstatus(link.Handle()) == CONNECTION_OK) {
-        if (const auto error = dialect::ErrorOfSqlState(SqlStateOf(failure), ReasonOf(failure)))
-            throw wire::Error(error->Kind(), error->Message(), sql);
-    }
-    link.Raise(failure, sql);
 }
 
 // The rows of the statement whose results come next.
@@ -58,14 +51,9 @@ public:
             cells.Clear();
         link_.CheckStop();
         for (qsizetype row = 0; row < wire::CellBlock::kRows; ++row) {
-            Result result = link_.Next();
-            if (PQresultStatus(result.get()) != PGRES_SINGLE_TUPLE) {
-                End(std::move(result));
+            if (next_ == PQntuples(rows_.get()) && !NextRows())
                 return false;
-            }
-            if (!statement_.readers)
-                statement_.readers.emplace(result.get(), types_);
-            statement_.readers->ReadRow(result.get(), 0, blocks);
+            statement_.readers->ReadRow(rows_.get(), next_++, blocks);
         }
         return true;
     }
@@ -73,6 +61,24 @@ public:
     bool HasEnded() const noexcept { return ended_; }
 
 private:
+    // False at the end.
+    bool NextRows()
+    {
+        if (PQresultStatus(rows_.get()) == PGRES_TUPLES_OK) {
+            End(std::move(rows_));
+            return false;
+        }
+        rows_ = link_.Next();
+        next_ = 0;
+        if (PQntuples(rows_.get()) == 0) {
+            End(std::move(rows_));
+            return false;
+        }
+        if (!statement_.readers)
+            statement_.readers.emplace(rows_.get(), types_);
+        return true;
+    }
+
     void End(Result last)
     {
         if (!last)
@@ -80,12 +86,14 @@ private:
         while (link_.Next()) { }
         ended_ = true;
         if (IsError(last))
-            RaiseTranslated(link_, last, statement_);
+            link_.Raise(last, QString::fromStdString(statement_.sql));
     }
 
     Link& link_;
     Prepared& statement_;
     std::vector<wire::ColumnType> types_;
+    Result rows_; // one, or all where they come together
+    int next_ = 0; // of them
     bool ended_ = false;
 };
 
@@ -135,16 +143,34 @@ qint64 PostgresConnection::Query(
     const dialect::Translated& select, wire::DateTime now, const ReadLimits& limits, wire::ReplySink& sink)
 {
     const PreparedPtr statement = Bind(select, now);
+    if (statement->rows > kCopiedRows && pipeline_.Deferred().empty()) {
+        if (const auto copyText = CopyText(select, now)) {
+            CopyReader rows(link_, *copyText, *statement->readers);
+            return statement->rows = StreamRows(rows, statement->scratch, limits, sink);
+        }
+    }
+    try {
+        return Read(statement, select.translation->columns, limits, sink);
+    } catch (const Link::TooMuch&) {
+        // It was few rows the last time. None of these has been handed on.
+        statement->rows = kUnknownRows;
+        return Read(statement, select.translation->columns, limits, sink);
+    }
+}
+
+qint64 PostgresConnection::Read(const PreparedPtr& statement, const std::vector<wire::ColumnInfo>& columns,
+    const ReadLimits& limits, wire::ReplySink& sink)
+{
     return Clean([&] {
         pipeline_.Send(statement, parameters_);
         pipeline_.Sync();
         if (!pipeline_.ReceiveRows())
-            RaiseTranslated(link_, pipeline_.Finish(), *statement);
-        RowReader rows(link_, *statement, select.translation->columns);
+            link_.Raise(pipeline_.Finish(), QString::fromStdString(statement->sql));
+        RowReader rows(link_, *statement, columns);
         try {
             const qint64 count = StreamRows(rows, statement->scratch, limits, sink);
             pipeline_.Finish();
-            return count;
+            return statement->rows = count;
         } catch (...) {
             if (!rows.HasEnded())
                 link_.Cancel();
@@ -161,7 +187,7 @@ qint64 PostgresConnection::Execute(const dialect::Translated& update, wire::Date
         pipeline_.Sync();
         const Result result = pipeline_.Receive();
         if (const Result failure = pipeline_.Finish())
-            RaiseTranslated(link_, failure, *statement);
+            link_.Raise(failure, QString::fromStdString(statement->sql));
         return qint64(std::atoll(PQcmdTuples(result.get())));
     });
 }

@@ -29,6 +29,8 @@ public:
 
 private:
     PreparedPtr Bind(const dialect::Translated& translated, wire::DateTime now);
+    qint64 Read(const PreparedPtr& statement, const std::vector<wire::ColumnInfo>& columns,
+        const ReadLimits& limits, wire::ReplySink& sink);
     PreparedPtr Bind(std::string_view sql, std::span<const wire::Value> values);
     template <typename Work> auto Clean(Work&& work);
 

@@ -1,0 +1,161 @@
+#include "server/storage/postgres/CopyOut.h"
+
+#include "server/Texts.h"
+
+#include <QtEndian>
+
+#include <charconv>
+#include <cmath>
+
+namespace storage::postgres {
+namespace {
+
+constexpr std::string_view kSignature("PGCOPY\n\377\r\n\0", 11);
+
+// As a literal that means the same whether backslashes escape or not.
+std::string QuotedText(const QString& text)
+{
+    std::string quoted = "E'";
+    for (const char c : text.toUtf8()) {
+        if (c == '\'' || c == '\\')
+            quoted += c;
+        quoted += c;
+    }
+    return quoted + '\'';
+}
+
+std::optional<std::string> LiteralOf(const wire::Value& given, wire::ColumnType type)
+{
+    // Beyond them dates have no text that both sides read alike.
+    static const wire::DateTime kFirst = wire::DateTime::FromParts(1, 1, 1);
+    static const wire::DateTime kLast = wire::DateTime::FromParts(9999, 12, 31, 23, 59, 59);
+    const wire::Value value = wire::Convert(given, type);
+    std::string text = "null";
+    if (const auto* string = std::get_if<QString>(&value)) {
+        if (!string->isEmpty())
+            text = QuotedText(*string);
+    } else if (const auto* integer = std::get_if<qint64>(&value)) {
+        text = '\'' + std::to_string(*integer) + '\'';
+    } else if (const auto* number = std::get_if<double>(&value)) {
+        if (!std::isfinite(*number))
+            return std::nullopt;
+        char digits[32];
+        const auto end = std::to_chars(digits, digits + sizeof digits, *number).ptr;
+        text = '\'' + std::string(digits, end) + '\'';
+    } else if (const auto* date = std::get_if<wire::DateTime>(&value)) {
+        if (*date < kFirst || kLast < *date)
+            return std::nullopt;
+        text = '\'' + date->ToText().toStdString() + '\'';
+    }
+    switch (type) {
+    case wire::ColumnType::Text:
+        return '(' + text + "::text)";
+    case wire::ColumnType::Integer:
+        return '(' + text + "::bigint)";
+    case wire::ColumnType::Number:
+        return '(' + text + "::double precision)";
+    case wire::ColumnType::DateTime:
+        return '(' + text + "::timestamp)";
+    }
+    return std::nullopt;
+}
+
+template <typename T> T Take(std::string_view& bytes)
+{
+    if (bytes.size() < sizeof(T))
+        throw wire::Error(wire::ErrorKind::Storage, server::texts::DatabaseError());
+    const T value = qFromBigEndian<T>(bytes.data());
+    bytes.remove_prefix(sizeof(T));
+    return value;
+}
+
+std::string_view TakeBytes(std::string_view& bytes, size_t size)
+{
+    if (bytes.size() < size)
+        throw wire::Error(wire::ErrorKind::Storage, server::texts::DatabaseError());
+    const std::string_view taken = bytes.substr(0, size);
+    bytes.remove_prefix(size);
+    return taken;
+}
+
+} // namespace
+
+std::optional<std::string> CopyText(const dialect::Translated& select, wire::DateTime now)
+{
+    const std::string& sql = select.translation->sql;
+    std::string text = "copy (";
+    char quote = '\0';
+    for (size_t at = 0; at < sql.size();) {
+        const char c = sql[at];
+        size_t end = at + 1;
+        while (quote == '\0' && c == '$' && end < sql.size() && sql[end] >= '0' && sql[end] <= '9')
+            ++end;
+        if (end == at + 1) {
+            // A quote that is doubled ends and begins again.
+            if (c == quote)
+                quote = '\0';
+            else if (quote == '\0' && (c == '\'' || c == '"'))
+                quote = c;
+            text += c;
+        } else {
+            const size_t number = std::stoul(sql.substr(at + 1, end - at - 1));
+            const dialect::Parameter& parameter = select.translation->parameters.at(number - 1);
+            const bool isNow = parameter.source == dialect::Parameter::Source::Now;
+            const auto literal =
+                LiteralOf(isNow ? wire::Value(now) : select.literals[static_cast<size_t>(parameter.literal)],
+                    parameter.type);
+            if (!literal)
+                return std::nullopt;
+            text += *literal;
+        }
+        at = end;
+    }
+    return text + ") to stdout (format binary)";
+}
+
+CopyReader::CopyReader(Link& link, const std::string& copyText, const CellReaders& readers)
+    : link_(link)
+    , readers_(readers)
+{
+    link_.StartCopy(copyText);
+}
+
+CopyReader::~CopyReader()
+{
+    link_.EndCopy();
+}
+
+bool CopyReader::Fill(CellBlocks& blocks)
+{
+    for (wire::CellBlock& cells : blocks)
+        cells.Clear();
+    link_.CheckStop();
+    for (qsizetype row = 0; row < wire::CellBlock::kRows;) {
+        std::string_view bytes = link_.NextCopied();
+        if (bytes.empty())
+            return false;
+        if (!headerRead_) {
+            headerRead_ = true;
+            if (TakeBytes(bytes, kSignature.size()) != kSignature)
+                throw wire::Error(wire::ErrorKind::Storage, server::texts::DatabaseError());
+            Take<qint32>(bytes); // flags
+            TakeBytes(bytes, Take<quint32>(bytes)); // what a newer version may have added
+        }
+        if (bytes.empty())
+            continue; // the header alone
+        const qint16 fields = Take<qint16>(bytes);
+        if (fields < 0)
+            continue; // the trailer
+        if (fields != readers_.Count())
+            throw wire::Error(wire::ErrorKind::Storage, server::texts::DatabaseError());
+        for (int i = 0; i < fields; ++i) {
+            const qint32 length = Take<qint32>(bytes);
+            const std::string_view cell = length > 0 ? TakeBytes(bytes, static_cast<size_t>(length)) : "";
+            readers_.ReadCell(i, cell.data(), static_cast<int>(cell.size()), blocks);
+        }
+        ++row;
+    }
+    return true;
+}
+
+} // namespace storage::postgres
