@@ -1,6 +1,6 @@
 // Fifty clients of a server over PostgreSQL, as a branch's day looks: look-ups, lists of orders, saves;
 // against pgbench with the same statements, prepared, over as many connections as the server's pool has.
-// Needs a cluster as bench_postgres does. Usage: bench_mix [SECONDS-A-ROUND [ROUNDS]]
+// Needs a cluster as bench_postgres does. Usage: bench_mix [SECONDS-A-ROUND [ROUNDS [LOOK-UPS:LISTS:SAVES]]]
 
 #include "bench/system/Measure.h"
 #include "demo/Generator.h"
@@ -45,13 +45,19 @@ constexpr qint64 kFirstOrder = 9'000'000;
 constexpr qint64 kFirstPgbenchOrder = kFirstOrder + 2 * kClients * kRowsASave;
 constexpr qint64 kFirstWaybill = 880'000'000;
 
-// Of each 17 statements; a pickup of five parcels asks three questions for each, then lists and saves.
+// How often each kind of statement comes. A pickup of five parcels asks three questions for each, then saves
+// and lists the orders anew.
+struct Mix {
+    int lookUps = 15;
+    int lists = 1;
+    int saves = 1;
+};
+
+// Of so many look-ups.
 constexpr int kUsed = 6;
 constexpr int kDisabled = 6;
 constexpr int kItems = 3;
-constexpr int kList = 1;
-constexpr int kSave = 1;
-constexpr int kAll = kUsed + kDisabled + kItems + kList + kSave;
+constexpr int kLookUps = kUsed + kDisabled + kItems;
 
 struct Window {
     QString from, to;
@@ -144,21 +150,17 @@ public:
     // One statement of the mix; true when it was a look-up.
     bool Next()
     {
-        const int chance = int(random_() % kAll);
-        const QString number = QString::number(kFirstWaybill + random_() % kCopies);
-        if (chance < kUsed)
-            Query(UsedText(number));
-        else if (chance < kUsed + kDisabled)
-            Query(DisabledText(number));
-        else if (chance < kUsed + kDisabled + kItems)
-            Query(ItemsText(QString::number(kFirstOrder + random_() % kCopies)));
-        else if (chance < kAll - kSave)
+        const int chance = int(random_() % quint32(mix.lookUps + mix.lists + mix.saves));
+        if (chance < mix.lookUps)
+            LookUp(int(random_() % kLookUps));
+        else if (chance < mix.lookUps + mix.lists)
             Query(ListText(windows[random_() % windows.size()]));
         else
             Save();
-        return chance < kUsed + kDisabled + kItems;
+        return chance < mix.lookUps;
     }
 
+    static inline Mix mix;
     static inline std::vector<Window> windows;
 
 private:
@@ -170,6 +172,17 @@ private:
         request_.text = text;
         transport_->Exchange(request_, keeper_);
         return keeper_.rows;
+    }
+
+    void LookUp(int kind)
+    {
+        const QString number = QString::number(kFirstWaybill + random_() % kCopies);
+        if (kind < kUsed)
+            Query(UsedText(number));
+        else if (kind < kUsed + kDisabled)
+            Query(DisabledText(number));
+        else
+            Query(ItemsText(QString::number(kFirstOrder + random_() % kCopies)));
     }
 
     void Save()
@@ -295,12 +308,12 @@ public:
         const QString counted = u"\\set n random(%1, %2)\n"_s;
         const QString waybill = counted.arg(kFirstWaybill).arg(kFirstWaybill + kCopies - 1);
         const QString order = counted.arg(kFirstOrder).arg(kFirstOrder + kCopies - 1);
-        Add(waybill + Statement(UsedText(u"?"_s)), kUsed * kLists);
-        Add(waybill + Statement(DisabledText(u"?"_s)), kDisabled * kLists);
-        Add(order + Statement(ItemsText(u"?"_s)), kItems * kLists);
+        Add(waybill + Statement(UsedText(u"?"_s)), kUsed * kLists * Client::mix.lookUps);
+        Add(waybill + Statement(DisabledText(u"?"_s)), kDisabled * kLists * Client::mix.lookUps);
+        Add(order + Statement(ItemsText(u"?"_s)), kItems * kLists * Client::mix.lookUps);
         for (const Window& window : Client::windows)
-            Add(Statement(ListText(window)), kList);
-        Add(SaveScript(), kSave * kLists);
+            Add(Statement(ListText(window)), kLookUps * Client::mix.lists);
+        Add(SaveScript(), kLookUps * kLists * Client::mix.saves);
     }
 
     double Rate(int seconds)
@@ -468,16 +481,21 @@ void Run(int seconds, int rounds)
     };
     PrintHead();
     PrintRateRow(
-        u"%1 clients: look-ups, lists of %2 rows, saves of %3 (15 : 1 : 1) on PostgreSQL"_s.arg(kClients)
+        u"%1 clients: look-ups, lists of %2 rows, saves of %3 (%4 : %5 : %6) on PostgreSQL"_s.arg(kClients)
             .arg(kRowsAList)
-            .arg(kRowsASave),
+            .arg(kRowsASave)
+            .arg(Client::mix.lookUps)
+            .arg(Client::mix.lists)
+            .arg(Client::mix.saves),
         each(rate.subject),
         u"pgbench, the same prepared, %1 connections: "_s.arg(kConnections) + each(rate.peer), rate.ratio,
         0.8);
-    const double median = Percentile(plain.lookUps, 0.5);
-    const double slow = Percentile(plain.lookUps, 0.99);
-    PrintRow(u"99th percentile of a look-up in it"_s, Milliseconds(slow),
-        u"median: "_s + Milliseconds(median), slow / median, 8);
+    if (Client::mix.lookUps > 0) {
+        const double median = Percentile(plain.lookUps, 0.5);
+        const double slow = Percentile(plain.lookUps, 0.99);
+        PrintRow(u"99th percentile of a look-up in it"_s, Milliseconds(slow),
+            u"median: "_s + Milliseconds(median), slow / median, 8);
+    }
     const Comparison enciphered = Compare(
         rounds, [&] { return tls.Rate(seconds); }, plainRate);
     PrintRateRow(u"the same with TLS"_s, each(enciphered.subject), u"plain: "_s + each(enciphered.peer),
@@ -491,6 +509,9 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     try {
+        const QStringList weights = arguments.value(3).split(u':');
+        if (weights.size() == 3)
+            Client::mix = {weights[0].toInt(), weights[1].toInt(), weights[2].toInt()};
         Run(arguments.value(1, u"5"_s).toInt(), arguments.value(2, u"5"_s).toInt());
     } catch (const wire::Error& error) {
         std::fprintf(stderr, "bench: %s\n", error.what());
