@@ -2,6 +2,9 @@
 
 #include "wire/Reader.h"
 
+#include <algorithm>
+#include <limits>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace wire {
@@ -63,9 +66,12 @@ void PutInfos(Packet& out, const std::vector<ColumnInfo>& infos)
     }
 }
 
-std::vector<ColumnInfo> GetInfos(Reader& in)
+std::vector<ColumnInfo> GetInfos(Reader& in, qint64 most = std::numeric_limits<qint64>::max())
 {
-    std::vector<ColumnInfo> infos(in.GetCount(10));
+    const quint32 count = in.GetCount(10);
+    if (count > most)
+        Malformed(u"message has %1 columns, more than %2"_s.arg(count).arg(most));
+    std::vector<ColumnInfo> infos(count);
     for (ColumnInfo& info : infos) {
         info.name = in.GetText();
         info.type = in.GetType();
@@ -78,12 +84,27 @@ std::vector<ColumnInfo> GetInfos(Reader& in)
     return infos;
 }
 
+// A cell may take three bytes on its way and twenty times as much in memory.
+void RequireCells(qint64 total)
+{
+    if (total > kMaxChangedCells)
+        throw Error(ErrorKind::Data, u"一次保存的修改超过%1项，请分批保存！"_s.arg(kMaxChangedCells));
+}
+
+// A row takes memory, too, with no cell in it.
+qint64 CellsOf(qint64 count)
+{
+    return std::max<qint64>(count, 1);
+}
+
 void PutChanges(Packet& out, const ChangeLog& changes)
 {
+    qint64 cells = 0;
     out.PutText(changes.commandText);
     PutInfos(out, changes.columns);
     out.Put(static_cast<quint32>(changes.rows.size()));
     for (const RowChange& row : changes.rows) {
+        RequireCells(cells += CellsOf(static_cast<qint64>(row.cells.size())));
         out.Put(static_cast<quint8>(row.kind));
         out.Put(row.rowId);
         out.Put(static_cast<quint32>(row.cells.size()));
@@ -93,21 +114,29 @@ void PutChanges(Packet& out, const ChangeLog& changes)
             PutValue(out, cell.current);
         }
     }
+    if (out.Size() - kHeaderSize > qsizetype(kMaxRequestBody))
+        throw Error(ErrorKind::Data,
+            u"一次保存的数据过大（%1 MB），请分批保存！"_s.arg((out.Size() - kHeaderSize) >> 20));
 }
 
 ChangeLog GetChanges(Reader& in)
 {
     ChangeLog changes;
     changes.commandText = in.GetText();
-    changes.columns = GetInfos(in);
-    changes.rows.resize(in.GetCount(9));
+    changes.columns = GetInfos(in, kMaxChangeColumns);
+    const quint32 rows = in.GetCount(9);
+    RequireCells(rows);
+    qint64 cells = 0;
+    changes.rows.resize(rows);
     for (RowChange& row : changes.rows) {
         const auto kind = in.Get<quint8>();
         if (kind < quint8(ChangeKind::Insert) || kind > quint8(ChangeKind::Delete))
             Malformed(u"unknown kind of change %1"_s.arg(kind));
         row.kind = static_cast<ChangeKind>(kind);
         row.rowId = in.Get<quint32>();
-        row.cells.resize(in.GetCount(4));
+        const quint32 count = in.GetCount(4);
+        RequireCells(cells += CellsOf(count));
+        row.cells.resize(count);
         for (CellChange& cell : row.cells) {
             cell.column = in.Get<quint16>();
             if (cell.column >= changes.columns.size())

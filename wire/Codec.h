@@ -7,7 +7,8 @@ namespace wire {
 
 // Messages to frames and back. Encoders give sealed packets and raise Error(Limit) for what is too large.
 // Decoders take whatever arrived: every count, offset and number is checked before it is used; they raise
-// Error(Protocol) with the reason.
+// Error(Protocol) with the reason. A change log that is too large is refused by both with Error(Data), so
+// that its sender knows that nothing of it was stored.
 
 WIRE_EXPORT Packet EncodeRequest(const Request& request, quint32 number, bool compressionWelcome = false);
 WIRE_EXPORT Request DecodeRequest(const Frame& frame);

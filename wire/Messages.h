@@ -24,6 +24,10 @@ struct RowChange {
     std::vector<CellChange> cells;
 };
 
+// The largest change log: a row counts as the cells it carries, at least one.
+inline constexpr qint64 kMaxChangedCells = 2'000'000;
+inline constexpr qint64 kMaxChangeColumns = 65'536; // what CellChange::column can tell apart
+
 struct ChangeLog {
     QString commandText; // the query that the rows were read with; names the table
     std::vector<ColumnInfo> columns;

@@ -380,3 +380,46 @@ TEST(CodecTest, WhatIsTooLargeForAFrameIsRefusedBeforeItIsSent)
         EXPECT_EQ(error.Kind(), ErrorKind::Limit);
     }
 }
+
+// A change log of nulls is forty times as large in memory as on its way.
+TEST(CodecTest, ChangeLogsThatAreTooLargeAreRefusedByBothSides)
+{
+    const auto refused = [](const auto& work) {
+        try {
+            work();
+        } catch (const Error& error) {
+            return error.Kind() == ErrorKind::Data;
+        }
+        return false;
+    };
+    const auto packet = [](quint32 rows, quint32 cells, qsizetype bytes) {
+        Packet out(FrameKind::ApplyUpdates, 1);
+        const QByteArray head(16 + 8 + 4, '\0'); // name, errors allowed
+        out.Put(head.constData(), head.size());
+        out.PutText({}); // the query
+        out.Put(quint32(1));
+        out.PutText(u"A"_s);
+        out.Put(quint8(1));
+        out.Put(qint32(0));
+        out.Put(quint8(0));
+        out.Put(rows);
+        out.Put(quint8(ChangeKind::Update));
+        out.Put(quint32(1));
+        out.Put(cells);
+        const QByteArray rest(bytes, '\0');
+        out.Put(rest.constData(), rest.size());
+        out.Seal();
+        return FrameOf(BytesOf(out));
+    };
+    const auto most = quint32(kMaxChangedCells);
+    EXPECT_EQ(DecodeRequest(packet(1, most, qsizetype(most) * 4)).changes.rows.at(0).cells.size(), most);
+    EXPECT_TRUE(refused([&] { DecodeRequest(packet(1, most + 1, qsizetype(most + 1) * 4)); }));
+    EXPECT_TRUE(refused([&] { DecodeRequest(packet(most + 1, 0, qsizetype(most + 1) * 9)); }));
+
+    Request apply = SampleApply();
+    apply.changes.rows.resize(1);
+    apply.changes.rows[0].cells.assign(most + 1, CellChange{});
+    EXPECT_TRUE(refused([&] { EncodeRequest(apply, 1); }));
+    apply.changes.rows[0].cells.assign(1, CellChange{0, {}, QString(qsizetype(kMaxRequestBody), u'x')});
+    EXPECT_TRUE(refused([&] { EncodeRequest(apply, 1); }));
+}
