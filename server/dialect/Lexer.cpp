@@ -41,6 +41,9 @@ CharClass ClassOf(QChar character)
         return kClasses[unit];
     if (unit == u'\u3000' || unit == u'\u00A0')
         return CharClass::Blank;
+    // Letters that are s and k when case is ignored would make keywords of what databases take for names.
+    if (unit == u'\u017F' || unit == u'\u212A')
+        return CharClass::Other;
     return character.isLetter() ? CharClass::Word : CharClass::Other;
 }
 
@@ -88,6 +91,7 @@ void Lexer::Read(QStringView text)
 {
     text_ = text;
     at_ = 0;
+    wideBlank_ = -1;
     tokens_.clear();
     shape_.clear();
     literals_ = {};
@@ -126,6 +130,8 @@ void Lexer::SkipBlanks()
     };
     while (at_ < text_.size()) {
         if (ClassOf(text_[at_]) == CharClass::Blank) {
+            if (wideBlank_ < 0 && text_[at_].unicode() >= kClasses.size())
+                wideBlank_ = at_;
             ++at_;
         } else if (next(0) == u'/' && next(1) == u'*') {
             const Position end = text_.indexOf(u"*/", at_ + 2);
@@ -150,6 +156,9 @@ void Lexer::SkipBlanks()
 void Lexer::ReadWord()
 {
     const Position start = at_;
+    // No name begins so, and "$$" opens a text for some databases.
+    if (text_[at_] == u'$' || text_[at_] == u'#')
+        throw SyntaxError(text_, start, texts::BadCharacter(text_.sliced(start, 1).toString()));
     while (at_ < text_.size() && ClassOf(text_[at_]) >= CharClass::Word)
         ++at_;
     if (!tokens_.empty() && tokens_.back().kind == TokenKind::Word)

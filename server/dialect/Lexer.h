@@ -53,6 +53,8 @@ public:
     const std::u16string& Shape() const noexcept { return shape_; }
     const std::vector<wire::Value>& Literals() const noexcept { return literals_; }
     std::vector<wire::Value> TakeLiterals() { return std::move(literals_); }
+    // The first blank that is not ASCII's, which some databases take for a part of a name; -1: none.
+    Position WideBlank() const noexcept { return wideBlank_; }
 
 private:
     void SkipBlanks();
@@ -69,6 +71,7 @@ private:
 
     QStringView text_;
     Position at_ = 0;
+    Position wideBlank_ = -1;
     std::vector<Token> tokens_;
     std::u16string shape_;
     std::vector<wire::Value> literals_;

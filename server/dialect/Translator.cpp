@@ -68,8 +68,12 @@ public:
         ++(entry ? counts_.found : counts_.made);
         if (!entry)
             entry = Add();
-        if (target_ == Target::Verbatim)
+        if (target_ == Target::Verbatim) {
+            // What the database would not cut into the same words has not been checked.
+            if (const Position blank = lexer_.WideBlank(); blank >= 0)
+                throw SyntaxError(sqlText, blank, texts::BadCharacter(sqlText.sliced(blank, 1).toString()));
             return {Verbatim(*entry->translation, sqlText), {}};
+        }
         Translated result{entry->translation, lexer_.TakeLiterals()};
         for (const Conversion& conversion : entry->conversions) {
             wire::Value& literal = result.literals[conversion.literal];
