@@ -27,13 +27,12 @@ case $storage in
     # Through a name of its own: the database is there whole, or not at all.
     cp "$copy" "$database.restoring"
     sync "$database.restoring"
-    if [ -e "$database" ]; then
-        # What was saved last may still stand in the file beside it.
-        for suffix in '' -wal -shm; do
-            rm -f "$database.before$suffix"
-            [ ! -e "$database$suffix" ] || mv "$database$suffix" "$database.before$suffix"
-        done
-    fi
+    [ ! -e "$database" ] || rm -f "$database.before" "$database.before-wal" "$database.before-shm"
+    # What was saved last may still stand in the file beside it, and must not get into the copy: also where the
+    # database itself is lost.
+    for suffix in '' -wal -shm; do
+        [ ! -e "$database$suffix" ] || mv "$database$suffix" "$database.before$suffix"
+    done
     mv "$database.restoring" "$database"
     ;;
 postgresql://* | postgres://*)
