@@ -36,10 +36,11 @@ template <typename... Codes> bool IsAny(std::string_view state, Codes... codes)
     return ((state == codes) || ...);
 }
 
-// The database goes away, or will not have this connection any longer.
+// The database goes away, will not have this connection any longer, or (40003: databases of several machines)
+// does not know what became of a commit.
 bool MeansLost(std::string_view state)
 {
-    return StartsWith(state, "08") || IsAny(state, "57P01", "57P02", "57P03", "57P05", "25P03");
+    return StartsWith(state, "08") || IsAny(state, "40003", "57P01", "57P02", "57P03", "57P05", "25P03");
 }
 
 struct Fault {

@@ -32,8 +32,9 @@ std::string SettingsText(const std::string& path, int maxSeconds)
     const std::string limit = std::to_string(maxSeconds + kGraceSeconds) + "s";
     return "select set_config(s.name, v.setting, false) from (values ('search_path', " + path
         + "), ('statement_timeout', '" + limit + "'), ('idle_in_transaction_session_timeout', '" + limit
-        + "'), ('default_transaction_isolation', 'read committed'), ('datestyle', 'ISO'), ('standard_conforming_strings', 'on'), ('jit', 'off')) "
-          "v(name, setting) join pg_settings s on lower(s.name) = v.name";
+        + "'), ('default_transaction_isolation', 'read committed'), ('datestyle', 'ISO'), "
+          "('standard_conforming_strings', 'on'), ('jit', 'off')) v(name, setting) join pg_settings s on "
+          "lower(s.name) = v.name";
 }
 
 class PostgresBackend final : public Backend {
