@@ -187,10 +187,25 @@ void Replace(Context context, int count, Arguments arguments)
 {
     if (IsNull(arguments[0]))
         return;
-    QString text = Text(arguments[0]);
-    if (!IsNull(arguments[1]))
-        text.replace(Text(arguments[1]), count > 2 ? Text(arguments[2]) : QString());
-    Give(context, text);
+    const std::string_view text = Bytes(arguments[0]);
+    const std::string_view part = Bytes(arguments[1]);
+    const std::string_view by = count > 2 ? Bytes(arguments[2]) : std::string_view();
+    // SQLite looks at a result's length only when it is there, and a short text makes a very long one of
+    // another.
+    sqlite3* const database = sqlite3_context_db_handle(context);
+    const auto longest = static_cast<size_t>(sqlite3_limit(database, SQLITE_LIMIT_LENGTH, -1));
+    std::string result;
+    size_t from = 0;
+    while (!part.empty()) {
+        const size_t at = text.find(part, from);
+        if (at == std::string_view::npos)
+            break;
+        result.append(text.substr(from, at - from)).append(by);
+        from = at + part.size();
+        if (result.size() > longest)
+            return sqlite3_result_error_toobig(context);
+    }
+    Give(context, result.append(text.substr(from)));
 }
 
 // ora_lpad and ora_rpad(text, length[, filling])

@@ -16,6 +16,8 @@ namespace {
 namespace texts = server::texts;
 
 constexpr int kBusyMilliseconds = 10'000;
+// Of a text or a row, in bytes: what a frame could not carry is not worth the memory of making it.
+constexpr int kLongestValue = 64 << 20;
 
 // Counting every allocation costs a lock each and serves nobody here. Too late, and refused, where something
 // else in the process has used SQLite before.
@@ -218,6 +220,7 @@ Database::Database(const QString& file, OpenMode mode)
         RaiseError(handle, code);
     sqlite3_extended_result_codes(handle, 1);
     sqlite3_busy_timeout(handle, kBusyMilliseconds);
+    sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, kLongestValue);
     if (mode == OpenMode::Fill)
         Execute("pragma journal_mode=off; pragma synchronous=off; pragma locking_mode=exclusive;"
                 "pragma cache_size=-262144; pragma threads=2; pragma foreign_keys=off");
