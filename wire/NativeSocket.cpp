@@ -113,6 +113,7 @@ void CloseHandleOf(Handle socket)
 
 #endif
 
+constexpr qsizetype kPieceInTime = 128 * 1024;
 constexpr qsizetype kLargestStep = 1 << 30; // lengths are int on one of the systems
 
 [[noreturn]] void RaiseLast()
@@ -168,12 +169,17 @@ bool NativeSocket::Send(const char* bytes, qsizetype size, int timeout)
 {
     const auto socket = static_cast<Handle>(descriptor_);
     QDeadlineTimer deadline(timeout);
+    // A reader that takes a few bytes now and then would keep the sender for ever.
+    qsizetype due = size - std::min(size, kPieceInTime);
     while (size > 0) {
         const auto sent = send(socket, bytes, static_cast<Length>(std::min(size, kLargestStep)), kSendFlags);
         if (sent > 0) {
             bytes += sent;
             size -= static_cast<qsizetype>(sent);
-            deadline.setRemainingTime(timeout);
+            if (size <= due) {
+                deadline.setRemainingTime(timeout);
+                due = size - std::min(size, kPieceInTime);
+            }
             continue;
         }
         if (sent < 0 && WasInterrupted(LastError()))
@@ -186,9 +192,9 @@ bool NativeSocket::Send(const char* bytes, qsizetype size, int timeout)
     return true;
 }
 
-bool NativeSocket::WaitToSend(int timeout)
+bool NativeSocket::WaitToSend(const QDeadlineTimer& deadline)
 {
-    return Wait(static_cast<Handle>(descriptor_), POLLOUT, QDeadlineTimer(timeout));
+    return Wait(static_cast<Handle>(descriptor_), POLLOUT, deadline);
 }
 
 bool NativeSocket::PeerHasClosed() const noexcept

@@ -2,7 +2,7 @@
 
 #include "wire/Export.h"
 
-#include <QtGlobal>
+#include <QDeadlineTimer>
 
 namespace wire {
 
@@ -21,13 +21,13 @@ public:
     // Gives the number of bytes read, at least one, or 0 at the end of the stream, or kTimedOut when nothing
     // came for `timeout` milliseconds. Raises Error(Connection).
     qsizetype Receive(char* to, qsizetype size, int timeout);
-    // Sends everything. False when nothing could be sent for `timeout` milliseconds. Raises
-    // Error(Connection).
+    // Sends everything. False when the next 128 KB (or what is left) could not be sent within `timeout`
+    // milliseconds. Raises Error(Connection).
     bool Send(const char* bytes, qsizetype size, int timeout);
     // As Receive, but what came stays to be received.
     qsizetype Peek(char* to, qsizetype size, int timeout);
-    // False when nothing could be sent for `timeout` milliseconds. Raises Error(Connection).
-    bool WaitToSend(int timeout);
+    // False when nothing could be sent until then. Raises Error(Connection).
+    bool WaitToSend(const QDeadlineTimer& deadline);
 
     // The other side has closed or reset the connection, whether or not all that it had sent was read.
     bool PeerHasClosed() const noexcept;

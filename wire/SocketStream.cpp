@@ -70,6 +70,7 @@ bool SocketStream::SendEnciphered(const char* bytes, qsizetype size, int timeout
 {
     while (size > 0) {
         const qsizetype piece = std::min(size, kPiece);
+        const QDeadlineTimer deadline(timeout);
         if (tls_->write(bytes, piece) != piece)
             Raise(*tls_);
         bytes += piece;
@@ -77,7 +78,7 @@ bool SocketStream::SendEnciphered(const char* bytes, qsizetype size, int timeout
         tls_->flush();
         while (tls_->state() == QAbstractSocket::ConnectedState && tls_->encryptedBytesToWrite() > 0) {
             // Waited for here: Qt, while it waits to write, would read on without measure.
-            if (!native_.WaitToSend(timeout))
+            if (!native_.WaitToSend(deadline))
                 return false;
             tls_->flush();
         }

@@ -153,14 +153,18 @@ void Tidy(ApplicationServer& server, operation::Log& log)
     }
 }
 
-// Until a signal tells to stop.
-void RunUntilStopped(ApplicationServer& server, Listener& listener, operation::Log& log)
+void CatchSignals()
 {
     std::signal(SIGINT, RequestStop);
     std::signal(SIGTERM, RequestStop);
 #ifdef SIGHUP
     std::signal(SIGHUP, RequestReload);
 #endif
+}
+
+// Until a signal tells to stop.
+void RunUntilStopped(ApplicationServer& server, Listener& listener, operation::Log& log)
+{
     QTimer signals;
     QObject::connect(&signals, &QTimer::timeout, &signals, [&listener] {
         if (stopRequested != 0)
@@ -233,6 +237,7 @@ int Serve(const QStringList& arguments)
     log.Info("listening",
         {{"address", listenerOptions.address.toString()}, {"port", listener.Port()},
             {"metrics", metrics ? metrics->Port() : 0}});
+    CatchSignals(); // before anybody is told that there is something to reload
     NotifyServiceManager("READY=1");
 
     RunUntilStopped(server, listener, log);

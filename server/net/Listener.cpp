@@ -30,6 +30,7 @@ namespace {
 // handshake; any others find the connection closed.
 constexpr int kFarewells = 32;
 
+constexpr std::chrono::milliseconds kInterruptAgain(500);
 constexpr qint64 kQuiet = 5'000; // milliseconds without a request
 
 void GiveBackMemory()
@@ -226,14 +227,15 @@ void Listener::Private::Stop() noexcept
     });
     std::unique_lock lock(mutex_);
     const auto allGone = [this] { return count_ == 0; };
-    if (!gone_.wait_for(lock, std::chrono::milliseconds(options_.stopTimeout), allGone)) {
+    auto patience = std::chrono::milliseconds(options_.stopTimeout);
+    while (!gone_.wait_for(lock, patience, allGone)) {
         lock.unlock();
         run([this] {
             for (Client& client : clients_)
                 client.connection->Interrupt();
         });
         lock.lock();
-        gone_.wait(lock, allGone);
+        patience = kInterruptAgain; // one that was just beginning has not heard it
     }
     lock.unlock();
     thread_.quit();

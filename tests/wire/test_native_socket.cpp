@@ -1,0 +1,33 @@
+#include "wire/NativeSocket.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+
+using wire::NativeSocket;
+
+// Whoever takes a little now and then would otherwise keep the sender, and what it has in hand, for hours.
+TEST(NativeSocketTest, ASenderLeavesAReaderThatTakesTooLittle)
+{
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    ASSERT_EQ(fcntl(ends[0], F_SETFL, O_NONBLOCK), 0);
+    std::atomic<bool> ended{false};
+    std::thread reader([&] {
+        char taken[4096];
+        while (!ended && recv(ends[1], taken, sizeof taken, 0) > 0)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    });
+    const std::vector<char> bytes(32 << 20);
+    EXPECT_FALSE(NativeSocket(ends[0]).Send(bytes.data(), qsizetype(bytes.size()), 200));
+    ended = true;
+    NativeSocket::Close(ends[0]);
+    reader.join();
+    NativeSocket::Close(ends[1]);
+}
