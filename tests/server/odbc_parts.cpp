@@ -82,6 +82,7 @@ TEST(OdbcFault, SaysWhatCanBeDone)
         {Product::Oracle, "42S02", 942, Statement, false},
         {Product::Postgres, "40P01", 1, Conflict, false},
         {Product::Postgres, "40001", 60, Conflict, false},
+        {Product::Postgres, "40003", 1, Lost, false},
         {Product::Postgres, "57P01", 1, Lost, false},
         {Product::Postgres, "57014", 1, Stopped, false},
         {Product::Postgres, "23505", 1, Row, true},

@@ -78,6 +78,20 @@ TEST_P(OdbcTest, ClientsReachTheirTablesAlone)
         ErrorOf([&] { client.Query(u"select a.* from zelmor_account a"_s); }).Kind(), ErrorKind::Policy);
     EXPECT_EQ(client.Execute(u"update tab_zelmor_bill set MESSAGE = 'x' where STATUS = 1"_s), 1);
     EXPECT_EQ(RawText("select TX_LOGISTIC_ID from tab_zelmor_bill where MESSAGE = 'x'"), u"C"_s);
+
+    // A text goes on as it is, so the database must cut it into the same words.
+    EXPECT_EQ(ErrorOf([&] { client.Query(u"select a.STATUS\u3000b from tab_zelmor_bill a"_s); }).Kind(),
+        ErrorKind::Syntax);
+    if (IsPostgres()) {
+        Raw(u"alter database %1 set standard_conforming_strings = off"_s.arg(
+            RawText("select current_database()")));
+        Restart();
+    }
+    const wire::RowSet rows =
+        LoggedIn().Query(u"select '\\' N from tab_zelmor_bill a where a.STATUS = 1 union all "
+                         "select ' from zelmor_account --' from tab_zelmor_bill a where a.STATUS = 99"_s);
+    ASSERT_EQ(rows.RowCount(), 1);
+    EXPECT_EQ(rows.columns[0].ValueAt(0), wire::Value(u"\\"_s));
 }
 
 TEST_P(OdbcTest, LongResultsAreReadToTheirLimit)

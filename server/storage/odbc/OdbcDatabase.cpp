@@ -109,9 +109,13 @@ void Database::SettleSession(const QString& schema)
         current.ReadAs(std::array{wire::ColumnType::Text});
         if (current.Next())
             schema_ = wire::ToText(current.Value(0));
-    } else if (product_ == Product::Postgres && !schema.isEmpty()) {
-        Execute(u"select set_config('search_path', '%1, ' || current_setting('search_path'), false)"_s.arg(
-            schema));
+    } else if (product_ == Product::Postgres) {
+        // Clients' texts have been read so: a backslash is a character like any other.
+        Execute(u"set standard_conforming_strings = on"_s);
+        if (!schema.isEmpty())
+            Execute(
+                u"select set_config('search_path', '%1, ' || current_setting('search_path'), false)"_s.arg(
+                    schema));
     }
 }
 

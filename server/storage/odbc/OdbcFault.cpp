@@ -62,7 +62,9 @@ Fault OfSqlite(int native)
 Fault OfState(const QByteArray& state)
 {
     const QByteArray family = state.first(std::min<qsizetype>(state.size(), 2));
-    if (family == "08" || state == "57P01" || state == "57P02" || state == "57P03" || state == "HYT01")
+    // 40003: a commit of which nobody knows whether it was one.
+    if (family == "08" || state == "40003" || state == "57P01" || state == "57P02" || state == "57P03"
+        || state == "HYT01")
         return {Kind::Lost};
     // Waiting for a lock in vain is over by the next attempt.
     if (family == "40" || state == "55P03")
