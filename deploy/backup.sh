@@ -26,7 +26,7 @@ case $storage in
     kind=db
     "${ZELMOR_SERVER:-zelmor-server}" backup --config "$config" --to "$copy.db"
     ;;
-postgresql://*:*@* | postgres://*:*@* | postgres*://*[?\&]password=*)
+postgresql://*:*@* | postgres://*:*@* | postgres*://*password=*)
     echo "backup.sh: every user of this machine would see the password: write ?passfile=FILE instead" >&2
     exit 1
     ;;

@@ -213,6 +213,10 @@ TEST(Backup, OfAnEmbeddedDatabase)
     EXPECT_EQ(
         ContentsOfFile(backups.Path(u"from/zelmor.db"_s)), ContentsOfFile(backups.Path(u"to/zelmor.db"_s)));
     EXPECT_TRUE(QFile::exists(backups.Path(u"to/zelmor.db.before"_s)));
+    // Where the database is lost, and what was saved last stands in the file beside it.
+    ASSERT_TRUE(QFile::rename(backups.Path(u"to/zelmor.db"_s), backups.Path(u"to/zelmor.db-wal"_s)));
+    ASSERT_EQ(RunScript(u"restore.sh"_s, {to, copy}), 0);
+    EXPECT_FALSE(QFile::exists(backups.Path(u"to/zelmor.db-wal"_s)));
     const ServerProcess server({}, {u"--config"_s, to});
     EXPECT_GT(LastSaveAt(server.Port()), 0);
 }
