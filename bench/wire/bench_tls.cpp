@@ -4,13 +4,12 @@
 
 #include "demo/Generator.h"
 #include "runtime/data/ServerWay.h"
+#include "tests/support/RowKeeper.h"
+#include "tests/support/ServerProcess.h"
 #include "tests/support/TestAuthority.h"
 
 #include <QCoreApplication>
 #include <QFile>
-#include <QProcess>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
 
 #include <algorithm>
@@ -33,52 +32,19 @@ constexpr int kClients = 8;
 constexpr int kSessions = 500;
 constexpr auto kQuiet = std::chrono::seconds(10); // until a server counts as idle
 
-class Keeper : public wire::ReplySink {
-public:
-    void Columns(std::vector<wire::ColumnInfo> announced) override
-    {
-        rows = {};
-        infos = std::move(announced);
-    }
-    void Rows(std::vector<wire::Column> block) override { rows = std::move(block); }
-
-    std::vector<wire::ColumnInfo> infos;
-    std::vector<wire::Column> rows; // the last block
-};
-
-// The server program over a small database and on a port of its own.
+// The server program over a small database.
 class Program {
 public:
     explicit Program(const QStringList& options = {})
+        : process_(
+            folder_.path(), QStringList{u"--demo"_s, u"small"_s, u"--log-level"_s, u"error"_s} + options)
     {
-        QTcpServer probe;
-        probe.listen(QHostAddress::LocalHost);
-        port_ = probe.serverPort();
-        probe.close();
-        process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process_.start(QCoreApplication::applicationDirPath() + u"/zelmor-server"_s,
-            QStringList{u"--data"_s, folder_.path(), u"--demo"_s, u"small"_s, u"--listen"_s,
-                u"127.0.0.1:%1"_s.arg(port_), u"--log-level"_s, u"error"_s}
-                + options);
-        for (int i = 0; i < 200; ++i) {
-            QTcpSocket socket;
-            socket.connectToHost(u"127.0.0.1"_s, port_);
-            if (socket.waitForConnected(1000))
-                return;
-            process_.waitForFinished(50);
-        }
-        throw wire::Error(wire::ErrorKind::Connection, u"zelmor-server did not start"_s);
     }
-    ~Program()
-    {
-        process_.terminate();
-        process_.waitForFinished(60'000);
-    }
-    quint16 Port() const { return port_; }
+    quint16 Port() const { return quint16(process_.Port()); }
     // Kilobytes; proportional, without what others share.
     qint64 Memory() const
     {
-        QFile file(u"/proc/%1/smaps_rollup"_s.arg(process_.processId()));
+        QFile file(u"/proc/%1/smaps_rollup"_s.arg(process_.ProcessId()));
         if (file.open(QFile::ReadOnly))
             for (const QByteArray& line : file.readAll().split('\n'))
                 if (line.startsWith("Pss:"))
@@ -88,8 +54,7 @@ public:
 
 private:
     QTemporaryDir folder_;
-    QProcess process_;
-    quint16 port_ = 0;
+    ServerProcess process_;
 };
 
 class Client {
@@ -132,18 +97,18 @@ private:
         wire::Request request;
         request.kind = wire::RequestKind::ApplyUpdates;
         request.changes.commandText = u"select a.* from tab_zelmor_bill a where rownum<=500"_s;
-        request.changes.columns = keeper_.infos;
+        request.changes.columns = keeper_.rows.infos;
         request.name.client[0] = quint8(number_);
         request.name.number = quint64(Clock::now().time_since_epoch().count());
-        const qsizetype count = keeper_.rows.empty() ? 0 : keeper_.rows.front().RowCount();
+        const qsizetype count = keeper_.rows.RowCount();
         for (int i = 0; i < 5; ++i) {
             wire::RowChange& row = request.changes.rows.emplace_back();
             row.rowId = quint32(i + 1);
             // Each client has rows of its own.
             const qsizetype at = (number_ * 5 + i) % std::max<qsizetype>(count, 1);
-            for (size_t column = 0; column < keeper_.infos.size(); ++column) {
-                const wire::ColumnInfo& info = keeper_.infos[column];
-                const wire::Value value = keeper_.rows[column].ValueAt(at);
+            for (size_t column = 0; column < keeper_.rows.infos.size(); ++column) {
+                const wire::ColumnInfo& info = keeper_.rows.infos[column];
+                const wire::Value value = keeper_.rows.columns[column].ValueAt(at);
                 if (info.name == u"REMARK")
                     row.cells.push_back({quint16(column), value, u"第%1次"_s.arg(turn)});
                 else if (info.key || info.guard)
@@ -154,7 +119,7 @@ private:
     }
 
     std::unique_ptr<wire::Transport> transport_;
-    Keeper keeper_;
+    RowKeeper keeper_;
     int number_;
 };
 

@@ -3,7 +3,7 @@
 
 #include "runtime/data/SocketConnection.h"
 #include "server/net/Listener.h"
-#include "wire/ColumnData.h"
+#include "tests/support/RowKeeper.h"
 
 #include <QCoreApplication>
 
@@ -138,22 +138,6 @@ private:
     wire::Identity identity_;
 };
 
-class Keeper : public wire::ReplySink {
-public:
-    void Columns(std::vector<wire::ColumnInfo> infos) override
-    {
-        columns.clear();
-        for (const wire::ColumnInfo& info : infos)
-            columns.emplace_back(info.type);
-    }
-    void Rows(std::vector<wire::Column> block) override
-    {
-        for (size_t i = 0; i < block.size(); ++i)
-            columns[i].AppendColumn(std::move(block[i]));
-    }
-    std::vector<wire::Column> columns;
-};
-
 void ReadAll(int socket, char* to, size_t size)
 {
     while (size > 0) {
@@ -258,7 +242,7 @@ int main(int argc, char** argv)
     listener.Start();
     const auto client = MakeTcpTransport(u"127.0.0.1"_s, listener.Port());
     client->Connect();
-    Keeper keeper;
+    RowKeeper keeper;
     wire::Request request;
     request.kind = wire::RequestKind::Login;
     client->Exchange(request, keeper);
@@ -276,7 +260,7 @@ int main(int argc, char** argv)
     request.text = u"large"_s;
     const double transfer = Median([&] { client->Exchange(request, keeper); });
     size_t bytes = 0;
-    for (wire::Column& column : keeper.columns) {
+    for (wire::Column& column : keeper.rows.columns) {
         column.Squeeze();
         bytes += column.MemoryUse();
     }

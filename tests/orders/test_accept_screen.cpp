@@ -1,17 +1,15 @@
-#include "framework/frm_ErrorList.h"
 #include "orders/frm_AcceptBill.h"
 #include "tests/orders/OrderDesk.h"
+#include "tests/orders/OrderScreen.h"
 
 #include <QDialog>
 #include <QSignalSpy>
-
-#include <gtest/gtest.h>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class AcceptScreen : public ::testing::Test {
+class AcceptScreen : public OrderScreen<Tfrm_AcceptBill, OrderDesk> {
 protected:
     AcceptScreen()
     {
@@ -25,33 +23,12 @@ protected:
             {u"PREPARE_SITE"_s, candidates}};
     }
 
-    void Open()
-    {
-        screen = new Tfrm_AcceptBill(&desk.host.App);
-        screen->Show();
-        QCoreApplication::processEvents();
-        desk.host.TakeMessages();
-        grid = screen->findChild<TDataView*>(u"DataView1"_s)->DataViewGrid;
-        cds = screen->findChild<TClientDataSetEx*>(u"cds"_s);
-    }
-    void Press(const QString& button)
-    {
-        auto* control = screen->findChild<QAbstractButton*>(button);
-        ASSERT_NE(control, nullptr);
-        control->click();
-        QCoreApplication::processEvents();
-    }
     void Accept(int recNo)
     {
         cds->SetRecNo(recNo);
         cds->Edit();
         cds->FieldByName(u"STATUS").SetAsInteger(1);
     }
-
-    OrderDesk desk;
-    Tfrm_AcceptBill* screen = nullptr;
-    TDBGridEh* grid = nullptr;
-    TClientDataSetEx* cds = nullptr;
 };
 
 wire::ApplyOutcome RejectSecond(const wire::ChangeLog& changes)
@@ -169,21 +146,11 @@ TEST_F(AcceptScreen, OrdersLostToAnotherSiteAreListedAndTheListIsReadAgain)
     Accept(2); // the save posts it
     desk.onSave = RejectSecond;
     desk.orders = {Waiting(u"T9"_s, u";浦东一部;"_s)};
-    QStringList listed;
-    QString text;
-    QTimer::singleShot(0, screen, [&] {
-        for (TForm* form : desk.host.Scr.Forms()) {
-            if (auto* list = qobject_cast<Tfrm_ErrorList*>(form)) {
-                text = list->findChild<QLabel*>(u"Label1"_s)->text();
-                listed = list->RowsAsText().split(u'\n', Qt::SkipEmptyParts);
-            }
-        }
-    });
-    Press(u"Button1"_s);
-    EXPECT_EQ(text, u"以下泽摩订单接单失败，其可能被其它网点接单！"_s);
-    ASSERT_EQ(listed.size(), 2);
-    EXPECT_TRUE(listed[1].contains(u"T2"_s)) << qUtf8Printable(listed[1]);
-    EXPECT_TRUE(listed[1].contains(u"该记录已被其他用户修改！"_s));
+    const FailureList failures = PressSave();
+    EXPECT_EQ(failures.caption, u"以下泽摩订单接单失败，其可能被其它网点接单！"_s);
+    ASSERT_EQ(failures.rows.size(), 2);
+    EXPECT_TRUE(failures.rows[1].contains(u"T2"_s)) << qUtf8Printable(failures.rows[1]);
+    EXPECT_TRUE(failures.rows[1].contains(u"该记录已被其他用户修改！"_s));
     EXPECT_EQ(cds->RecordCount(), 1);
     EXPECT_EQ(cds->ChangeCount(), 0);
     EXPECT_FALSE(screen->findChild<TClientDataSetEx*>(u"cdsErr"_s)->Active());

@@ -1,13 +1,9 @@
-#include "framework/frm_ErrorList.h"
 #include "orders/frm_RecBill.h"
+#include "tests/orders/OrderScreen.h"
 #include "tests/orders/PickupDesk.h"
 
 #include <QApplication>
-#include <QLabel>
 #include <QTest>
-#include <QTimer>
-
-#include <gtest/gtest.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -15,13 +11,14 @@ namespace {
 
 const QString kCoupon = u"ZM110000045"_s;
 
-class RecScreen : public ::testing::Test {
+class RecScreen : public OrderScreen<Tfrm_RecBill, PickupDesk> {
 protected:
     RecScreen()
     {
         desk.orders = {Accepted(u"T1"_s), Accepted(u"T2"_s), Accepted(u"T3"_s)};
         const auto now = wire::DateTime::FromParts(2024, 1, 31, 10, 59);
         desk.coupons[kCoupon] = {now.AddDays(-1), now.AddDays(1), 0, u"10元"_s};
+        desk.host.MainForm.show();
     }
 
     static OrderFields Accepted(const QString& order)
@@ -30,23 +27,6 @@ protected:
             {u"REC_SITE"_s, u"浦东一部"_s}, {u"TOTAL_WEIGHT"_s, 30.0}};
     }
 
-    void Open()
-    {
-        screen = new Tfrm_RecBill(&desk.host.App);
-        screen->Show();
-        desk.host.MainForm.show();
-        QCoreApplication::processEvents();
-        desk.host.TakeMessages();
-        grid = screen->findChild<TDataView*>(u"DataView1"_s)->DataViewGrid;
-        cds = screen->findChild<TClientDataSetEx*>(u"cds"_s);
-    }
-    void Press(const QString& button)
-    {
-        auto* control = screen->findChild<QAbstractButton*>(button);
-        ASSERT_NE(control, nullptr);
-        control->click();
-        QCoreApplication::processEvents();
-    }
     // Keys as they come from a keyboard or a scanner: to whatever has the focus.
     void Type(const QString& text)
     {
@@ -65,11 +45,6 @@ protected:
     }
     QWidget* Focus() { return QApplication::focusWidget() ? QApplication::focusWidget() : grid; }
     QString Field(const char16_t* field) { return cds->FieldByName(QStringView(field)).AsString(); }
-
-    PickupDesk desk;
-    Tfrm_RecBill* screen = nullptr;
-    TDBGridEh* grid = nullptr;
-    TClientDataSetEx* cds = nullptr;
 };
 
 } // namespace
@@ -258,15 +233,7 @@ TEST_F(RecScreen, OrdersCollectedByAColleagueAreListedAndTheListIsReadAgain)
         return RejectAll(changes, u"该记录已被其他用户修改！"_s);
     };
     desk.orders = {Accepted(u"T9"_s)};
-    QString text;
-    QTimer::singleShot(0, screen, [&] {
-        for (TForm* form : desk.host.Scr.Forms()) {
-            if (auto* list = qobject_cast<Tfrm_ErrorList*>(form))
-                text = list->findChild<QLabel*>(u"Label1"_s)->text();
-        }
-    });
-    Press(u"Button1"_s);
-    EXPECT_EQ(text, u"以下泽摩订单揽件失败，其可能被您网点的其它员工揽收！"_s);
+    EXPECT_EQ(PressSave().caption, u"以下泽摩订单揽件失败，其可能被您网点的其它员工揽收！"_s);
     EXPECT_EQ(cds->RecordCount(), 1);
     EXPECT_EQ(cds->ChangeCount(), 0);
 }

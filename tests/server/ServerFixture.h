@@ -2,7 +2,8 @@
 
 #include "server/Server.h"
 #include "server/storage/sqlite/Sqlite.h"
-#include "wire/ColumnData.h"
+#include "tests/support/Raised.h"
+#include "tests/support/RowKeeper.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -14,35 +15,6 @@
 namespace server::testing {
 
 using namespace Qt::Literals::StringLiterals;
-
-struct Collector final : wire::ReplySink {
-    void Columns(std::vector<wire::ColumnInfo> infos) override
-    {
-        for (const wire::ColumnInfo& info : infos)
-            rows.columns.emplace_back(info.type);
-        rows.infos = std::move(infos);
-    }
-    void Rows(std::vector<wire::Column> block) override
-    {
-        ++blocks;
-        for (size_t i = 0; i < block.size(); ++i)
-            rows.columns[i].AppendColumn(std::move(block[i]));
-    }
-    wire::RowSet rows;
-    int blocks = 0;
-};
-
-// What the call raises; fails the test where it raises nothing.
-template <typename F> wire::Error ErrorOf(F&& call)
-{
-    try {
-        call();
-    } catch (const wire::Error& error) {
-        return error;
-    }
-    ADD_FAILURE() << "nothing was raised";
-    return {wire::ErrorKind::Usage, {}};
-}
 
 class Client {
 public:
@@ -62,7 +34,7 @@ public:
         request.kind = wire::RequestKind::Login;
         request.account = account;
         request.password = password;
-        Collector sink;
+        RowKeeper sink;
         return session_->Handle(request, sink).identity;
     }
     wire::RowSet Query(const QString& text)
@@ -70,7 +42,7 @@ public:
         wire::Request request;
         request.kind = wire::RequestKind::Query;
         request.text = text;
-        Collector sink;
+        RowKeeper sink;
         const wire::Reply reply = session_->Handle(request, sink);
         EXPECT_EQ(reply.rowCount, sink.rows.RowCount());
         return std::move(sink.rows);
@@ -80,7 +52,7 @@ public:
         wire::Request request;
         request.kind = wire::RequestKind::Execute;
         request.text = text;
-        Collector sink;
+        RowKeeper sink;
         return session_->Handle(request, sink).rowCount;
     }
     wire::ApplyOutcome Apply(const wire::ChangeLog& log, int maxErrors = -1)
@@ -94,7 +66,7 @@ public:
         request.changes = log;
         request.name = name;
         request.maxErrors = maxErrors;
-        Collector sink;
+        RowKeeper sink;
         return session_->Handle(request, sink).outcome;
     }
     Session& Conversation() { return *session_; }

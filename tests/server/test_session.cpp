@@ -87,7 +87,7 @@ TEST_P(SessionTest, LongResultsComeWholeAndInOrder)
         + Time(u"i"_s) + u" from n"_s);
     const QString text =
         u"select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID like 'X%' order by a.TX_LOGISTIC_ID"_s;
-    const auto verify = [](const Collector& sink) {
+    const auto verify = [](const RowKeeper& sink) {
         const wire::RowSet& rows = sink.rows;
         ASSERT_EQ(rows.RowCount(), 20000);
         const auto& id = rows.columns[static_cast<size_t>(rows.IndexOf(u"TX_LOGISTIC_ID"))];
@@ -110,7 +110,7 @@ TEST_P(SessionTest, LongResultsComeWholeAndInOrder)
     request.kind = wire::RequestKind::Query;
     request.text = text;
     Client client = LoggedIn();
-    Collector parts;
+    RowKeeper parts;
     client.Conversation().Handle(request, parts);
     EXPECT_GT(parts.blocks, 1) << "over the network, rows come in parts";
     verify(parts);
@@ -121,7 +121,7 @@ TEST_P(SessionTest, LongResultsComeWholeAndInOrder)
     login.kind = wire::RequestKind::Login;
     login.account = u"clerk"_s;
     login.password = u"secret"_s;
-    Collector whole;
+    RowKeeper whole;
     transport->Exchange(login, whole);
     transport->Exchange(request, whole);
     EXPECT_EQ(whole.blocks, 1) << "in process they are moved as one";

@@ -7,11 +7,13 @@
 // An application server of its own on a free port of this machine; ends with its scope.
 class ServerProcess {
 public:
-    // `options` besides folder and address; no folder: they name another database. Raises wire::Error when it does not come up.
+    // `options` besides folder and address; no folder: they name another database. Raises wire::Error when it
+    // does not come up.
     explicit ServerProcess(const QString& dataFolder, const QStringList& options = {});
     ~ServerProcess();
 
     int Port() const noexcept { return port_; }
+    qint64 ProcessId() const noexcept { return process_.processId(); }
     // As a power cut would: no warning, nothing finished. Returns when it is gone.
     void Kill();
     // Again on the same port.

@@ -180,20 +180,6 @@ QStringList FakeListener::Lines(const QString& text)
     return lines_.filter(text);
 }
 
-void RowKeeper::Columns(std::vector<wire::ColumnInfo> infos)
-{
-    for (const wire::ColumnInfo& info : infos)
-        rows.columns.emplace_back(info.type);
-    rows.infos = std::move(infos);
-}
-
-void RowKeeper::Rows(std::vector<wire::Column> block)
-{
-    ++blocks;
-    for (size_t i = 0; i < block.size(); ++i)
-        rows.columns[i].AppendColumn(std::move(block[i]));
-}
-
 wire::Request LoginRequest(const QString& password)
 {
     wire::Request request;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/net/Listener.h"
+#include "tests/support/RowKeeper.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -55,16 +56,6 @@ private:
 public:
     FakeServer server;
     std::unique_ptr<server::Listener> listener; // last: its threads use all of the above
-};
-
-// Keeps the rows of a reply.
-class RowKeeper : public wire::ReplySink {
-public:
-    void Columns(std::vector<wire::ColumnInfo> infos) override;
-    void Rows(std::vector<wire::Column> block) override;
-
-    wire::RowSet rows;
-    int blocks = 0;
 };
 
 wire::Request LoginRequest(const QString& password = QStringLiteral("right"));

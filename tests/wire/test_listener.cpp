@@ -1,4 +1,5 @@
 #include "runtime/data/ServerWay.h"
+#include "tests/support/Raised.h"
 #include "tests/support/TestAuthority.h"
 #include "tests/wire/FakeServer.h"
 #include "wire/Codec.h"
@@ -94,17 +95,6 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Connections, ListenerTest, testing::Bool(),
     [](const auto& chosen) { return chosen.param ? "Enciphered" : "Plain"; });
-
-ErrorKind KindOf(const std::function<void()>& work)
-{
-    try {
-        work();
-    } catch (const Error& error) {
-        return error.Kind();
-    }
-    ADD_FAILURE() << "nothing was raised";
-    return ErrorKind::Usage;
-}
 
 qint64 RowsOf(wire::Transport& transport, const QString& text)
 {

@@ -1,5 +1,6 @@
 #include "runtime/data/ServerWay.h"
 #include "runtime/data/SocketConnection.h"
+#include "tests/support/Raised.h"
 #include "tests/wire/FakeServer.h"
 
 #include <QCoreApplication>
@@ -62,17 +63,6 @@ qint64 RowsOf(TSocketConnectionEx& connection, const QString& text)
 {
     RowKeeper keeper;
     return connection.Send(QueryRequest(text), keeper).rowCount;
-}
-
-template <typename F> ErrorKind KindOf(F&& work)
-{
-    try {
-        work();
-    } catch (const Error& error) {
-        return error.Kind();
-    }
-    ADD_FAILURE() << "nothing was raised";
-    return ErrorKind::Usage;
 }
 
 } // namespace
@@ -325,14 +315,10 @@ TEST_F(ServersTest, WhereNoneAnswersEachIsNamed)
     for (quint16& port : ports)
         port = FakeListener().Port();
     const auto transport = MakeTcpTransport(WayTo({ports[0], ports[1]}));
-    try {
-        transport->Connect();
-        ADD_FAILURE() << "nothing was raised";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.Kind(), ErrorKind::Connection);
-        for (const quint16 port : ports)
-            EXPECT_TRUE(error.Message().contains(u"127.0.0.1:%1"_s.arg(port))) << error.what();
-    }
+    const Error error = ErrorOf([&] { transport->Connect(); });
+    EXPECT_EQ(error.Kind(), ErrorKind::Connection);
+    for (const quint16 port : ports)
+        EXPECT_TRUE(error.Message().contains(u"127.0.0.1:%1"_s.arg(port))) << error.what();
 }
 
 TEST(ServerAddressTest, AreReadAsTyped)
