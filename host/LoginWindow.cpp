@@ -69,6 +69,40 @@ TLoginWindow::TLoginWindow()
     setObjectName(u"LoginWindow"_s);
     setWindowTitle(u"登录 - 快运业务系统"_s);
 
+    form_ = new QFormLayout;
+    form_->setLabelAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    form_->setHorizontalSpacing(10);
+    form_->setVerticalSpacing(9);
+    CreateWay();
+    CreateAccount();
+    auto* body = new QVBoxLayout;
+    const int margin = fontMetrics().height();
+    body->setContentsMargins(margin * 3 / 2, margin, margin * 3 / 2, margin);
+    body->setSpacing(8);
+    body->addLayout(form_);
+    CreateAnswers(body);
+    body->addStretch();
+    CreateButtons(body);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(new TBanner(this));
+    layout->addLayout(body, 1);
+    resize(fontMetrics().height() * 33, fontMetrics().height() * 27);
+
+    for (QWidget* first = accountEdit_;
+         QWidget * next : std::initializer_list<QWidget*>{passwordEdit_, loginButton_, quitButton_,
+             offeredList_, embeddedButton_, serverButton_, serverEdit_, tlsBox_, caEdit_, caButton_}) {
+        setTabOrder(first, next);
+        first = next;
+    }
+    accountEdit_->setFocus();
+    ConnectControls();
+    UpdateState();
+}
+
+void TLoginWindow::CreateWay()
+{
     embeddedButton_ = new QRadioButton(u"本机数据库(&D)"_s);
     embeddedButton_->setObjectName(u"EmbeddedButton"_s);
     embeddedButton_->setChecked(true);
@@ -95,18 +129,27 @@ TLoginWindow::TLoginWindow()
     caEdit_->setPlaceholderText(u"系统信任的机构"_s);
     caEdit_->setAccessibleName(u"机构证书文件"_s);
     caEdit_->setToolTip(u"签发服务器证书的机构的证书（PEM文件），由管理员提供；不填则用系统信任的机构。"_s);
-    auto* chooseButton = new QPushButton(u"选择…"_s);
-    chooseButton->setObjectName(u"CaButton"_s);
-    chooseButton->setAutoDefault(false);
+    caButton_ = new QPushButton(u"选择…"_s);
+    caButton_->setObjectName(u"CaButton"_s);
+    caButton_->setAutoDefault(false);
     caField_ = new QWidget;
     auto* caLayout = new QHBoxLayout(caField_);
     caLayout->setContentsMargins(0, 0, 0, 0);
     caLayout->addWidget(caEdit_, 1);
-    caLayout->addWidget(chooseButton);
+    caLayout->addWidget(caButton_);
     plainLabel_ = new QLabel(u"密码和订单将不加密地在网络上传送。"_s);
     plainLabel_->setObjectName(u"PlainLabel"_s);
     SetTextColor(plainLabel_, kErrorColor);
 
+    form_->addRow(u"登录到"_s, place);
+    form_->addRow(u"加密(&E)"_s, tlsBox_);
+    form_->addRow(u"机构证书(&C)"_s, caField_);
+    form_->addRow(QString(), plainLabel_);
+    static_cast<QLabel*>(form_->labelForField(caField_))->setBuddy(caEdit_);
+}
+
+void TLoginWindow::CreateAccount()
+{
     accountEdit_ = new QLineEdit;
     accountEdit_->setObjectName(u"AccountEdit"_s);
     accountEdit_->setMaxLength(64);
@@ -114,7 +157,12 @@ TLoginWindow::TLoginWindow()
     passwordEdit_->setObjectName(u"PasswordEdit"_s);
     passwordEdit_->setEchoMode(QLineEdit::Password);
     passwordEdit_->setMaxLength(128);
+    form_->addRow(u"账号(&U)"_s, accountEdit_);
+    form_->addRow(u"密码(&P)"_s, passwordEdit_);
+}
 
+void TLoginWindow::CreateAnswers(QVBoxLayout* body)
+{
     errorLabel_ = new QLabel;
     errorLabel_->setObjectName(u"ErrorLabel"_s);
     errorLabel_->setWordWrap(true);
@@ -140,6 +188,15 @@ TLoginWindow::TLoginWindow()
     remarkLabel_->setWordWrap(true);
     remarkLabel_->hide();
 
+    body->addWidget(errorLabel_);
+    body->addWidget(stateLabel_);
+    body->addWidget(progressBar_);
+    body->addWidget(offeredBox_, 1);
+    body->addWidget(remarkLabel_);
+}
+
+void TLoginWindow::CreateButtons(QVBoxLayout* body)
+{
     loginButton_ = new QPushButton(u"登录(&L)"_s);
     loginButton_->setObjectName(u"LoginButton"_s);
     loginButton_->setDefault(true);
@@ -149,46 +206,11 @@ TLoginWindow::TLoginWindow()
     buttons->addStretch(1);
     buttons->addWidget(loginButton_);
     buttons->addWidget(quitButton_);
-
-    auto* form = form_ = new QFormLayout;
-    form->setLabelAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    form->setHorizontalSpacing(10);
-    form->setVerticalSpacing(9);
-    form->addRow(u"登录到"_s, place);
-    form->addRow(u"加密(&E)"_s, tlsBox_);
-    form->addRow(u"机构证书(&C)"_s, caField_);
-    form->addRow(QString(), plainLabel_);
-    static_cast<QLabel*>(form->labelForField(caField_))->setBuddy(caEdit_);
-    form->addRow(u"账号(&U)"_s, accountEdit_);
-    form->addRow(u"密码(&P)"_s, passwordEdit_);
-
-    auto* body = new QVBoxLayout;
-    const int margin = fontMetrics().height();
-    body->setContentsMargins(margin * 3 / 2, margin, margin * 3 / 2, margin);
-    body->setSpacing(8);
-    body->addLayout(form);
-    body->addWidget(errorLabel_);
-    body->addWidget(stateLabel_);
-    body->addWidget(progressBar_);
-    body->addWidget(offeredBox_, 1);
-    body->addWidget(remarkLabel_);
-    body->addStretch();
     body->addLayout(buttons);
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    layout->addWidget(new TBanner(this));
-    layout->addLayout(body, 1);
-    resize(fontMetrics().height() * 33, fontMetrics().height() * 27);
+}
 
-    for (QWidget* first = accountEdit_;
-         QWidget * next : std::initializer_list<QWidget*>{passwordEdit_, loginButton_, quitButton_,
-             offeredList_, embeddedButton_, serverButton_, serverEdit_, tlsBox_, caEdit_, chooseButton}) {
-        setTabOrder(first, next);
-        first = next;
-    }
-    accountEdit_->setFocus();
-
+void TLoginWindow::ConnectControls()
+{
     connect(loginButton_, &QPushButton::clicked, this, &TLoginWindow::RequestLogin);
     connect(quitButton_, &QPushButton::clicked, this, &QWidget::close);
     connect(embeddedButton_, &QRadioButton::toggled, this, [this](bool chosen) {
@@ -200,12 +222,11 @@ TLoginWindow::TLoginWindow()
         [this] { serverButton_->setChecked(true); });
     connect(serverEdit_, &QComboBox::currentTextChanged, this, &TLoginWindow::UpdateState);
     connect(tlsBox_, &QComboBox::currentIndexChanged, this, &TLoginWindow::UpdateState);
-    connect(chooseButton, &QPushButton::clicked, this, &TLoginWindow::ChooseCaFile);
+    connect(caButton_, &QPushButton::clicked, this, &TLoginWindow::ChooseCaFile);
     connect(offeredList_, &QListWidget::currentRowChanged, this, &TLoginWindow::TakeOffered);
     connect(
         offeredList_, &QListWidget::itemClicked, this, [this] { TakeOffered(offeredList_->currentRow()); });
     connect(offeredList_, &QListWidget::itemDoubleClicked, this, &TLoginWindow::RequestLogin);
-    UpdateState();
 }
 
 void TLoginWindow::SetServers(const std::vector<TServerList>& servers)

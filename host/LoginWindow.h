@@ -17,6 +17,7 @@ class QListWidget;
 class QProgressBar;
 class QPushButton;
 class QRadioButton;
+class QVBoxLayout;
 
 // An account that may be taken from a list instead of being typed.
 struct TOfferedAccount {
@@ -70,6 +71,11 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
+    void CreateWay();
+    void CreateAccount();
+    void CreateAnswers(QVBoxLayout* body);
+    void CreateButtons(QVBoxLayout* body);
+    void ConnectControls();
     void RequestLogin();
     void TakeOffered(int row);
     void ChooseCaFile();
@@ -83,6 +89,7 @@ private:
     QComboBox* tlsBox_; // in the order of TTlsUse
     QWidget* caField_;
     QLineEdit* caEdit_;
+    QPushButton* caButton_;
     QLabel* plainLabel_; // says that nothing is enciphered
     QLineEdit* accountEdit_;
     QLineEdit* passwordEdit_;

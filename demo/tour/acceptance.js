@@ -4,6 +4,13 @@ chapter("登录窗口");
 waitFor("the database", () => host.control("LoginButton").enabled);
 assert(host.control("OfferedList").items().length >= 4, "demo accounts are offered");
 host.screenshot("01-login.png");
+host.control("ServerButton").click();
+host.control("ServerEdit").text = "orders1:8866,orders2:8866";
+host.control("CaEdit").text = "/etc/zelmor/ca.pem";
+host.screenshot("login-server.png");
+host.control("CaEdit").text = "";
+host.control("EmbeddedButton").click();
+waitFor("the database again", () => host.control("LoginButton").enabled);
 let refusal = "";
 try {
     host.login(BRANCH.account, "not the password");

@@ -47,13 +47,13 @@ QString Explain(const QSslError& error, const QString& host)
     const QSslCertificate certificate = error.certificate();
     switch (error.error()) {
     case QSslError::CertificateExpired:
-        return u"服务器证书已于%1过期。请核对本机的日期；日期无误时请联系管理员更换证书。"_s.arg(
+        return u"服务器证书已于%1过期。请核对本机的日期；日期无误时请联系管理员更换证书！"_s.arg(
             DayOf(certificate.expiryDate()));
     case QSslError::CertificateNotYetValid:
-        return u"服务器证书从%1起才有效。请核对本机的日期；日期无误时请联系管理员。"_s.arg(
+        return u"服务器证书从%1起才有效。请核对本机的日期；日期无误时请联系管理员！"_s.arg(
             DayOf(certificate.effectiveDate()));
     case QSslError::HostNameMismatch:
-        return u"服务器证书是签发给“%1”的，与所填的地址“%2”不符。请改填证书上的名称，或联系管理员。"_s.arg(
+        return u"服务器证书是签发给“%1”的，与所填的地址“%2”不符。请改填证书上的名称，或联系管理员！"_s.arg(
             NamesOf(certificate), host);
     case QSslError::SelfSignedCertificate:
     case QSslError::SelfSignedCertificateInChain:
@@ -64,9 +64,9 @@ QString Explain(const QSslError& error, const QString& host)
     case QSslError::InvalidCaCertificate:
     case QSslError::NoPeerCertificate:
         return u"服务器证书不是由受信任的机构签发的，不能确认对方就是公司的服务器。"
-               u"请向管理员索取机构证书文件，并在登录窗口里选择它。"_s;
+               u"请向管理员索取机构证书文件，并在登录窗口里选择它！"_s;
     default:
-        return u"服务器证书不能用：%1。请联系管理员。"_s.arg(error.errorString());
+        return u"服务器证书不能用：%1。请联系管理员！"_s.arg(error.errorString());
     }
 }
 
@@ -89,7 +89,7 @@ const QSslError& Gravest(const QList<QSslError>& errors)
 void Encipher(QSslSocket& socket, const TServerAddress& address, const TServerWay& way, int timeout)
 {
     if (!QSslSocket::supportsSsl())
-        throw Error(ErrorKind::Policy, u"本机缺少加密组件（OpenSSL），请联系管理员安装。"_s);
+        throw Error(ErrorKind::Policy, u"本机缺少加密组件（OpenSSL），请联系管理员安装！"_s);
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
     configuration.setProtocol(QSsl::TlsV1_2OrLater);
     configuration.setPeerVerifyMode(QSslSocket::VerifyPeer);
@@ -104,7 +104,7 @@ void Encipher(QSslSocket& socket, const TServerAddress& address, const TServerWa
     if (!problems.isEmpty())
         throw Error(ErrorKind::Policy, Explain(Gravest(problems), address.host));
     throw Error(ErrorKind::Connection,
-        u"服务器没有按加密方式应答（%1）。请核对地址和端口，或向管理员确认服务器已启用加密。"_s.arg(
+        u"服务器没有按加密方式应答（%1）。请核对地址和端口，或向管理员确认服务器已启用加密！"_s.arg(
             socket.errorString()));
 }
 
