@@ -278,6 +278,11 @@ void TextIndex::Resize(qsizetype slots)
     }
 }
 
+void CellBlock::RaiseTooLarge()
+{
+    throw Error(ErrorKind::Limit, u"查询结果里的文本过长！"_s);
+}
+
 void CellBlock::Clear() noexcept
 {
     rows_ = 0;
@@ -286,6 +291,8 @@ void CellBlock::Clear() noexcept
     ints_.Truncate(0);
     numbers_.Truncate(0);
     bytes_.Truncate(0);
+    if (bytes_.MemoryUse() > kKeptBytes)
+        bytes_ = {};
     ends_.Truncate(0);
 }
 

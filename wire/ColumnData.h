@@ -301,9 +301,13 @@ public:
             flags_.Append(1);
         ++rows_;
     }
-    // Text only; empty is null.
+    // Bytes of its texts.
+    qsizetype TextBytes() const noexcept { return bytes_.Size(); }
+    // Text only; empty is null. Raises Error(Limit) where the block would hold more than anybody reads.
     void AddText(const char* utf8, qsizetype size)
     {
+        if (size > kMostBytes - bytes_.Size())
+            RaiseTooLarge();
         nulls_ += size == 0 ? 1 : 0;
         if (size > 0)
             std::memcpy(bytes_.Extend(size), utf8, static_cast<size_t>(size));
@@ -327,6 +331,9 @@ public:
 
 private:
     friend class Column;
+    static constexpr qsizetype kMostBytes = 256 << 20; // `ends_` could count more, memory could not
+    static constexpr size_t kKeptBytes = 1 << 20; // for the next rows
+    [[noreturn]] static void RaiseTooLarge();
 
     ColumnType type_;
     qsizetype rows_ = 0;

@@ -17,6 +17,8 @@ namespace {
 // Results this short are not worth a dictionary.
 constexpr qsizetype kPlainRows = 8;
 constexpr size_t kBlocksInFlight = 4;
+// Usual rows stay below it.
+constexpr qsizetype kBytesPerReply = 16 << 20;
 
 // Fills the blocks anew; false when that was the end.
 bool FillBlocks(RowSource& source, CellBlocks& blocks)
@@ -142,12 +144,14 @@ public:
     void Append(const CellBlocks& blocks)
     {
         total_ += RowCount(blocks);
+        bytes_ += TextBytes(blocks);
         if (total_ > limits_.maxRows)
             throw server::operation::RefusedError(server::operation::Refusal::Rows, wire::ErrorKind::Limit,
                 server::texts::TooManyRows(limits_.maxRows));
         for (size_t i = 0; i < columns_.size(); ++i)
             columns_[i].AppendCells(blocks[i]);
-        if (limits_.rowsPerReply > 0 && columns_.front().RowCount() >= limits_.rowsPerReply)
+        if (limits_.rowsPerReply > 0
+            && (columns_.front().RowCount() >= limits_.rowsPerReply || bytes_ > kBytesPerReply))
             Send();
     }
 
@@ -161,6 +165,7 @@ public:
 private:
     void Send()
     {
+        bytes_ = 0;
         std::vector<wire::Column> rows;
         rows.reserve(columns_.size());
         for (wire::Column& column : columns_)
@@ -171,7 +176,8 @@ private:
     const ReadLimits& limits_;
     wire::ReplySink& sink_;
     std::vector<wire::Column> columns_;
-    qint64 total_ = 0;
+    qint64 total_ = 0; // rows
+    qsizetype bytes_ = 0; // of texts, not yet sent
 };
 
 } // namespace

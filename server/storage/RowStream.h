@@ -18,11 +18,28 @@ using CellBlocks = std::vector<wire::CellBlock>;
 
 CellBlocks MakeCellBlocks(std::span<const wire::ColumnInfo> infos);
 
+inline qsizetype TextBytes(const CellBlocks& blocks)
+{
+    qsizetype bytes = 0;
+    for (const wire::CellBlock& cells : blocks)
+        bytes += cells.TextBytes();
+    return bytes;
+}
+
+// Rows with texts of unusual length fill a block before it has kRows of them. Asked after each row.
+inline bool AreFull(const CellBlocks& blocks)
+{
+    constexpr qsizetype kManyBytes = 4 << 20;
+    constexpr qsizetype kRowsALook = 8;
+    const qsizetype rows = blocks.front().RowCount();
+    return rows % kRowsALook == 0 && (rows >= wire::CellBlock::kRows || TextBytes(blocks) > kManyBytes);
+}
+
 // The rows of a running query.
 class RowSource {
 public:
     virtual ~RowSource();
-    // Fills the cleared blocks with the next rows, at most CellBlock::kRows; false when the query came to its
+    // Fills the cleared blocks with the next rows until they are full; false when the query came to its
     // end with them. Called from one thread at a time, not always the same. Raises wire::Error.
     virtual bool Fill(CellBlocks& blocks) = 0;
 };

@@ -151,6 +151,44 @@ TEST_F(StorageFaultTest, FullDiskUndoesTheSaveAndSaysSo)
     EXPECT_EQ(RawText("select count(*) from zelmor_audit"), u"0"_s);
 }
 
+// What a reply takes of the memory must not grow with the length of its texts.
+TEST(RowStream, LongTextsAreHandedOnInSmallParts)
+{
+    constexpr int kRows = 1500;
+    class LongTexts final : public storage::RowSource {
+    public:
+        bool Fill(storage::CellBlocks& blocks) override
+        {
+            while (!storage::AreFull(blocks)) {
+                if (row_ == kRows)
+                    return false;
+                const QByteArray text = QByteArray::number(row_++) + QByteArray(64 << 10, 'x');
+                blocks.front().AddText(text.constData(), text.size());
+            }
+            return true;
+        }
+
+    private:
+        int row_ = 0;
+    } source;
+    class Sink final : public wire::ReplySink {
+    public:
+        void Columns(std::vector<wire::ColumnInfo>) override { }
+        void Rows(std::vector<wire::Column> block) override
+        {
+            rows += block.front().RowCount();
+            most = std::max(most, block.front().MemoryUse());
+        }
+        qsizetype rows = 0;
+        size_t most = 0;
+    } sink;
+    storage::CellBlocks scratch;
+    scratch.emplace_back(wire::ColumnType::Text);
+    EXPECT_EQ(storage::StreamRows(source, scratch, {kRows, kRows}, sink), kRows);
+    EXPECT_EQ(sink.rows, kRows);
+    EXPECT_LT(sink.most, size_t(64) << 20); // of 94 MB
+}
+
 TEST_F(StorageFaultTest, TextsLargerThanTheDatabaseTakesAreRefusedAsSuch)
 {
     Client client = LoggedIn();

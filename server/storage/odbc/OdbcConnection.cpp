@@ -44,7 +44,7 @@ public:
     {
         return worker_.Run([&] {
             const Database::Running running(database_, statement_->Handle());
-            for (qsizetype row = 0; row < wire::CellBlock::kRows; ++row) {
+            while (!AreFull(blocks)) {
                 if (!statement_->Next())
                     return false;
                 statement_->AddCells(blocks);

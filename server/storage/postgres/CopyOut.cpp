@@ -130,7 +130,7 @@ bool CopyReader::Fill(CellBlocks& blocks)
     for (wire::CellBlock& cells : blocks)
         cells.Clear();
     link_.CheckStop();
-    for (qsizetype row = 0; row < wire::CellBlock::kRows;) {
+    while (!AreFull(blocks)) {
         std::string_view bytes = link_.NextCopied();
         if (bytes.empty())
             return false;
@@ -153,7 +153,6 @@ bool CopyReader::Fill(CellBlocks& blocks)
             const std::string_view cell = length > 0 ? TakeBytes(bytes, static_cast<size_t>(length)) : "";
             readers_.ReadCell(i, cell.data(), static_cast<int>(cell.size()), blocks);
         }
-        ++row;
     }
     return true;
 }

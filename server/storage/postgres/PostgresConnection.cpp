@@ -50,7 +50,7 @@ public:
         for (wire::CellBlock& cells : blocks)
             cells.Clear();
         link_.CheckStop();
-        for (qsizetype row = 0; row < wire::CellBlock::kRows; ++row) {
+        while (!AreFull(blocks)) {
             if (next_ == PQntuples(rows_.get()) && !NextRows())
                 return false;
             statement_.readers->ReadRow(rows_.get(), next_++, blocks);
