@@ -149,11 +149,6 @@ void Statement::BindUtf8(int parameter, std::string_view text)
     sqlite3_bind_text64(statement_, parameter, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8);
 }
 
-void Statement::BindBlob(int parameter, std::string_view bytes)
-{
-    sqlite3_bind_blob64(statement_, parameter, bytes.data(), bytes.size(), SQLITE_STATIC);
-}
-
 bool Statement::Step()
 {
     const int code = sqlite3_step(statement_);
@@ -182,12 +177,6 @@ QString Statement::Text(int column) const
 {
     const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
     return QString::fromUtf8(text, sqlite3_column_bytes(statement_, column));
-}
-
-QByteArray Statement::Blob(int column) const
-{
-    const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement_, column));
-    return {bytes, sqlite3_column_bytes(statement_, column)};
 }
 
 wire::Value Statement::Value(int column, wire::ColumnType type) const

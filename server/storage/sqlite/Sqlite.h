@@ -29,7 +29,6 @@ public:
     void BindInteger(int parameter, qint64 value) { sqlite3_bind_int64(statement_, parameter, value); }
     // Not copied: stays valid until the statement is reset or bound anew.
     void BindUtf8(int parameter, std::string_view text);
-    void BindBlob(int parameter, std::string_view bytes);
     void BindNull(int parameter) { sqlite3_bind_null(statement_, parameter); }
 
     // True: a row stands ready. Raises.
@@ -44,7 +43,6 @@ public:
     bool IsNull(int column) const { return sqlite3_column_type(statement_, column) == SQLITE_NULL; }
     qint64 Integer(int column) const { return sqlite3_column_int64(statement_, column); }
     QString Text(int column) const;
-    QByteArray Blob(int column) const;
     // As the given type; empty text is null.
     wire::Value Value(int column, wire::ColumnType type) const;
 
