@@ -57,6 +57,9 @@ struct RowWrite {
     std::string auditFields; // UTF-8, JSON
 };
 
+// So many shapes' statements a writer keeps: more than any screen makes in one save.
+inline constexpr size_t kMostShapes = 256;
+
 struct RowResult {
     enum class Outcome {
         Written,

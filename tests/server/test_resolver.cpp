@@ -172,6 +172,24 @@ TEST_P(ResolverTest, ValuesThatDoNotFitAreRefused)
     EXPECT_TRUE(rows[2].accepted) << "a character outside the basic plane counts once";
 }
 
+// More than a writer keeps statements for.
+TEST_P(ResolverTest, RowsOfManyShapesAreAllStored)
+{
+    const QString columns[]{u"NAME"_s, u"REMARK"_s, u"MESSAGE"_s, u"MODIFIER"_s, u"REC_SITE"_s,
+        u"MODIFY_SITE"_s, u"CREATER_SITE"_s, u"PREPARE_SITE"_s, u"CANCEL_DESC"_s};
+    Changes changes = Log();
+    for (size_t row = 0; row < storage::kMostShapes + 44; ++row) {
+        Changes::Edits values{{u"TX_LOGISTIC_ID"_s, u"X%1"_s.arg(row)}};
+        for (size_t i = 0; i < std::size(columns); ++i) {
+            if ((row >> i & 1) != 0)
+                values.emplace_back(columns[i], u"值"_s);
+        }
+        changes.Insert(values);
+    }
+    EXPECT_EQ(client_.Apply(changes.log).Rejected(), 0);
+    EXPECT_EQ(RawText("select count(*) from tab_zelmor_bill where TX_LOGISTIC_ID like 'X%'"), u"300"_s);
+}
+
 TEST_P(ResolverTest, MoreRefusalsThanAllowedUndoAll)
 {
     for (const int maxErrors : {-1, 0, 1, 2}) {

@@ -35,6 +35,8 @@ public:
     std::optional<QSqlRecord> ColumnsOf(const QString& sql);
     // Kept for the next time; valid until the next Begin.
     Statement& Prepared(const QString& sql);
+    // No reference that Prepared gave may be in use.
+    void ForgetStatements() { prepared_.clear(); }
     // For a text that is not likely to come again.
     Statement Prepare(const QString& sql) { return Statement(*this, base_, sql); }
 

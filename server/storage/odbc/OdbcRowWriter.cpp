@@ -181,6 +181,10 @@ Statement& OdbcRowWriter::StatementFor(const RowWrite& row)
     shape_ = row.shape;
     for (const Cell& check : row.checks)
         shape_ += wire::IsNull(check.value) ? u'0' : u'1';
+    if (statements_.size() >= kMostShapes && !statements_.contains(shape_)) {
+        statements_.clear();
+        database_.ForgetStatements();
+    }
     Statement*& statement = statements_[shape_];
     if (statement == nullptr)
         statement = &database_.Prepared(TextFor(row));

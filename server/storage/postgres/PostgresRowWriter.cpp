@@ -217,6 +217,8 @@ const PostgresRowWriter::Statement& PostgresRowWriter::StatementFor(const RowWri
     const auto found = statements_.find(row.shape);
     if (found != statements_.end())
         return found->second;
+    if (statements_.size() >= kMostShapes)
+        statements_.clear();
     return statements_.emplace(row.shape, MakeStatement(row)).first->second;
 }
 

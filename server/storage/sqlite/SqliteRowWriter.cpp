@@ -120,6 +120,8 @@ Statement& SqliteRowWriter::PreparedFor(const RowWrite& row)
         return *last_;
     auto found = statements_.find(row.shape);
     if (found == statements_.end()) {
+        if (statements_.size() >= kMostShapes)
+            statements_.clear();
         const std::string sql = row.kind == wire::ChangeKind::Insert ? InsertText(row)
             : row.kind == wire::ChangeKind::Update                   ? UpdateText(row)
                                                                      : DeleteText(row);
