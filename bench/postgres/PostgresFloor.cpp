@@ -100,7 +100,7 @@ qint64 PostgresFloor::ReadEveryCell(const QString& sql)
     return rows;
 }
 
-int PostgresFloor::Update(std::span<const Edit> edits)
+int PostgresFloor::Update(std::span<const OrderEdit> edits)
 {
     PGconn* const connection = connection_.get();
     Result(PQexec(connection, "begin"));
@@ -112,18 +112,18 @@ int PostgresFloor::Update(std::span<const Edit> edits)
     int changed = 0;
     int ahead = 0;
     for (size_t i = 0; i < edits.size(); ++i) {
-        const Edit& edit = edits[i];
+        const OrderEdit& edit = edits[i];
         Texts texts;
         texts.Add(edit.remark);
         texts.Add(edit.modifier);
         texts.Add(edit.weight);
         texts.Add(edit.order);
-        texts.Add(quint64(edit.status), edit.hadStatus);
+        texts.Add(quint64(edit.status.value_or(0)), edit.status.has_value());
         texts.Add(edit.receivingSite);
         texts.Add(edit.candidates);
         texts.Add(edit.oldRemark);
         texts.Add(edit.oldModifier);
-        texts.Add(edit.oldWeight, edit.hadWeight);
+        texts.Add(edit.oldWeight.value_or(0), edit.oldWeight.has_value());
         send("set", {});
         send("edit", texts);
         send("release", {});

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "bench/system/OrderEdits.h"
+
 #include <QString>
 
 #include <libpq-fe.h>
@@ -17,15 +19,7 @@ public:
 
     // One prepared update a row, sent ahead in one transaction, each with a savepoint of its own; the rows
     // changed. With the old-value check that a save makes, but without its audit.
-    struct Edit {
-        QString order;
-        qint64 status = 0;
-        QString receivingSite, candidates;
-        QString oldRemark, oldModifier, remark, modifier;
-        double oldWeight = 0, weight = 0;
-        bool hadStatus = false, hadWeight = false;
-    };
-    int Update(std::span<const Edit> edits);
+    int Update(std::span<const OrderEdit> edits);
 
 private:
     struct Closer {

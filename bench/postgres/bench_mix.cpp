@@ -10,6 +10,7 @@
 #include "server/dialect/Dialect.h"
 #include "server/storage/postgres/PostgresStorage.h"
 #include "tests/support/PostgresDatabase.h"
+#include "tests/support/RowKeeper.h"
 #include "tests/support/ServerProcess.h"
 #include "tests/support/TestAuthority.h"
 
@@ -92,25 +93,6 @@ QString RowsText(const QStringList& orders)
 {
     return u"select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID in ('%1')"_s.arg(orders.join(u"','"_s));
 }
-
-class Keeper final : public wire::ReplySink {
-public:
-    void Columns(std::vector<wire::ColumnInfo> announced) override
-    {
-        rows = {};
-        rows.infos = std::move(announced);
-    }
-    void Rows(std::vector<wire::Column> block) override
-    {
-        if (rows.columns.empty())
-            rows.columns = std::move(block);
-        else
-            for (size_t i = 0; i < block.size(); ++i)
-                rows.columns[i].AppendColumn(std::move(block[i]));
-    }
-
-    wire::RowSet rows;
-};
 
 // One client: speaks the protocol, decodes what comes and forgets it.
 class Client {
@@ -205,7 +187,7 @@ private:
     std::mt19937 random_;
     wire::Request request_;
     wire::Request save_;
-    Keeper keeper_;
+    RowKeeper keeper_;
 };
 
 // The clients of one server, each on a thread of its own, where its socket was made.

@@ -65,13 +65,7 @@ void BenchApply(TSocketConnectionEx& connection, PostgresFloor& floor, const Pos
     };
     const auto subject = [&] {
         open();
-        for (; !dataSet.Eof(); dataSet.Next()) {
-            dataSet.Edit();
-            dataSet.FieldByName(u"REMARK").SetAsString(u"第%1次修改"_s.arg(round));
-            dataSet.FieldByName(u"MODIFIER").SetAsString(u"员工%1"_s.arg(round));
-            dataSet.FieldByName(u"TOTAL_WEIGHT").SetAsFloat(round + 0.5);
-            dataSet.Post();
-        }
+        EditEveryOrder(dataSet, round);
         const double time = MillisecondsOf([&] { dataSet.ApplyUpdates(-1); });
         if (dataSet.ChangeCount() != 0)
             throw wire::Error(wire::ErrorKind::Usage, u"not every row was saved"_s);
@@ -79,24 +73,7 @@ void BenchApply(TSocketConnectionEx& connection, PostgresFloor& floor, const Pos
     };
     const auto peer = [&] {
         open();
-        std::vector<PostgresFloor::Edit> edits;
-        for (; !dataSet.Eof(); dataSet.Next()) {
-            const TField& status = dataSet.FieldByName(u"STATUS");
-            const TField& weight = dataSet.FieldByName(u"TOTAL_WEIGHT");
-            const auto text = [&](QStringView field) { return dataSet.FieldByName(field).AsString(); };
-            edits.push_back({.order = text(u"TX_LOGISTIC_ID"),
-                .status = status.AsInteger(),
-                .receivingSite = text(u"REC_SITE"),
-                .candidates = text(u"PREPARE_SITE"),
-                .oldRemark = text(u"REMARK"),
-                .oldModifier = text(u"MODIFIER"),
-                .remark = u"第%1次修改"_s.arg(round),
-                .modifier = u"员工%1"_s.arg(round),
-                .oldWeight = weight.AsFloat(),
-                .weight = round + 0.5,
-                .hadStatus = !status.IsNull(),
-                .hadWeight = !weight.IsNull()});
-        }
+        const std::vector<OrderEdit> edits = EditsOfEveryOrder(dataSet, round);
         int changed = 0;
         const double time = MillisecondsOf([&] { changed = floor.Update(edits); });
         if (changed != kRows)

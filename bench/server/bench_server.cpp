@@ -153,7 +153,7 @@ void BenchLookUps(const MeasuredDatabase& database, Client& client)
 // floor.
 struct Edits {
     wire::ChangeLog log;
-    std::vector<Floor::Edit> bare;
+    std::vector<OrderEdit> bare;
 };
 
 Edits EditEveryRow(const QString& text, const wire::RowSet& rows, int round)

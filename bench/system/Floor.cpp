@@ -120,7 +120,7 @@ int Floor::LookUp(std::span<const AreaKey> keys)
     return hits;
 }
 
-int Floor::Update(std::span<const Edit> edits)
+int Floor::Update(std::span<const OrderEdit> edits)
 {
     Run(u"begin immediate"_s);
     sqlite3_stmt* statement = Prepare(database_,
@@ -128,7 +128,7 @@ int Floor::Update(std::span<const Edit> edits)
         "STATUS is ?5 and REC_SITE is ?6 and PREPARE_SITE is ?7 and REMARK is ?8 and MODIFIER is ?9 and "
         "TOTAL_WEIGHT is ?10"_s);
     int changed = 0;
-    for (const Edit& edit : edits) {
+    for (const OrderEdit& edit : edits) {
         BindText(statement, 1, edit.remark);
         BindText(statement, 2, edit.modifier);
         sqlite3_bind_double(statement, 3, edit.weight);

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "bench/system/OrderEdits.h"
+
 #include <QString>
 #include <QStringList>
 
-#include <optional>
 #include <span>
 
 struct sqlite3;
@@ -29,15 +30,7 @@ public:
     int LookUp(std::span<const AreaKey> keys);
 
     // One prepared update in one transaction, with the old-value check that a save makes; the rows changed.
-    struct Edit {
-        QString order;
-        std::optional<qint64> status;
-        QString receivingSite, candidates;
-        QString oldRemark, oldModifier, remark, modifier;
-        std::optional<double> oldWeight;
-        double weight = 0;
-    };
-    int Update(std::span<const Edit> edits);
+    int Update(std::span<const OrderEdit> edits);
 
 private:
     sqlite3* database_ = nullptr;

@@ -29,7 +29,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <malloc.h>
-#include <optional>
 #include <thread>
 #include <unistd.h>
 
@@ -310,35 +309,12 @@ void BenchApply(const MeasuredDatabase& database, TSocketConnectionEx& local)
     };
     const auto subject = [&] {
         open();
-        for (; !dataSet.Eof(); dataSet.Next()) {
-            dataSet.Edit();
-            dataSet.FieldByName(u"REMARK").SetAsString(u"第%1次修改"_s.arg(round));
-            dataSet.FieldByName(u"MODIFIER").SetAsString(u"员工%1"_s.arg(round));
-            dataSet.FieldByName(u"TOTAL_WEIGHT").SetAsFloat(round + 0.5);
-            dataSet.Post();
-        }
+        EditEveryOrder(dataSet, round);
         return MillisecondsOf([&] { dataSet.ApplyUpdates(-1); });
     };
     const auto peer = [&] {
         open();
-        std::vector<Floor::Edit> edits;
-        for (; !dataSet.Eof(); dataSet.Next()) {
-            const TField& status = dataSet.FieldByName(u"STATUS");
-            const TField& weight = dataSet.FieldByName(u"TOTAL_WEIGHT");
-            const auto text = [&](const char16_t* field) {
-                return dataSet.FieldByName(QStringView(field)).AsString();
-            };
-            edits.push_back({.order = text(u"TX_LOGISTIC_ID"),
-                .status = status.IsNull() ? std::nullopt : std::optional(status.AsInteger()),
-                .receivingSite = text(u"REC_SITE"),
-                .candidates = text(u"PREPARE_SITE"),
-                .oldRemark = text(u"REMARK"),
-                .oldModifier = text(u"MODIFIER"),
-                .remark = u"第%1次修改"_s.arg(round),
-                .modifier = u"员工%1"_s.arg(round),
-                .oldWeight = weight.IsNull() ? std::nullopt : std::optional(weight.AsFloat()),
-                .weight = round + 0.5});
-        }
+        const std::vector<OrderEdit> edits = EditsOfEveryOrder(dataSet, round);
         int changed = 0;
         const double elapsed = MillisecondsOf([&] { changed = floor.Update(edits); });
         if (changed != kRows)

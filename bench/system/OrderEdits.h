@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+class TClientDataSetEx;
+
+// One order of the save that is measured, for a peer that asks for the old values as a save does.
+struct OrderEdit {
+    QString order;
+    std::optional<qint64> status;
+    QString receivingSite, candidates;
+    QString oldRemark, oldModifier, remark, modifier;
+    std::optional<double> oldWeight;
+    double weight = 0;
+};
+
+// Gives every order another remark, modifier and weight, other ones each round; and the same for a peer.
+void EditEveryOrder(TClientDataSetEx& orders, int round);
+std::vector<OrderEdit> EditsOfEveryOrder(TClientDataSetEx& orders, int round);
