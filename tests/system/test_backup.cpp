@@ -36,7 +36,7 @@ Contents ContentsOfFile(const QString& file)
         storage::Statement rows = database.Prepare("select * from " + storage::Quoted(tables.Text(0)));
         while (rows.Step()) {
             for (int i = 0; i < sqlite3_column_count(rows.Handle()); ++i)
-                hash.addData(rows.IsNull(i) ? "-" : "+" + rows.Blob(i) + '\0');
+                hash.addData(rows.IsNull(i) ? "-" : "+" + rows.Text(i).toUtf8() + '\0');
         }
         contents[tables.Text(0).toStdString()] =
             tables.Text(1).toStdString() + hash.result().toHex().toStdString();
