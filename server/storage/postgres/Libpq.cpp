@@ -301,7 +301,7 @@ void Link::EndCopy() noexcept
         while (Next()) { }
         copied_.reset();
         StartPipeline();
-    } catch (const wire::Error&) {
+    } catch (...) {
         GiveUp(); // whoever lends it next is told so
     }
 }
