@@ -141,11 +141,16 @@ void SqlitePrinter::Print(const Expression&, const ScalarQuery& scalar)
 {
     const Query& query = *scalar.query;
     const SelectBlock& first = query.blocks.front();
+    // SQLite takes an aggregate over nothing but outer columns for one of the outer query.
+    const Expression& output = *first.outputs.front();
+    const bool isOwn = output.As<Literal>() || std::ranges::any_of(first.from, [&](const auto& source) {
+        return Mentions(output, source.get());
+    });
     Put("(");
     if (scalar.oneRow) {
         Print(query, Use::Rows);
     } else if (query.blocks.size() == 1 && query.orderBy.empty() && !first.aggregated && !first.distinct
-        && !first.rowLimit) {
+        && !first.rowLimit && isOwn) {
         Print(query, Use::Single);
     } else {
         Put("SELECT ora_single(v) FROM (SELECT NULL AS v WHERE 0 UNION ALL SELECT * FROM (");

@@ -319,6 +319,14 @@ TEST_P(OnCompany, ScalarSubqueriesGiveOneRow)
         Column("select (select distinct area_name from tab_site where area_name='华东') from dual"), "华东");
     EXPECT_EQ(ErrorOf("select (select area_name from tab_site group by area_name) from dual"),
         "单行子查询返回多行！");
+    // What it gives may be of the outer row alone.
+    EXPECT_EQ(
+        Column("select (select a.site_code||'x' from tab_site b where b.site_code='101') from tab_site a "
+               "where a.site_code='100'"),
+        "100x");
+    EXPECT_EQ(
+        ErrorOf("select a.site_code from tab_site a where a.site_code=(select a.site_code from tab_site b)"),
+        "单行子查询返回多行！");
 }
 
 TEST_P(OnCompany, SetsOfRows)
