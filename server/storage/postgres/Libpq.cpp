@@ -292,10 +292,10 @@ void Link::EndCopy() noexcept
         while (copying_) {
             try {
                 NextCopied();
-            } catch (const TryAgain&) {
-                throw;
             } catch (const wire::Error&) {
-                // That it was broken off.
+                // That it was broken off, unless the database has fallen silent or is gone.
+                if (givenUp_)
+                    throw;
             }
         }
         while (Next()) { }
