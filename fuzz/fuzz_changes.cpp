@@ -29,7 +29,7 @@ constexpr qsizetype kLongestText = 4'000;
 
 class ColumnsKeeper final : public wire::ReplySink {
 public:
-    void Columns(std::vector<wire::ColumnInfo> columns) override { infos = std::move(columns); }
+    void Columns(const wire::ColumnInfos& columns) override { infos = *columns; }
     void Rows(std::vector<wire::Column>) override { }
     std::vector<wire::ColumnInfo> infos;
 };

@@ -152,8 +152,8 @@ void Decode(const Frame& frame, Result& result)
     switch (frame.header.kind) {
     case FrameKind::Columns:
         CheckRoundTrip(frame, wire::DecodeColumns,
-            [&](const std::vector<wire::ColumnInfo>& infos) { return wire::EncodeColumns(infos, number); });
-        result.Begin(wire::DecodeColumns(frame));
+            [&](const wire::ColumnInfos& infos) { return wire::EncodeColumns(*infos, number); });
+        result.Begin(*wire::DecodeColumns(frame));
         break;
     case FrameKind::Rows:
         result.Take(frame);

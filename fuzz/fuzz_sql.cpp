@@ -55,11 +55,11 @@ public:
         const Translation& translation = *translated->translation;
         Require(translation.sql == own->translation->sql && translated->literals == own->literals,
             "a text is translated by what came before it");
-        Require(translation.columns == own->translation->columns, "columns differ by what came before");
+        Require(*translation.columns == *own->translation->columns, "columns differ by what came before");
 
         // What another database takes is not tried here, but everybody refuses the same texts.
         if (const std::optional<Translated> forPostgres = Translate(postgres_, text))
-            Require(forPostgres->translation->columns == translation.columns, "columns differ by database");
+            Require(*forPostgres->translation->columns == *translation.columns, "columns differ by database");
 
         const Statement statement = Prepare(translation.sql);
         if (!statement)
@@ -146,11 +146,11 @@ private:
 
     void Run(sqlite3_stmt* statement, const Translation& translation)
     {
-        Require(sqlite3_column_count(statement) == static_cast<int>(translation.columns.size()),
+        Require(sqlite3_column_count(statement) == static_cast<int>(translation.columns->size()),
             "columns do not match the statement");
         int code = sqlite3_step(statement);
         for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
-            for (size_t i = 0; i < translation.columns.size(); ++i)
+            for (size_t i = 0; i < translation.columns->size(); ++i)
                 CheckCell(statement, static_cast<int>(i), translation);
         }
         const bool expected = code == SQLITE_DONE || code == dialect::kDataErrorCode
@@ -162,7 +162,7 @@ private:
 
     void CheckCell(sqlite3_stmt* statement, int column, const Translation& translation)
     {
-        const ColumnType type = translation.columns[static_cast<size_t>(column)].type;
+        const ColumnType type = (*translation.columns)[static_cast<size_t>(column)].type;
         const int stored = sqlite3_column_type(statement, column);
         bool right = stored == SQLITE_NULL;
         switch (type) {

@@ -19,7 +19,7 @@ constexpr auto kClockHeardFor = std::chrono::minutes(5);
 
 class TNoRows : public wire::ReplySink {
 public:
-    void Columns(std::vector<wire::ColumnInfo>) override { }
+    void Columns(const wire::ColumnInfos&) override { }
     void Rows(std::vector<wire::Column>) override { }
 };
 

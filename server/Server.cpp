@@ -43,11 +43,11 @@ private:
 
 class RowCollector final : public wire::ReplySink {
 public:
-    void Columns(std::vector<wire::ColumnInfo> infos) override
+    void Columns(const wire::ColumnInfos& infos) override
     {
-        for (const wire::ColumnInfo& info : infos)
+        for (const wire::ColumnInfo& info : *infos)
             rows.columns.emplace_back(info.type);
-        rows.infos = std::move(infos);
+        rows.infos = *infos;
     }
     void Rows(std::vector<wire::Column> block) override
     {

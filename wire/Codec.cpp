@@ -66,6 +66,13 @@ void PutInfos(Packet& out, const std::vector<ColumnInfo>& infos)
     }
 }
 
+QByteArray BodyOf(const std::vector<ColumnInfo>& infos)
+{
+    Packet out(FrameKind::Columns, 0);
+    PutInfos(out, infos);
+    return {out.Data() + kHeaderSize, out.Size() - kHeaderSize};
+}
+
 std::vector<ColumnInfo> GetInfos(Reader& in, qint64 most = std::numeric_limits<qint64>::max())
 {
     const quint32 count = in.GetCount(10);
@@ -240,20 +247,63 @@ Request DecodeRequest(const Frame& frame)
     return request;
 }
 
-Packet EncodeColumns(const std::vector<ColumnInfo>& infos, quint32 number)
+ColumnInfos::ColumnInfos()
 {
-    Packet out(FrameKind::Columns, number);
-    PutInfos(out, infos);
+    static const auto none = std::make_shared<const Shared>(Shared{{}, BodyOf({})});
+    shared_ = none;
+}
+
+ColumnInfos::ColumnInfos(std::vector<ColumnInfo> infos, QByteArray body)
+    : shared_(std::make_shared<const Shared>(Shared{std::move(infos), std::move(body)}))
+{
+}
+
+ColumnInfos::ColumnInfos(std::vector<ColumnInfo> infos)
+{
+    QByteArray body = BodyOf(infos);
+    *this = ColumnInfos(std::move(infos), std::move(body));
+}
+
+ColumnInfos::ColumnInfos(std::initializer_list<ColumnInfo> infos)
+    : ColumnInfos(std::vector<ColumnInfo>(infos))
+{
+}
+
+Packet EncodeColumns(const ColumnInfos& infos, quint32 number)
+{
+    const QByteArray& body = infos.Body();
+    Packet out(FrameKind::Columns, number, 0, body.size());
+    out.Put(body.constData(), body.size());
     out.Seal();
     return out;
 }
 
-std::vector<ColumnInfo> DecodeColumns(const Frame& frame)
+ColumnInfos DecodeColumns(const Frame& frame)
 {
     Reader in(frame, FrameKind::Columns);
     std::vector<ColumnInfo> infos = GetInfos(in);
     in.Finish();
-    return infos;
+    return {std::move(infos), QByteArray(frame.body.Begin(), frame.body.Size())};
+}
+
+ColumnInfos KnownColumns::Decode(const Frame& frame)
+{
+    constexpr size_t kMost = 32;
+    constexpr qsizetype kMostBytes = 64 * 1024; // of one of them
+    const QByteArrayView body(frame.body.Begin(), frame.body.Size());
+    auto at = known_.end();
+    if (frame.header.kind == FrameKind::Columns)
+        at = std::ranges::find_if(known_, [&](const ColumnInfos& known) { return known.Body() == body; });
+    if (at == known_.end()) {
+        ColumnInfos infos = DecodeColumns(frame);
+        if (body.size() > kMostBytes)
+            return infos;
+        if (known_.size() == kMost)
+            known_.pop_back();
+        at = known_.insert(known_.end(), std::move(infos));
+    }
+    std::rotate(known_.begin(), at, at + 1);
+    return known_.front();
 }
 
 Packet EncodeDone(const Reply& reply, quint32 number)

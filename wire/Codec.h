@@ -13,12 +13,34 @@ namespace wire {
 WIRE_EXPORT Packet EncodeRequest(const Request& request, quint32 number, bool compressionWelcome = false);
 WIRE_EXPORT Request DecodeRequest(const Frame& frame);
 
-WIRE_EXPORT Packet EncodeColumns(const std::vector<ColumnInfo>& infos, quint32 number);
-WIRE_EXPORT std::vector<ColumnInfo> DecodeColumns(const Frame& frame);
+WIRE_EXPORT Packet EncodeColumns(const ColumnInfos& infos, quint32 number);
+WIRE_EXPORT ColumnInfos DecodeColumns(const Frame& frame);
 
-// Columns of one length travel as their arrays lie in memory; a block stands for itself, dictionaries
-// included.
+// The descriptions of columns that came last: the same statement's next reply repeats its own to the byte.
+class WIRE_EXPORT KnownColumns {
+public:
+    ColumnInfos Decode(const Frame& frame);
+
+private:
+    std::vector<ColumnInfos> known_; // the last one used first
+};
+
+// Columns of one length, a block stands for itself, dictionaries included. A column is its type (1 byte), then
+//
+//   text             its form (1), then
+//     nothing        no byte: all rows are null
+//     plain          the texts of all rows, empty where null
+//     dictionary     integers: for each row 0 for null or the number of its text, from 1; the number of texts
+//                    (4); the texts
+//   numbers          nulls, then 8 bytes for each row unless all are null
+//   integers, dates  nulls, then integers
+//
+// Texts are their lengths, as integers, then their bytes. Integers are the width (1) that the largest of them
+// needs, 0 (all are zero), 1, 2, 4 or 8, then so many bytes for each. Nulls are their number (4), then, where
+// some rows are null and others are not, a bit for each row in words of 8 bytes, lowest first.
 WIRE_EXPORT Packet EncodeRows(const std::vector<Column>& block, quint32 number, bool compress = false);
+// The same from cells as they were read, without a dictionary.
+WIRE_EXPORT Packet EncodeCells(const std::vector<CellBlock>& block, quint32 number, bool compress = false);
 // `infos`: what the reply announced; a block of other columns is an error.
 WIRE_EXPORT std::vector<Column> DecodeRows(const Frame& frame, const std::vector<ColumnInfo>& infos);
 

@@ -303,6 +303,16 @@ public:
     }
     // Bytes of its texts.
     qsizetype TextBytes() const noexcept { return bytes_.Size(); }
+
+    qsizetype Nulls() const noexcept { return nulls_; }
+    // The cells in order: of a text its bytes, and where each ends in them (a null is empty); of other types
+    // the values (0 where null), and 1 for each null.
+    const Array<char>& Texts() const noexcept { return bytes_; }
+    const Array<quint32>& Ends() const noexcept { return ends_; }
+    const Array<qint64>& Integers() const noexcept { return ints_; }
+    const Array<double>& Numbers() const noexcept { return numbers_; }
+    const Array<uchar>& NullFlags() const noexcept { return flags_; }
+
     // Text only; empty is null. Raises Error(Limit) where the block would hold more than anybody reads.
     void AddText(const char* utf8, qsizetype size)
     {

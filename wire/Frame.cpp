@@ -67,9 +67,9 @@ FrameHeader ReadHeader(const char* bytes, quint32 limit)
     return header;
 }
 
-Packet::Packet(FrameKind kind, quint32 request, quint8 flags)
+Packet::Packet(FrameKind kind, quint32 request, quint8 flags, qsizetype bodySize)
 {
-    bytes_.Reserve(kSmallPacket);
+    bytes_.Reserve(std::max(kSmallPacket, kHeaderSize + bodySize));
     Put(quint32(0));
     Put(kProtocolVersion);
     Put(static_cast<quint8>(kind));

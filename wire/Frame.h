@@ -16,7 +16,7 @@ namespace wire {
 //
 // A compressed body is the size of the plain one (4 bytes) followed by a zstd frame.
 
-inline constexpr quint16 kProtocolVersion = 1;
+inline constexpr quint16 kProtocolVersion = 2;
 inline constexpr qsizetype kHeaderSize = 12;
 // The largest bodies: of any frame, of a request, and of what a client may send before it is logged in.
 inline constexpr quint32 kMaxBody = 64u << 20;
@@ -61,7 +61,8 @@ WIRE_EXPORT FrameHeader ReadHeader(const char* bytes, quint32 limit);
 // A whole frame ready to be sent: begun, filled by appending to it, then sealed.
 class WIRE_EXPORT Packet {
 public:
-    Packet(FrameKind kind, quint32 request, quint8 flags = 0);
+    // Has room for a body of `bodySize` bytes, a small one unless given.
+    Packet(FrameKind kind, quint32 request, quint8 flags = 0, qsizetype bodySize = 0);
 
     template <typename T> void Put(T value)
     {
@@ -70,8 +71,8 @@ public:
     }
     void Put(const void* bytes, qsizetype size) { bytes_.Append(static_cast<const char*>(bytes), size); }
     void PutText(const QString& text);
-    // Makes room at once for a body of about `size` bytes.
-    void Reserve(qsizetype size) { bytes_.Reserve(bytes_.Size() + size); }
+    // Appends `size` bytes that the caller sets.
+    char* Extend(qsizetype size) { return bytes_.Extend(size); }
 
     // Writes the length. With `compress` the body is compressed where that makes it smaller. Raises
     // Error(Limit) where the body is larger than a frame may be.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "wire/Column.h"
+#include "wire/ColumnInfos.h"
 #include "wire/Error.h"
 
 #include <array>
@@ -85,8 +85,11 @@ struct Request {
 class WIRE_EXPORT ReplySink {
 public:
     virtual ~ReplySink();
-    virtual void Columns(std::vector<ColumnInfo> infos) = 0;
+    virtual void Columns(const ColumnInfos& infos) = 0;
     virtual void Rows(std::vector<Column> block) = 0;
+    // `Rows` for all rows of a short result, as storage has read them: a sink that has no use for columns
+    // spares making them. By default they become columns for `Rows`.
+    virtual void Cells(const std::vector<CellBlock>& block);
 };
 
 struct Reply {

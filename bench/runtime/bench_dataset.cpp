@@ -321,7 +321,7 @@ private:
 
 class TakingSink final : public wire::ReplySink {
 public:
-    void Columns(std::vector<wire::ColumnInfo> infos) override { infos_ = std::move(infos); }
+    void Columns(const wire::ColumnInfos& infos) override { infos_ = *infos; }
     void Rows(std::vector<wire::Column> block) override { block_ = std::move(block); }
 
 private:

@@ -12,9 +12,9 @@ public:
         : target_(target)
     {
     }
-    void Columns(std::vector<wire::ColumnInfo> infos) override
+    void Columns(const wire::ColumnInfos& infos) override
     {
-        target_.Begin(std::move(infos));
+        target_.Begin(*infos);
         described_ = true;
     }
     void Rows(std::vector<wire::Column> block) override { target_.rows.Adopt(std::move(block)); }

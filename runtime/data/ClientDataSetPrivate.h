@@ -152,7 +152,7 @@ inline void Run(const std::function<void()>& handler)
 // For requests that no rows answer.
 class NoRows final : public wire::ReplySink {
 public:
-    void Columns(std::vector<wire::ColumnInfo>) override { }
+    void Columns(const wire::ColumnInfos&) override { }
     void Rows(std::vector<wire::Column>) override { }
 };
 

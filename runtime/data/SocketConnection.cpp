@@ -32,10 +32,10 @@ public:
     }
     bool Untouched() const noexcept { return !touched_; }
 
-    void Columns(std::vector<wire::ColumnInfo> infos) override
+    void Columns(const wire::ColumnInfos& infos) override
     {
         touched_ = true;
-        sink_.Columns(std::move(infos));
+        sink_.Columns(infos);
     }
     void Rows(std::vector<wire::Column> block) override
     {
@@ -50,7 +50,7 @@ private:
 
 class NoSink : public wire::ReplySink {
 public:
-    void Columns(std::vector<wire::ColumnInfo>) override { }
+    void Columns(const wire::ColumnInfos&) override { }
     void Rows(std::vector<wire::Column>) override { }
 };
 

@@ -37,6 +37,7 @@ private:
     std::unique_ptr<TServerLink> link_;
     quint32 number_ = 0;
     wire::Frame frame_; // kept for its memory
+    wire::KnownColumns known_;
 };
 
 void TcpTransport::Connect()
@@ -101,7 +102,7 @@ wire::Reply TcpTransport::Exchange(const wire::Request& request, wire::ReplySink
 
 std::variant<wire::Reply, Error> TcpTransport::ReadReply(wire::ReplySink& sink)
 {
-    std::optional<std::vector<wire::ColumnInfo>> infos;
+    std::optional<wire::ColumnInfos> infos;
     for (;;) {
         if (!link_->Read(frame_, wire::kMaxBody))
             throw Error(ErrorKind::Connection, u"服务器关闭了连接！"_s);
@@ -110,13 +111,13 @@ std::variant<wire::Reply, Error> TcpTransport::ReadReply(wire::ReplySink& sink)
             throw Error(ErrorKind::Protocol, u"服务器的应答与请求不符！"_s);
         switch (frame_.header.kind) {
         case wire::FrameKind::Columns:
-            infos = wire::DecodeColumns(frame_);
+            infos = known_.Decode(frame_);
             sink.Columns(*infos);
             break;
         case wire::FrameKind::Rows:
             if (!infos)
                 throw Error(ErrorKind::Protocol, u"服务器的应答缺少列信息！"_s);
-            sink.Rows(wire::DecodeRows(frame_, *infos));
+            sink.Rows(wire::DecodeRows(frame_, **infos));
             break;
         case wire::FrameKind::Done:
             return wire::DecodeDone(frame_);

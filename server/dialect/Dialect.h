@@ -1,6 +1,6 @@
 #pragma once
 
-#include "wire/Column.h"
+#include "wire/ColumnInfos.h"
 
 #include <memory>
 #include <span>
@@ -52,7 +52,7 @@ struct Translation {
     StatementKind kind = StatementKind::Select;
     std::string sql; // in the backend's language, UTF-8, parameters ?1, ?2, … or $1, $2, …
     std::vector<Parameter> parameters;
-    std::vector<wire::ColumnInfo> columns; // select: what comes back, in order
+    wire::ColumnInfos columns; // select: what comes back, in order
     std::vector<QString> tables; // every table read or written, in the catalogue's spelling
     QString targetTable; // select: the first table of its outermost from (a change log's
                          // table); update: the table updated

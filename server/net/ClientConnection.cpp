@@ -30,6 +30,14 @@ size_t BytesOf(const std::vector<wire::Column>& block)
     return bytes;
 }
 
+size_t BytesOf(const std::vector<wire::CellBlock>& block)
+{
+    size_t bytes = 0;
+    for (const wire::CellBlock& cells : block)
+        bytes += static_cast<size_t>(cells.TextBytes()) + static_cast<size_t>(cells.RowCount()) * sizeof(qint64);
+    return bytes;
+}
+
 } // namespace
 
 // Sends the reply as it comes into being: while the client decodes one block, the next is read.
@@ -42,7 +50,7 @@ public:
     {
     }
 
-    void Columns(std::vector<wire::ColumnInfo> infos) override
+    void Columns(const wire::ColumnInfos& infos) override
     {
         channel_.Queue(wire::EncodeColumns(infos, number_));
     }
@@ -64,6 +72,14 @@ public:
                 part.push_back(column.Slice(begin, std::min(step, rows - begin)));
             channel_.Queue(wire::EncodeRows(part, number_, compress_));
         }
+    }
+
+    void Cells(const std::vector<wire::CellBlock>& block) override
+    {
+        if (BytesOf(block) > kBlockBytes)
+            ReplySink::Cells(block);
+        else
+            channel_.Queue(wire::EncodeCells(block, number_, compress_));
     }
 
 private:

@@ -35,16 +35,22 @@ public:
     }
     bool HasFailed() const noexcept { return busy_; }
 
-    void Columns(std::vector<wire::ColumnInfo> infos) override
+    void Columns(const wire::ColumnInfos& infos) override
     {
         busy_ = true;
-        sink_.Columns(std::move(infos));
+        sink_.Columns(infos);
         busy_ = false;
     }
     void Rows(std::vector<wire::Column> block) override
     {
         busy_ = true;
         sink_.Rows(std::move(block));
+        busy_ = false;
+    }
+    void Cells(const std::vector<wire::CellBlock>& block) override
+    {
+        busy_ = true;
+        sink_.Cells(block);
         busy_ = false;
     }
 

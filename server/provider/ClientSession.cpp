@@ -70,15 +70,20 @@ public:
     }
     bool HasRows() const noexcept { return hasRows_; }
 
-    void Columns(std::vector<wire::ColumnInfo> infos) override
+    void Columns(const wire::ColumnInfos& infos) override
     {
         if (!std::exchange(hasColumns_, true))
-            sink_.Columns(std::move(infos));
+            sink_.Columns(infos);
     }
     void Rows(std::vector<wire::Column> block) override
     {
         hasRows_ = true;
         sink_.Rows(std::move(block));
+    }
+    void Cells(const std::vector<wire::CellBlock>& block) override
+    {
+        hasRows_ = true;
+        sink_.Cells(block);
     }
 
 private:

@@ -13,15 +13,15 @@ namespace {
 // The column of the log as the query itself describes it; clients are not taken at their word where the
 // server knows better.
 const wire::ColumnInfo& Described(
-    const dialect::Translation& query, const std::vector<wire::ColumnInfo>& columns, size_t position)
+    const std::vector<wire::ColumnInfo>& query, const std::vector<wire::ColumnInfo>& columns, size_t position)
 {
     const auto same = [&](const wire::ColumnInfo& info) {
         return info.name.compare(columns[position].name, Qt::CaseInsensitive) == 0;
     };
-    if (position < query.columns.size() && same(query.columns[position]))
-        return query.columns[position];
-    const auto found = std::ranges::find_if(query.columns, same);
-    return found != query.columns.end() ? *found : columns[position];
+    if (position < query.size() && same(query[position]))
+        return query[position];
+    const auto found = std::ranges::find_if(query, same);
+    return found != query.end() ? *found : columns[position];
 }
 
 // What two desks most often change at once has a name in the clerks' language; other columns go by their own.
@@ -58,7 +58,7 @@ RowTarget::RowTarget(
         for (size_t i = 0; i < log.columns.size(); ++i) {
             if (log.columns[i].name.compare(column.name, Qt::CaseInsensitive) != 0)
                 continue;
-            const wire::ColumnInfo& info = Described(*query.translation, log.columns, i);
+            const wire::ColumnInfo& info = Described(*query.translation->columns, log.columns, i);
             if (!info.stored)
                 continue;
             columns_[i] =

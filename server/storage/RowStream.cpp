@@ -14,8 +14,6 @@
 namespace storage {
 namespace {
 
-// Results this short are not worth a dictionary.
-constexpr qsizetype kPlainRows = 8;
 constexpr size_t kBlocksInFlight = 4;
 // Usual rows stay below it.
 constexpr qsizetype kBytesPerReply = 16 << 20;
@@ -125,6 +123,13 @@ private:
     std::thread thread_;
 };
 
+void RequireFewEnough(qint64 rows, const ReadLimits& limits)
+{
+    if (rows > limits.maxRows)
+        throw server::operation::RefusedError(server::operation::Refusal::Rows, wire::ErrorKind::Limit,
+            server::texts::TooManyRows(limits.maxRows));
+}
+
 // Turns blocks into columns and passes them on.
 class Encoder {
 public:
@@ -135,19 +140,13 @@ public:
         columns_.reserve(like.size());
         for (const wire::CellBlock& cells : like)
             columns_.emplace_back(cells.Type());
-        if (RowCount(like) <= kPlainRows) {
-            for (wire::Column& column : columns_)
-                column.Raw().plain = column.Type() == wire::ColumnType::Text;
-        }
     }
 
     void Append(const CellBlocks& blocks)
     {
         total_ += RowCount(blocks);
         bytes_ += TextBytes(blocks);
-        if (total_ > limits_.maxRows)
-            throw server::operation::RefusedError(server::operation::Refusal::Rows, wire::ErrorKind::Limit,
-                server::texts::TooManyRows(limits_.maxRows));
+        RequireFewEnough(total_, limits_);
         for (size_t i = 0; i < columns_.size(); ++i)
             columns_[i].AppendCells(blocks[i]);
         if (limits_.rowsPerReply > 0
@@ -195,14 +194,14 @@ CellBlocks MakeCellBlocks(std::span<const wire::ColumnInfo> infos)
 
 qint64 StreamRows(RowSource& source, CellBlocks& scratch, const ReadLimits& limits, wire::ReplySink& sink)
 {
-    const bool more = FillBlocks(source, scratch);
-    if (RowCount(scratch) == 0)
-        return 0;
-    Encoder encoder(scratch, limits, sink);
-    if (!more) {
-        encoder.Append(scratch);
-        return encoder.Finish();
+    if (!FillBlocks(source, scratch)) {
+        const qint64 rows = RowCount(scratch);
+        RequireFewEnough(rows, limits);
+        if (rows > 0)
+            sink.Cells(scratch);
+        return rows;
     }
+    Encoder encoder(scratch, limits, sink);
     CellBlocks like;
     like.reserve(scratch.size());
     for (const wire::CellBlock& cells : scratch)

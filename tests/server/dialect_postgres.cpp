@@ -131,7 +131,7 @@ wire::RowSet PostgresDialect::Query(const QString& sql)
     const dialect::Translated translated = translator_.Translate(sql);
     const ResultPtr rows = Run(translated);
     wire::RowSet result;
-    result.infos = translated.translation->columns;
+    result.infos = *translated.translation->columns;
     if (PQnfields(rows.get()) != static_cast<int>(result.infos.size()))
         throw wire::Error(wire::ErrorKind::Usage, u"another number of columns"_s);
     for (size_t i = 0; i < result.infos.size(); ++i) {

@@ -129,7 +129,7 @@ wire::RowSet SqliteDialect::Query(const QString& sql)
     const dialect::Translated translated = translator_.Translate(sql);
     const StatementPtr statement = Prepare(translated);
     wire::RowSet result;
-    result.infos = translated.translation->columns;
+    result.infos = *translated.translation->columns;
     for (const wire::ColumnInfo& info : result.infos)
         result.columns.emplace_back(info.type);
     while (Step(statement)) {

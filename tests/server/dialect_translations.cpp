@@ -205,7 +205,7 @@ TEST(DialectTranslations, TextsForADatabaseThatUnderstandsThemStayAsTheyAre)
         const dialect::Translated translated = translator.Translate(sql + u" \n "_s);
         EXPECT_EQ(translated.translation->sql, sql.toStdString());
         EXPECT_TRUE(translated.translation->parameters.empty() && translated.literals.empty());
-        EXPECT_EQ(translated.translation->columns.front().name, u"SITE_NAME"_s);
+        EXPECT_EQ(translated.translation->columns->front().name, u"SITE_NAME"_s);
         EXPECT_EQ(translated.translation->tables, std::vector<QString>{u"tab_site"_s});
     }
     EXPECT_THROW(translator.Translate(u"delete from tab_site"_s), wire::Error);

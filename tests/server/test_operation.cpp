@@ -213,7 +213,7 @@ class NoSink final : public wire::ReplySink {
 public:
     bool gone = false;
 
-    void Columns(std::vector<wire::ColumnInfo>) override
+    void Columns(const wire::ColumnInfos&) override
     {
         if (gone)
             throw wire::Error(wire::ErrorKind::Connection, u"gone"_s);

@@ -302,7 +302,7 @@ TEST_F(PostgresServerTest, OnlyTheRowsThatBreakAConstraintAreRefused)
 TEST_F(PostgresServerTest, ManyRowsComeAsACopyTheNextTime)
 {
     struct Unwilling final : wire::ReplySink {
-        void Columns(std::vector<wire::ColumnInfo>) override { }
+        void Columns(const wire::ColumnInfos&) override { }
         void Rows(std::vector<wire::Column>) override { throw wire::Error(ErrorKind::Connection, u"gone"_s); }
     };
     Raw("insert into tab_zelmor_bill(TX_LOGISTIC_ID, NAME, TOTAL_WEIGHT, CREATE_DATE) select 'X' || n, "

@@ -129,7 +129,7 @@ TEST_P(SessionTest, LongResultsComeWholeAndInOrder)
 
     // A client that fails while receiving leaves a session that goes on.
     struct Failing final : wire::ReplySink {
-        void Columns(std::vector<wire::ColumnInfo>) override { }
+        void Columns(const wire::ColumnInfos&) override { }
         void Rows(std::vector<wire::Column>) override { throw wire::Error(ErrorKind::Connection, u"gone"_s); }
     } failing;
     EXPECT_EQ(ErrorOf([&] { client.Conversation().Handle(request, failing); }).Kind(), ErrorKind::Connection);

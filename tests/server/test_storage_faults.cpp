@@ -173,7 +173,7 @@ TEST(RowStream, LongTextsAreHandedOnInSmallParts)
     } source;
     class Sink final : public wire::ReplySink {
     public:
-        void Columns(std::vector<wire::ColumnInfo>) override { }
+        void Columns(const wire::ColumnInfos&) override { }
         void Rows(std::vector<wire::Column> block) override
         {
             rows += block.front().RowCount();

@@ -6,13 +6,13 @@
 // Keeps the rows of a reply, until the next one begins.
 class RowKeeper : public wire::ReplySink {
 public:
-    void Columns(std::vector<wire::ColumnInfo> infos) override
+    void Columns(const wire::ColumnInfos& infos) override
     {
-        rows = {};
+        rows.columns.clear();
         blocks = 0;
-        for (const wire::ColumnInfo& info : infos)
+        for (const wire::ColumnInfo& info : *infos)
             rows.columns.emplace_back(info.type);
-        rows.infos = std::move(infos);
+        rows.infos = *infos;
     }
     void Rows(std::vector<wire::Column> block) override
     {

@@ -41,7 +41,7 @@ public:
     void LogIn(int count)
     {
         class : public wire::ReplySink {
-            void Columns(std::vector<wire::ColumnInfo>) override { }
+            void Columns(const wire::ColumnInfos&) override { }
             void Rows(std::vector<wire::Column>) override { }
         } nothing;
         wire::Request login;

@@ -16,7 +16,7 @@ const QString kRows = u"select a.* from tab_zelmor_bill a where rownum<=5"_s;
 
 class NoRows : public wire::ReplySink {
 public:
-    void Columns(std::vector<wire::ColumnInfo>) override { }
+    void Columns(const wire::ColumnInfos&) override { }
     void Rows(std::vector<wire::Column>) override { }
 };
 

@@ -79,7 +79,7 @@ qint64 OdbcConnection::Query(const dialect::Translated& select, wire::DateTime /
     const ReadLimits& limits, wire::ReplySink& sink)
 {
     QueryRows rows(worker_, *database_, *select.translation);
-    CellBlocks scratch = MakeCellBlocks(select.translation->columns);
+    CellBlocks scratch = MakeCellBlocks(*select.translation->columns);
     return StreamRows(rows, scratch, limits, sink);
 }
 

@@ -150,11 +150,11 @@ qint64 PostgresConnection::Query(
         }
     }
     try {
-        return Read(statement, select.translation->columns, limits, sink);
+        return Read(statement, *select.translation->columns, limits, sink);
     } catch (const Link::TooMuch&) {
         // It was few rows the last time. None of these has been handed on.
         statement->rows = kUnknownRows;
-        return Read(statement, select.translation->columns, limits, sink);
+        return Read(statement, *select.translation->columns, limits, sink);
     }
 }
 

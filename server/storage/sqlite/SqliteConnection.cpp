@@ -168,7 +168,7 @@ SqliteConnection::Prepared& SqliteConnection::Prepare(
         }
         const auto& translation = translated.translation;
         auto prepared = std::make_unique<Prepared>(
-            Prepared{translation, database_.Prepare(translation->sql), MakeCellBlocks(translation->columns)});
+            Prepared{translation, database_.Prepare(translation->sql), MakeCellBlocks(*translation->columns)});
         found = prepared_.emplace(translation.get(), std::move(prepared)).first;
     }
     Prepared& prepared = *found->second;
