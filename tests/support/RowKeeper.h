@@ -3,16 +3,17 @@
 #include "wire/ColumnData.h"
 #include "wire/Messages.h"
 
-// Keeps the rows of a reply, until the next one begins.
+// Keeps the rows of a reply, until the next one begins. Without rows there are no columns either.
 class RowKeeper : public wire::ReplySink {
 public:
     void Columns(const wire::ColumnInfos& infos) override
     {
         rows.columns.clear();
         blocks = 0;
-        for (const wire::ColumnInfo& info : *infos)
-            rows.columns.emplace_back(info.type);
-        rows.infos = *infos;
+        if (!infos_.IsSharedWith(infos)) {
+            infos_ = infos;
+            rows.infos = *infos;
+        }
     }
     void Rows(std::vector<wire::Column> block) override
     {
@@ -26,4 +27,7 @@ public:
 
     wire::RowSet rows;
     int blocks = 0;
+
+private:
+    wire::ColumnInfos infos_;
 };

@@ -98,6 +98,26 @@ std::vector<Column> SampleRows(int rows)
     return block;
 }
 
+// The same rows as storage reads them.
+std::vector<CellBlock> CellsOf(const std::vector<Column>& rows)
+{
+    std::vector<CellBlock> block;
+    for (const Column& column : rows) {
+        CellBlock& cells = block.emplace_back(column.Type());
+        for (qsizetype row = 0; row < column.RowCount(); ++row) {
+            if (column.IsNull(row))
+                cells.AddNull();
+            else if (column.Type() == ColumnType::Text)
+                cells.AddText(column.TextAt(row).data(), column.TextAt(row).size());
+            else if (column.Type() == ColumnType::Number)
+                cells.AddNumber(column.NumberAt(row));
+            else
+                cells.AddInteger(column.IntegerAt(row));
+        }
+    }
+    return block;
+}
+
 Reply SampleReply()
 {
     Reply reply;
@@ -116,7 +136,7 @@ size_t DecodeAny(const Frame& frame)
     size_t touched = 0;
     switch (frame.header.kind) {
     case FrameKind::Columns:
-        return DecodeColumns(frame).size();
+        return DecodeColumns(frame)->size();
     case FrameKind::Rows:
         for (const Column& column : DecodeRows(frame, SampleInfos())) {
             const qsizetype rows = std::min<qsizetype>(column.RowCount(), 5000);
@@ -151,7 +171,8 @@ std::vector<QByteArray> SampleFrames()
         BytesOf(EncodeRequest(SampleApply(), 3)), BytesOf(EncodeRequest({}, 4)),
         BytesOf(EncodeColumns(SampleInfos(), 5)), BytesOf(EncodeRows(SampleRows(20), 6)),
         BytesOf(EncodeRows(SampleRows(90), 7, true)), BytesOf(EncodeDone(SampleReply(), 8)),
-        BytesOf(EncodeError({ErrorKind::Syntax, u"第 3 行"_s, u"select"_s}, 9))};
+        BytesOf(EncodeError({ErrorKind::Syntax, u"第 3 行"_s, u"select"_s}, 9)),
+        BytesOf(EncodeCells(CellsOf(SampleRows(12)), 10))};
 }
 
 // Nothing but a refusal or a message may come of it.
@@ -219,7 +240,30 @@ TEST(CodecTest, MessagesArriveAsTheyWereSent)
     EXPECT_EQ(error.Message(), u"不许"_s);
     EXPECT_EQ(error.SqlText(), u"drop"_s);
 
-    EXPECT_EQ(DecodeColumns(FrameOf(BytesOf(EncodeColumns(SampleInfos(), 5)))), SampleInfos());
+    EXPECT_EQ(*DecodeColumns(FrameOf(BytesOf(EncodeColumns(SampleInfos(), 5)))), SampleInfos());
+}
+
+TEST(CodecTest, DescriptionsThatComeAgainAreShared)
+{
+    const auto received = [](const ColumnInfos& infos) { return FrameOf(BytesOf(EncodeColumns(infos, 1))); };
+    KnownColumns known;
+    const ColumnInfos first = known.Decode(received(SampleInfos()));
+    EXPECT_EQ(*first, SampleInfos());
+    // Differs in the last byte alone.
+    std::vector<ColumnInfo> others = SampleInfos();
+    others.back().stored = true;
+    EXPECT_EQ(*known.Decode(received(others)), others);
+    EXPECT_TRUE(known.Decode(received(SampleInfos())).IsSharedWith(first));
+    // The one that is asked for now and then outlives those that come once.
+    for (int i = 0; i < 100; ++i) {
+        const std::vector<ColumnInfo> once = {{u"C%1"_s.arg(i)}};
+        EXPECT_EQ(*known.Decode(received(once)), once);
+        EXPECT_TRUE(i % 10 != 0 || known.Decode(received(SampleInfos())).IsSharedWith(first));
+    }
+    // What is no description is refused, though its bytes are those of one.
+    Frame frame = received(SampleInfos());
+    frame.header.kind = FrameKind::Done;
+    EXPECT_THROW(known.Decode(frame), Error);
 }
 
 TEST(CodecTest, RowsArriveAsTheyWereSent)
@@ -232,13 +276,59 @@ TEST(CodecTest, RowsArriveAsTheyWereSent)
             ASSERT_EQ(got.size(), sent.size());
             for (size_t column = 0; column < sent.size(); ++column) {
                 ASSERT_EQ(got[column].RowCount(), rows);
-                ASSERT_EQ(got[column].IsDictionary(), sent[column].IsDictionary());
+                // A column of nothing but nulls costs no memory.
+                const bool plain = !sent[column].IsDictionary() && sent[column].EntryCount() > 1;
+                ASSERT_EQ(got[column].IsDictionary(), !plain);
                 for (int row = 0; row < rows; ++row)
                     ASSERT_EQ(got[column].ValueAt(row), sent[column].ValueAt(row));
             }
         }
     }
     EXPECT_LT(EncodeRows(SampleRows(5000), 1, true).Size(), EncodeRows(SampleRows(5000), 1).Size() / 2);
+}
+
+// Texts of each width that their lengths can have, integers likewise.
+TEST(CodecTest, CellsArriveAsTheyWereRead)
+{
+    const std::vector<ColumnInfo> infos = SampleInfos();
+    for (const int rows : {1, 2, 64, 65, 300}) {
+        for (const qsizetype longest : {1, 127, 128, 32767, 32768}) {
+            std::vector<Column> sent = SampleRows(rows);
+            sent[1].AppendText(QByteArray(longest, 'x'));
+            for (const size_t column : {0, 3, 5, 6})
+                sent[column].AppendNull();
+            for (const size_t column : {2, 4})
+                sent[column].AppendInteger(-qint64(longest) * longest * longest);
+            const Packet packet = EncodeCells(CellsOf(sent), 1, longest > 1000);
+            const std::vector<Column> got = DecodeRows(FrameOf(BytesOf(packet)), infos);
+            ASSERT_EQ(got.size(), sent.size());
+            for (size_t column = 0; column < sent.size(); ++column) {
+                ASSERT_EQ(got[column].RowCount(), rows + 1);
+                for (int row = 0; row <= rows; ++row)
+                    ASSERT_EQ(got[column].ValueAt(row), sent[column].ValueAt(row));
+            }
+            ASSERT_EQ(BytesOf(EncodeRows(got, 1)), BytesOf(EncodeCells(CellsOf(sent), 1)));
+        }
+    }
+}
+
+// The default of a sink, for those that keep columns.
+TEST(CodecTest, CellsBecomeColumnsForASinkOfColumns)
+{
+    struct : ReplySink {
+        void Columns(const ColumnInfos&) override { }
+        void Rows(std::vector<Column> block) override { got = std::move(block); }
+        std::vector<Column> got;
+    } sink;
+    for (const int rows : {1, 100}) {
+        const std::vector<Column> sent = SampleRows(rows);
+        static_cast<ReplySink&>(sink).Cells(CellsOf(sent));
+        ASSERT_EQ(sink.got.size(), sent.size());
+        for (size_t column = 0; column < sent.size(); ++column) {
+            for (int row = 0; row < rows; ++row)
+                ASSERT_EQ(sink.got[column].ValueAt(row), sent[column].ValueAt(row));
+        }
+    }
 }
 
 TEST(CodecTest, FramesAreFoundHoweverTheBytesArrive)
@@ -306,30 +396,32 @@ TEST(CodecTest, BlocksThatContradictThemselvesAreRefused)
     EXPECT_TRUE(refused([&](Packet& p) { put(p, U32(4'000'001), U32(1)); }).contains(u"4000001 rows"));
     EXPECT_TRUE(refused([&](Packet& p) { put(p, U32(1), U32(2)); }).contains(u"2 columns"));
     EXPECT_TRUE(refused([&](Packet& p) { put(p, U32(1), U32(1), U8(2)); }).contains(u"type"));
-    EXPECT_TRUE(refused([&](Packet& p) { put(p, U32(1), U32(1), text, U8(0), U8(3)); }).contains(u"3 bytes"));
-    // A code beyond the dictionary, an empty entry, offsets that run backwards, too few texts, more text than
-    // there is.
-    EXPECT_TRUE(refused([&](Packet& p) {
-        put(p, U32(1), U32(1), text, U8(0), U8(1), U8(2), U32(1), U32(1), 'x');
-    }).contains(u"outside"));
-    EXPECT_TRUE(refused([&](Packet& p) {
-        put(p, U32(1), U32(1), text, U8(0), U8(1), U8(1), U32(1), U32(0));
-    }).contains(u"empty text"));
-    EXPECT_TRUE(refused([&](Packet& p) {
-        put(p, U32(2), U32(1), text, U8(1), U32(2), U32(1), U32(0), 'x');
-    }).contains(u"backwards"));
-    EXPECT_TRUE(refused([&](Packet& p) {
-        put(p, U32(2), U32(1), text, U8(1), U32(1), U32(1), 'x');
-    }).contains(u"1 texts for 2 rows"));
-    EXPECT_TRUE(refused([&](Packet& p) {
-        put(p, U32(1), U32(1), text, U8(1), U32(1), U32(5), 'x');
-    }).contains(u"early"));
-    EXPECT_TRUE(refused([&](Packet& p) {
-        put(p, U32(1), U32(1), text, U8(1), U32(1), U32(1), 'x', 'y');
-    }).contains(u"too many"));
-    EXPECT_TRUE(refused([&](Packet& p) {
-        put(p, U32(1), U32(1), text, U8(1), U32(0x40000000));
-    }).contains(u"counts"));
+    // A block of one column of texts in the given form, and what follows it.
+    const auto texted = [&](quint32 rows, quint8 form, auto... values) {
+        return refused([&](Packet& p) { put(p, rows, U32(1), text, form, values...); });
+    };
+    const quint8 plain = 1;
+    const quint8 dictionary = 2;
+    EXPECT_TRUE(texted(1, 3).contains(u"form of text 3"));
+    EXPECT_TRUE(texted(1, 0, 'x').contains(u"too many"));
+    EXPECT_TRUE(texted(1, dictionary, U8(3)).contains(u"3 bytes"));
+    // Lengths of no byte or more than anything has, of a negative number, more and fewer than there are rows.
+    EXPECT_TRUE(texted(1, plain, U8(0)).contains(u"lengths of 0 bytes"));
+    EXPECT_TRUE(texted(1, plain, U8(8), quint64(1), 'x').contains(u"lengths of 8 bytes"));
+    EXPECT_TRUE(texted(1, plain, U8(3), 'x').contains(u"3 bytes"));
+    EXPECT_TRUE(texted(2, plain, U8(1), U8(3), qint8(-1), 'x', 'y').contains(u"text of -1 bytes"));
+    EXPECT_TRUE(texted(2, plain, U8(1), U8(1)).contains(u"early"));
+    EXPECT_TRUE(texted(1, plain, U8(1), U8(1), U8(0), 'x').contains(u"too many"));
+    // More and less text than there is, and so much that its end cannot be counted in four bytes.
+    EXPECT_TRUE(texted(1, plain, U8(1), U8(5), 'x').contains(u"early"));
+    EXPECT_TRUE(texted(1, plain, U8(1), U8(1), 'x', 'y').contains(u"too many"));
+    const U32 huge = 0x7FFFFFFF;
+    EXPECT_TRUE(texted(3, plain, U8(4), huge, huge, U32(3), 'x').contains(u"early"));
+    // Numbers outside of the dictionary, an empty text in it, more texts than bytes.
+    EXPECT_TRUE(texted(1, dictionary, U8(1), U8(2), U32(1), U8(1), U8(1), 'x').contains(u"outside"));
+    EXPECT_TRUE(texted(1, dictionary, U8(1), qint8(-1), U32(1), U8(1), U8(1), 'x').contains(u"outside"));
+    EXPECT_TRUE(texted(1, dictionary, U8(1), U8(1), U32(1), U8(1), U8(0)).contains(u"empty text"));
+    EXPECT_TRUE(texted(1, dictionary, U8(0), U32(0x40000000)).contains(u"counts"));
 }
 
 TEST(CodecTest, DamagedFramesAreRefusedOrReadButNeverHarm)

@@ -20,7 +20,7 @@ public:
         , database_(database)
     {
         std::vector<wire::ColumnType> types;
-        for (const wire::ColumnInfo& info : select.columns)
+        for (const wire::ColumnInfo& info : *select.columns)
             types.push_back(info.type);
         worker_.Run([&] {
             statement_.emplace(database_.Prepare(ToQString(select.sql)));
