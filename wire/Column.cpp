@@ -18,13 +18,13 @@ Column::Data::Data(const Data& other)
 {
 }
 
-quint32 Column::Data::FindEntry(const char* text, qsizetype size)
+TextIndex& Column::Data::Index()
 {
     if (!index) {
         index = std::make_unique<TextIndex>();
         index->Rebuild(pool);
     }
-    return index->Find(pool, text, size);
+    return *index;
 }
 
 void Column::Data::AppendTextRow(const char* text, qsizetype size)
@@ -34,7 +34,7 @@ void Column::Data::AppendTextRow(const char* text, qsizetype size)
     else if (size == 0)
         ints.Append(0);
     else
-        ints.Append(qint64(FindEntry(text, size)) + 1);
+        ints.Append(qint64(Index().Find(pool, text, size)) + 1);
     ++rows;
 }
 
@@ -258,12 +258,11 @@ void Column::AppendColumn(Column&& block)
             }
             data_->rows -= from.rows; // counted below
         } else {
-            Array<qint64> codes; // of the block's entries, here
+            const qsizetype entries = from.pool.Count();
+            Array<qint64> codes; // of the block's entries, here; the null's first
             codes.Append(0);
-            for (qsizetype entry = 0; entry < from.pool.Count(); ++entry) {
-                const QByteArrayView text = from.pool.At(entry);
-                codes.Append(qint64(data_->FindEntry(text.data(), text.size())) + 1);
-            }
+            data_->Index().FindAll(
+                data_->pool, from.pool.bytes.Begin(), from.pool.ends.Begin(), entries, codes.Extend(entries));
             Array<qint64> mapped;
             qint64* to = mapped.Extend(from.rows);
             // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): codes holds at least the null's
@@ -303,23 +302,8 @@ void Column::AppendCells(const CellBlock& cells)
         data_->ints.AppendZeros(rows);
     } else {
         Array<qint64> codes;
-        qint64* to = codes.Extend(rows);
-        const char* last = nullptr;
-        quint32 lastSize = 0;
-        qint64 lastCode = 0;
-        quint32 begin = 0;
-        for (qsizetype row = 0; row < rows; ++row) {
-            const quint32 end = cells.ends_[row];
-            const char* const text = cells.bytes_.Begin() + begin;
-            const quint32 size = end - begin;
-            begin = end;
-            if (size != lastSize || (size != 0 && std::memcmp(text, last, size) != 0)) {
-                lastCode = size == 0 ? 0 : qint64(data_->FindEntry(text, size)) + 1;
-                last = text;
-                lastSize = size;
-            }
-            to[row] = lastCode;
-        }
+        data_->Index().FindAll(
+            data_->pool, cells.bytes_.Begin(), cells.ends_.Begin(), rows, codes.Extend(rows));
         data_->ints.Append(codes.Begin(), rows);
     }
     data_->rows += rows;
@@ -330,6 +314,7 @@ Column Column::TakeRows()
 {
     Column rows(data_->type);
     rows.data_.swap(data_);
+    rows.data_->index.reset();
     data_->plain = rows.data_->plain;
     return rows;
 }

@@ -5,6 +5,7 @@
 #include <QHashSeed>
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 using namespace Qt::Literals::StringLiterals;
@@ -36,25 +37,71 @@ void Store(char* to, int width, const qint64* values, qsizetype count)
     }
 }
 
-// Eight bytes a step; seeded by process, so that nobody can prepare texts that collide.
-quint32 HashText(const char* text, qsizetype size) noexcept
+template <typename T> T Load(const char* from) noexcept
 {
-    static const quint64 seed = QHashSeed::globalSeed();
+    T value;
+    std::memcpy(&value, from, sizeof value);
+    return value;
+}
+
+// Sixteen bytes a step, the last ones read with some of those before; seeded by process, so that nobody can
+// prepare texts that collide.
+inline quint32 HashText(const char* text, quint32 size, quint64 seed) noexcept
+{
     constexpr quint64 kFactor = 0x9E3779B97F4A7C15ULL;
-    quint64 hash = (seed ^ static_cast<quint64>(size)) * kFactor;
+    quint64 hash = (seed ^ size) * kFactor;
     const auto mix = [&](quint64 word) {
         hash = (hash ^ word) * kFactor;
         hash ^= hash >> 32;
     };
-    for (; size >= 8; text += 8, size -= 8) {
-        quint64 word;
-        std::memcpy(&word, text, 8);
-        mix(word);
+    const char* const end = text + size;
+    if (size >= 8) {
+        for (; end - text > 16; text += 8)
+            mix(Load<quint64>(text));
+        mix(Load<quint64>(text));
+        mix(Load<quint64>(end - 8));
+    } else if (size >= 4) {
+        mix(quint64(Load<quint32>(text)) << 32 | Load<quint32>(end - 4));
+    } else if (size > 0) {
+        mix(quint64(uchar(text[0])) << 16 | quint64(uchar(text[size / 2])) << 8 | uchar(end[-1]));
     }
-    quint64 word = 0;
-    std::memcpy(&word, text, static_cast<size_t>(size));
-    mix(word);
     return static_cast<quint32>(hash);
+}
+
+quint64 HashSeed() noexcept
+{
+    static const quint64 seed = QHashSeed::globalSeed();
+    return seed;
+}
+
+// Most texts are short: a call each would cost more than the copy.
+inline void CopyText(char* to, const char* from, size_t size) noexcept
+{
+    if (size > 32) {
+        std::memcpy(to, from, size);
+    } else if (size >= 16) {
+        std::memcpy(to, from, 16);
+        std::memcpy(to + size - 16, from + size - 16, 16);
+    } else if (size >= 8) {
+        std::memcpy(to, from, 8);
+        std::memcpy(to + size - 8, from + size - 8, 8);
+    } else {
+        for (size_t i = 0; i < size; ++i)
+            to[i] = from[i];
+    }
+}
+
+inline bool SameText(const char* a, const char* b, quint32 size) noexcept
+{
+    if (size > 16)
+        return std::memcmp(a, b, size) == 0;
+    if (size >= 8)
+        return Load<quint64>(a) == Load<quint64>(b)
+            && Load<quint64>(a + size - 8) == Load<quint64>(b + size - 8);
+    if (size >= 4)
+        return Load<quint32>(a) == Load<quint32>(b)
+            && Load<quint32>(a + size - 4) == Load<quint32>(b + size - 4);
+    return a[0] == b[0] && a[size / 2] == b[size / 2] && a[size - 1] == b[size - 1];
 }
 
 } // namespace
@@ -224,48 +271,94 @@ void TextPool::Append(const TextPool& other)
 
 quint32 TextIndex::Find(TextPool& pool, const char* text, qsizetype size)
 {
-    if (taken_ * 2 >= slots_.Size())
-        Resize(qMax<qsizetype>(64, slots_.Size() * 2));
-    const quint32 hash = HashText(text, size);
+    MakeRoom(1);
+    const auto length = static_cast<quint32>(size); // a pool holds no longer ones
+    return Find(pool, text, length, HashText(text, length, HashSeed()));
+}
+
+inline quint32 TextIndex::Find(TextPool& pool, const char* text, quint32 size, quint32 hash)
+{
     const qsizetype mask = slots_.Size() - 1;
     for (qsizetype at = hash & mask;; at = (at + 1) & mask) {
         Slot& slot = slots_[at];
         if (slot.entryPlusOne == 0) {
+            const auto begin = static_cast<quint32>(pool.bytes.Size());
             pool.Append(text, size);
-            slot = {hash, static_cast<quint32>(pool.Count())};
+            slot = {hash, static_cast<quint32>(pool.Count()), begin, size};
             ++taken_;
             return slot.entryPlusOne - 1;
         }
-        if (slot.hash == hash) {
-            const QByteArrayView entry = pool.At(slot.entryPlusOne - 1);
-            if (entry.size() == size && std::memcmp(entry.data(), text, static_cast<size_t>(size)) == 0)
-                return slot.entryPlusOne - 1;
+        if (slot.hash == hash && slot.size == size && SameText(pool.bytes.Begin() + slot.begin, text, size))
+            return slot.entryPlusOne - 1;
+    }
+}
+
+void TextIndex::FindAll(
+    TextPool& pool, const char* texts, const quint32* ends, qsizetype count, qint64* entriesPlusOne)
+{
+    // The slots of so many are asked of the memory before the first is looked at, then their texts.
+    constexpr qsizetype kAhead = 32;
+    std::array<quint32, kAhead> hashes;
+    const quint64 seed = HashSeed();
+    quint32 first = 0;
+    for (qsizetype done = 0; done < count; done += kAhead) {
+        const qsizetype some = std::min(kAhead, count - done);
+        const quint32* const end = ends + done;
+        MakeRoom(some);
+        const Slot* const slots = slots_.Begin();
+        const auto mask = static_cast<quint32>(slots_.Size() - 1);
+        quint32 begin = first;
+        for (qsizetype i = 0; i < some; ++i) {
+            hashes[size_t(i)] = HashText(texts + begin, end[i] - begin, seed);
+            __builtin_prefetch(slots + (hashes[size_t(i)] & mask));
+            begin = end[i];
         }
+        for (qsizetype i = 0; i < some; ++i)
+            __builtin_prefetch(pool.bytes.Begin() + slots[hashes[size_t(i)] & mask].begin);
+        begin = first;
+        for (qsizetype i = 0; i < some; ++i) {
+            const quint32 size = end[i] - begin;
+            entriesPlusOne[done + i] =
+                size == 0 ? 0 : qint64(Find(pool, texts + begin, size, hashes[size_t(i)])) + 1;
+            begin = end[i];
+        }
+        first = begin;
     }
 }
 
 void TextIndex::Rebuild(const TextPool& pool)
 {
     qsizetype size = 64;
-    while (size < pool.Count() * 2)
+    while (pool.Count() * 4 > size * 3)
         size *= 2;
     slots_ = {};
     slots_.AppendZeros(size);
     taken_ = pool.Count();
     const qsizetype mask = size - 1;
+    quint32 begin = 0;
     for (qsizetype entry = 0; entry < taken_; ++entry) {
-        const QByteArrayView text = pool.At(entry);
-        const quint32 hash = HashText(text.data(), text.size());
+        const quint32 length = pool.ends[entry] - begin;
+        const quint32 hash = HashText(pool.bytes.Begin() + begin, length, HashSeed());
         qsizetype at = hash & mask;
         while (slots_[at].entryPlusOne != 0)
             at = (at + 1) & mask;
-        slots_[at] = {hash, static_cast<quint32>(entry + 1)};
+        slots_[at] = {hash, static_cast<quint32>(entry + 1), begin, length};
+        begin += length;
     }
+}
+
+void TextIndex::MakeRoom(qsizetype more)
+{
+    qsizetype size = qMax<qsizetype>(64, slots_.Size());
+    while ((taken_ + more) * 4 > size * 3)
+        size *= 2;
+    if (size != slots_.Size())
+        Resize(size);
 }
 
 void TextIndex::Resize(qsizetype slots)
 {
-    Array<Slot> old = std::exchange(slots_, {});
+    const Array<Slot> old = std::exchange(slots_, {});
     slots_.AppendZeros(slots);
     const qsizetype mask = slots - 1;
     for (qsizetype i = 0; i < old.Size(); ++i) {
@@ -276,6 +369,29 @@ void TextIndex::Resize(qsizetype slots)
             at = (at + 1) & mask;
         slots_[at] = old[i];
     }
+}
+
+void CellBlock::AddTexts(std::span<const std::string_view> cells)
+{
+    size_t size = 0;
+    for (const std::string_view cell : cells)
+        size += cell.size();
+    if (size > static_cast<size_t>(kMostBytes - bytes_.Size()))
+        RaiseTooLarge();
+    const auto count = static_cast<qsizetype>(cells.size());
+    auto end = static_cast<quint32>(bytes_.Size());
+    char* to = bytes_.Extend(static_cast<qsizetype>(size));
+    quint32* ends = ends_.Extend(count);
+    qsizetype nulls = 0;
+    for (const std::string_view cell : cells) {
+        CopyText(to, cell.data(), cell.size());
+        to += cell.size();
+        end += static_cast<quint32>(cell.size());
+        *ends++ = end;
+        nulls += cell.empty() ? 1 : 0;
+    }
+    nulls_ += nulls;
+    rows_ += count;
 }
 
 void CellBlock::RaiseTooLarge()

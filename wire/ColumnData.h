@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <span>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -227,20 +229,28 @@ struct WIRE_EXPORT TextPool {
 // Finds the entry of a text in a pool of distinct texts.
 class WIRE_EXPORT TextIndex {
 public:
-    // The entry of the text, which is added to the pool where it is new.
+    // The entry of the text (not empty), which is added to the pool where it is new.
     quint32 Find(TextPool& pool, const char* text, qsizetype size);
+    // The same for many, one behind the other as in a pool: gives entry + 1 of each, 0 where it is empty.
+    void FindAll(
+        TextPool& pool, const char* texts, const quint32* ends, qsizetype count, qint64* entriesPlusOne);
     // Makes the index anew for what the pool holds.
     void Rebuild(const TextPool& pool);
     size_t MemoryUse() const noexcept { return slots_.MemoryUse(); }
 
 private:
+    // With the place of the text: the pool is not looked at for others that fall on the same slot.
     struct Slot {
         quint32 hash;
         quint32 entryPlusOne; // 0: free
+        quint32 begin;
+        quint32 size;
     };
+    quint32 Find(TextPool& pool, const char* text, quint32 size, quint32 hash);
+    void MakeRoom(qsizetype more);
     void Resize(qsizetype slots);
 
-    Array<Slot> slots_; // a power of two, at most half of them taken
+    Array<Slot> slots_; // a power of two, at most three quarters of them taken
     qsizetype taken_ = 0;
 };
 
@@ -261,7 +271,7 @@ struct Column::Data {
     std::unique_ptr<TextIndex> index; // while text is being appended; made again when needed
 
     void AppendTextRow(const char* text, qsizetype size);
-    quint32 FindEntry(const char* text, qsizetype size);
+    TextIndex& Index();
     void MakePlain();
     // Gives up a dictionary whose entries repeat too seldom to be worth looking up.
     void Settle();
@@ -339,8 +349,38 @@ public:
         ++rows_;
     }
 
+    // The same for some rows at once, as storage holds them: room is made once, and an empty cell is null.
+    // `valueOf` gives the value of one that is not.
+    void AddTexts(std::span<const std::string_view> cells);
+    template <typename ValueOf>
+    void AddIntegers(std::span<const std::string_view> cells, const ValueOf& valueOf)
+    {
+        AddValues(ints_, cells, valueOf);
+    }
+    template <typename ValueOf>
+    void AddNumbers(std::span<const std::string_view> cells, const ValueOf& valueOf)
+    {
+        AddValues(numbers_, cells, valueOf);
+    }
+
 private:
     friend class Column;
+    template <typename T, typename ValueOf>
+    void AddValues(Array<T>& values, std::span<const std::string_view> cells, const ValueOf& valueOf)
+    {
+        const auto count = static_cast<qsizetype>(cells.size());
+        T* value = values.Extend(count);
+        uchar* flag = flags_.Extend(count);
+        qsizetype nulls = 0;
+        for (const std::string_view cell : cells) {
+            const bool null = cell.empty();
+            *value++ = null ? T(0) : valueOf(cell);
+            *flag++ = null ? 1 : 0;
+            nulls += null ? 1 : 0;
+        }
+        nulls_ += nulls;
+        rows_ += count;
+    }
     static constexpr qsizetype kMostBytes = 256 << 20; // `ends_` could count more, memory could not
     static constexpr size_t kKeptBytes = 1 << 20; // for the next rows
     [[noreturn]] static void RaiseTooLarge();

@@ -26,13 +26,18 @@ inline qsizetype TextBytes(const CellBlocks& blocks)
     return bytes;
 }
 
-// Rows with texts of unusual length fill a block before it has kRows of them. Asked after each row.
+// Rows with texts of unusual length fill a block before it has kRows of them.
 inline bool AreFull(const CellBlocks& blocks)
 {
     constexpr qsizetype kManyBytes = 4 << 20;
+    return blocks.front().RowCount() >= wire::CellBlock::kRows || TextBytes(blocks) > kManyBytes;
+}
+
+// Asked after each row.
+inline bool AreFullAfterRow(const CellBlocks& blocks)
+{
     constexpr qsizetype kRowsALook = 8;
-    const qsizetype rows = blocks.front().RowCount();
-    return rows % kRowsALook == 0 && (rows >= wire::CellBlock::kRows || TextBytes(blocks) > kManyBytes);
+    return blocks.front().RowCount() % kRowsALook == 0 && AreFull(blocks);
 }
 
 // The rows of a running query.

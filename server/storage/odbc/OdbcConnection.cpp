@@ -44,7 +44,7 @@ public:
     {
         return worker_.Run([&] {
             const Database::Running running(database_, statement_->Handle());
-            while (!AreFull(blocks)) {
+            while (!AreFullAfterRow(blocks)) {
                 if (!statement_->Next())
                     return false;
                 statement_->AddCells(blocks);

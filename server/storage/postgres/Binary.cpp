@@ -5,6 +5,7 @@
 #include <QStringConverter>
 #include <QtEndian>
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -46,6 +47,22 @@ template <typename T> T ReadBigEndian(const char* bytes)
     return qFromBigEndian<T>(bytes);
 }
 
+// Raises where the cell is not of the type's size.
+template <typename T> T ReadAs(std::string_view cell)
+{
+    if (cell.size() != sizeof(T))
+        throw wire::Error(wire::ErrorKind::Storage, texts::DatabaseError());
+    return qFromBigEndian<T>(cell.data());
+}
+
+std::string_view CellOf(const PGresult* result, int row, int column)
+{
+    const int length = PQgetlength(result, row, column);
+    if (length == 0)
+        return {};
+    return {PQgetvalue(result, row, column), static_cast<size_t>(length)};
+}
+
 // Rounded: only what is computed has parts of a second.
 qint64 SecondsOf(qint64 microseconds)
 {
@@ -60,14 +77,18 @@ qint64 SecondsOf(qint64 microseconds)
 }
 
 // Digits to the base 10,000, by way of their decimal text, so that it is rounded once.
-double NumericOf(const char* bytes, int length)
+double NumericOf(std::string_view cell)
 {
+    constexpr size_t kHead = 8;
     constexpr auto kNegative = 0x4000;
     constexpr auto kSpecial = 0xC000; // and above: not a number, infinities
+    if (cell.size() < kHead)
+        return std::numeric_limits<double>::quiet_NaN();
+    const char* const bytes = cell.data();
     const int digits = ReadBigEndian<qint16>(bytes);
     const int weight = ReadBigEndian<qint16>(bytes + 2);
     const int sign = ReadBigEndian<quint16>(bytes + 4);
-    if (sign >= kSpecial || length < 8 + 2 * digits)
+    if (sign >= kSpecial || cell.size() < kHead + 2 * static_cast<size_t>(digits))
         return std::numeric_limits<double>::quiet_NaN();
     if (digits == 0)
         return 0;
@@ -247,28 +268,50 @@ CellReaders::CellReaders(const PGresult* result, const std::vector<wire::ColumnT
     }
 }
 
-void CellReaders::ReadRow(const PGresult* result, int row, CellBlocks& blocks) const
+void CellReaders::ReadRows(const PGresult* result, int first, int count, CellBlocks& blocks) const
 {
-    for (int i = 0; i < Count(); ++i)
-        ReadCell(i, PQgetvalue(result, row, i), PQgetlength(result, row, i), blocks);
+    std::array<std::string_view, kRowsAtOnce> cells;
+    for (int column = 0; column < Count(); ++column) {
+        for (int i = 0; i < count; ++i)
+            cells[static_cast<size_t>(i)] = CellOf(result, first + i, column);
+        ReadCells(column, Cells(cells).first(static_cast<size_t>(count)), blocks);
+    }
+}
+
+void CellReaders::ReadCells(int column, Cells cells, CellBlocks& blocks) const
+{
+    const Reader reader = readers_[static_cast<size_t>(column)];
+    wire::CellBlock& block = blocks[static_cast<size_t>(column)];
+    const Form form = reader.form;
+    if (reader.wanted == wire::ColumnType::Text)
+        block.AddTexts(cells);
+    else if (reader.wanted == wire::ColumnType::Number && form == Form::Float8)
+        block.AddNumbers(cells, ReadAs<double>);
+    else if (reader.wanted == wire::ColumnType::Number)
+        block.AddNumbers(cells, [form](std::string_view cell) { return NumberOf(form, cell); });
+    else if (form == Form::Int8)
+        block.AddIntegers(cells, ReadAs<qint64>);
+    else if (form == Form::Timestamp)
+        block.AddIntegers(cells, [](std::string_view cell) { return SecondsOf(ReadAs<qint64>(cell)); });
+    else
+        block.AddIntegers(cells, [form](std::string_view cell) { return IntegerOf(form, cell); });
 }
 
 wire::Value CellReaders::ReadValue(const PGresult* result, int row, int column) const
 {
-    const int length = PQgetlength(result, row, column);
-    if (length == 0)
+    const std::string_view cell = CellOf(result, row, column);
+    if (cell.empty())
         return {};
     const Reader reader = readers_[static_cast<size_t>(column)];
-    const char* const bytes = PQgetvalue(result, row, column);
     switch (reader.wanted) {
     case wire::ColumnType::Text:
-        return QString::fromUtf8(bytes, length);
+        return QString::fromUtf8(cell.data(), static_cast<qsizetype>(cell.size()));
     case wire::ColumnType::Number:
-        return NumberOf(reader.form, bytes, length);
+        return NumberOf(reader.form, cell);
     case wire::ColumnType::Integer:
-        return IntegerOf(reader.form, bytes, length);
+        return IntegerOf(reader.form, cell);
     case wire::ColumnType::DateTime:
-        return wire::DateTime{IntegerOf(reader.form, bytes, length)};
+        return wire::DateTime{IntegerOf(reader.form, cell)};
     }
     return {};
 }
@@ -315,50 +358,42 @@ bool CellReaders::FormOf(Oid type, Form& form)
     }
 }
 
-qint64 CellReaders::IntegerOf(Form form, const char* bytes, int length)
+qint64 CellReaders::IntegerOf(Form form, std::string_view cell)
 {
     switch (form) {
     case Form::Int8:
-        return ReadBigEndian<qint64>(bytes);
+        return ReadAs<qint64>(cell);
     case Form::Timestamp:
-        return SecondsOf(ReadBigEndian<qint64>(bytes));
+        return SecondsOf(ReadAs<qint64>(cell));
     case Form::Int4:
-        return ReadBigEndian<qint32>(bytes);
+        return ReadAs<qint32>(cell);
     case Form::Int2:
-        return ReadBigEndian<qint16>(bytes);
+        return ReadAs<qint16>(cell);
     case Form::Boolean:
-        return *bytes != 0 ? 1 : 0;
+        return ReadAs<qint8>(cell) != 0 ? 1 : 0;
     case Form::Date:
-        return std::clamp(ReadBigEndian<qint32>(bytes) * kDaySeconds + kEpoch, kFirstSecond, kLastSecond);
+        return std::clamp(ReadAs<qint32>(cell) * kDaySeconds + kEpoch, kFirstSecond, kLastSecond);
     default:
-        return std::llround(NumberOf(form, bytes, length));
+        return std::llround(NumberOf(form, cell));
     }
 }
 
-double CellReaders::NumberOf(Form form, const char* bytes, int length)
+double CellReaders::NumberOf(Form form, std::string_view cell)
 {
     switch (form) {
-    case Form::Float8: {
-        const auto bits = ReadBigEndian<quint64>(bytes);
-        double value;
-        std::memcpy(&value, &bits, sizeof value);
-        return value;
-    }
-    case Form::Float4: {
-        const auto bits = ReadBigEndian<quint32>(bytes);
-        float value;
-        std::memcpy(&value, &bits, sizeof value);
-        return value;
-    }
+    case Form::Float8:
+        return ReadAs<double>(cell);
+    case Form::Float4:
+        return ReadAs<float>(cell);
     case Form::Numeric:
-        return NumericOf(bytes, length);
+        return NumericOf(cell);
     case Form::Text: {
         double value = 0;
-        std::from_chars(bytes, bytes + length, value);
+        std::from_chars(cell.data(), cell.data() + cell.size(), value);
         return value;
     }
     default:
-        return static_cast<double>(IntegerOf(form, bytes, length));
+        return static_cast<double>(IntegerOf(form, cell));
     }
 }
 

@@ -10,6 +10,9 @@
 namespace storage::postgres {
 namespace {
 
+// Rows with texts of unusual length are not gathered.
+constexpr size_t kManyBytes = 256 << 10;
+
 constexpr std::string_view kSignature("PGCOPY\n\377\r\n\0", 11);
 
 // As a literal that means the same whether backslashes escape or not.
@@ -60,7 +63,7 @@ std::optional<std::string> LiteralOf(const wire::Value& given, wire::ColumnType 
     return std::nullopt;
 }
 
-template <typename T> T Take(std::string_view& bytes)
+template <typename T> inline T Take(std::string_view& bytes)
 {
     if (bytes.size() < sizeof(T))
         throw wire::Error(wire::ErrorKind::Storage, server::texts::DatabaseError());
@@ -69,7 +72,7 @@ template <typename T> T Take(std::string_view& bytes)
     return value;
 }
 
-std::string_view TakeBytes(std::string_view& bytes, size_t size)
+inline std::string_view TakeBytes(std::string_view& bytes, size_t size)
 {
     if (bytes.size() < size)
         throw wire::Error(wire::ErrorKind::Storage, server::texts::DatabaseError());
@@ -127,10 +130,23 @@ CopyReader::~CopyReader()
 
 bool CopyReader::Fill(CellBlocks& blocks)
 {
-    for (wire::CellBlock& cells : blocks)
-        cells.Clear();
     link_.CheckStop();
-    while (!AreFull(blocks)) {
+    for (;;) {
+        const bool more = GatherRows(wire::CellBlock::kRows - blocks.front().RowCount());
+        ReadRows(blocks);
+        if (!more)
+            return false;
+        if (AreFull(blocks))
+            return true;
+    }
+}
+
+// False at the end.
+bool CopyReader::GatherRows(qsizetype most)
+{
+    bytes_.clear();
+    const size_t wanted = std::min(ends_.size(), static_cast<size_t>(most));
+    for (rows_ = 0; rows_ < wanted && bytes_.size() < kManyBytes;) {
         std::string_view bytes = link_.NextCopied();
         if (bytes.empty())
             return false;
@@ -148,13 +164,28 @@ bool CopyReader::Fill(CellBlocks& blocks)
             continue; // the trailer
         if (fields != readers_.Count())
             throw wire::Error(wire::ErrorKind::Storage, server::texts::DatabaseError());
-        for (int i = 0; i < fields; ++i) {
-            const qint32 length = Take<qint32>(bytes);
-            const std::string_view cell = length > 0 ? TakeBytes(bytes, static_cast<size_t>(length)) : "";
-            readers_.ReadCell(i, cell.data(), static_cast<int>(cell.size()), blocks);
-        }
+        bytes_ += bytes;
+        ends_[rows_++] = bytes_.size();
     }
     return true;
+}
+
+void CopyReader::ReadRows(CellBlocks& blocks)
+{
+    std::array<std::string_view, CellReaders::kRowsAtOnce> rows; // what is left of each
+    std::array<std::string_view, CellReaders::kRowsAtOnce> cells;
+    size_t begin = 0;
+    for (size_t row = 0; row < rows_; ++row) {
+        rows[row] = std::string_view(bytes_).substr(begin, ends_[row] - begin);
+        begin = ends_[row];
+    }
+    for (int column = 0; column < readers_.Count(); ++column) {
+        for (size_t row = 0; row < rows_; ++row) {
+            const qint32 length = Take<qint32>(rows[row]);
+            cells[row] = length > 0 ? TakeBytes(rows[row], static_cast<size_t>(length)) : std::string_view();
+        }
+        readers_.ReadCells(column, CellReaders::Cells(cells).first(rows_), blocks);
+    }
 }
 
 } // namespace storage::postgres

@@ -4,6 +4,7 @@
 #include "server/storage/postgres/Binary.h"
 #include "server/storage/postgres/Libpq.h"
 
+#include <array>
 #include <optional>
 
 namespace storage::postgres {
@@ -24,9 +25,16 @@ public:
     bool Fill(CellBlocks& blocks) override;
 
 private:
+    bool GatherRows(qsizetype most);
+    void ReadRows(CellBlocks& blocks);
+
     Link& link_;
     const CellReaders& readers_;
     bool headerRead_ = false;
+    // Rows that are read together, one behind the other.
+    std::string bytes_;
+    std::array<size_t, CellReaders::kRowsAtOnce> ends_{};
+    size_t rows_ = 0;
 };
 
 } // namespace storage::postgres

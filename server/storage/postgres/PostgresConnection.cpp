@@ -47,14 +47,16 @@ public:
 
     bool Fill(CellBlocks& blocks) override
     {
-        for (wire::CellBlock& cells : blocks)
-            cells.Clear();
         link_.CheckStop();
-        while (!AreFull(blocks)) {
-            if (next_ == PQntuples(rows_.get()) && !NextRows())
+        do {
+            const int here = PQntuples(rows_.get());
+            if (next_ == here && !NextRows())
                 return false;
-            statement_.readers->ReadRow(rows_.get(), next_++, blocks);
-        }
+            const qsizetype room = wire::CellBlock::kRows - blocks.front().RowCount();
+            const int count = std::min({PQntuples(rows_.get()) - next_, int(room), CellReaders::kRowsAtOnce});
+            statement_.readers->ReadRows(rows_.get(), next_, count, blocks);
+            next_ += count;
+        } while (!AreFullAfterRow(blocks));
         return true;
     }
 

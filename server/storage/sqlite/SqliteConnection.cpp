@@ -47,7 +47,7 @@ public:
     {
         sqlite3_stmt* const handle = statement_.Handle();
         const int columns = static_cast<int>(blocks.size());
-        while (!AreFull(blocks)) {
+        while (!AreFullAfterRow(blocks)) {
             if (!statement_.Step())
                 return false;
             // The connection belongs to this thread, so its values are as good as protected ones.
