@@ -140,18 +140,24 @@ bool Wait(Handle socket, short events, const QDeadlineTimer& deadline)
 
 qsizetype NativeSocket::Receive(char* to, qsizetype size, int timeout)
 {
-    return ReceiveWith(0, to, size, timeout);
+    return ReceiveWith(0, to, size, QDeadlineTimer(timeout));
+}
+
+qsizetype NativeSocket::ReceiveLater(char* to, qsizetype size, int timeout)
+{
+    const QDeadlineTimer deadline(timeout);
+    return Wait(static_cast<Handle>(descriptor_), POLLIN, deadline) ? ReceiveWith(0, to, size, deadline)
+                                                                    : kTimedOut;
 }
 
 qsizetype NativeSocket::Peek(char* to, qsizetype size, int timeout)
 {
-    return ReceiveWith(MSG_PEEK, to, size, timeout);
+    return ReceiveWith(MSG_PEEK, to, size, QDeadlineTimer(timeout));
 }
 
-qsizetype NativeSocket::ReceiveWith(int flags, char* to, qsizetype size, int timeout)
+qsizetype NativeSocket::ReceiveWith(int flags, char* to, qsizetype size, const QDeadlineTimer& deadline)
 {
     const auto socket = static_cast<Handle>(descriptor_);
-    const QDeadlineTimer deadline(timeout);
     for (;;) {
         const auto got = recv(socket, to, static_cast<Length>(std::min(size, kLargestStep)), flags);
         if (got >= 0)

@@ -21,6 +21,8 @@ public:
     // Gives the number of bytes read, at least one, or 0 at the end of the stream, or kTimedOut when nothing
     // came for `timeout` milliseconds. Raises Error(Connection).
     qsizetype Receive(char* to, qsizetype size, int timeout);
+    // As Receive, where nothing is there yet: does not try first.
+    qsizetype ReceiveLater(char* to, qsizetype size, int timeout);
     // Sends everything. False when the next 128 KB (or what is left) could not be sent within `timeout`
     // milliseconds. Raises Error(Connection).
     bool Send(const char* bytes, qsizetype size, int timeout);
@@ -43,7 +45,7 @@ public:
     static void Close(qintptr descriptor) noexcept;
 
 private:
-    qsizetype ReceiveWith(int flags, char* to, qsizetype size, int timeout);
+    qsizetype ReceiveWith(int flags, char* to, qsizetype size, const QDeadlineTimer& deadline);
 
     qintptr descriptor_;
 };

@@ -6,6 +6,7 @@
 #include <QSslSocket>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -39,11 +40,15 @@ bool SocketStream::IsOpen() const noexcept
 
 qsizetype SocketStream::Receive(char* to, qsizetype size, int timeout)
 {
-    return tls_ != nullptr ? ReceiveDeciphered(to, size, timeout) : native_.Receive(to, size, timeout);
+    const bool sent = std::exchange(sent_, false);
+    if (tls_ != nullptr)
+        return ReceiveDeciphered(to, size, timeout);
+    return sent ? native_.ReceiveLater(to, size, timeout) : native_.Receive(to, size, timeout);
 }
 
 bool SocketStream::Send(const char* bytes, qsizetype size, int timeout)
 {
+    sent_ = true;
     return tls_ != nullptr ? SendEnciphered(bytes, size, timeout) : native_.Send(bytes, size, timeout);
 }
 

@@ -37,6 +37,7 @@ private:
     std::unique_ptr<QTcpSocket> socket_;
     QSslSocket* tls_; // the socket, where it is one
     NativeSocket native_;
+    bool sent_ = false; // the last thing done: an answer to it takes time
 };
 
 } // namespace wire

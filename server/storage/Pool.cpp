@@ -13,6 +13,10 @@ constexpr int kAttempts = 10;
 constexpr int kFirstPause = 10; // milliseconds
 constexpr int kLongestPause = 1000;
 
+// A connection that was used less than that ago is lent without a look at it. If it has been lost meanwhile,
+// its user finds out, as if it had happened a moment later.
+constexpr std::chrono::seconds kFresh(1);
+
 } // namespace
 
 ConnectionPool::ConnectionPool(std::unique_ptr<Backend> backend, int connections)
@@ -26,26 +30,9 @@ ConnectionPool::~ConnectionPool() = default;
 
 ConnectionPool::Lease ConnectionPool::Lend()
 {
-    std::vector<std::unique_ptr<Connection>> broken; // closed after the lock is released
-    {
-        std::unique_lock lock(mutex_);
-        if (state_.lent < state_.most) {
-            ++state_.lent;
-        } else {
-            Waiter waiter;
-            waiters_.push_back(&waiter);
-            waiter.turn.wait(lock, [&waiter] { return waiter.called; });
-        }
-        while (!idle_.empty()) {
-            std::unique_ptr<Connection> connection = std::move(idle_.back());
-            idle_.pop_back();
-            if (connection->IsUsable())
-                return {*this, std::move(connection)};
-            broken.push_back(std::move(connection));
-            ++state_.dropped;
-        }
-        ++state_.opened;
-    }
+    std::unique_ptr<Connection> connection = Take();
+    if (connection)
+        return {*this, std::move(connection)};
     try {
         return {*this, backend_->Connect()};
     } catch (...) {
@@ -54,26 +41,73 @@ ConnectionPool::Lease ConnectionPool::Lend()
     }
 }
 
+// A place, with its connection where there is one.
+std::unique_ptr<Connection> ConnectionPool::Take()
+{
+    std::vector<std::unique_ptr<Connection>> broken; // closed after the lock is released
+    std::shared_ptr<Waiter> waiter;
+    {
+        const std::lock_guard lock(mutex_);
+        if (state_.lent < state_.most) {
+            ++state_.lent;
+            while (!idle_.empty()) {
+                Idle idle = std::move(idle_.back());
+                idle_.pop_back();
+                if (IsStillUsable(idle))
+                    return std::move(idle.connection);
+                broken.push_back(std::move(idle.connection));
+                ++state_.dropped;
+            }
+            ++state_.opened;
+            return nullptr;
+        }
+        thread_local const auto kOwn = std::make_shared<Waiter>();
+        waiter = waiters_.emplace_back(kOwn);
+    }
+    waiter->turn.acquire();
+    return std::move(waiter->connection);
+}
+
+// Looking costs more than handing over: only where something may have happened.
+bool ConnectionPool::IsStillUsable(const Idle& idle) noexcept
+{
+    const Clock::time_point now = Clock::now();
+    if (idle.since > std::max(lostAt_, now - kFresh))
+        return idle.connection->IsUsable();
+    const bool usable = idle.connection->IsStillUsable();
+    if (!usable)
+        lostAt_ = now;
+    return usable;
+}
+
 void ConnectionPool::GiveBack(std::unique_ptr<Connection> connection) noexcept
 {
     const bool usable = connection && connection->IsUsable();
     const auto statements = connection ? connection->TakeCounts() : dialect::Translator::Counts();
+    std::shared_ptr<Waiter> next;
     {
         const std::lock_guard lock(mutex_);
-        state_.dropped += connection && !usable ? 1 : 0;
         state_.statementsFound += static_cast<qint64>(statements.found);
         state_.statementsMade += static_cast<qint64>(statements.made);
-        if (usable)
-            idle_.push_back(std::move(connection));
-        if (waiters_.empty()) {
-            --state_.lent;
-        } else {
-            // Its place goes to who has waited longest, not to who comes by just now.
-            Waiter* const next = waiters_.front();
-            waiters_.pop_front();
-            next->called = true;
-            next->turn.notify_one(); // under the lock: the waiter ends with its wait
+        if (connection && !usable) {
+            ++state_.dropped;
+            lostAt_ = Clock::now();
         }
+        if (!waiters_.empty()) {
+            // Its place goes to who has waited longest, not to who comes by just now.
+            next = std::move(waiters_.front());
+            waiters_.pop_front();
+            state_.opened += usable ? 0 : 1;
+        } else {
+            --state_.lent;
+            if (usable)
+                idle_.push_back({std::move(connection), Clock::now()});
+        }
+    }
+    if (next) {
+        if (usable)
+            next->connection = std::move(connection);
+        next->turn.release();
     }
 }
 

@@ -3,7 +3,9 @@
 #include "server/Server.h"
 #include "server/storage/Storage.h"
 
-#include <condition_variable>
+#include <QSemaphore>
+
+#include <chrono>
 #include <deque>
 #include <mutex>
 
@@ -42,17 +44,27 @@ public:
 
 private:
     friend class Transaction;
+    std::unique_ptr<Connection> Take();
     void GiveBack(std::unique_ptr<Connection> connection) noexcept;
 
+    using Clock = std::chrono::steady_clock;
+    // Shared: who wakes it may still be at it when it has gone on.
     struct Waiter {
-        std::condition_variable turn;
-        bool called = false; // one of the lent connections is its own now
+        QSemaphore turn;
+        std::unique_ptr<Connection> connection; // its own from now on; null: the place of one
     };
+    struct Idle {
+        std::unique_ptr<Connection> connection;
+        Clock::time_point since;
+    };
+    bool IsStillUsable(const Idle& idle) noexcept;
+
     std::unique_ptr<Backend> backend_;
     std::shared_ptr<const dialect::Catalog> catalog_;
     std::mutex mutex_;
-    std::deque<Waiter*> waiters_; // in the order of their coming
-    std::vector<std::unique_ptr<Connection>> idle_; // the last used last, its memory still warm
+    std::deque<std::shared_ptr<Waiter>> waiters_; // in the order of their coming; none while any is idle
+    std::vector<Idle> idle_; // the last used last, its memory still warm
+    Clock::time_point lostAt_; // when a connection was last found lost: the others may be, too
     server::PoolState state_;
     std::mutex writer_; // where the database takes one writer at a time, they queue here instead of polling
 };

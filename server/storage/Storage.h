@@ -145,8 +145,10 @@ public:
 
     // What is asked from now on whether to stop (Limit), until it is set to nullptr.
     virtual void SetStop(StopSignal* stop) noexcept = 0;
-    // False: of no more use, to be replaced. Costs next to nothing.
+    // False: of no more use, to be replaced; from what is known of it, which costs nothing.
     virtual bool IsUsable() noexcept = 0;
+    // The same, having looked whether the database has ended the connection while nothing was asked of it.
+    virtual bool IsStillUsable() noexcept { return IsUsable(); }
 
 private:
     std::shared_ptr<const dialect::Catalog> catalog_;

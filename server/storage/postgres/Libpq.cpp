@@ -160,9 +160,15 @@ Link::Link(const QString& uri)
         RaiseLost();
 }
 
-bool Link::IsUsable() noexcept
+bool Link::IsUsable() const noexcept
 {
-    if (givenUp_ || syncs_ > 0)
+    return !givenUp_ && syncs_ == 0 && PQstatus(Handle()) == CONNECTION_OK
+        && PQtransactionStatus(Handle()) == PQTRANS_IDLE;
+}
+
+bool Link::IsStillUsable() noexcept
+{
+    if (!IsUsable())
         return false;
     // A connection closed from the other side while it was idle has an end of file to read.
     pollfd socket{PQsocket(Handle()), POLLIN, 0};
@@ -170,7 +176,7 @@ bool Link::IsUsable() noexcept
         if (!PQconsumeInput(Handle()))
             break;
     }
-    return PQstatus(Handle()) == CONNECTION_OK && PQtransactionStatus(Handle()) == PQTRANS_IDLE;
+    return IsUsable();
 }
 
 Result Link::Run(const std::string& sql)

@@ -45,7 +45,9 @@ public:
 
     PGconn* Handle() const noexcept { return connection_.get(); }
     void SetStop(StopSignal* stop) noexcept { stop_ = stop; }
-    bool IsUsable() noexcept;
+    // As Connection's.
+    bool IsUsable() const noexcept;
+    bool IsStillUsable() noexcept;
     // Of no more use, whatever libpq thinks of it.
     void GiveUp() noexcept { givenUp_ = true; }
     // In an open transaction, whether it has failed or not.

@@ -292,11 +292,6 @@ void PostgresConnection::SetStop(StopSignal* stop) noexcept
     link_.SetStop(stop);
 }
 
-bool PostgresConnection::IsUsable() noexcept
-{
-    return link_.IsUsable();
-}
-
 PreparedPtr PostgresConnection::Bind(const dialect::Translated& translated, wire::DateTime now)
 {
     link_.CheckStop();

@@ -25,7 +25,8 @@ public:
     void SetSavepoint() override;
     void RollbackToSavepoint() override;
     void SetStop(StopSignal* stop) noexcept override;
-    bool IsUsable() noexcept override;
+    bool IsUsable() noexcept override { return link_.IsUsable(); }
+    bool IsStillUsable() noexcept override { return link_.IsStillUsable(); }
 
 private:
     PreparedPtr Bind(const dialect::Translated& translated, wire::DateTime now);
