@@ -266,22 +266,6 @@ TEST_F(PostgresServerTest, SavesOfTheSameRowsInOtherOrdersWaitForEachOtherOnce)
     EXPECT_EQ(RawText("select count(*) from zelmor_audit"), u"4"_s);
 }
 
-TEST_F(PostgresServerTest, ASaveSentTwiceAtOnceIsStoredOnce)
-{
-    Client clients[] = {LoggedIn(), LoggedIn()};
-    const wire::RowSet rows = clients[0].Query(kOrders);
-    CountUpdates(u"perform pg_sleep(0.1);"_s, u"after update on %1"_s);
-    {
-        std::vector<std::jthread> both;
-        for (Client& client : clients)
-            both.emplace_back([&] {
-                EXPECT_EQ(client.Apply(EditOf(rows, u"PIECE"_s, {0, 2}), {.client = {1}}, -1).Rejected(), 0);
-            });
-    }
-    EXPECT_EQ(RawText("select count(*) from zelmor_audit"), u"2"_s);
-    EXPECT_EQ(RawText("select count(*) from zelmor_outcome"), u"1"_s);
-}
-
 TEST_F(PostgresServerTest, OnlyTheRowsThatBreakAConstraintAreRefused)
 {
     constexpr int kRows = 400;
