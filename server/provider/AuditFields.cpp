@@ -66,16 +66,14 @@ void AppendValue(std::string& text, const wire::Value& value)
 
 } // namespace
 
-void AuditFields::AddName(std::string_view name)
+void AuditFields::AddName(QStringView name)
 {
     text_ += text_.empty() ? '{' : ',';
-    // Column names need no escapes.
-    text_ += '"';
-    text_ += name;
-    text_ += "\":";
+    AppendText(text_, name);
+    text_ += ':';
 }
 
-void AuditFields::Add(std::string_view column, const wire::Value& original, const wire::Value& current)
+void AuditFields::Add(QStringView column, const wire::Value& original, const wire::Value& current)
 {
     AddName(column);
     text_ += '[';
@@ -85,7 +83,7 @@ void AuditFields::Add(std::string_view column, const wire::Value& original, cons
     text_ += ']';
 }
 
-void AuditFields::Add(std::string_view name, const wire::Value& value)
+void AuditFields::Add(QStringView name, const wire::Value& value)
 {
     AddName(name);
     AppendValue(text_, value);

@@ -18,13 +18,13 @@ struct Caller {
 class AuditFields {
 public:
     void Clear() { text_.clear(); }
-    void Add(std::string_view column, const wire::Value& original, const wire::Value& current);
+    void Add(QStringView column, const wire::Value& original, const wire::Value& current);
     // A statement's own text, where no rows are at hand.
-    void Add(std::string_view name, const wire::Value& value);
+    void Add(QStringView name, const wire::Value& value);
     std::string_view Finish();
 
 private:
-    void AddName(std::string_view name);
+    void AddName(QStringView name);
 
     std::string text_;
 };

@@ -195,8 +195,8 @@ void ClientSession::Execute(const wire::Request& request, wire::Reply& reply)
             const Caller caller = CallerNow();
             reply.rowCount = connection.Execute(translated, caller.now);
             AuditFields fields;
-            fields.Add("SQL", request.text);
-            fields.Add("ROWS", reply.rowCount);
+            fields.Add(u"SQL", request.text);
+            fields.Add(u"ROWS", reply.rowCount);
             const std::string_view text = fields.Finish();
             connection.Insert(storage::AuditTable(),
                 storage::Row{{}, caller.now, identity_.account, wire::TextValue(identity_.employeeName),
@@ -209,17 +209,19 @@ void ClientSession::Execute(const wire::Request& request, wire::Reply& reply)
 void ClientSession::ApplyUpdates(const wire::Request& request, wire::Reply& reply)
 {
     ClosedRows closed;
-    storage::InTransaction(core_.pool, true, [&](storage::Connection& connection) {
-        Watched(connection, request.changes.commandText, [&] {
-            if (auto remembered = FindOutcome(connection, request.name, identity_.account)) {
-                reply.outcome = std::move(*remembered);
-                return;
-            }
-            reply.outcome = ApplyChanges(
-                connection, request.changes, request.maxErrors, CallerNow(), permissions_, closed);
-            RememberOutcome(connection, request.name, identity_.account, reply.outcome);
+    try {
+        storage::InTransaction(core_.pool, true, [&](storage::Connection& connection) {
+            Watched(connection, request.changes.commandText, [&] {
+                RequireNew(connection, request.name, identity_.account);
+                reply.outcome = ApplyChanges(
+                    connection, request.changes, request.maxErrors, CallerNow(), permissions_, closed);
+                RememberOutcome(connection, request.name, identity_.account, reply.outcome);
+            });
         });
-    });
+    } catch (AppliedBefore& before) {
+        reply.outcome = std::move(before.outcome);
+        closed = {}; // told the first time
+    }
     if (closed.count > 0 && core_.options.onRefusedRows)
         core_.options.onRefusedRows({identity_, peer_, closed.table, closed.count, closed.first});
 }

@@ -105,17 +105,17 @@ storage::Row NameOf(const wire::ApplyName& name)
 
 } // namespace
 
-std::optional<wire::ApplyOutcome> FindOutcome(
-    storage::Connection& connection, const wire::ApplyName& name, const QString& account)
+void RequireNew(storage::Connection& connection, const wire::ApplyName& name, const QString& account)
 {
     constexpr std::array types{ColumnType::Text, ColumnType::Text};
-    const auto rows = connection.Select(
-        "select ACCOUNT, OUTCOME from zelmor_outcome where CLIENT = ? and SERIAL = ?", NameOf(name), types);
-    if (rows.empty())
-        return std::nullopt;
-    if (wire::ToText(rows.front()[0]) != account)
-        throw wire::Error(wire::ErrorKind::Policy, texts::ForeignName());
-    return Decode(wire::ToText(rows.front()[1]));
+    connection.SelectLater("select ACCOUNT, OUTCOME from zelmor_outcome where CLIENT = ? and SERIAL = ?",
+        NameOf(name), types, [account](const std::vector<storage::Row>& rows) {
+            if (rows.empty())
+                return;
+            if (wire::ToText(rows.front()[0]) != account)
+                throw wire::Error(wire::ErrorKind::Policy, texts::ForeignName());
+            throw AppliedBefore{Decode(wire::ToText(rows.front()[1]))};
+        });
 }
 
 void RememberOutcome(storage::Connection& connection, const wire::ApplyName& name, const QString& account,
@@ -123,8 +123,7 @@ void RememberOutcome(storage::Connection& connection, const wire::ApplyName& nam
 {
     storage::Row row = NameOf(name);
     row.insert(row.end(), {account, QDateTime::currentSecsSinceEpoch(), Encode(outcome)});
-    if (!connection.Insert(storage::OutcomeTable(), row))
-        throw storage::TryAgain(storage::TryAgain::Cause::Conflict, wire::ErrorKind::Storage, texts::Busy());
+    connection.InsertLast(storage::OutcomeTable(), row);
 }
 
 void PruneOutcomes(storage::Connection& connection)

@@ -156,9 +156,9 @@ private:
             const bool changed = !wire::SameValue(original, current);
             if (changed && row.kind != ChangeKind::Delete) {
                 RequireWidth(*column, current);
-                fields_.Add(column->jsonName, original, current);
+                fields_.Add(column->stored->name, original, current);
                 write.sets.push_back({column->stored, std::move(current)});
-                Sign(write, cell.column, u'=');
+                Sign(write, *column, u'=');
             }
             if (row.kind == ChangeKind::Insert)
                 continue;
@@ -167,7 +167,7 @@ private:
                 ++keysSeen;
             } else if (changed || column->guard) {
                 write.checks.push_back({column->stored, std::move(original)});
-                Sign(write, cell.column, u'?');
+                Sign(write, *column, u'?');
             }
         }
         if (row.kind != ChangeKind::Insert && keysSeen != write.keys.size())
@@ -186,9 +186,9 @@ private:
         throw Refusal{std::move(*reason)};
     }
 
-    static void Sign(RowWrite& write, quint16 column, char16_t role)
+    void Sign(RowWrite& write, const TargetColumn& column, char16_t role) const
     {
-        write.shape += static_cast<char16_t>(column);
+        write.shape += static_cast<char16_t>(column.stored - target_.Table().columns.data());
         write.shape += role;
     }
 
@@ -223,6 +223,8 @@ private:
         const bool given = target_.KeyIsNumbered() && wire::IsNull(keys.front());
         if (!given)
             RequireKeyValues(keys);
+        if (given)
+            write.shape += u'#'; // the audit entry's key comes from the statement as well
         write.auditKey = given ? std::string() : KeyText(keys);
         write.keys.clear();
     }
@@ -238,7 +240,7 @@ private:
         target_.TakeLastModifier(present);
         for (size_t i = 0; i < present.size(); ++i) {
             if (!wire::IsNull(present[i]))
-                fields_.Add(target_.Column(static_cast<quint16>(i))->jsonName, present[i], {});
+                fields_.Add(target_.Column(static_cast<quint16>(i))->stored->name, present[i], {});
         }
     }
 
@@ -324,8 +326,10 @@ private:
         QStringList unnamed;
         for (const Cell& check : write.checks) {
             const TargetColumn& column = ColumnOf(check);
-            if (!wire::SameValue(check.value, present[column.position]))
-                (column.caption == column.stored->name ? unnamed : named) << column.caption;
+            if (wire::SameValue(check.value, present[column.position]))
+                continue;
+            const QString caption = column.Caption();
+            (caption == column.stored->name ? unnamed : named) << caption;
         }
         const QStringList& differing = named.isEmpty() ? unnamed : named;
         verdict.reason = texts::ChangedByOther(modifier, differing.join(u'、'));

@@ -10,23 +10,31 @@ using namespace Qt::Literals::StringLiterals;
 namespace server {
 namespace {
 
+// In either case. Every save compares thousands of names, and most differ in length or soon.
+bool IsSame(QStringView a, QStringView b)
+{
+    return std::ranges::equal(
+        a, b, [](QChar x, QChar y) { return x == y || x.toCaseFolded() == y.toCaseFolded(); });
+}
+
 // The column of the log as the query itself describes it; clients are not taken at their word where the
 // server knows better.
 const wire::ColumnInfo& Described(
     const std::vector<wire::ColumnInfo>& query, const std::vector<wire::ColumnInfo>& columns, size_t position)
 {
-    const auto same = [&](const wire::ColumnInfo& info) {
-        return info.name.compare(columns[position].name, Qt::CaseInsensitive) == 0;
-    };
+    const auto same = [&](const wire::ColumnInfo& info) { return IsSame(info.name, columns[position].name); };
     if (position < query.size() && same(query[position]))
         return query[position];
     const auto found = std::ranges::find_if(query, same);
     return found != query.end() ? *found : columns[position];
 }
 
-// What two desks most often change at once has a name in the clerks' language; other columns go by their own.
-QString CaptionOf(const QString& name)
+} // namespace
+
+// What two desks most often change at once has a name in the clerks' language.
+QString TargetColumn::Caption() const
 {
+    const QString& name = stored->name;
     if (name == u"BILL_CODE"_s)
         return u"运单编号"_s;
     if (name == u"REC_GOODS_MAN"_s)
@@ -39,8 +47,6 @@ QString CaptionOf(const QString& name)
         return u"可接单网点"_s;
     return name;
 }
-
-} // namespace
 
 RowTarget::RowTarget(
     storage::Connection& connection, const wire::ChangeLog& log, const Permissions& permissions)
@@ -56,13 +62,12 @@ RowTarget::RowTarget(
     for (const dialect::CatalogColumn& column : table_->columns) {
         const int key = column.key ? keyColumns++ : -1;
         for (size_t i = 0; i < log.columns.size(); ++i) {
-            if (log.columns[i].name.compare(column.name, Qt::CaseInsensitive) != 0)
+            if (!IsSame(log.columns[i].name, column.name))
                 continue;
             const wire::ColumnInfo& info = Described(*query.translation->columns, log.columns, i);
             if (!info.stored)
                 continue;
-            columns_[i] =
-                TargetColumn{&column, CaptionOf(column.name), column.name.toStdString(), key, info.guard, i};
+            columns_[i] = TargetColumn{&column, key, info.guard, i};
             if (column.key)
                 keys_.push_back(&*columns_[i]);
             break;
@@ -85,7 +90,7 @@ const TargetColumn* RowTarget::Column(quint16 position) const
 const TargetColumn* RowTarget::Find(QStringView name) const
 {
     const auto found = std::ranges::find_if(columns_, [name](const std::optional<TargetColumn>& column) {
-        return column && name.compare(column->stored->name, Qt::CaseInsensitive) == 0;
+        return column && IsSame(name, column->stored->name);
     });
     return found != columns_.end() ? &**found : nullptr;
 }

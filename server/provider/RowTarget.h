@@ -12,11 +12,12 @@ class Permissions;
 // A column of a change log that its table has.
 struct TargetColumn {
     const dialect::CatalogColumn* stored;
-    QString caption; // as reasons name it
-    std::string jsonName;
     int key = -1; // position in the primary key
     bool guard = false;
     size_t position = 0; // in the change log
+
+    // As reasons name it: in the clerks' language, or where there is nothing in it by its own name.
+    QString Caption() const;
 };
 
 // The table of a change log, and how the log's columns stand to the table's.

@@ -1,5 +1,7 @@
 #include "server/storage/Storage.h"
 
+#include "server/Texts.h"
+
 namespace storage {
 
 StopSignal::~StopSignal() = default;
@@ -13,5 +15,17 @@ Connection::Connection(std::shared_ptr<const dialect::Catalog> catalog, dialect:
 }
 
 Connection::~Connection() = default;
+
+void Connection::SelectLater(std::string_view sql, std::span<const wire::Value> parameters,
+    std::span<const wire::ColumnType> types, Taker take)
+{
+    take(Select(sql, parameters, types));
+}
+
+void Connection::InsertLast(const demo::TableDef& table, std::span<const wire::Value> values)
+{
+    if (!Insert(table, values))
+        throw TryAgain(TryAgain::Cause::Conflict, wire::ErrorKind::Storage, server::texts::Busy());
+}
 
 } // namespace storage

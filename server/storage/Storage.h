@@ -5,6 +5,7 @@
 #include "server/storage/RowStream.h"
 #include "wire/Messages.h"
 
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -52,12 +53,12 @@ struct RowWrite {
     std::vector<Cell> sets; // insert, update
     Row keys; // update, delete: of the stored row, in the order of the primary key
     std::vector<Cell> checks; // update, delete: must still stand; null equals null
-    std::u16string shape; // rows of one writer with the same shape need the same statement
+    std::u16string shape; // rows of one table with the same shape need the same statement
     std::string auditKey; // UTF-8; empty: the number that the database gives to the new row
     std::string auditFields; // UTF-8, JSON
 };
 
-// So many shapes' statements a writer keeps: more than any screen makes in one save.
+// So many shapes' statements are kept: more than any screen makes in one save.
 inline constexpr size_t kMostShapes = 256;
 
 struct RowResult {
@@ -128,11 +129,20 @@ public:
     // upper case, tables in lower. `types` are the types of the result's columns.
     virtual std::vector<Row> Select(std::string_view sql, std::span<const wire::Value> parameters,
         std::span<const wire::ColumnType> types) = 0;
+    // As Select, in a transaction; may wait until something else is sent to the database, or the commit.
+    // `take` gets the rows out of the call that does so, and may raise.
+    using Taker = std::function<void(const std::vector<Row>&)>;
+    virtual void SelectLater(std::string_view sql, std::span<const wire::Value> parameters,
+        std::span<const wire::ColumnType> types, Taker take);
     // Gives the number of rows changed.
     virtual qint64 Change(std::string_view sql, std::span<const wire::Value> parameters) = 0;
     // A row of one of the server's own tables, values in the order of its columns (a numbered key may be
     // null). False where its key is taken: the transaction is then good for nothing but a rollback.
     virtual bool Insert(const demo::TableDef& table, std::span<const wire::Value> values) = 0;
+
+    // As Insert, but by the commit at the latest; whichever of both finds that the key is taken raises
+    // TryAgain (Conflict).
+    virtual void InsertLast(const demo::TableDef& table, std::span<const wire::Value> values);
 
     virtual std::unique_ptr<RowWriter> WriteRows(const WriteTarget& target) = 0;
 

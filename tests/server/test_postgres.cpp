@@ -1,7 +1,9 @@
+#include "server/Texts.h"
 #include "server/storage/OwnTables.h"
 #include "tests/server/AnyStorage.h"
 
 #include <cmath>
+#include <csignal>
 #include <thread>
 
 namespace server::testing {
@@ -342,25 +344,60 @@ TEST_F(PostgresServerTest, ManyRowsComeAsACopyTheNextTime)
     EXPECT_EQ(client.Query(kOrders).RowCount(), first.RowCount());
 }
 
-TEST_F(PostgresServerTest, WhatIsInterruptedEndsInTheDatabaseToo)
+class InterruptedTest : public PostgresServerTest {
+protected:
+    InterruptedTest()
+    {
+        Raw("insert into tab_zelmor_bill(TX_LOGISTIC_ID) select 'X' || n from generate_series(1, 3000) n");
+    }
+    // What works on a statement of a server's.
+    QString Working()
+    {
+        return RawText("select pid from pg_stat_activity where state = 'active' and datname = "
+                       "current_database() and backend_type = 'client backend' and pid <> pg_backend_pid()");
+    }
+    // A statement without end, interrupted when `before` has been done to who works on it.
+    void ExpectInterrupted(Client& client, const std::function<void(int)>& before)
+    {
+        std::jthread impatient([&] {
+            QString working = Working();
+            for (; working == kNobody; working = Working())
+                std::this_thread::yield();
+            before(working.toInt());
+            client.Conversation().Interrupt();
+        });
+        const wire::Error told = ErrorOf([&] {
+            client.Query(u"select count(*) from tab_zelmor_bill a, tab_zelmor_bill b, tab_zelmor_bill c"_s);
+        });
+        EXPECT_EQ(told.Message(), texts::Interrupted());
+    }
+
+    static inline const QString kNobody = u"(no row)"_s;
+};
+
+TEST_F(InterruptedTest, ItEndsInTheDatabaseToo)
 {
     Client client = LoggedIn();
-    Raw("insert into tab_zelmor_bill(TX_LOGISTIC_ID) select 'X' || n from generate_series(1, 3000) n");
-    std::jthread impatient([&] {
-        while (RawText("select count(*) from pg_stat_activity where state = 'active' and datname = "
-                       "current_database() and pid <> pg_backend_pid()")
-            == u"0"_s)
-            std::this_thread::yield();
-        client.Conversation().Interrupt();
-    });
-    EXPECT_EQ(ErrorOf([&] {
-        client.Query(u"select count(*) from tab_zelmor_bill a, tab_zelmor_bill b, tab_zelmor_bill c"_s);
-    }).Kind(),
-        ErrorKind::Limit);
-    EXPECT_EQ(RawText("select count(*) from pg_stat_activity where state = 'active' and datname = "
-                      "current_database() and pid <> pg_backend_pid()"),
-        u"0"_s);
+    ExpectInterrupted(client, [](int) {});
+    EXPECT_EQ(Working(), kNobody);
     EXPECT_EQ(client.Query(u"select a.* from tab_site a"_s).RowCount(), 1);
+}
+
+TEST_F(InterruptedTest, ADatabaseThatStaysSilentIsGivenUp)
+{
+    Client client = LoggedIn();
+    int silent = 0;
+    const auto start = std::chrono::steady_clock::now();
+    ExpectInterrupted(client, [&silent](int process) {
+        silent = process;
+        EXPECT_EQ(::kill(process, SIGSTOP), 0);
+    });
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20))
+        << "five, and a busy machine";
+    // Nobody waits for it again.
+    EXPECT_EQ(client.Query(u"select a.* from tab_site a"_s).RowCount(), 1);
+    EXPECT_EQ(Working(), QString::number(silent));
+    EXPECT_EQ(::kill(silent, SIGCONT), 0);
 }
 
 } // namespace

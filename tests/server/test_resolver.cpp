@@ -233,6 +233,9 @@ TEST_P(ResolverTest, RepeatedSendIsAnsweredAndNotApplied)
     Restart();
     Client later = LoggedIn();
     expectSame(later.Apply(changes.log, name, -1));
+    // The connection that has answered so, as its first, takes the next log.
+    EXPECT_EQ(later.Apply(changes.log, {.client = {1, 2, 3}, .number = 43}, -1).Rejected(), 1);
+    EXPECT_EQ(Of("STATUS", "A"), u"1"_s);
 
     // Nobody gets another account's answer.
     server_->AddAccount({u"other"_s, u"secret"_s, u"E1"_s, {}});

@@ -20,7 +20,7 @@ PreparedPtr Pipeline::Prepare(const std::string& sql, const std::vector<Oid>& ty
     PreparedPtr& statement = statements_[key_];
     if (!statement) {
         statement = std::make_shared<Prepared>();
-        statement->name = "s" + std::to_string(++names_);
+        statement->name = NewName();
         statement->sql = sql;
         statement->types = types;
     }
@@ -40,33 +40,50 @@ void Pipeline::DropLeastUsed()
     statements_.erase(least);
 }
 
+void Pipeline::DeferStatement(PreparedPtr statement, Parameters parameters, Taker take)
+{
+    deferredStatement_ = {std::move(statement), std::move(parameters), std::move(take)};
+}
+
+void Pipeline::DropDeferred() noexcept
+{
+    deferred_.clear();
+    deferredStatement_ = {};
+}
+
 void Pipeline::SendDeferred()
 {
-    for (auto* const commands : {&deferred_, &retired_}) {
-        for (const std::string& command : std::exchange(*commands, {})) {
-            link_.SendCommand(command);
-            expected_.push_back({Expected::Kind::Command, nullptr});
-        }
+    for (const std::string& command : std::exchange(deferred_, {}))
+        SendAs(Expected::Kind::Command, Prepare(command, {}), noParameters_);
+    if (const PreparedPtr statement = std::exchange(deferredStatement_.statement, nullptr))
+        SendAs(Expected::Kind::Deferred, statement, deferredStatement_.parameters);
+    for (const std::string& command : std::exchange(retired_, {})) {
+        link_.SendCommand(command);
+        expected_.push_back({Expected::Kind::Command, nullptr});
     }
 }
 
 void Pipeline::SendCommand(const std::string& sql)
 {
     SendDeferred();
-    link_.SendCommand(sql);
-    expected_.push_back({Expected::Kind::Command, nullptr});
+    SendAs(Expected::Kind::Command, Prepare(sql, {}), noParameters_);
 }
 
 void Pipeline::Send(const PreparedPtr& statement, const Parameters& parameters)
 {
     SendDeferred();
+    SendAs(Expected::Kind::Statement, statement, parameters);
+}
+
+void Pipeline::SendAs(Expected::Kind kind, const PreparedPtr& statement, const Parameters& parameters)
+{
     if (!statement->sent) {
         link_.SendPrepare(statement->name, statement->sql, statement->types);
         statement->sent = true;
         expected_.push_back({Expected::Kind::Preparation, statement});
     }
     link_.SendExecute(statement->name, parameters);
-    expected_.push_back({Expected::Kind::Statement, statement});
+    expected_.push_back({kind, statement});
 }
 
 void Pipeline::Sync()
@@ -102,6 +119,10 @@ bool Pipeline::ReceiveUpTo(Expected::Kind kind)
         if (expected.kind == Expected::Kind::Preparation && PQresultStatus(result.get()) != PGRES_COMMAND_OK)
             expected.statement->sent = false;
         lastTag_ = PQcmdStatus(result.get());
+        if (expected.kind == Expected::Kind::Deferred && PQresultStatus(result.get()) == PGRES_TUPLES_OK) {
+            if (const Taker take = std::exchange(deferredStatement_.take, nullptr))
+                take(result);
+        }
         Note(std::move(result));
     }
     return !expected_.empty();
@@ -145,14 +166,20 @@ Result Pipeline::Finish()
 
 void Pipeline::Abandon() noexcept
 {
+    deferredStatement_ = {};
     try {
+        if (!expected_.empty() && expected_.back().kind != Expected::Kind::Sync)
+            link_.Sync();
         link_.Drain();
     } catch (const wire::Error&) {
         link_.GiveUp(); // whoever lends it next is told so
     }
     for (const Expected& expected : expected_) {
-        if (expected.kind == Expected::Kind::Preparation)
+        // Nobody has seen whether the database knows it now by this name.
+        if (expected.kind == Expected::Kind::Preparation) {
+            expected.statement->name = NewName();
             expected.statement->sent = false;
+        }
     }
     expected_.clear();
     failure_.reset();
@@ -169,14 +196,13 @@ Result Pipeline::Run(const PreparedPtr& statement, const Parameters& parameters)
     return result;
 }
 
-std::string Pipeline::RunCommand(const std::string& sql)
+void Pipeline::RunCommand(const std::string& sql)
 {
     SendCommand(sql);
     Sync();
     const Result failure = Finish();
     if (failure)
         link_.Raise(failure, QString::fromStdString(sql));
-    return lastTag_;
 }
 
 } // namespace storage::postgres

@@ -4,6 +4,7 @@
 #include "server/storage/postgres/Libpq.h"
 
 #include <deque>
+#include <functional>
 #include <optional>
 #include <unordered_map>
 
@@ -39,8 +40,13 @@ public:
     // Travels with what is sent next.
     void Defer(const char* command) { deferred_.emplace_back(command); }
     const std::vector<std::string>& Deferred() const noexcept { return deferred_; }
-    void DropDeferred() noexcept { deferred_.clear(); }
+    // So does this statement, behind them. `take` gets its result, if it has one, out of the call that comes
+    // upon it, and may raise.
+    using Taker = std::function<void(const Result&)>;
+    void DeferStatement(PreparedPtr statement, Parameters parameters, Taker take);
+    void DropDeferred() noexcept;
 
+    // Prepared as well: most come again and again.
     void SendCommand(const std::string& sql);
     void Send(const PreparedPtr& statement, const Parameters& parameters);
     // What is sent up to here fails together.
@@ -58,15 +64,23 @@ public:
 
     // One statement and its result, in one round trip; raises.
     Result Run(const PreparedPtr& statement, const Parameters& parameters);
-    // Gives the command's tag, which is not always that of the command sent.
-    std::string RunCommand(const std::string& sql);
+    void RunCommand(const std::string& sql);
+    // Of the last command, which is not always what was sent.
+    const std::string& LastTag() const noexcept { return lastTag_; }
 
 private:
     struct Expected {
-        enum class Kind : quint8 { Command, Preparation, Statement, Sync } kind;
+        enum class Kind : quint8 { Command, Preparation, Deferred, Statement, Sync } kind;
         PreparedPtr statement;
     };
+    struct DeferredStatement {
+        PreparedPtr statement; // until it is sent
+        Parameters parameters;
+        Taker take;
+    };
     void SendDeferred();
+    void SendAs(Expected::Kind kind, const PreparedPtr& statement, const Parameters& parameters);
+    std::string NewName() { return "s" + std::to_string(++names_); }
     void DropLeastUsed();
     bool ReceiveUpTo(Expected::Kind kind);
     Result TakeOnly();
@@ -78,6 +92,8 @@ private:
     quint64 uses_ = 0;
     quint64 names_ = 0;
     std::vector<std::string> deferred_;
+    DeferredStatement deferredStatement_;
+    const Parameters noParameters_;
     std::vector<std::string> retired_; // travel with what is sent next, too
     std::deque<Expected> expected_;
     Result failure_; // the first since the last Sync

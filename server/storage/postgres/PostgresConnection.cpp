@@ -2,7 +2,6 @@
 
 #include "server/Texts.h"
 #include "server/storage/postgres/CopyOut.h"
-#include "server/storage/postgres/PostgresRowWriter.h"
 #include "server/storage/postgres/PostgresSchema.h"
 
 #include <algorithm>
@@ -30,6 +29,34 @@ std::string Numbered(std::string_view sql)
             numbered += c;
     }
     return numbered;
+}
+
+std::string InsertText(const demo::TableDef& table, std::span<const wire::Value> values, Row& given)
+{
+    std::string names;
+    std::string places;
+    for (size_t i = 0; i < values.size(); ++i) {
+        // The database gives the number that is missing.
+        if (HasNumberedKey(table) && table.columns[i].name == table.primaryKey.front()
+            && wire::IsNull(values[i]))
+            continue;
+        names += (names.empty() ? "" : ", ") + NameOf(table.columns[i].name);
+        places += places.empty() ? "?" : ", ?";
+        given.push_back(values[i]);
+    }
+    return "insert into " + NameOf(table.name) + "(" + names + ") values(" + places + ")";
+}
+
+std::vector<Row> RowsOf(const Result& result, const std::vector<wire::ColumnType>& types)
+{
+    const CellReaders readers(result.get(), types);
+    std::vector<Row> rows(static_cast<size_t>(PQntuples(result.get())));
+    for (size_t row = 0; row < rows.size(); ++row) {
+        for (size_t column = 0; column < types.size(); ++column)
+            rows[row].push_back(
+                readers.ReadValue(result.get(), static_cast<int>(row), static_cast<int>(column)));
+    }
+    return rows;
 }
 
 // The rows of the statement whose results come next.
@@ -199,14 +226,16 @@ std::vector<Row> PostgresConnection::Select(
 {
     const PreparedPtr statement = Bind(sql, parameters);
     const Result result = Clean([&] { return pipeline_.Run(statement, parameters_); });
-    const CellReaders readers(result.get(), {types.begin(), types.end()});
-    std::vector<Row> rows(static_cast<size_t>(PQntuples(result.get())));
-    for (size_t row = 0; row < rows.size(); ++row) {
-        for (size_t column = 0; column < types.size(); ++column)
-            rows[row].push_back(
-                readers.ReadValue(result.get(), static_cast<int>(row), static_cast<int>(column)));
-    }
-    return rows;
+    return RowsOf(result, {types.begin(), types.end()});
+}
+
+void PostgresConnection::SelectLater(std::string_view sql, std::span<const wire::Value> parameters,
+    std::span<const wire::ColumnType> types, Taker take)
+{
+    const PreparedPtr statement = Bind(sql, parameters);
+    pipeline_.DeferStatement(statement, std::exchange(parameters_, {}),
+        [types = std::vector(types.begin(), types.end()), take = std::move(take)](
+            const Result& result) { take(RowsOf(result, types)); });
 }
 
 qint64 PostgresConnection::Change(std::string_view sql, std::span<const wire::Value> parameters)
@@ -218,54 +247,60 @@ qint64 PostgresConnection::Change(std::string_view sql, std::span<const wire::Va
 
 bool PostgresConnection::Insert(const demo::TableDef& table, std::span<const wire::Value> values)
 {
-    std::string names;
-    std::string places;
     Row given;
-    for (size_t i = 0; i < values.size(); ++i) {
-        // The database gives the number that is missing.
-        if (HasNumberedKey(table) && table.columns[i].name == table.primaryKey.front()
-            && wire::IsNull(values[i]))
-            continue;
-        names += (names.empty() ? "" : ", ") + NameOf(table.columns[i].name);
-        places += places.empty() ? "?" : ", ?";
-        given.push_back(values[i]);
-    }
-    return Change("insert into " + NameOf(table.name) + "(" + names + ") values(" + places
-                   + ") on conflict do nothing",
-               given)
-        == 1;
+    const std::string text = InsertText(table, values, given);
+    return Change(text + " on conflict do nothing", given) == 1;
+}
+
+void PostgresConnection::InsertLast(const demo::TableDef& table, std::span<const wire::Value> values)
+{
+    Row given;
+    const std::string text = InsertText(table, values, given);
+    last_ = Bind(text, given);
+    lastParameters_ = std::exchange(parameters_, {});
 }
 
 std::unique_ptr<RowWriter> PostgresConnection::WriteRows(const WriteTarget& target)
 {
     return std::make_unique<PostgresRowWriter>(
-        link_, pipeline_, target, catalog_->PrimaryKeyOf(*target.table));
+        link_, pipeline_, writeTexts_, target, catalog_->PrimaryKeyOf(*target.table));
 }
 
 void PostgresConnection::Begin()
 {
-    pipeline_.DropDeferred();
+    Forget();
     pipeline_.Defer(kBegin);
 }
 
 void PostgresConnection::Commit()
 {
     const auto& deferred = pipeline_.Deferred();
-    if (std::ranges::find(deferred, kBegin) != deferred.end()) {
-        pipeline_.DropDeferred(); // nothing has been done
+    if (!last_ && std::ranges::find(deferred, kBegin) != deferred.end()) {
+        Forget(); // nothing has been done
         return;
     }
     const Unstoppable unstoppable(link_, stop_);
     Clean([this] {
+        const PreparedPtr last = std::exchange(last_, nullptr);
+        if (last)
+            pipeline_.Send(last, lastParameters_); // where it fails, the commit is skipped
+        pipeline_.SendCommand("commit");
+        pipeline_.Sync();
+        const bool refused = last && !pipeline_.Receive();
+        const Result failure = pipeline_.Finish();
+        if (refused && SqlStateOf(failure) == "23505")
+            throw TryAgain(TryAgain::Cause::Conflict, wire::ErrorKind::Storage, server::texts::Busy());
+        if (failure)
+            link_.Raise(failure);
         // In a transaction that has failed before, a commit succeeds and is none.
-        if (pipeline_.RunCommand("commit") != "COMMIT")
+        if (pipeline_.LastTag() != "COMMIT")
             throw wire::Error(wire::ErrorKind::Storage, server::texts::DatabaseError());
     });
 }
 
 void PostgresConnection::Rollback() noexcept
 {
-    pipeline_.DropDeferred();
+    Forget();
     if (PQtransactionStatus(link_.Handle()) == PQTRANS_IDLE)
         return;
     const Unstoppable unstoppable(link_, stop_);
@@ -274,6 +309,12 @@ void PostgresConnection::Rollback() noexcept
     } catch (const wire::Error&) {
         link_.GiveUp(); // its end undoes the transaction as well
     }
+}
+
+void PostgresConnection::Forget() noexcept
+{
+    pipeline_.DropDeferred();
+    last_ = nullptr;
 }
 
 void PostgresConnection::SetSavepoint()

@@ -2,6 +2,7 @@
 
 #include "server/storage/postgres/Pipeline.h"
 #include "server/storage/postgres/PostgresCatalog.h"
+#include "server/storage/postgres/PostgresRowWriter.h"
 
 namespace storage::postgres {
 
@@ -16,8 +17,11 @@ public:
     qint64 Execute(const dialect::Translated& update, wire::DateTime now) override;
     std::vector<Row> Select(std::string_view sql, std::span<const wire::Value> parameters,
         std::span<const wire::ColumnType> types) override;
+    void SelectLater(std::string_view sql, std::span<const wire::Value> parameters,
+        std::span<const wire::ColumnType> types, Taker take) override;
     qint64 Change(std::string_view sql, std::span<const wire::Value> parameters) override;
     bool Insert(const demo::TableDef& table, std::span<const wire::Value> values) override;
+    void InsertLast(const demo::TableDef& table, std::span<const wire::Value> values) override;
     std::unique_ptr<RowWriter> WriteRows(const WriteTarget& target) override;
     void Begin() override;
     void Commit() override;
@@ -34,11 +38,16 @@ private:
         const ReadLimits& limits, wire::ReplySink& sink);
     PreparedPtr Bind(std::string_view sql, std::span<const wire::Value> values);
     template <typename Work> auto Clean(Work&& work);
+    // What has not been sent.
+    void Forget() noexcept;
 
     std::shared_ptr<const PostgresCatalog> catalog_;
     Link link_;
     Pipeline pipeline_;
     Parameters parameters_;
+    WriteTexts writeTexts_;
+    PreparedPtr last_; // goes with the commit
+    Parameters lastParameters_;
     StopSignal* stop_ = nullptr;
 };
 

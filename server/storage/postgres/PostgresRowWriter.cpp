@@ -34,11 +34,8 @@ std::string_view ActionOf(ChangeKind kind)
     return {};
 }
 
-// A statement's text and the types of the parameters in it.
-struct Text {
-    std::string sql;
-    std::vector<Oid> types;
-
+// A text under construction.
+struct Text : WriteText {
     Text& operator+=(std::string_view part)
     {
         sql += part;
@@ -93,9 +90,10 @@ void AddInsert(Text& text, const RowWrite& row, const std::string& table, const 
 } // namespace
 
 PostgresRowWriter::PostgresRowWriter(
-    Link& link, Pipeline& pipeline, const WriteTarget& target, std::string primaryKey)
+    Link& link, Pipeline& pipeline, WriteTexts& texts, const WriteTarget& target, std::string primaryKey)
     : link_(link)
     , pipeline_(pipeline)
+    , texts_(texts)
     , target_(target)
     , primaryKey_(std::move(primaryKey))
 {
@@ -208,29 +206,30 @@ PreparedPtr PostgresRowWriter::Bind(const RowWrite& row)
     if (!row.auditKey.empty())
         parameters_.AddUtf8(row.auditKey);
     parameters_.AddUtf8(row.auditFields);
-    const Statement& statement = StatementFor(row);
-    return pipeline_.Prepare(statement.sql, statement.types);
+    const WriteText& text = TextFor(row);
+    return pipeline_.Prepare(text.sql, text.types);
 }
 
-const PostgresRowWriter::Statement& PostgresRowWriter::StatementFor(const RowWrite& row)
+const WriteText& PostgresRowWriter::TextFor(const RowWrite& row)
 {
-    const auto found = statements_.find(row.shape);
-    if (found != statements_.end())
+    textKey_.assign(target_.table->name.toStdU16String()).append(row.shape);
+    const auto found = texts_.find(textKey_);
+    if (found != texts_.end())
         return found->second;
-    if (statements_.size() >= kMostShapes)
-        statements_.clear();
-    return statements_.emplace(row.shape, MakeStatement(row)).first->second;
+    if (texts_.size() >= kMostShapes)
+        texts_.clear();
+    return texts_.emplace(textKey_, MakeText(row)).first->second;
 }
 
 // The change as a part of the insert of its audit entry: both or neither, and the number of rows inserted
 // tells which.
-PostgresRowWriter::Statement PostgresRowWriter::MakeStatement(const RowWrite& row) const
+WriteText PostgresRowWriter::MakeText(const RowWrite& row) const
 {
     const std::string table = NameOf(target_.table->name);
     std::vector<QString> keyNames;
     for (const dialect::CatalogColumn* key : target_.keys)
         keyNames.push_back(key->name);
-    Text text{"with written as (", {}};
+    Text text{{"with written as (", {}}};
     switch (row.kind) {
     case ChangeKind::Insert:
         AddInsert(text, row, table, NamesOf(keyNames));
@@ -250,7 +249,7 @@ PostgresRowWriter::Statement PostgresRowWriter::MakeStatement(const RowWrite& ro
     text += " returning " + NameOf(keyNames.front()) + ") insert into " + NameOf(AuditTable().name);
 
     std::string names;
-    Text values{{}, std::move(text.types)};
+    Text values{{{}, std::move(text.types)}};
     for (const demo::ColumnDef& column : AuditTable().columns) {
         if (column.name == AuditTable().primaryKey.front())
             continue;
@@ -271,7 +270,7 @@ PostgresRowWriter::Statement PostgresRowWriter::MakeStatement(const RowWrite& ro
 Row PostgresRowWriter::Present(std::span<const wire::Value> keys, Hold hold)
 {
     // A column that is not there is no part of the query.
-    Text text{"select 1", {}};
+    Text text{{"select 1", {}}};
     std::vector<wire::ColumnType> types{wire::ColumnType::Integer};
     for (const dialect::CatalogColumn* column : target_.read) {
         if (column == nullptr)
