@@ -25,7 +25,8 @@ private:
     std::vector<ColumnInfos> known_; // the last one used first
 };
 
-// Columns of one length, a block stands for itself, dictionaries included. A column is its type (1 byte), then
+// Columns of one length, a block stands for itself, dictionaries included. A column is its type (1 byte),
+// then
 //
 //   text             its form (1), then
 //     nothing        no byte: all rows are null

@@ -106,7 +106,8 @@ void PutTexts(Packet& out, const Array<quint32>& ends, const Array<char>& bytes)
     for (qsizetype i = 0; i < ends.Size(); ++i)
         longest = std::max(longest, ends[i] - std::exchange(begin, ends[i]));
     begin = 0;
-    PutInts(out, 0, longest, ends.Size(), [&](qsizetype i) { return ends[i] - std::exchange(begin, ends[i]); });
+    PutInts(
+        out, 0, longest, ends.Size(), [&](qsizetype i) { return ends[i] - std::exchange(begin, ends[i]); });
     out.Put(bytes.Begin(), bytes.Size());
 }
 

@@ -90,7 +90,10 @@ public:
     {
     }
 #ifdef NEW_REPLY
-    void Columns(const wire::ColumnInfos& infos) override { channel_.Write(wire::EncodeColumns(infos, 1)); }
+    void Columns(const wire::ColumnInfos& infos) override
+    {
+        channel_.Write(wire::EncodeColumns(infos, 1));
+    }
     void Cells(const std::vector<wire::CellBlock>& block) override
     {
         if (dictionary)
