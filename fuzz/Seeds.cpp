@@ -57,6 +57,23 @@ std::vector<wire::Column> Block(int rows, int step)
     return block;
 }
 
+// Rows as storage reads them; the texts have lengths of more than one byte.
+std::vector<wire::CellBlock> Cells(int rows)
+{
+    std::vector<wire::CellBlock> block;
+    for (const wire::ColumnInfo& info : Infos())
+        block.emplace_back(info.type);
+    for (int row = 0; row < rows; ++row) {
+        const QByteArray text(row * 3, 'x');
+        block[0].AddText(text.constData(), text.size());
+        row % 3 == 0 ? block[1].AddNull() : block[1].AddInteger(qint64(row) * row);
+        block[2].AddNumber(row / 8.0);
+        block[3].AddInteger(1'709'600'000 + row);
+        block[4].AddNull();
+    }
+    return block;
+}
+
 wire::Request ChangeRequest()
 {
     wire::Request request;
@@ -99,13 +116,14 @@ void WriteFrames(const QString& folder)
     loggedIn.identity = {u"hefei1"_s, u"E1"_s, u"张三"_s, u"合肥一部"_s, u"2"_s, u"110"_s};
     const QByteArray result = Bytes(wire::EncodeColumns(Infos(), 2)) + Bytes(wire::EncodeRows(Block(3, 1), 2))
         + Bytes(wire::EncodeRows(Block(70, 1000), 2));
+    const QByteArray cells = Bytes(wire::EncodeColumns(Infos(), 2)) + Bytes(wire::EncodeCells(Cells(70), 2));
     const QByteArray packed =
         Bytes(wire::EncodeColumns(Infos(), 2)) + Bytes(wire::EncodeRows(Block(300, 7), 2, true));
     const wire::Error error(wire::ErrorKind::Syntax, u"第1行第8列"_s, query.text);
-    for (const QByteArray& stream :
-        {opening, Bytes(wire::EncodeRequest(execute, 3)), Bytes(wire::EncodeRequest({}, 4)),
-            Bytes(wire::EncodeRequest(ChangeRequest(), 5)), Bytes(wire::EncodeDone(loggedIn, 1)),
-            Bytes(wire::EncodeDone(SaveReply(), 5)), result, packed, Bytes(wire::EncodeError(error, 2))}) {
+    for (const QByteArray& stream : {opening, Bytes(wire::EncodeRequest(execute, 3)),
+             Bytes(wire::EncodeRequest({}, 4)), Bytes(wire::EncodeRequest(ChangeRequest(), 5)),
+             Bytes(wire::EncodeDone(loggedIn, 1)), Bytes(wire::EncodeDone(SaveReply(), 5)), result, cells,
+             packed, Bytes(wire::EncodeError(error, 2))}) {
         Write(folder, '\0' + stream);
         Write(folder, '\5' + stream);
     }

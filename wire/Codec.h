@@ -17,15 +17,18 @@ WIRE_EXPORT Packet EncodeColumns(const ColumnInfos& infos, quint32 number);
 WIRE_EXPORT ColumnInfos DecodeColumns(const Frame& frame);
 
 // The descriptions of columns that came last: the same statement's next reply repeats its own to the byte.
+// Used by one thread at a time.
 class WIRE_EXPORT KnownColumns {
 public:
+    // What `DecodeColumns` gives, shared with the last that came in the same bytes.
     ColumnInfos Decode(const Frame& frame);
 
 private:
     std::vector<ColumnInfos> known_; // the last one used first
 };
 
-// Columns of one length, a block stands for itself, dictionaries included. A column is its type (1 byte), then
+// Columns of one length; a block stands for itself, dictionaries included. It is the numbers of its rows and
+// of its columns (4 bytes each), then the columns. A column is its type (1), then
 //
 //   text             its form (1), then
 //     nothing        no byte: all rows are null

@@ -106,7 +106,8 @@ void PutTexts(Packet& out, const Array<quint32>& ends, const Array<char>& bytes)
     for (qsizetype i = 0; i < ends.Size(); ++i)
         longest = std::max(longest, ends[i] - std::exchange(begin, ends[i]));
     begin = 0;
-    PutInts(out, 0, longest, ends.Size(), [&](qsizetype i) { return ends[i] - std::exchange(begin, ends[i]); });
+    PutInts(
+        out, 0, longest, ends.Size(), [&](qsizetype i) { return ends[i] - std::exchange(begin, ends[i]); });
     out.Put(bytes.Begin(), bytes.Size());
 }
 
@@ -118,7 +119,7 @@ TextPool GetTexts(Reader& in, qsizetype count)
         Malformed(u"texts with lengths of %1 bytes"_s.arg(width));
     const char* const lengths = in.Take(qint64(count) * width);
     TextPool pool;
-    qint64 end = 0; // too small for no number of lengths that a body holds
+    qint64 end = 0; // wide enough for the sum of any lengths that a body holds
     qint64 least = 0;
     WithWidth(width, [&](auto zero) {
         using T = decltype(zero);
@@ -132,7 +133,6 @@ TextPool GetTexts(Reader& in, qsizetype count)
     });
     if (least < 0)
         Malformed(u"text of %1 bytes"_s.arg(least));
-    // What is longer than a frame is not there to be taken.
     pool.bytes.Append(in.Take(end), static_cast<qsizetype>(end));
     return pool;
 }

@@ -22,7 +22,11 @@ template <typename T> class Array {
 
 public:
     Array() = default;
-    ~Array() { std::free(data_); }
+    ~Array()
+    {
+        if (data_ != nullptr) // a call less for each of a column's arrays that it has no use for
+            std::free(data_);
+    }
     Array(Array&& other) noexcept { Swap(other); }
     Array& operator=(Array&& other) noexcept
     {

@@ -34,7 +34,8 @@ size_t BytesOf(const std::vector<wire::CellBlock>& block)
 {
     size_t bytes = 0;
     for (const wire::CellBlock& cells : block)
-        bytes += static_cast<size_t>(cells.TextBytes()) + static_cast<size_t>(cells.RowCount()) * sizeof(qint64);
+        bytes +=
+            static_cast<size_t>(cells.TextBytes()) + static_cast<size_t>(cells.RowCount()) * sizeof(qint64);
     return bytes;
 }
 

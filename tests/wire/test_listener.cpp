@@ -155,7 +155,7 @@ TEST_P(ListenerTest, MalformedFramesEndTheirConnectionWithAReasonAndNothingElse)
 {
     FakeListener fake(0, Options());
     const auto bystander = LoggedInClient(fake.Port());
-    const auto header = [](quint32 length, quint16 version, quint8 kind) {
+    const auto header = [](quint32 length, quint8 kind, quint16 version = wire::kProtocolVersion) {
         QByteArray bytes;
         bytes.append(reinterpret_cast<const char*>(&length), 4);
         bytes.append(reinterpret_cast<const char*>(&version), 2);
@@ -164,14 +164,14 @@ TEST_P(ListenerTest, MalformedFramesEndTheirConnectionWithAReasonAndNothingElse)
     };
     const std::pair<QByteArray, QString> cases[] = {
         {"GET / HTTP/1.1\r\nHost: localhost\r\n\r\n", u"protocol version"_s},
-        {header(0, 2, 5), u"protocol version 2"_s},
-        {header(0, 1, 99), u"unknown frame kind 99"_s},
-        {header(0, 1, 18), u"is no request"_s},
-        {header(0xFFFFFFFF, 1, 1), u"more than"_s},
+        {header(0, 5, 77), u"protocol version 77"_s},
+        {header(0, 99), u"unknown frame kind 99"_s},
+        {header(0, 18), u"is no request"_s},
+        {header(0xFFFFFFFF, 1), u"more than"_s},
         // More than anybody may send before the login.
-        {header(1 << 20, 1, 2) + QByteArray(100, 'x'), u"more than 4096"_s},
-        {header(4, 1, 1) + QByteArray("\xFF\xFF\xFF\x7F"), u"ends"_s},
-        {header(3, 1, 5) + "abc", u"too many"_s},
+        {header(1 << 20, 2) + QByteArray(100, 'x'), u"more than 4096"_s},
+        {header(4, 1) + QByteArray("\xFF\xFF\xFF\x7F"), u"ends"_s},
+        {header(3, 5) + "abc", u"too many"_s},
     };
     for (const auto& [bytes, reason] : cases) {
         RawClient client(fake.Port());
@@ -183,10 +183,10 @@ TEST_P(ListenerTest, MalformedFramesEndTheirConnectionWithAReasonAndNothingElse)
     }
     {
         RawClient half(fake.Port());
-        half.Send(header(100, 1, 1).first(6));
+        half.Send(header(100, 1).first(6));
         half.socket.disconnectFromHost();
         RawClient cut(fake.Port());
-        cut.Send(header(100, 1, 1) + "abc");
+        cut.Send(header(100, 1) + "abc");
         cut.socket.disconnectFromHost();
     }
     EXPECT_TRUE(fake.Logged(u"inside a frame header"_s));
