@@ -85,6 +85,9 @@ inline void CopyText(char* to, const char* from, size_t size) noexcept
     } else if (size >= 8) {
         std::memcpy(to, from, 8);
         std::memcpy(to + size - 8, from + size - 8, 8);
+    } else if (size >= 4) {
+        std::memcpy(to, from, 4);
+        std::memcpy(to + size - 4, from + size - 4, 4);
     } else {
         for (size_t i = 0; i < size; ++i)
             to[i] = from[i];
