@@ -85,6 +85,9 @@ inline void CopyText(char* to, const char* from, size_t size) noexcept
     } else if (size >= 8) {
         std::memcpy(to, from, 8);
         std::memcpy(to + size - 8, from + size - 8, 8);
+    } else if (size >= 4) {
+        std::memcpy(to, from, 4);
+        std::memcpy(to + size - 4, from + size - 4, 4);
     } else {
         for (size_t i = 0; i < size; ++i)
             to[i] = from[i];
@@ -250,29 +253,34 @@ void NullMap::Assign(qsizetype rows, qsizetype nulls, Array<quint64> words)
     words_ = std::move(words);
 }
 
-void TextPool::Append(const char* text, qsizetype size)
+void TextPool::CheckRoom(qsizetype size) const
 {
     if (quint64(bytes.Size()) + quint64(size) > std::numeric_limits<quint32>::max())
         throw Error(ErrorKind::Limit, u"查询结果过大，请缩小查询范围！"_s);
+}
+
+void TextPool::Append(const char* text, qsizetype size)
+{
+    CheckRoom(size);
     bytes.Append(text, size);
     ends.Append(static_cast<quint32>(bytes.Size()));
 }
 
 void TextPool::Append(const TextPool& other)
 {
-    const quint64 offset = quint64(bytes.Size());
-    if (offset + quint64(other.bytes.Size()) > std::numeric_limits<quint32>::max())
-        throw Error(ErrorKind::Limit, u"查询结果过大，请缩小查询范围！"_s);
+    CheckRoom(other.bytes.Size());
+    const auto offset = static_cast<quint32>(bytes.Size());
     bytes.Append(other.bytes.Begin(), other.bytes.Size());
     quint32* to = ends.Extend(other.ends.Size());
     for (qsizetype i = 0; i < other.ends.Size(); ++i)
-        to[i] = other.ends[i] + static_cast<quint32>(offset);
+        to[i] = other.ends[i] + offset;
 }
 
 quint32 TextIndex::Find(TextPool& pool, const char* text, qsizetype size)
 {
+    pool.CheckRoom(size); // its length fits the slot then
     MakeRoom(1);
-    const auto length = static_cast<quint32>(size); // a pool holds no longer ones
+    const auto length = static_cast<quint32>(size);
     return Find(pool, text, length, HashText(text, length, HashSeed()));
 }
 

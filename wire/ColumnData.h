@@ -225,7 +225,8 @@ struct WIRE_EXPORT TextPool {
         const quint32 begin = entry == 0 ? 0 : ends[entry - 1];
         return {bytes.Begin() + begin, qsizetype(ends[entry] - begin)};
     }
-    // Raises Error(Limit) where the texts of one column would pass 4 GiB.
+    // These raise Error(Limit) where the texts of one column would pass 4 GiB.
+    void CheckRoom(qsizetype size) const;
     void Append(const char* text, qsizetype size);
     void Append(const TextPool& other);
 };

@@ -301,6 +301,30 @@ TEST_F(PostgresServerTest, OnlyTheRowsThatBreakAConstraintAreRefused)
     EXPECT_EQ(RawText("select count(*) from zelmor_audit"), u"394"_s);
 }
 
+TEST_F(PostgresServerTest, LongTextsComeAsACopyLikeShortOnes)
+{
+    constexpr int kRows = 500;
+    Raw(u"insert into tab_zelmor_bill(TX_LOGISTIC_ID, PIECE) select 'X' || n, n % 7 * 10000 + n % 3 from "
+        "generate_series(1, %1) n"_s.arg(kRows));
+    Client client = LoggedIn();
+    const QString text =
+        u"select a.TX_LOGISTIC_ID, lpad('甲', a.PIECE, 'x') as L, a.PIECE, length(lpad('甲', "
+        "a.PIECE, 'x')) as N from tab_zelmor_bill a where a.PIECE is not null order by "
+        "a.TX_LOGISTIC_ID"_s;
+    const wire::RowSet first = client.Query(text);
+    ASSERT_GE(first.RowCount(), kRows);
+    const wire::RowSet again = client.Query(text);
+    ASSERT_EQ(again.RowCount(), first.RowCount());
+    EXPECT_EQ(
+        RawText("select count(*) from pg_stat_activity where datname = current_database() and query like "
+                "'copy (%'"),
+        u"1"_s);
+    for (size_t column = 0; column < first.columns.size(); ++column) {
+        for (qsizetype row = 0; row < first.RowCount(); ++row)
+            ASSERT_EQ(again.columns[column].ValueAt(row), first.columns[column].ValueAt(row)) << row;
+    }
+}
+
 TEST_F(PostgresServerTest, ManyRowsComeAsACopyTheNextTime)
 {
     struct Unwilling final : wire::ReplySink {

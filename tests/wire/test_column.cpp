@@ -79,6 +79,49 @@ CellBlock CellsOf(ColumnType type, const std::vector<Value>& values)
     return cells;
 }
 
+template <typename T> std::string BytesOf(T value)
+{
+    return {reinterpret_cast<const char*>(&value), sizeof value};
+}
+
+template <typename T> T ValueOf(std::string_view bytes)
+{
+    T value;
+    std::memcpy(&value, bytes.data(), sizeof value);
+    return value;
+}
+
+// The same, some rows at once.
+CellBlock CellsAtOnce(ColumnType type, const std::vector<Value>& values)
+{
+    constexpr size_t kSome = 33;
+    std::vector<std::string> bytes;
+    for (const Value& value : values) {
+        if (const auto* text = std::get_if<QString>(&value))
+            bytes.push_back(text->toStdString());
+        else if (const auto* integer = std::get_if<qint64>(&value))
+            bytes.push_back(BytesOf(*integer));
+        else if (const auto* number = std::get_if<double>(&value))
+            bytes.push_back(BytesOf(*number));
+        else if (const auto* time = std::get_if<DateTime>(&value))
+            bytes.push_back(BytesOf(time->seconds));
+        else
+            bytes.emplace_back();
+    }
+    const std::vector<std::string_view> all(bytes.begin(), bytes.end());
+    CellBlock cells(type);
+    for (size_t first = 0; first < all.size(); first += kSome) {
+        const auto some = std::span(all).subspan(first, std::min(kSome, all.size() - first));
+        if (type == ColumnType::Text)
+            cells.AddTexts(some);
+        else if (type == ColumnType::Number)
+            cells.AddNumbers(some, ValueOf<double>);
+        else
+            cells.AddIntegers(some, ValueOf<qint64>);
+    }
+    return cells;
+}
+
 void ExpectHolds(const Column& column, const std::vector<Value>& expected)
 {
     ASSERT_EQ(column.RowCount(), qsizetype(expected.size()));
@@ -131,7 +174,8 @@ TEST(ColumnTest, HoldsWhatEveryWayOfWritingPutIn)
                     column.AppendValue(value);
                 Column other(type);
                 for (int i = 0; i < 3; ++i)
-                    other.AppendCells(CellsOf(type, keep(i % 2 == 0 ? after.Take(1024) : before.Take(700))));
+                    other.AppendCells(
+                        CellsAtOnce(type, keep(i % 2 == 0 ? after.Take(1024) : before.Take(700))));
                 column.AppendColumn(std::move(other));
                 ExpectHolds(column, expected);
                 EXPECT_EQ(other.RowCount(), 0);
@@ -186,6 +230,30 @@ TEST(ColumnTest, TextIsADictionaryExactlyWhileItRepeats)
     sites.AppendColumn(std::move(addresses));
     EXPECT_FALSE(sites.IsDictionary());
     EXPECT_EQ(sites.RowCount(), 16 * CellBlock::kRows);
+}
+
+TEST(ColumnTest, TextsThatDifferInOneByteAreDifferentEntries)
+{
+    std::vector<std::string> texts;
+    for (size_t size = 1; size <= 70; ++size) {
+        texts.emplace_back(size, 'a');
+        for (size_t at = 0; at < size; ++at)
+            texts.emplace_back(size, 'a')[at] = 'b';
+    }
+    const std::vector<std::string_view> all(texts.begin(), texts.end());
+    CellBlock cells(ColumnType::Text);
+    for (int time = 0; time < 3; ++time)
+        cells.AddTexts(all);
+    Column column(ColumnType::Text);
+    column.AppendCells(cells);
+    for (const std::string& text : texts)
+        column.AppendText({text.data(), qsizetype(text.size())});
+    ASSERT_TRUE(column.IsDictionary());
+    EXPECT_EQ(column.EntryCount(), qsizetype(texts.size()));
+    for (qsizetype row = 0; row < column.RowCount(); ++row) {
+        const std::string& text = texts[size_t(row) % texts.size()];
+        ASSERT_EQ(column.TextAt(row), QByteArrayView(text.data(), qsizetype(text.size()))) << row;
+    }
 }
 
 TEST(ColumnTest, UniformColumnsCostNoMemoryARow)

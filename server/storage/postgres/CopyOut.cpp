@@ -87,7 +87,9 @@ std::optional<std::string> CopyText(const dialect::Translated& select, wire::Dat
 {
     const std::string& sql = select.translation->sql;
     std::string text = "copy (";
+    text.reserve(2 * sql.size());
     char quote = '\0';
+    size_t from = 0; // what stands before it has been taken
     for (size_t at = 0; at < sql.size();) {
         const char c = sql[at];
         size_t end = at + 1;
@@ -99,7 +101,6 @@ std::optional<std::string> CopyText(const dialect::Translated& select, wire::Dat
                 quote = '\0';
             else if (quote == '\0' && (c == '\'' || c == '"'))
                 quote = c;
-            text += c;
         } else {
             const size_t number = std::stoul(sql.substr(at + 1, end - at - 1));
             const dialect::Parameter& parameter = select.translation->parameters.at(number - 1);
@@ -109,11 +110,12 @@ std::optional<std::string> CopyText(const dialect::Translated& select, wire::Dat
                     parameter.type);
             if (!literal)
                 return std::nullopt;
-            text += *literal;
+            text.append(sql, from, at - from).append(*literal);
+            from = end;
         }
         at = end;
     }
-    return text + ") to stdout (format binary)";
+    return text.append(sql, from) + ") to stdout (format binary)";
 }
 
 CopyReader::CopyReader(Link& link, const std::string& copyText, const CellReaders& readers)

@@ -10,8 +10,9 @@
 namespace storage::postgres {
 namespace {
 
-// More rows than that, the last time: a copy is worth being planned anew.
-constexpr qint64 kCopiedRows = 8 * wire::CellBlock::kRows;
+// More rows than that, the last time: a copy costs less than it is to be planned anew (from about 300 rows of
+// 72 columns on).
+constexpr qint64 kCopiedRows = 400;
 
 constexpr auto kBegin = "begin";
 constexpr auto kSetPoint = "savepoint zelmor_point";
