@@ -42,8 +42,7 @@ public:
         return !lost && !database_.closedAll;
     }
 
-    qint64 Query(
-        const dialect::Translated&, wire::DateTime, const ReadLimits&, wire::ReplySink&) override
+    qint64 Query(const dialect::Translated&, wire::DateTime, const ReadLimits&, wire::ReplySink&) override
     {
         return 0;
     }
