@@ -205,6 +205,7 @@ TEST_F(PoolTest, ManyShareFewWithoutLosingATurn)
     std::atomic<int> turns{0};
     {
         std::vector<std::jthread> threads;
+        threads.reserve(kThreads);
         for (int i = 0; i < kThreads; ++i) {
             threads.emplace_back([&, i] {
                 for (int turn = 0; turn < kTurns; ++turn) {
