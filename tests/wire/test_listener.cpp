@@ -5,6 +5,7 @@
 #include "wire/Codec.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QSslConfiguration>
 #include <QSslSocket>
 
@@ -213,6 +214,40 @@ TEST_P(ListenerTest, ClientsThatSayNothingOrStopInTheMiddleAreLeft)
     const auto client = LoggedInClient(fake.Port());
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     EXPECT_EQ(RowsOf(*client, u"rows 1"_s), 1);
+}
+
+TEST_P(ListenerTest, AClientThatSendsItsLoginByteByByteIsLeftAllTheSame)
+{
+    server::ListenerOptions options = Options();
+    options.loginTimeout = 400;
+    options.frameTimeout = 200;
+    FakeListener fake(0, options);
+    RawClient client(fake.Port());
+    const wire::Packet login = wire::EncodeRequest(LoginRequest(), 1);
+    const QDeadlineTimer deadline(5000);
+    for (qsizetype i = 0; i < login.Size() - 1 && !deadline.hasExpired(); ++i) {
+        client.Send(QByteArray(login.Data() + i, 1));
+        if (client.socket.waitForReadyRead(50) || client.socket.state() != QAbstractSocket::ConnectedState)
+            break;
+    }
+    EXPECT_TRUE(fake.Logged(u"no login in time"_s));
+    client.ReadToEnd();
+}
+
+TEST_P(ListenerTest, WhoAsksNothingForTooLongIsLeft)
+{
+    server::ListenerOptions options = Options();
+    options.idleTimeout = 300;
+    FakeListener fake(0, options);
+    const auto idle = LoggedInClient(fake.Port());
+    const auto busy = LoggedInClient(fake.Port());
+    for (int i = 0; i < 10; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_EQ(RowsOf(*busy, u"rows 1"_s), 1);
+    }
+    EXPECT_TRUE(fake.Logged(u"idle for too long"_s));
+    EXPECT_TRUE(FakeServer::Reaches(fake.server.sessions, 1));
+    EXPECT_EQ(KindOf([&] { RowsOf(*idle, u"rows 1"_s); }), ErrorKind::Connection);
 }
 
 TEST_P(ListenerTest, AClientThatDiesInTheMiddleOfAReplyIsForgotten)

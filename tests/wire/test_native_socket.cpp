@@ -31,3 +31,37 @@ TEST(NativeSocketTest, ASenderLeavesAReaderThatTakesTooLittle)
     reader.join();
     NativeSocket::Close(ends[1]);
 }
+
+// The ways out of waiting for an answer: it comes, the time is over, somebody ends it, the peer goes.
+TEST(NativeSocketTest, AnAnswerIsWaitedForUntilItComesOrTheWaitIsEnded)
+{
+    using Clock = std::chrono::steady_clock;
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    ASSERT_EQ(fcntl(ends[0], F_SETFL, O_NONBLOCK), 0);
+    NativeSocket own(ends[0]);
+    NativeSocket peer(ends[1]);
+    char got[8];
+
+    const auto begin = Clock::now();
+    EXPECT_EQ(own.ReceiveLater(got, sizeof got, 80), NativeSocket::kTimedOut);
+    EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(79));
+    {
+        std::jthread answering([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
+            peer.Send("abc", 3, 1000);
+        });
+        EXPECT_EQ(own.ReceiveLater(got, sizeof got, 10'000), 3);
+    }
+    {
+        std::jthread ending([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
+            NativeSocket(ends[0]).EndReceiving();
+        });
+        EXPECT_EQ(own.ReceiveLater(got, sizeof got, 10'000), 0);
+    }
+    NativeSocket::Close(ends[1]);
+    EXPECT_EQ(own.ReceiveLater(got, sizeof got, 10'000), 0);
+    EXPECT_TRUE(own.PeerHasClosed());
+    NativeSocket::Close(ends[0]);
+}
