@@ -144,3 +144,23 @@ QString DialectDatabase::Cell(const QString& sql)
     const wire::RowSet rows = Query(sql);
     return rows.RowCount() == 0 ? QStringLiteral("(no row)") : wire::ToText(rows.columns.front().ValueAt(0));
 }
+
+std::optional<QStringList> DialectDatabase::SortedRows(const QString& sql)
+{
+    QStringList rows;
+    try {
+        const wire::RowSet result = Query(sql);
+        for (qsizetype row = 0; row < result.RowCount(); ++row) {
+            QStringList cells;
+            for (const wire::Column& column : result.columns)
+                cells += wire::ToText(column.ValueAt(row));
+            rows += cells.join(u'|');
+        }
+    } catch (const wire::Error& error) {
+        if (error.Kind() == wire::ErrorKind::Data)
+            return std::nullopt;
+        throw;
+    }
+    rows.sort();
+    return rows;
+}

@@ -43,6 +43,9 @@ public:
     qint64 Execute(const QString& sql) override;
     // The steps of the plan for the text, one a line.
     QString Plan(const QString& sql);
+    // Rows in no order, cells as text; nothing where the data forbid an answer. When that is noticed depends
+    // on the order in which a database looks at conditions.
+    std::optional<QStringList> SortedRows(const QString& sql);
     // The first cell of the first row.
     QString Cell(const QString& sql);
 
