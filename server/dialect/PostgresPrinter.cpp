@@ -13,6 +13,7 @@ constexpr PrinterWords kWords{
     .parameter = '$',
     .ifNull = "coalesce",
     .same = " IS NOT DISTINCT FROM ",
+    .trim = "btrim",
     .no = "false",
     .crossJoin = " CROSS JOIN ", // a comma binds less than the joins after it
     .dual = "(SELECT 'X'::text AS \"dummy\")",
@@ -324,27 +325,14 @@ void PostgresPrinter::Print(const Expression&, const ScalarQuery& scalar)
 
 void PostgresPrinter::PrintFunction(const Expression& expression, const Call& call)
 {
-    const auto nonEmpty = [&](const char* function) {
-        Put("nullif(");
-        PrintCall(function, call.arguments);
-        Put(", '')");
-    };
     switch (call.function) {
     case Function::Length:
         return PrintCall("zelmor.ora_length", call.arguments);
     case Function::Instr:
         return PrintCall("zelmor.ora_instr", call.arguments);
-    case Function::Trim:
-        return nonEmpty("btrim");
-    case Function::LTrim:
-        return nonEmpty("ltrim");
-    case Function::RTrim:
-        return nonEmpty("rtrim");
     case Function::Round:
     case Function::Trunc:
         return PrintTruncation(expression, call);
-    case Function::Abs:
-        return PrintCall("abs", call.arguments);
     case Function::ToDate:
     case Function::ToChar:
     case Function::ToNumber:

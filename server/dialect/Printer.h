@@ -16,6 +16,7 @@ struct PrinterWords {
     char parameter; // before its number
     const char* ifNull; // the first of two values that is not null
     const char* same; // equal, or both null
+    const char* trim; // both ends
     const char* no; // a condition that does not hold
     const char* crossJoin;
     const char* dual; // the table of one row

@@ -323,6 +323,11 @@ void Printer::Print(const Expression&, const Case& choice)
 
 void Printer::Print(const Expression& expression, const Call& call)
 {
+    const auto nonEmpty = [&](const char* function) {
+        Put("nullif(");
+        PrintCall(function, call.arguments);
+        Put(", '')");
+    };
     switch (call.function) {
     case Function::Nvl:
         return PrintCall(words_.ifNull, call.arguments);
@@ -330,6 +335,14 @@ void Printer::Print(const Expression& expression, const Call& call)
         return PrintCall("coalesce", call.arguments);
     case Function::NullIf:
         return PrintCall("nullif", call.arguments);
+    case Function::Abs:
+        return PrintCall("abs", call.arguments);
+    case Function::Trim:
+        return nonEmpty(words_.trim);
+    case Function::LTrim:
+        return nonEmpty("ltrim");
+    case Function::RTrim:
+        return nonEmpty("rtrim");
     case Function::Nvl2:
         Put("CASE WHEN ");
         Print(call.arguments[0]);

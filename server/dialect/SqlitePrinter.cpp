@@ -7,6 +7,7 @@ constexpr PrinterWords kWords{
     .parameter = '?',
     .ifNull = "ifnull",
     .same = " IS ",
+    .trim = "trim",
     .no = "0",
     .crossJoin = ", ",
     .dual = "(SELECT 'X' AS \"DUMMY\")",
@@ -163,27 +164,14 @@ void SqlitePrinter::Print(const Expression&, const ScalarQuery& scalar)
 void SqlitePrinter::PrintFunction(const Expression&, const Call& call)
 {
     const auto plain = [&](const char* function) { PrintCall(function, call.arguments); };
-    const auto nonEmpty = [&](const char* function) {
-        Put("nullif(");
-        PrintCall(function, call.arguments);
-        Put(", '')");
-    };
     switch (call.function) {
     case Function::Length:
         return plain("length");
     case Function::Instr:
         return plain(call.arguments.size() == 2 ? "instr" : "ora_instr");
-    case Function::Trim:
-        return nonEmpty("trim");
-    case Function::LTrim:
-        return nonEmpty("ltrim");
-    case Function::RTrim:
-        return nonEmpty("rtrim");
     case Function::Round:
     case Function::Trunc:
         return PrintTruncation(call);
-    case Function::Abs:
-        return plain("abs");
     case Function::ToDate:
     case Function::ToChar:
     case Function::ToNumber:

@@ -18,6 +18,10 @@ inline void PrintTo(StorageKind kind, std::ostream* out)
 
 class OtherPostgres final : public OtherDatabase {
 public:
+    explicit OtherPostgres(PostgresDatabase::Orafce orafce = PostgresDatabase::Orafce::Without)
+        : database_(orafce)
+    {
+    }
     void Configure(Options& options) const override
     {
         options.open = [uri = database_.Uri()](const Options& given, wire::DateTime now) {

@@ -363,6 +363,11 @@ TEST_P(PolicyTest, OwnTablesAreClosedToEverybody)
         u"update main.zelmor_account set ROLE=null"_s,
         u"insert into zelmor_account(ACCOUNT) values('x')"_s,
         u"delete from zelmor_audit"_s,
+        u"drop table tab_zelmor_bill"_s,
+        u"delete from tab_zelmor_bill"_s,
+        u"update tab_site set SITE_NAME='x'"_s,
+        u"pragma user_version"_s,
+        kOrders,
     };
     const auto refused = [](auto&& call) {
         const ErrorKind kind = ErrorOf(call).Kind();
@@ -370,17 +375,24 @@ TEST_P(PolicyTest, OwnTablesAreClosedToEverybody)
     };
     for (const QString& account : {u"headquarters"_s, u"branch"_s}) {
         Client client = At(account);
+        // That an administrator has asked before opens nothing.
+        EXPECT_FALSE(server_->QueryAsAdministrator(queries[0]).infos.empty());
         for (const QString& text : queries)
             EXPECT_TRUE(refused([&] { client.Query(text); })) << text.toStdString();
         for (const QString& text : updates)
             EXPECT_TRUE(refused([&] { client.Execute(text); })) << text.toStdString();
-        Changes changes(u"select * from zelmor_account"_s,
-            server_->QueryAsAdministrator(u"select * from zelmor_account"_s));
-        changes.Update(0, {{u"ROLE"_s, u"headquarters"_s}});
-        EXPECT_TRUE(refused([&] { client.Apply(changes.log); }));
+        EXPECT_TRUE(refused([&] { client.Query(u"update tab_zelmor_bill set STATUS = 5"_s); }));
+        for (const auto& [table, column] :
+            {std::pair(u"zelmor_account"_s, u"ROLE"_s), std::pair(u"tab_site"_s, u"SITE_NAME"_s)}) {
+            const QString text = u"select * from "_s + table;
+            Changes changes(text, server_->QueryAsAdministrator(text));
+            changes.Update(0, {{column, u"headquarters"_s}});
+            EXPECT_TRUE(refused([&] { client.Apply(changes.log); })) << table.toStdString();
+        }
     }
     EXPECT_EQ(RawText("select count(*) from zelmor_account where ROLE = 'headquarters'"), u"1"_s);
     EXPECT_EQ(RawText("select count(*) from tab_zelmor_bill where REMARK is not null"), u"0"_s);
+    EXPECT_EQ(RawText("select STATUS from tab_zelmor_bill order by TX_LOGISTIC_ID"), u"0,(null),1"_s);
 }
 
 TEST_P(PolicyTest, StatementsAreForTheHeadquartersOnceTheyCanBeRead)

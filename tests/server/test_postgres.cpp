@@ -34,6 +34,7 @@ TEST_F(PostgresStorageTest, OfServersThatStartAtOnceOneFillsTheDatabase)
 {
     {
         std::vector<std::jthread> starting;
+        starting.reserve(3);
         for (int i = 0; i < 3; ++i)
             starting.emplace_back([this] {
                 const auto backend = Open(u"300"_s);

@@ -40,35 +40,6 @@ TEST_P(SessionTest, ColumnsComeWithTypeWidthKeyAndGuard)
     EXPECT_EQ(rows.columns[0].ValueAt(2), wire::Value(u"C"_s));
 }
 
-TEST_P(SessionTest, PolicyRefusesWhatClientsMayNotDo)
-{
-    Client client = LoggedIn();
-    for (const QString& table :
-        {u"zelmor_account"_s, u"zelmor_audit"_s, u"zelmor_outcome"_s, u"ZELMOR_META"_s}) {
-        const QString text = u"select a.* from %1 a"_s.arg(table);
-        EXPECT_EQ(ErrorOf([&] { client.Query(text); }).Kind(), ErrorKind::Policy) << text.toStdString();
-        // Once an administrator has asked, clients are refused all the same.
-        EXPECT_FALSE(server_->QueryAsAdministrator(text).infos.empty());
-        EXPECT_EQ(ErrorOf([&] { client.Query(text); }).Kind(), ErrorKind::Policy) << text.toStdString();
-    }
-    const auto refused = [&](auto&& call) {
-        const ErrorKind kind = ErrorOf(call).Kind();
-        return kind == ErrorKind::Policy || kind == ErrorKind::Syntax;
-    };
-    for (const QString& text :
-        {u"drop table tab_zelmor_bill"_s, u"insert into tab_zelmor_bill(TX_LOGISTIC_ID) values('Z')"_s,
-            u"delete from tab_zelmor_bill"_s, u"update zelmor_account set RIGHTS = '111'"_s,
-            u"update tab_site set SITE_NAME = 'x'"_s, u"pragma user_version"_s,
-            u"update tab_zelmor_bill set STATUS = 5; update tab_zelmor_bill set STATUS = 6"_s})
-        EXPECT_TRUE(refused([&] { client.Execute(text); })) << text.toStdString();
-    EXPECT_TRUE(refused([&] { client.Execute(kOrders); }));
-    EXPECT_TRUE(refused([&] { client.Query(u"update tab_zelmor_bill set STATUS = 5"_s); }));
-    Changes readOnly(u"select a.* from tab_site a"_s, client.Query(u"select a.* from tab_site a"_s));
-    readOnly.Update(0, {{u"SITE_NAME"_s, u"x"_s}});
-    EXPECT_EQ(ErrorOf([&] { client.Apply(readOnly.log); }).Kind(), ErrorKind::Policy);
-    EXPECT_EQ(RawText("select STATUS from tab_zelmor_bill order by TX_LOGISTIC_ID"), u"0,(null),1"_s);
-}
-
 TEST_P(SessionTest, ExecuteChangesRowsAndIsAudited)
 {
     Client client = LoggedIn();

@@ -4,6 +4,7 @@
 #include "runtime/data/ServerWay.h"
 #include "server/net/Listener.h"
 #include "tests/support/FaultProxy.h"
+#include "tests/support/RowKeeper.h"
 #include "tests/support/ServerProcess.h"
 #include "tests/system/Desk.h"
 
@@ -40,10 +41,7 @@ public:
     // So many are there before anybody comes.
     void LogIn(int count)
     {
-        class : public wire::ReplySink {
-            void Columns(const wire::ColumnInfos&) override { }
-            void Rows(std::vector<wire::Column>) override { }
-        } nothing;
+        RowKeeper nothing;
         wire::Request login;
         login.kind = wire::RequestKind::Login;
         login.account = DemoAccountOf();

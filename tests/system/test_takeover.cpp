@@ -1,6 +1,7 @@
 // Two servers over one database: what one of them began, the other knows.
 
 #include "demo/Generator.h"
+#include "tests/support/RowKeeper.h"
 #include "tests/support/ServerProcess.h"
 #include "tests/system/Desk.h"
 
@@ -13,12 +14,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 const QString kRows = u"select a.* from tab_zelmor_bill a where rownum<=5"_s;
-
-class NoRows : public wire::ReplySink {
-public:
-    void Columns(const wire::ColumnInfos&) override { }
-    void Rows(std::vector<wire::Column>) override { }
-};
 
 void Mark(TClientDataSetEx& orders, const QString& remark)
 {
@@ -85,7 +80,7 @@ TEST(Takeover, TheOtherServerGoesOnAndKnowsWhatWasSaved)
     // The answer that the second gave, asked for again at the first, which knows it from the database.
     first.Start();
     Desk other(first.Port(), DemoAccountOf());
-    NoRows nothing;
+    RowKeeper nothing;
     const wire::ApplyOutcome outcome = other.connection.Send(lastSave, nothing).outcome;
     EXPECT_EQ(outcome.rows.size(), 5u);
     EXPECT_EQ(outcome.Rejected(), 0);
