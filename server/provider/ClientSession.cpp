@@ -213,8 +213,13 @@ void ClientSession::ApplyUpdates(const wire::Request& request, wire::Reply& repl
         storage::InTransaction(core_.pool, true, [&](storage::Connection& connection) {
             Watched(connection, request.changes.commandText, [&] {
                 RequireNew(connection, request.name, identity_.account);
-                reply.outcome = ApplyChanges(
-                    connection, request.changes, request.maxErrors, CallerNow(), permissions_, closed);
+                try {
+                    reply.outcome = ApplyChanges(
+                        connection, request.changes, request.maxErrors, CallerNow(), permissions_, closed);
+                } catch (const wire::Error&) {
+                    connection.FinishSelect(); // what is refused now may have been applied before
+                    throw;
+                }
                 RememberOutcome(connection, request.name, identity_.account, reply.outcome);
             });
         });

@@ -134,6 +134,8 @@ public:
     using Taker = std::function<void(const std::vector<Row>&)>;
     virtual void SelectLater(std::string_view sql, std::span<const wire::Value> parameters,
         std::span<const wire::ColumnType> types, Taker take);
+    // Asks at once what SelectLater has put off.
+    virtual void FinishSelect() { }
     // Gives the number of rows changed.
     virtual qint64 Change(std::string_view sql, std::span<const wire::Value> parameters) = 0;
     // A row of one of the server's own tables, values in the order of its columns (a numbered key may be

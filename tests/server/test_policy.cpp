@@ -454,6 +454,22 @@ TEST_P(PolicyTest, RolesMayBeGivenAndTakenWhileTheAccountIsAtWork)
     EXPECT_EQ(ErrorOf([&] { branch.Query(kOrders); }).Kind(), ErrorKind::Login);
 }
 
+TEST_P(PolicyTest, WhatWasAppliedStaysAppliedWhenTheRoleIsTaken)
+{
+    Options options;
+    options.permissionSeconds = 0;
+    Serve(options);
+    Client branch = At(u"branch"_s);
+    Changes changes(kOrders, branch.Query(kOrders));
+    changes.Update(0, {{u"NAME"_s, u"新"_s}});
+    const wire::ApplyName name{.client = {4, 2}, .number = 1};
+    EXPECT_EQ(branch.Apply(changes.log, name, -1).Rejected(), 0);
+    server_->SetRole(u"branch"_s, Role::Reader);
+    // The answer was lost: the client sends the same again.
+    EXPECT_EQ(branch.Apply(changes.log, name, -1).Rejected(), 0);
+    EXPECT_EQ(ErrorOf([&] { branch.Apply(changes.log); }).Kind(), ErrorKind::Policy);
+}
+
 TEST(SiteTreeTest, SitesUnderASite)
 {
     const SiteTree tree({{u"本"_s, {}, {}, {}}, {u"甲"_s, u"本"_s, {}, {}}, {u"乙"_s, u"甲"_s, {}, {}},

@@ -63,6 +63,13 @@ void Pipeline::SendDeferred()
     }
 }
 
+Result Pipeline::RunDeferred()
+{
+    SendDeferred();
+    Sync();
+    return Finish();
+}
+
 void Pipeline::SendCommand(const std::string& sql)
 {
     SendDeferred();

@@ -44,6 +44,9 @@ public:
     // upon it, and may raise.
     using Taker = std::function<void(const Result&)>;
     void DeferStatement(PreparedPtr statement, Parameters parameters, Taker take);
+    bool HasDeferredStatement() const noexcept { return deferredStatement_.statement != nullptr; }
+    // All of that by itself; gives what failed.
+    Result RunDeferred();
     void DropDeferred() noexcept;
 
     // Prepared as well: most come again and again.

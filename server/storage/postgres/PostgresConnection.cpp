@@ -239,6 +239,16 @@ void PostgresConnection::SelectLater(std::string_view sql, std::span<const wire:
             const Result& result) { take(RowsOf(result, types)); });
 }
 
+void PostgresConnection::FinishSelect()
+{
+    if (!pipeline_.HasDeferredStatement())
+        return;
+    Clean([this] {
+        if (const Result failure = pipeline_.RunDeferred())
+            link_.Raise(failure);
+    });
+}
+
 qint64 PostgresConnection::Change(std::string_view sql, std::span<const wire::Value> parameters)
 {
     const PreparedPtr statement = Bind(sql, parameters);

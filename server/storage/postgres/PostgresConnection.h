@@ -19,6 +19,7 @@ public:
         std::span<const wire::ColumnType> types) override;
     void SelectLater(std::string_view sql, std::span<const wire::Value> parameters,
         std::span<const wire::ColumnType> types, Taker take) override;
+    void FinishSelect() override;
     qint64 Change(std::string_view sql, std::span<const wire::Value> parameters) override;
     bool Insert(const demo::TableDef& table, std::span<const wire::Value> values) override;
     void InsertLast(const demo::TableDef& table, std::span<const wire::Value> values) override;
