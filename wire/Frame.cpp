@@ -56,7 +56,10 @@ FrameHeader ReadHeader(const char* bytes, quint32 limit)
     header.request = qFromLittleEndian<quint32>(bytes + 8);
     const quint8 kind = static_cast<quint8>(bytes[6]);
     if (header.version != kProtocolVersion)
-        Malformed(u"protocol version %1 instead of %2"_s.arg(header.version).arg(kProtocolVersion));
+        Malformed(
+            u"对方的程序版本不同（对方的协议为%1，本机的为%2），请核对地址和端口，或请管理员更新程序！"_s
+                .arg(header.version)
+                .arg(kProtocolVersion));
     if (!IsKind(kind))
         Malformed(u"unknown frame kind %1"_s.arg(kind));
     if ((header.flags & ~(frameFlag::Compressed | frameFlag::CompressionWelcome)) != 0)

@@ -1,6 +1,7 @@
 // Fifty clients of a server over PostgreSQL, as a branch's day looks: look-ups, lists of orders, saves;
 // against pgbench with the same statements, prepared, over as many connections as the server's pool has.
-// Needs a cluster as bench_postgres does. Usage: bench_mix [SECONDS-A-ROUND [ROUNDS [LOOK-UPS:LISTS:SAVES]]]
+// Needs a cluster as bench_postgres does. Usage: bench_mix [SECONDS-A-ROUND [ROUNDS [LOOK-UPS:LISTS:SAVES
+// [CONNECTIONS]]]]
 
 #include "bench/system/Measure.h"
 #include "demo/Generator.h"
@@ -36,7 +37,7 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 constexpr int kClients = 50;
-constexpr int kConnections = 16; // the server's own number
+int connections = 16; // the server's own number
 constexpr int kRowsASave = 5;
 constexpr int kRowsAList = 500;
 constexpr int kLists = 10; // windows of time with so many rows
@@ -305,7 +306,7 @@ public:
         if (!QFile::exists(program))
             program = QStandardPaths::findExecutable(u"pgbench"_s);
         pgbench.start(program,
-            QStringList{u"-n"_s, u"-M"_s, u"prepared"_s, u"-c"_s, QString::number(kConnections), u"-j"_s,
+            QStringList{u"-n"_s, u"-M"_s, u"prepared"_s, u"-c"_s, QString::number(connections), u"-j"_s,
                 u"2"_s, u"-T"_s, QString::number(seconds)}
                 + scripts_ + QStringList{uri_});
         pgbench.waitForFinished(-1);
@@ -431,7 +432,7 @@ void Run(int seconds, int rounds)
 {
     const PostgresDatabase database;
     const QStringList options{u"--storage"_s, database.Uri(), u"--connections"_s,
-        QString::number(kConnections), u"--log-level"_s, u"warn"_s, u"--demo"_s, u"medium"_s};
+        QString::number(connections), u"--log-level"_s, u"warn"_s, u"--demo"_s, u"medium"_s};
     std::fputs("making a database of 100,000 orders …\n", stderr);
     const ServerProcess server({}, options);
     TestAuthority authority;
@@ -470,7 +471,7 @@ void Run(int seconds, int rounds)
             .arg(Client::mix.lists)
             .arg(Client::mix.saves),
         each(rate.subject),
-        u"pgbench, the same prepared, %1 connections: "_s.arg(kConnections) + each(rate.peer), rate.ratio,
+        u"pgbench, the same prepared, %1 connections: "_s.arg(connections) + each(rate.peer), rate.ratio,
         0.8);
     if (Client::mix.lookUps > 0) {
         const double median = Percentile(plain.lookUps, 0.5);
@@ -494,6 +495,7 @@ int main(int argc, char** argv)
         const QStringList weights = arguments.value(3).split(u':');
         if (weights.size() == 3)
             Client::mix = {weights[0].toInt(), weights[1].toInt(), weights[2].toInt()};
+        connections = arguments.value(4, QString::number(connections)).toInt();
         Run(arguments.value(1, u"5"_s).toInt(), arguments.value(2, u"5"_s).toInt());
     } catch (const wire::Error& error) {
         std::fprintf(stderr, "bench: %s\n", error.what());

@@ -338,7 +338,7 @@ TEST_F(PostgresServerTest, ManyRowsComeAsACopyTheNextTime)
     Client client = LoggedIn();
     const QString text =
         uR"(select a.TX_LOGISTIC_ID, a.NAME || 'O''B\''$1 "' as "T$2", a.TOTAL_WEIGHT * 1.5 as W, a.CREATE_DATE,
-            to_date('2024-02-29 13:14:15','yyyy-mm-dd hh24:mi:ss') as D, sysdate as N, 100 / (a.TOTAL_WEIGHT - 3000) as Q
+            to_date('2024-02-29 13:14:15','yyyy-mm-dd hh24:mi:ss') as D, to_char(sysdate,'yyyy') as N, 100 / (a.TOTAL_WEIGHT - 3000) as Q
             from tab_zelmor_bill a where nvl(a.NAME, '\n') <> '"$1' and a.CREATE_DATE is not null
             order by a.TX_LOGISTIC_ID)"_s;
     const auto ofCopies = [this] {

@@ -164,8 +164,8 @@ TEST_P(ListenerTest, MalformedFramesEndTheirConnectionWithAReasonAndNothingElse)
         return bytes.append(5, '\0');
     };
     const std::pair<QByteArray, QString> cases[] = {
-        {"GET / HTTP/1.1\r\nHost: localhost\r\n\r\n", u"protocol version"_s},
-        {header(0, 5, 77), u"protocol version 77"_s},
+        {"GET / HTTP/1.1\r\nHost: localhost\r\n\r\n", u"程序版本不同"_s},
+        {header(0, 5, 77), u"对方的协议为77"_s},
         {header(0, 99), u"unknown frame kind 99"_s},
         {header(0, 18), u"is no request"_s},
         {header(0xFFFFFFFF, 1), u"more than"_s},

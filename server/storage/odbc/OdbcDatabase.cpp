@@ -198,6 +198,8 @@ Fault Database::FaultOf(void* statement, const QSqlError& error)
     }
     if (fault.kind == Fault::Kind::Lost)
         lost_ = true;
+    else if (IsCancelled())
+        fault.kind = Fault::Kind::Stopped; // each driver has words of its own for it
     return fault;
 }
 
