@@ -212,7 +212,7 @@ PreparedPtr PostgresRowWriter::Bind(const RowWrite& row)
 
 const WriteText& PostgresRowWriter::TextFor(const RowWrite& row)
 {
-    textKey_.assign(target_.table->name.toStdU16String()).append(row.shape);
+    textKey_.assign(target_.table->name.toStdU16String()).append(1, u'\0').append(row.shape);
     const auto found = texts_.find(textKey_);
     if (found != texts_.end())
         return found->second;
