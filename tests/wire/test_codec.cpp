@@ -360,7 +360,7 @@ TEST(CodecTest, HeadersAreRefusedWithTheReason)
         bytes[at] = value;
         return bytes;
     };
-    EXPECT_TRUE(ReasonOf([&] { FrameOf(with(4, 9)); }).contains(u"version 9"));
+    EXPECT_TRUE(ReasonOf([&] { FrameOf(with(4, 9)); }).contains(u"对方的协议为9"));
     EXPECT_TRUE(ReasonOf([&] { FrameOf(with(6, 0)); }).contains(u"kind 0"));
     EXPECT_TRUE(ReasonOf([&] { FrameOf(with(7, 4)); }).contains(u"flags 4"));
     EXPECT_TRUE(ReasonOf([&] { FrameOf(with(3, 0x7F)); }).contains(u"more than"));
