@@ -167,8 +167,8 @@ SqliteConnection::Prepared& SqliteConnection::Prepare(
                 prepared_, {}, [](const auto& item) { return item.second->lastUse; }));
         }
         const auto& translation = translated.translation;
-        auto prepared = std::make_unique<Prepared>(
-            Prepared{translation, database_.Prepare(translation->sql), MakeCellBlocks(*translation->columns)});
+        auto prepared = std::make_unique<Prepared>(Prepared{
+            translation, database_.Prepare(translation->sql), MakeCellBlocks(*translation->columns)});
         found = prepared_.emplace(translation.get(), std::move(prepared)).first;
     }
     Prepared& prepared = *found->second;
