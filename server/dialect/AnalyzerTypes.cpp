@@ -15,6 +15,21 @@ int MaxWidth(int a, int b)
     return a == 0 || b == 0 ? 0 : std::max(a, b);
 }
 
+// Whose columns an expression names.
+struct Named {
+    bool own = false;
+    bool outer = false;
+};
+
+void NoteNames(const Expression& expression, const std::vector<Source*>& sources, Named& named)
+{
+    if (const auto* column = expression.As<ColumnName>())
+        (std::ranges::find(sources, column->source) != sources.end() ? named.own : named.outer) = true;
+    else if (expression.As<Level>() || expression.As<Rownum>())
+        named.own = true;
+    ForEachOperand(expression, [&](const ExpressionPtr& operand) { NoteNames(*operand, sources, named); });
+}
+
 } // namespace
 
 QString DefaultDateMask()
@@ -371,8 +386,14 @@ void Analyzer::VisitAggregate(Expression& expression, Call& call, Scope& scope)
         Raise(expression.start, texts::AggregateHere(InfoOf(call.function).name.toString()));
     scope.aggregates = true;
     const ClauseGuard inside(scope, Clause::InAggregate);
-    for (ExpressionPtr& argument : call.arguments)
+    Named named;
+    for (ExpressionPtr& argument : call.arguments) {
         Value(argument, scope);
+        NoteNames(*argument, scope.sources, named);
+    }
+    // Databases would take it for one of the query around this one.
+    if (named.outer && !named.own)
+        Raise(expression.start, texts::AggregateHere(InfoOf(call.function).name.toString()));
     if (call.function == Function::Count) {
         expression.type = Type::Integer;
         return;

@@ -59,6 +59,8 @@ TEST(DialectRefusals, SayWhatIsWrongAndWhere)
             {"select 1 from tab_zelmor_bill where create_date > 5", kSyntax, "数据类型不一致"},
             {"select sysdate + sysdate from dual", kSyntax, "数据类型不一致"},
             {"select 1 from dual where count(*) > 1", kSyntax, "此处不能使用分组函数“count”"},
+            {"select a.site_code from tab_site a where a.site_code=(select max(a.province) from tab_site b)",
+                kSyntax, "此处不能使用分组函数“max”"},
             {"select max(count(*)) from dual", kSyntax, "此处不能使用分组函数“count”"},
             {"select site_name, count(*) from tab_site", kSyntax, "第1行第8列：此表达式不在group by之中"},
             {"select type from tab_site group by province", kSyntax, "此表达式不在group by之中"},
