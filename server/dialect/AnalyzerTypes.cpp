@@ -15,21 +15,6 @@ int MaxWidth(int a, int b)
     return a == 0 || b == 0 ? 0 : std::max(a, b);
 }
 
-// Whose columns an expression names.
-struct Named {
-    bool own = false;
-    bool outer = false;
-};
-
-void NoteNames(const Expression& expression, const std::vector<Source*>& sources, Named& named)
-{
-    if (const auto* column = expression.As<ColumnName>())
-        (std::ranges::find(sources, column->source) != sources.end() ? named.own : named.outer) = true;
-    else if (expression.As<Level>() || expression.As<Rownum>())
-        named.own = true;
-    ForEachOperand(expression, [&](const ExpressionPtr& operand) { NoteNames(*operand, sources, named); });
-}
-
 } // namespace
 
 QString DefaultDateMask()

@@ -41,6 +41,15 @@ bool Mentions(const Expression& expression, const Source* source)
     return found;
 }
 
+void NoteNames(const Expression& expression, const std::vector<Source*>& sources, Named& named)
+{
+    if (const auto* column = expression.As<ColumnName>())
+        (std::ranges::find(sources, column->source) != sources.end() ? named.own : named.outer) = true;
+    else if (expression.As<Level>() || expression.As<Rownum>())
+        named.own = true;
+    ForEachOperand(expression, [&](const ExpressionPtr& operand) { NoteNames(*operand, sources, named); });
+}
+
 bool SameExpression(const Expression& a, const Expression& b)
 {
     if (a.node.index() != b.node.index())

@@ -273,5 +273,12 @@ bool SameExpression(const Expression& a, const Expression& b);
 bool IsColumn(const Expression& expression, const Source* source, int column = -1);
 // Somewhere in `expression`, subqueries left aside, stands a column of `source`.
 bool Mentions(const Expression& expression, const Source* source);
+// Whose columns stand in expressions, subqueries left aside: `sources` are the own ones, `level` and `rownum`
+// theirs. Added to `named`.
+struct Named {
+    bool own = false;
+    bool outer = false;
+};
+void NoteNames(const Expression& expression, const std::vector<Source*>& sources, Named& named);
 
 } // namespace dialect
