@@ -176,7 +176,7 @@ QString StreetAddress(int city, int county, Random& random)
     return address;
 }
 
-void WriteKeywords(RowSink& sink)
+void WriteKeywords(company::RowSink& sink)
 {
     RowWriter writer(sink, u"TAB_QRYKEY");
     writer.Row({qint64{1}, qint64{1}, u"省,自治区"_s});
@@ -187,7 +187,7 @@ void WriteKeywords(RowSink& sink)
     writer.End();
 }
 
-void WriteDeliveryAreas(RowSink& sink)
+void WriteDeliveryAreas(company::RowSink& sink)
 {
     enum Numbers : qint64 { All = 0, Odd = 1, Even = 2 };
     const Regions& regions = AllRegions();

@@ -10,8 +10,8 @@ namespace demo {
 QString StreetAddress(int city, int county, Random& random);
 
 // TAB_QRYKEY: the keywords that end towns, roads and house numbers.
-void WriteKeywords(RowSink& sink);
+void WriteKeywords(company::RowSink& sink);
 // TAB_AREA_DETAIL: which site delivers to which house numbers of which road.
-void WriteDeliveryAreas(RowSink& sink);
+void WriteDeliveryAreas(company::RowSink& sink);
 
 } // namespace demo

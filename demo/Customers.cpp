@@ -58,7 +58,7 @@ const std::vector<Customer>& TheCustomers()
     return customers;
 }
 
-void WriteCustomers(RowSink& sink)
+void WriteCustomers(company::RowSink& sink)
 {
     const Network& network = TheNetwork();
     const Regions& regions = AllRegions();

@@ -22,6 +22,6 @@ inline constexpr int kCustomersOfBranch = 6;
 
 // kCustomersOfBranch for every collecting site, in the order of Network::branches.
 const std::vector<Customer>& TheCustomers();
-void WriteCustomers(RowSink& sink);
+void WriteCustomers(company::RowSink& sink);
 
 } // namespace demo

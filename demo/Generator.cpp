@@ -29,7 +29,7 @@ QString CityCode(const Province& province, std::size_t city)
     return province.code + Digits(static_cast<qint64>(city) + 1, 2);
 }
 
-void WriteAreas(RowSink& sink)
+void WriteAreas(company::RowSink& sink)
 {
     RowWriter writer(sink, u"tab_area");
     QStringList known;
@@ -42,7 +42,7 @@ void WriteAreas(RowSink& sink)
     writer.End();
 }
 
-void WriteProvincesAndCities(RowSink& sink)
+void WriteProvincesAndCities(company::RowSink& sink)
 {
     const Regions& regions = AllRegions();
     RowWriter provinces(sink, u"tab_province");
@@ -59,7 +59,7 @@ void WriteProvincesAndCities(RowSink& sink)
     cities.End();
 }
 
-void WriteCounties(RowSink& sink)
+void WriteCounties(company::RowSink& sink)
 {
     const Regions& regions = AllRegions();
     RowWriter writer(sink, u"tab_county");
@@ -77,7 +77,7 @@ void WriteCounties(RowSink& sink)
     writer.End();
 }
 
-void WritePayModes(RowSink& sink)
+void WritePayModes(company::RowSink& sink)
 {
     static const QString kModes[] = {u"现付"_s, u"到付"_s, u"预付到付"_s, u"月结"_s, u"回单付"_s};
     RowWriter writer(sink, u"TAB_PAY_MODE");
@@ -87,7 +87,7 @@ void WritePayModes(RowSink& sink)
     writer.End();
 }
 
-void WriteSites(RowSink& sink)
+void WriteSites(company::RowSink& sink)
 {
     const Regions& regions = AllRegions();
     RowWriter writer(sink, u"tab_site");
@@ -102,7 +102,7 @@ void WriteSites(RowSink& sink)
     writer.End();
 }
 
-void WriteEmployees(RowSink& sink)
+void WriteEmployees(company::RowSink& sink)
 {
     const Network& network = TheNetwork();
     RowWriter writer(sink, u"tab_employee");
@@ -113,7 +113,7 @@ void WriteEmployees(RowSink& sink)
 }
 
 // Each county is served by one or two branches of its city.
-void WriteServices(RowSink& sink)
+void WriteServices(company::RowSink& sink)
 {
     static const QString kRanges[] = {u"城区全境"_s, u"城区及周边乡镇"_s, u"主要街道和开发区"_s};
     static const QString kExcluded[] = {u"军事管理区"_s, u"山区村组"_s, u"港口作业区"_s};
@@ -143,8 +143,6 @@ void WriteServices(RowSink& sink)
 
 } // namespace
 
-RowSink::~RowSink() = default;
-
 qint64 OrdersOf(const QString& size)
 {
     if (size == u"small"_s)
@@ -161,7 +159,7 @@ qint64 OrdersOf(const QString& size)
     return orders;
 }
 
-void Generate(const GeneratorOptions& options, RowSink& sink)
+void Generate(const GeneratorOptions& options, company::RowSink& sink)
 {
     if (options.onProgress)
         options.onProgress(u"基础资料"_s, 0);

@@ -1,21 +1,10 @@
 #pragma once
 
-#include "demo/Schema.h"
+#include "company/RowSink.h"
 
 #include <functional>
-#include <span>
 
 namespace demo {
-
-// Takes the generated rows: all rows of a table between BeginTable and EndTable, values in the order of the
-// table's columns.
-class RowSink {
-public:
-    virtual ~RowSink();
-    virtual void BeginTable(const TableDef& table) = 0;
-    virtual void Row(std::span<const wire::Value> values) = 0;
-    virtual void EndTable() = 0;
-};
 
 struct GeneratorOptions {
     qint64 orders = 100'000;
@@ -27,7 +16,7 @@ struct GeneratorOptions {
 // "small" 5,000, "medium" 100,000, "large" 1,000,000, or a number; raises wire::Error (Usage) otherwise.
 qint64 OrdersOf(const QString& size);
 
-void Generate(const GeneratorOptions& options, RowSink& sink);
+void Generate(const GeneratorOptions& options, company::RowSink& sink);
 
 // Who may log in to a demo database. The password is the same for all; it is shown by the login window.
 struct Login {

@@ -1,5 +1,6 @@
 #include "demo/Network.h"
 
+#include "company/Headquarters.h"
 #include "demo/Numbers.h"
 #include "demo/Random.h"
 #include "demo/Regions.h"
@@ -11,7 +12,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace demo {
 namespace {
 
-const QString kHeadquarters = u"快运本部"_s;
+const QString kHeadquarters = company::kHeadquarters.toString();
 
 QString Ordinal(int number)
 {

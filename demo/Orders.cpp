@@ -95,10 +95,10 @@ constexpr Field kFields[] = {
 };
 
 // The members of an order in the order of the table's columns.
-std::vector<Value Order::*> MembersOf(const TableDef& table)
+std::vector<Value Order::*> MembersOf(const company::Table& table)
 {
     std::vector<Value Order::*> members;
-    for (const ColumnDef& column : table.columns) {
+    for (const company::Column& column : table.columns) {
         const auto field = std::find_if(std::begin(kFields), std::end(kFields),
             [&](const Field& candidate) { return column.name == QStringView(candidate.column); });
         if (field == std::end(kFields))
@@ -235,7 +235,7 @@ private:
 
 } // namespace
 
-void WriteOrders(const GeneratorOptions& options, RowSink& sink)
+void WriteOrders(const GeneratorOptions& options, company::RowSink& sink)
 {
     WaybillStock stock(TheNetwork());
     CouponStock coupons;
@@ -247,7 +247,7 @@ void WriteOrders(const GeneratorOptions& options, RowSink& sink)
             options.onProgress(stage, percent);
     };
 
-    const TableDef& table = *FindTable(u"tab_zelmor_bill");
+    const company::Table& table = *company::FindTable(u"tab_zelmor_bill");
     const std::vector<Value Order::*> members = MembersOf(table);
     std::vector<OrderTrace> traces;
     traces.reserve(static_cast<size_t>(options.orders));

@@ -77,10 +77,11 @@ ItemList ItemsOf(quint64 seed);
 
 // Writes tab_zelmor_bill, and what follows from it: items, waybills, tracking messages, waybill stock,
 // coupons.
-void WriteOrders(const GeneratorOptions& options, RowSink& sink);
+void WriteOrders(const GeneratorOptions& options, company::RowSink& sink);
 
-void WriteItems(const std::vector<OrderTrace>& traces, RowSink& sink);
-void WriteWaybills(const std::vector<OrderTrace>& traces, RowSink& sink);
-void WriteInstructions(const std::vector<OrderTrace>& traces, const wire::DateTime& now, RowSink& sink);
+void WriteItems(const std::vector<OrderTrace>& traces, company::RowSink& sink);
+void WriteWaybills(const std::vector<OrderTrace>& traces, company::RowSink& sink);
+void WriteInstructions(
+    const std::vector<OrderTrace>& traces, const wire::DateTime& now, company::RowSink& sink);
 
 } // namespace demo

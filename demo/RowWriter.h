@@ -10,9 +10,9 @@ namespace demo {
 // One table on its way into a sink: opened at construction, ended by End().
 class RowWriter {
 public:
-    RowWriter(RowSink& sink, QStringView tableName)
+    RowWriter(company::RowSink& sink, QStringView tableName)
         : sink_(sink)
-        , table_(*FindTable(tableName))
+        , table_(*company::FindTable(tableName))
     {
         sink_.BeginTable(table_);
     }
@@ -21,8 +21,8 @@ public:
     void End() { sink_.EndTable(); }
 
 private:
-    RowSink& sink_;
-    const TableDef& table_;
+    company::RowSink& sink_;
+    const company::Table& table_;
 };
 
 inline wire::Value Flag(bool on)

@@ -84,7 +84,7 @@ void WaybillStock::WriteRanges(int siteNumber, qint64& id, const wire::DateTime&
     }
 }
 
-void WaybillStock::Write(const wire::DateTime& now, RowSink& sink) const
+void WaybillStock::Write(const wire::DateTime& now, company::RowSink& sink) const
 {
     RowWriter ranges(sink, u"TAB_BILL_PROVIDE");
     qint64 id = 0;
@@ -129,7 +129,7 @@ QString CouponStock::TakeUsed(int kind)
     return Coupon(kind, Used, used_[static_cast<size_t>(kind)]++);
 }
 
-void CouponStock::Write(const wire::DateTime& now, RowSink& sink) const
+void CouponStock::Write(const wire::DateTime& now, company::RowSink& sink) const
 {
     struct Span {
         CouponState state;

@@ -16,7 +16,7 @@ public:
     // The next number at a collecting site.
     QString Take(int site);
     // The ranges that were issued, with some to spare at every site, and the disabled numbers.
-    void Write(const wire::DateTime& now, RowSink& sink) const;
+    void Write(const wire::DateTime& now, company::RowSink& sink) const;
 
 private:
     struct Roll {
@@ -34,7 +34,7 @@ private:
 class CouponStock {
 public:
     QString TakeUsed(int kind);
-    void Write(const wire::DateTime& now, RowSink& sink) const;
+    void Write(const wire::DateTime& now, company::RowSink& sink) const;
 
     static constexpr int kKinds = 5;
     static QString FaceValue(int kind);

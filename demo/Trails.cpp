@@ -30,7 +30,7 @@ qint64 Minutes(qint64 least, qint64 most, Random& random)
 
 class InstructionWriter {
 public:
-    InstructionWriter(const wire::DateTime& now, RowSink& sink)
+    InstructionWriter(const wire::DateTime& now, company::RowSink& sink)
         : now_(now)
         , writer_(sink, u"tab_zelmor_instruction")
     {
@@ -144,7 +144,7 @@ ItemList ItemsOf(quint64 seed)
     return list;
 }
 
-void WriteItems(const std::vector<OrderTrace>& traces, RowSink& sink)
+void WriteItems(const std::vector<OrderTrace>& traces, company::RowSink& sink)
 {
     RowWriter writer(sink, u"TAB_ZELMOR_BILL_ITEMS");
     qint64 id = 0;
@@ -159,7 +159,7 @@ void WriteItems(const std::vector<OrderTrace>& traces, RowSink& sink)
     writer.End();
 }
 
-void WriteWaybills(const std::vector<OrderTrace>& traces, RowSink& sink)
+void WriteWaybills(const std::vector<OrderTrace>& traces, company::RowSink& sink)
 {
     RowWriter writer(sink, u"tab_bill");
     for (const OrderTrace& trace : traces) {
@@ -176,7 +176,8 @@ void WriteWaybills(const std::vector<OrderTrace>& traces, RowSink& sink)
     writer.End();
 }
 
-void WriteInstructions(const std::vector<OrderTrace>& traces, const wire::DateTime& now, RowSink& sink)
+void WriteInstructions(
+    const std::vector<OrderTrace>& traces, const wire::DateTime& now, company::RowSink& sink)
 {
     InstructionWriter writer(now, sink);
     for (const OrderTrace& trace : traces) {

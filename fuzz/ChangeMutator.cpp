@@ -65,8 +65,8 @@ private:
 
     void MutateColumns(wire::ChangeLog& log)
     {
-        const demo::TableDef& table = AnyTable();
-        const demo::ColumnDef& column = table.columns[Below(table.columns.size())];
+        const company::Table& table = AnyTable();
+        const company::Column& column = table.columns[Below(table.columns.size())];
         const wire::ColumnInfo info{
             column.name, column.type, column.width, Below(4) == 0, Below(2) == 0, Below(4) != 0};
         if (log.columns.empty() || Below(2) == 0)
@@ -123,7 +123,7 @@ private:
         return row;
     }
 
-    const demo::TableDef& AnyTable() { return *fuzz::Pristine()[Below(fuzz::Pristine().size())].table; }
+    const company::Table& AnyTable() { return *fuzz::Pristine()[Below(fuzz::Pristine().size())].table; }
     quint16 Column(const wire::ChangeLog& log) { return static_cast<quint16>(Below(log.columns.size())); }
 
     Value AnyValue()

@@ -6,7 +6,7 @@ using wire::Value;
 namespace fuzz {
 namespace {
 
-std::vector<Value> Row(const demo::TableDef& table, const std::vector<std::pair<QString, Value>>& values)
+std::vector<Value> Row(const company::Table& table, const std::vector<std::pair<QString, Value>>& values)
 {
     std::vector<Value> row(table.columns.size());
     for (const auto& [name, value] : values)
@@ -19,8 +19,8 @@ std::vector<Value> Row(const demo::TableDef& table, const std::vector<std::pair<
 const std::vector<TableState>& Pristine()
 {
     static const std::vector<TableState> tables = [] {
-        const demo::TableDef& orders = *demo::FindTable(u"tab_zelmor_bill");
-        const demo::TableDef& services = *demo::FindTable(u"tab_zelmor_site");
+        const company::Table& orders = *company::FindTable(u"tab_zelmor_bill");
+        const company::Table& services = *company::FindTable(u"tab_zelmor_site");
         const wire::DateTime created = wire::DateTime::FromParts(2024, 3, 5, 8);
         const auto order = [&](const QString& number, const Value& status, const Value& candidates,
                                const Value& site) {

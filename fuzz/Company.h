@@ -1,6 +1,6 @@
 #pragma once
 
-#include "demo/Schema.h"
+#include "company/Tables.h"
 
 #include <QString>
 
@@ -11,7 +11,7 @@ namespace fuzz {
 
 // A table's rows, in the order of its columns.
 struct TableState {
-    const demo::TableDef* table;
+    const company::Table* table;
     std::vector<std::vector<wire::Value>> rows;
 
     // The column's position; beyond the last for a name that is none.

@@ -27,7 +27,7 @@ Database::Database()
     catalog_ = std::make_shared<storage::SqliteCatalog>(*base_);
 }
 
-void Database::Insert(const demo::TableDef& table, const std::vector<std::vector<wire::Value>>& rows)
+void Database::Insert(const company::Table& table, const std::vector<std::vector<wire::Value>>& rows)
 {
     std::string places;
     for (size_t i = 0; i < table.columns.size(); ++i)
@@ -49,7 +49,7 @@ std::vector<TableState> Database::Tables()
         storage::Statement query = base_->Prepare("select * from " + storage::Quoted(state.table->name));
         while (query.Step()) {
             std::vector<wire::Value>& row = state.rows.emplace_back();
-            for (const demo::ColumnDef& column : state.table->columns)
+            for (const company::Column& column : state.table->columns)
                 row.push_back(query.Value(static_cast<int>(row.size()), column.type));
         }
     }

@@ -24,7 +24,7 @@ public:
     storage::Database& Base() { return *base_; }
     std::shared_ptr<const dialect::Catalog> Catalog() const { return catalog_; }
 
-    void Insert(const demo::TableDef& table, const std::vector<std::vector<wire::Value>>& rows);
+    void Insert(const company::Table& table, const std::vector<std::vector<wire::Value>>& rows);
     // The tables of Pristine() as they stand, without an order.
     std::vector<TableState> Tables();
     // In the order in which they were written.

@@ -140,7 +140,7 @@ void WriteChanges(const QString& folder)
         log.commandText = u"select * from "_s + state.table->name;
         constexpr size_t kMostColumns = 12;
         for (size_t i = 0; i < std::min(kMostColumns, state.table->columns.size()); ++i) {
-            const demo::ColumnDef& column = state.table->columns[i];
+            const company::Column& column = state.table->columns[i];
             const bool key = std::ranges::count(state.table->primaryKey, column.name) > 0;
             const bool guard = column.name == u"STATUS"_s || column.name == u"REC_SITE"_s
                 || column.name == u"PREPARE_SITE"_s;

@@ -128,7 +128,7 @@ private:
             const auto& column = columns_[cell.column];
             if (!column)
                 continue;
-            const demo::ColumnDef& definition = state_.table->columns[column->at];
+            const company::Column& definition = state_.table->columns[column->at];
             const Value original = wire::Convert(cell.original, definition.type);
             const Value current = wire::Convert(cell.current, definition.type);
             const bool changed = !wire::SameValue(original, current);

@@ -186,11 +186,11 @@ private:
     // No update stores an empty text, or a value of a type that is not its column's.
     void CheckStored(const QString& tableName)
     {
-        const demo::TableDef* const table = demo::FindTable(tableName);
+        const company::Table* const table = company::FindTable(tableName);
         if (table == nullptr)
             return; // one of the server's own, closed to clients
         QString wrong;
-        for (const demo::ColumnDef& column : table->columns) {
+        for (const company::Column& column : table->columns) {
             const QString type = column.type == ColumnType::Text ? QStringLiteral("'text'")
                 : column.type == ColumnType::Number              ? QStringLiteral("'real','integer'")
                                                                  : QStringLiteral("'integer'");

@@ -1,5 +1,6 @@
 #include "host/SharedData.h"
 
+#include "company/Headquarters.h"
 #include "runtime/data/SocketConnection.h"
 
 #include <QHash>
@@ -91,7 +92,7 @@ void TSharedData::Load(TSocketConnectionEx& connection)
     SetValue(u"EmployeeCode", identity.employeeCode);
     SetValue(u"user", identity.account);
     SetValue(u"userType", identity.userType);
-    SetValue(u"BootSite", kHeadquarters.toString());
+    SetValue(u"BootSite", company::kHeadquarters.toString());
     SetValue(u"MainBill", kMainBillRule.toString());
     SetValue(u"Phone_and_MoblePh", kPhoneRule.toString());
 

@@ -63,5 +63,3 @@ inline constexpr QStringView kMainBillRule = u"^([0-9]{8}|[0-9]{12}|(168|169|268
 // Mobile numbers, fixed lines with area code and extension, and service numbers.
 inline constexpr QStringView kPhoneRule =
     u"^((\\+?86-?)?1[3-9][0-9]{9}|(0[0-9]{2,3}-?)?[2-9][0-9]{6,7}(-[0-9]{1,6})?|[48]00-?[0-9]{3}-?[0-9]{4})$";
-// The company's headquarters, root of the site tree.
-inline constexpr QStringView kHeadquarters = u"快运本部";

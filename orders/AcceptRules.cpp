@@ -1,7 +1,7 @@
 #include "orders/AcceptRules.h"
 
+#include "company/CandidateSites.h"
 #include "module/data/HostBridge.h"
-#include "orders/CandidateSites.h"
 #include "orders/OrderRecord.h"
 
 using namespace Qt::Literals::StringLiterals;

@@ -1,23 +1,29 @@
 #pragma once
 
+#include "company/CancelReasons.h"
+#include "company/CandidateSites.h"
+#include "company/OrderStatus.h"
 #include "runtime/ui/DBGrid.h"
 
 #include <QString>
-#include <QStringList>
 
 #include <span>
 
 // The order, a row of tab_zelmor_bill: what its codes mean and how its columns look in every screen.
 
-inline constexpr int kStatusCancelled = -1; // by the order's source, a centre or dispatch
-inline constexpr int kStatusWaiting = 0; // for a site to accept; null means the same to the sites
-inline constexpr int kStatusAccepted = 1;
-inline constexpr int kStatusRefused = 2; // needs a reason
-inline constexpr int kStatusPickedUp = 3; // waybill number bound
-inline constexpr int kStatusPickupFailed = 4;
-inline constexpr int kStatusInTransit = 5;
-inline constexpr int kStatusDelivered = 6;
-inline constexpr int kStatusDeliveryFailed = 7;
+using company::CancelReasons;
+using company::CandidateLengthMessage;
+using company::IsCandidate;
+using company::kStatusAccepted;
+using company::kStatusCancelled;
+using company::kStatusDelivered;
+using company::kStatusDeliveryFailed;
+using company::kStatusInTransit;
+using company::kStatusPickedUp;
+using company::kStatusPickupFailed;
+using company::kStatusRefused;
+using company::kStatusWaiting;
+using company::TransferCandidate;
 
 // Who pays the freight, PAY_TYPE.
 inline constexpr QStringView kPaidInCash = u"0";
@@ -26,10 +32,8 @@ inline constexpr QStringView kPaidByConsignee = u"1";
 // The site that sees every order.
 QString HeadquartersSite();
 
-// The name of a status in the order screens; its number for a code that they do not know.
+// In the screens over all orders.
 QString StatusName(int status);
-// The ten reasons for which an order is refused or cancelled, in the order of every list.
-const QStringList& CancelReasons();
 
 // How one screen shows a column of the order.
 struct OrderColumnUse {

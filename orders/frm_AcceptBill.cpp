@@ -1,5 +1,6 @@
 #include "orders/frm_AcceptBill.h"
 
+#include "company/CandidateSites.h"
 #include "framework/Wiring.h"
 #include "module/data/HostBridge.h"
 #include "module/data/ServerLink.h"
@@ -7,7 +8,6 @@
 #include "module/data/dm_GlobalData.h"
 #include "orders/AcceptRules.h"
 #include "orders/BatchStatus.h"
-#include "orders/CandidateSites.h"
 #include "orders/Destinations.h"
 #include "orders/OrderControls.h"
 #include "orders/OrderRecord.h"

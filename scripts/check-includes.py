@@ -9,19 +9,20 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 # Folder -> the folders that it may include from, besides itself.
 ALLOWED = {
     "wire": [],
-    "demo": ["wire"],
+    "company": ["wire"],
+    "demo": ["wire", "company"],
     "runtime/data": ["wire", "runtime/Export.h"],
     "runtime/ui": ["wire", "runtime"],
-    "server": ["wire", "demo"],
-    "module/data": ["wire", "runtime"],
-    "framework": ["wire", "runtime", "module/data"],
-    "orders": ["wire", "runtime", "module/data", "framework"],
-    "dispatch": ["wire", "runtime", "module/data", "framework", "orders"],
-    "reports": ["wire", "runtime", "module/data", "framework", "orders"],
-    "module": ["wire", "runtime", "module/data", "framework", "orders", "dispatch", "reports"],
-    "host": ["wire", "runtime", "server", "demo"],
+    "server": ["wire", "company", "demo"],
+    "module/data": ["wire", "company", "runtime"],
+    "framework": ["wire", "company", "runtime", "module/data"],
+    "orders": ["wire", "company", "runtime", "module/data", "framework"],
+    "dispatch": ["wire", "company", "runtime", "module/data", "framework", "orders"],
+    "reports": ["wire", "company", "runtime", "module/data", "framework", "orders"],
+    "module": ["wire", "company", "runtime", "module/data", "framework", "orders", "dispatch", "reports"],
+    "host": ["wire", "company", "runtime", "server", "demo"],
 }
-NO_WIDGETS = ("wire", "demo", "runtime/data", "server")
+NO_WIDGETS = ("wire", "company", "demo", "runtime/data", "server")
 WIDGET_HEADER = re.compile(r"<Q(Widget|Application|Dialog|MainWindow|TableView|LineEdit|MessageBox)>")
 ONE_SYSTEM = re.compile(r"<(unistd|sys/\w+|fcntl|windows|winsock2|pthread|dlfcn)\.h>")
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')

@@ -1,7 +1,7 @@
 // What a translation costs: of a text whose shape is known, of a new one, and of the long lists that users
 // paste. Beside it a look-up by SQLite's C interface, since the first is to be small against the second.
 
-#include "demo/Schema.h"
+#include "company/Tables.h"
 #include "server/dialect/Dialect.h"
 
 #include <QStringList>
@@ -20,12 +20,13 @@ class SchemaCatalog final : public dialect::Catalog {
 public:
     SchemaCatalog()
     {
-        for (const demo::TableDef& definition : demo::Schema()) {
+        for (const company::Table& definition : company::Tables()) {
             dialect::CatalogTable table;
             table.name = definition.name;
-            for (const demo::ColumnDef& column : definition.columns)
+            for (const company::Column& column : definition.columns)
                 table.columns.push_back({column.name, column.type, column.width,
-                    std::ranges::find(definition.primaryKey, column.name) != definition.primaryKey.end()});
+                    std::ranges::find(definition.primaryKey, column.name) != definition.primaryKey.end(),
+                    column.guarded});
             tables_.emplace(definition.name.toUpper(), std::move(table));
         }
     }

@@ -80,13 +80,6 @@ bool Pins(const Expression& condition, const Source* source, int column)
         || (IsColumn(*comparison->right, source, column) && !Mentions(*comparison->left, source));
 }
 
-// The columns whose old values travel with every update of their row.
-bool IsGuard(QStringView column)
-{
-    constexpr std::array<QStringView, 3> kGuards{u"STATUS", u"REC_SITE", u"PREPARE_SITE"};
-    return std::ranges::any_of(kGuards, [column](QStringView guard) { return SameName(guard, column); });
-}
-
 } // namespace
 
 Analyzer::Analyzer(const Lexer& lexer, const Catalog& catalog)
@@ -459,7 +452,7 @@ void Analyzer::Describe(const Query& query)
     for (const ResultColumn& column : query.columns) {
         const bool stored = rows && column.tableColumn >= 0;
         const bool guard =
-            stored && IsGuard(first.from.front()->columns[static_cast<size_t>(column.tableColumn)].name);
+            stored && first.from.front()->table->columns[static_cast<size_t>(column.tableColumn)].guard;
         analysis_.columns.push_back({.name = column.name,
             .type = WireTypeOf(column.type),
             .width = column.width,

@@ -16,6 +16,7 @@ struct CatalogColumn {
     wire::ColumnType type;
     int width = 0;
     bool key = false;
+    bool guard = false; // its old value travels with every change of the row
 };
 
 struct CatalogTable {

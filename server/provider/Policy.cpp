@@ -1,6 +1,6 @@
 #include "server/provider/Policy.h"
 
-#include "demo/Schema.h"
+#include "company/Tables.h"
 #include "server/Texts.h"
 #include "wire/Error.h"
 
@@ -15,14 +15,14 @@ namespace {
 void RequireReadable(const dialect::Translation& translation)
 {
     for (const QString& table : translation.tables) {
-        if (demo::FindTable(table) == nullptr)
+        if (company::FindTable(table) == nullptr)
             Refuse(texts::TableClosed(table));
     }
 }
 
 void RequireWritable(const QString& table)
 {
-    const demo::TableDef* definition = demo::FindTable(table);
+    const company::Table* definition = company::FindTable(table);
     if (definition == nullptr)
         Refuse(texts::TableClosed(table));
     if (!definition->clientsMayWrite)

@@ -1,5 +1,7 @@
 #include "server/provider/SiteScope.h"
 
+#include "company/Headquarters.h"
+
 #include <QSet>
 
 #include <algorithm>
@@ -8,14 +10,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace server {
-namespace {
-
-// The screens know the two kinds of site by these names, too.
-constexpr QStringView kHeadquarters = u"快运本部";
-constexpr QStringView kCentre = u"中心";
-
-} // namespace
-
 SiteTree::SiteTree(std::vector<Site> sites)
     : sites_(std::move(sites))
 {
@@ -54,10 +48,11 @@ std::vector<QString> SiteTree::Under(const QString& name) const
 
 Role SiteTree::RoleAt(const QString& name) const
 {
-    if (name == kHeadquarters)
+    if (name == company::kHeadquarters)
         return Role::Headquarters;
     const Site* site = Find(name);
-    const bool centre = name.contains(kCentre) || (site != nullptr && site->type.contains(kCentre));
+    const bool centre =
+        name.contains(company::kCentreType) || (site != nullptr && site->type.contains(company::kCentreType));
     return centre ? Role::Centre : Role::Clerk;
 }
 
@@ -88,7 +83,7 @@ SiteScope::SiteScope(const SiteTree& tree, const QString& site)
 {
     // Where the screens let a centre dispatch, its region begins at its finance centre.
     const Site* known = tree.Find(site);
-    if (known != nullptr && known->type == kCentre)
+    if (known != nullptr && known->type == company::kCentreType)
         dispatched_ = tree.Under(known->financeCenter);
 }
 

@@ -8,9 +8,9 @@ using wire::ColumnType;
 
 namespace storage {
 
-const demo::TableDef& MetaTable()
+const company::Table& MetaTable()
 {
-    static const demo::TableDef table{
+    static const company::Table table{
         .name = u"zelmor_meta"_s,
         .columns = {{u"NAME"_s, ColumnType::Text, 40}, {u"VALUE"_s, ColumnType::Text, 200}},
         .primaryKey = {u"NAME"_s},
@@ -19,9 +19,9 @@ const demo::TableDef& MetaTable()
     return table;
 }
 
-const demo::TableDef& AccountTable()
+const company::Table& AccountTable()
 {
-    static const demo::TableDef table{
+    static const company::Table table{
         .name = u"zelmor_account"_s,
         .columns = {{u"ACCOUNT"_s, ColumnType::Text, 30}, {u"PASSWORD_HASH"_s, ColumnType::Text, 128},
             {u"EMPLOYEE_CODE"_s, ColumnType::Text, 20}, {u"USER_TYPE"_s, ColumnType::Text, 10},
@@ -33,9 +33,9 @@ const demo::TableDef& AccountTable()
     return table;
 }
 
-const demo::TableDef& AuditTable()
+const company::Table& AuditTable()
 {
-    static const demo::TableDef table{
+    static const company::Table table{
         .name = u"zelmor_audit"_s,
         .columns = {{u"AUDIT_ID"_s, ColumnType::Integer}, {u"AUDIT_DATE"_s, ColumnType::DateTime},
             {u"ACCOUNT"_s, ColumnType::Text, 30}, {u"EMPLOYEE_NAME"_s, ColumnType::Text, 30},
@@ -50,9 +50,9 @@ const demo::TableDef& AuditTable()
     return table;
 }
 
-const demo::TableDef& OutcomeTable()
+const company::Table& OutcomeTable()
 {
-    static const demo::TableDef table{
+    static const company::Table table{
         .name = u"zelmor_outcome"_s,
         .columns = {{u"CLIENT"_s, ColumnType::Text, 32}, {u"SERIAL"_s, ColumnType::Integer},
             {u"ACCOUNT"_s, ColumnType::Text, 30}, {u"APPLY_TIME"_s, ColumnType::Integer},
@@ -64,9 +64,9 @@ const demo::TableDef& OutcomeTable()
     return table;
 }
 
-const std::vector<demo::TableDef>& OwnTables()
+const std::vector<company::Table>& OwnTables()
 {
-    static const std::vector<demo::TableDef> tables{
+    static const std::vector<company::Table> tables{
         MetaTable(), AccountTable(), AuditTable(), OutcomeTable()};
     return tables;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "demo/Schema.h"
+#include "company/Tables.h"
 
 #include <vector>
 
@@ -11,11 +11,11 @@ namespace storage {
 // Of these tables and of everything else that a new database is made with.
 inline constexpr int kSchemaVersion = 2;
 
-const demo::TableDef& MetaTable(); // NAME, VALUE
-const demo::TableDef& AccountTable();
-const demo::TableDef& AuditTable();
-const demo::TableDef& OutcomeTable(); // what became of change logs, by their names
-const std::vector<demo::TableDef>& OwnTables();
+const company::Table& MetaTable(); // NAME, VALUE
+const company::Table& AccountTable();
+const company::Table& AuditTable();
+const company::Table& OutcomeTable(); // what became of change logs, by their names
+const std::vector<company::Table>& OwnTables();
 
 // Rows of AccountTable for the logins of the demo company. Slow: each password is hashed.
 std::vector<std::vector<wire::Value>> DemoAccounts(wire::DateTime now);

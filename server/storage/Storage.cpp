@@ -22,7 +22,7 @@ void Connection::SelectLater(std::string_view sql, std::span<const wire::Value> 
     take(Select(sql, parameters, types));
 }
 
-void Connection::InsertLast(const demo::TableDef& table, std::span<const wire::Value> values)
+void Connection::InsertLast(const company::Table& table, std::span<const wire::Value> values)
 {
     if (!Insert(table, values))
         throw TryAgain(TryAgain::Cause::Conflict, wire::ErrorKind::Storage, server::texts::Busy());

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "demo/Schema.h"
+#include "company/Tables.h"
 #include "server/dialect/Dialect.h"
 #include "server/storage/RowStream.h"
 #include "wire/Messages.h"
@@ -140,11 +140,11 @@ public:
     virtual qint64 Change(std::string_view sql, std::span<const wire::Value> parameters) = 0;
     // A row of one of the server's own tables, values in the order of its columns (a numbered key may be
     // null). False where its key is taken: the transaction is then good for nothing but a rollback.
-    virtual bool Insert(const demo::TableDef& table, std::span<const wire::Value> values) = 0;
+    virtual bool Insert(const company::Table& table, std::span<const wire::Value> values) = 0;
 
     // As Insert, but by the commit at the latest; whichever of both finds that the key is taken raises
     // TryAgain (Conflict).
-    virtual void InsertLast(const demo::TableDef& table, std::span<const wire::Value> values);
+    virtual void InsertLast(const company::Table& table, std::span<const wire::Value> values);
 
     virtual std::unique_ptr<RowWriter> WriteRows(const WriteTarget& target) = 0;
 

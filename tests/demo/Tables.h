@@ -10,13 +10,13 @@
 
 // Generated rows held for the tests.
 struct Table {
-    const demo::TableDef* def = nullptr;
+    const company::Table* def = nullptr;
     std::vector<std::vector<wire::Value>> rows;
 
     std::size_t Position(QStringView column) const
     {
         const auto found = std::find_if(def->columns.begin(), def->columns.end(),
-            [&](const demo::ColumnDef& candidate) { return column == candidate.name; });
+            [&](const company::Column& candidate) { return column == candidate.name; });
         if (found == def->columns.end())
             throw std::out_of_range(column.toUtf8().constData());
         return static_cast<std::size_t>(found - def->columns.begin());
@@ -51,9 +51,9 @@ private:
     const std::vector<wire::Value>& values_;
 };
 
-class TableSink : public demo::RowSink {
+class TableSink : public company::RowSink {
 public:
-    void BeginTable(const demo::TableDef& table) override
+    void BeginTable(const company::Table& table) override
     {
         current_ = &tables[table.name];
         current_->def = &table;

@@ -8,7 +8,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-bool Fits(const wire::Value& value, const demo::ColumnDef& column)
+bool Fits(const wire::Value& value, const company::Column& column)
 {
     switch (column.type) {
     case wire::ColumnType::Text: {
@@ -61,7 +61,7 @@ TEST(Generator, ReadsSizes)
 
 TEST(Generator, FillsEveryTableWithRowsThatFitIt)
 {
-    for (const demo::TableDef& def : demo::Schema()) {
+    for (const company::Table& def : company::Tables()) {
         SCOPED_TRACE(qUtf8Printable(def.name));
         const Table& table = SmallTable(def.name);
         EXPECT_FALSE(table.rows.empty());
@@ -75,7 +75,7 @@ TEST(Generator, FillsEveryTableWithRowsThatFitIt)
         for (const QString& key : def.primaryKey)
             EXPECT_EQ(Texts(table, key).count({}), 0U) << qUtf8Printable(key);
         ExpectUnique(table, def.primaryKey);
-        for (const demo::IndexDef& index : def.indexes) {
+        for (const company::Index& index : def.indexes) {
             if (index.unique)
                 ExpectUnique(table, index.columns);
         }
@@ -85,7 +85,7 @@ TEST(Generator, FillsEveryTableWithRowsThatFitIt)
 TEST(Generator, EveryColumnOfAnOrderIsUsed)
 {
     const Table& orders = SmallTable(u"tab_zelmor_bill"_s);
-    for (const demo::ColumnDef& column : orders.def->columns)
+    for (const company::Column& column : orders.def->columns)
         EXPECT_GT(Texts(orders, column.name).size(), 1U) << qUtf8Printable(column.name);
 }
 
@@ -113,7 +113,7 @@ TEST(Generator, MakesExactlyTheOrdersAskedForAndNoneInTheFuture)
         const Table& table = tables.at(u"tab_zelmor_bill"_s);
         EXPECT_EQ(static_cast<qint64>(table.rows.size()), given.orders);
         ForEach(table, [&](const Row& row) {
-            for (const demo::ColumnDef& column : table.def->columns) {
+            for (const company::Column& column : table.def->columns) {
                 const bool agreed = column.name == u"SEND_START_TIME"_s || column.name == u"SEND_END_TIME"_s;
                 if (column.type == wire::ColumnType::DateTime && !agreed) {
                     EXPECT_LE(row.Moment(column.name), now.seconds) << qUtf8Printable(column.name);

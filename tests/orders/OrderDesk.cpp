@@ -1,6 +1,6 @@
 #include "tests/orders/OrderDesk.h"
 
-#include "demo/Schema.h"
+#include "company/Tables.h"
 #include "module/data/dm_BasicData.h"
 #include "module/data/dm_GlobalData.h"
 
@@ -8,9 +8,9 @@ using namespace Qt::Literals::StringLiterals;
 
 wire::RowSet OrderRows(const std::vector<OrderFields>& orders)
 {
-    const demo::TableDef* table = demo::FindTable(u"tab_zelmor_bill");
+    const company::Table* table = company::FindTable(u"tab_zelmor_bill");
     std::vector<wire::ColumnInfo> infos;
-    for (const demo::ColumnDef& column : table->columns) {
+    for (const company::Column& column : table->columns) {
         infos.push_back({.name = column.name,
             .type = column.type,
             .width = column.width,

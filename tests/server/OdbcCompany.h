@@ -39,7 +39,7 @@ public:
             }
         }
         Over([&](storage::odbc::Database& database) {
-            for (const demo::TableDef& table : demo::Schema()) {
+            for (const company::Table& table : company::Tables()) {
                 for (QString statement : storage::odbc::CreateStatements(product, table)) {
                     if (types == Types::Oracles)
                         statement.replace(u"timestamp(0)"_s, u"date"_s)

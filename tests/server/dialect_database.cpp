@@ -31,17 +31,17 @@ template <typename Work> auto WithoutExcuse(Work&& work)
 
 SchemaCatalog::SchemaCatalog()
 {
-    for (const demo::TableDef& definition : demo::Schema()) {
+    for (const company::Table& definition : company::Tables()) {
         dialect::CatalogTable table;
         table.name = definition.name;
-        for (const demo::ColumnDef& column : definition.columns) {
+        for (const company::Column& column : definition.columns) {
             const bool key =
                 std::ranges::find(definition.primaryKey, column.name) != definition.primaryKey.end();
-            table.columns.push_back({column.name, column.type, column.width, key});
+            table.columns.push_back({column.name, column.type, column.width, key, column.guarded});
         }
         table.indexes.push_back(definition.primaryKeyName);
         table.indexColumns.push_back(definition.primaryKey);
-        for (const demo::IndexDef& index : definition.indexes) {
+        for (const company::Index& index : definition.indexes) {
             table.indexes.push_back(index.name);
             table.indexColumns.push_back(index.columns);
         }
@@ -86,7 +86,7 @@ void DialectDatabase::Load(const std::vector<conformance::TableRows>& tables, wi
 {
     now_ = now;
     connection_->Begin();
-    for (const demo::TableDef& table : demo::Schema()) {
+    for (const company::Table& table : company::Tables()) {
         const std::string name = table.name.toStdString();
         connection_->Change(postgres_ ? "truncate " + name + " restart identity" : "delete from " + name, {});
     }

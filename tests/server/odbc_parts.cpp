@@ -113,9 +113,9 @@ TEST(OdbcOwnTables, TheScriptForOracleIsThatOfThisVersion)
         "NUMBER OFFLINE ONLINE OPTION ORDER PRIOR PUBLIC RAW RESOURCE ROW ROWID ROWS SESSION SHARE SIZE "
         "START "
         "SUCCESSFUL SYNONYM TABLE TRIGGER UID UNION UNIQUE USER VALIDATE VALUES VIEW"_s.split(u' ');
-    for (const demo::TableDef& table : OwnTables()) {
+    for (const company::Table& table : OwnTables()) {
         EXPECT_LE(table.primaryKeyName.size(), 30);
-        for (const demo::ColumnDef& column : table.columns)
+        for (const company::Column& column : table.columns)
             EXPECT_FALSE(reserved.contains(column.name)) << column.name.toStdString();
     }
 }

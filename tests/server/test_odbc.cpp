@@ -262,7 +262,7 @@ private:
     static void Fill(storage::odbc::Database& database, const conformance::TableRows& table)
     {
         QStringList names;
-        for (const demo::ColumnDef& column : table.table->columns)
+        for (const company::Column& column : table.table->columns)
             names << column.name;
         storage::odbc::Statement insert =
             database.Prepare(storage::odbc::InsertText(table.table->name, names));

@@ -53,7 +53,7 @@ public:
         return {};
     }
     qint64 Change(std::string_view, std::span<const wire::Value>) override { return 0; }
-    bool Insert(const demo::TableDef&, std::span<const wire::Value>) override { return true; }
+    bool Insert(const company::Table&, std::span<const wire::Value>) override { return true; }
     std::unique_ptr<RowWriter> WriteRows(const WriteTarget&) override { return nullptr; }
     void Begin() override { }
     void Commit() override { }

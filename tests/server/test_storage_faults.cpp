@@ -1,4 +1,4 @@
-#include "demo/Schema.h"
+#include "company/Tables.h"
 #include "server/provider/Resolver.h"
 #include "server/storage/Pool.h"
 #include "server/storage/sqlite/SqliteConnection.h"
@@ -25,14 +25,14 @@ protected:
 
 TEST_F(StorageFaultTest, DatabaseHasEveryTableWithKeysAndNamedIndexes)
 {
-    for (const demo::TableDef& table : demo::Schema()) {
+    for (const company::Table& table : company::Tables()) {
         const auto ask = [&](const QString& sql) {
             return RawText(sql.arg(table.name).toUtf8().constData());
         };
         EXPECT_EQ(ask(u"select count(*) from pragma_table_info('%1')"_s).toULongLong(), table.columns.size());
         EXPECT_EQ(ask(u"select count(*) from pragma_table_info('%1') where pk > 0"_s).toULongLong(),
             table.primaryKey.size());
-        for (const demo::IndexDef& index : table.indexes)
+        for (const company::Index& index : table.indexes)
             EXPECT_EQ(
                 ask(u"select count(*) from pragma_index_list('%1') where name = '"_s + index.name + u"'"_s),
                 u"1"_s)

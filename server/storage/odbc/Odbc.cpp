@@ -35,7 +35,7 @@ public:
         worker.Run([&] {
             Database database(profile->settings, maxSeconds);
             auto catalog = std::make_shared<odbc::OdbcCatalog>();
-            catalog->Read(database, demo::Schema());
+            catalog->Read(database, company::Tables());
             odbc::EnsureOwnTables(database);
             catalog->Read(database, OwnTables());
             catalog_ = std::move(catalog);

@@ -40,7 +40,7 @@ ColumnType TypeOf(const QSqlField& field)
 }
 
 // As clients know the column, where the database's type can serve for that.
-ColumnType Settle(ColumnType stored, const demo::ColumnDef& known, const QString& table)
+ColumnType Settle(ColumnType stored, const company::Column& known, const QString& table)
 {
     const auto isNumeric = [](ColumnType type) {
         return type == ColumnType::Integer || type == ColumnType::Number;
@@ -53,7 +53,7 @@ ColumnType Settle(ColumnType stored, const demo::ColumnDef& known, const QString
 }
 
 // Column names of the primary key, in upper case; none where the driver names none.
-QStringList KeyOf(Database& database, const demo::TableDef& table, const QSqlRecord& columns)
+QStringList KeyOf(Database& database, const company::Table& table, const QSqlRecord& columns)
 {
     const QString qualified =
         database.Schema().isEmpty() ? table.name : database.Schema() + u'.' + table.name;
@@ -68,16 +68,17 @@ QStringList KeyOf(Database& database, const demo::TableDef& table, const QSqlRec
 }
 
 dialect::CatalogTable Describe(
-    const demo::TableDef& table, const QSqlRecord& columns, const QStringList& keys)
+    const company::Table& table, const QSqlRecord& columns, const QStringList& keys)
 {
     dialect::CatalogTable described;
     described.name = table.name;
     for (int i = 0; i < columns.count(); ++i) {
         const QSqlField field = columns.field(i);
-        dialect::CatalogColumn column{field.name().toUpper(), TypeOf(field), 0, false};
-        const auto known = std::ranges::find(table.columns, column.name, &demo::ColumnDef::name);
-        if (known != table.columns.end())
+        dialect::CatalogColumn column{field.name().toUpper(), TypeOf(field)};
+        if (const company::Column* known = table.Find(column.name)) {
             column.type = Settle(column.type, *known, table.name);
+            column.guard = known->guarded;
+        }
         if (column.type == ColumnType::Text)
             column.width = std::max(field.length(), 0);
         column.key = keys.contains(column.name);
@@ -88,11 +89,11 @@ dialect::CatalogTable Describe(
 
 } // namespace
 
-void OdbcCatalog::Read(Database& database, const std::vector<demo::TableDef>& tables)
+void OdbcCatalog::Read(Database& database, const std::vector<company::Table>& tables)
 {
     QStringList missing;
     QStringList unkeyed;
-    for (const demo::TableDef& table : tables) {
+    for (const company::Table& table : tables) {
         // Asked for as clients ask, so that what they reach by a synonym or a view is found too, and columns
         // stand in the order of "select *".
         const auto columns = database.ColumnsOf(u"select * from %1 where 1 = 0"_s.arg(table.name));

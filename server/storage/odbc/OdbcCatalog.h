@@ -1,6 +1,6 @@
 #pragma once
 
-#include "demo/Schema.h"
+#include "company/Tables.h"
 #include "server/dialect/Dialect.h"
 #include "server/storage/odbc/OdbcDatabase.h"
 
@@ -14,7 +14,7 @@ class OdbcCatalog final : public dialect::Catalog {
 public:
     // Tables that are not there, or not open to the server's user, are left out and named in the log. Raises
     // wire::Error (Storage) where that is all of them.
-    void Read(Database& database, const std::vector<demo::TableDef>& tables);
+    void Read(Database& database, const std::vector<company::Table>& tables);
     const dialect::CatalogTable* Find(QStringView tableName) const override;
 
 private:

@@ -123,7 +123,7 @@ qint64 OdbcConnection::Change(std::string_view sql, std::span<const wire::Value>
     });
 }
 
-bool OdbcConnection::Insert(const demo::TableDef& table, std::span<const wire::Value> values)
+bool OdbcConnection::Insert(const company::Table& table, std::span<const wire::Value> values)
 {
     return worker_.Run([&] {
         QStringList names;

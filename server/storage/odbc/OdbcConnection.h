@@ -29,7 +29,7 @@ public:
     std::vector<Row> Select(std::string_view sql, std::span<const wire::Value> parameters,
         std::span<const wire::ColumnType> types) override;
     qint64 Change(std::string_view sql, std::span<const wire::Value> parameters) override;
-    bool Insert(const demo::TableDef& table, std::span<const wire::Value> values) override;
+    bool Insert(const company::Table& table, std::span<const wire::Value> values) override;
     std::unique_ptr<RowWriter> WriteRows(const WriteTarget& target) override;
 
     void Begin() override;

@@ -13,7 +13,7 @@ using wire::ColumnType;
 namespace storage::odbc {
 namespace {
 
-QString TypeName(Product product, const demo::ColumnDef& column)
+QString TypeName(Product product, const company::Column& column)
 {
     const bool oracle = product == Product::Oracle;
     switch (column.type) {
@@ -31,7 +31,7 @@ QString TypeName(Product product, const demo::ColumnDef& column)
     return (oracle ? u"varchar2(%1 char)"_s : u"varchar(%1)"_s).arg(column.width);
 }
 
-bool IsNumbered(const demo::TableDef& table)
+bool IsNumbered(const company::Table& table)
 {
     return table.primaryKey.size() == 1 && table.columns.front().name == table.primaryKey.front()
         && table.columns.front().type == ColumnType::Integer;
@@ -60,7 +60,7 @@ std::vector<std::pair<QString, QString>> ReadMeta(Database& database)
     return rows;
 }
 
-void Create(Database& database, const demo::TableDef& table)
+void Create(Database& database, const company::Table& table)
 {
     for (const QString& sql : CreateStatements(database.Product(), table)) {
         const auto fault = database.TryExecute(sql);
@@ -77,10 +77,10 @@ void Create(Database& database, const demo::TableDef& table)
 
 } // namespace
 
-QStringList CreateStatements(Product product, const demo::TableDef& table)
+QStringList CreateStatements(Product product, const company::Table& table)
 {
     QStringList lines;
-    for (const demo::ColumnDef& column : table.columns) {
+    for (const company::Column& column : table.columns) {
         QString type = TypeName(product, column);
         if (IsNumbered(table) && column.name == table.primaryKey.front()) {
             // A column of that very type numbers itself in SQLite.
@@ -90,7 +90,7 @@ QStringList CreateStatements(Product product, const demo::TableDef& table)
     }
     lines << u"    constraint %1 primary key (%2)"_s.arg(table.primaryKeyName, Joined(table.primaryKey));
     QStringList statements{u"create table %1 (\n%2\n)"_s.arg(table.name, lines.join(u",\n"_s))};
-    for (const demo::IndexDef& index : table.indexes)
+    for (const company::Index& index : table.indexes)
         statements << u"create index %1 on %2 (%3)"_s.arg(index.name, table.name, Joined(index.columns));
     return statements;
 }
@@ -103,7 +103,7 @@ QString OracleScript()
 -- to select, insert, update and delete in them. The server makes them itself where it may.
 
 )"_s;
-    for (const demo::TableDef& table : OwnTables()) {
+    for (const company::Table& table : OwnTables()) {
         for (const QString& statement : CreateStatements(Product::Oracle, table))
             script += statement + u";\n"_s;
         script += u'\n';
@@ -117,7 +117,7 @@ QString OracleScript()
 
 void EnsureOwnTables(Database& database)
 {
-    for (const demo::TableDef& table : OwnTables()) {
+    for (const company::Table& table : OwnTables()) {
         if (IsThere(database, table.name))
             continue;
         if (database.Product() == Product::Other) {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "demo/Schema.h"
+#include "company/Tables.h"
 #include "server/storage/odbc/OdbcDatabase.h"
 
 namespace storage::odbc {
 
 // How the tables that the server keeps for itself are made: one statement each, without a semicolon.
-QStringList CreateStatements(Product product, const demo::TableDef& table);
+QStringList CreateStatements(Product product, const company::Table& table);
 // All of them with their first row, as a script for the administrator of an Oracle database.
 QString OracleScript();
 

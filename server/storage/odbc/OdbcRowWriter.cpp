@@ -103,7 +103,7 @@ void OdbcRowWriter::Audit(const RowWrite& row)
 {
     static const QString text = [] {
         QStringList columns;
-        for (const demo::ColumnDef& column : AuditTable().columns)
+        for (const company::Column& column : AuditTable().columns)
             columns << column.name;
         columns.removeFirst(); // the number, which the database gives
         return InsertText(AuditTable().name, columns);

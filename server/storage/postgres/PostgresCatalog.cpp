@@ -65,11 +65,18 @@ std::optional<ReadType> TypeOfColumn(const QString& name, int modifier)
 
 QString SpelledTable(const QString& name)
 {
-    if (const demo::TableDef* table = demo::FindTable(name))
+    if (const company::Table* table = company::FindTable(name))
         return table->name;
     const auto& own = OwnTables();
-    const auto found = std::ranges::find(own, name, &demo::TableDef::name);
+    const auto found = std::ranges::find(own, name, &company::Table::name);
     return found != own.end() ? found->name : name.toUpper();
+}
+
+bool IsGuarded(const QString& tableName, const QString& name)
+{
+    const company::Table* table = company::FindTable(tableName);
+    const company::Column* column = table != nullptr ? table->Find(name) : nullptr;
+    return column != nullptr && column->guarded;
 }
 
 } // namespace
@@ -93,7 +100,8 @@ void PostgresCatalog::ReadColumns(Link& link)
         if (name == QLatin1StringView(kRowColumn))
             table.rowColumn = name;
         else if (const auto type = TypeOfColumn(TextAt(rows, row, 2), TextAt(rows, row, 3).toInt()))
-            table.columns.push_back({name.toUpper(), type->type, type->width, IsTrue(rows, row, 4)});
+            table.columns.push_back(
+                {name.toUpper(), type->type, type->width, IsTrue(rows, row, 4), IsGuarded(table.name, name)});
     }
 }
 

@@ -32,7 +32,7 @@ std::string Numbered(std::string_view sql)
     return numbered;
 }
 
-std::string InsertText(const demo::TableDef& table, std::span<const wire::Value> values, Row& given)
+std::string InsertText(const company::Table& table, std::span<const wire::Value> values, Row& given)
 {
     std::string names;
     std::string places;
@@ -256,14 +256,14 @@ qint64 PostgresConnection::Change(std::string_view sql, std::span<const wire::Va
     return std::atoll(PQcmdTuples(result.get()));
 }
 
-bool PostgresConnection::Insert(const demo::TableDef& table, std::span<const wire::Value> values)
+bool PostgresConnection::Insert(const company::Table& table, std::span<const wire::Value> values)
 {
     Row given;
     const std::string text = InsertText(table, values, given);
     return Change(text + " on conflict do nothing", given) == 1;
 }
 
-void PostgresConnection::InsertLast(const demo::TableDef& table, std::span<const wire::Value> values)
+void PostgresConnection::InsertLast(const company::Table& table, std::span<const wire::Value> values)
 {
     Row given;
     const std::string text = InsertText(table, values, given);

@@ -21,8 +21,8 @@ public:
         std::span<const wire::ColumnType> types, Taker take) override;
     void FinishSelect() override;
     qint64 Change(std::string_view sql, std::span<const wire::Value> parameters) override;
-    bool Insert(const demo::TableDef& table, std::span<const wire::Value> values) override;
-    void InsertLast(const demo::TableDef& table, std::span<const wire::Value> values) override;
+    bool Insert(const company::Table& table, std::span<const wire::Value> values) override;
+    void InsertLast(const company::Table& table, std::span<const wire::Value> values) override;
     std::unique_ptr<RowWriter> WriteRows(const WriteTarget& target) override;
     void Begin() override;
     void Commit() override;

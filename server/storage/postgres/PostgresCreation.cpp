@@ -32,18 +32,18 @@ bool IsTrue(const Result& result, int column = 0)
 
 // Takes rows by binary COPY into a table that the same transaction has made, so that nobody ever looks at
 // them again to see whether they are committed.
-class CopyLoader final : public demo::RowSink {
+class CopyLoader final : public company::RowSink {
 public:
     explicit CopyLoader(Link& link)
         : link_(link)
     {
     }
 
-    void BeginTable(const demo::TableDef& table) override
+    void BeginTable(const company::Table& table) override
     {
         table_ = &table;
         std::string names;
-        for (const demo::ColumnDef& column : table.columns)
+        for (const company::Column& column : table.columns)
             names += (names.empty() ? "" : ", ") + NameOf(column.name);
         link_.Run("copy " + NameOf(table.name) + "(" + names + ") from stdin (format binary, freeze)");
         constexpr char kHead[] = "PGCOPY\n\377\r\n\0\0\0\0\0\0\0\0\0"; // no flags, no extension
@@ -90,12 +90,12 @@ private:
     }
 
     Link& link_;
-    const demo::TableDef* table_ = nullptr;
+    const company::Table* table_ = nullptr;
     Parameters row_;
     std::string buffer_;
 };
 
-void LoadRows(demo::RowSink& sink, const demo::TableDef& table, const std::vector<Row>& rows)
+void LoadRows(company::RowSink& sink, const company::Table& table, const std::vector<Row>& rows)
 {
     sink.BeginTable(table);
     for (const Row& row : rows)
@@ -181,9 +181,9 @@ private:
 
     void Create()
     {
-        for (const demo::TableDef& table : OwnTables())
+        for (const company::Table& table : OwnTables())
             link_.Run(CreateTableText(table, RowOrder::Unknown));
-        for (const demo::TableDef& table : demo::Schema())
+        for (const company::Table& table : company::Tables())
             link_.Run(CreateTableText(table, RowOrder::Kept));
         CopyLoader loader(link_);
         if (!options_.demo.isEmpty()) {
@@ -197,8 +197,8 @@ private:
                 options_.onProgress(texts::MakingIndexes(), 100);
         }
         LoadRows(loader, MetaTable(), MetaRows(options_.demo));
-        for (const auto* tables : {&OwnTables(), &demo::Schema()}) {
-            for (const demo::TableDef& table : *tables) {
+        for (const auto* tables : {&OwnTables(), &company::Tables()}) {
+            for (const company::Table& table : *tables) {
                 for (const std::string& text : CreateIndexTexts(table))
                     link_.Run(text);
                 link_.Run("analyze " + NameOf(table.name));

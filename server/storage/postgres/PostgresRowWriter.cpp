@@ -250,7 +250,7 @@ WriteText PostgresRowWriter::MakeText(const RowWrite& row) const
 
     std::string names;
     Text values{{{}, std::move(text.types)}};
-    for (const demo::ColumnDef& column : AuditTable().columns) {
+    for (const company::Column& column : AuditTable().columns) {
         if (column.name == AuditTable().primaryKey.front())
             continue;
         names += (names.empty() ? "" : ", ") + NameOf(column.name);

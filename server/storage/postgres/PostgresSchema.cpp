@@ -5,7 +5,7 @@
 namespace storage::postgres {
 namespace {
 
-std::string TypeText(const demo::ColumnDef& column)
+std::string TypeText(const company::Column& column)
 {
     switch (column.type) {
     case wire::ColumnType::Text:
@@ -36,16 +36,16 @@ std::string NamesOf(const std::vector<QString>& names)
     return list;
 }
 
-bool HasNumberedKey(const demo::TableDef& table)
+bool HasNumberedKey(const company::Table& table)
 {
-    const auto key = std::ranges::find(table.columns, table.primaryKey.front(), &demo::ColumnDef::name);
+    const auto key = std::ranges::find(table.columns, table.primaryKey.front(), &company::Column::name);
     return table.primaryKey.size() == 1 && key->type == wire::ColumnType::Integer;
 }
 
-std::string CreateTableText(const demo::TableDef& table, RowOrder order)
+std::string CreateTableText(const company::Table& table, RowOrder order)
 {
     std::string columns;
-    for (const demo::ColumnDef& column : table.columns) {
+    for (const company::Column& column : table.columns) {
         const bool key = std::ranges::find(table.primaryKey, column.name) != table.primaryKey.end();
         columns += (columns.empty() ? "" : ", ") + NameOf(column.name) + " " + TypeText(column);
         if (key)
@@ -56,11 +56,11 @@ std::string CreateTableText(const demo::TableDef& table, RowOrder order)
     return "create table " + NameOf(table.name) + "(" + columns + ")";
 }
 
-std::vector<std::string> CreateIndexTexts(const demo::TableDef& table)
+std::vector<std::string> CreateIndexTexts(const company::Table& table)
 {
     std::vector<std::string> texts{"alter table " + NameOf(table.name) + " add constraint "
         + NameOf(table.primaryKeyName) + " primary key(" + NamesOf(table.primaryKey) + ")"};
-    for (const demo::IndexDef& index : table.indexes)
+    for (const company::Index& index : table.indexes)
         texts.push_back((index.unique ? "create unique index " : "create index ") + NameOf(index.name)
             + " on " + NameOf(table.name) + "(" + NamesOf(index.columns) + ")");
     return texts;

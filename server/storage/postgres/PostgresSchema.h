@@ -1,6 +1,6 @@
 #pragma once
 
-#include "demo/Schema.h"
+#include "company/Tables.h"
 #include "server/storage/postgres/Libpq.h"
 
 // The tables as PostgreSQL makes them.
@@ -15,11 +15,11 @@ std::string NameOf(const QString& name);
 std::string NamesOf(const std::vector<QString>& names);
 
 // The key is one whole number, which the database gives to rows that come without.
-bool HasNumberedKey(const demo::TableDef& table);
+bool HasNumberedKey(const company::Table& table);
 
 enum class RowOrder { Kept, Unknown };
 // Without its keys and indexes, which are made faster over all rows at once.
-std::string CreateTableText(const demo::TableDef& table, RowOrder order);
-std::vector<std::string> CreateIndexTexts(const demo::TableDef& table);
+std::string CreateTableText(const company::Table& table, RowOrder order);
+std::vector<std::string> CreateIndexTexts(const company::Table& table);
 
 } // namespace storage::postgres

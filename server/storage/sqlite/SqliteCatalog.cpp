@@ -1,6 +1,6 @@
 #include "server/storage/sqlite/SqliteCatalog.h"
 
-#include "demo/Schema.h"
+#include "company/Tables.h"
 
 #include <algorithm>
 #include <optional>
@@ -44,14 +44,19 @@ SqliteCatalog::SqliteCatalog(Database& database)
     while (names.Step()) {
         dialect::CatalogTable table;
         table.name = names.Text(0);
+        const company::Table* definition = company::FindTable(table.name);
         columns.Bind(1, table.name);
         while (columns.Step()) {
-            if (const auto type = ReadType(columns.Text(1)))
-                table.columns.push_back({columns.Text(0), type->type, type->width, columns.Integer(2) > 0});
+            const auto type = ReadType(columns.Text(1));
+            if (!type)
+                continue;
+            const QString name = columns.Text(0);
+            const company::Column* known = definition != nullptr ? definition->Find(name) : nullptr;
+            table.columns.push_back(
+                {name, type->type, type->width, columns.Integer(2) > 0, known != nullptr && known->guarded});
         }
         columns.Reset();
         // A primary key's own index has no name in this database; the schema knows the one that hints use.
-        const demo::TableDef* definition = demo::FindTable(table.name);
         indexes.Bind(1, table.name);
         while (indexes.Step()) {
             const QString name = indexes.Text(0);

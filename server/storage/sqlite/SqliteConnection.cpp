@@ -109,7 +109,7 @@ qint64 SqliteConnection::Change(std::string_view sql, std::span<const wire::Valu
     return database_.Changes();
 }
 
-bool SqliteConnection::Insert(const demo::TableDef& table, std::span<const wire::Value> values)
+bool SqliteConnection::Insert(const company::Table& table, std::span<const wire::Value> values)
 {
     Statement& statement = Own(InsertText(table, "insert or ignore into "), values);
     statement.Execute();

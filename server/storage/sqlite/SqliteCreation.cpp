@@ -20,7 +20,7 @@ namespace {
 
 namespace texts = server::texts;
 
-std::string TypeName(const demo::ColumnDef& column)
+std::string TypeName(const company::Column& column)
 {
     switch (column.type) {
     case wire::ColumnType::Text:
@@ -43,10 +43,10 @@ std::string NameList(const std::vector<QString>& names)
     return list;
 }
 
-std::string CreateTableText(const demo::TableDef& table)
+std::string CreateTableText(const company::Table& table)
 {
     std::string sql = "create table " + Quoted(table.name) + "(";
-    for (const demo::ColumnDef& column : table.columns) {
+    for (const company::Column& column : table.columns) {
         const bool key = std::ranges::find(table.primaryKey, column.name) != table.primaryKey.end();
         sql += Quoted(column.name) + " " + TypeName(column) + (key ? " not null," : ",");
     }
@@ -54,23 +54,23 @@ std::string CreateTableText(const demo::TableDef& table)
         + "))";
 }
 
-void CreateIndexes(Database& database, const demo::TableDef& table)
+void CreateIndexes(Database& database, const company::Table& table)
 {
-    for (const demo::IndexDef& index : table.indexes) {
+    for (const company::Index& index : table.indexes) {
         database.Execute((index.unique ? "create unique index " : "create index ") + Quoted(index.name)
             + " on " + Quoted(table.name) + "(" + NameList(index.columns) + ")");
     }
 }
 
 // Takes generated rows straight into a database that nobody else sees yet.
-class BulkLoader final : public demo::RowSink {
+class BulkLoader final : public company::RowSink {
 public:
     explicit BulkLoader(Database& database)
         : database_(database)
     {
     }
 
-    void BeginTable(const demo::TableDef& table) override
+    void BeginTable(const company::Table& table) override
     {
         insert_.emplace(database_.Prepare(InsertText(table, "insert into ")));
     }
@@ -90,7 +90,7 @@ private:
 };
 
 void InsertRows(
-    Database& database, const demo::TableDef& table, const std::vector<std::vector<wire::Value>>& rows)
+    Database& database, const company::Table& table, const std::vector<std::vector<wire::Value>>& rows)
 {
     BulkLoader loader(database);
     loader.BeginTable(table);
@@ -99,9 +99,9 @@ void InsertRows(
     loader.EndTable();
 }
 
-void CreateTables(Database& database, const std::vector<demo::TableDef>& tables)
+void CreateTables(Database& database, const std::vector<company::Table>& tables)
 {
-    for (const demo::TableDef& table : tables)
+    for (const company::Table& table : tables)
         database.Execute(CreateTableText(table));
 }
 
@@ -110,7 +110,7 @@ void Fill(const QString& file, const server::Options& options, wire::DateTime no
     Database database(file, OpenMode::Fill);
     database.Execute("begin exclusive");
     CreateTables(database, OwnTables());
-    CreateTables(database, demo::Schema());
+    CreateTables(database, company::Tables());
     if (!options.demo.isEmpty()) {
         demo::GeneratorOptions generator;
         generator.orders = demo::OrdersOf(options.demo);
@@ -122,9 +122,9 @@ void Fill(const QString& file, const server::Options& options, wire::DateTime no
         if (options.onProgress)
             options.onProgress(texts::MakingIndexes(), 100);
     }
-    for (const demo::TableDef& table : OwnTables())
+    for (const company::Table& table : OwnTables())
         CreateIndexes(database, table);
-    for (const demo::TableDef& table : demo::Schema())
+    for (const company::Table& table : company::Tables())
         CreateIndexes(database, table);
     database.Execute("commit; pragma analysis_limit=2000; analyze");
     // This last change is written with all the care that the rows before it went without: it takes everything

@@ -34,11 +34,11 @@ int BindAll(Statement& statement, std::span<const wire::Value> values, int param
 
 } // namespace
 
-std::string InsertText(const demo::TableDef& table, std::string_view verb)
+std::string InsertText(const company::Table& table, std::string_view verb)
 {
     std::string names;
     std::string places;
-    for (const demo::ColumnDef& column : table.columns) {
+    for (const company::Column& column : table.columns) {
         names += (names.empty() ? "" : ", ") + Quoted(column.name);
         places += places.empty() ? "?" : ", ?";
     }

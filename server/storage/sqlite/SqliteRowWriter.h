@@ -9,7 +9,7 @@
 namespace storage {
 
 // "insert into TABLE(COLUMN, …) values(?, …)" of all columns of a table, with `verb` for "insert into ".
-std::string InsertText(const demo::TableDef& table, std::string_view verb);
+std::string InsertText(const company::Table& table, std::string_view verb);
 
 class SqliteRowWriter final : public RowWriter {
 public:

@@ -91,11 +91,11 @@ Case ReadCase(Lines& lines)
     return result;
 }
 
-std::vector<size_t> ReadColumns(const demo::TableDef& table, const Lines& lines)
+std::vector<size_t> ReadColumns(const company::Table& table, const Lines& lines)
 {
     std::vector<size_t> columns;
     for (const QString& name : lines.Next().split(u'|')) {
-        const auto found = std::ranges::find(table.columns, name, &demo::ColumnDef::name);
+        const auto found = std::ranges::find(table.columns, name, &company::Column::name);
         if (found == table.columns.end())
             lines.Fail(u"unknown column "_s + name);
         columns.push_back(static_cast<size_t>(found - table.columns.begin()));
@@ -179,7 +179,7 @@ std::vector<TableRows> ReadTables()
             continue;
         more = line.startsWith(u"more "_s) || (more && !line.startsWith(u"table "_s));
         if (line.startsWith(u"table "_s) || line.startsWith(u"more "_s)) {
-            const demo::TableDef* table = demo::FindTable(line.section(u' ', 1));
+            const company::Table* table = company::FindTable(line.section(u' ', 1));
             if (!table)
                 lines.Fail(u"unknown table"_s);
             if (!more)

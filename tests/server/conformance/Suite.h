@@ -1,6 +1,6 @@
 #pragma once
 
-#include "demo/Schema.h"
+#include "company/Tables.h"
 #include "wire/Column.h"
 #include "wire/Error.h"
 
@@ -28,7 +28,7 @@
 namespace conformance {
 
 struct TableRows {
-    const demo::TableDef* table = nullptr;
+    const company::Table* table = nullptr;
     std::vector<std::vector<wire::Value>> rows; // in the order of the table's columns
 };
 

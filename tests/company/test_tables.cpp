@@ -1,4 +1,4 @@
-#include "demo/Schema.h"
+#include "company/Tables.h"
 
 #include <gtest/gtest.h>
 
@@ -9,18 +9,18 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-bool HasColumn(const demo::TableDef& table, const QString& name)
+bool HasColumn(const company::Table& table, const QString& name)
 {
     return std::any_of(table.columns.begin(), table.columns.end(),
-        [&](const demo::ColumnDef& column) { return column.name == name; });
+        [&](const company::Column& column) { return column.name == name; });
 }
 
 // The columns of the index of that name, the primary key's included; empty when there is none.
-std::vector<QString> ColumnsOf(const demo::TableDef& table, const QString& index)
+std::vector<QString> ColumnsOf(const company::Table& table, const QString& index)
 {
     if (table.primaryKeyName == index)
         return table.primaryKey;
-    for (const demo::IndexDef& candidate : table.indexes) {
+    for (const company::Index& candidate : table.indexes) {
         if (candidate.name == index)
             return candidate.columns;
     }
@@ -29,15 +29,15 @@ std::vector<QString> ColumnsOf(const demo::TableDef& table, const QString& index
 
 } // namespace
 
-TEST(Schema, TablesAreWellFormed)
+TEST(Tables, TablesAreWellFormed)
 {
     std::set<QString> names; // tables and indexes share one space of names in some databases
-    for (const demo::TableDef& table : demo::Schema()) {
+    for (const company::Table& table : company::Tables()) {
         SCOPED_TRACE(qUtf8Printable(table.name));
         EXPECT_TRUE(names.insert(table.name.toUpper()).second);
         EXPECT_TRUE(names.insert(table.primaryKeyName.toUpper()).second);
         std::set<QString> columns;
-        for (const demo::ColumnDef& column : table.columns) {
+        for (const company::Column& column : table.columns) {
             EXPECT_TRUE(columns.insert(column.name).second) << qUtf8Printable(column.name);
             EXPECT_EQ(column.name, column.name.toUpper());
             EXPECT_EQ(column.type == wire::ColumnType::Text, column.width > 0) << qUtf8Printable(column.name);
@@ -45,7 +45,7 @@ TEST(Schema, TablesAreWellFormed)
         ASSERT_FALSE(table.primaryKey.empty());
         for (const QString& column : table.primaryKey)
             EXPECT_TRUE(HasColumn(table, column)) << qUtf8Printable(column);
-        for (const demo::IndexDef& index : table.indexes) {
+        for (const company::Index& index : table.indexes) {
             EXPECT_TRUE(names.insert(index.name.toUpper()).second) << qUtf8Printable(index.name);
             for (const QString& column : index.columns)
                 EXPECT_TRUE(HasColumn(table, column)) << qUtf8Printable(column);
@@ -53,7 +53,7 @@ TEST(Schema, TablesAreWellFormed)
     }
 }
 
-TEST(Schema, HintedIndexesLeadWithTheColumnThatTheirQueriesAskFor)
+TEST(Tables, HintedIndexesLeadWithTheColumnThatTheirQueriesAskFor)
 {
     struct Hint {
         QString table;
@@ -75,7 +75,7 @@ TEST(Schema, HintedIndexesLeadWithTheColumnThatTheirQueriesAskFor)
         {u"tab_favourable_bill"_s, u"TAB_FAVOURABLE_BILL_U"_s, u"FAVOURABLE_BILL"_s},
     };
     for (const Hint& hint : hints) {
-        const demo::TableDef* table = demo::FindTable(hint.table.toLower());
+        const company::Table* table = company::FindTable(hint.table.toLower());
         ASSERT_NE(table, nullptr) << qUtf8Printable(hint.table);
         const std::vector<QString> columns = ColumnsOf(*table, hint.index);
         ASSERT_FALSE(columns.empty()) << qUtf8Printable(hint.index);
@@ -83,12 +83,12 @@ TEST(Schema, HintedIndexesLeadWithTheColumnThatTheirQueriesAskFor)
     }
 }
 
-TEST(Schema, OrdersHoldTheLongestTextsThatScreensWrite)
+TEST(Tables, OrdersHoldTheLongestTextsThatScreensWrite)
 {
-    const demo::TableDef* orders = demo::FindTable(u"TAB_Zelmor_Bill");
+    const company::Table* orders = company::FindTable(u"TAB_Zelmor_Bill");
     ASSERT_NE(orders, nullptr);
     const auto width = [&](const QString& name) {
-        for (const demo::ColumnDef& column : orders->columns) {
+        for (const company::Column& column : orders->columns) {
             if (column.name == name)
                 return column.width;
         }
@@ -100,11 +100,11 @@ TEST(Schema, OrdersHoldTheLongestTextsThatScreensWrite)
     EXPECT_GE(width(u"TX_LOGISTIC_ID"_s), 16);
 }
 
-TEST(Schema, ClientsWriteOnlyWhatScreensEdit)
+TEST(Tables, ClientsWriteOnlyWhatScreensEdit)
 {
-    for (const demo::TableDef& table : demo::Schema()) {
+    for (const company::Table& table : company::Tables()) {
         const bool edited = table.name == u"tab_zelmor_bill"_s || table.name == u"tab_zelmor_site"_s;
         EXPECT_EQ(table.clientsMayWrite, edited) << qUtf8Printable(table.name);
     }
-    EXPECT_EQ(demo::FindTable(u"tab_zelmor"), nullptr);
+    EXPECT_EQ(company::FindTable(u"tab_zelmor"), nullptr);
 }

@@ -1,7 +1,8 @@
-#include "orders/CandidateSites.h"
+#include "company/CandidateSites.h"
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace company {
 namespace {
 
 QString Enclosed(const QString& site)
@@ -37,3 +38,13 @@ QString CandidateLengthMessage(int length)
         return {};
     return u"详细：转单以后\"可接单网点\"长度为\"%1\"，超过\"200\"个字符的最大长度！"_s.arg(length);
 }
+
+QStringView SoleCandidate(QStringView list)
+{
+    if (list.size() < 3 || list.front() != u';' || list.back() != u';')
+        return {};
+    const QStringView site = list.sliced(1, list.size() - 2);
+    return site.contains(u';') ? QStringView() : site;
+}
+
+} // namespace company

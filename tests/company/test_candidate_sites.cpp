@@ -1,7 +1,8 @@
-#include "orders/CandidateSites.h"
+#include "company/CandidateSites.h"
 
 #include <gtest/gtest.h>
 
+using namespace company;
 using namespace Qt::Literals::StringLiterals;
 
 TEST(CandidateSites, ASiteIsFoundOnlyBetweenItsSemicolons)

@@ -1,28 +1,40 @@
-#include "demo/Schema.h"
+#include "company/Tables.h"
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace demo {
+namespace company {
 namespace {
 
-ColumnDef Text(const QString& name, int width)
+Column Text(const QString& name, int width, const QString& caption = {})
 {
-    return {name, wire::ColumnType::Text, width};
+    return {name, wire::ColumnType::Text, width, caption};
 }
 
-ColumnDef Integer(const QString& name)
+Column Integer(const QString& name, const QString& caption = {})
 {
-    return {name, wire::ColumnType::Integer, 0};
+    return {name, wire::ColumnType::Integer, 0, caption};
 }
 
-ColumnDef Number(const QString& name)
+Column Number(const QString& name, const QString& caption = {})
 {
-    return {name, wire::ColumnType::Number, 0};
+    return {name, wire::ColumnType::Number, 0, caption};
 }
 
-ColumnDef Date(const QString& name)
+Column Date(const QString& name, const QString& caption = {})
 {
-    return {name, wire::ColumnType::DateTime, 0};
+    return {name, wire::ColumnType::DateTime, 0, caption};
+}
+
+Column Guarded(Column column)
+{
+    column.guarded = true;
+    return column;
+}
+
+Column In(QStringView group, Column column)
+{
+    column.group = group.toString();
+    return column;
 }
 
 constexpr int kSiteWidth = 50;
@@ -31,83 +43,88 @@ constexpr int kCodeWidth = 20;
 constexpr int kRegionWidth = 40;
 constexpr int kAddressWidth = 200;
 
+// Titles stand in groups.
+constexpr QStringView kShipper = u"发货客户信息";
+constexpr QStringView kConsignee = u"收货客户信息";
+constexpr QStringView kGoods = u"商品信息";
+
 // The pickup order. The columns whose names begin with SEND_ are the delivery side, save for the agreed
 // pickup times.
-TableDef OrderTable()
+Table Orders()
 {
     return {
         .name = u"tab_zelmor_bill"_s,
         .columns =
             {
-                Text(u"TX_LOGISTIC_ID"_s, 32),
-                Text(u"LOGISTICPROVIDERID"_s, 32),
-                Text(u"TRADE_NO"_s, 32),
-                Text(u"BILL_CODE"_s, kCodeWidth),
-                Date(u"CREATE_DATE"_s),
-                Integer(u"STATUS"_s),
+                Text(u"TX_LOGISTIC_ID"_s, 32, u"物流号"_s),
+                Text(u"LOGISTICPROVIDERID"_s, 32, u"下单合作商"_s),
+                Text(u"TRADE_NO"_s, 32, u"业务交易号"_s),
+                Text(u"BILL_CODE"_s, kCodeWidth, u"运单编号"_s),
+                Date(u"CREATE_DATE"_s, u"订单时间"_s),
+                Guarded(Integer(u"STATUS"_s, u"状态"_s)),
                 Integer(u"BL_DISPART"_s),
-                Text(u"PREPARE_SITE"_s, 200),
-                Text(u"REC_SITE"_s, kSiteWidth),
-                Text(u"DUTY_SITE"_s, kSiteWidth),
-                Text(u"REC_BILL_MAN"_s, kPersonWidth),
+                Guarded(Text(u"PREPARE_SITE"_s, 200, u"可接单网点"_s)),
+                Guarded(Text(u"REC_SITE"_s, kSiteWidth, u"接单/揽件网点"_s)),
+                Text(u"DUTY_SITE"_s, kSiteWidth, u"责任网点"_s),
+                Text(u"REC_BILL_MAN"_s, kPersonWidth, u"接单员工"_s),
                 Text(u"REC_BILL_CODE"_s, kCodeWidth),
-                Date(u"ACCEPT_DATE"_s),
-                Text(u"REC_GOODS_MAN"_s, kPersonWidth),
-                Text(u"MESSAGE"_s, 100),
-                Text(u"REC_MAN"_s, kPersonWidth),
-                Date(u"REC_DATE"_s),
-                Text(u"SEND_SITE"_s, kSiteWidth),
-                Text(u"SEND_MAN"_s, kPersonWidth),
-                Date(u"SEND_DATE"_s),
-                Text(u"DESTINATION"_s, kSiteWidth),
-                Integer(u"BL_DEPUTE"_s),
-                Text(u"NAME"_s, 60),
-                Text(u"POST_CODE"_s, 10),
-                Text(u"PHONE"_s, 40),
-                Text(u"MOBILE"_s, 40),
-                Text(u"PROV"_s, kRegionWidth),
-                Text(u"CITY"_s, kRegionWidth),
-                Text(u"COUNTY"_s, kRegionWidth),
-                Text(u"ADDRESS"_s, kAddressWidth),
-                Text(u"COMPANYNAME"_s, 100),
-                Date(u"SEND_START_TIME"_s),
-                Date(u"SEND_END_TIME"_s),
-                Text(u"SEND_NAME"_s, 60),
-                Text(u"SEND_POST_CODE"_s, 10),
-                Text(u"SEND_PHONE"_s, 40),
-                Text(u"SEND_MOBILE"_s, 40),
-                Text(u"SEND_PROV"_s, kRegionWidth),
-                Text(u"SEND_CITY"_s, kRegionWidth),
-                Text(u"SEND_COUNTY"_s, kRegionWidth),
-                Text(u"SEND_ADDRESS"_s, kAddressWidth),
-                Text(u"ITEM_NAME"_s, 100),
-                Integer(u"PIECE"_s),
-                Text(u"SPECIAL"_s, 20),
-                Text(u"REMARK"_s, 200),
-                Number(u"TOTAL_WEIGHT"_s),
-                Number(u"TOTAL_VOLUME"_s),
-                Number(u"ITEMS_VALUE"_s),
-                Text(u"PAY_TYPE"_s, 20),
-                Text(u"FAVOURABLE_BILL"_s, kCodeWidth),
-                Text(u"WMS_CODE"_s, kCodeWidth),
-                Text(u"WMSADDRESS"_s, kAddressWidth),
+                Date(u"ACCEPT_DATE"_s, u"接单时间"_s),
+                Text(u"REC_GOODS_MAN"_s, kPersonWidth, u"收件业务员"_s),
+                Text(u"MESSAGE"_s, 100, u"短信内容"_s),
+                Text(u"REC_MAN"_s, kPersonWidth, u"揽件员工"_s),
+                Date(u"REC_DATE"_s, u"揽件时间"_s),
+                Text(u"SEND_SITE"_s, kSiteWidth, u"派件网点"_s),
+                Text(u"SEND_MAN"_s, kPersonWidth, u"派件员工"_s),
+                Date(u"SEND_DATE"_s, u"派件日期"_s),
+                Text(u"DESTINATION"_s, kSiteWidth, u"目的地"_s),
+                Integer(u"BL_DEPUTE"_s, u"委托标识"_s),
+                In(kShipper, Text(u"NAME"_s, 60, u"姓名"_s)),
+                In(kShipper, Text(u"POST_CODE"_s, 10, u"邮编"_s)),
+                In(kShipper, Text(u"PHONE"_s, 40, u"固定电话"_s)),
+                In(kShipper, Text(u"MOBILE"_s, 40, u"移动电话"_s)),
+                In(kShipper, Text(u"PROV"_s, kRegionWidth, u"省份"_s)),
+                In(kShipper, Text(u"CITY"_s, kRegionWidth, u"城市"_s)),
+                In(kShipper, Text(u"COUNTY"_s, kRegionWidth, u"区/县"_s)),
+                In(kShipper, Text(u"ADDRESS"_s, kAddressWidth, u"地址"_s)),
+                In(kShipper, Text(u"COMPANYNAME"_s, 100, u"公司"_s)),
+                In(kShipper, Date(u"SEND_START_TIME"_s, u"约定取货时间始"_s)),
+                In(kShipper, Date(u"SEND_END_TIME"_s, u"约定取货时间止"_s)),
+                In(kConsignee, Text(u"SEND_NAME"_s, 60, u"姓名"_s)),
+                In(kConsignee, Text(u"SEND_POST_CODE"_s, 10, u"邮编"_s)),
+                In(kConsignee, Text(u"SEND_PHONE"_s, 40, u"固定电话"_s)),
+                In(kConsignee, Text(u"SEND_MOBILE"_s, 40, u"移动电话"_s)),
+                In(kConsignee, Text(u"SEND_PROV"_s, kRegionWidth, u"省份"_s)),
+                In(kConsignee, Text(u"SEND_CITY"_s, kRegionWidth, u"城市"_s)),
+                In(kConsignee, Text(u"SEND_COUNTY"_s, kRegionWidth, u"区/县"_s)),
+                In(kConsignee, Text(u"SEND_ADDRESS"_s, kAddressWidth, u"地址"_s)),
+                In(kGoods, Text(u"ITEM_NAME"_s, 100, u"名称"_s)),
+                In(kGoods, Integer(u"PIECE"_s, u"件数"_s)),
+                In(kGoods, Text(u"SPECIAL"_s, 20, u"类别"_s)),
+                In(kGoods, Text(u"REMARK"_s, 200, u"描述"_s)),
+                Number(u"TOTAL_WEIGHT"_s, u"重量"_s),
+                Number(u"TOTAL_VOLUME"_s, u"体积"_s),
+                Number(u"ITEMS_VALUE"_s, u"代收货款"_s),
+                Text(u"PAY_TYPE"_s, 20, u"支付方式"_s),
+                Text(u"FAVOURABLE_BILL"_s, kCodeWidth, u"优惠券编号"_s),
+                Text(u"WMS_CODE"_s, kCodeWidth, u"仓库编号"_s),
+                Text(u"WMSADDRESS"_s, kAddressWidth, u"出货仓库"_s),
                 Integer(u"FLAG"_s),
                 Number(u"INSURANCE_VALUE"_s),
                 Integer(u"BL_INSURANCE"_s),
                 Integer(u"PACKAGE_OR_NOT"_s),
-                Text(u"CUSTOMER_ID"_s, 32),
+                Text(u"CUSTOMER_ID"_s, 32, u"客户标识"_s),
                 Text(u"BUSINESS_NETWORK_NO"_s, kCodeWidth),
                 Text(u"ORDERSOURCE"_s, 32),
                 Text(u"SIGN_STATUS"_s, 20),
                 Number(u"WEIGHT_RATE"_s),
-                Text(u"CREATER_SITE"_s, kSiteWidth),
-                Text(u"CREATER_MAN"_s, kPersonWidth),
-                Text(u"CREATER_CODE"_s, kCodeWidth),
-                Integer(u"BL_CANCEL"_s),
-                Text(u"CANCEL_DESC"_s, 200),
-                Text(u"CANCEL_SITE"_s, kSiteWidth),
-                Text(u"CANCEL_MAN"_s, kPersonWidth),
-                Date(u"CANCEL_DATE"_s),
+                Text(u"CREATER_SITE"_s, kSiteWidth, u"创建网点"_s),
+                Text(u"CREATER_MAN"_s, kPersonWidth, u"创建人"_s),
+                Text(u"CREATER_CODE"_s, kCodeWidth, u"创建人编号"_s),
+                Integer(u"BL_CANCEL"_s, u"撤消"_s),
+                Text(u"CANCEL_DESC"_s, 200, u"撤消原因"_s),
+                Text(u"CANCEL_SITE"_s, kSiteWidth, u"撤单网点"_s),
+                Text(u"CANCEL_MAN"_s, kPersonWidth, u"撤单员工"_s),
+                Date(u"CANCEL_DATE"_s, u"撤消时间"_s),
                 Text(u"MODIFIER"_s, kPersonWidth),
                 Text(u"MODIFY_CODE"_s, kCodeWidth),
                 Text(u"MODIFY_SITE"_s, kSiteWidth),
@@ -127,7 +144,7 @@ TableDef OrderTable()
     };
 }
 
-TableDef ItemTable()
+Table ItemTable()
 {
     return {
         .name = u"TAB_ZELMOR_BILL_ITEMS"_s,
@@ -135,9 +152,9 @@ TableDef ItemTable()
             {
                 Integer(u"ITEM_ID"_s),
                 Text(u"TX_LOGISTIC_ID"_s, 32),
-                Text(u"ITEM_NAME"_s, 100),
-                Integer(u"PIECE"_s),
-                Text(u"REMARK"_s, 200),
+                Text(u"ITEM_NAME"_s, 100, u"商品名称"_s),
+                Integer(u"PIECE"_s, u"件数"_s),
+                Text(u"REMARK"_s, 200, u"商品描述"_s),
             },
         .primaryKey = {u"ITEM_ID"_s},
         .primaryKeyName = u"TAB_ZELMOR_BILL_ITEMS_P"_s,
@@ -145,7 +162,7 @@ TableDef ItemTable()
     };
 }
 
-TableDef InstructionTable()
+Table InstructionTable()
 {
     return {
         .name = u"tab_zelmor_instruction"_s,
@@ -156,8 +173,8 @@ TableDef InstructionTable()
                 Text(u"BILL_CODE"_s, kCodeWidth),
                 Text(u"INFO_CONTENT"_s, 30),
                 Date(u"CREATE_DATE"_s),
-                Integer(u"POST_FLAG"_s),
-                Date(u"POST_TIME"_s),
+                Integer(u"POST_FLAG"_s, u"推送状态"_s),
+                Date(u"POST_TIME"_s, u"推送实际时间"_s),
             },
         .primaryKey = {u"INSTRUCTION_ID"_s},
         .primaryKeyName = u"TAB_ZELMOR_INSTRUCTION_P"_s,
@@ -165,24 +182,24 @@ TableDef InstructionTable()
     };
 }
 
-TableDef ServiceTable()
+Table ServiceTable()
 {
     return {
         .name = u"tab_zelmor_site"_s,
         .columns =
             {
-                Text(u"SITE_NAME"_s, kSiteWidth),
-                Text(u"COUNTY_NAME"_s, kRegionWidth),
-                Text(u"PROVINCE"_s, kRegionWidth),
-                Text(u"CITY_NAME"_s, kRegionWidth),
-                Text(u"MAIL_CODE"_s, 10),
-                Text(u"REC_START_TIME"_s, 8),
-                Text(u"REC_END_TIME"_s, 8),
-                Integer(u"BL_REC"_s),
-                Integer(u"BL_SEND"_s),
-                Integer(u"BL_OPEN"_s),
-                Text(u"SEND_RANGE"_s, 1000),
-                Text(u"NOT_SEND_RANGE"_s, 1000),
+                Text(u"SITE_NAME"_s, kSiteWidth, u"网点名称"_s),
+                Text(u"COUNTY_NAME"_s, kRegionWidth, u"所属区/县"_s),
+                Text(u"PROVINCE"_s, kRegionWidth, u"所属省份"_s),
+                Text(u"CITY_NAME"_s, kRegionWidth, u"所属城市"_s),
+                Text(u"MAIL_CODE"_s, 10, u"邮政编码"_s),
+                Text(u"REC_START_TIME"_s, 8, u"揽件时间始"_s),
+                Text(u"REC_END_TIME"_s, 8, u"揽件时间止"_s),
+                Integer(u"BL_REC"_s, u"揽件"_s),
+                Integer(u"BL_SEND"_s, u"派送"_s),
+                Integer(u"BL_OPEN"_s, u"开通泽摩"_s),
+                Text(u"SEND_RANGE"_s, 1000, u"派送范围"_s),
+                Text(u"NOT_SEND_RANGE"_s, 1000, u"不派送范围"_s),
             },
         // County names repeat between cities.
         .primaryKey = {u"SITE_NAME"_s, u"COUNTY_NAME"_s, u"CITY_NAME"_s},
@@ -191,7 +208,7 @@ TableDef ServiceTable()
     };
 }
 
-TableDef ProvideTable()
+Table ProvideTable()
 {
     return {
         .name = u"TAB_BILL_PROVIDE"_s,
@@ -211,7 +228,7 @@ TableDef ProvideTable()
 
 // The correction screen's hint names an index like the table itself; it has no such index and needs none,
 // the primary key serves.
-TableDef DisabledTable()
+Table DisabledTable()
 {
     return {
         .name = u"tab_bill_del"_s,
@@ -228,7 +245,7 @@ TableDef DisabledTable()
     };
 }
 
-TableDef CouponTable()
+Table CouponTable()
 {
     return {
         .name = u"tab_favourable_bill"_s,
@@ -245,7 +262,7 @@ TableDef CouponTable()
     };
 }
 
-TableDef KeywordTable()
+Table KeywordTable()
 {
     return {
         .name = u"TAB_QRYKEY"_s,
@@ -261,7 +278,7 @@ TableDef KeywordTable()
     };
 }
 
-TableDef DeliveryAreaTable()
+Table DeliveryAreaTable()
 {
     return {
         .name = u"TAB_AREA_DETAIL"_s,
@@ -284,7 +301,7 @@ TableDef DeliveryAreaTable()
     };
 }
 
-TableDef PayModeTable()
+Table PayModeTable()
 {
     return {
         .name = u"TAB_PAY_MODE"_s,
@@ -294,15 +311,15 @@ TableDef PayModeTable()
     };
 }
 
-TableDef SiteTable()
+Table SiteTable()
 {
     return {
         .name = u"tab_site"_s,
         .columns =
             {
-                Text(u"SITE_CODE"_s, kCodeWidth),
-                Text(u"SITE_NAME"_s, kSiteWidth),
-                Text(u"SUPERIOR_SITE"_s, kSiteWidth),
+                Text(u"SITE_CODE"_s, kCodeWidth, u"网点编号"_s),
+                Text(u"SITE_NAME"_s, kSiteWidth, u"网点名称"_s),
+                Text(u"SUPERIOR_SITE"_s, kSiteWidth, u"所属网点"_s),
                 Text(u"TYPE"_s, 20),
                 Text(u"TYPE_KIND"_s, 20),
                 Integer(u"BL_NOT_INPUT"_s),
@@ -329,15 +346,15 @@ TableDef SiteTable()
     };
 }
 
-TableDef EmployeeTable()
+Table EmployeeTable()
 {
     return {
         .name = u"tab_employee"_s,
         .columns =
             {
-                Text(u"EMPLOYEE_CODE"_s, kCodeWidth),
-                Text(u"EMPLOYEE_NAME"_s, kPersonWidth),
-                Text(u"OWNER_SITE"_s, kSiteWidth),
+                Text(u"EMPLOYEE_CODE"_s, kCodeWidth, u"员工编号"_s),
+                Text(u"EMPLOYEE_NAME"_s, kPersonWidth, u"员工姓名"_s),
+                Text(u"OWNER_SITE"_s, kSiteWidth, u"所属网点"_s),
                 Text(u"DEPT_NAME"_s, kPersonWidth),
                 Text(u"PHONE"_s, 60),
                 Integer(u"BL_GOODS_MARKET"_s),
@@ -352,7 +369,7 @@ TableDef EmployeeTable()
     };
 }
 
-TableDef CustomerTable()
+Table CustomerTable()
 {
     return {
         .name = u"tab_customer"_s,
@@ -380,7 +397,7 @@ TableDef CustomerTable()
     };
 }
 
-TableDef WaybillTable()
+Table WaybillTable()
 {
     return {
         .name = u"tab_bill"_s,
@@ -398,7 +415,7 @@ TableDef WaybillTable()
     };
 }
 
-TableDef AreaTable()
+Table AreaTable()
 {
     return {
         .name = u"tab_area"_s,
@@ -408,7 +425,7 @@ TableDef AreaTable()
     };
 }
 
-TableDef ProvinceTable()
+Table ProvinceTable()
 {
     return {
         .name = u"tab_province"_s,
@@ -420,7 +437,7 @@ TableDef ProvinceTable()
     };
 }
 
-TableDef CityTable()
+Table CityTable()
 {
     return {
         .name = u"tab_city"_s,
@@ -431,12 +448,13 @@ TableDef CityTable()
     };
 }
 
-TableDef CountyTable()
+Table CountyTable()
 {
     return {
         .name = u"tab_county"_s,
-        .columns = {Text(u"COUNTY_CODE"_s, 10), Text(u"COUNTY_NAME"_s, kRegionWidth),
-            Text(u"CITY_NAME"_s, kRegionWidth), Text(u"PROVINCE"_s, kRegionWidth), Text(u"MAIL_CODE"_s, 10)},
+        .columns = {Text(u"COUNTY_CODE"_s, 10), Text(u"COUNTY_NAME"_s, kRegionWidth, u"区/县名"_s),
+            Text(u"CITY_NAME"_s, kRegionWidth, u"所属城市"_s),
+            Text(u"PROVINCE"_s, kRegionWidth, u"所属省份"_s), Text(u"MAIL_CODE"_s, 10, u"邮政编码"_s)},
         .primaryKey = {u"COUNTY_CODE"_s},
         .primaryKeyName = u"TAB_COUNTY_P"_s,
     };
@@ -444,9 +462,9 @@ TableDef CountyTable()
 
 } // namespace
 
-const std::vector<TableDef>& Schema()
+const std::vector<Table>& Tables()
 {
-    static const std::vector<TableDef> tables{
+    static const std::vector<Table> tables{
         AreaTable(),
         ProvinceTable(),
         CityTable(),
@@ -461,7 +479,7 @@ const std::vector<TableDef>& Schema()
         DisabledTable(),
         DeliveryAreaTable(),
         CouponTable(),
-        OrderTable(),
+        Orders(),
         ItemTable(),
         WaybillTable(),
         InstructionTable(),
@@ -469,13 +487,33 @@ const std::vector<TableDef>& Schema()
     return tables;
 }
 
-const TableDef* FindTable(QStringView name)
+QString Column::Title() const
 {
-    for (const TableDef& table : Schema()) {
+    return group.isEmpty() ? caption : group + u'|' + caption;
+}
+
+const Column* Table::Find(QStringView column) const
+{
+    for (const Column& candidate : columns) {
+        if (column.compare(candidate.name, Qt::CaseInsensitive) == 0)
+            return &candidate;
+    }
+    return nullptr;
+}
+
+const Table* FindTable(QStringView name)
+{
+    for (const Table& table : Tables()) {
         if (name.compare(table.name, Qt::CaseInsensitive) == 0)
             return &table;
     }
     return nullptr;
 }
 
-} // namespace demo
+const Table& OrderTable()
+{
+    static const Table& table = *FindTable(u"tab_zelmor_bill");
+    return table;
+}
+
+} // namespace company

@@ -1,0 +1,7 @@
+#include "company/RowSink.h"
+
+namespace company {
+
+RowSink::~RowSink() = default;
+
+} // namespace company
