@@ -1,5 +1,7 @@
 #include "framework/NumberListInput.h"
 
+#include "module/data/PastedNumbers.h"
+
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 

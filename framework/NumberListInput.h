@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/data/Common.h"
+#include "module/data/PastedNumbers.h"
 #include "runtime/ui/DBControls.h"
 
 #include <QPushButton>

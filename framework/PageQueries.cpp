@@ -1,5 +1,5 @@
 #include "framework/PageLookup.h"
-#include "module/data/Common.h"
+#include "module/data/SqlText.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "framework/frm_Basic.h"
-#include "module/data/Common.h"
+#include "module/data/MessageBoxes.h"
 #include "runtime/ui/Application.h"
 
 #include <QAbstractButton>

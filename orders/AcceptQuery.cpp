@@ -1,8 +1,8 @@
 #include "orders/AcceptQuery.h"
 
-#include "module/data/Common.h"
+#include "module/data/SqlText.h"
 #include "orders/OrderRecord.h"
-#include "orders/SiteQueries.h"
+#include "orders/QueryFragments.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -4,6 +4,7 @@
 #include "module/data/ServerLink.h"
 #include "module/data/dm_BasicData.h"
 #include "module/data/dm_GlobalData.h"
+#include "orders/WaybillChecks.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -1,7 +1,7 @@
 #include "orders/DateWindow.h"
 
+#include "framework/LabelledControls.h"
 #include "module/data/HostBridge.h"
-#include "orders/OrderControls.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>

@@ -1,6 +1,6 @@
 #include "orders/Destinations.h"
 
-#include "orders/OrderControls.h"
+#include "framework/Lookups.h"
 #include "orders/Rules.h"
 
 using namespace Qt::Literals::StringLiterals;

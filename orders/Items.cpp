@@ -1,7 +1,7 @@
 #include "orders/Items.h"
 
-#include "module/data/Common.h"
 #include "module/data/ServerLink.h"
+#include "module/data/SqlText.h"
 #include "orders/Rules.h"
 #include "runtime/ui/Application.h"
 

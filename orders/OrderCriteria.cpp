@@ -1,6 +1,5 @@
 #include "orders/OrderCriteria.h"
 
-#include "orders/OrderControls.h"
 #include "orders/OrderRecord.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -53,14 +52,6 @@ void OfferProvinceFilter(TDBComboBoxEh& box, const QStringList& provinces)
     const QStringList names = QStringList{AnyValue()} + provinces;
     box.SetItems(names, names);
     box.SetText(AnyValue());
-}
-
-TLookupParams EmployeeFilterLookup(TDataSource* employees)
-{
-    TLookupParams lookup = EmployeeLookup(employees);
-    lookup.columns.push_back({u"OWNER_SITE"_s, u"所属网点"_s, 140});
-    lookup.columns.push_back({u"DEPT_NAME"_s, u"所属部门"_s, 90});
-    return lookup;
 }
 
 QString OrderProvincesQuery()

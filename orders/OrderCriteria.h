@@ -20,9 +20,6 @@ void OfferStatusFilter(TDBComboBoxEh& box, std::initializer_list<int> statuses);
 void OfferReasonFilter(TDBComboBoxEh& box);
 void OfferProvinceFilter(TDBComboBoxEh& box, const QStringList& provinces);
 
-// Employees with the site and department they belong to.
-TLookupParams EmployeeFilterLookup(TDataSource* employees);
-
 // The provinces that orders come from.
 QString OrderProvincesQuery();
 

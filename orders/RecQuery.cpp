@@ -1,6 +1,6 @@
 #include "orders/RecQuery.h"
 
-#include "orders/SiteQueries.h"
+#include "orders/QueryFragments.h"
 
 using namespace Qt::Literals::StringLiterals;
 

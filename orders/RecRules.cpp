@@ -3,6 +3,7 @@
 #include "module/data/HostBridge.h"
 #include "orders/Destinations.h"
 #include "orders/OrderRecord.h"
+#include "orders/WaybillChecks.h"
 #include "orders/WaybillStock.h"
 
 using namespace Qt::Literals::StringLiterals;

@@ -1,7 +1,7 @@
 #include "orders/Rules.h"
 
-#include "module/data/Common.h"
 #include "module/data/HostBridge.h"
+#include "module/data/MessageBoxes.h"
 #include "orders/OrderRecord.h"
 
 using namespace Qt::Literals::StringLiterals;

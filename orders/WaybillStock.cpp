@@ -1,9 +1,10 @@
 #include "orders/WaybillStock.h"
 
-#include "module/data/Common.h"
 #include "module/data/HostBridge.h"
+#include "module/data/SqlText.h"
 #include "module/data/dm_GlobalData.h"
 #include "orders/Rules.h"
+#include "orders/WaybillChecks.h"
 
 using namespace Qt::Literals::StringLiterals;
 

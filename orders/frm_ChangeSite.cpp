@@ -1,8 +1,8 @@
 #include "orders/frm_ChangeSite.h"
 
-#include "module/data/Common.h"
+#include "framework/LabelledControls.h"
+#include "framework/Lookups.h"
 #include "module/data/dm_GlobalData.h"
-#include "orders/OrderControls.h"
 #include "runtime/ui/Application.h"
 
 #include <QGridLayout>

@@ -1,13 +1,16 @@
 #include "orders/frm_RecBill.h"
 
+#include "framework/LabelledControls.h"
 #include "framework/Wiring.h"
+#include "module/data/DateRange.h"
 #include "module/data/HostBridge.h"
+#include "module/data/MessageBoxes.h"
 #include "module/data/ServerLink.h"
 #include "orders/BatchStatus.h"
 #include "orders/Coupon.h"
 #include "orders/Destinations.h"
-#include "orders/OrderControls.h"
 #include "orders/OrderRecord.h"
+#include "orders/OrderView.h"
 #include "orders/RecRules.h"
 #include "orders/SaveOrders.h"
 

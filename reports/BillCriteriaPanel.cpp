@@ -1,7 +1,9 @@
 #include "reports/BillCriteriaPanel.h"
 
+#include "framework/LabelledControls.h"
+#include "framework/Lookups.h"
+#include "module/data/PastedNumbers.h"
 #include "module/data/dm_GlobalData.h"
-#include "orders/OrderControls.h"
 #include "orders/OrderCriteria.h"
 #include "orders/OrderRecord.h"
 #include "runtime/ui/Style.h"

@@ -1,6 +1,6 @@
 #include "reports/BillQuery.h"
 
-#include "module/data/Common.h"
+#include "module/data/SqlText.h"
 
 using namespace Qt::Literals::StringLiterals;
 

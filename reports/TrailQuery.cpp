@@ -1,6 +1,6 @@
 #include "reports/TrailQuery.h"
 
-#include "module/data/Common.h"
+#include "module/data/SqlText.h"
 
 #include <array>
 #include <span>

@@ -1,6 +1,6 @@
 #include "module/data/ServerLink.h"
 
-#include "module/data/Common.h"
+#include "module/data/MessageBoxes.h"
 #include "runtime/ui/Application.h"
 
 using namespace Qt::Literals::StringLiterals;

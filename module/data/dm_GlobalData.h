@@ -5,9 +5,7 @@
 
 #include <QObject>
 
-#include <string_view>
-
-// Pick lists for the screens without a query of their own, and the waybill-number checks. The shared lists
+// Pick lists for the screens without a query of their own. The shared lists
 // are the host's datasets themselves and follow its changes; the copies are snapshots, taken at start-up and
 // when another login takes the place of the one before.
 class Tdm_GlobalData : public QObject {
@@ -54,20 +52,3 @@ private:
 };
 
 extern Tdm_GlobalData* dm_GlobalData;
-
-// The check digit of a waybill number of 8 or 12 characters, counted without surrounding blanks; numbers of
-// any other length pass. Raises wire::Error (Data) where a digit is needed and another character stands.
-bool CheckANBillCode(const QString& code);
-
-// Whether the character after the digits at `first` is their check digit: the weighted sum (one weight a
-// digit) modulo 11, with the odd results for 0, 1 and 10 that the printed numbers carry. Raises wire::Error
-// (Data) where a digit is needed and another character stands.
-bool CheckDigitFits(const QString& code, qsizetype first, std::string_view weights);
-
-// Whether the number lies in a range issued to one of the sites: whole, or by its first 11 (shorter numbers:
-// 7) characters. `siteList` is a ready-made list of quoted site names. Raises wire::Error.
-bool CheckBillIssued(const QString& code, const QString& siteList);
-QString BillIssuedQuery(const QString& code, const QString& siteList);
-
-// Whether the number matches the pattern; tells the user when it does not.
-bool CheckBillFormat(const QString& code, const QString& pattern);

@@ -1,6 +1,6 @@
 // What the query texts find in a small company's database.
 
-#include "module/data/Common.h"
+#include "module/data/PastedNumbers.h"
 #include "orders/OrderCriteria.h"
 #include "reports/BillQuery.h"
 #include "reports/TrailQuery.h"

@@ -1,4 +1,6 @@
-#include "module/data/Common.h"
+#include "module/data/DateRange.h"
+#include "module/data/PastedNumbers.h"
+#include "module/data/SqlText.h"
 #include "tests/support/FakeHost.h"
 
 #include <gtest/gtest.h>

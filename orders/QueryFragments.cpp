@@ -1,6 +1,7 @@
-#include "orders/SiteQueries.h"
+#include "orders/QueryFragments.h"
 
-#include "module/data/Common.h"
+#include "module/data/SqlText.h"
+
 
 using namespace Qt::Literals::StringLiterals;
 

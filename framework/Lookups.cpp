@@ -1,0 +1,49 @@
+#include "framework/Lookups.h"
+
+#include "runtime/ui/LookupCompletion.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+TLookupParams SiteLookup(TDataSource* sites)
+{
+    return {
+        .listSource = sites,
+        .keyField = u"SITE_NAME"_s,
+        .listField = u"SITE_NAME"_s,
+        .columns = {{u"SITE_CODE"_s, u"网点编号"_s, 90}, {u"SITE_NAME"_s, u"网点名称"_s, 160},
+            {u"SUPERIOR_SITE"_s, u"所属网点"_s, 140}},
+        .searchFields = {u"SITE_CODE"_s},
+    };
+}
+
+TLookupParams EmployeeLookup(TDataSource* employees)
+{
+    return {
+        .listSource = employees,
+        .keyField = u"EMPLOYEE_NAME"_s,
+        .listField = u"EMPLOYEE_NAME"_s,
+        .columns = {{u"EMPLOYEE_CODE"_s, u"员工编号"_s, 90}, {u"EMPLOYEE_NAME"_s, u"员工姓名"_s, 100}},
+        .searchFields = {u"EMPLOYEE_CODE"_s},
+    };
+}
+
+TLookupParams EmployeeFilterLookup(TDataSource* employees)
+{
+    TLookupParams lookup = EmployeeLookup(employees);
+    lookup.columns.push_back({u"OWNER_SITE"_s, u"所属网点"_s, 140});
+    lookup.columns.push_back({u"DEPT_NAME"_s, u"所属部门"_s, 90});
+    return lookup;
+}
+
+void CompleteLookupText(TDBLookupComboboxEh& box)
+{
+    const QString completed = CompleteLookup(box.Lookup(), box.Text());
+    if (completed != box.Text())
+        box.SetText(completed);
+}
+
+void PrepareLookup(TDBLookupComboboxEh& box, const TLookupParams& lookup)
+{
+    box.SetLookup(lookup);
+    box.OnExit = [&box] { CompleteLookupText(box); };
+}

@@ -1,0 +1,44 @@
+#include "orders/OrderView.h"
+
+#include "framework/Wiring.h"
+
+#include <QSplitter>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+void PrepareOrdersView(Tfrm_Basic* screen, TDataView& view, std::vector<TColumnEh> columns,
+    TClientDataSetEx* orders, TOrderItems* items)
+{
+    columns.insert(columns.begin(), {.title = u"序号"_s, .width = 46, .readOnly = true});
+    TDBGridEh* grid = view.DataViewGrid;
+    grid->SetColumns(std::move(columns));
+    grid->SetFrozenCols(2);
+    grid->OnCellClick = [screen, items](const TColumnEh&) { RunHandler(screen, [items] { items->Load(); }); };
+    view.DS->SetDataSet(orders);
+    view.Loaded();
+}
+
+void LayOutScreen(
+    QWidget* screen, std::initializer_list<QWidget*> panels, TDataView* orders, TDataView* items)
+{
+    auto* top = new QWidget(screen);
+    auto* rows = new QVBoxLayout(top);
+    rows->setContentsMargins(8, 8, 8, 6);
+    rows->setSpacing(6);
+    for (QWidget* panel : panels)
+        rows->addWidget(panel);
+
+    auto* lists = new QSplitter(Qt::Vertical, screen);
+    lists->addWidget(orders);
+    lists->addWidget(items);
+    lists->setStretchFactor(0, 4);
+    lists->setStretchFactor(1, 1);
+    lists->setChildrenCollapsible(false);
+
+    auto* layout = new QVBoxLayout(screen);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(top);
+    layout->addWidget(lists, 1);
+}
