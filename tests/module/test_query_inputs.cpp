@@ -3,6 +3,8 @@
 #include "module/data/SqlText.h"
 #include "tests/support/FakeHost.h"
 
+#include <QPlainTextEdit>
+
 #include <gtest/gtest.h>
 
 using namespace Qt::Literals::StringLiterals;
