@@ -2,6 +2,7 @@
 
 #include "framework/DataView.h"
 #include "module/data/dm_BasicData.h"
+#include "runtime/ScreenTable.h"
 #include "runtime/ui/Application.h"
 #include "runtime/ui/Style.h"
 
@@ -32,8 +33,8 @@ bool TakesEnter(const QWidget* control)
 
 } // namespace
 
-Tfrm_Basic::Tfrm_Basic(QObject* owner, const QString& name)
-    : TForm(owner, name)
+Tfrm_Basic::Tfrm_Basic(QObject* owner)
+    : TForm(owner)
 {
     FormStyle = TFormStyle::MDIChild;
     OpenMaximized = true;
@@ -58,6 +59,18 @@ void Tfrm_Basic::FormDestroy()
         dataSet->BeforeCancel = dataSet->AfterCancel = nullptr;
         dataSet->Close();
     }
+}
+
+void Tfrm_Basic::Create()
+{
+    if (const TScreenInfo* info = FindScreenInfo(metaObject()->className() + 1)) {
+        setObjectName(info->NameText());
+        SetCaption(info->Caption());
+    }
+    CreateControls();
+    FormCreate();
+    const BusyCursor busy;
+    FirstLoad();
 }
 
 void Tfrm_Basic::FormCreate()
@@ -123,7 +136,7 @@ TCloseAction Tfrm_Basic::FormClose()
     const std::vector<TClientDataSetEx*> dataSets = OwnedDataSets();
     if (!Quiet) {
         for (const TClientDataSetEx* dataSet : dataSets) {
-            if (!dataSet->Active() || dataSet->ChangeCount() == 0)
+            if (!dataSet->HasUnsavedEdits())
                 continue;
             const auto answer = Application->MessageBox(u"详细：您所做的操作并未保存，确定要关闭吗？"_s,
                 Caption(), TMessageIcon::Question, TMessageButtons::OkCancel, true);

@@ -5,22 +5,26 @@
 
 #include <QAbstractButton>
 
+#include <memory>
+
 class TDataView;
 
 // What every screen of the module is: an MDI child that announces itself to the host's main form, turns the
 // host's search to its list, guards unsaved edits, and frees itself on close.
 //
-// A screen's constructor makes its controls and datasets first (each with its objectName and the screen as
-// parent, datasets included), then calls FormCreate() once, and after that does what is its own:
+// A screen's life, every step a virtual function:
 //
-//     Tfrm_Example::Tfrm_Example(QObject* owner) : Tfrm_BasicBoot(owner, u"frm_Example"_s)
-//     {
-//         CreateControls();
-//         FormCreate();
-//         …first load…
-//     }
+//     constructor       datasets and whatever else has no window, each with its objectName and the screen as
+//                       parent
+//     CreateControls()  controls and views, laid out and bound
+//     FormCreate()      the host is told, datasets get their connection, the storage is attached; what
+//                       depends on them and on the user comes after the base's own part
+//     FirstLoad()       the queries that a screen opens with, under the busy cursor
+//     FormShow()        calls Setup(); again whenever the screen was hidden
+//     FormClose()       asks about unsaved edits, lets go of everything
+//     FormDestroy()     closes what is still open
 //
-// Raising from the constructor leaves no screen behind. FormShow() of the screen calls Setup().
+// MakeScreen() runs the first four. Name and caption are those of the screen's row in the screen table.
 class Tfrm_Basic : public TForm {
     Q_OBJECT
     // What the host reads of a screen, by name.
@@ -31,8 +35,11 @@ class Tfrm_Basic : public TForm {
     Q_PROPERTY(bool Right2 MEMBER Right2)
     Q_PROPERTY(bool Right3 MEMBER Right3)
 public:
-    Tfrm_Basic(QObject* owner, const QString& name);
+    explicit Tfrm_Basic(QObject* owner);
     ~Tfrm_Basic() override;
+
+    // The steps from name and caption to the first load; once, by MakeScreen().
+    void Create();
 
     bool Quiet = false; // no question about unsaved changes, no activation notices
 
@@ -65,7 +72,9 @@ public:
     bool FormKeyDown(QKeyEvent* event) override;
 
 protected:
-    void FormCreate();
+    virtual void CreateControls() = 0;
+    virtual void FormCreate();
+    virtual void FirstLoad() { }
     void FormActivate() override;
     TCloseAction FormClose() override;
     // Closes what is still open; the destructor's part.
@@ -82,3 +91,11 @@ private:
     QPointer<QAbstractButton> saveButton_;
     bool passingKeyOn_ = false;
 };
+
+// Makes a screen. Raises what a step of its beginning raises, and leaves no screen behind.
+template <typename TScreenClass> TScreenClass* MakeScreen(QObject* owner)
+{
+    auto screen = std::make_unique<TScreenClass>(owner);
+    screen->Create();
+    return screen.release();
+}

@@ -4,8 +4,8 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-Tfrm_BasicBoot::Tfrm_BasicBoot(QObject* owner, const QString& name)
-    : Tfrm_Basic(owner, name)
+Tfrm_BasicBoot::Tfrm_BasicBoot(QObject* owner)
+    : Tfrm_Basic(owner)
     , Prop(new TPropStorageEh(this, u"Prop"_s))
 {
 }

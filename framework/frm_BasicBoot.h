@@ -7,12 +7,12 @@
 class Tfrm_BasicBoot : public Tfrm_Basic {
     Q_OBJECT
 public:
-    Tfrm_BasicBoot(QObject* owner, const QString& name);
+    explicit Tfrm_BasicBoot(QObject* owner);
 
     TPropStorageEh* Prop; // inactive here; loaded before the first show, saved on close when active
 
 protected:
-    void FormCreate();
+    void FormCreate() override;
     TCloseAction FormClose() override;
     void showEvent(QShowEvent* event) override;
 

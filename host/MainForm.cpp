@@ -1,7 +1,7 @@
 #include "host/MainForm.h"
 
-#include "host/ScreenTable.h"
 #include "host/WindowList.h"
+#include "runtime/ScreenTable.h"
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBGrid.h"
 
@@ -9,7 +9,6 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QGuiApplication>
-#include <QHash>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
@@ -202,16 +201,19 @@ void TMainForm::BuildMenus()
     QAction* quit = system->addAction(u"退出(&X)"_s, this, &QWidget::close);
     quit->setShortcut(QKeySequence(u"Alt+F4"_s));
 
-    QHash<QStringView, QMenu*> subsystems;
-    for (const TScreenEntry& entry : kScreens) {
-        QMenu*& menu = subsystems[entry.subsystem];
-        if (!menu)
-            menu = menuBar()->addMenu(entry.subsystem.toString());
-        QAction* action = menu->addAction(entry.caption.toString());
-        action->setObjectName(entry.name.toString());
-        action->setShortcut(QKeySequence(entry.shortcut.toString()));
-        connect(action, &QAction::triggered, this,
-            [this, name = entry.name.toString()] { Q_EMIT ScreenWanted(name); });
+    for (const char16_t* title : ScreenMenus()) {
+        QMenu* menu = nullptr; // none without a screen
+        for (const TScreenInfo& info : ScreenTable()) {
+            if (!info.built || info.menu != title)
+                continue;
+            if (!menu)
+                menu = menuBar()->addMenu(QString::fromUtf16(title));
+            QAction* action = menu->addAction(info.Caption());
+            action->setObjectName(info.NameText());
+            action->setShortcut(QKeySequence(QString::fromUtf16(info.shortcut)));
+            connect(action, &QAction::triggered, this,
+                [this, name = info.NameText()] { Q_EMIT ScreenWanted(name); });
+        }
     }
 
     QMenu* window = menuBar()->addMenu(u"窗口(&W)"_s);

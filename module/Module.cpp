@@ -58,19 +58,19 @@ bool BindConnections(const std::array<TSocketConnectionEx*, 2>& connections)
 void ShowScreen(std::string_view formName)
 {
     const size_t nameLength = formName.size() > kRightsLength ? formName.size() - kRightsLength : 0;
-    const TScreenEntry* entry = FindScreen(formName.substr(0, nameLength));
-    if (!entry) {
+    TScreenSlot* slot = FindScreenSlot(formName.substr(0, nameLength));
+    if (!slot) {
         Application->MessageBox(u"详细：此窗体不存在！"_s, DllCaption(), TMessageIcon::Error);
         return;
     }
-    Tfrm_Basic*& variable = ScreenVariable(*entry);
-    if (!variable) {
-        variable = entry->create(Application);
-        const std::string_view rights = entry->rights.empty() ? formName.substr(nameLength) : entry->rights;
-        variable->SetRights(QLatin1StringView(rights.data(), static_cast<qsizetype>(rights.size())));
-        variable->SetFormVar(&variable);
+    if (!slot->open) {
+        slot->open = slot->make(Application);
+        const std::string_view fixed = slot->info->fixedRights;
+        const std::string_view rights = fixed.empty() ? formName.substr(nameLength) : fixed;
+        slot->open->SetRights(QLatin1StringView(rights.data(), static_cast<qsizetype>(rights.size())));
+        slot->open->SetFormVar(&slot->open);
     }
-    variable->Show();
+    slot->open->Show();
 }
 
 } // namespace
@@ -101,8 +101,8 @@ void ShutDown() noexcept
 {
     // Whatever is still open would run code that is about to be unmapped.
     if (QCoreApplication::instance()) {
-        for (const TScreenEntry& entry : ScreenTable())
-            delete ScreenVariable(entry);
+        for (TScreenSlot& slot : ScreenSlots())
+            delete slot.open;
     }
     Screen = savedScreen;
     Application = savedApplication;

@@ -9,53 +9,29 @@
 
 namespace {
 
-template <typename TScreenClass> Tfrm_Basic* Create(QObject* owner)
+// The row of the screen table is found by the name of the class.
+template <typename TScreenClass> TScreenSlot Slot()
 {
-    return new TScreenClass(owner);
+    return {FindScreenInfo(TScreenClass::staticMetaObject.className() + 1),
+        [](QObject* owner) -> Tfrm_Basic* { return MakeScreen<TScreenClass>(owner); }};
 }
-
-constexpr std::array<TScreenEntry, 22> kScreens{{
-    {"frm_Site"},
-    {"frm_BillQuery", {}, Create<Tfrm_BillQuery>},
-    {"frm_AcceptBill", "000", Create<Tfrm_AcceptBill>},
-    {"frm_RecBill", "000", Create<Tfrm_RecBill>},
-    {"frm_UnDispartBill", "000"},
-    {"frm_UnAccept", "000"},
-    {"frm_UnRec", "000"},
-    {"frm_Collect"},
-    {"frm_CenterChange"},
-    {"frm_Collect1"},
-    {"frm_CustomQry"},
-    {"frm_Customer"},
-    {"frm_NewCustomer"},
-    {"frm_CenterBillQuery"},
-    {"frm_CenterBillBack", "001"},
-    {"frm_YDOrderQuery"},
-    {"frm_CustomerAndStie"},
-    {"frm_RecBillQuery", "001"},
-    {"frm_order_pda"},
-    {"frm_order_pda_control"},
-    {"frm_order_pda_EMP"},
-    {"frm_order_pda_depute"},
-}};
-
-std::array<Tfrm_Basic*, kScreens.size()> openScreens{};
 
 } // namespace
 
-std::span<const TScreenEntry> ScreenTable()
+std::span<TScreenSlot> ScreenSlots()
 {
-    return kScreens;
+    static std::array slots{
+        Slot<Tfrm_BillQuery>(),
+        Slot<Tfrm_AcceptBill>(),
+        Slot<Tfrm_RecBill>(),
+    };
+    return slots;
 }
 
-const TScreenEntry* FindScreen(std::string_view name)
+TScreenSlot* FindScreenSlot(std::string_view name)
 {
-    const auto* entry = std::find_if(
-        kScreens.begin(), kScreens.end(), [&](const TScreenEntry& known) { return known.name == name; });
-    return entry != kScreens.end() && entry->create ? entry : nullptr;
-}
-
-Tfrm_Basic*& ScreenVariable(const TScreenEntry& entry)
-{
-    return openScreens[static_cast<size_t>(&entry - kScreens.data())];
+    const std::span<TScreenSlot> slots = ScreenSlots();
+    const auto slot =
+        std::ranges::find_if(slots, [&](const TScreenSlot& known) { return known.info->Name() == name; });
+    return slot == slots.end() ? nullptr : &*slot;
 }

@@ -1,20 +1,18 @@
 #pragma once
 
 #include "framework/frm_Basic.h"
+#include "runtime/ScreenTable.h"
 
 #include <span>
-#include <string_view>
 
-// One screen that the host may ask for by name.
-struct TScreenEntry {
-    std::string_view name;
-    std::string_view rights{}; // given whatever the caller passed; empty: the caller's code
-    Tfrm_Basic* (*create)(QObject* owner) = nullptr; // null: not built, and so not to be found
+// How the module makes one screen, and the one instance of it that may be open.
+struct TScreenSlot {
+    const TScreenInfo* info;
+    Tfrm_Basic* (*make)(QObject* owner);
+    Tfrm_Basic* open = nullptr;
 };
 
-// In the order in which names are tested.
-std::span<const TScreenEntry> ScreenTable();
-// The entry of that very name that can be created, and the variable of its open instance; null when there is
-// none.
-const TScreenEntry* FindScreen(std::string_view name);
-Tfrm_Basic*& ScreenVariable(const TScreenEntry& entry);
+// The screens that the module can make.
+std::span<TScreenSlot> ScreenSlots();
+// The slot of the screen of that very name; null when there is none.
+TScreenSlot* FindScreenSlot(std::string_view name);

@@ -83,7 +83,7 @@ constexpr OrderColumnUse kColumns[] = {
 } // namespace
 
 Tfrm_AcceptBill::Tfrm_AcceptBill(QObject* owner)
-    : Tfrm_SiteOrders(owner, u"frm_AcceptBill"_s, u"网点接单"_s)
+    : Tfrm_SiteOrders(owner)
 {
     cds->AfterEdit = [this] { statusBefore_ = StatusOf(*cds); };
     BatchAcceptBill = NewBatchAction(u"BatchAcceptBill"_s, u"批量接单"_s);
@@ -92,8 +92,6 @@ Tfrm_AcceptBill::Tfrm_AcceptBill(QObject* owner)
     Timer1->setObjectName(u"Timer1"_s);
     Timer1->setInterval(kTickMilliseconds);
     OnTimer(Timer1, this, &Tfrm_AcceptBill::Timer1Timer);
-    CreateControls();
-    FormCreate();
 }
 
 void Tfrm_AcceptBill::CreateControls()
@@ -192,8 +190,10 @@ void Tfrm_AcceptBill::FormCreate()
              static_cast<QWidget*>(Label4), static_cast<QWidget*>(Label5)}) {
         control->setVisible(AtHeadquarters());
     }
+}
 
-    const BusyCursor busy;
+void Tfrm_AcceptBill::FirstLoad()
+{
     OpenQuery(*cdsDestination, DestinationSitesQuery());
     OpenQuery(*cds, FirstAcceptQuery(Criteria()));
     items_->Load();

@@ -16,15 +16,16 @@ public:
     explicit Tfrm_AcceptBill(QObject* owner);
 
 protected:
+    void CreateControls() override;
+    void FormCreate() override;
+    void FirstLoad() override;
     void FormShow() override;
     void cdsBeforePost() override;
 
 private:
-    void CreateControls();
     QWidget* CreateFilterPanel();
     QWidget* CreateActionPanel();
     void CreateViews();
-    void FormCreate();
 
     void Button1Click();
     void Button2Click();

@@ -79,12 +79,10 @@ constexpr OrderColumnUse kColumns[] = {
 } // namespace
 
 Tfrm_RecBill::Tfrm_RecBill(QObject* owner)
-    : Tfrm_SiteOrders(owner, u"frm_RecBill"_s, u"网点揽件"_s)
+    : Tfrm_SiteOrders(owner)
 {
     BatchRecBill = NewBatchAction(u"BatchRecBill"_s, u"批量揽件"_s);
     OnTriggered(BatchRecBill, this, &Tfrm_RecBill::BatchRecBillExecute);
-    CreateControls();
-    FormCreate();
 }
 
 void Tfrm_RecBill::CreateControls()
@@ -155,10 +153,8 @@ void Tfrm_RecBill::CreateViews()
     PrepareItemsView(*DataView2, cdsms);
 }
 
-void Tfrm_RecBill::FormCreate()
+void Tfrm_RecBill::FirstLoad()
 {
-    Tfrm_BasicBoot::FormCreate();
-    const BusyCursor busy;
     OpenQuery(*cdsDestination, DestinationSitesQuery());
     LoadOrders();
 }

@@ -12,15 +12,15 @@ public:
     explicit Tfrm_RecBill(QObject* owner);
 
 protected:
+    void CreateControls() override;
+    void FirstLoad() override;
     void FormShow() override;
     void cdsBeforePost() override;
 
 private:
-    void CreateControls();
     QWidget* CreateFilterPanel();
     QWidget* CreateActionPanel();
     void CreateViews();
-    void FormCreate();
 
     void Button1Click();
     void Button4Click();

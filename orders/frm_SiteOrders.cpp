@@ -4,8 +4,8 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-Tfrm_SiteOrders::Tfrm_SiteOrders(QObject* owner, const QString& name, const QString& caption)
-    : Tfrm_BasicBoot(owner, name)
+Tfrm_SiteOrders::Tfrm_SiteOrders(QObject* owner)
+    : Tfrm_BasicBoot(owner)
     , cds(new TClientDataSetEx(this, u"cds"_s))
     , cdsms(new TClientDataSetEx(this, u"cdsms"_s))
     , cdsDestination(new TClientDataSetEx(this, u"cdsDestination"_s))
@@ -14,7 +14,6 @@ Tfrm_SiteOrders::Tfrm_SiteOrders(QObject* owner, const QString& name, const QStr
     , items_(new TOrderItems(this, cds, cdsms))
     , clerk_{GlobalValue(u"site"_s), GlobalValue(u"employeeName"_s)}
 {
-    SetCaption(caption);
     for (TClientDataSetEx* orders : {cds, cdsErr})
         orders->SetCommandText(u"select * from tab_zelmor_bill where 1=0"_s);
     cds->BeforePost = [this] { cdsBeforePost(); };

@@ -9,12 +9,11 @@
 #include <QPushButton>
 
 // What the screens on which a site works through its orders have alike: the list with its goods lines, the
-// destinations it offers, the rows that a save left over, and the clerk who works on it. A screen makes its
-// controls and calls FormCreate() itself.
+// destinations it offers, the rows that a save left over, and the clerk who works on it.
 class Tfrm_SiteOrders : public Tfrm_BasicBoot {
     Q_OBJECT
 protected:
-    Tfrm_SiteOrders(QObject* owner, const QString& name, const QString& caption);
+    explicit Tfrm_SiteOrders(QObject* owner);
 
     bool HasOrders() const;
     // An action over the selected orders; enabled while there are orders.

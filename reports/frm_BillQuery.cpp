@@ -83,12 +83,9 @@ constexpr OrderColumnUse kColumns[] = {
 } // namespace
 
 Tfrm_BillQuery::Tfrm_BillQuery(QObject* owner)
-    : Tfrm_BasicBoot(owner, u"frm_BillQuery"_s)
+    : Tfrm_BasicBoot(owner)
 {
-    SetCaption(u"泽摩订单查询"_s);
     CreateDataSets();
-    CreateControls();
-    FormCreate();
 }
 
 void Tfrm_BillQuery::CreateDataSets()
@@ -174,12 +171,16 @@ void Tfrm_BillQuery::FormCreate()
     Prop->StoredProps = {u"Panel1.PageControl1.TabSheet1.Panel2.DBComboBoxEh2.<P>.Text"_s};
 
     const TClientDataSetEx& loginSite = GlobalCds(u"loginsite"_s);
-    cdsprov->Open();
-    Panel2->OfferProvinces(ColumnTexts(*cdsprov, u"PROV"));
     Panel2->Preset(GlobalValue(u"site"_s), TextOf(loginSite, u"TYPE").contains(u"中心"_s));
     areaName_ = TextOf(loginSite, u"AREA_NAME");
     PageControl1->setCurrentWidget(TabSheet1);
     TabSheet1Show();
+}
+
+void Tfrm_BillQuery::FirstLoad()
+{
+    cdsprov->Open();
+    Panel2->OfferProvinces(ColumnTexts(*cdsprov, u"PROV"));
 }
 
 void Tfrm_BillQuery::FormShow()

@@ -16,14 +16,15 @@ public:
     explicit Tfrm_BillQuery(QObject* owner);
 
 protected:
+    void CreateControls() override;
+    void FormCreate() override;
+    void FirstLoad() override;
     void FormShow() override;
 
 private:
     void CreateDataSets();
-    void CreateControls();
     void CreatePages();
     void CreateView();
-    void FormCreate();
 
     void Button1Click();
     void PageControl1Change();

@@ -102,6 +102,10 @@ public:
     void CopyDelta(const TClientDataSetEx& other, bool rejectedOnly = false);
 
     TDataSetState State() const noexcept;
+    bool IsEditing() const noexcept; // edit or insert
+    // Whether closing would lose something: a change log, a row in edit with cells that differ from what it
+    // was read with, or a bound control holding text that is not yet written.
+    bool HasUnsavedEdits() const;
     bool IsEmpty() const noexcept; // no view rows
     int RecordCount() const noexcept; // view rows
     int RecNo() const noexcept; // 1…; 0 when empty
@@ -213,6 +217,7 @@ Q_SIGNALS:
     void RowInserted(int viewRow);
     void RowRemoved(int viewRow);
     void UpdateRecordRequested();
+    void UnwrittenTextAsked(bool& held) const; // a control that holds such text says so
 
 private:
     friend class TField;

@@ -17,6 +17,15 @@ void TClientDataSetEx::Private::SetPending(int field, wire::Value value)
     Notify([&] { Q_EMIT q->FieldChanged(field); });
 }
 
+bool TClientDataSetEx::Private::PendingDiffers() const
+{
+    return std::any_of(pending.begin(), pending.end(), [this](const Cells::Cell& cell) {
+        const wire::Value before =
+            state == TDataSetState::Insert ? wire::Value{} : rows.Present(editRow, cell.field);
+        return !wire::SameValue(before, cell.value);
+    });
+}
+
 void TClientDataSetEx::Private::Settle()
 {
     if (!IsEditing())
@@ -192,6 +201,22 @@ void TClientDataSetEx::SetFieldAndPost(const QString& fieldName, const wire::Val
     Edit();
     field.SetValue(value);
     Post();
+}
+
+bool TClientDataSetEx::IsEditing() const noexcept
+{
+    return d_->IsEditing();
+}
+
+bool TClientDataSetEx::HasUnsavedEdits() const
+{
+    if (!Active())
+        return false;
+    if (ChangeCount() > 0 || (d_->IsEditing() && d_->PendingDiffers()))
+        return true;
+    bool held = false;
+    Q_EMIT UnwrittenTextAsked(held);
+    return held;
 }
 
 void TClientDataSetEx::UpdateRecord()

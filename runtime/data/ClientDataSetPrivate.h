@@ -66,6 +66,7 @@ public:
         return rows.Edited(row, field);
     }
     void SetPending(int field, wire::Value value);
+    bool PendingDiffers() const;
 
     // Opening and closing.
     void Begin(std::vector<wire::ColumnInfo> infos);

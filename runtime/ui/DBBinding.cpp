@@ -85,6 +85,8 @@ void TDBBinding::Attach(TClientDataSetEx* dataSet)
                     if (!Commit())
                         Abort();
                 }),
+            connect(dataSet, &TClientDataSetEx::UnwrittenTextAsked, this,
+                [this](bool& held) { held = held || d_->modified; }),
         };
     }
     Refresh();

@@ -122,6 +122,8 @@ void TDBGridEh::Private::Attach(TClientDataSetEx* newDataSet)
                     if (!q->CommitEditor())
                         Abort();
                 }),
+            connect(dataSet, &TClientDataSetEx::UnwrittenTextAsked, q,
+                [this](bool& held) { held = held || editorModified; }),
             connect(dataSet, &QObject::destroyed, q, [this] { DataReset(); }),
         };
     }

@@ -40,17 +40,22 @@ class Tfrm_Probe : public Tfrm_BasicBoot {
     Q_OBJECT
 public:
     explicit Tfrm_Probe(QObject* owner)
-        : Tfrm_BasicBoot(owner, QStringLiteral("frm_Probe"))
+        : Tfrm_BasicBoot(owner)
         , cds(new TClientDataSetEx(this, QStringLiteral("cds")))
         , cds2(new TClientDataSetEx(this, QStringLiteral("cds2")))
         , Edit1(new QLineEdit(this))
         , Edit2(new QLineEdit(this))
         , Memo1(new QPlainTextEdit(this))
-        , DataView1(new TDataView(this, QStringLiteral("DataView1")))
         , Button1(new QPushButton(this))
     {
+        setObjectName(QStringLiteral("frm_Probe"));
         SetCaption(QStringLiteral("试验"));
+    }
+
+    void CreateControls() override
+    {
         Edit1->setObjectName(QStringLiteral("Edit1"));
+        DataView1 = new TDataView(this, QStringLiteral("DataView1"));
         auto* layout = new QVBoxLayout(this);
         for (QWidget* widget :
             {static_cast<QWidget*>(Edit1), static_cast<QWidget*>(Edit2), static_cast<QWidget*>(Memo1),
@@ -63,7 +68,6 @@ public:
             {.fieldName = QStringLiteral("NOTE"), .title = QStringLiteral("备注"), .width = 200},
             {.fieldName = QStringLiteral("EXTRA"), .title = QStringLiteral("其它"), .width = 60}});
         DataView1->Loaded();
-        FormCreate();
     }
 
     void OpenBoth()
@@ -83,7 +87,7 @@ public:
     QLineEdit* Edit1;
     QLineEdit* Edit2;
     QPlainTextEdit* Memo1;
-    TDataView* DataView1;
+    TDataView* DataView1 = nullptr;
     QPushButton* Button1;
 
 protected:

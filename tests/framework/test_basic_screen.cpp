@@ -20,7 +20,7 @@ protected:
     BasicScreen()
     {
         host.MainForm.show();
-        screen = new Tfrm_Probe(&host.App);
+        screen = MakeScreen<Tfrm_Probe>(&host.App);
         variable = screen;
         screen->SetFormVar(&variable);
     }
@@ -118,6 +118,36 @@ TEST_F(BasicScreen, AnUnchangedScreenClosesWithoutAWord)
     EXPECT_TRUE(host.App.ShownMessages().empty());
 }
 
+TEST_F(BasicScreen, ARowStillInEditIsUnsavedTooAndAskedOnceADataSet)
+{
+    Show();
+    screen->OpenBoth();
+    const auto close = [this] {
+        host.App.ClearShownMessages();
+        return screen->Close();
+    };
+    Tfrm_Probe::Change(*screen->cds);
+    screen->cds->Edit();
+    screen->cds->FieldByName(u"NOTE").SetAsString(u"typed"_s);
+    EXPECT_FALSE(close());
+    EXPECT_EQ(host.App.ShownMessages().size(), 1U);
+    screen->cds->Cancel();
+    screen->cds->CancelUpdates();
+
+    // Text in a cell's editor, written nowhere yet.
+    TDBGridEh* grid = screen->DataView1->DataViewGrid;
+    grid->SelectField(u"NOTE");
+    grid->setFocus();
+    QTest::keyClick(grid, Qt::Key_X);
+    EXPECT_FALSE(close());
+    screen->cds->Cancel();
+
+    screen->cds->Edit();
+    screen->cds->FieldByName(u"NOTE").SetAsString(screen->cds->FieldByName(u"NOTE").AsString());
+    EXPECT_TRUE(close()) << "nothing differs";
+    EXPECT_TRUE(host.App.ShownMessages().empty());
+}
+
 TEST_F(BasicScreen, AQuietScreenOnlySaysThatItCloses)
 {
     screen->SetQuiet();
@@ -177,7 +207,7 @@ TEST_F(BasicScreen, StoredPropertiesComeBack)
     screen->Close();
     RunEvents();
 
-    auto* again = new Tfrm_Probe(&host.App);
+    auto* again = MakeScreen<Tfrm_Probe>(&host.App);
     again->Prop->Active = true;
     again->Prop->StoredProps = {u"Edit1.<P>.Text"_s};
     again->Edit1->setText(u"预设"_s);

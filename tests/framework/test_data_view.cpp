@@ -25,7 +25,7 @@ protected:
     void Reopen()
     {
         delete screen.data();
-        screen = new Tfrm_Probe(&host.App);
+        screen = MakeScreen<Tfrm_Probe>(&host.App);
         screen->OpenBoth();
         grid = screen->DataView1->DataViewGrid;
     }

@@ -40,7 +40,7 @@ protected:
         const std::vector<std::uintptr_t> data = host.HostData();
         OpenScreen(&host.App, &host.Scr, data.data(), 1, formName);
     }
-    Tfrm_Basic*& Accept() { return ScreenVariable(*FindScreen("frm_AcceptBill")); }
+    Tfrm_Basic*& Accept() { return FindScreenSlot("frm_AcceptBill")->open; }
 
     TFakeHost host;
 };
@@ -152,6 +152,7 @@ TEST_F(Exec, AFailingScreenIsToldAndCanBeOpenedLater)
     EXPECT_EQ(host.App.ShownMessages()[0].caption, u"DLL调用"_s);
     EXPECT_EQ(host.App.ShownMessages()[0].icon, TMessageIcon::Error);
     EXPECT_EQ(Screen->Cursor(), crDefault);
+    EXPECT_TRUE(host.Scr.Forms().empty()) << "half a screen";
 
     host.Server.OnQuery = answer;
     Call("frm_AcceptBill000");
@@ -190,12 +191,12 @@ TEST(Library, SettingsLieBesideTheProgramAndShutDownPutsTheGlobalsBack)
     EXPECT_EQ(LayoutStorage, nullptr);
 }
 
-TEST(ScreenTable, NamesAreUniqueAndFixedRightsHaveThreeCharacters)
+TEST(ScreenTable, TheMenusOfferWhatTheModuleMakes)
 {
     std::set<std::string_view> names;
-    for (const TScreenEntry& entry : ScreenTable()) {
-        EXPECT_TRUE(names.insert(entry.name).second) << entry.name;
-        EXPECT_TRUE(entry.rights.empty() || entry.rights.size() == 3) << entry.name;
+    for (const TScreenInfo& info : ScreenTable()) {
+        EXPECT_TRUE(names.insert(info.Name()).second) << info.Name();
+        EXPECT_EQ(info.built, FindScreenSlot(info.Name()) != nullptr) << info.Name();
     }
     EXPECT_EQ(names.size(), 22U);
 }

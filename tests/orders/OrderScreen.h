@@ -15,7 +15,7 @@ template <typename Screen, typename Desk> class OrderScreen : public ::testing::
 protected:
     void Open()
     {
-        screen = new Screen(&desk.host.App);
+        screen = MakeScreen<Screen>(&desk.host.App);
         screen->Show();
         QCoreApplication::processEvents();
         desk.host.TakeMessages();

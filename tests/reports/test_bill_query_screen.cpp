@@ -44,7 +44,7 @@ protected:
     {
         desk.host.MainForm.resize(1280, 800);
         desk.host.MainForm.show();
-        screen = new Tfrm_BillQuery(&desk.host.App);
+        screen = MakeScreen<Tfrm_BillQuery>(&desk.host.App);
         screen->Show();
         QCoreApplication::processEvents();
         grid = screen->findChild<TDataView*>(u"DataView1"_s)->DataViewGrid;

@@ -1,0 +1,55 @@
+#include "runtime/ScreenTable.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr const char16_t* kSiteMenu = u"网点业务(&B)";
+constexpr const char16_t* kDispatchMenu = u"调度分派(&D)";
+constexpr const char16_t* kReportMenu = u"查询统计(&Q)";
+constexpr std::array kMenus{kSiteMenu, kDispatchMenu, kReportMenu};
+constexpr bool kBuilt = true;
+
+constexpr auto kScreens = std::to_array<TScreenInfo>({
+    {"Tfrm_Site", u"网点揽派区/县", kSiteMenu, u"", ""},
+    {"Tfrm_BillQuery", u"泽摩订单查询", kReportMenu, u"Ctrl+3", "", kBuilt},
+    {"Tfrm_AcceptBill", u"网点接单", kSiteMenu, u"Ctrl+1", "000", kBuilt},
+    {"Tfrm_RecBill", u"网点揽件", kSiteMenu, u"Ctrl+2", "000", kBuilt},
+    {"Tfrm_UnDispartBill", u"未分件泽摩订单", kDispatchMenu, u"", "000"},
+    {"Tfrm_UnAccept", u"未接单查询", kReportMenu, u"", "000"},
+    {"Tfrm_UnRec", u"未揽件查询", kReportMenu, u"", "000"},
+    {"Tfrm_Collect", u"汇总分析", kReportMenu, u"", ""},
+    {"Tfrm_CenterChange", u"", kDispatchMenu, u"", ""},
+    {"Tfrm_Collect1", u"", kReportMenu, u"", ""},
+    {"Tfrm_CustomQry", u"", kReportMenu, u"", ""},
+    {"Tfrm_Customer", u"", kReportMenu, u"", ""},
+    {"Tfrm_NewCustomer", u"", kReportMenu, u"", ""},
+    {"Tfrm_CenterBillQuery", u"泽摩订单查询", kReportMenu, u"", ""},
+    {"Tfrm_CenterBillBack", u"中心订单撤销", kDispatchMenu, u"", "001"},
+    {"Tfrm_YDOrderQuery", u"", kReportMenu, u"", ""},
+    {"Tfrm_CustomerAndStie", u"", kReportMenu, u"", ""},
+    {"Tfrm_RecBillQuery", u"网点揽件查询", kSiteMenu, u"", "001"},
+    {"Tfrm_order_pda", u"订单录入", kDispatchMenu, u"", ""},
+    {"Tfrm_order_pda_control", u"订单分派", kDispatchMenu, u"", ""},
+    {"Tfrm_order_pda_EMP", u"订单查询", kDispatchMenu, u"", ""},
+    {"Tfrm_order_pda_depute", u"订单委托", kDispatchMenu, u"", ""},
+});
+
+} // namespace
+
+std::span<const char16_t* const> ScreenMenus()
+{
+    return kMenus;
+}
+
+std::span<const TScreenInfo> ScreenTable()
+{
+    return kScreens;
+}
+
+const TScreenInfo* FindScreenInfo(std::string_view name)
+{
+    const auto* row = std::ranges::find(kScreens, name, &TScreenInfo::Name);
+    return row == kScreens.end() ? nullptr : row;
+}
