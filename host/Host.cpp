@@ -69,7 +69,7 @@ void THost::SetModulePath(const QString& path)
 void THost::Start()
 {
     loginWindow_ = std::make_unique<TLoginWindow>();
-    std::vector<TServerList> servers = settings_.Servers();
+    std::vector<TServerAddresses> servers = settings_.Servers();
     const bool named = !options_.servers.empty();
     if (named) {
         std::erase(servers, options_.servers);
@@ -153,7 +153,8 @@ void THost::RunScript()
 
 // Names, passwords and addresses are tried on a thread of their own: a server that is far, slow or gone must
 // not stop the window. What succeeded is then opened for good.
-void THost::TryLogin(const QString& account, const QString& password, const std::optional<TServerWay>& way)
+void THost::TryLogin(
+    const QString& account, const QString& password, const std::optional<TConnectOptions>& way)
 {
     if (loginWindow_->IsBusy())
         return;

@@ -50,7 +50,7 @@ private:
     void EmbeddedReady();
     void RunScript();
 
-    void TryLogin(const QString& account, const QString& password, const std::optional<TServerWay>& way);
+    void TryLogin(const QString& account, const QString& password, const std::optional<TConnectOptions>& way);
     void FinishLogin(const QString& account, const QString& password, const QString& problem);
     void EnterFrame();
     void LoadSharedData();
@@ -74,7 +74,7 @@ private:
     std::unique_ptr<TLoginWindow> loginWindow_;
     std::unique_ptr<TMainForm> mainForm_;
 
-    std::optional<TServerWay> way_; // in use or being tried; nullopt: the embedded one
+    std::optional<TConnectOptions> way_; // in use or being tried; nullopt: the embedded one
     bool loggedIn_ = false;
     std::thread loginThread_;
     // Element 0 and 1 of what the module is handed. A pair serves one login; earlier pairs stay, closed, as

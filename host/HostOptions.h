@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/data/ServerWay.h"
+#include "runtime/data/TcpTransport.h"
 #include "wire/DateTime.h"
 
 #include <QStringList>
@@ -12,7 +12,7 @@ struct THostOptions {
     QString dataDir; // folder of the embedded database and of the host's own settings
     QString demo = QStringLiteral("medium");
     std::optional<wire::DateTime> now; // fixes the embedded server's clock at start-up
-    TServerList servers; // of one database; empty: what was chosen last
+    TServerAddresses servers; // of one database; empty: what was chosen last
     std::optional<TTlsUse> tls; // nothing: as chosen last
     QString caFile; // "": as chosen last
     QString script; // a script that drives the host instead of a user

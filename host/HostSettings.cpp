@@ -28,9 +28,9 @@ QString THostSettings::LastAccount() const
     return file_.ReadString(u"login"_s, u"account"_s);
 }
 
-std::vector<TServerList> THostSettings::Servers() const
+std::vector<TServerAddresses> THostSettings::Servers() const
 {
-    std::vector<TServerList> servers;
+    std::vector<TServerAddresses> servers;
     const QStringList texts = file_.ReadString(u"login"_s, u"servers"_s).split(u';', Qt::SkipEmptyParts);
     for (const QString& text : texts) {
         if (auto addresses = ParseServerAddresses(text))
@@ -50,13 +50,13 @@ QString THostSettings::CaFile() const
     return file_.ReadString(u"login"_s, u"ca"_s);
 }
 
-void THostSettings::RememberLogin(const QString& account, const std::optional<TServerWay>& way)
+void THostSettings::RememberLogin(const QString& account, const std::optional<TConnectOptions>& way)
 {
     file_.WriteString(u"login"_s, u"account"_s, account);
     file_.WriteString(u"login"_s, u"place"_s, way ? u"server"_s : u"embedded"_s);
     if (way) {
         QStringList texts{TextOf(way->addresses)};
-        for (const TServerList& known : Servers()) {
+        for (const TServerAddresses& known : Servers()) {
             if (known != way->addresses && texts.size() < kServersKept)
                 texts.append(TextOf(known));
         }

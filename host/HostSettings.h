@@ -16,11 +16,11 @@ public:
     bool UsesServer() const;
     QString LastAccount() const;
     // Lists of servers that worked, the last used first.
-    std::vector<TServerList> Servers() const;
+    std::vector<TServerAddresses> Servers() const;
     TTlsUse Tls() const;
     QString CaFile() const;
     // After a login: `way` is nullopt for the embedded database.
-    void RememberLogin(const QString& account, const std::optional<TServerWay>& way);
+    void RememberLogin(const QString& account, const std::optional<TConnectOptions>& way);
 
     QByteArray WindowGeometry() const;
     void RememberWindowGeometry(const QByteArray& geometry);

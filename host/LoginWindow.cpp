@@ -229,9 +229,9 @@ void TLoginWindow::ConnectControls()
     connect(offeredList_, &QListWidget::itemDoubleClicked, this, &TLoginWindow::RequestLogin);
 }
 
-void TLoginWindow::SetServers(const std::vector<TServerList>& servers)
+void TLoginWindow::SetServers(const std::vector<TServerAddresses>& servers)
 {
-    for (const TServerList& list : servers) {
+    for (const TServerAddresses& list : servers) {
         if (serverEdit_->findText(TextOf(list)) < 0)
             serverEdit_->addItem(TextOf(list));
     }
@@ -360,7 +360,7 @@ void TLoginWindow::RequestLogin()
         accountEdit_->setFocus();
         return;
     }
-    std::optional<TServerWay> way;
+    std::optional<TConnectOptions> way;
     if (serverButton_->isChecked()) {
         auto servers = ParseServerAddresses(serverEdit_->currentText());
         if (!servers) {
@@ -373,9 +373,9 @@ void TLoginWindow::RequestLogin()
     Q_EMIT LoginRequested(account, passwordEdit_->text(), way);
 }
 
-TServerWay TLoginWindow::WayTo(TServerList addresses) const
+TConnectOptions TLoginWindow::WayTo(TServerAddresses addresses) const
 {
-    TServerWay way;
+    TConnectOptions way;
     way.addresses = std::move(addresses);
     way.tls = static_cast<TTlsUse>(tlsBox_->currentIndex());
     way.caFile = QDir::fromNativeSeparators(caEdit_->text().trimmed());
@@ -408,7 +408,7 @@ void TLoginWindow::UpdateState()
     tlsBox_->setEnabled(!busy_);
     caField_->setEnabled(!busy_);
     const auto servers = ParseServerAddresses(serverEdit_->currentText());
-    const TServerWay way = WayTo(servers.value_or(TServerList()));
+    const TConnectOptions way = WayTo(servers.value_or(TServerAddresses()));
     form_->setRowVisible(tlsBox_, !embedded);
     form_->setRowVisible(caField_, !embedded && way.tls != TTlsUse::Never);
     form_->setRowVisible(plainLabel_,

@@ -34,7 +34,7 @@ class TLoginWindow : public QWidget {
 public:
     TLoginWindow();
 
-    void SetServers(const std::vector<TServerList>& servers);
+    void SetServers(const std::vector<TServerAddresses>& servers);
     void SetEnciphering(TTlsUse tls, const QString& caFile);
     void ChooseServer(bool remote);
     bool UsesEmbedded() const;
@@ -59,7 +59,7 @@ public:
 Q_SIGNALS:
     // `way` is nullopt for the embedded database.
     void LoginRequested(
-        const QString& account, const QString& password, const std::optional<TServerWay>& way);
+        const QString& account, const QString& password, const std::optional<TConnectOptions>& way);
     void EmbeddedChosen();
     void Closed();
     // The window has been on the screen for the first time.
@@ -79,7 +79,7 @@ private:
     void RequestLogin();
     void TakeOffered(int row);
     void ChooseCaFile();
-    TServerWay WayTo(TServerList addresses) const;
+    TConnectOptions WayTo(TServerAddresses addresses) const;
     void UpdateState();
 
     QRadioButton* embeddedButton_;

@@ -53,7 +53,7 @@ void ResolveCourier(TClientDataSetEx& cds, TClientDataSetEx& employees, const QS
         return;
     QString name = typed;
     QString phone;
-    if (employees.Locate(u"EMPLOYEE_CODE"_s, {typed}) || employees.Locate(u"EMPLOYEE_NAME"_s, {typed})) {
+    if (employees.Locate(u"EMPLOYEE_CODE", {typed}) || employees.Locate(u"EMPLOYEE_NAME", {typed})) {
         name = TextOf(employees, u"EMPLOYEE_NAME");
         phone = TextOf(employees, u"PHONE");
     }

@@ -22,6 +22,6 @@ void OfferDestinations(TColumnEh& column, TDataSource* destinations)
 void DropUnknownDestination(TClientDataSetEx& cds, TClientDataSetEx& destinations)
 {
     const QString destination = TextOf(cds, u"DESTINATION");
-    if (!destination.isEmpty() && !destinations.Locate(u"SITE_NAME"_s, {destination}))
+    if (!destination.isEmpty() && !destinations.Locate(u"SITE_NAME", {destination}))
         ClearField(cds, u"DESTINATION");
 }

@@ -13,7 +13,7 @@ namespace {
 std::optional<TStockSite> FindSite(const QString& name)
 {
     TClientDataSetEx& sites = *dm_GlobalData->AllSite;
-    if (!sites.Locate(u"SITE_NAME"_s, {name}))
+    if (!sites.Locate(u"SITE_NAME", {name}))
         return std::nullopt;
     return StockSiteIn(sites);
 }

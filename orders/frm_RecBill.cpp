@@ -92,7 +92,7 @@ void Tfrm_RecBill::CreateControls()
     CreateViews();
     LayOutScreen(this, {filters, actions}, DataView1, DataView2);
     DBEditEh1->Binding().SetDataSource(DataView1->DS);
-    DBEditEh1->Binding().SetDataField(kCouponField.toString());
+    DBEditEh1->Binding().SetDataField(kCouponField);
     setTabOrder(DBEditEh1, DataView1->DataViewGrid);
 }
 

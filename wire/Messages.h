@@ -107,7 +107,7 @@ public:
     virtual ~Transport();
     virtual void Connect() = 0; // does nothing when connected
     // How many servers `Connect` has to choose from; after a failure it begins with another one.
-    virtual int Ways() const noexcept { return 1; }
+    virtual int ServerCount() const noexcept { return 1; }
     virtual void Disconnect() noexcept = 0;
     virtual bool IsConnected() const noexcept = 0;
     virtual Reply Exchange(const Request& request, ReplySink& sink) = 0;

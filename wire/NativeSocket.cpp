@@ -205,7 +205,7 @@ bool NativeSocket::WaitToSend(const QDeadlineTimer& deadline)
 
 bool NativeSocket::PeerHasClosed() const noexcept
 {
-    // Not by looking for the end of what was sent: the farewell of an enciphered connection stands before it.
+    // Not by looking for the end of what was sent: the farewell of an encrypted connection stands before it.
     pollfd poll = {static_cast<Handle>(descriptor_), kClosedEvents, 0};
     return Poll(poll, 0) > 0 && (poll.revents & kClosed) != 0;
 }

@@ -42,17 +42,17 @@ qsizetype SocketStream::Receive(char* to, qsizetype size, int timeout)
 {
     const bool sent = std::exchange(sent_, false);
     if (tls_ != nullptr)
-        return ReceiveDeciphered(to, size, timeout);
+        return ReceiveDecrypted(to, size, timeout);
     return sent ? native_.ReceiveLater(to, size, timeout) : native_.Receive(to, size, timeout);
 }
 
 bool SocketStream::Send(const char* bytes, qsizetype size, int timeout)
 {
     sent_ = true;
-    return tls_ != nullptr ? SendEnciphered(bytes, size, timeout) : native_.Send(bytes, size, timeout);
+    return tls_ != nullptr ? SendEncrypted(bytes, size, timeout) : native_.Send(bytes, size, timeout);
 }
 
-qsizetype SocketStream::ReceiveDeciphered(char* to, qsizetype size, int timeout)
+qsizetype SocketStream::ReceiveDecrypted(char* to, qsizetype size, int timeout)
 {
     const QDeadlineTimer deadline(timeout);
     while (tls_->bytesAvailable() == 0) {
@@ -71,7 +71,7 @@ qsizetype SocketStream::ReceiveDeciphered(char* to, qsizetype size, int timeout)
     return tls_->read(to, size);
 }
 
-bool SocketStream::SendEnciphered(const char* bytes, qsizetype size, int timeout)
+bool SocketStream::SendEncrypted(const char* bytes, qsizetype size, int timeout)
 {
     while (size > 0) {
         const qsizetype piece = std::min(size, kPiece);

@@ -10,13 +10,13 @@ class QTcpSocket;
 namespace wire {
 
 // A connected TCP socket as a stream of bytes, waited for on the caller's thread without an event loop. A
-// plain socket's bytes go past Qt's buffers; a QSslSocket, once it enciphers, is written in pieces of a few
+// plain socket's bytes go past Qt's buffers; a QSslSocket, once it encrypts, is written in pieces of a few
 // records, so that none of its buffers outgrows them.
 class WIRE_EXPORT SocketStream {
 public:
     static constexpr qsizetype kTimedOut = NativeSocket::kTimedOut;
 
-    // Takes a connected socket; a QSslSocket must be enciphering already.
+    // Takes a connected socket; a QSslSocket must be encrypting already.
     explicit SocketStream(std::unique_ptr<QTcpSocket> socket);
     ~SocketStream();
 
@@ -31,8 +31,8 @@ public:
     const QTcpSocket& Socket() const noexcept { return *socket_; }
 
 private:
-    qsizetype ReceiveDeciphered(char* to, qsizetype size, int timeout);
-    bool SendEnciphered(const char* bytes, qsizetype size, int timeout);
+    qsizetype ReceiveDecrypted(char* to, qsizetype size, int timeout);
+    bool SendEncrypted(const char* bytes, qsizetype size, int timeout);
 
     std::unique_ptr<QTcpSocket> socket_;
     QSslSocket* tls_; // the socket, where it is one

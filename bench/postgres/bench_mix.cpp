@@ -6,8 +6,8 @@
 #include "bench/system/Measure.h"
 #include "demo/Generator.h"
 #include "runtime/data/ClientDataSet.h"
-#include "runtime/data/ServerWay.h"
 #include "runtime/data/SocketConnection.h"
+#include "runtime/data/TcpTransport.h"
 #include "server/dialect/Dialect.h"
 #include "server/storage/postgres/PostgresStorage.h"
 #include "tests/support/PostgresDatabase.h"
@@ -98,7 +98,7 @@ QString RowsText(const QStringList& orders)
 // One client: speaks the protocol, decodes what comes and forgets it.
 class Client {
 public:
-    Client(const TServerWay& way, int number)
+    Client(const TConnectOptions& way, int number)
         : transport_(MakeTcpTransport(way))
         , random_(quint32(number))
     {
@@ -194,7 +194,7 @@ private:
 // The clients of one server, each on a thread of its own, where its socket was made.
 class Crowd {
 public:
-    Crowd(const TServerWay& way, int firstNumber)
+    Crowd(const TConnectOptions& way, int firstNumber)
     {
         for (int i = 0; i < kClients; ++i)
             threads_.emplace_back([=, this] { Work(way, firstNumber + i); });
@@ -224,7 +224,7 @@ public:
     std::vector<double> lookUps; // what each took, in milliseconds
 
 private:
-    void Work(const TServerWay& way, int number)
+    void Work(const TConnectOptions& way, int number)
     {
         std::optional<Client> client;
         Guarded([&] { client.emplace(way, number); });
@@ -441,9 +441,9 @@ void Run(int seconds, int rounds)
         {}, options + QStringList{u"--tls-certificate"_s, files.certificates, u"--tls-key"_s, files.key});
     const auto catalog = storage::OpenPostgres(database.Uri(), {}, {})->Catalog();
     CopyOrders(database, *catalog);
-    TServerWay way;
+    TConnectOptions way;
     way.addresses = {{u"127.0.0.1"_s, server.Port()}};
-    TServerWay tlsWay;
+    TConnectOptions tlsWay;
     tlsWay.addresses = {{u"127.0.0.1"_s, tlsServer.Port()}};
     tlsWay.tls = TTlsUse::Always;
     tlsWay.caFile = authority.CaFile();

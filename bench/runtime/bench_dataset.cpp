@@ -224,7 +224,7 @@ void BenchSort(TClientDataSetEx& set, QSqlQueryModel& peer)
     for (int round = 0; round < kRounds; ++round) {
         TClientDataSetEx fresh;
         fresh.CopyFrom(set);
-        fresh.AddIndex(u"SortIndexEh"_s, u"REC_SITE;REC_MAN;CREATE_DATE"_s);
+        fresh.AddIndex(u"SortIndexEh"_s, u"REC_SITE;REC_MAN;CREATE_DATE");
         first.push_back(MillisecondsOf([&] { fresh.SetIndexName(u"SortIndexEh"_s); }));
         again.push_back(MillisecondsOf([&] { fresh.SetIndexName(u"SortIndexEh"_s); }));
     }
@@ -242,7 +242,7 @@ void BenchSort(TClientDataSetEx& set, QSqlQueryModel& peer)
     for (int round = 0; round < kRounds; ++round) {
         TClientDataSetEx fresh;
         fresh.CopyFrom(set);
-        fresh.AddIndex(u"SortIndexEh"_s, u"COLUMN_8"_s);
+        fresh.AddIndex(u"SortIndexEh"_s, u"COLUMN_8");
         plain.push_back(MillisecondsOf([&] { fresh.SetIndexName(u"SortIndexEh"_s); }));
     }
     Print("sort by addresses, nearly all different", Ms(Median(plain)), {}, 0);

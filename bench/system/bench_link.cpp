@@ -5,8 +5,8 @@
 #include "bench/system/Measure.h"
 #include "demo/Generator.h"
 #include "runtime/data/ClientDataSet.h"
-#include "runtime/data/ServerWay.h"
 #include "runtime/data/SocketConnection.h"
+#include "runtime/data/TcpTransport.h"
 #include "tests/support/ServerProcess.h"
 
 #include <QCoreApplication>
@@ -121,7 +121,7 @@ class Desk {
 public:
     Desk(const QString& host, int port)
     {
-        TServerWay way;
+        TConnectOptions way;
         way.addresses = {{host, port}};
         way.tls = TTlsUse::Never;
         connection_.SetTransport(MakeTcpTransport(way));

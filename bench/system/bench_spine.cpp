@@ -6,6 +6,7 @@
 #include "demo/Generator.h"
 #include "runtime/data/ClientDataSet.h"
 #include "runtime/data/SocketConnection.h"
+#include "runtime/data/TcpTransport.h"
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBGrid.h"
 #include "tests/support/ServerProcess.h"

@@ -3,7 +3,7 @@
 // bench_tls [throughput|memory]
 
 #include "demo/Generator.h"
-#include "runtime/data/ServerWay.h"
+#include "runtime/data/TcpTransport.h"
 #include "tests/support/RowKeeper.h"
 #include "tests/support/ServerProcess.h"
 #include "tests/support/TestAuthority.h"
@@ -59,7 +59,7 @@ private:
 
 class Client {
 public:
-    explicit Client(TServerWay way, int number)
+    explicit Client(TConnectOptions way, int number)
         : transport_(MakeTcpTransport(std::move(way)))
         , number_(number)
     {
@@ -123,9 +123,9 @@ private:
     int number_;
 };
 
-TServerWay WayTo(const Program& program, TTlsUse tls, const QString& caFile)
+TConnectOptions WayTo(const Program& program, TTlsUse tls, const QString& caFile)
 {
-    TServerWay way;
+    TConnectOptions way;
     way.addresses = {{u"127.0.0.1"_s, program.Port()}};
     way.tls = tls;
     way.caFile = caFile;
@@ -133,7 +133,7 @@ TServerWay WayTo(const Program& program, TTlsUse tls, const QString& caFile)
 }
 
 // Requests a second.
-double Throughput(const TServerWay& way)
+double Throughput(const TConnectOptions& way)
 {
     std::atomic<qint64> done{0};
     std::atomic<bool> stop{false};
@@ -166,7 +166,7 @@ double Median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-void BenchThroughput(const TServerWay& plain, const TServerWay& enciphered)
+void BenchThroughput(const TConnectOptions& plain, const TConnectOptions& enciphered)
 {
     std::vector<double> plainRates;
     std::vector<double> tlsRates;
@@ -181,7 +181,7 @@ void BenchThroughput(const TServerWay& plain, const TServerWay& enciphered)
         kClients, Median(plainRates), Median(tlsRates), Median(ratios));
 }
 
-void BenchMemory(const char* name, const Program& program, const TServerWay& way)
+void BenchMemory(const char* name, const Program& program, const TConnectOptions& way)
 {
     std::vector<std::unique_ptr<Client>> clients;
     // What is there once, whatever the number of sessions.

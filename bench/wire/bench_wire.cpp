@@ -2,6 +2,7 @@
 // against an echo of as many bytes over bare sockets, and a large result against sending as many bytes.
 
 #include "runtime/data/SocketConnection.h"
+#include "runtime/data/TcpTransport.h"
 #include "server/net/Listener.h"
 #include "tests/support/RowKeeper.h"
 

@@ -37,13 +37,13 @@ void RaiseUsage(const QString& message)
     throw wire::Error(wire::ErrorKind::Usage, message);
 }
 
-QStringList SplitFieldNames(const QString& fieldNames)
+QList<QStringView> SplitFieldNames(QStringView fieldNames)
 {
-    QStringList parts;
-    for (const QString& part : fieldNames.split(u';', Qt::SkipEmptyParts))
-        if (const QString name = part.trimmed(); !name.isEmpty())
-            parts.append(name);
-    return parts;
+    QList<QStringView> names;
+    for (const QStringView part : fieldNames.split(u';'))
+        if (const QStringView name = part.trimmed(); !name.isEmpty())
+            names.append(name);
+    return names;
 }
 
 TClientDataSetEx::TClientDataSetEx(QObject* owner, const QString& name)

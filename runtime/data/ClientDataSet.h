@@ -131,8 +131,8 @@ public:
     bool BookmarkValid(TBookmark bookmark) const noexcept;
 
     // Moves to the first row whose fields (separated by ";") equal the values; false and no move when none.
-    bool Locate(const QString& fieldNames, const std::vector<wire::Value>& values,
-        bool caseInsensitive = false, bool partialKey = false);
+    bool Locate(QStringView fieldNames, const std::vector<wire::Value>& values, bool caseInsensitive = false,
+        bool partialKey = false);
 
     void Append();
     void Insert();
@@ -141,7 +141,7 @@ public:
     void Cancel();
     void Delete();
     // Edit, set, post in one step for callers that change one field.
-    void SetFieldAndPost(const QString& fieldName, const wire::Value& value);
+    void SetFieldAndPost(QStringView fieldName, const wire::Value& value);
 
     // A condition over one row in the style of SQL: comparisons (=, <>, <, <=, >, >=, like) of fields with
     // literals, "is null", "is not null", and/or/not, parentheses. Raises wire::Error (Usage) with the
@@ -155,7 +155,7 @@ public:
 
     // Order by fields separated by ";"; those also named in `descendingFields` descend. Text is in Chinese
     // collation order, nulls first ascending. Adding an index under a name in use replaces it.
-    void AddIndex(const QString& name, const QString& fields, const QString& descendingFields = {});
+    void AddIndex(const QString& name, QStringView fields, QStringView descendingFields = {});
     void DeleteIndex(const QString& name);
     void SetIndexName(const QString& name); // empty: the order in which rows came
     const QString& IndexName() const noexcept;

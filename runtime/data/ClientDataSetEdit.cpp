@@ -195,7 +195,7 @@ void TClientDataSetEx::Delete()
     Run(AfterDelete);
 }
 
-void TClientDataSetEx::SetFieldAndPost(const QString& fieldName, const wire::Value& value)
+void TClientDataSetEx::SetFieldAndPost(QStringView fieldName, const wire::Value& value)
 {
     TField& field = FieldByName(fieldName);
     Edit();

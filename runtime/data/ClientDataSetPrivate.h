@@ -15,7 +15,7 @@
 
 [[noreturn]] void RaiseUsage(const QString& message);
 // "A;B ; C" as its trimmed, non-empty parts.
-QStringList SplitFieldNames(const QString& fieldNames);
+QList<QStringView> SplitFieldNames(QStringView fieldNames);
 QString CellText(const wire::Value* edited, const wire::Column& column, RowNumber row);
 qint64 CellInteger(const wire::Value* edited, const wire::Column& column, RowNumber row);
 

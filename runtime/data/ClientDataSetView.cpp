@@ -116,11 +116,11 @@ bool TClientDataSetEx::Private::Matches(RowNumber row, const WantedCell& wanted)
 }
 
 bool TClientDataSetEx::Locate(
-    const QString& fieldNames, const std::vector<wire::Value>& values, bool caseInsensitive, bool partialKey)
+    QStringView fieldNames, const std::vector<wire::Value>& values, bool caseInsensitive, bool partialKey)
 {
     d_->RequireActive();
     d_->Settle();
-    const QStringList names = SplitFieldNames(fieldNames);
+    const QList<QStringView> names = SplitFieldNames(fieldNames);
     if (names.isEmpty() || static_cast<size_t>(names.size()) != values.size())
         RaiseUsage(u"定位“%1”需要每个字段一个值！"_s.arg(fieldNames));
     std::vector<Private::WantedCell> wanted;
@@ -250,20 +250,23 @@ std::vector<SortKey> TClientDataSetEx::Private::ActiveKeys() const
     const auto index = indexes.find(indexName);
     if (index == indexes.end())
         return {};
-    const QStringList descending = SplitFieldNames(index->second.descendingFields);
+    const QList<QStringView> descendingFields = SplitFieldNames(index->second.descendingFields);
     std::vector<SortKey> keys;
-    for (const QString& name : SplitFieldNames(index->second.fields))
-        keys.push_back({q->FieldIndex(name), descending.contains(name, Qt::CaseInsensitive)});
+    for (const QStringView name : SplitFieldNames(index->second.fields)) {
+        const bool descends = std::any_of(descendingFields.begin(), descendingFields.end(),
+            [&](QStringView other) { return other.compare(name, Qt::CaseInsensitive) == 0; });
+        keys.push_back({q->FieldIndex(name), descends});
+    }
     return keys;
 }
 
-void TClientDataSetEx::AddIndex(const QString& name, const QString& fields, const QString& descendingFields)
+void TClientDataSetEx::AddIndex(const QString& name, QStringView fields, QStringView descendingFields)
 {
     if (name.isEmpty() || SplitFieldNames(fields).isEmpty())
         RaiseUsage(u"索引需要名称和字段！"_s);
-    const Private::Index index{fields, descendingFields};
+    const Private::Index index{fields.toString(), descendingFields.toString()};
     if (Active()) {
-        for (const QString& field : SplitFieldNames(fields))
+        for (const QStringView field : SplitFieldNames(fields))
             FieldByName(field);
         d_->Settle();
     }
@@ -289,7 +292,7 @@ void TClientDataSetEx::SetIndexName(const QString& name)
     }
     d_->Settle();
     if (!name.isEmpty())
-        for (const QString& field : SplitFieldNames(d_->indexes[name].fields))
+        for (const QStringView field : SplitFieldNames(d_->indexes[name].fields))
             FieldByName(field);
     // Setting the present one again takes in what was posted since.
     d_->indexName = name;

@@ -1,5 +1,7 @@
 #include "runtime/data/SocketConnection.h"
 
+#include "runtime/data/TcpTransport.h"
+
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QRandomGenerator>
@@ -103,7 +105,7 @@ wire::Reply TSocketConnectionEx::Private::Sent(const wire::Request& request, wir
 void TSocketConnectionEx::Private::LogIn()
 {
     // A server may take the call and then be full, stopping or dead: each gets its chance.
-    for (int left = transport_->Ways();; --left) {
+    for (int left = transport_->ServerCount();; --left) {
         transport_->Connect();
         NoSink nothing;
         try {

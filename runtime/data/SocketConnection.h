@@ -35,7 +35,7 @@ public:
     int Port = 8866;
     QString ServerName;
     QString ServerGUID;
-    QString LoginUser; // kept enciphered on data modules, where it plays no part at run time
+    QString LoginUser; // kept encrypted on data modules, where it plays no part at run time
     QString LoginPassword;
     // How long a request goes on looking for a server that answers, in milliseconds; a connection attempt
     // that has begun by then is let end. A save's rows were typed by hand: it is not given up soon.
@@ -69,7 +69,3 @@ private:
     class Private;
     std::unique_ptr<Private> d_;
 };
-
-// The way over TCP to one server (runtime/data/ServerWay.h), enciphered where it leaves this machine.
-RUNTIME_EXPORT std::unique_ptr<wire::Transport> MakeTcpTransport(
-    const QString& host, int port, int connectTimeout = 10'000, int replyTimeout = 120'000);

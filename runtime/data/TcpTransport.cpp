@@ -1,6 +1,9 @@
-#include "runtime/data/ServerLink.h"
-#include "runtime/data/SocketConnection.h"
+#include "runtime/data/TcpTransport.h"
+
+#include "runtime/data/ServerChannel.h"
 #include "wire/Codec.h"
+
+#include <QStringList>
 
 #include <algorithm>
 #include <optional>
@@ -16,25 +19,25 @@ constexpr int kLeastConnectTime = 2'000; // milliseconds for one of several addr
 
 class TcpTransport : public wire::Transport {
 public:
-    explicit TcpTransport(TServerWay way)
-        : way_(std::move(way))
-        , next_(*way_.lastGood)
+    explicit TcpTransport(TConnectOptions options)
+        : options_(std::move(options))
+        , next_(*options_.lastGood)
     {
     }
 
     void Connect() override;
-    int Ways() const noexcept override { return static_cast<int>(way_.addresses.size()); }
-    void Disconnect() noexcept override { link_.reset(); }
-    bool IsConnected() const noexcept override { return link_ && link_->IsOpen(); }
+    int ServerCount() const noexcept override { return static_cast<int>(options_.addresses.size()); }
+    void Disconnect() noexcept override { channel_.reset(); }
+    bool IsConnected() const noexcept override { return channel_ && channel_->IsOpen(); }
     wire::Reply Exchange(const wire::Request& request, wire::ReplySink& sink) override;
 
 private:
     // The reply, or the server's refusal, after which the connection is as good as before.
     std::variant<wire::Reply, Error> ReadReply(wire::ReplySink& sink);
 
-    const TServerWay way_;
+    const TConnectOptions options_;
     size_t next_; // the address to begin with
-    std::unique_ptr<TServerLink> link_;
+    std::unique_ptr<TServerChannel> channel_;
     quint32 number_ = 0;
     wire::Frame frame_; // kept for its memory
     wire::KnownColumns known_;
@@ -44,22 +47,22 @@ void TcpTransport::Connect()
 {
     if (IsConnected())
         return;
-    link_.reset();
-    const size_t count = way_.addresses.size();
+    channel_.reset();
+    const size_t count = options_.addresses.size();
     const int timeout = count <= 1
-        ? way_.connectTimeout
-        : std::min(
-            way_.connectTimeout, std::max(kLeastConnectTime, way_.connectTimeout / static_cast<int>(count)));
+        ? options_.connectTimeout
+        : std::min(options_.connectTimeout,
+            std::max(kLeastConnectTime, options_.connectTimeout / static_cast<int>(count)));
     ErrorKind kind = ErrorKind::Policy;
     QStringList problems;
     for (size_t i = 0; i < count; ++i, ++next_) {
         const size_t at = next_ % count;
-        const TServerAddress& address = way_.addresses[at];
+        const TServerAddress& address = options_.addresses[at];
         try {
-            link_ = std::make_unique<TServerLink>(address, way_, timeout);
+            channel_ = std::make_unique<TServerChannel>(address, options_, timeout);
             number_ = 0;
             next_ = at;
-            *way_.lastGood = at;
+            *options_.lastGood = at;
             return;
         } catch (const Error& error) {
             problems.append(u"%1：%2"_s.arg(address.Text(), error.Message()));
@@ -80,13 +83,13 @@ wire::Reply TcpTransport::Exchange(const wire::Request& request, wire::ReplySink
     if (!IsConnected())
         throw Error(ErrorKind::Connection, u"尚未连接到服务器！"_s);
     // Raised before anything is sent, so the connection stays usable.
-    const wire::Packet packet = wire::EncodeRequest(request, ++number_, link_->IsRemote());
+    const wire::Packet packet = wire::EncodeRequest(request, ++number_, channel_->IsRemote());
     std::variant<wire::Reply, Error> reply;
-    link_->SetReplyTimeout(request.kind == wire::RequestKind::Login
-            ? std::min(way_.loginTimeout, way_.replyTimeout)
-            : way_.replyTimeout);
+    channel_->SetReplyTimeout(request.kind == wire::RequestKind::Login
+            ? std::min(options_.loginTimeout, options_.replyTimeout)
+            : options_.replyTimeout);
     try {
-        link_->Write(packet);
+        channel_->Write(packet);
         reply = ReadReply(sink);
     } catch (...) {
         // Whatever stopped the reading, the sink included: the rest of the reply is still on its way, and
@@ -104,7 +107,7 @@ std::variant<wire::Reply, Error> TcpTransport::ReadReply(wire::ReplySink& sink)
 {
     std::optional<wire::ColumnInfos> infos;
     for (;;) {
-        if (!link_->Read(frame_, wire::kMaxBody))
+        if (!channel_->Read(frame_, wire::kMaxBody))
             throw Error(ErrorKind::Connection, u"服务器关闭了连接！"_s);
         // Number 0: the server's reason for leaving, whatever was asked.
         if (frame_.header.request != number_ && frame_.header.request != 0)
@@ -135,17 +138,17 @@ std::variant<wire::Reply, Error> TcpTransport::ReadReply(wire::ReplySink& sink)
 
 } // namespace
 
-std::unique_ptr<wire::Transport> MakeTcpTransport(TServerWay way)
+std::unique_ptr<wire::Transport> MakeTcpTransport(TConnectOptions options)
 {
-    return std::make_unique<TcpTransport>(std::move(way));
+    return std::make_unique<TcpTransport>(std::move(options));
 }
 
 std::unique_ptr<wire::Transport> MakeTcpTransport(
     const QString& host, int port, int connectTimeout, int replyTimeout)
 {
-    TServerWay way;
-    way.addresses = {{host, port}};
-    way.connectTimeout = connectTimeout;
-    way.replyTimeout = replyTimeout;
-    return MakeTcpTransport(std::move(way));
+    TConnectOptions options;
+    options.addresses = {{host, port}};
+    options.connectTimeout = connectTimeout;
+    options.replyTimeout = replyTimeout;
+    return MakeTcpTransport(std::move(options));
 }

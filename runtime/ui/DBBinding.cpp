@@ -92,9 +92,9 @@ void TDBBinding::Attach(TClientDataSetEx* dataSet)
     Refresh();
 }
 
-void TDBBinding::SetDataField(const QString& fieldName)
+void TDBBinding::SetDataField(QStringView fieldName)
 {
-    d_->fieldName = fieldName;
+    d_->fieldName = fieldName.toString();
     Refresh();
 }
 

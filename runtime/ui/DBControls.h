@@ -24,7 +24,7 @@ public:
     explicit TDBBinding(QWidget* control);
     void SetDataSource(TDataSource* source);
     TDataSource* DataSource() const noexcept;
-    void SetDataField(const QString& fieldName);
+    void SetDataField(QStringView fieldName);
     const QString& DataField() const noexcept;
     bool Bound() const noexcept;
     TField* Field() const noexcept; // nullptr while closed or unbound

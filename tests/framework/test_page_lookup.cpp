@@ -88,7 +88,7 @@ TEST_F(PageLookup, TypingAsksOnceAfterAPauseAndEnterTakesTheRow)
     EXPECT_EQ(box->Text(), u"员工11"_s);
     EXPECT_EQ(box->KeyValue(), u"E011"_s);
     EXPECT_EQ(taken, 1);
-    EXPECT_TRUE(box->ListDataSet().Locate(u"EMPLOYEE_NAME"_s, {u"员工15"_s}));
+    EXPECT_TRUE(box->ListDataSet().Locate(u"EMPLOYEE_NAME", {u"员工15"_s}));
 }
 
 TEST_F(PageLookup, EnterDoesNotWaitForTheList)

@@ -80,15 +80,15 @@ TEST(HostOptions, WithoutADisplayTheTourIsPlayedUnlessThereIsAScript)
 TEST(HostSettings, RememberTheLastServersFirstAndEachOnce)
 {
     const QTemporaryDir folder;
-    const auto way = [](const TServerList& servers, TTlsUse tls) {
-        TServerWay to;
+    const auto way = [](const TServerAddresses& servers, TTlsUse tls) {
+        TConnectOptions to;
         to.addresses = servers;
         to.tls = tls;
         to.caFile = u"/etc/ca.pem"_s;
         return to;
     };
-    const TServerList pair{{u"one"_s, 1}, {u"spare"_s, 1}};
-    const TServerList single{{u"two"_s, 2}};
+    const TServerAddresses pair{{u"one"_s, 1}, {u"spare"_s, 1}};
+    const TServerAddresses single{{u"two"_s, 2}};
     {
         THostSettings settings(folder.path(), {});
         EXPECT_EQ(settings.Tls(), TTlsUse::Network);
@@ -99,7 +99,7 @@ TEST(HostSettings, RememberTheLastServersFirstAndEachOnce)
     THostSettings settings(folder.path(), {});
     EXPECT_EQ(settings.LastAccount(), u"benbu"_s);
     EXPECT_TRUE(settings.UsesServer());
-    EXPECT_EQ(settings.Servers(), (std::vector<TServerList>{pair, single}));
+    EXPECT_EQ(settings.Servers(), (std::vector<TServerAddresses>{pair, single}));
     EXPECT_EQ(settings.Tls(), TTlsUse::Never);
     EXPECT_EQ(settings.CaFile(), u"/etc/ca.pem"_s);
     settings.RememberLogin(u"benbu"_s, std::nullopt);

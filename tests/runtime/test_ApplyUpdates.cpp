@@ -27,7 +27,7 @@ protected:
         set.Open();
     }
 
-    void Go(const char16_t* id) { ASSERT_TRUE(set.Locate(u"ID"_s, {T(id)})) << QString::fromUtf16(id); }
+    void Go(const char16_t* id) { ASSERT_TRUE(set.Locate(u"ID", {T(id)})) << QString::fromUtf16(id); }
     void Put(const char16_t* id, const QString& field, const wire::Value& value)
     {
         Go(id);
@@ -138,7 +138,7 @@ TEST_F(ApplyUpdatesTest, RefusedRowsStayWithReasonAndPresentValues)
     EXPECT_EQ(Joined(errors, u"STATUS"), u"1"_s);
     EXPECT_EQ(Joined(errors, u"ERROR_MESSAGE"), u"changed by another"_s);
     // Put back, the row has nothing more to say.
-    set.SetFieldAndPost(u"STATUS"_s, I(0));
+    set.SetFieldAndPost(u"STATUS", I(0));
     EXPECT_FALSE(set.WasRejected());
     EXPECT_EQ(set.ChangeCount(), 0);
 }
@@ -298,7 +298,7 @@ TEST_F(ApplyUpdatesTest, RandomFaultsLoseAndDoubleNothing)
             else if (what == 1)
                 set.UndoCurrentRow();
             else
-                set.SetFieldAndPost(what < 5 ? u"STATUS"_s : u"SITE"_s, I(random(3)));
+                set.SetFieldAndPost(what < 5 ? u"STATUS" : u"SITE", I(random(3)));
         }
         transport->faults.clear();
         for (int i = 0; i < 2; ++i)

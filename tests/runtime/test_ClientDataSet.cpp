@@ -101,7 +101,7 @@ TEST_F(ClientDataSetTest, AbortInBeforePostKeepsTheEdit)
     EXPECT_EQ(Text(u"STATUS"), u"9"_s);
     // Nothing that would leave the row gets past the refusal.
     EXPECT_THROW(set.Next(), EAbort);
-    EXPECT_THROW(set.Locate(u"ID"_s, {T(u"D3")}), EAbort);
+    EXPECT_THROW(set.Locate(u"ID", {T(u"D3")}), EAbort);
     EXPECT_EQ(set.RecNo(), 1);
     EXPECT_EQ(set.ChangeCount(), 0);
     set.BeforePost = nullptr;
@@ -256,7 +256,7 @@ TEST_F(ClientDataSetTest, BookmarksOutliveSortingAndFiltering)
 {
     set.Last();
     const TBookmark third = set.Bookmark();
-    set.AddIndex(u"x"_s, u"ID"_s, u"id"_s);
+    set.AddIndex(u"x"_s, u"ID", u"id");
     set.SetIndexName(u"x"_s);
     EXPECT_EQ(set.Bookmark(), third);
     EXPECT_EQ(set.RecNo(), 1);
@@ -276,24 +276,24 @@ TEST_F(ClientDataSetTest, BookmarksOutliveSortingAndFiltering)
 
 TEST_F(ClientDataSetTest, LocateFindsTheFirstInView)
 {
-    EXPECT_TRUE(set.Locate(u"SITE"_s, {T(u"北京")}));
+    EXPECT_TRUE(set.Locate(u"SITE", {T(u"北京")}));
     EXPECT_EQ(set.RecNo(), 2);
-    EXPECT_FALSE(set.Locate(u"SITE"_s, {T(u"北")}));
+    EXPECT_FALSE(set.Locate(u"SITE", {T(u"北")}));
     EXPECT_EQ(set.RecNo(), 2);
-    EXPECT_TRUE(set.Locate(u"SITE"_s, {T(u"上")}, false, true));
-    EXPECT_TRUE(set.Locate(u"id"_s, {T(u"d3")}, true));
+    EXPECT_TRUE(set.Locate(u"SITE", {T(u"上")}, false, true));
+    EXPECT_TRUE(set.Locate(u"id", {T(u"d3")}, true));
     EXPECT_EQ(set.RecNo(), 3);
-    EXPECT_TRUE(set.Locate(u"ID;STATUS"_s, {T(u"D2"), T(u"1")}));
+    EXPECT_TRUE(set.Locate(u"ID;STATUS", {T(u"D2"), T(u"1")}));
     EXPECT_EQ(set.RecNo(), 2);
-    EXPECT_TRUE(set.Locate(u"AMOUNT"_s, {Null}));
-    EXPECT_TRUE(set.Locate(u"AMOUNT"_s, {I(-2)}));
+    EXPECT_TRUE(set.Locate(u"AMOUNT", {Null}));
+    EXPECT_TRUE(set.Locate(u"AMOUNT", {I(-2)}));
     EXPECT_EQ(set.RecNo(), 3);
-    EXPECT_FALSE(set.Locate(u"STATUS"_s, {T(u"no number")}));
-    EXPECT_EQ(RaisedBy([&] { set.Locate(u"ID;STATUS"_s, {T(u"D2")}); }), wire::ErrorKind::Usage);
+    EXPECT_FALSE(set.Locate(u"STATUS", {T(u"no number")}));
+    EXPECT_EQ(RaisedBy([&] { set.Locate(u"ID;STATUS", {T(u"D2")}); }), wire::ErrorKind::Usage);
     // Edits are seen at once.
     Put(u"SITE", u"昆明"_s);
     set.First();
-    EXPECT_TRUE(set.Locate(u"SITE"_s, {T(u"昆明")}));
+    EXPECT_TRUE(set.Locate(u"SITE", {T(u"昆明")}));
     EXPECT_EQ(set.RecNo(), 3);
 }
 
@@ -308,7 +308,7 @@ TEST(ClientDataSet, LocateByHashEqualsScanning)
         for (int i = 0; i < 310; ++i) {
             const QString wanted = u"K%1"_s.arg(i);
             const auto first = std::find(rows.begin(), rows.end(), Row{wire::Value{wanted}});
-            ASSERT_EQ(set.Locate(u"K"_s, {wanted}), first != rows.end()) << wanted;
+            ASSERT_EQ(set.Locate(u"K", {wanted}), first != rows.end()) << wanted;
             if (first != rows.end()) {
                 ASSERT_EQ(set.RecNo(), first - rows.begin() + 1);
             }
@@ -362,7 +362,7 @@ TEST_F(ClientDataSetTest, CopiesHoldPresentValuesInOrder)
     set.Append();
     set.FieldByName(u"ID").SetAsString(u"D4"_s);
     set.Post();
-    set.AddIndex(u"x"_s, u"ID"_s, u"ID"_s);
+    set.AddIndex(u"x"_s, u"ID", u"ID");
     set.SetIndexName(u"x"_s);
     TClientDataSetEx copy;
     copy.CopyFrom(set);
@@ -370,7 +370,7 @@ TEST_F(ClientDataSetTest, CopiesHoldPresentValuesInOrder)
     EXPECT_EQ(copy.ViewText(3, 2), u"广州"_s);
     EXPECT_EQ(copy.ChangeCount(), 0);
 
-    EXPECT_TRUE(set.Locate(u"ID"_s, {T(u"D2")}));
+    EXPECT_TRUE(set.Locate(u"ID", {T(u"D2")}));
     set.Delete();
     TClientDataSetEx delta;
     delta.CopyDelta(set);

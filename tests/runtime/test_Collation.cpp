@@ -91,7 +91,7 @@ TEST_F(OrderTest, PostedRowsKeepTheirPlaceUntilSortedAgain)
     set.OpenRows(ThreeOrders());
     Sorted(u"SITE"_s);
     set.First();
-    set.SetFieldAndPost(u"SITE"_s, T(u"重庆"));
+    set.SetFieldAndPost(u"SITE", T(u"重庆"));
     EXPECT_EQ(Joined(set, u"ID"), u"D3 D2 D1"_s);
     set.SetIndexName(u"SortIndexEh"_s);
     EXPECT_EQ(Joined(set, u"ID"), u"D2 D3 D1"_s);
@@ -152,7 +152,7 @@ TEST_F(OrderTest, ManyRowsAgreeWithAStableSort)
             return amount > 0;
         return order(a[3], b[3]) < 0;
     });
-    set.AddIndex(u"x"_s, u"SITE; AMOUNT;AT"_s, u"AMOUNT"_s);
+    set.AddIndex(u"x"_s, u"SITE; AMOUNT;AT", u"AMOUNT");
     set.SetIndexName(u"x"_s);
     for (int i = 0; i < 5000; ++i)
         ASSERT_EQ(set.ViewValue(i, 0), rows[static_cast<size_t>(i)][0]) << i;

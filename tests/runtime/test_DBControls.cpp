@@ -49,7 +49,7 @@ TEST_F(DBControlsTest, BoundEditFollowsTheRowAndWritesOnLeaving)
     auto* edit = new TDBEditEh(&window, u"DBEditEh1"_s);
     Show();
     edit->Binding().SetDataSource(&source);
-    edit->Binding().SetDataField(u"site"_s);
+    edit->Binding().SetDataField(u"site");
     EXPECT_EQ(edit->Text(), u"上海"_s);
     orders.Next();
     EXPECT_EQ(edit->Text(), u"北京"_s);
@@ -77,7 +77,7 @@ TEST_F(DBControlsTest, ARefusedEditPutsTheTextBack)
 {
     auto* edit = new TDBEditEh(&window);
     edit->Binding().SetDataSource(&source);
-    edit->Binding().SetDataField(u"SITE"_s);
+    edit->Binding().SetDataField(u"SITE");
     Show();
     orders.BeforeEdit = [] { Abort(); };
     edit->setFocus();
@@ -95,7 +95,7 @@ TEST_F(DBControlsTest, TextThatTheFieldCannotTakeStaysMarkedAndStopsThePost)
 {
     auto* edit = new TDBEditEh(&window);
     edit->Binding().SetDataSource(&source);
-    edit->Binding().SetDataField(u"AMOUNT"_s);
+    edit->Binding().SetDataField(u"AMOUNT");
     Show();
     edit->setFocus();
     edit->selectAll();
@@ -137,7 +137,7 @@ TEST_F(DBControlsTest, CombosMapItemsToKeys)
     EXPECT_EQ(combo.ItemIndex(), -1);
     EXPECT_EQ(combo.Value(), u"别的"_s);
     combo.Binding().SetDataSource(&source);
-    combo.Binding().SetDataField(u"STATUS"_s);
+    combo.Binding().SetDataField(u"STATUS");
     EXPECT_EQ(combo.Text(), u"等待接单"_s);
     combo.setCurrentIndex(1);
     orders.Post();
@@ -150,7 +150,7 @@ TEST_F(DBControlsTest, CheckBoxWritesAtOnce)
 {
     TDBCheckBoxEh check;
     check.Binding().SetDataSource(&source);
-    check.Binding().SetDataField(u"STATUS"_s);
+    check.Binding().SetDataField(u"STATUS");
     EXPECT_FALSE(check.isChecked());
     check.click();
     EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 1);
@@ -187,7 +187,7 @@ TEST_F(DBControlsTest, DatesAreCompletedStepsCountAndNonsenseStays)
     EXPECT_EQ(edit->Text(), u"昨天"_s);
     edit->Kind = TDateTimeKind::Date;
     edit->Binding().SetDataSource(&source);
-    edit->Binding().SetDataField(u"CREATE_DATE"_s);
+    edit->Binding().SetDataField(u"CREATE_DATE");
     EXPECT_EQ(edit->Text(), u"2024-01-01"_s);
 }
 
@@ -253,7 +253,7 @@ TEST_F(DBControlsTest, LookupStoresTheKeyAndShowsTheText)
     auto* lookup = new TDBLookupComboboxEh(&window);
     lookup->SetLookup(byCode);
     lookup->Binding().SetDataSource(&source);
-    lookup->Binding().SetDataField(u"SITE"_s);
+    lookup->Binding().SetDataField(u"SITE");
     Show();
     EXPECT_EQ(lookup->Text(), u"上海"_s) << "a key that the list lacks is shown as it is";
     lookup->setFocus();

@@ -28,12 +28,12 @@ TEST_F(DBGridTest, ModelStaysConsistentThroughEveryChangeOfTheDataSet)
     orders.Delete();
     EXPECT_EQ(grid.model()->rowCount(), 3);
     EXPECT_EQ(resets.count(), 0) << "single rows come and go without rebuilding the view";
-    orders.SetFieldAndPost(u"SITE"_s, T(u"广州"));
+    orders.SetFieldAndPost(u"SITE", T(u"广州"));
     orders.SetFilter(u"STATUS = 0"_s);
     orders.SetFiltered(true);
     EXPECT_EQ(grid.model()->rowCount(), orders.RecordCount());
     orders.SetFiltered(false);
-    orders.AddIndex(u"x"_s, u"SITE"_s);
+    orders.AddIndex(u"x"_s, u"SITE");
     orders.SetIndexName(u"x"_s);
     orders.Close();
     EXPECT_EQ(grid.model()->rowCount(), 0);
@@ -174,7 +174,7 @@ TEST_F(DBGridTest, FootersCountAndSumWhatTheFilterPasses)
     EXPECT_EQ(grid.FooterText(1, 0), u"3"_s);
     EXPECT_EQ(grid.FooterText(0, 3), u"-0.50"_s);
     EXPECT_EQ(grid.FooterText(1, 3), QString());
-    orders.SetFieldAndPost(u"AMOUNT"_s, N(2.125));
+    orders.SetFieldAndPost(u"AMOUNT", N(2.125));
     EXPECT_EQ(grid.FooterText(0, 3), u"0.125"_s) << "money is never rounded away";
     orders.SetFilter(u"AMOUNT > 0"_s);
     orders.SetFiltered(true);

@@ -276,7 +276,7 @@ void DataSetModelTest::Step()
         const auto found = std::find_if(model.view.begin(), model.view.end(), [&](size_t row) {
             return model.rows[row].present[0] == site && model.rows[row].present[1] == number;
         });
-        ASSERT_EQ(set.Locate(u"SITE;N"_s, {site, number}), found != model.view.end());
+        ASSERT_EQ(set.Locate(u"SITE;N", {site, number}), found != model.view.end());
         if (found != model.view.end())
             model.cursor = static_cast<int>(found - model.view.begin());
         return;

@@ -1,6 +1,7 @@
 #include "tests/system/Desk.h"
 
 #include "demo/Generator.h"
+#include "runtime/data/TcpTransport.h"
 #include "server/Server.h"
 
 Desk::Desk(int port, const QString& account)

@@ -1,7 +1,7 @@
 // Clients over a network that loses, cuts, delays and reorders, in thousands of cases that seeds name.
 
 #include "demo/Generator.h"
-#include "runtime/data/ServerWay.h"
+#include "runtime/data/TcpTransport.h"
 #include "server/net/Listener.h"
 #include "tests/support/FaultProxy.h"
 #include "tests/support/RowKeeper.h"
@@ -130,7 +130,7 @@ protected:
         Client(quint16 port, const QString& rows)
             : proxy(u"127.0.0.1"_s, port)
         {
-            TServerWay way;
+            TConnectOptions way;
             way.addresses = {{u"127.0.0.1"_s, proxy.Port()}};
             way.loginTimeout = way.replyTimeout = kReplyTimeout;
             connection.SetTransport(MakeTcpTransport(way));
@@ -387,7 +387,7 @@ private:
     {
         rival.Open(u"select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID='%1'"_s.arg(order));
         const QString sites = rival.orders.FieldByName(u"PREPARE_SITE").AsString();
-        rival.orders.SetFieldAndPost(u"PREPARE_SITE"_s, sites.isEmpty() ? u";合肥一部;"_s : QString());
+        rival.orders.SetFieldAndPost(u"PREPARE_SITE", sites.isEmpty() ? u";合肥一部;"_s : QString());
         rival.orders.ApplyUpdates(-1);
     }
 

@@ -5,7 +5,7 @@
 #include "tests/support/ServerProcess.h"
 #include "tests/system/Desk.h"
 
-#include "runtime/data/ServerWay.h"
+#include "runtime/data/TcpTransport.h"
 
 #include <gtest/gtest.h>
 
@@ -33,7 +33,7 @@ public:
     {
     }
     void Connect() override { way_->Connect(); }
-    int Ways() const noexcept override { return way_->Ways(); }
+    int ServerCount() const noexcept override { return way_->ServerCount(); }
     void Disconnect() noexcept override { way_->Disconnect(); }
     bool IsConnected() const noexcept override { return way_->IsConnected(); }
     wire::Reply Exchange(const wire::Request& request, wire::ReplySink& sink) override
@@ -55,7 +55,7 @@ TEST(Takeover, TheOtherServerGoesOnAndKnowsWhatWasSaved)
     const QTemporaryDir folder;
     ServerProcess first(folder.path(), {u"--demo"_s, u"small"_s});
     const ServerProcess second(folder.path());
-    TServerWay way;
+    TConnectOptions way;
     way.addresses = {{u"127.0.0.1"_s, first.Port()}, {u"127.0.0.1"_s, second.Port()}};
     wire::Request lastSave;
     Desk desk(first.Port(), DemoAccountOf());

@@ -1,4 +1,4 @@
-#include "runtime/data/ServerWay.h"
+#include "runtime/data/TcpTransport.h"
 #include "tests/support/Raised.h"
 #include "tests/support/TestAuthority.h"
 #include "tests/wire/FakeServer.h"
@@ -37,9 +37,9 @@ protected:
         }
         return options;
     }
-    static TServerWay WayTo(quint16 port)
+    static TConnectOptions WayTo(quint16 port)
     {
-        TServerWay way;
+        TConnectOptions way;
         way.addresses = {{u"127.0.0.1"_s, port}};
         way.tls = Enciphered() ? TTlsUse::Always : TTlsUse::Never;
         way.caFile = Authority().CaFile();

@@ -1,5 +1,5 @@
-#include "runtime/data/ServerWay.h"
 #include "runtime/data/SocketConnection.h"
+#include "runtime/data/TcpTransport.h"
 #include "tests/support/Raised.h"
 #include "tests/wire/FakeServer.h"
 
@@ -238,9 +238,9 @@ TEST(SocketConnectionTest, ABreakBetweenTwoRequestsIsSeenByTheEventLoop)
 // Several servers, as addresses of one list.
 class ServersTest : public testing::Test {
 protected:
-    static TServerWay WayTo(std::initializer_list<quint16> ports)
+    static TConnectOptions WayTo(std::initializer_list<quint16> ports)
     {
-        TServerWay way;
+        TConnectOptions way;
         for (const quint16 port : ports)
             way.addresses.push_back({u"127.0.0.1"_s, port});
         way.connectTimeout = 4'000;
@@ -252,7 +252,7 @@ TEST_F(ServersTest, WorkGoesOnAtTheNextServer)
 {
     auto first = std::make_unique<FakeListener>();
     FakeListener second;
-    const TServerWay way = WayTo({first->Port(), second.Port()});
+    const TConnectOptions way = WayTo({first->Port(), second.Port()});
     TSocketConnectionEx connection;
     connection.SetTransport(MakeTcpTransport(way));
     connection.Open(u"hq"_s, u"right"_s);

@@ -1,7 +1,7 @@
 // Who may speak to whom: certificates, clients and servers of the wrong kind, what was recorded or made up.
 
-#include "runtime/data/ServerWay.h"
 #include "runtime/data/SocketConnection.h"
+#include "runtime/data/TcpTransport.h"
 #include "tests/support/TestAuthority.h"
 #include "tests/wire/FakeServer.h"
 #include "wire/Codec.h"
@@ -34,16 +34,16 @@ server::ListenerOptions With(const TestAuthority::Files& files)
     return options;
 }
 
-TServerWay WayTo(quint16 port, const QString& caFile = Authority().CaFile())
+TConnectOptions WayTo(quint16 port, const QString& caFile = Authority().CaFile())
 {
-    TServerWay way;
+    TConnectOptions way;
     way.addresses = {{u"127.0.0.1"_s, port}};
     way.tls = TTlsUse::Always;
     way.caFile = caFile;
     return way;
 }
 
-void LogIn(const TServerWay& way)
+void LogIn(const TConnectOptions& way)
 {
     const auto transport = MakeTcpTransport(way);
     transport->Connect();
@@ -142,7 +142,7 @@ TEST(TlsTest, PlainAndEncipheredDoNotMixAndSaySo)
 {
     FakeListener enciphered(0, With(Authority().Issue()));
     FakeListener plain;
-    TServerWay way = WayTo(enciphered.Port());
+    TConnectOptions way = WayTo(enciphered.Port());
     way.tls = TTlsUse::Network; // which this machine is not
     const auto refused = Failure([&] { LogIn(way); });
     ASSERT_TRUE(refused);

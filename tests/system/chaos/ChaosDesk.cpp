@@ -40,7 +40,7 @@ public:
     }
 
     void Connect() override { way_->Connect(); }
-    int Ways() const noexcept override { return way_->Ways(); }
+    int ServerCount() const noexcept override { return way_->ServerCount(); }
     void Disconnect() noexcept override { way_->Disconnect(); }
     bool IsConnected() const noexcept override { return way_->IsConnected(); }
 

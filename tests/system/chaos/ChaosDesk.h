@@ -1,8 +1,8 @@
 #pragma once
 
 #include "runtime/data/ClientDataSet.h"
-#include "runtime/data/ServerWay.h"
 #include "runtime/data/SocketConnection.h"
+#include "runtime/data/TcpTransport.h"
 #include "tests/system/chaos/Ledger.h"
 
 #include <atomic>
@@ -16,7 +16,7 @@ class ChaosDesk {
 public:
     struct Settings {
         QString account;
-        TServerWay way;
+        TConnectOptions way;
         QString ledgerPath;
         int number = 0; // of the desk; what it writes into orders begins with it
         quint32 seed = 0;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/data/ServerWay.h"
+#include "runtime/data/TcpTransport.h"
 #include "tests/support/FaultProxy.h"
 
 #include <QDeadlineTimer>

@@ -1,4 +1,4 @@
-#include "runtime/data/ServerWay.h"
+#include "runtime/data/ServerAddress.h"
 
 #include <QHostAddress>
 #include <QRegularExpression>
@@ -54,11 +54,11 @@ std::optional<TServerAddress> ParseServerAddress(const QString& text)
     return address;
 }
 
-std::optional<TServerList> ParseServerAddresses(const QString& text)
+std::optional<TServerAddresses> ParseServerAddresses(const QString& text)
 {
     // As typed on either keyboard.
     static const QRegularExpression kBetween(u"[,，、;；]"_s);
-    TServerList addresses;
+    TServerAddresses addresses;
     for (const QString& part : text.split(kBetween)) {
         const auto address = ParseServerAddress(part);
         if (!address)
@@ -69,7 +69,7 @@ std::optional<TServerList> ParseServerAddresses(const QString& text)
     return addresses;
 }
 
-QString TextOf(const TServerList& addresses)
+QString TextOf(const TServerAddresses& addresses)
 {
     QStringList texts;
     for (const TServerAddress& address : addresses)

@@ -1,4 +1,4 @@
-#include "runtime/data/ServerLink.h"
+#include "runtime/data/ServerChannel.h"
 
 #include "wire/Error.h"
 
@@ -86,15 +86,15 @@ const QSslError& Gravest(const QList<QSslError>& errors)
     return errors.constFirst();
 }
 
-void Encipher(QSslSocket& socket, const TServerAddress& address, const TServerWay& way, int timeout)
+void Encrypt(QSslSocket& socket, const TServerAddress& address, const TConnectOptions& options, int timeout)
 {
     if (!QSslSocket::supportsSsl())
         throw Error(ErrorKind::Policy, u"本机缺少加密组件（OpenSSL），请联系管理员安装！"_s);
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
     configuration.setProtocol(QSsl::TlsV1_2OrLater);
     configuration.setPeerVerifyMode(QSslSocket::VerifyPeer);
-    if (!way.caFile.isEmpty())
-        configuration.setCaCertificates(ReadAuthorities(way.caFile));
+    if (!options.caFile.isEmpty())
+        configuration.setCaCertificates(ReadAuthorities(options.caFile));
     socket.setSslConfiguration(configuration);
     socket.setPeerVerifyName(address.host);
     socket.startClientEncryption();
@@ -108,14 +108,14 @@ void Encipher(QSslSocket& socket, const TServerAddress& address, const TServerWa
             socket.errorString()));
 }
 
-std::unique_ptr<QTcpSocket> Opened(const TServerAddress& address, const TServerWay& way, int timeout)
+std::unique_ptr<QTcpSocket> Opened(const TServerAddress& address, const TConnectOptions& options, int timeout)
 {
     const QDeadlineTimer deadline(timeout);
-    const bool enciphered =
-        way.tls == TTlsUse::Always || (way.tls == TTlsUse::Network && !address.IsLoopback());
+    const bool encrypted =
+        options.tls == TTlsUse::Always || (options.tls == TTlsUse::Network && !address.IsLoopback());
     std::unique_ptr<QTcpSocket> socket;
     QSslSocket* tls = nullptr;
-    if (enciphered)
+    if (encrypted)
         socket.reset(tls = new QSslSocket);
     else
         socket = std::make_unique<QTcpSocket>();
@@ -126,7 +126,7 @@ std::unique_ptr<QTcpSocket> Opened(const TServerAddress& address, const TServerW
     socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     socket->setSocketOption(QAbstractSocket::KeepAliveOption, 1);
     if (tls != nullptr)
-        Encipher(*tls, address, way, static_cast<int>(deadline.remainingTime()));
+        Encrypt(*tls, address, options, static_cast<int>(deadline.remainingTime()));
     return socket;
 }
 
@@ -141,20 +141,21 @@ template <typename F> auto Guarded(F&& work)
 
 } // namespace
 
-TServerLink::TServerLink(const TServerAddress& address, const TServerWay& way, int connectTimeout)
-    : stream_(Opened(address, way, connectTimeout))
-    , replyTimeout_(way.replyTimeout)
+TServerChannel::TServerChannel(
+    const TServerAddress& address, const TConnectOptions& options, int connectTimeout)
+    : stream_(Opened(address, options, connectTimeout))
+    , replyTimeout_(options.replyTimeout)
 {
 }
 
-TServerLink::~TServerLink() = default;
+TServerChannel::~TServerChannel() = default;
 
-bool TServerLink::IsRemote() const
+bool TServerChannel::IsRemote() const
 {
     return !stream_.Socket().peerAddress().isLoopback();
 }
 
-qsizetype TServerLink::ReadSome(char* to, qsizetype size, bool idle)
+qsizetype TServerChannel::ReadSome(char* to, qsizetype size, bool idle)
 {
     const qsizetype got = Guarded([&] { return stream_.Receive(to, size, replyTimeout_); });
     if (got == wire::SocketStream::kTimedOut)
@@ -165,7 +166,7 @@ qsizetype TServerLink::ReadSome(char* to, qsizetype size, bool idle)
     return got;
 }
 
-void TServerLink::WriteAll(const char* bytes, qsizetype size)
+void TServerChannel::WriteAll(const char* bytes, qsizetype size)
 {
     if (!Guarded([&] { return stream_.Send(bytes, size, replyTimeout_); }))
         throw Error(ErrorKind::Limit, u"服务器在%1秒内没有接收数据！"_s.arg(replyTimeout_ / 1000));

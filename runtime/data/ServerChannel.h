@@ -1,15 +1,15 @@
 #pragma once
 
-#include "runtime/data/ServerWay.h"
+#include "runtime/data/TcpTransport.h"
 #include "wire/Frame.h"
 #include "wire/SocketStream.h"
 
 // An open connection to one server as a sequence of frames, waited for on the caller's thread.
-class TServerLink : public wire::FrameChannel {
+class TServerChannel : public wire::FrameChannel {
 public:
-    // Connects, enciphered where the way asks for it. Raises wire::Error as MakeTcpTransport says.
-    TServerLink(const TServerAddress& address, const TServerWay& way, int connectTimeout);
-    ~TServerLink() override;
+    // Connects, encrypted where the options ask for it. Raises wire::Error as MakeTcpTransport says.
+    TServerChannel(const TServerAddress& address, const TConnectOptions& options, int connectTimeout);
+    ~TServerChannel() override;
 
     // How long each following read may wait, in milliseconds.
     void SetReplyTimeout(int timeout) noexcept { replyTimeout_ = timeout; }
