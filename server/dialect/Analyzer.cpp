@@ -1,6 +1,7 @@
-#include "server/dialect/AnalyzerImpl.h"
+#include "server/dialect/Analyzer.h"
 
-#include "server/dialect/Texts.h"
+#include "server/dialect/Limits.h"
+#include "server/dialect/Refusals.h"
 
 #include <algorithm>
 #include <array>
@@ -82,9 +83,10 @@ bool Pins(const Expression& condition, const Source* source, int column)
 
 } // namespace
 
-Analyzer::Analyzer(const Lexer& lexer, const Catalog& catalog)
+Analyzer::Analyzer(const Lexer& lexer, const Catalog& catalog, TranslationTime& time)
     : lexer_(lexer)
     , catalog_(catalog)
+    , time_(time)
 {
     analysis_.literals.resize(lexer.Literals().size());
 }
@@ -172,10 +174,11 @@ void Analyzer::AnalyzeBlock(SelectBlock& block, Scope& scope, bool named)
     }
     block.aggregated = scope.aggregates || !block.groupBy.empty() || block.having;
     if (block.aggregated) {
+        const Groups groups = GroupsOf(block);
         for (const Expression* output : block.outputs)
-            CheckGrouping(block, *output, scope);
+            CheckGrouping(groups, *output, scope);
         if (block.having)
-            CheckGrouping(block, *block.having, scope);
+            CheckGrouping(groups, *block.having, scope);
     }
     if (block.rowLimit && (block.aggregated || block.distinct))
         Raise(block.position, texts::RownumHere());
@@ -207,6 +210,7 @@ void Analyzer::AnalyzeSource(Source& source, Scope* outer)
         Raise(source.position, texts::NoTable(source.tableName));
     }
     source.used.assign(source.columns.size(), false);
+    source.shown = source.used;
 }
 
 void Analyzer::AnalyzeHierarchy(SelectBlock& block, Scope& scope)
@@ -276,14 +280,12 @@ void Analyzer::AnalyzeOutputs(SelectBlock& block, Scope& scope, bool named)
         AddOutput(block, *item.expression, name, scope);
     }
     // Two columns of one name: the later ones are told apart by a number.
-    for (size_t i = 1; i < block.columns.size(); ++i) {
-        const auto taken = [&](const QString& name) {
-            return std::any_of(block.columns.begin(), block.columns.begin() + static_cast<qsizetype>(i),
-                [&name](const ResultColumn& column) { return SameName(column.name, name); });
-        };
-        const QString name = block.columns[i].name;
-        for (int number = 1; taken(block.columns[i].name); ++number)
-            block.columns[i].name = name + u'_' + QString::number(number);
+    QHash<QString, int> taken; // names, and the last number tried for each
+    for (ResultColumn& column : block.columns) {
+        const QString name = column.name;
+        while (taken.contains(column.name.toCaseFolded()))
+            column.name = name + u'_' + QString::number(++taken[name.toCaseFolded()]);
+        taken.insert(column.name.toCaseFolded(), 0);
     }
 }
 
@@ -294,7 +296,14 @@ void Analyzer::ExpandStar(SelectBlock& block, const SelectItem& item, Scope& sco
         if (!item.starQualifier.isEmpty() && !Answers(*source, item.starQualifier))
             continue;
         found = true;
+        // Seen before the columns are made: a few more stars would fill the memory.
+        if (block.columns.size() + source->columns.size() > kMostColumns)
+            Raise(item.position, texts::TooManyColumns(kMostColumns));
+        starColumns_ += static_cast<int>(source->columns.size());
+        if (starColumns_ > kMostNodes)
+            Raise(item.position, texts::TooManyParts(kMostNodes));
         for (size_t i = 0; i < source->columns.size(); ++i) {
+            time_.Check();
             auto column = std::make_unique<Expression>();
             column->node = ColumnName{.source = source, .column = static_cast<int>(i)};
             column->start = item.position;
@@ -312,17 +321,18 @@ void Analyzer::ExpandStar(SelectBlock& block, const SelectItem& item, Scope& sco
 
 void Analyzer::AddOutput(SelectBlock& block, const Expression& expression, const QString& name, Scope& scope)
 {
+    if (block.columns.size() == kMostColumns)
+        Raise(expression.start, texts::TooManyColumns(kMostColumns));
     ResultColumn column{.name = name, .type = expression.type, .width = expression.width};
     if (const auto* plain = expression.As<ColumnName>()) {
-        const Source* first = scope.sources.front();
+        Source* const first = scope.sources.front();
         column.source = plain->source;
         column.sourceColumn = plain->column;
-        const bool again = std::ranges::any_of(block.columns, [&](const ResultColumn& other) {
-            return other.source == plain->source && other.sourceColumn == plain->column;
-        });
-        if (plain->source == first && first->table && !again && !block.distinct) {
+        const auto number = static_cast<size_t>(plain->column);
+        if (plain->source == first && first->table && !block.distinct && !first->shown[number]) {
+            first->shown[number] = true;
             column.tableColumn = plain->column;
-            column.key = first->columns[static_cast<size_t>(plain->column)].key;
+            column.key = first->columns[number].key;
         }
     }
     block.columns.push_back(std::move(column));
@@ -335,22 +345,25 @@ QString Analyzer::NameOf(const Expression& expression)
     if (const auto* plain = expression.As<ColumnName>())
         return plain->source->columns[static_cast<size_t>(plain->column)].name;
     QString name;
-    for (const Token& token : lexer_.Tokens()) {
-        if (token.start < expression.start || token.start >= expression.end)
-            continue;
-        if (token.literal >= 0)
-            Fix(token.literal);
-        name += lexer_.Text(token);
+    const std::vector<Token>& tokens = lexer_.Tokens();
+    for (auto token = std::ranges::lower_bound(tokens, expression.start, {}, &Token::start);
+         token != tokens.end() && token->start < expression.end; ++token) {
+        if (token->literal >= 0)
+            Fix(token->literal);
+        name += lexer_.Text(*token);
     }
     return name;
 }
 
 // Outside of aggregates a grouped select may name what it is grouped by, and nothing else of its sources.
-void Analyzer::CheckGrouping(const SelectBlock& block, const Expression& expression, const Scope& scope) const
+void Analyzer::CheckGrouping(const Groups& groups, const Expression& expression, const Scope& scope) const
 {
-    if (std::ranges::any_of(
-            block.groupBy, [&](const ExpressionPtr& group) { return SameExpression(*group, expression); }))
-        return;
+    time_.Check();
+    if (!groups.empty()) {
+        const auto group = groups.find(Fingerprint(expression));
+        if (group != groups.end() && SameExpression(*group->second, expression))
+            return;
+    }
     if (const auto* call = expression.As<Call>(); call && IsAggregate(call->function))
         return;
     if (const auto* name = expression.As<ColumnName>()) {
@@ -359,12 +372,26 @@ void Analyzer::CheckGrouping(const SelectBlock& block, const Expression& express
     }
     if (expression.As<Level>())
         Raise(expression.start, texts::NotGrouped());
-    ForEachOperand(expression, [&](const ExpressionPtr& operand) { CheckGrouping(block, *operand, scope); });
+    ForEachOperand(expression, [&](const ExpressionPtr& operand) { CheckGrouping(groups, *operand, scope); });
+}
+
+Analyzer::Groups Analyzer::GroupsOf(const SelectBlock& block)
+{
+    Groups groups;
+    for (const ExpressionPtr& group : block.groupBy)
+        groups.emplace(Fingerprint(*group), group.get());
+    return groups;
 }
 
 void Analyzer::AnalyzeOrder(Query& query, SelectBlock& block, Scope& scope)
 {
-    if (!query.orderBy.empty() && block.rowLimit)
+    if (query.orderBy.empty())
+        return;
+    const Groups groups = GroupsOf(block);
+    std::unordered_map<size_t, size_t> outputs; // of a distinct select, by their fingerprints
+    for (size_t i = 0; block.distinct && i < block.outputs.size(); ++i)
+        outputs.emplace(Fingerprint(*block.outputs[i]), i);
+    if (block.rowLimit)
         Raise(block.position, texts::RownumHere());
     for (OrderItem& item : query.orderBy) {
         const Position position = item.expression->start;
@@ -392,15 +419,15 @@ void Analyzer::AnalyzeOrder(Query& query, SelectBlock& block, Scope& scope)
             Value(item.expression, scope);
         }
         if (block.aggregated)
-            CheckGrouping(block, *item.expression, scope);
+            CheckGrouping(groups, *item.expression, scope);
         else if (scope.aggregates)
             Raise(position, texts::NotGrouped());
-        const auto output = std::ranges::find_if(
-            block.outputs, [&](const Expression* each) { return SameExpression(*each, *item.expression); });
-        if (output != block.outputs.end() && block.distinct)
-            item.output = static_cast<int>(output - block.outputs.begin());
-        else if (block.distinct)
-            Raise(position, texts::OrderOfUnion());
+        if (block.distinct) {
+            const auto output = outputs.find(Fingerprint(*item.expression));
+            if (output == outputs.end() || !SameExpression(*block.outputs[output->second], *item.expression))
+                Raise(position, texts::OrderOfUnion());
+            item.output = static_cast<int>(output->second);
+        }
         if (const auto* column = item.expression->As<ColumnName>()) {
             const bool key = column->source->table && column->source->join != Source::Join::Left
                 && column->source->columns[static_cast<size_t>(column->column)].key;
@@ -501,9 +528,9 @@ void Analyzer::Raise(Position position, const QString& message) const
     throw SyntaxError(lexer_.Text(), position, message);
 }
 
-Analysis Analyze(Statement& statement, const Lexer& lexer, const Catalog& catalog)
+Analysis Analyze(Statement& statement, const Lexer& lexer, const Catalog& catalog, TranslationTime& time)
 {
-    return Analyzer(lexer, catalog).Run(statement);
+    return Analyzer(lexer, catalog, time).Run(statement);
 }
 
 } // namespace dialect

@@ -1,7 +1,8 @@
-#include "server/dialect/AnalyzerImpl.h"
+#include "server/dialect/Analyzer.h"
 
-#include "server/dialect/Formats.h"
-#include "server/dialect/Texts.h"
+#include "server/dialect/DateAndNumberFormats.h"
+#include "server/dialect/Limits.h"
+#include "server/dialect/Refusals.h"
 
 #include <algorithm>
 
@@ -13,6 +14,17 @@ namespace {
 int MaxWidth(int a, int b)
 {
     return a == 0 || b == 0 ? 0 : std::max(a, b);
+}
+
+// Of the column of that name in case-folded letters; -1: none.
+int NumberOf(Source& source, const QString& folded)
+{
+    if (source.columnNumbers.isEmpty()) {
+        int number = 0;
+        for (const ResultColumn& column : source.columns)
+            source.columnNumbers.insert(column.name.toCaseFolded(), number++);
+    }
+    return source.columnNumbers.value(folded, -1);
 }
 
 } // namespace
@@ -38,6 +50,7 @@ void Analyzer::Value(ExpressionPtr& expression, Scope& scope)
 
 void Analyzer::Visit(ExpressionPtr& expression, Scope& scope)
 {
+    time_.Check();
     if (expression->As<Call>())
         VisitCall(expression, scope);
     else
@@ -111,6 +124,7 @@ void Analyzer::Resolve(Expression& expression, Scope& scope)
 
 void Analyzer::Visit(Expression& expression, ColumnName& name, Scope& scope)
 {
+    const QString folded = name.name.toCaseFolded();
     for (Scope* place = &scope; place; place = place->outer) {
         for (Source* source : place->sources) {
             if (!name.qualifier.isEmpty()) {
@@ -118,10 +132,8 @@ void Analyzer::Visit(Expression& expression, ColumnName& name, Scope& scope)
                 if (known.compare(name.qualifier, Qt::CaseInsensitive) != 0)
                     continue;
             }
-            const auto found = std::ranges::find_if(source->columns, [&name](const ResultColumn& column) {
-                return column.name.compare(name.name, Qt::CaseInsensitive) == 0;
-            });
-            if (found == source->columns.end()) {
+            const int number = NumberOf(*source, folded);
+            if (number < 0) {
                 if (name.qualifier.isEmpty())
                     continue;
                 Raise(expression.start, texts::NoColumn(name.qualifier + u'.' + name.name));
@@ -129,10 +141,10 @@ void Analyzer::Visit(Expression& expression, ColumnName& name, Scope& scope)
             if (name.source)
                 Raise(expression.start, texts::Ambiguous(name.name));
             name.source = source;
-            name.column = static_cast<int>(found - source->columns.begin());
-            source->used[static_cast<size_t>(name.column)] = true;
-            expression.type = found->type;
-            expression.width = found->width;
+            name.column = number;
+            source->used[static_cast<size_t>(number)] = true;
+            expression.type = source->columns[static_cast<size_t>(number)].type;
+            expression.width = source->columns[static_cast<size_t>(number)].width;
         }
         if (name.source)
             return;

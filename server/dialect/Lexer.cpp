@@ -1,6 +1,7 @@
 #include "server/dialect/Lexer.h"
 
-#include "server/dialect/Texts.h"
+#include "server/dialect/Limits.h"
+#include "server/dialect/Refusals.h"
 
 #include <array>
 #include <charconv>
@@ -19,6 +20,7 @@ constexpr char16_t kTextListMark = u'\uE005';
 constexpr char16_t kNumberListMark = u'\uE006';
 
 constexpr size_t kUsualLiterals = 16;
+constexpr qsizetype kLongestShown = 1'000; // of a text that is refused for its length
 
 enum class CharClass : quint8 { Other, Blank, Word, Digit };
 
@@ -87,6 +89,12 @@ wire::Error SyntaxError(QStringView text, Position position, const QString& mess
     return {wire::ErrorKind::Syntax, texts::At(line, column, message), text.toString()};
 }
 
+void TranslationTime::Look() const
+{
+    if (std::chrono::steady_clock::now() > end_)
+        throw wire::Error(wire::ErrorKind::Limit, texts::TooSlow(), text_.toString());
+}
+
 void Lexer::Read(QStringView text)
 {
     text_ = text;
@@ -97,6 +105,9 @@ void Lexer::Read(QStringView text)
     literals_ = {};
     literals_.reserve(kUsualLiterals);
     openList_ = -1;
+    if (text.size() > kLongestStatement)
+        throw wire::Error(wire::ErrorKind::Syntax, texts::StatementTooLong(kLongestStatement) + u'！',
+            text.first(kLongestShown).toString());
     // In a literal it would end the statement for some databases, and is refused in values by others.
     if (const Position nothing = text.indexOf(QChar(u'\0')); nothing >= 0)
         throw SyntaxError(text_, nothing, texts::BadCharacter(QStringLiteral("U+0000")));
@@ -195,6 +206,8 @@ void Lexer::ReadText()
         ++at_;
     }
     const QStringView inner = text_.sliced(start + 1, at_ - start - 1);
+    if (inner.size() > kLongestLiteral)
+        throw SyntaxError(text_, start, texts::LiteralTooLong(kLongestLiteral));
     ++at_;
     if (inner.isEmpty()) {
         AddToShape(kEmptyMark);
@@ -302,6 +315,9 @@ void Lexer::FoldList()
         if (comma != (i % 2 == 1) || (!comma && isText(token) != text) || (i + 1 == count && comma))
             return;
     }
+    if (count > 2 * kMostListValues)
+        throw SyntaxError(
+            text_, tokens_[first + 2 * kMostListValues].start, texts::ListTooLong(kMostListValues));
     QString json(u'[');
     size_t firstLiteral = literals_.size();
     for (size_t i = 0; i < count; i += 2) {

@@ -1,4 +1,4 @@
-#include "server/dialect/ParserImpl.h"
+#include "server/dialect/Parser.h"
 
 #include <algorithm>
 #include <array>
@@ -19,7 +19,52 @@ constexpr std::array<QStringView, 29> kOtherStatements{u"insert", u"delete", u"m
     u"rollback", u"savepoint", u"lock", u"grant", u"revoke", u"explain", u"analyze", u"audit", u"comment",
     u"purge", u"attach", u"detach", u"pragma", u"vacuum", u"reindex"};
 
+// Of the deepest expression of a query.
+int DepthOf(const Query& query)
+{
+    int depth = 0;
+    const auto note = [&depth](const ExpressionPtr& expression) {
+        if (expression)
+            depth = std::max(depth, expression->depth);
+    };
+    for (const SelectBlock& block : query.blocks) {
+        for (const SelectItem& item : block.items)
+            note(item.expression);
+        for (const auto& source : block.from) {
+            note(source->on);
+            if (source->query)
+                depth = std::max(depth, source->query->depth);
+        }
+        for (const ExpressionPtr* each : {&block.where, &block.startWith, &block.connectBy, &block.having})
+            note(*each);
+        std::ranges::for_each(block.groupBy, note);
+    }
+    for (const OrderItem& item : query.orderBy)
+        note(item.expression);
+    return depth;
+}
+
 } // namespace
+
+void Parser::Count(Expression& expression)
+{
+    time_.Check();
+    int below = 0;
+    ForEachOperand(
+        expression, [&below](const ExpressionPtr& operand) { below = std::max(below, operand->depth); });
+    const auto query = [&below](const auto* node) {
+        if (node)
+            below = std::max(below, node->query->depth);
+    };
+    query(expression.As<InQuery>());
+    query(expression.As<Exists>());
+    query(expression.As<ScalarQuery>());
+    expression.depth = below + 1;
+    if (expression.depth > kMostDepth)
+        Raise(texts::TooDeep());
+    if (++nodes_ > kMostNodes)
+        Raise(texts::TooManyParts(kMostNodes));
+}
 
 bool Parser::AtName() const
 {
@@ -102,6 +147,7 @@ Update Parser::ParseUpdate()
     do {
         if (NextIs(u"("))
             Raise(texts::NotSupported(QStringLiteral("set (…) = (…)")));
+        RequireRoom(update.assignments, kMostColumns, texts::TooManyColumns);
         Assignment assignment;
         assignment.target = ParseColumn();
         Expect(u"=");
@@ -121,6 +167,7 @@ QueryPtr Parser::ParseQuery()
     auto query = std::make_unique<Query>();
     ParseBlocks(*query);
     ParseOrder(*query);
+    query->depth = DepthOf(*query) + 1;
     return query;
 }
 
@@ -161,6 +208,8 @@ void Parser::ParseBlocks(Query& query)
 
 SelectBlock Parser::ParseBlock()
 {
+    if (++blocks_ > kMostBlocks)
+        Raise(texts::TooManyBlocks(kMostBlocks));
     SelectBlock block;
     block.position = Start();
     Expect(u"select");
@@ -168,9 +217,10 @@ SelectBlock Parser::ParseBlock()
         block.distinct = true;
     else
         Take(u"all");
-    do
+    do {
+        RequireRoom(block.items, kMostColumns, texts::TooManyColumns);
         block.items.push_back(ParseItem());
-    while (Take(u","));
+    } while (Take(u","));
     if (!NextIs(u"from"))
         RaiseExpected(QStringLiteral("“,”或“from”"));
     ParseFrom(block);
@@ -179,9 +229,10 @@ SelectBlock Parser::ParseBlock()
     ParseHierarchy(block);
     if (Take(u"group")) {
         Expect(u"by");
-        do
+        do {
+            RequireRoom(block.groupBy);
             block.groupBy.push_back(ParseExpression());
-        while (Take(u","));
+        } while (Take(u","));
     }
     if (Take(u"having"))
         block.having = ParseExpression();
@@ -218,6 +269,7 @@ void Parser::ParseFrom(SelectBlock& block)
     for (;;) {
         auto join = Source::Join::None;
         if (Take(u",")) {
+            RequireRoom(block.from, kMostSources, texts::TooManySources);
             block.from.push_back(ParseSource());
             continue;
         }
@@ -233,6 +285,7 @@ void Parser::ParseFrom(SelectBlock& block)
         } else {
             break;
         }
+        RequireRoom(block.from, kMostSources, texts::TooManySources);
         auto source = ParseSource();
         source->join = join;
         Expect(u"on");
@@ -243,6 +296,8 @@ void Parser::ParseFrom(SelectBlock& block)
 
 std::unique_ptr<Source> Parser::ParseSource()
 {
+    if (++sources_ > kMostSourcesInAll)
+        Raise(texts::TooManySources(kMostSourcesInAll));
     auto source = std::make_unique<Source>();
     source->position = Start();
     if (Take(u"(")) {
@@ -286,6 +341,7 @@ void Parser::ParseOrder(Query& query)
         Raise(texts::NotSupported(QStringLiteral("order siblings by")));
     Expect(u"by");
     do {
+        RequireRoom(query.orderBy);
         OrderItem item;
         item.expression = ParseExpression();
         if (Take(u"desc"))
@@ -301,9 +357,9 @@ void Parser::ParseOrder(Query& query)
     } while (Take(u","));
 }
 
-Statement Parse(const Lexer& lexer)
+Statement Parse(const Lexer& lexer, TranslationTime& time)
 {
-    return Parser(lexer).ParseStatement();
+    return Parser(lexer, time).ParseStatement();
 }
 
 } // namespace dialect

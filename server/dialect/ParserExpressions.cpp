@@ -1,4 +1,4 @@
-#include "server/dialect/ParserImpl.h"
+#include "server/dialect/Parser.h"
 
 #include <array>
 
@@ -104,9 +104,10 @@ ExpressionPtr Parser::ParseIn(ExpressionPtr value, bool negated)
         list.items.push_back(Make(LiteralList{token.literal, elements}, token.start));
         list.items.back()->type = elements;
     } else {
-        do
+        do {
+            RequireRoom(list.items, kMostListValues, texts::ListTooLong);
             list.items.push_back(ParseSum());
-        while (Take(u","));
+        } while (Take(u","));
     }
     Expect(u")");
     return Make(std::move(list), start);
@@ -120,9 +121,10 @@ ExpressionPtr Parser::ParseSum()
         if (Take(u"||")) {
             Concatenation concatenation;
             concatenation.operands.push_back(std::move(left));
-            do
+            do {
+                RequireRoom(concatenation.operands);
                 concatenation.operands.push_back(ParseProduct());
-            while (Take(u"||"));
+            } while (Take(u"||"));
             left = Make(std::move(concatenation), start);
             continue;
         }
@@ -259,6 +261,7 @@ ExpressionPtr Parser::ParseCase()
     if (!NextIs(u"when"))
         RaiseExpected(QStringLiteral("“when”"));
     while (Take(u"when")) {
+        RequireRoom(result.branches);
         Case::Branch branch;
         branch.when = ParseExpression();
         Expect(u"then");
@@ -301,9 +304,10 @@ ExpressionPtr Parser::ParseCall(const FunctionInfo& info)
             Take(u"all");
     }
     if (!call.star && !NextIs(u")")) {
-        do
+        do {
+            RequireRoom(call.arguments);
             call.arguments.push_back(ParseExpression());
-        while (Take(u","));
+        } while (Take(u","));
     }
     Expect(u")");
     const int count = call.star ? 1 : static_cast<int>(call.arguments.size());

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/dialect/Formats.h"
+#include "server/dialect/DateAndNumberFormats.h"
 
 // Formats of dates and numbers as PostgreSQL's own functions and ours understand them.
 namespace dialect {

@@ -1,6 +1,6 @@
 #include "server/dialect/Postgres.h"
 #include "server/dialect/PostgresFunctionsText.h"
-#include "server/dialect/Texts.h"
+#include "server/dialect/Refusals.h"
 
 #include <QStringList>
 

@@ -95,8 +95,8 @@ Type OwnType(const Expression& expression)
 
 class PostgresPrinter final : public Printer {
 public:
-    explicit PostgresPrinter(const Analysis& analysis)
-        : Printer(analysis, kWords)
+    PostgresPrinter(const Analysis& analysis, TranslationTime& time)
+        : Printer(analysis, kWords, time)
     {
     }
 
@@ -470,9 +470,9 @@ void PostgresPrinter::PrintRoundedDate(const Expression& date, DateUnit unit)
 
 } // namespace
 
-Printed PrintForPostgres(const Statement& statement, const Analysis& analysis)
+Printed PrintForPostgres(const Statement& statement, const Analysis& analysis, TranslationTime& time)
 {
-    return PostgresPrinter(analysis).Run(statement);
+    return PostgresPrinter(analysis, time).Run(statement);
 }
 
 } // namespace dialect

@@ -1,6 +1,7 @@
 #include "server/dialect/Printer.h"
 
-#include "server/dialect/Texts.h"
+#include "server/dialect/Limits.h"
+#include "server/dialect/Refusals.h"
 #include "wire/Error.h"
 
 #include <algorithm>
@@ -8,8 +9,9 @@
 
 namespace dialect {
 
-Printer::Printer(const Analysis& analysis, const PrinterWords& words)
+Printer::Printer(const Analysis& analysis, const PrinterWords& words, TranslationTime& time)
     : words_(words)
+    , time_(time)
     , parameterOfLiteral_(analysis.literals.size(), 0)
 {
 }
@@ -309,6 +311,7 @@ void Printer::PrintQuoted(const QByteArray& utf8, char quote)
 void Printer::Put(std::string_view text)
 {
     constexpr size_t kLongest = 8 << 20;
+    time_.Check();
     if (sql_.size() + text.size() > kLongest)
         throw wire::Error(wire::ErrorKind::Syntax, texts::TooDeep() + u'！');
     sql_ += text;

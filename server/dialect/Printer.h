@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/dialect/Analyzer.h"
+#include "server/dialect/Analysis.h"
 
 #include <memory>
 
@@ -34,7 +34,7 @@ struct PrinterWords {
 // Printer.cpp, expressions in PrinterExpressions.cpp; what each says in its own way is virtual.
 class Printer {
 public:
-    Printer(const Analysis& analysis, const PrinterWords& words);
+    Printer(const Analysis& analysis, const PrinterWords& words, TranslationTime& time);
     virtual ~Printer();
     Printer(const Printer&) = delete;
     Printer& operator=(const Printer&) = delete;
@@ -115,6 +115,7 @@ private:
     std::string AliasOf(const Source& source) const;
 
     const PrinterWords& words_;
+    TranslationTime& time_;
     std::string sql_;
     std::vector<Parameter> parameters_;
     std::vector<int> parameterOfLiteral_;
@@ -125,7 +126,7 @@ private:
 };
 
 // An analysed statement in the database's language; see Target for what they need.
-Printed PrintForSqlite(const Statement& statement, const Analysis& analysis);
-Printed PrintForPostgres(const Statement& statement, const Analysis& analysis);
+Printed PrintForSqlite(const Statement& statement, const Analysis& analysis, TranslationTime& time);
+Printed PrintForPostgres(const Statement& statement, const Analysis& analysis, TranslationTime& time);
 
 } // namespace dialect

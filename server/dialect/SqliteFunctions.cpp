@@ -1,8 +1,8 @@
 #include "server/dialect/SqliteFunctions.h"
 
-#include "server/dialect/Formats.h"
+#include "server/dialect/DateAndNumberFormats.h"
 #include "server/dialect/LikePattern.h"
-#include "server/dialect/Texts.h"
+#include "server/dialect/Refusals.h"
 #include "wire/Error.h"
 
 #include <QString>

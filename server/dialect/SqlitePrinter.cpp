@@ -24,8 +24,8 @@ constexpr PrinterWords kWords{
 
 class SqlitePrinter final : public Printer {
 public:
-    explicit SqlitePrinter(const Analysis& analysis)
-        : Printer(analysis, kWords)
+    SqlitePrinter(const Analysis& analysis, TranslationTime& time)
+        : Printer(analysis, kWords, time)
     {
     }
 
@@ -223,9 +223,9 @@ void SqlitePrinter::PrintTruncation(const Call& call)
 
 } // namespace
 
-Printed PrintForSqlite(const Statement& statement, const Analysis& analysis)
+Printed PrintForSqlite(const Statement& statement, const Analysis& analysis, TranslationTime& time)
 {
-    return SqlitePrinter(analysis).Run(statement);
+    return SqlitePrinter(analysis, time).Run(statement);
 }
 
 } // namespace dialect

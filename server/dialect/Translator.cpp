@@ -1,7 +1,8 @@
-#include "server/dialect/Formats.h"
-#include "server/dialect/Parser.h"
+#include "server/dialect/DateAndNumberFormats.h"
+#include "server/dialect/Limits.h"
+#include "server/dialect/Parse.h"
 #include "server/dialect/Printer.h"
-#include "server/dialect/Texts.h"
+#include "server/dialect/Refusals.h"
 
 #include <list>
 #include <string_view>
@@ -102,9 +103,10 @@ private:
 
     Entry* Add()
     {
-        Statement statement = Parse(lexer_);
-        const Analysis analysis = Analyze(statement, lexer_, *catalog_);
-        Printed printed = Print(statement, analysis);
+        TranslationTime time(lexer_.Text());
+        Statement statement = Parse(lexer_, time);
+        const Analysis analysis = Analyze(statement, lexer_, *catalog_, time);
+        Printed printed = Print(statement, analysis, time);
         auto translation = std::make_shared<Translation>();
         translation->kind =
             std::holds_alternative<Update>(statement) ? StatementKind::Update : StatementKind::Select;
@@ -131,13 +133,13 @@ private:
         return &entries_.front();
     }
 
-    Printed Print(const Statement& statement, const Analysis& analysis) const
+    Printed Print(const Statement& statement, const Analysis& analysis, TranslationTime& time) const
     {
         switch (target_) {
         case Target::Sqlite:
-            return PrintForSqlite(statement, analysis);
+            return PrintForSqlite(statement, analysis, time);
         case Target::Postgres:
-            return PrintForPostgres(statement, analysis);
+            return PrintForPostgres(statement, analysis, time);
         case Target::Verbatim:
             break;
         }

@@ -81,4 +81,24 @@ bool SameExpression(const Expression& a, const Expression& b)
             [](const Expression* x, const Expression* y) { return SameExpression(*x, *y); });
 }
 
+size_t Fingerprint(const Expression& expression)
+{
+    size_t print = expression.node.index();
+    const auto add = [&print](auto value) { print = qHash(value, print * 31 + 1); };
+    if (const auto* name = expression.As<ColumnName>()) {
+        add(reinterpret_cast<quintptr>(name->source));
+        add(name->column);
+    } else if (const auto* literal = expression.As<Literal>()) {
+        add(literal->literal);
+    } else if (const auto* arithmetic = expression.As<Arithmetic>()) {
+        add(static_cast<int>(arithmetic->op));
+    } else if (const auto* comparison = expression.As<Comparison>()) {
+        add(static_cast<int>(comparison->op));
+    } else if (const auto* call = expression.As<Call>()) {
+        add(static_cast<int>(call->function));
+    }
+    ForEachOperand(expression, [&](const ExpressionPtr& operand) { add(Fingerprint(*operand)); });
+    return print;
+}
+
 } // namespace dialect

@@ -4,13 +4,15 @@
 #include "server/dialect/Functions.h"
 #include "server/dialect/Lexer.h"
 
+#include <QHash>
+
 #include <memory>
 #include <optional>
 #include <variant>
 #include <vector>
 
 // What a statement says, independent of the backend that it will run on. The parser builds the tree; the
-// analysis (Analyzer.h) fills in what is marked "analysis" and makes every conversion explicit.
+// analysis (Analysis.h) fills in what is marked "analysis" and makes every conversion explicit.
 namespace dialect {
 
 struct Expression;
@@ -50,6 +52,8 @@ struct Source {
     const CatalogTable* table = nullptr; // null for a subquery and for dual
     std::vector<ResultColumn> columns;
     std::vector<bool> used; // columns that the statement reads
+    std::vector<bool> shown; // columns that are columns of the result by themselves
+    QHash<QString, int> columnNumbers; // by name without case, from the first look-up on
 };
 
 // Literals. `literal` counts the literals of the text.
@@ -156,6 +160,7 @@ struct Expression {
         InQuery, Exists, ScalarQuery, Case, Call>;
     Node node;
     Position start = 0, end = 0; // in the text
+    int depth = 1; // of the tree below, subqueries included
     // analysis
     Type type = Type::Null;
     int width = 0; // text: most characters, 0 when unknown
@@ -206,6 +211,7 @@ struct Query {
     std::vector<SelectBlock> blocks;
     std::vector<SetOperator> operators;
     std::vector<OrderItem> orderBy;
+    int depth = 1; // of its deepest expression
     // analysis
     std::vector<ResultColumn> columns;
 };
@@ -269,6 +275,8 @@ template <typename E, typename Visit> void ForEachOperand(E& expression, Visit&&
 std::vector<const Expression*> Conjuncts(const Expression* condition);
 // Whether the two say the same of the same columns. Literals are told apart by their place.
 bool SameExpression(const Expression& a, const Expression& b);
+// Expressions that say the same have the same one.
+size_t Fingerprint(const Expression& expression);
 // `expression` names a column of `source` (any of its columns when `column` is negative).
 bool IsColumn(const Expression& expression, const Source* source, int column = -1);
 // Somewhere in `expression`, subqueries left aside, stands a column of `source`.

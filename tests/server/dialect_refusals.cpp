@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ctime>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -95,21 +97,92 @@ TEST(DialectRefusals, SayWhatIsWrongAndWhere)
     EXPECT_THROW(translator.Translate(u"select to_char(sysdate,'yyyy\0mm') x from dual"_s), wire::Error);
 }
 
-TEST(DialectRefusals, DeepNestingIsRefusedBeforeTheStackEnds)
+QString Repeated(int count, const QString& part, const QString& between = {})
 {
-    dialect::Translator translator(std::make_shared<SchemaCatalog>());
-    for (const auto& [open, close] : {std::pair(u"("_s, u")"_s), std::pair(u"not "_s, u""_s),
-             std::pair(u"-"_s + u' ', u""_s), std::pair(u"nvl("_s, u",1)"_s),
-             std::pair(u"case when 1=1 then "_s, u" end"_s), std::pair(u"(select "_s, u" from dual)"_s)}) {
-        const QString sql =
-            u"select 1 from dual where 1="_s + open.repeated(5000) + u'1' + close.repeated(5000);
-        EXPECT_THROW(translator.Translate(sql), wire::Error) << open.toStdString();
-    }
-    // What is said once for every comparison may contain the same.
+    return QStringList(count, part).join(between);
+}
+
+struct TooMuch {
+    QString sql;
+    const char* message; // nothing: no screen's text is so long, but it is taken
+};
+
+// Chains as well as brackets: neither the parser nor whoever walks or frees the tree may need a stack that
+// grows with the text, and no text may keep a server busy for longer than it took to send it.
+TEST(DialectRefusals, NoTextIsTooMuchForTheServer)
+{
+    const QString orders = u" from tab_zelmor_bill b"_s;
+    const auto where = [&](const QString& condition) {
+        return QString(u"select 1"_s + orders + u" where "_s + condition);
+    };
+    const auto value = [](const QString& expression) {
+        return QString(u"select "_s + expression + u" v from dual"_s);
+    };
+    const auto nested = [&](const QString& open, const QString& close) {
+        return where(u"1="_s + Repeated(5000, open) + u'1' + Repeated(5000, close));
+    };
+    const auto list = [&](int count, const QString& item) {
+        return where(u"b.bill_code not in ("_s + Repeated(count, item, u","_s) + u')');
+    };
     QString decode = u"1"_s;
-    for (int depth = 0; depth < 40; ++depth)
+    for (int depth = 0; depth < 40; ++depth) // what is said once for every comparison contains the same
         decode = u"decode("_s + decode + u",1,2,3,4,5,6)"_s;
-    EXPECT_THROW(translator.Translate(u"select "_s + decode + u" from dual"_s), wire::Error);
+    const std::vector<TooMuch> texts{
+        {nested(u"("_s, u")"_s), "嵌套过深"},
+        {nested(u"not "_s, {}), "应为表达式"},
+        {where(Repeated(40'000, u"not "_s) + u"1=1"_s), "嵌套过深"},
+        {nested(u"- "_s, {}), "嵌套过深"},
+        {nested(u"nvl("_s, u",1)"_s), "嵌套过深"},
+        {nested(u"case when 1=1 then "_s, u" end"_s), "嵌套过深"},
+        {nested(u"(select "_s, u" from dual)"_s), "嵌套过深"},
+        {value(Repeated(40'000, u"1"_s, u"+"_s)), "嵌套过深"},
+        {value(Repeated(40'000, u"1"_s, u"-"_s)), "嵌套过深"},
+        {value(Repeated(40'000, u"1"_s, u"*"_s)), "嵌套过深"},
+        {value(Repeated(40'000, u"1"_s, u"/"_s)), "嵌套过深"},
+        {u"update tab_site set bl_open="_s + Repeated(40'000, u"1"_s, u"+"_s), "嵌套过深"},
+        {value(Repeated(40'000, u"'a'"_s, u"||"_s)), "此处的表达式超过255个"},
+        {value(u"case "_s + Repeated(40'000, u"when 1=1 then 1 "_s) + u"end"_s), "此处的表达式超过255个"},
+        {value(u"coalesce("_s + Repeated(40'000, u"1"_s, u","_s) + u')'), "此处的表达式超过255个"},
+        {value(decode), "嵌套过深"},
+        {Repeated(20'000, u"select 1 from dual"_s, u" union all "_s), "select超过200个"},
+        {u"select 1 from "_s + Repeated(5'000, u"dual"_s, u","_s), "表超过60个"},
+        {where(Repeated(14'000, u"b.status=1"_s, u" or "_s)), nullptr},
+        {where(Repeated(4'000, u"b.prepare_site like '%;x;%'"_s, u" or "_s)), nullptr},
+        {where(Repeated(40'000, u"b.status=1"_s, u" and "_s)), "成分超过50000个"},
+        {u"select "_s + Repeated(400, u"b.*"_s, u","_s) + orders, "列超过1000个"},
+        {u"select "_s + Repeated(13, u"b.*"_s, u","_s) + orders, nullptr},
+        {u"select "_s + Repeated(100'000, u"b.status"_s, u","_s) + orders, "列超过1000个"},
+        {u"select "_s + Repeated(1'000, u"lower(b.name)"_s, u","_s) + orders + u" group by "_s
+                + Repeated(255, u"lower(b.name)"_s, u","_s),
+            nullptr},
+        {u"select 1"_s + orders + u" order by "_s + Repeated(5'000, u"b.status"_s, u","_s),
+            "此处的表达式超过255个"},
+        {value(u'\'' + Repeated(4'001, u"x"_s) + u'\''), "第1行第8列：引号中的文本超过4000个字符"},
+        {value(Repeated(1 << 20, u" "_s) + u'1'), "语句超过1048576个字符"},
+        {list(1'000, u"'a'"_s), nullptr},
+        {list(1'001, u"'a'"_s), "第1行第4059列：in列表中的值超过1000个"},
+        {list(1'001, u"-1"_s), "第1行第3059列：in列表中的值超过1000个"},
+        {where(Repeated(16, u"b.bill_code in ("_s + Repeated(999, u"'site'"_s, u","_s) + u')', u" or "_s)),
+            nullptr},
+    };
+    for (const dialect::Target target : {dialect::Target::Sqlite, dialect::Target::Postgres}) {
+        for (const TooMuch& each : texts) {
+            SCOPED_TRACE(each.sql.left(60).toStdString());
+            dialect::Translator translator(std::make_shared<SchemaCatalog>(), target);
+            const std::clock_t start = std::clock();
+            QString message;
+            try {
+                translator.Translate(each.sql);
+            } catch (const wire::Error& error) {
+                message = error.Message();
+            }
+            EXPECT_LT(double(std::clock() - start) / CLOCKS_PER_SEC, 2.0);
+            if (each.message)
+                EXPECT_NE(message.indexOf(QString::fromUtf8(each.message)), -1) << message.toStdString();
+            else
+                EXPECT_TRUE(message.isEmpty()) << message.toStdString();
+        }
+    }
 }
 
 // Whatever the text has become by chance: it is refused, or every database takes it and gives the same rows.

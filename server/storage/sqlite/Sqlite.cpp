@@ -2,7 +2,7 @@
 
 #include "server/Texts.h"
 #include "server/dialect/SqliteFunctions.h"
-#include "server/dialect/Texts.h"
+#include "server/dialect/Refusals.h"
 
 #include <QStringConverter>
 

@@ -1,6 +1,6 @@
-#include "server/dialect/Formats.h"
+#include "server/dialect/DateAndNumberFormats.h"
 
-#include "server/dialect/Texts.h"
+#include "server/dialect/Refusals.h"
 #include "wire/Error.h"
 
 #include <algorithm>

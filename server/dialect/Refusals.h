@@ -86,9 +86,47 @@ inline QString TextLiteral()
 {
     return QStringLiteral("引号中的文本");
 }
+
+// Limits
 inline QString TooDeep()
 {
     return QStringLiteral("语句嵌套过深");
+}
+inline QString StatementTooLong(qint64 most)
+{
+    return QStringLiteral("语句超过%1个字符").arg(most);
+}
+inline QString LiteralTooLong(qint64 most)
+{
+    return QStringLiteral("引号中的文本超过%1个字符").arg(most);
+}
+inline QString ListTooLong(qint64 most)
+{
+    return QStringLiteral("in列表中的值超过%1个").arg(most);
+}
+inline QString TooManyParts(qint64 most)
+{
+    return QStringLiteral("语句过于复杂，成分超过%1个").arg(most);
+}
+inline QString TooManyColumns(qint64 most)
+{
+    return QStringLiteral("列超过%1个").arg(most);
+}
+inline QString TooManyOperands(qint64 most)
+{
+    return QStringLiteral("此处的表达式超过%1个").arg(most);
+}
+inline QString TooManySources(qint64 most)
+{
+    return QStringLiteral("表超过%1个").arg(most);
+}
+inline QString TooManyBlocks(qint64 most)
+{
+    return QStringLiteral("select超过%1个").arg(most);
+}
+inline QString TooSlow()
+{
+    return QStringLiteral("语句过于复杂，不能及时译出！");
 }
 
 // Names
@@ -187,6 +225,10 @@ inline QString InvalidMask(const QString& element)
 inline QString InvalidNumberMask(const QString& mask)
 {
     return QStringLiteral("不支持数字格式%1").arg(Quoted(mask));
+}
+inline QString BuiltTextTooLong(qint64 most)
+{
+    return QStringLiteral("计算得到的文本超过%1个字节").arg(most);
 }
 inline QString DivideByZero()
 {
