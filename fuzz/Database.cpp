@@ -20,11 +20,9 @@ QString FolderPattern()
 Database::Database()
     : folder_(FolderPattern())
 {
-    server::Options options;
-    options.dataDir = folder_.path();
-    const QString file = storage::EnsureDatabase(options, wire::DateTime::FromParts(2024, 3, 5, 12));
-    base_ = std::make_unique<storage::Database>(file, storage::OpenMode::Serve);
-    catalog_ = std::make_shared<storage::SqliteCatalog>(*base_);
+    const QString file = storage::sqlite::EnsureDatabase(folder_.path(), {});
+    base_ = std::make_unique<storage::sqlite::Database>(file, storage::sqlite::OpenMode::Serve);
+    catalog_ = std::make_shared<storage::sqlite::SqliteCatalog>(*base_);
 }
 
 void Database::Insert(const company::Table& table, const std::vector<std::vector<wire::Value>>& rows)
@@ -32,8 +30,8 @@ void Database::Insert(const company::Table& table, const std::vector<std::vector
     std::string places;
     for (size_t i = 0; i < table.columns.size(); ++i)
         places += places.empty() ? "?" : ",?";
-    storage::Statement insert =
-        base_->Prepare("insert into " + storage::Quoted(table.name) + " values(" + places + ")");
+    storage::sqlite::Statement insert =
+        base_->Prepare("insert into " + storage::sqlite::Quoted(table.name) + " values(" + places + ")");
     for (const std::vector<wire::Value>& row : rows) {
         for (size_t i = 0; i < row.size(); ++i)
             insert.Bind(static_cast<int>(i) + 1, row[i]);
@@ -46,7 +44,8 @@ std::vector<TableState> Database::Tables()
     std::vector<TableState> states;
     for (const TableState& pristine : Pristine()) {
         TableState& state = states.emplace_back(TableState{pristine.table, {}});
-        storage::Statement query = base_->Prepare("select * from " + storage::Quoted(state.table->name));
+        storage::sqlite::Statement query =
+            base_->Prepare("select * from " + storage::sqlite::Quoted(state.table->name));
         while (query.Step()) {
             std::vector<wire::Value>& row = state.rows.emplace_back();
             for (const company::Column& column : state.table->columns)
@@ -59,7 +58,7 @@ std::vector<TableState> Database::Tables()
 std::vector<AuditEntry> Database::Audit()
 {
     std::vector<AuditEntry> entries;
-    storage::Statement query =
+    storage::sqlite::Statement query =
         base_->Prepare("select TABLE_NAME, ACTION, ROW_KEY, FIELDS from zelmor_audit order by AUDIT_ID");
     while (query.Step())
         entries.push_back({query.Text(0), query.Text(1), query.Text(2), query.Text(3).toUtf8()});
@@ -70,7 +69,7 @@ void Database::Restore()
 {
     base_->Execute("begin immediate; delete from zelmor_audit; delete from zelmor_outcome");
     for (const TableState& pristine : Pristine()) {
-        base_->Execute(("delete from " + storage::Quoted(pristine.table->name)).c_str());
+        base_->Execute(("delete from " + storage::sqlite::Quoted(pristine.table->name)).c_str());
         Insert(*pristine.table, pristine.rows);
     }
     base_->Execute("commit");

@@ -21,7 +21,7 @@ public:
     Database();
 
     QString Folder() const { return folder_.path(); }
-    storage::Database& Base() { return *base_; }
+    storage::sqlite::Database& Base() { return *base_; }
     std::shared_ptr<const dialect::Catalog> Catalog() const { return catalog_; }
 
     void Insert(const company::Table& table, const std::vector<std::vector<wire::Value>>& rows);
@@ -34,7 +34,7 @@ public:
 
 private:
     QTemporaryDir folder_;
-    std::unique_ptr<storage::Database> base_;
+    std::unique_ptr<storage::sqlite::Database> base_;
     std::shared_ptr<const dialect::Catalog> catalog_;
 };
 

@@ -8,7 +8,8 @@
 #include "fuzz/Company.h"
 #include "fuzz/Database.h"
 #include "fuzz/Finding.h"
-#include "server/Server.h"
+#include "server/provider/ApplicationServer.h"
+#include "server/storage/sqlite/SqliteStorage.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -183,7 +184,7 @@ public:
                                  " values('E1', '张三', '合肥一部')");
         database_.Restore();
         server::Options options;
-        options.dataDir = database_.Folder();
+        options.open = storage::SqliteIn(database_.Folder());
         options.now = wire::DateTime::FromParts(2024, 3, 5, 12);
         server_ = std::make_unique<server::ApplicationServer>(options);
         for (const server::Role role : {server::Role::Headquarters, server::Role::Clerk}) {

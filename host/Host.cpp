@@ -4,6 +4,7 @@
 #include "host/LoginWindow.h"
 #include "host/MainForm.h"
 #include "host/WindowList.h"
+#include "server/storage/sqlite/SqliteStorage.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -120,7 +121,7 @@ void THost::AfterFirstPaint()
 void THost::OpenEmbedded()
 {
     server::Options options;
-    options.dataDir = options_.dataDir;
+    options.open = storage::SqliteIn(options_.dataDir);
     options.demo = options_.demo;
     options.now = options_.now;
     embedded_.Open(options);

@@ -439,7 +439,7 @@ void Run(int seconds, int rounds)
     const TestAuthority::Files files = authority.Issue();
     const ServerProcess tlsServer(
         {}, options + QStringList{u"--tls-certificate"_s, files.certificates, u"--tls-key"_s, files.key});
-    const auto catalog = storage::OpenPostgres(database.Uri(), {}, {})->Catalog();
+    const auto catalog = storage::PostgresAt(database.Uri())({})->Catalog();
     CopyOrders(database, *catalog);
     TConnectOptions way;
     way.addresses = {{u"127.0.0.1"_s, server.Port()}};

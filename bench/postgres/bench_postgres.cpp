@@ -96,9 +96,7 @@ int main(int argc, char** argv)
         server::Options options;
         options.demo = u"medium"_s;
         options.now = wire::DateTime::FromParts(2024, 6, 30, 15, 0, 0);
-        options.open = [&](const server::Options& given, wire::DateTime now) {
-            return storage::OpenPostgres(database.Uri(), given, now);
-        };
+        options.open = storage::PostgresAt(database.Uri());
         std::unique_ptr<server::ApplicationServer> server;
         const double made =
             MillisecondsOf([&] { server = std::make_unique<server::ApplicationServer>(options); });

@@ -1,6 +1,7 @@
 #include "bench/system/Databases.h"
 
 #include "bench/system/Floor.h"
+#include "server/storage/sqlite/SqliteStorage.h"
 
 #include <QDir>
 #include <QFile>
@@ -25,7 +26,7 @@ QString FileIn(const QString& folder)
 std::unique_ptr<server::ApplicationServer> MeasuredDatabase::Serve() const
 {
     server::Options options;
-    options.dataDir = folder;
+    options.open = storage::SqliteIn(folder);
     options.demo = u"medium"_s;
     options.now = wire::DateTime::FromParts(2024, 6, 30, 15, 0, 0);
     return std::make_unique<server::ApplicationServer>(options);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/Server.h"
+#include "server/provider/ApplicationServer.h"
 
 #include <QString>
 

@@ -2,8 +2,9 @@
 // cells to frames, and from the frames to what a client keeps; against the same with dictionaries.
 
 #include "demo/Generator.h"
-#include "server/Server.h"
+#include "server/provider/ApplicationServer.h"
 #include "server/storage/RowStream.h"
+#include "server/storage/sqlite/SqliteStorage.h"
 #include "tests/support/RowKeeper.h"
 #include "wire/Codec.h"
 
@@ -164,7 +165,7 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     const QTemporaryDir folder;
     server::Options options;
-    options.dataDir = folder.path();
+    options.open = storage::SqliteIn(folder.path());
     options.demo = u"small"_s;
     server::ApplicationServer server(options);
     const wire::RowSet list =

@@ -1,9 +1,8 @@
 #include "server/accounts/Accounts.h"
 
-#include "demo/Generator.h"
-#include "server/Texts.h"
 #include "server/accounts/PasswordHash.h"
-#include "server/operation/Operation.h"
+#include "server/refusal/Refusal.h"
+#include "server/refusal/UserTexts.h"
 #include "server/storage/OwnTables.h"
 
 #include <QRegularExpression>
@@ -20,14 +19,13 @@ using wire::ColumnType;
 
 constexpr auto kIdentity = R"(
 select a.ACCOUNT, a.EMPLOYEE_CODE, e.EMPLOYEE_NAME, e.OWNER_SITE, a.USER_TYPE, a.RIGHTS, a.ROLE,
-       a.PASSWORD_HASH, a.DESCRIPTION
+       a.PASSWORD_HASH
   from zelmor_account a left join tab_employee e on e.EMPLOYEE_CODE = a.EMPLOYEE_CODE )";
 
 constexpr std::array kIdentityTypes{ColumnType::Text, ColumnType::Text, ColumnType::Text, ColumnType::Text,
-    ColumnType::Text, ColumnType::Text, ColumnType::Text, ColumnType::Text, ColumnType::Text};
+    ColumnType::Text, ColumnType::Text, ColumnType::Text, ColumnType::Text};
 constexpr size_t kRole = 6;
 constexpr size_t kHash = 7;
-constexpr size_t kDescription = 8;
 
 Account ReadAccount(const storage::Row& row)
 {
@@ -62,8 +60,7 @@ Account Accounts::Login(const QString& account, const QString& password, const Q
 {
     using Clock = LoginGuard::Clock;
     if (const int wait = guard_.Admit(account, peer, Clock::now()))
-        throw operation::RefusedError(
-            operation::Refusal::LoginRate, wire::ErrorKind::Login, texts::TooManyLogins(wait));
+        throw RefusedError(RefusalReason::LoginRate, wire::ErrorKind::Login, texts::TooManyLogins(wait));
     // A database that does not answer says nothing about the caller.
     auto undecided = qScopeGuard([&] { guard_.Undecided(account, peer); });
     Account found;
@@ -71,8 +68,8 @@ Account Accounts::Login(const QString& account, const QString& password, const Q
     bool known = false;
     {
         const storage::Row name{account};
-        const auto rows = storage::Reading(pool_, [&](storage::Connection& connection) {
-            return connection.Select(std::string(kIdentity) + "where a.ACCOUNT = ?", name, kIdentityTypes);
+        const auto rows = storage::Reading(pool_, [&](storage::OwnStatements& statements) {
+            return statements.Select(std::string(kIdentity) + "where a.ACCOUNT = ?", name, kIdentityTypes);
         });
         known = !rows.empty();
         if (known) {
@@ -154,25 +151,6 @@ std::vector<Account> Accounts::List()
     for (const storage::Row& row :
         connection->Select(std::string(kIdentity) + "order by a.ACCOUNT", {}, kIdentityTypes))
         accounts.push_back(ReadAccount(row));
-    return accounts;
-}
-
-std::vector<DemoAccount> Accounts::Demo()
-{
-    const auto connection = pool_.Lend();
-    QHash<QString, DemoAccount> found;
-    for (const storage::Row& row :
-        connection->Select(std::string(kIdentity)
-                + "where a.DESCRIPTION is not null and exists(select 1 from zelmor_meta where NAME = 'demo')",
-            {}, kIdentityTypes)) {
-        const QString account = wire::ToText(row.front());
-        found.insert(account, {account, demo::DemoPassword(), wire::ToText(row[kDescription])});
-    }
-    std::vector<DemoAccount> accounts;
-    for (const demo::Login& login : demo::Logins()) {
-        if (const auto account = found.constFind(login.account); account != found.constEnd())
-            accounts.push_back(*account);
-    }
     return accounts;
 }
 

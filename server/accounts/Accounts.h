@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/Server.h"
+#include "server/accounts/Account.h"
 #include "server/accounts/LoginGuard.h"
 #include "server/storage/Pool.h"
 
@@ -23,7 +23,6 @@ public:
     void SetRole(const QString& account, std::optional<Role> role);
     void Remove(const QString& account);
     std::vector<Account> List();
-    std::vector<DemoAccount> Demo();
 
 private:
     // A change that touches the account's row; raises where there is none.

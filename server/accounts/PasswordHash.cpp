@@ -1,6 +1,6 @@
 #include "server/accounts/PasswordHash.h"
 
-#include "server/Texts.h"
+#include "server/refusal/UserTexts.h"
 #include "wire/Error.h"
 
 #include <sodium.h>

@@ -2,6 +2,7 @@
 #include "server/main/OpenStorage.h"
 #include "server/main/Password.h"
 #include "server/main/Settings.h"
+#include "server/provider/ApplicationServer.h"
 
 #include <cstdio>
 

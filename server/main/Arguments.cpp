@@ -1,6 +1,6 @@
 #include "server/main/Arguments.h"
 
-#include "server/operation/Process.h"
+#include "server/monitoring/Process.h"
 
 #include <QCommandLineParser>
 
@@ -45,7 +45,7 @@ void ParseArguments(QCommandLineParser& parser, const QStringList& arguments)
         std::exit(EXIT_SUCCESS);
     }
     if (parser.isSet(version)) {
-        std::printf("zelmor-server %s\n", operation::Version());
+        std::printf("zelmor-server %s\n", monitoring::Version());
         std::exit(EXIT_SUCCESS);
     }
     if (!understood)

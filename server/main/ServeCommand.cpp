@@ -4,10 +4,10 @@
 #include "server/main/Settings.h"
 #include "server/main/StatusPage.h"
 
+#include "server/monitoring/MetricsPort.h"
+#include "server/monitoring/MonitoredSession.h"
+#include "server/monitoring/Process.h"
 #include "server/net/Listener.h"
-#include "server/operation/MetricsPort.h"
-#include "server/operation/MonitoredSession.h"
-#include "server/operation/Process.h"
 
 #include <QCoreApplication>
 #include <QTimer>
@@ -58,7 +58,7 @@ void RequestReload(int)
 // While this lives, what Qt and the storages say through Qt becomes lines of the log.
 class QtMessages {
 public:
-    explicit QtMessages(operation::Log& log)
+    explicit QtMessages(monitoring::Log& log)
     {
         log_ = &log;
         qInstallMessageHandler(Write);
@@ -69,7 +69,7 @@ public:
 private:
     static void Write(QtMsgType type, const QMessageLogContext& context, const QString& message)
     {
-        using operation::LogLevel;
+        using monitoring::LogLevel;
         const LogLevel level = type == QtDebugMsg ? LogLevel::Debug
             : type == QtInfoMsg                   ? LogLevel::Info
             : type == QtWarningMsg                ? LogLevel::Warn
@@ -77,23 +77,24 @@ private:
         log_->Write(level, "message",
             {{"from", context.category != nullptr ? context.category : ""}, {"message", message}});
     }
-    static inline operation::Log* log_ = nullptr; // Qt's handler takes nothing along
+    static inline monitoring::Log* log_ = nullptr; // Qt's handler takes nothing along
 };
 
-operation::Shared NewOperation(const Settings& settings)
+monitoring::MonitorPtr NewMonitor(const Settings& settings)
 {
     const QString level = settings.Value(u"log-level"_s);
     const QString format = settings.Value(u"log-format"_s);
-    const auto logLevel = level.isEmpty() ? operation::LogLevel::Info : operation::ParseLogLevel(level);
-    const auto logFormat = format.isEmpty() ? operation::LogFormat::Text : operation::ParseLogFormat(format);
+    const auto logLevel = level.isEmpty() ? monitoring::LogLevel::Info : monitoring::ParseLogLevel(level);
+    const auto logFormat =
+        format.isEmpty() ? monitoring::LogFormat::Text : monitoring::ParseLogFormat(format);
     if (!logLevel)
         throw UsageError(u"--log-level is debug, info, warn, error or off, not “%1”"_s.arg(level));
     if (!logFormat)
         throw UsageError(u"--log-format is text or json, not “%1”"_s.arg(format));
-    return std::make_shared<operation::Operation>(*logLevel, *logFormat);
+    return std::make_shared<monitoring::Monitor>(*logLevel, *logFormat);
 }
 
-Options ReadOptions(const Settings& settings, const operation::Shared& operation)
+Options ReadOptions(const Settings& settings, const monitoring::MonitorPtr& monitor)
 {
     Options options = StorageOptions(settings);
     options.demo = settings.Value(u"demo"_s);
@@ -105,21 +106,21 @@ Options ReadOptions(const Settings& settings, const operation::Shared& operation
     options.maxRows = settings.Number(u"max-rows"_s, options.maxRows, 1, INT_MAX);
     options.maxSeconds =
         static_cast<int>(settings.Number(u"statement-timeout"_s, options.maxSeconds, 1, kLongTime));
-    options.onRefusedRows = [operation](const RefusedRows& rows) {
-        operation->Refuse(operation::Refusal::Site,
+    options.onRefusedRows = [monitor](const RefusedRows& rows) {
+        monitor->Refuse(RefusalReason::Site,
             {{"account", rows.who.account}, {"site", rows.who.site}, {"peer", rows.peer},
                 {"table", rows.table}, {"rows", rows.count}, {"first_row", rows.firstRow}});
     };
-    options.onProgress = [operation, last = QString(), lastPercent = -1](
+    options.onProgress = [monitor, last = QString(), lastPercent = -1](
                              const QString& stage, int percent) mutable {
         if (std::exchange(last, stage) != stage || percent / 10 != lastPercent / 10)
-            operation->log.Info("demo_data", {{"stage", stage}, {"percent", percent}});
+            monitor->log.Info("demo_data", {{"stage", stage}, {"percent", percent}});
         lastPercent = percent;
     };
     return options;
 }
 
-ListenerOptions ReadListenerOptions(const Settings& settings, const operation::Shared& operation)
+ListenerOptions ReadListenerOptions(const Settings& settings, const monitoring::MonitorPtr& monitor)
 {
     const Endpoint endpoint = settings.Address(u"listen"_s, Endpoint().port);
     const auto milliseconds = [&settings](const QString& name, int otherwise) {
@@ -139,12 +140,12 @@ ListenerOptions ReadListenerOptions(const Settings& settings, const operation::S
     options.maxRequestBytes = static_cast<quint32>(settings.Number(
         u"max-request-bytes"_s, wire::kMaxRequestBody, wire::kMaxLoginBody, wire::kMaxRequestBody));
     options.tls = {settings.Value(u"tls-certificate"_s), settings.Value(u"tls-key"_s)};
-    options.operation = operation;
+    options.monitor = monitor;
     return options;
 }
 
 // Passwords where others can read them are worth a word at every start.
-void WarnOfOpenSecrets(const Settings& settings, operation::Log& log)
+void WarnOfOpenSecrets(const Settings& settings, monitoring::Log& log)
 {
     if (!HasPassword(settings.Value(u"storage"_s)))
         return;
@@ -159,7 +160,7 @@ void WarnOfOpenSecrets(const Settings& settings, operation::Log& log)
                 {"file", settings.File().Path()}});
 }
 
-void Tidy(ApplicationServer& server, operation::Log& log)
+void Tidy(ApplicationServer& server, monitoring::Log& log)
 {
     try {
         server.Tidy();
@@ -178,7 +179,7 @@ void CatchSignals()
 }
 
 // Until a signal tells to stop.
-void RunUntilStopped(ApplicationServer& server, Listener& listener, operation::Log& log)
+void RunUntilStopped(ApplicationServer& server, Listener& listener, monitoring::Log& log)
 {
     QTimer signals;
     QObject::connect(&signals, &QTimer::timeout, &signals, [&listener] {
@@ -219,10 +220,10 @@ int Serve(const QStringList& arguments)
     settings.RequireNoWords();
     TakeTurns();
 
-    const operation::Shared operation = NewOperation(settings);
-    operation::Log& log = operation->log;
+    const monitoring::MonitorPtr monitor = NewMonitor(settings);
+    monitoring::Log& log = monitor->log;
     const QtMessages qtMessages(log);
-    const ListenerOptions listenerOptions = ReadListenerOptions(settings, operation);
+    const ListenerOptions listenerOptions = ReadListenerOptions(settings, monitor);
     const std::chrono::milliseconds slow(settings.Number(u"slow-statement"_s, 1000, 0, kLongTime * 1000));
     const bool wantsMetrics = settings.IsSet(u"metrics"_s);
     const Endpoint metricsEndpoint = settings.Address(u"metrics"_s, kMetricsPort);
@@ -230,25 +231,25 @@ int Serve(const QStringList& arguments)
         throw UsageError(u"--metrics takes a loopback address such as 127.0.0.1:%1"_s.arg(kMetricsPort));
     // Before a database is made or filled.
     RequireServable(listenerOptions);
-    const Options options = ReadOptions(settings, operation);
-    log.Info("starting", {{"version", operation::Version()}});
+    const Options options = ReadOptions(settings, monitor);
+    log.Info("starting", {{"version", monitoring::Version()}});
     WarnOfOpenSecrets(settings, log);
 
     ApplicationServer server(options);
     log.Info("database", {{"storage", server.StorageDescription()}, {"connections", options.connections}});
-    RegisterPool(operation->metrics.All(), server);
+    RegisterPool(monitor->metrics.All(), server);
     Listener listener(
         [&](const QString& peer) {
-            return std::make_unique<operation::MonitoredSession>(
-                server.NewSession(peer), peer, operation, slow);
+            return std::make_unique<monitoring::MonitoredSession>(
+                server.NewSession(peer), peer, monitor, slow);
         },
         listenerOptions);
     listener.Start();
-    const StatusPage status(server, listener, listenerOptions, *operation);
-    std::optional<operation::MetricsPort> metrics;
+    const StatusPage status(server, listener, listenerOptions, *monitor);
+    std::optional<monitoring::MetricsPort> metrics;
     if (wantsMetrics)
         metrics.emplace(
-            metricsEndpoint.address, metricsEndpoint.port, [&] { return operation->metrics.All().Render(); },
+            metricsEndpoint.address, metricsEndpoint.port, [&] { return monitor->metrics.All().Render(); },
             [&] { return status.Text(); });
     log.Info("listening",
         {{"address", listenerOptions.address.toString()}, {"port", listener.Port()},

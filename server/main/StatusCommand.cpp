@@ -1,7 +1,7 @@
 #include "server/main/Commands.h"
 #include "server/main/Settings.h"
 
-#include "server/operation/MetricsPort.h"
+#include "server/monitoring/MetricsPort.h"
 
 #include <cstdio>
 
@@ -18,7 +18,7 @@ int ShowStatus(const QStringList& arguments)
     settings.Read(arguments);
     settings.RequireNoWords();
     const Endpoint endpoint = settings.Address(u"metrics"_s, kMetricsPort);
-    const QByteArray page = operation::FetchPage(endpoint.address, endpoint.port, "/status");
+    const QByteArray page = monitoring::FetchPage(endpoint.address, endpoint.port, "/status");
     std::fwrite(page.constData(), 1, static_cast<size_t>(page.size()), stdout);
     return 0;
 }

@@ -1,6 +1,6 @@
 #include "server/main/StatusPage.h"
 
-#include "server/operation/Process.h"
+#include "server/monitoring/Process.h"
 
 #include <QDateTime>
 
@@ -32,23 +32,23 @@ QString CertificateText(qint64 end)
 } // namespace
 
 StatusPage::StatusPage(ApplicationServer& server, const Listener& listener, const ListenerOptions& options,
-    const operation::Operation& operation)
+    const monitoring::Monitor& monitor)
     : server_(server)
     , listener_(listener)
     , options_(options)
-    , operation_(operation)
+    , monitor_(monitor)
 {
 }
 
 QByteArray StatusPage::Text() const
 {
-    const operation::Metrics& metrics = operation_.metrics;
-    const PoolState pool = server_.Pool();
+    const monitoring::Metrics& metrics = monitor_.metrics;
+    const storage::PoolState pool = server_.Pool();
     QString text;
     const auto line = [&text](const char* name, const QString& value) {
         text += QLatin1StringView(name).toString().leftJustified(13) + value + u'\n';
     };
-    line("version", QLatin1StringView(operation::Version()));
+    line("version", QLatin1StringView(monitoring::Version()));
     line("uptime", Duration(metrics.Uptime()));
     line("address", u"%1:%2"_s.arg(options_.address.toString()).arg(listener_.Port()));
     line("certificate", CertificateText(metrics.certificateEnd.Value()));
@@ -61,37 +61,40 @@ QByteArray StatusPage::Text() const
             .arg(options_.maxConnections)
             .arg(metrics.loggedIn.Value()));
     line("requests",
-        u"%1 answered, %2 refused, %3 failed, %4 abandoned"_s.arg(metrics.Requests(operation::Outcome::Ok))
-            .arg(metrics.Requests(operation::Outcome::Refused))
-            .arg(metrics.Requests(operation::Outcome::Failed))
-            .arg(metrics.Requests(operation::Outcome::Abandoned)));
+        u"%1 answered, %2 refused, %3 failed, %4 abandoned"_s.arg(metrics.Requests(monitoring::Outcome::Ok))
+            .arg(metrics.Requests(monitoring::Outcome::Refused))
+            .arg(metrics.Requests(monitoring::Outcome::Failed))
+            .arg(metrics.Requests(monitoring::Outcome::Abandoned)));
     line("refusals", QString::number(metrics.Refused()));
-    line("memory", u"%1 MB"_s.arg(operation::ResidentBytes() >> 20));
+    line("memory", u"%1 MB"_s.arg(monitoring::ResidentBytes() >> 20));
     return text.toUtf8();
 }
 
-void RegisterPool(operation::Registry& registry, ApplicationServer& server)
+void RegisterPool(monitoring::Registry& registry, ApplicationServer& server)
 {
-    const auto gauge = [&](const char* name, const char* help, int PoolState::*figure) {
+    const auto gauge = [&](const char* name, const char* help, int storage::PoolState::*figure) {
         registry.NewGauge(name, help, {}, [&server, figure] { return server.Pool().*figure; });
     };
     const auto counter = [&](const char* name, const char* help, const QByteArray& labels,
-                             qint64 PoolState::*figure) {
+                             qint64 storage::PoolState::*figure) {
         registry.NewCounter(
             name, help, labels, [&server, figure] { return static_cast<double>(server.Pool().*figure); });
     };
-    gauge("zelmor_database_connections_max", "Connections to the database at most.", &PoolState::most);
-    gauge("zelmor_database_connections_in_use", "Database connections lent to requests.", &PoolState::lent);
-    gauge("zelmor_database_connections_idle", "Database connections open and free.", &PoolState::idle);
+    gauge(
+        "zelmor_database_connections_max", "Connections to the database at most.", &storage::PoolState::most);
+    gauge("zelmor_database_connections_in_use", "Database connections lent to requests.",
+        &storage::PoolState::lent);
+    gauge(
+        "zelmor_database_connections_idle", "Database connections open and free.", &storage::PoolState::idle);
     gauge("zelmor_database_connections_waiting", "Requests that wait for a database connection.",
-        &PoolState::waiting);
-    counter(
-        "zelmor_database_connections_opened_total", "Database connections opened.", {}, &PoolState::opened);
+        &storage::PoolState::waiting);
+    counter("zelmor_database_connections_opened_total", "Database connections opened.", {},
+        &storage::PoolState::opened);
     counter("zelmor_database_connections_dropped_total",
-        "Database connections given up because they had broken.", {}, &PoolState::dropped);
+        "Database connections given up because they had broken.", {}, &storage::PoolState::dropped);
     const char* const statements = "Statements of clients, by whether their translation was at hand.";
-    counter("zelmor_statements_total", statements, "cache=\"hit\"", &PoolState::statementsFound);
-    counter("zelmor_statements_total", statements, "cache=\"miss\"", &PoolState::statementsMade);
+    counter("zelmor_statements_total", statements, "cache=\"hit\"", &storage::PoolState::statementsFound);
+    counter("zelmor_statements_total", statements, "cache=\"miss\"", &storage::PoolState::statementsMade);
 }
 
 } // namespace server

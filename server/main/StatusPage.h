@@ -1,7 +1,8 @@
 #pragma once
 
+#include "server/monitoring/Monitor.h"
 #include "server/net/Listener.h"
-#include "server/operation/Operation.h"
+#include "server/provider/ApplicationServer.h"
 
 namespace server {
 
@@ -10,7 +11,7 @@ class StatusPage {
 public:
     // All must outlive the page.
     StatusPage(ApplicationServer& server, const Listener& listener, const ListenerOptions& options,
-        const operation::Operation& operation);
+        const monitoring::Monitor& monitor);
     // UTF-8. From any thread.
     QByteArray Text() const;
 
@@ -18,10 +19,10 @@ private:
     ApplicationServer& server_;
     const Listener& listener_;
     const ListenerOptions& options_;
-    const operation::Operation& operation_;
+    const monitoring::Monitor& monitor_;
 };
 
 // Adds the figures of the server's database connections; the server must outlive their last reader.
-void RegisterPool(operation::Registry& registry, ApplicationServer& server);
+void RegisterPool(monitoring::Registry& registry, ApplicationServer& server);
 
 } // namespace server

@@ -1,6 +1,6 @@
 #include "server/main/Arguments.h"
 #include "server/main/Commands.h"
-#include "server/operation/Secrets.h"
+#include "server/refusal/Secrets.h"
 #include "wire/Error.h"
 
 #include <QCoreApplication>
@@ -49,7 +49,7 @@ int main(int argc, char** argv)
             command.name, *command.name == '\0' ? "" : " ");
         return 2;
     } catch (const std::exception& error) {
-        const QString message = server::operation::MaskSecrets(QString::fromUtf8(error.what()));
+        const QString message = server::MaskSecrets(QString::fromUtf8(error.what()));
         std::fprintf(stderr, "zelmor-server: %s\n", qUtf8Printable(message));
         return 1;
     }

@@ -50,9 +50,9 @@ bool BelongsTo(const QSslKey& key, const QSslCertificate& certificate)
 
 } // namespace
 
-Certificates::Certificates(TlsFiles files, operation::Shared operation)
+Certificates::Certificates(TlsFiles files, monitoring::MonitorPtr monitor)
     : files_(std::move(files))
-    , operation_(std::move(operation))
+    , monitor_(std::move(monitor))
 {
 }
 
@@ -86,10 +86,10 @@ void Certificates::Load()
     const QDateTime end = chain.constFirst().expiryDate();
     const QString names = QStringList(chain.constFirst().subjectAlternativeNames().values()).join(u',');
     const QString day = end.toUTC().toString(Qt::ISODate);
-    operation_->metrics.certificateEnd.Set(end.toSecsSinceEpoch());
-    const auto level = QDateTime::currentDateTimeUtc().daysTo(end) < kWarnDays ? operation::LogLevel::Warn
-                                                                               : operation::LogLevel::Info;
-    operation_->log.Write(
+    monitor_->metrics.certificateEnd.Set(end.toSecsSinceEpoch());
+    const auto level = QDateTime::currentDateTimeUtc().daysTo(end) < kWarnDays ? monitoring::LogLevel::Warn
+                                                                               : monitoring::LogLevel::Info;
+    monitor_->log.Write(
         level, "certificate", {{"file", files_.certificates}, {"names", names}, {"expires", day}});
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/operation/Operation.h"
+#include "server/monitoring/Monitor.h"
 
 #include <QSslConfiguration>
 
@@ -19,7 +19,7 @@ struct TlsFiles {
 // What the server proves itself with. Any thread may ask for it, also while it is read anew.
 class Certificates {
 public:
-    Certificates(TlsFiles files, operation::Shared operation);
+    Certificates(TlsFiles files, monitoring::MonitorPtr monitor);
 
     // Reads the files. Raises wire::Error (Storage) saying which one cannot be used and why; what was read
     // before then stays in use.
@@ -29,7 +29,7 @@ public:
 
 private:
     const TlsFiles files_;
-    const operation::Shared operation_;
+    const monitoring::MonitorPtr monitor_;
     mutable std::mutex mutex_;
     QSslConfiguration configuration_;
 };

@@ -14,9 +14,6 @@ using wire::ErrorKind;
 
 namespace server {
 
-using operation::Refusal;
-using operation::RefusedError;
-
 namespace {
 
 constexpr qsizetype kQueueBytes = 32 * 1024;
@@ -65,7 +62,7 @@ void ClientChannel::Begin(const Certificates* certificates)
     char start[3];
     const qsizetype got = Guarded([&] { return native_.Peek(start, sizeof start, TimeLeft(INT_MAX)); });
     if (got == wire::NativeSocket::kTimedOut)
-        throw RefusedError(Refusal::LoginTime, ErrorKind::Connection, u"no login in time"_s);
+        throw RefusedError(RefusalReason::LoginTime, ErrorKind::Connection, u"no login in time"_s);
     const bool hello = IsClientHello(start, got);
     // To a client of the other kind the farewell goes as a plain frame, which the one can read.
     if (certificates != nullptr && hello)
@@ -73,9 +70,10 @@ void ClientChannel::Begin(const Certificates* certificates)
     stream_.emplace(std::move(opened_));
     if (got == 0 || hello == (certificates != nullptr))
         return;
-    throw hello ? RefusedError(Refusal::Tls, ErrorKind::Policy, u"a TLS client, but this port is plain"_s)
-                : RefusedError(
-                    Refusal::Tls, ErrorKind::Policy, u"服务器只接受加密的连接，请在登录窗口里打开加密！"_s);
+    throw hello
+        ? RefusedError(RefusalReason::Tls, ErrorKind::Policy, u"a TLS client, but this port is plain"_s)
+        : RefusedError(
+            RefusalReason::Tls, ErrorKind::Policy, u"服务器只接受加密的连接，请在登录窗口里打开加密！"_s);
 }
 
 void ClientChannel::Encipher(const Certificates& certificates)
@@ -87,7 +85,7 @@ void ClientChannel::Encipher(const Certificates& certificates)
         return;
     broken_ = true;
     throw RefusedError(
-        Refusal::Tls, ErrorKind::Connection, u"TLS handshake failed: %1"_s.arg(socket.errorString()));
+        RefusalReason::Tls, ErrorKind::Connection, u"TLS handshake failed: %1"_s.arg(socket.errorString()));
 }
 
 void ClientChannel::Queue(const wire::Packet& packet)
@@ -137,24 +135,24 @@ qsizetype ClientChannel::ReadSome(char* to, qsizetype size, bool idle)
     const int patience = TimeLeft(idle ? options_.idleTimeout : options_.frameTimeout);
     const qsizetype got = Guarded([&] { return stream_->Receive(to, size, patience); });
     if (got != wire::SocketStream::kTimedOut) {
-        options_.operation->metrics.bytesReceived.Add(static_cast<quint64>(got));
+        options_.monitor->metrics.bytesReceived.Add(static_cast<quint64>(got));
         return got;
     }
     if (loginDeadline_.hasExpired())
-        throw RefusedError(Refusal::LoginTime, ErrorKind::Connection, u"no login in time"_s);
+        throw RefusedError(RefusalReason::LoginTime, ErrorKind::Connection, u"no login in time"_s);
     if (idle)
-        throw RefusedError(Refusal::IdleTime, ErrorKind::Connection, u"idle for too long"_s);
-    throw RefusedError(Refusal::FrameTime, ErrorKind::Connection, u"frame not completed in time"_s);
+        throw RefusedError(RefusalReason::IdleTime, ErrorKind::Connection, u"idle for too long"_s);
+    throw RefusedError(RefusalReason::FrameTime, ErrorKind::Connection, u"frame not completed in time"_s);
 }
 
 void ClientChannel::WriteAll(const char* bytes, qsizetype size)
 {
     if (Guarded([&] { return stream_->Send(bytes, size, options_.frameTimeout); })) {
-        options_.operation->metrics.bytesSent.Add(static_cast<quint64>(size));
+        options_.monitor->metrics.bytesSent.Add(static_cast<quint64>(size));
         return;
     }
     broken_ = true;
-    throw RefusedError(Refusal::FrameTime, ErrorKind::Connection, u"the client takes nothing"_s);
+    throw RefusedError(RefusalReason::FrameTime, ErrorKind::Connection, u"the client takes nothing"_s);
 }
 
 } // namespace server

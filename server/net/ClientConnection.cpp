@@ -13,9 +13,6 @@ using wire::ErrorKind;
 
 namespace server {
 
-using operation::Refusal;
-using operation::RefusedError;
-
 namespace {
 
 constexpr size_t kKeptBytes = 16 * 1024; // of a request, for the next one
@@ -126,7 +123,7 @@ void ClientConnection::Run() noexcept
         Left(&error);
         channel.Refuse(error);
     } catch (const std::exception& error) {
-        context_.options.operation->log.Error(
+        context_.options.monitor->log.Error(
             "connection_failed", {{"peer", peer_}, {"message", error.what()}});
     }
     context_.accounts.Leave(account_);
@@ -148,10 +145,10 @@ void ClientConnection::Open(ClientChannel& channel)
         ownDescriptor_ = true;
     }
     if (welcome_)
-        context_.options.operation->log.Info("connected", {{"peer", peer_}, {"tls", enciphered}});
+        context_.options.monitor->log.Info("connected", {{"peer", peer_}, {"tls", enciphered}});
     channel.Begin(context_.certificates);
     if (!welcome_)
-        throw RefusedError(Refusal::Sessions, ErrorKind::Limit, u"服务器连接数已满，请稍后重试！"_s);
+        throw RefusedError(RefusalReason::Sessions, ErrorKind::Limit, u"服务器连接数已满，请稍后重试！"_s);
 }
 
 void ClientConnection::Serve(ClientChannel& channel)
@@ -160,7 +157,8 @@ void ClientConnection::Serve(ClientChannel& channel)
     while (channel.Read(frame, loggedIn_ ? context_.options.maxRequestBytes : wire::kMaxLoginBody)) {
         const wire::Request request = wire::DecodeRequest(frame);
         if (!Begin())
-            throw RefusedError(Refusal::Stopping, ErrorKind::Connection, u"服务器正在停止，请稍后重试！"_s);
+            throw RefusedError(
+                RefusalReason::Stopping, ErrorKind::Connection, u"服务器正在停止，请稍后重试！"_s);
         Answer(channel, request, frame.header.request,
             (frame.header.flags & wire::frameFlag::CompressionWelcome) != 0);
         if (!End())
@@ -205,7 +203,7 @@ void ClientConnection::Admit(const QString& account)
         return;
     context_.accounts.Leave(std::exchange(account_, {}));
     if (!context_.accounts.Enter(account, context_.options.maxPerAccount))
-        throw RefusedError(Refusal::Sessions, ErrorKind::Limit,
+        throw RefusedError(RefusalReason::Sessions, ErrorKind::Limit,
             u"账号 %1 的连接数已满，请先退出别处的登录！"_s.arg(account));
     account_ = account;
 }
@@ -214,18 +212,18 @@ void ClientConnection::Admit(const QString& account)
 void ClientConnection::Left(const Error* reason)
 {
     const QString message = reason != nullptr ? reason->Message() : u"closed by the client"_s;
-    const std::optional<Refusal> refusal =
-        reason != nullptr ? operation::RefusalOf(*reason) : std::optional<Refusal>();
+    const std::optional<RefusalReason> refusal =
+        reason != nullptr ? RefusalOf(*reason) : std::optional<RefusalReason>();
     bool finishing = false;
     {
         const std::lock_guard lock(mutex_);
         finishing = finishing_;
     }
     if (refusal && !finishing)
-        context_.options.operation->Refuse(
+        context_.options.monitor->Refuse(
             *refusal, {{"peer", peer_}, {"account", account_}, {"message", message}});
     else
-        context_.options.operation->log.Info("disconnected",
+        context_.options.monitor->log.Info("disconnected",
             {{"peer", peer_}, {"account", account_},
                 {"reason", finishing ? QStringView(u"the server stops") : QStringView(message)}});
 }

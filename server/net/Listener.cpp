@@ -60,7 +60,7 @@ void AllowDescriptors([[maybe_unused]] const ListenerOptions& options)
         return;
     limit.rlim_cur = std::min(needed, limit.rlim_max);
     if (setrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur < needed)
-        options.operation->log.Warn("open_files",
+        options.monitor->log.Warn("open_files",
             {{"allowed", limit.rlim_cur}, {"needed", needed},
                 {"message", "fewer clients can be served than there may be sessions"}});
 #endif
@@ -75,7 +75,7 @@ public:
         : newSession_(std::move(newSession))
         , options_(std::move(listenerOptions))
         , certificates_(options_.tls.IsGiven()
-                  ? std::make_unique<Certificates>(options_.tls, options_.operation)
+                  ? std::make_unique<Certificates>(options_.tls, options_.monitor)
                   : nullptr)
     {
     }
@@ -164,7 +164,7 @@ void Listener::Private::Watch()
         client.connection->InterruptIfAbandoned();
     // What replies took and gave back stays this process's until it is asked for; that takes some time, which
     // is nobody's once all is quiet.
-    const quint64 received = options_.operation->metrics.bytesReceived.Value();
+    const quint64 received = options_.monitor->metrics.bytesReceived.Value();
     const QDeadlineTimer now = QDeadlineTimer::current();
     if (std::exchange(receivedBefore_, received) != received) {
         quietFrom_ = now + kQuiet;
@@ -177,7 +177,7 @@ void Listener::Private::Watch()
 void Listener::Private::Accept(qintptr descriptor)
 {
     const auto close = [&](const QString& reason) {
-        options_.operation->Refuse(operation::Refusal::Sessions, {{"message", reason}});
+        options_.monitor->Refuse(RefusalReason::Sessions, {{"message", reason}});
         QTcpSocket().setSocketDescriptor(descriptor);
     };
     const int free = options_.maxConnections - count_;
@@ -250,7 +250,7 @@ bool Listener::Private::ReloadCertificates() noexcept
         certificates_->Load();
         return true;
     } catch (const std::exception& error) {
-        options_.operation->log.Error("certificate_unusable", {{"message", error.what()}});
+        options_.monitor->log.Error("certificate_unusable", {{"message", error.what()}});
         return false;
     }
 }

@@ -1,11 +1,13 @@
 #pragma once
 
-#include "server/Server.h"
+#include "server/monitoring/Monitor.h"
 #include "server/net/Certificates.h"
-#include "server/operation/Operation.h"
+#include "server/provider/Session.h"
 #include "wire/Frame.h"
 
 #include <QHostAddress>
+
+#include <functional>
 
 namespace server {
 
@@ -27,7 +29,7 @@ struct ListenerOptions {
     int watchInterval = 2'000; // how often clients of long requests are looked after
     int stopTimeout = 30'000; // what still runs then is interrupted
     // Takes the lines and figures: who connects and leaves, and each refusal.
-    operation::Shared operation = std::make_shared<operation::Operation>();
+    monitoring::MonitorPtr monitor = std::make_shared<monitoring::Monitor>();
 };
 
 // Raises wire::Error (Policy) where the address is not this machine's own and neither `tls` nor

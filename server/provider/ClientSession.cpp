@@ -1,12 +1,11 @@
 #include "server/provider/ClientSession.h"
 
-#include "server/Texts.h"
-#include "server/operation/Operation.h"
 #include "server/provider/Outcomes.h"
 #include "server/provider/Policy.h"
 #include "server/provider/Resolver.h"
+#include "server/refusal/Refusal.h"
+#include "server/refusal/UserTexts.h"
 #include "server/storage/OwnTables.h"
-#include "server/storage/sqlite/SqliteStorage.h"
 
 #include <chrono>
 
@@ -14,32 +13,13 @@ using namespace Qt::Literals::StringLiterals;
 using storage::ConnectionPool;
 
 namespace server {
-namespace {
-
-std::unique_ptr<storage::Backend> Open(const Options& options, wire::DateTime now)
-{
-    return options.open ? options.open(options, now) : storage::OpenSqlite(options, now);
-}
-
-} // namespace
-
-Core::Core(const Options& given)
-    : options(given)
-    , clock(given.now)
-    , pool(Open(given, clock.Now()), given.connections)
-    , accounts(pool)
-    , sites(pool, std::chrono::seconds(given.permissionSeconds))
-{
-    storage::InTransaction(pool, true, PruneOutcomes);
-}
-
 // Ends what runs on a connection when its client is gone or its time is over.
 class ClientSession::Watch final : public storage::StopSignal {
 public:
     Watch(ClientSession& session, storage::Connection& connection)
         : session_(session)
         , connection_(connection)
-        , end_(std::chrono::steady_clock::now() + std::chrono::seconds(session.core_.options.maxSeconds))
+        , end_(std::chrono::steady_clock::now() + std::chrono::seconds(session.server_.options.maxSeconds))
     {
         connection_.SetStop(this);
     }
@@ -92,8 +72,8 @@ private:
     bool hasRows_ = false;
 };
 
-ClientSession::ClientSession(Core& core, const QString& peer, qsizetype rowsPerReply)
-    : core_(core)
+ClientSession::ClientSession(ServerParts& server, const QString& peer, qsizetype rowsPerReply)
+    : server_(server)
     , peer_(peer)
     , rowsPerReply_(rowsPerReply)
 {
@@ -125,14 +105,14 @@ wire::Reply ClientSession::Handle(const wire::Request& request, wire::ReplySink&
     default:
         throw wire::Error(wire::ErrorKind::Protocol, texts::UnknownRequest());
     }
-    reply.serverTime = core_.clock.Now();
+    reply.serverTime = server_.clock.Now();
     return reply;
 }
 
 void ClientSession::Login(const wire::Request& request, wire::Reply& reply)
 {
     loggedIn_ = false;
-    const Account account = core_.accounts.Login(request.account, request.password, peer_);
+    const Account account = server_.accounts.Login(request.account, request.password, peer_);
     Permit(account);
     identity_ = account;
     loggedIn_ = true;
@@ -141,7 +121,7 @@ void ClientSession::Login(const wire::Request& request, wire::Reply& reply)
 
 void ClientSession::Permit(const Account& account)
 {
-    const auto tree = core_.sites.Current();
+    const auto tree = server_.sites.Current();
     permissions_ = Permissions(
         account.role.value_or(tree->RoleAt(account.site)), account.userType, SiteScope(*tree, account.site));
     permittedAt_ = std::chrono::steady_clock::now();
@@ -150,11 +130,11 @@ void ClientSession::Permit(const Account& account)
 void ClientSession::RefreshPermissions()
 {
     const auto age = std::chrono::steady_clock::now() - permittedAt_;
-    if (age < std::chrono::seconds(core_.options.permissionSeconds))
+    if (age < std::chrono::seconds(server_.options.permissionSeconds))
         return;
     std::optional<Account> account;
     try {
-        account = core_.accounts.Find(identity_.account);
+        account = server_.accounts.Find(identity_.account);
         if (account)
             Permit(*account);
     } catch (const storage::TryAgain&) {
@@ -171,13 +151,13 @@ void ClientSession::Query(const wire::Request& request, wire::ReplySink& sink, w
     WatchedSink watched(sink);
     for (int attempt = 1;; ++attempt) {
         try {
-            const ConnectionPool::Lease connection = core_.pool.Lend();
+            const ConnectionPool::Lease connection = server_.pool.Lend();
             Watched(*connection, request.text, [&] {
                 const dialect::Translated translated = connection->Translate(request.text);
                 Permissions::RequireQuery(*translated.translation);
                 watched.Columns(translated.translation->columns);
                 reply.rowCount = connection->Query(
-                    translated, core_.clock.Now(), {core_.options.maxRows, rowsPerReply_}, watched);
+                    translated, server_.clock.Now(), {server_.options.maxRows, rowsPerReply_}, watched);
             });
             return;
         } catch (const storage::TryAgain&) {
@@ -188,7 +168,7 @@ void ClientSession::Query(const wire::Request& request, wire::ReplySink& sink, w
 
 void ClientSession::Execute(const wire::Request& request, wire::Reply& reply)
 {
-    storage::InTransaction(core_.pool, false, [&](storage::Connection& connection) {
+    storage::InTransaction(server_.pool, false, [&](storage::Connection& connection) {
         Watched(connection, request.text, [&] {
             const dialect::Translated translated = connection.Translate(request.text);
             permissions_.RequireUpdate(*translated.translation);
@@ -208,14 +188,14 @@ void ClientSession::Execute(const wire::Request& request, wire::Reply& reply)
 
 void ClientSession::ApplyUpdates(const wire::Request& request, wire::Reply& reply)
 {
-    ClosedRows closed;
+    ForbiddenRows forbidden;
     try {
-        storage::InTransaction(core_.pool, true, [&](storage::Connection& connection) {
+        storage::InTransaction(server_.pool, true, [&](storage::Connection& connection) {
             Watched(connection, request.changes.commandText, [&] {
                 RequireNew(connection, request.name, identity_.account);
                 try {
                     reply.outcome = ApplyChanges(
-                        connection, request.changes, request.maxErrors, CallerNow(), permissions_, closed);
+                        connection, request.changes, request.maxErrors, CallerNow(), permissions_, forbidden);
                 } catch (const wire::Error&) {
                     connection.FinishSelect(); // what is refused now may have been applied before
                     throw;
@@ -225,10 +205,10 @@ void ClientSession::ApplyUpdates(const wire::Request& request, wire::Reply& repl
         });
     } catch (AppliedBefore& before) {
         reply.outcome = std::move(before.outcome);
-        closed = {}; // told the first time
+        forbidden = {}; // told the first time
     }
-    if (closed.count > 0 && core_.options.onRefusedRows)
-        core_.options.onRefusedRows({identity_, peer_, closed.table, closed.count, closed.first});
+    if (forbidden.count > 0 && server_.options.onRefusedRows)
+        server_.options.onRefusedRows({identity_, peer_, forbidden.table, forbidden.count, forbidden.first});
 }
 
 // A failure tells the client its own text, and that its time was over where that is why.
@@ -242,10 +222,10 @@ void ClientSession::Watched(storage::Connection& connection, const QString& sqlT
         throw;
     } catch (const wire::Error& error) {
         if (watch.TimeIsOver())
-            throw operation::RefusedError(operation::Refusal::StatementTime, error.Kind(),
-                texts::TimeOver(core_.options.maxSeconds), sqlText);
-        if (const auto reason = operation::RefusalOf(error))
-            throw operation::RefusedError(*reason, error.Kind(), error.Message(), sqlText);
+            throw RefusedError(RefusalReason::StatementTime, error.Kind(),
+                texts::TimeOver(server_.options.maxSeconds), sqlText);
+        if (const auto reason = RefusalOf(error))
+            throw RefusedError(*reason, error.Kind(), error.Message(), sqlText);
         throw wire::Error(error.Kind(), error.Message(), sqlText);
     }
 }

@@ -1,31 +1,19 @@
 #pragma once
 
-#include "server/Clock.h"
-#include "server/accounts/Accounts.h"
 #include "server/provider/AuditFields.h"
 #include "server/provider/Policy.h"
-#include "server/storage/Pool.h"
+#include "server/provider/ServerParts.h"
+#include "server/provider/Session.h"
 
 #include <atomic>
 #include <chrono>
 
 namespace server {
 
-// What the sessions of one server share.
-struct Core {
-    explicit Core(const Options& options);
-
-    Options options;
-    Clock clock;
-    storage::ConnectionPool pool;
-    Accounts accounts;
-    SiteDirectory sites;
-};
-
 class ClientSession final : public Session {
 public:
     // `rowsPerReply`: rows of a query handed on at a time; 0: all at once.
-    ClientSession(Core& core, const QString& peer, qsizetype rowsPerReply);
+    ClientSession(ServerParts& server, const QString& peer, qsizetype rowsPerReply);
 
     wire::Reply Handle(const wire::Request& request, wire::ReplySink& sink) override;
     const wire::Identity& Identity() const noexcept override { return identity_; }
@@ -46,9 +34,9 @@ private:
     // Takes notice, every few minutes, of what became of the account and the sites. Raises wire::Error
     // (Login) where the account is gone.
     void RefreshPermissions();
-    Caller CallerNow() const { return {identity_, peer_, core_.clock.Now()}; }
+    Caller CallerNow() const { return {identity_, peer_, server_.clock.Now()}; }
 
-    Core& core_;
+    ServerParts& server_;
     QString peer_;
     qsizetype rowsPerReply_;
     wire::Identity identity_;

@@ -1,6 +1,6 @@
 #include "server/provider/Outcomes.h"
 
-#include "server/Texts.h"
+#include "server/refusal/UserTexts.h"
 #include "server/storage/OwnTables.h"
 
 #include <QDataStream>
@@ -105,10 +105,10 @@ storage::Row NameOf(const wire::ApplyName& name)
 
 } // namespace
 
-void RequireNew(storage::Connection& connection, const wire::ApplyName& name, const QString& account)
+void RequireNew(storage::OwnStatements& statements, const wire::ApplyName& name, const QString& account)
 {
     constexpr std::array types{ColumnType::Text, ColumnType::Text};
-    connection.SelectLater("select ACCOUNT, OUTCOME from zelmor_outcome where CLIENT = ? and SERIAL = ?",
+    statements.SelectLater("select ACCOUNT, OUTCOME from zelmor_outcome where CLIENT = ? and SERIAL = ?",
         NameOf(name), types, [account](const std::vector<storage::Row>& rows) {
             if (rows.empty())
                 return;
@@ -118,18 +118,18 @@ void RequireNew(storage::Connection& connection, const wire::ApplyName& name, co
         });
 }
 
-void RememberOutcome(storage::Connection& connection, const wire::ApplyName& name, const QString& account,
+void RememberOutcome(storage::OwnStatements& statements, const wire::ApplyName& name, const QString& account,
     const wire::ApplyOutcome& outcome)
 {
     storage::Row row = NameOf(name);
     row.insert(row.end(), {account, QDateTime::currentSecsSinceEpoch(), Encode(outcome)});
-    connection.InsertLast(storage::OutcomeTable(), row);
+    statements.InsertLast(storage::OutcomeTable(), row);
 }
 
-void PruneOutcomes(storage::Connection& connection)
+void ForgetOldOutcomes(storage::OwnStatements& statements)
 {
     const wire::Value oldest = QDateTime::currentSecsSinceEpoch() - kKeptSeconds;
-    connection.Change("delete from zelmor_outcome where APPLY_TIME < ?", {&oldest, 1});
+    statements.Change("delete from zelmor_outcome where APPLY_TIME < ?", {&oldest, 1});
 }
 
 } // namespace server

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/storage/Storage.h"
+#include "server/storage/Connection.h"
 #include "wire/Messages.h"
 
 // What became of change logs, kept in the database by their names, so that one that is sent again (its answer
@@ -15,12 +15,12 @@ struct AppliedBefore {
 // Call inside the transaction that applies the log, before anything is done in it: raises AppliedBefore, or
 // wire::Error (Policy) where another account used the name, at once or out of the next call that reaches the
 // database.
-void RequireNew(storage::Connection& connection, const wire::ApplyName& name, const QString& account);
+void RequireNew(storage::OwnStatements& statements, const wire::ApplyName& name, const QString& account);
 // By the commit. Where the same log is being applied elsewhere this raises storage::TryAgain (Conflict), or
 // the commit does: its outcome is there to be found once this transaction has been undone.
-void RememberOutcome(storage::Connection& connection, const wire::ApplyName& name, const QString& account,
+void RememberOutcome(storage::OwnStatements& statements, const wire::ApplyName& name, const QString& account,
     const wire::ApplyOutcome& outcome);
 // Forgets what nobody will ask for any more: a connection that still repeats a save does so within minutes.
-void PruneOutcomes(storage::Connection& connection);
+void ForgetOldOutcomes(storage::OwnStatements& statements);
 
 } // namespace server

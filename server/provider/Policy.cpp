@@ -1,7 +1,7 @@
 #include "server/provider/Policy.h"
 
 #include "company/Tables.h"
-#include "server/Texts.h"
+#include "server/refusal/UserTexts.h"
 #include "wire/Error.h"
 
 namespace server {

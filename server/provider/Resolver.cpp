@@ -1,7 +1,7 @@
 #include "server/provider/Resolver.h"
 
-#include "server/Texts.h"
 #include "server/provider/RowRule.h"
+#include "server/refusal/UserTexts.h"
 
 #include <QStringList>
 
@@ -34,14 +34,14 @@ struct Refusal {
 class Resolver {
 public:
     Resolver(storage::Connection& connection, const wire::ChangeLog& log, const Caller& caller,
-        const Permissions& permissions, ClosedRows& closed)
+        const Permissions& permissions, ForbiddenRows& forbidden)
         : log_(log)
         , target_(connection, log, permissions)
         , rule_(RuleFor(permissions, target_))
         , writer_(connection.WriteRows(target_.ForWriting(caller)))
-        , closed_(closed)
+        , forbidden_(forbidden)
     {
-        closed_ = {target_.Table().name, 0, {}};
+        forbidden_ = {target_.Table().name, 0, {}};
     }
 
     std::vector<RowVerdict> Apply()
@@ -141,7 +141,7 @@ private:
         write.sets.clear();
         write.checks.clear();
         write.keys.assign(target_.Keys().size(), {});
-        write.shape.assign(1, static_cast<char16_t>(row.kind));
+        write.statementKey.assign(1, static_cast<char16_t>(row.kind));
         fields_.Clear();
         size_t keysSeen = 0;
         ++sorted_;
@@ -179,17 +179,17 @@ private:
         std::optional<QString> reason = rule_->RefusalOf(write, *writer_);
         if (!reason)
             return;
-        if (closed_.count++ == 0) {
+        if (forbidden_.count++ == 0) {
             const bool insert = write.kind == ChangeKind::Insert;
-            closed_.first = QString::fromStdString(KeyText(insert ? KeysSet(write) : write.keys));
+            forbidden_.first = QString::fromStdString(KeyText(insert ? KeysSet(write) : write.keys));
         }
         throw Refusal{std::move(*reason)};
     }
 
     void Sign(RowWrite& write, const TargetColumn& column, char16_t role) const
     {
-        write.shape += static_cast<char16_t>(column.stored - target_.Table().columns.data());
-        write.shape += role;
+        write.statementKey += static_cast<char16_t>(column.stored - target_.Table().columns.data());
+        write.statementKey += role;
     }
 
     static Value Converted(const TargetColumn& column, const Value& value)
@@ -224,7 +224,7 @@ private:
         if (!given)
             RequireKeyValues(keys);
         if (given)
-            write.shape += u'#'; // the audit entry's key comes from the statement as well
+            write.statementKey += u'#'; // the audit entry's key comes from the statement as well
         write.auditKey = given ? std::string() : KeyText(keys);
         write.keys.clear();
     }
@@ -358,7 +358,7 @@ private:
     RowTarget target_;
     std::unique_ptr<RowRule> rule_; // nullptr: every row is open
     std::unique_ptr<storage::RowWriter> writer_;
-    ClosedRows& closed_;
+    ForbiddenRows& forbidden_;
     std::vector<RowVerdict> verdicts_;
     // Rows on their way to the storage, kept from one batch to the next for their memory.
     std::vector<RowWrite> writes_;
@@ -373,9 +373,9 @@ private:
 } // namespace
 
 wire::ApplyOutcome ApplyChanges(storage::Connection& connection, const wire::ChangeLog& log, int maxErrors,
-    const Caller& caller, const Permissions& permissions, ClosedRows& closed)
+    const Caller& caller, const Permissions& permissions, ForbiddenRows& forbidden)
 {
-    Resolver resolver(connection, log, caller, permissions, closed);
+    Resolver resolver(connection, log, caller, permissions, forbidden);
     if (maxErrors >= 0)
         connection.SetSavepoint();
     wire::ApplyOutcome outcome{resolver.Apply()};

@@ -2,12 +2,12 @@
 
 #include "server/provider/AuditFields.h"
 #include "server/provider/Policy.h"
-#include "server/storage/Storage.h"
+#include "server/storage/Connection.h"
 
 namespace server {
 
 // Rows that the account may not write, of one change log.
-struct ClosedRows {
+struct ForbiddenRows {
     QString table;
     int count = 0;
     QString first; // its key
@@ -19,6 +19,6 @@ struct ClosedRows {
 // on its own; N >= 0: more than N refusals undo all. Raises wire::Error where the log as a whole cannot be
 // applied.
 wire::ApplyOutcome ApplyChanges(storage::Connection& connection, const wire::ChangeLog& log, int maxErrors,
-    const Caller& caller, const Permissions& permissions, ClosedRows& closed);
+    const Caller& caller, const Permissions& permissions, ForbiddenRows& forbidden);
 
 } // namespace server

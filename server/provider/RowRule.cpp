@@ -1,6 +1,6 @@
 #include "server/provider/RowRule.h"
 
-#include "server/Texts.h"
+#include "server/refusal/UserTexts.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "server/provider/RowTarget.h"
 
-#include "server/Texts.h"
 #include "server/provider/Policy.h"
+#include "server/refusal/UserTexts.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "server/provider/AuditFields.h"
-#include "server/storage/Storage.h"
+#include "server/storage/Connection.h"
 
 #include <optional>
 

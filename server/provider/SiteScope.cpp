@@ -65,8 +65,8 @@ std::shared_ptr<const SiteTree> SiteDirectory::Current()
     using enum wire::ColumnType;
     constexpr std::array types{Text, Text, Text, Text};
     std::vector<Site> sites;
-    const auto rows = storage::Reading(pool_, [&types](storage::Connection& connection) {
-        return connection.Select(
+    const auto rows = storage::Reading(pool_, [&types](storage::OwnStatements& statements) {
+        return statements.Select(
             "select SITE_NAME, SUPERIOR_SITE, TYPE, SUPERIOR_FINANCE_CENTER from tab_site", {}, types);
     });
     for (const storage::Row& row : rows) {

@@ -1,8 +1,5 @@
 #include "server/storage/OwnTables.h"
 
-#include "demo/Generator.h"
-#include "server/accounts/PasswordHash.h"
-
 using namespace Qt::Literals::StringLiterals;
 using wire::ColumnType;
 
@@ -69,16 +66,6 @@ const std::vector<company::Table>& OwnTables()
     static const std::vector<company::Table> tables{
         MetaTable(), AccountTable(), AuditTable(), OutcomeTable()};
     return tables;
-}
-
-std::vector<std::vector<wire::Value>> DemoAccounts(wire::DateTime now)
-{
-    std::vector<std::vector<wire::Value>> rows;
-    for (const demo::Login& login : demo::Logins()) {
-        rows.push_back({login.account, server::HashPassword(demo::DemoPassword()), login.employeeCode,
-            wire::TextValue(login.userType), login.rights, {}, wire::TextValue(login.description), now});
-    }
-    return rows;
 }
 
 std::vector<std::vector<wire::Value>> MetaRows(const QString& demo)

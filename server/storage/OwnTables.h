@@ -17,8 +17,6 @@ const company::Table& AuditTable();
 const company::Table& OutcomeTable(); // what became of change logs, by their names
 const std::vector<company::Table>& OwnTables();
 
-// Rows of AccountTable for the logins of the demo company. Slow: each password is hashed.
-std::vector<std::vector<wire::Value>> DemoAccounts(wire::DateTime now);
 // Rows of MetaTable that a finished database has; `demo` is its size, empty without demo data.
 std::vector<std::vector<wire::Value>> MetaRows(const QString& demo);
 

@@ -111,10 +111,10 @@ void ConnectionPool::GiveBack(std::unique_ptr<Connection> connection) noexcept
     }
 }
 
-server::PoolState ConnectionPool::State()
+PoolState ConnectionPool::State()
 {
     const std::lock_guard lock(mutex_);
-    server::PoolState state = state_;
+    PoolState state = state_;
     state.idle = static_cast<int>(idle_.size());
     state.waiting = static_cast<int>(waiters_.size());
     return state;

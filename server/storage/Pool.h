@@ -1,7 +1,6 @@
 #pragma once
 
-#include "server/Server.h"
-#include "server/storage/Storage.h"
+#include "server/storage/Backend.h"
 
 #include <QSemaphore>
 
@@ -10,6 +9,19 @@
 #include <mutex>
 
 namespace storage {
+
+// Connections to the database.
+struct PoolState {
+    int most = 0;
+    int lent = 0;
+    int idle = 0;
+    int waiting = 0; // requests that wait for one
+    // Since the start.
+    qint64 opened = 0;
+    qint64 dropped = 0; // because they had broken
+    qint64 statementsFound = 0; // texts whose translation was at hand, and that were translated anew
+    qint64 statementsMade = 0;
+};
 
 // Connections to one database, lent to sessions for the length of a request.
 class ConnectionPool {
@@ -40,7 +52,7 @@ public:
     Lease Lend();
     const dialect::Catalog& Catalog() const noexcept { return *catalog_; }
     const Backend& Base() const noexcept { return *backend_; }
-    server::PoolState State();
+    PoolState State();
 
 private:
     friend class Transaction;
@@ -65,7 +77,7 @@ private:
     std::deque<std::shared_ptr<Waiter>> waiters_; // in the order of their coming; none while any is idle
     std::vector<Idle> idle_; // the last used last, its memory still warm
     Clock::time_point lostAt_; // when a connection was last found lost: the others may be, too
-    server::PoolState state_;
+    PoolState state_;
     std::mutex writer_; // where the database takes one writer at a time, they queue here instead of polling
 };
 

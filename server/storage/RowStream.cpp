@@ -1,7 +1,7 @@
 #include "server/storage/RowStream.h"
 
-#include "server/Texts.h"
-#include "server/operation/Operation.h"
+#include "server/refusal/Refusal.h"
+#include "server/refusal/UserTexts.h"
 
 #include <array>
 #include <condition_variable>
@@ -126,8 +126,8 @@ private:
 void RequireFewEnough(qint64 rows, const ReadLimits& limits)
 {
     if (rows > limits.maxRows)
-        throw server::operation::RefusedError(server::operation::Refusal::Rows, wire::ErrorKind::Limit,
-            server::texts::TooManyRows(limits.maxRows));
+        throw server::RefusedError(
+            server::RefusalReason::Rows, wire::ErrorKind::Limit, server::texts::TooManyRows(limits.maxRows));
 }
 
 // Turns blocks into columns and passes them on.

@@ -1,6 +1,8 @@
 #include "tests/host/HostFixture.h"
 
 #include "server/net/Listener.h"
+#include "server/provider/ApplicationServer.h"
+#include "server/storage/sqlite/SqliteStorage.h"
 #include "tests/support/TestAuthority.h"
 
 #include <QComboBox>
@@ -82,7 +84,7 @@ TEST_F(EncipheredLoginTest, AServerIsTrustedByTheAuthorityThatWasChosen)
     TestAuthority authority;
     const TestAuthority::Files files = authority.Issue();
     server::Options options;
-    options.dataDir = Folder().filePath(u"remote-tls"_s);
+    options.open = storage::SqliteIn(Folder().filePath(u"remote-tls"_s));
     options.demo = u"50"_s;
     server::ApplicationServer server(options);
     server::ListenerOptions listening;

@@ -1,6 +1,8 @@
 #include "tests/host/HostFixture.h"
 
 #include "server/net/Listener.h"
+#include "server/provider/ApplicationServer.h"
+#include "server/storage/sqlite/SqliteStorage.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -13,7 +15,7 @@ protected:
     void SetUp() override
     {
         server::Options options;
-        options.dataDir = Folder().filePath(u"remote"_s);
+        options.open = storage::SqliteIn(Folder().filePath(u"remote"_s));
         options.demo = u"50"_s;
         server = std::make_unique<server::ApplicationServer>(options);
         Listen(0);

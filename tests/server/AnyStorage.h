@@ -22,12 +22,7 @@ public:
         : database_(orafce)
     {
     }
-    void Configure(Options& options) const override
-    {
-        options.open = [uri = database_.Uri()](const Options& given, wire::DateTime now) {
-            return storage::OpenPostgres(uri, given, now);
-        };
-    }
+    void Configure(Options& options) const override { options.open = storage::PostgresAt(database_.Uri()); }
     void Run(const QString& sql) const override { database_.Run(sql); }
     std::vector<std::optional<QString>> Texts(const QString& sql) const override
     {

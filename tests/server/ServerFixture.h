@@ -1,7 +1,8 @@
 #pragma once
 
-#include "server/Server.h"
+#include "server/provider/ApplicationServer.h"
 #include "server/storage/sqlite/Sqlite.h"
+#include "server/storage/sqlite/SqliteStorage.h"
 #include "tests/support/Raised.h"
 #include "tests/support/RowKeeper.h"
 
@@ -163,7 +164,7 @@ protected:
     void Start()
     {
         Options options;
-        options.dataDir = folder_.path();
+        options.open = storage::SqliteIn(folder_.path());
         options.now = wire::DateTime::FromParts(2024, 3, 1, 8);
         options.maxRows = maxRows_;
         options.maxSeconds = maxSeconds_;
@@ -185,7 +186,8 @@ protected:
         if (other_)
             other_->Run(sql);
         else
-            storage::Database(File(), storage::OpenMode::Serve).Execute(sql.toUtf8().constData());
+            storage::sqlite::Database(File(), storage::sqlite::OpenMode::Serve)
+                .Execute(sql.toUtf8().constData());
     }
     void Raw(const char* sql) { Raw(QString::fromUtf8(sql)); }
     // The first column of every row, with commas between.
@@ -213,8 +215,8 @@ private:
     {
         if (other_)
             return other_->Texts(sql);
-        storage::Database database(File(), storage::OpenMode::Serve);
-        storage::Statement statement = database.Prepare(sql.toStdString());
+        storage::sqlite::Database database(File(), storage::sqlite::OpenMode::Serve);
+        storage::sqlite::Statement statement = database.Prepare(sql.toStdString());
         std::vector<std::optional<QString>> texts;
         while (statement.Step())
             texts.push_back(statement.IsNull(0) ? std::nullopt : std::optional(statement.Text(0)));

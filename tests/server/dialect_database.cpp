@@ -1,7 +1,7 @@
 #include "tests/server/dialect_database.h"
 
-#include "server/Server.h"
-#include "server/Texts.h"
+#include "server/provider/ApplicationServer.h"
+#include "server/refusal/UserTexts.h"
 #include "server/storage/postgres/PostgresStorage.h"
 #include "server/storage/sqlite/SqliteStorage.h"
 #include "tests/support/RowKeeper.h"
@@ -57,13 +57,10 @@ const dialect::CatalogTable* SchemaCatalog::Find(QStringView tableName) const
 
 DialectDatabase::DialectDatabase(Kind kind)
 {
-    server::Options options;
-    options.dataDir = folder_.path();
     if (kind != Kind::Sqlite)
         postgres_.emplace(kind == Kind::PostgresWithOrafce ? PostgresDatabase::Orafce::With
                                                            : PostgresDatabase::Orafce::Without);
-    backend_ = postgres_ ? storage::OpenPostgres(postgres_->Uri(), options, now_)
-                         : storage::OpenSqlite(options, now_);
+    backend_ = (postgres_ ? storage::PostgresAt(postgres_->Uri()) : storage::SqliteIn(folder_.path()))({});
     connection_ = backend_->Connect();
 }
 

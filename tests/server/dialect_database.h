@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/storage/Storage.h"
+#include "server/storage/Backend.h"
 #include "tests/server/conformance/Suite.h"
 #include "tests/support/PostgresDatabase.h"
 

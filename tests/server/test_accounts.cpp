@@ -1,4 +1,5 @@
 #include "server/accounts/LoginGuard.h"
+#include "server/storage/sqlite/SqliteStorage.h"
 #include "tests/server/AnyStorage.h"
 
 namespace server::testing {
@@ -68,7 +69,7 @@ TEST(DemoAccountsTest, EveryDemoAccountLogsInToItsSite)
 {
     const QTemporaryDir folder;
     Options options;
-    options.dataDir = folder.path();
+    options.open = storage::SqliteIn(folder.path());
     options.demo = u"300"_s;
     options.now = wire::DateTime::FromParts(2024, 3, 1, 8);
     QStringList stages;

@@ -90,7 +90,7 @@ class LockedFileTest : public ServerTest { };
 
 TEST_F(LockedFileTest, AWriterOfAnotherProcessIsWaitedFor)
 {
-    storage::Database other(File(), storage::OpenMode::Serve);
+    storage::sqlite::Database other(File(), storage::sqlite::OpenMode::Serve);
     other.Execute("begin immediate; update tab_zelmor_bill set STATUS = 7 where TX_LOGISTIC_ID = 'B'");
     std::jthread later([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(300));

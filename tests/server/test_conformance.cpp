@@ -24,13 +24,12 @@ public:
                     ? PostgresDatabase::Orafce::With
                     : PostgresDatabase::Orafce::Without);
         Options options;
-        options.dataDir = folder_->path();
+        options.open = storage::SqliteIn(folder_->path());
         options.now = now;
         if (other_)
             other_->Configure(options);
         server_ = std::make_unique<ApplicationServer>(options);
-        const std::unique_ptr<storage::Backend> backend =
-            other_ ? options.open(options, now) : storage::OpenSqlite(options, now);
+        const std::unique_ptr<storage::Backend> backend = options.open({});
         const std::unique_ptr<storage::Connection> connection = backend->Connect();
         connection->Begin();
         for (const conformance::TableRows& table : tables) {

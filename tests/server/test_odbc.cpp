@@ -1,7 +1,7 @@
-#include "server/Texts.h"
+#include "server/refusal/UserTexts.h"
 #include "server/storage/OwnTables.h"
 #include "server/storage/odbc/OdbcRowWriter.h"
-#include "tests/server/OdbcCompany.h"
+#include "tests/server/OdbcFixture.h"
 #include "tests/server/conformance/Suite.h"
 
 #include <atomic>
@@ -169,7 +169,7 @@ TEST_P(OdbcTest, StorageAlone)
     Raw("drop table tab_area; create table tab_area(AREA_NAME varchar(40), AREA_CODE varchar(10)); drop "
         "table "
         "tab_city");
-    const auto backend = storage::OpenOdbc(Company().Connection(), {}, {});
+    const auto backend = storage::OdbcThrough(Company().Connection())({});
     const auto connection = backend->Connect();
     const dialect::CatalogTable* table = connection->Catalog().Find(u"tab_qrykey");
     ASSERT_NE(table, nullptr);
@@ -188,7 +188,7 @@ TEST_P(OdbcTest, StorageAlone)
     }
     rows[1].sets.push_back({&table->columns[0], qint64(7)});
     rows[1].auditKey = "7";
-    rows[1].shape = u"1";
+    rows[1].statementKey = u"1";
     std::array<storage::RowResult, 2> results;
     writer->Write(rows, results);
     EXPECT_EQ(results[0].outcome, storage::RowResult::Outcome::Refused);
@@ -209,7 +209,7 @@ TEST_P(OdbcTest, StorageAlone)
 
     Raw("update zelmor_meta set VALUE = '99'");
     EXPECT_TRUE(
-        ErrorOf([&] { storage::OpenOdbc(Company().Connection(), {}, {}); }).Message().contains(u"99"_s));
+        ErrorOf([&] { storage::OdbcThrough(Company().Connection())({}); }).Message().contains(u"99"_s));
 }
 
 INSTANTIATE_TEST_SUITE_P(Drivers, OdbcTest, ::testing::Values(Product::Sqlite, Product::Postgres),

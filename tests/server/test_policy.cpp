@@ -1,4 +1,5 @@
 #include "server/provider/SiteScope.h"
+#include "server/storage/sqlite/SqliteStorage.h"
 #include "tests/server/AnyStorage.h"
 
 namespace server::testing {
@@ -30,7 +31,7 @@ protected:
     {
         server_.reset();
         Options options = changed;
-        options.dataDir = folder_.path();
+        options.open = storage::SqliteIn(folder_.path());
         if (other_)
             other_->Configure(options);
         server_ = std::make_unique<ApplicationServer>(options);

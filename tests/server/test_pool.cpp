@@ -218,7 +218,7 @@ TEST_F(PoolTest, ManyShareFewWithoutLosingATurn)
     }
     EXPECT_EQ(turns, kThreads * kTurns);
     EXPECT_LE(database_.open, 3);
-    const server::PoolState state = pool.State();
+    const storage::PoolState state = pool.State();
     EXPECT_EQ(state.lent, 0);
     EXPECT_EQ(state.waiting, 0);
     EXPECT_EQ(state.opened - state.dropped, state.idle);

@@ -1,5 +1,5 @@
 #include "tests/server/AnyStorage.h"
-#include "tests/server/OdbcCompany.h"
+#include "tests/server/OdbcFixture.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -178,7 +178,7 @@ TEST_P(ResolverTest, RowsOfManyShapesAreAllStored)
     const QString columns[]{u"NAME"_s, u"REMARK"_s, u"MESSAGE"_s, u"MODIFIER"_s, u"REC_SITE"_s,
         u"MODIFY_SITE"_s, u"CREATER_SITE"_s, u"PREPARE_SITE"_s, u"CANCEL_DESC"_s};
     Changes changes = Log();
-    for (size_t row = 0; row < storage::kMostShapes + 44; ++row) {
+    for (size_t row = 0; row < storage::kMostRowStatements + 44; ++row) {
         Changes::Edits values{{u"TX_LOGISTIC_ID"_s, u"X%1"_s.arg(row)}};
         for (size_t i = 0; i < std::size(columns); ++i) {
             if ((row >> i & 1) != 0)

@@ -59,11 +59,12 @@ TEST_F(StorageFaultTest, HalfMadeDatabaseIsMadeAgain)
 TEST_F(StorageFaultTest, FolderThatCannotBeMade)
 {
     Options options;
-    options.dataDir = File() + u"/below-a-file"_s;
+    const QString below = File() + u"/below-a-file"_s;
+    options.open = storage::SqliteIn(below);
     const wire::Error error = ErrorOf([&] { ApplicationServer server(options); });
     EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
-    EXPECT_TRUE(error.Message().contains(options.dataDir)) << error.what();
-    options.dataDir.clear();
+    EXPECT_TRUE(error.Message().contains(below)) << error.what();
+    options.open = storage::SqliteIn({});
     EXPECT_EQ(ErrorOf([&] { ApplicationServer server(options); }).Kind(), wire::ErrorKind::Storage);
 }
 
@@ -71,7 +72,7 @@ TEST_F(StorageFaultTest, WrongSizeLeavesNothingBehind)
 {
     QTemporaryDir folder;
     Options options;
-    options.dataDir = folder.path();
+    options.open = storage::SqliteIn(folder.path());
     options.demo = u"huge"_s;
     EXPECT_EQ(ErrorOf([&] { ApplicationServer server(options); }).Kind(), wire::ErrorKind::Usage);
     EXPECT_FALSE(QFile::exists(folder.filePath(u"zelmor.db"_s)));
@@ -91,7 +92,7 @@ TEST_F(StorageFaultTest, AnotherProgramsDatabaseIsNotTouched)
 {
     Stop();
     QFile::remove(File());
-    storage::Database(File(), storage::OpenMode::Fill).Execute("create table other(x)");
+    storage::sqlite::Database(File(), storage::sqlite::OpenMode::Fill).Execute("create table other(x)");
     const wire::Error error = ErrorOf([&] { Start(); });
     EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
     EXPECT_TRUE(error.Message().contains(u"zelmor.db"_s)) << error.what();
@@ -133,16 +134,16 @@ TEST_F(StorageFaultTest, FullDiskUndoesTheSaveAndSaysSo)
         changes.Update(row, {{u"REMARK"_s, QString(150, u'备')}});
     {
         Options options;
-        options.dataDir = folder_.path();
-        storage::ConnectionPool pool(storage::OpenSqlite(options, {}), 1);
+        options.open = storage::SqliteIn(folder_.path());
+        storage::ConnectionPool pool(options.open({}), 1);
         storage::Transaction transaction(pool);
-        static_cast<storage::SqliteConnection&>(*transaction)
+        static_cast<storage::sqlite::SqliteConnection&>(*transaction)
             .Base()
             .Execute("pragma max_page_count = 1"); // it cannot shrink: not a page more
         const Permissions everything(Role::Headquarters, {}, {});
-        ClosedRows closed;
+        ForbiddenRows forbidden;
         const wire::Error error = ErrorOf([&] {
-            ApplyChanges(*transaction, changes.log, -1, {{}, {}, {}}, everything, closed);
+            ApplyChanges(*transaction, changes.log, -1, {{}, {}, {}}, everything, forbidden);
         });
         EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
         EXPECT_TRUE(error.Message().contains(u"磁盘空间不足"_s)) << error.what();

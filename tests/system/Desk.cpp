@@ -2,7 +2,8 @@
 
 #include "demo/Generator.h"
 #include "runtime/data/TcpTransport.h"
-#include "server/Server.h"
+#include "server/provider/ApplicationServer.h"
+#include "server/storage/sqlite/SqliteStorage.h"
 
 Desk::Desk(int port, const QString& account)
 {
@@ -21,7 +22,7 @@ void Desk::Open(const QString& sqlText)
 std::vector<QStringList> AskDatabase(const QString& folder, const QString& sqlText)
 {
     server::Options options;
-    options.dataDir = folder;
+    options.open = storage::SqliteIn(folder);
     server::ApplicationServer server(options);
     const wire::RowSet rows = server.QueryAsAdministrator(sqlText);
     std::vector<QStringList> result;

@@ -27,13 +27,14 @@ using Contents = std::map<std::string, std::string>;
 
 Contents ContentsOfFile(const QString& file)
 {
-    storage::Database database(file, storage::OpenMode::Look);
+    storage::sqlite::Database database(file, storage::sqlite::OpenMode::Look);
     Contents contents;
-    storage::Statement tables =
+    storage::sqlite::Statement tables =
         database.Prepare("select name, sql from sqlite_master where type = 'table' order by name");
     while (tables.Step()) {
         QCryptographicHash hash(QCryptographicHash::Sha256);
-        storage::Statement rows = database.Prepare("select * from " + storage::Quoted(tables.Text(0)));
+        storage::sqlite::Statement rows =
+            database.Prepare("select * from " + storage::sqlite::Quoted(tables.Text(0)));
         while (rows.Step()) {
             for (int i = 0; i < sqlite3_column_count(rows.Handle()); ++i)
                 hash.addData(rows.IsNull(i) ? "-" : "+" + rows.Text(i).toUtf8() + '\0');

@@ -3,6 +3,8 @@
 #include "demo/Generator.h"
 #include "runtime/data/TcpTransport.h"
 #include "server/net/Listener.h"
+#include "server/provider/ApplicationServer.h"
+#include "server/storage/sqlite/SqliteStorage.h"
 #include "tests/support/FaultProxy.h"
 #include "tests/support/RowKeeper.h"
 #include "tests/support/ServerProcess.h"
@@ -99,7 +101,7 @@ private:
 server::Options DemoIn(const QString& folder)
 {
     server::Options options;
-    options.dataDir = folder;
+    options.open = storage::SqliteIn(folder);
     options.demo = u"2000"_s;
     return options;
 }

@@ -1,6 +1,6 @@
 #include "tests/wire/FakeServer.h"
 
-#include "server/operation/MonitoredSession.h"
+#include "server/monitoring/MonitoredSession.h"
 
 #include <chrono>
 #include <stdexcept>
@@ -11,7 +11,7 @@ using namespace std::chrono_literals;
 using wire::Error;
 using wire::ErrorKind;
 using wire::RequestKind;
-namespace operation = server::operation;
+namespace monitoring = server::monitoring;
 
 namespace {
 
@@ -152,17 +152,17 @@ FakeListener::FakeListener(quint16 port, server::ListenerOptions options)
 {
     options.port = port;
     options.watchInterval = 20;
-    options.operation = std::make_shared<operation::Operation>(
-        operation::LogLevel::Info, operation::LogFormat::Text, [this](std::string_view line) {
+    options.monitor = std::make_shared<monitoring::Monitor>(
+        monitoring::LogLevel::Info, monitoring::LogFormat::Text, [this](std::string_view line) {
             const std::lock_guard lock(mutex_);
             lines_ += QString::fromUtf8(line.data(), qsizetype(line.size())).trimmed();
             changed_.notify_all();
         });
-    operation_ = options.operation;
+    monitor_ = options.monitor;
     listener = std::make_unique<server::Listener>(
         [this](const QString& peer) {
-            return std::make_unique<operation::MonitoredSession>(
-                server.NewSession(), peer, operation_, std::chrono::hours(1));
+            return std::make_unique<monitoring::MonitoredSession>(
+                server.NewSession(), peer, monitor_, std::chrono::hours(1));
         },
         options);
     listener->Start();

@@ -51,7 +51,7 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     QStringList lines_;
-    server::operation::Shared operation_;
+    server::monitoring::MonitorPtr monitor_;
 
 public:
     FakeServer server;

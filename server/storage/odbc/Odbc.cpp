@@ -66,14 +66,15 @@ private:
 
 } // namespace
 
-std::unique_ptr<Backend> OpenOdbc(
-    const QString& connection, const server::Options& options, wire::DateTime /*now*/)
+Opener OdbcThrough(const QString& connection)
 {
-    if (!options.demo.isEmpty()) {
-        throw wire::Error(wire::ErrorKind::Usage,
-            u"Demo data are not put into the company's own database: leave out --demo."_s);
-    }
-    return std::make_unique<OdbcBackend>(connection, options.maxSeconds);
+    return [connection](const OpenOptions& options) {
+        if (!options.demo.isEmpty()) {
+            throw wire::Error(wire::ErrorKind::Usage,
+                u"Demo data are not put into the company's own database: leave out --demo."_s);
+        }
+        return std::make_unique<OdbcBackend>(connection, options.maxSeconds);
+    };
 }
 
 } // namespace storage

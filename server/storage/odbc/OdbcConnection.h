@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/storage/Storage.h"
+#include "server/storage/Connection.h"
 #include "server/storage/odbc/OdbcDatabase.h"
 #include "server/storage/odbc/Worker.h"
 

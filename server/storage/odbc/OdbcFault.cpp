@@ -1,7 +1,7 @@
 #include "server/storage/odbc/OdbcFault.h"
 
-#include "server/Texts.h"
-#include "server/storage/Storage.h"
+#include "server/refusal/UserTexts.h"
+#include "server/storage/Connection.h"
 #include "server/storage/odbc/OdbcApi.h"
 
 #include <QRegularExpression>

@@ -1,7 +1,7 @@
 #include "server/storage/odbc/OdbcOwnTables.h"
 
+#include "server/storage/Connection.h"
 #include "server/storage/OwnTables.h"
-#include "server/storage/Storage.h"
 #include "wire/Error.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "server/storage/odbc/OdbcRowWriter.h"
 
-#include "server/Texts.h"
+#include "server/refusal/UserTexts.h"
 #include "server/storage/OwnTables.h"
 
 #include <algorithm>
@@ -178,14 +178,14 @@ Row OdbcRowWriter::Present(std::span<const wire::Value> keys, Hold hold)
 
 Statement& OdbcRowWriter::StatementFor(const RowWrite& row)
 {
-    shape_ = row.shape;
+    key_ = row.statementKey;
     for (const Cell& check : row.checks)
-        shape_ += wire::IsNull(check.value) ? u'0' : u'1';
-    if (statements_.size() >= kMostShapes && !statements_.contains(shape_)) {
+        key_ += wire::IsNull(check.value) ? u'0' : u'1';
+    if (statements_.size() >= kMostRowStatements && !statements_.contains(key_)) {
         statements_.clear();
         database_.ForgetStatements();
     }
-    Statement*& statement = statements_[shape_];
+    Statement*& statement = statements_[key_];
     if (statement == nullptr)
         statement = &database_.Prepared(TextFor(row));
     return *statement;

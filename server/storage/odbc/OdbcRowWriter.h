@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/storage/Storage.h"
+#include "server/storage/RowWriter.h"
 #include "server/storage/odbc/OdbcDatabase.h"
 #include "server/storage/odbc/Worker.h"
 
@@ -33,8 +33,9 @@ private:
     Database& database_;
     const WriteTarget target_;
     const bool needsSavepoints_;
-    std::unordered_map<std::u16string, Statement*> statements_; // by shape and by which checks are null
-    std::u16string shape_;
+    std::unordered_map<std::u16string, Statement*>
+        statements_; // by statement key and by which checks are null
+    std::u16string key_;
 };
 
 // "insert into TABLE(…) values(?, …)" for these columns.

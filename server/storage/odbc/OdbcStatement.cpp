@@ -1,6 +1,6 @@
 #include "server/storage/odbc/OdbcStatement.h"
 
-#include "server/Texts.h"
+#include "server/refusal/UserTexts.h"
 #include "server/storage/odbc/OdbcApi.h"
 #include "server/storage/odbc/OdbcDatabase.h"
 #include "wire/Error.h"

@@ -1,6 +1,6 @@
 #include "server/storage/postgres/Binary.h"
 
-#include "server/Texts.h"
+#include "server/refusal/UserTexts.h"
 
 #include <QStringConverter>
 #include <QtEndian>

@@ -1,8 +1,8 @@
 #include "server/storage/postgres/Libpq.h"
 
-#include "server/Texts.h"
 #include "server/dialect/Postgres.h"
-#include "server/operation/Secrets.h"
+#include "server/refusal/Secrets.h"
+#include "server/refusal/UserTexts.h"
 #include "server/storage/postgres/Binary.h"
 
 #include <cerrno>
@@ -88,7 +88,7 @@ QString WithoutSecrets(QString text, const QString& uri)
             text.replace(QString::fromUtf8(option->val), u"***"_s);
     }
     PQconninfoFree(options);
-    return server::operation::MaskSecrets(text);
+    return server::MaskSecrets(text);
 }
 
 void HandleNotice(void*, const PGresult* result)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/storage/Storage.h"
+#include "server/storage/Connection.h"
 
 #include <libpq-fe.h>
 

@@ -1,6 +1,6 @@
 #include "server/storage/postgres/PostgresConnection.h"
 
-#include "server/Texts.h"
+#include "server/refusal/UserTexts.h"
 #include "server/storage/postgres/CopyOut.h"
 #include "server/storage/postgres/PostgresSchema.h"
 

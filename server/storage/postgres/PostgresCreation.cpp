@@ -1,8 +1,7 @@
 #include "server/storage/postgres/PostgresCreation.h"
 
-#include "demo/Generator.h"
-#include "server/Texts.h"
 #include "server/dialect/Postgres.h"
+#include "server/refusal/UserTexts.h"
 #include "server/storage/OwnTables.h"
 #include "server/storage/postgres/Binary.h"
 #include "server/storage/postgres/PostgresSchema.h"
@@ -95,20 +94,11 @@ private:
     std::string buffer_;
 };
 
-void LoadRows(company::RowSink& sink, const company::Table& table, const std::vector<Row>& rows)
-{
-    sink.BeginTable(table);
-    for (const Row& row : rows)
-        sink.Row(row);
-    sink.EndTable();
-}
-
 class Creation {
 public:
-    Creation(Link& link, const server::Options& options, wire::DateTime now)
+    Creation(Link& link, const OpenOptions& options)
         : link_(link)
         , options_(options)
-        , now_(now)
     {
     }
 
@@ -186,17 +176,9 @@ private:
         for (const company::Table& table : company::Tables())
             link_.Run(CreateTableText(table, RowOrder::Kept));
         CopyLoader loader(link_);
-        if (!options_.demo.isEmpty()) {
-            demo::GeneratorOptions generator;
-            generator.orders = demo::OrdersOf(options_.demo);
-            generator.now = now_;
-            generator.onProgress = options_.onProgress;
-            demo::Generate(generator, loader);
-            LoadRows(loader, AccountTable(), DemoAccounts(now_));
-            if (options_.onProgress)
-                options_.onProgress(texts::MakingIndexes(), 100);
-        }
-        LoadRows(loader, MetaTable(), MetaRows(options_.demo));
+        if (!options_.demo.isEmpty())
+            options_.fill(loader);
+        LoadTable(loader, MetaTable(), MetaRows(options_.demo));
         for (const auto* tables : {&OwnTables(), &company::Tables()}) {
             for (const company::Table& table : *tables) {
                 for (const std::string& text : CreateIndexTexts(table))
@@ -225,17 +207,16 @@ private:
     }
 
     Link& link_;
-    const server::Options& options_;
-    wire::DateTime now_;
+    const OpenOptions& options_;
 };
 
 } // namespace
 
-void EnsureSchema(Link& link, const server::Options& options, wire::DateTime now)
+void EnsureSchema(Link& link, const OpenOptions& options)
 {
     // Copying waits for the other side in libpq itself.
     PQsetnonblocking(link.Handle(), 0);
-    Creation(link, options, now).Run();
+    Creation(link, options).Run();
     PQsetnonblocking(link.Handle(), 1);
 }
 

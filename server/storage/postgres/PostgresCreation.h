@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/Server.h"
+#include "server/storage/Backend.h"
 #include "server/storage/postgres/Libpq.h"
 
 namespace storage::postgres {
@@ -9,6 +9,6 @@ namespace storage::postgres {
 // where the options ask for it, in one transaction; one of ours is brought up to date. Where several servers
 // start at once, one of them does it. Raises wire::Error (Storage): the schema belongs to something else, or
 // to a newer program.
-void EnsureSchema(Link& link, const server::Options& options, wire::DateTime now);
+void EnsureSchema(Link& link, const OpenOptions& options);
 
 } // namespace storage::postgres

@@ -1,6 +1,6 @@
 #include "server/storage/postgres/PostgresRowWriter.h"
 
-#include "server/Texts.h"
+#include "server/refusal/UserTexts.h"
 #include "server/storage/OwnTables.h"
 #include "server/storage/postgres/PostgresSchema.h"
 
@@ -212,11 +212,11 @@ PreparedPtr PostgresRowWriter::Bind(const RowWrite& row)
 
 const WriteText& PostgresRowWriter::TextFor(const RowWrite& row)
 {
-    textKey_.assign(target_.table->name.toStdU16String()).append(1, u'\0').append(row.shape);
+    textKey_.assign(target_.table->name.toStdU16String()).append(1, u'\0').append(row.statementKey);
     const auto found = texts_.find(textKey_);
     if (found != texts_.end())
         return found->second;
-    if (texts_.size() >= kMostShapes)
+    if (texts_.size() >= kMostRowStatements)
         texts_.clear();
     return texts_.emplace(textKey_, MakeText(row)).first->second;
 }

@@ -11,7 +11,7 @@ struct WriteText {
     std::string sql;
     std::vector<Oid> types;
 };
-// Those of one connection, by table and shape.
+// Those of one connection, by table and statement key.
 using WriteTexts = std::unordered_map<std::u16string, WriteText>;
 
 // Sends rows ahead of their results, each as one statement that changes the row and writes its audit entry.

@@ -39,13 +39,13 @@ std::string SettingsText(const std::string& path, int maxSeconds)
 
 class PostgresBackend final : public Backend {
 public:
-    PostgresBackend(const QString& uri, const server::Options& options, wire::DateTime now)
+    PostgresBackend(const QString& uri, const OpenOptions& options)
         : uri_(uri)
     {
         Link link(uri);
         const std::string path = AsLiteral(PQgetvalue(link.Run(kPathText).get(), 0, 0));
         link.Run("select set_config('search_path', " + path + ", false)");
-        EnsureSchema(link, options, now);
+        EnsureSchema(link, options);
         settings_ = SettingsText(path, options.maxSeconds);
         catalog_ = std::make_shared<const PostgresCatalog>(link);
         PGconn* const handle = link.Handle();
@@ -71,9 +71,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<Backend> OpenPostgres(const QString& uri, const server::Options& options, wire::DateTime now)
+Opener PostgresAt(const QString& uri)
 {
-    return std::make_unique<PostgresBackend>(uri, options, now);
+    return [uri](const OpenOptions& options) { return std::make_unique<PostgresBackend>(uri, options); };
 }
 
 } // namespace storage

@@ -1,6 +1,6 @@
 #include "server/storage/sqlite/Checkpointer.h"
 
-namespace storage {
+namespace storage::sqlite {
 namespace {
 
 constexpr int kPages = 1000;
@@ -61,4 +61,4 @@ void Checkpointer::Run()
     }
 }
 
-} // namespace storage
+} // namespace storage::sqlite

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <thread>
 
-namespace storage {
+namespace storage::sqlite {
 
 // Moves what was committed from the write-ahead log into the database file, on a thread of its own, so that
 // no save waits for it. What is in the log is safe there; this only keeps the log short.
@@ -32,4 +32,4 @@ private:
     std::thread thread_;
 };
 
-} // namespace storage
+} // namespace storage::sqlite

@@ -1,8 +1,8 @@
 #include "server/storage/sqlite/Sqlite.h"
 
-#include "server/Texts.h"
 #include "server/dialect/SqliteFunctions.h"
 #include "server/dialect/Refusals.h"
+#include "server/refusal/UserTexts.h"
 
 #include <QStringConverter>
 
@@ -10,7 +10,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace storage {
+namespace storage::sqlite {
 namespace {
 
 namespace texts = server::texts;
@@ -232,4 +232,4 @@ std::string Quoted(const QString& name)
     return '"' + quoted.toStdString() + '"';
 }
 
-} // namespace storage
+} // namespace storage::sqlite

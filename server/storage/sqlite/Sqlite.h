@@ -11,7 +11,7 @@
 #include <vector>
 
 // The C interface of SQLite, with owners and errors.
-namespace storage {
+namespace storage::sqlite {
 
 // Raises the wire::Error that SQLite's result code stands for.
 [[noreturn]] void RaiseError(sqlite3* database, int code, const QString& sqlText = {});
@@ -99,4 +99,4 @@ private:
 // `name` as an SQL identifier in double quotes.
 std::string Quoted(const QString& name);
 
-} // namespace storage
+} // namespace storage::sqlite

@@ -15,6 +15,8 @@ using wire::ErrorKind;
 namespace storage {
 namespace {
 
+using namespace sqlite;
+
 std::filesystem::path PathOf(const QString& file)
 {
     return std::filesystem::path(file.toStdU16String());

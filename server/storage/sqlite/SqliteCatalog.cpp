@@ -7,7 +7,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace storage {
+namespace storage::sqlite {
 namespace {
 
 struct DeclaredType {
@@ -85,4 +85,4 @@ const dialect::CatalogTable* SqliteCatalog::Find(QStringView tableName) const
     return found == tables_.constEnd() ? nullptr : &*found;
 }
 
-} // namespace storage
+} // namespace storage::sqlite

@@ -5,7 +5,7 @@
 
 #include <QHash>
 
-namespace storage {
+namespace storage::sqlite {
 
 // The tables of a database as it declares them itself: column types, widths, primary keys, indexes. Read
 // once; never changes afterwards, so it may be shared between threads.
@@ -18,4 +18,4 @@ private:
     QHash<QString, dialect::CatalogTable> tables_; // by upper-case name
 };
 
-} // namespace storage
+} // namespace storage::sqlite

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace storage {
+namespace storage::sqlite {
 namespace {
 
 constexpr size_t kPreparedStatements = 200;
@@ -196,4 +196,4 @@ Statement& SqliteConnection::Own(std::string_view sql, std::span<const wire::Val
     return found->second;
 }
 
-} // namespace storage
+} // namespace storage::sqlite

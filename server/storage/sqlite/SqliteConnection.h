@@ -1,11 +1,11 @@
 #pragma once
 
-#include "server/storage/Storage.h"
+#include "server/storage/Connection.h"
 #include "server/storage/sqlite/Sqlite.h"
 
 #include <unordered_map>
 
-namespace storage {
+namespace storage::sqlite {
 
 class SqliteConnection final : public Connection {
 public:
@@ -48,4 +48,4 @@ private:
     std::unordered_map<std::string, Statement> own_; // a few dozen at most: their texts are the program's
 };
 
-} // namespace storage
+} // namespace storage::sqlite

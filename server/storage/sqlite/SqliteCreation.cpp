@@ -1,9 +1,7 @@
 #include "server/storage/sqlite/SqliteCreation.h"
 
-#include "demo/Generator.h"
-#include "server/Texts.h"
+#include "server/refusal/UserTexts.h"
 #include "server/storage/OwnTables.h"
-#include "server/storage/sqlite/Sqlite.h"
 #include "server/storage/sqlite/SqliteRowWriter.h"
 
 #include <QDir>
@@ -15,7 +13,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace storage {
+namespace storage::sqlite {
 namespace {
 
 namespace texts = server::texts;
@@ -89,39 +87,21 @@ private:
     std::optional<Statement> insert_;
 };
 
-void InsertRows(
-    Database& database, const company::Table& table, const std::vector<std::vector<wire::Value>>& rows)
-{
-    BulkLoader loader(database);
-    loader.BeginTable(table);
-    for (const std::vector<wire::Value>& row : rows)
-        loader.Row(row);
-    loader.EndTable();
-}
-
 void CreateTables(Database& database, const std::vector<company::Table>& tables)
 {
     for (const company::Table& table : tables)
         database.Execute(CreateTableText(table));
 }
 
-void Fill(const QString& file, const server::Options& options, wire::DateTime now)
+void Fill(const QString& file, const OpenOptions& options)
 {
     Database database(file, OpenMode::Fill);
     database.Execute("begin exclusive");
     CreateTables(database, OwnTables());
     CreateTables(database, company::Tables());
-    if (!options.demo.isEmpty()) {
-        demo::GeneratorOptions generator;
-        generator.orders = demo::OrdersOf(options.demo);
-        generator.now = now;
-        generator.onProgress = options.onProgress;
-        BulkLoader loader(database);
-        demo::Generate(generator, loader);
-        InsertRows(database, AccountTable(), DemoAccounts(now));
-        if (options.onProgress)
-            options.onProgress(texts::MakingIndexes(), 100);
-    }
+    BulkLoader loader(database);
+    if (!options.demo.isEmpty())
+        options.fill(loader);
     for (const company::Table& table : OwnTables())
         CreateIndexes(database, table);
     for (const company::Table& table : company::Tables())
@@ -130,7 +110,7 @@ void Fill(const QString& file, const server::Options& options, wire::DateTime no
     // This last change is written with all the care that the rows before it went without: it takes everything
     // to the disk.
     database.Execute("pragma journal_mode=delete; pragma synchronous=full");
-    InsertRows(database, MetaTable(), MetaRows(options.demo));
+    LoadTable(loader, MetaTable(), MetaRows(options.demo));
 }
 
 void RemoveLeftovers(const QString& file)
@@ -175,11 +155,11 @@ void Upgrade(const QString& file)
 
 } // namespace
 
-QString EnsureDatabase(const server::Options& options, wire::DateTime now)
+QString EnsureDatabase(const QString& path, const OpenOptions& options)
 {
-    if (options.dataDir.isEmpty() || !QDir().mkpath(options.dataDir))
-        throw wire::Error(wire::ErrorKind::Storage, texts::CannotMakeFolder(options.dataDir));
-    const QDir folder(options.dataDir);
+    if (path.isEmpty() || !QDir().mkpath(path))
+        throw wire::Error(wire::ErrorKind::Storage, texts::CannotMakeFolder(path));
+    const QDir folder(path);
     const QString file = folder.absoluteFilePath(u"zelmor.db"_s);
     const auto exists = [&file] { return QFileInfo(file).size() > 0; };
     if (exists()) {
@@ -200,7 +180,7 @@ QString EnsureDatabase(const server::Options& options, wire::DateTime now)
         return file;
     RemoveLeftovers(unfinished);
     try {
-        Fill(unfinished, options, now);
+        Fill(unfinished, options);
     } catch (...) {
         RemoveLeftovers(unfinished);
         throw;
@@ -211,4 +191,4 @@ QString EnsureDatabase(const server::Options& options, wire::DateTime now)
     return file;
 }
 
-} // namespace storage
+} // namespace storage::sqlite

@@ -2,7 +2,7 @@
 
 #include "server/storage/OwnTables.h"
 
-namespace storage {
+namespace storage::sqlite {
 namespace {
 
 std::string_view ActionName(wire::ChangeKind kind)
@@ -48,7 +48,7 @@ std::string InsertText(const company::Table& table, std::string_view verb)
 SqliteRowWriter::SqliteRowWriter(Database& database, const WriteTarget& target)
     : database_(database)
     , target_(target)
-    , audit_(database.Prepare(storage::InsertText(AuditTable(), "insert into ")))
+    , audit_(database.Prepare(sqlite::InsertText(AuditTable(), "insert into ")))
 {
     const AuditHeader& header = target_.audit;
     audit_.BindInteger(2, header.date.seconds);
@@ -116,18 +116,18 @@ Row SqliteRowWriter::Present(std::span<const wire::Value> keys, Hold)
 
 Statement& SqliteRowWriter::PreparedFor(const RowWrite& row)
 {
-    if (last_ != nullptr && row.shape == lastShape_)
+    if (last_ != nullptr && row.statementKey == lastKey_)
         return *last_;
-    auto found = statements_.find(row.shape);
+    auto found = statements_.find(row.statementKey);
     if (found == statements_.end()) {
-        if (statements_.size() >= kMostShapes)
+        if (statements_.size() >= kMostRowStatements)
             statements_.clear();
         const std::string sql = row.kind == wire::ChangeKind::Insert ? InsertText(row)
             : row.kind == wire::ChangeKind::Update                   ? UpdateText(row)
                                                                      : DeleteText(row);
-        found = statements_.emplace(row.shape, database_.Prepare(sql)).first;
+        found = statements_.emplace(row.statementKey, database_.Prepare(sql)).first;
     }
-    lastShape_ = found->first;
+    lastKey_ = found->first;
     last_ = &found->second;
     return *last_;
 }
@@ -167,4 +167,4 @@ std::string SqliteRowWriter::DeleteText(const RowWrite& row) const
     return "delete from " + Quoted(target_.table->name) + WhereKey(row.checks);
 }
 
-} // namespace storage
+} // namespace storage::sqlite

@@ -1,12 +1,13 @@
 #pragma once
 
-#include "server/storage/Storage.h"
+#include "company/Tables.h"
+#include "server/storage/RowWriter.h"
 #include "server/storage/sqlite/Sqlite.h"
 
 #include <optional>
 #include <unordered_map>
 
-namespace storage {
+namespace storage::sqlite {
 
 // "insert into TABLE(COLUMN, …) values(?, …)" of all columns of a table, with `verb` for "insert into ".
 std::string InsertText(const company::Table& table, std::string_view verb);
@@ -21,7 +22,7 @@ public:
 
 private:
     RowResult Write(const RowWrite& row);
-    // The statement for rows of this shape.
+    // The statement for this row.
     Statement& PreparedFor(const RowWrite& row);
     std::string UpdateText(const RowWrite& row) const;
     std::string InsertText(const RowWrite& row) const;
@@ -33,9 +34,9 @@ private:
     WriteTarget target_;
     Statement audit_;
     std::optional<Statement> present_;
-    std::unordered_map<std::u16string, Statement> statements_; // by shape
-    std::u16string_view lastShape_; // of the map's own keys
+    std::unordered_map<std::u16string, Statement> statements_; // by statement key
+    std::u16string_view lastKey_; // of the map's own keys
     Statement* last_ = nullptr;
 };
 
-} // namespace storage
+} // namespace storage::sqlite

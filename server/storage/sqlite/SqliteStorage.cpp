@@ -12,6 +12,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace storage {
 namespace {
 
+using namespace sqlite;
+
 std::shared_ptr<const SqliteCatalog> ReadCatalog(const QString& file)
 {
     Database database(file, OpenMode::Serve);
@@ -49,9 +51,11 @@ private:
 
 } // namespace
 
-std::unique_ptr<Backend> OpenSqlite(const server::Options& options, wire::DateTime now)
+Opener SqliteIn(const QString& folder)
 {
-    return std::make_unique<SqliteBackend>(EnsureDatabase(options, now));
+    return [folder](const OpenOptions& options) {
+        return std::make_unique<SqliteBackend>(EnsureDatabase(folder, options));
+    };
 }
 
 } // namespace storage

@@ -1,17 +1,11 @@
 #pragma once
 
-#include "server/storage/Storage.h"
-
-#include <QString>
-
-namespace server {
-struct Options;
-}
+#include "server/storage/Backend.h"
 
 namespace storage {
 
-// The embedded database in the folder `options.dataDir`; made, and filled, when it is not there. Raises
-// wire::Error (Storage).
-std::unique_ptr<Backend> OpenSqlite(const server::Options& options, wire::DateTime now);
+// The embedded database in a folder; made, and filled, when it is not there. Opening raises wire::Error
+// (Storage).
+Opener SqliteIn(const QString& folder);
 
 } // namespace storage
