@@ -59,8 +59,10 @@ const QString& NobodysHash()
 Account Accounts::Login(const QString& account, const QString& password, const QString& peer)
 {
     using Clock = LoginGuard::Clock;
-    if (const int wait = guard_.Admit(account, peer, Clock::now()))
-        throw RefusedError(RefusalReason::LoginRate, wire::ErrorKind::Login, texts::TooManyLogins(wait));
+    const LoginGuard::Admission admission = guard_.Admit(account, peer);
+    if (admission.wait > 0)
+        throw RefusedError(
+            RefusalReason::LoginRate, wire::ErrorKind::Login, texts::TooManyLogins(admission.wait));
     // A database that does not answer says nothing about the caller.
     auto undecided = qScopeGuard([&] { guard_.Undecided(account, peer); });
     Account found;
@@ -77,13 +79,15 @@ Account Accounts::Login(const QString& account, const QString& password, const Q
             hash = wire::ToText(rows.front()[kHash]);
         }
     }
-    const bool right = PasswordMatches(hash, password) && known;
+    const bool right =
+        PasswordMatches(hash, password, admission.known ? PasswordQueue::Known : PasswordQueue::Strangers)
+        && known;
     undecided.dismiss();
     if (!right) {
         guard_.Failed(account, peer, Clock::now());
         throw wire::Error(wire::ErrorKind::Login, texts::WrongLogin());
     }
-    guard_.Succeeded(account, peer);
+    guard_.Succeeded(account, peer, Clock::now());
     return found;
 }
 

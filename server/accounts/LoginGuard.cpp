@@ -1,5 +1,7 @@
 #include "server/accounts/LoginGuard.h"
 
+#include <QHostAddress>
+
 #include <algorithm>
 
 namespace server {
@@ -7,92 +9,162 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int kFreePerAccount = 2;
-constexpr int kFreePerPeer = 20; // a branch's desks share one address
-// At once, of one account from one place: a host opens two connections, a test many; a guesser gets few.
-constexpr int kPendingTrusted = 64;
-constexpr int kPendingSuspect = 2;
+// Failures that cost nothing, by kind of record. A branch's desks share one address; an account that is
+// guessed from many places is closed for all but those it is known at.
+constexpr std::array kFree{2, 20, 50};
+constexpr int kKnownPending = 64; // at once, of an account that is known there: a host opens two connections
 constexpr auto kLongest = 300s;
 constexpr auto kForgotten = 15min;
-constexpr qsizetype kRecords = 10'000;
+constexpr auto kTurn = 20s;
+constexpr qsizetype kLongestName = 64;
+constexpr qsizetype kRecords = 100'000;
+constexpr qsizetype kKnown = 50'000;
 
-// The place without the port, which is another one for every connection.
+// One count for all that is not known yet, once so many places are at it that no more can be told apart.
+const QString kEverybodyElse = QStringLiteral("*");
+
+// The address without the port, which is another one for every connection; of an IPv6 address the network,
+// within which anybody may take any address.
 QString PlaceOf(const QString& peer)
 {
     const qsizetype colon = peer.lastIndexOf(u':');
-    return colon < 0 ? peer : peer.first(colon);
-}
-
-QString AccountKey(const QString& account, const QString& peer)
-{
-    return account.toLower() + u'\n' + PlaceOf(peer);
+    const QString text = colon < 0 ? peer : peer.first(colon);
+    const QHostAddress address(text);
+    bool isIpv4 = false;
+    address.toIPv4Address(&isIpv4);
+    if (isIpv4 || address.protocol() != QAbstractSocket::IPv6Protocol)
+        return text;
+    Q_IPV6ADDR bytes = address.toIPv6Address();
+    std::fill(bytes.c + 8, bytes.c + 16, quint8(0));
+    return QHostAddress(bytes).toString();
 }
 
 } // namespace
 
-void LoginGuard::Record::Count(int free, Clock::time_point now)
+LoginGuard::Keys LoginGuard::KeysOf(const QString& account, const QString& peer)
 {
-    last = now;
-    ++failures;
-    const int excess = failures - free;
-    if (excess > 0)
-        closedUntil = now + std::min<Clock::duration>(kLongest, 1s * (1 << std::min(excess - 1, 10)));
+    // No account has a longer name; a sender of long ones is to fill nothing.
+    const QString name = account.first(std::min<qsizetype>(account.size(), kLongestName)).toLower();
+    const QString place = PlaceOf(peer);
+    return {name + u'\n' + place, place, u'\n' + name};
 }
 
-void LoginGuard::Forget(Clock::time_point now)
+LoginGuard::Admission LoginGuard::Admit(const QString& account, const QString& peer)
 {
-    records_.removeIf([now](const auto& item) { return now - item.value().last > kForgotten; });
-    // Somebody invents accounts by the thousand: what is remembered of them must not fill the memory.
-    if (records_.size() > kRecords)
-        records_.clear();
+    const Keys keys = KeysOf(account, peer);
+    std::unique_lock lock(mutex_);
+    const Clock::time_point until = Clock::now() + kTurn;
+    while (true) {
+        bool busy = false;
+        const Admission admission = Look(keys, Clock::now(), busy);
+        if (!busy || settled_.wait_until(lock, until) == std::cv_status::timeout)
+            return admission;
+    }
 }
 
-int LoginGuard::Admit(const QString& account, const QString& peer, Clock::time_point now)
+LoginGuard::Admission LoginGuard::TryAdmit(const QString& account, const QString& peer, Clock::time_point now)
 {
     const std::lock_guard lock(mutex_);
+    bool busy = false;
+    return Look(KeysOf(account, peer), now, busy);
+}
+
+LoginGuard::Admission LoginGuard::Look(const Keys& keys, Clock::time_point now, bool& busy)
+{
     if (records_.size() > kRecords / 2)
         Forget(now);
-    const QString accountKey = AccountKey(account, peer);
+    const bool known = known_.contains(keys[AccountFromPlace]);
+    const size_t kinds = known ? size_t(1) : size_t(kKinds);
     Clock::duration wait{};
-    for (const QString& key : {accountKey, PlaceOf(peer)}) {
-        Record& record = records_[key];
-        if (now - record.last > kForgotten)
-            record = Record{0, 0, now, {}};
-        wait = std::max(wait, record.closedUntil - now);
+    for (size_t kind = 0; kind < kinds; ++kind) {
+        const auto found = records_.constFind(keys[kind]);
+        if (found == records_.constEnd() || (now - found->last > kForgotten && found->pending == 0))
+            continue;
+        wait = std::max(wait, found->closedUntil - now);
+        const int free = known && found->failures == 0 ? kKnownPending : kFree[kind];
+        if (found->pending >= std::max(free - found->failures, 1))
+            busy = true;
     }
-    Record& record = records_[accountKey];
-    if (wait <= Clock::duration::zero()
-        && record.pending >= (record.failures == 0 ? kPendingTrusted : kPendingSuspect))
-        wait = 1s;
-    if (wait > Clock::duration::zero())
-        return static_cast<int>(std::chrono::ceil<std::chrono::seconds>(wait).count());
-    ++record.pending;
-    return 0;
+    if (wait > Clock::duration::zero()) {
+        busy = false; // that nobody's turn ends
+        return {static_cast<int>(std::chrono::ceil<std::chrono::seconds>(wait).count()), known};
+    }
+    if (busy)
+        return {1, known};
+    for (const QString& key : keys) {
+        Record& record = RecordOf(key);
+        if (now - record.last > kForgotten && record.pending == 0)
+            record = {};
+        if (record.pending++ == 0 && record.failures == 0)
+            record.last = now;
+    }
+    return {0, known};
+}
+
+LoginGuard::Record& LoginGuard::RecordOf(const QString& key)
+{
+    const auto found = records_.find(key);
+    if (found != records_.end())
+        return *found;
+    return records_[records_.size() < kRecords ? key : kEverybodyElse];
+}
+
+void LoginGuard::Settle(const Keys& keys)
+{
+    for (const QString& key : keys) {
+        Record& record = RecordOf(key);
+        record.pending = std::max(record.pending - 1, 0);
+    }
+    settled_.notify_all();
+}
+
+// Only what no longer counts: failures of others forget nothing.
+void LoginGuard::Forget(Clock::time_point now)
+{
+    records_.removeIf([now](const auto& item) {
+        return item.value().pending == 0 && now - item.value().last > kForgotten;
+    });
 }
 
 void LoginGuard::Failed(const QString& account, const QString& peer, Clock::time_point now)
 {
     const std::lock_guard lock(mutex_);
-    Record& record = records_[AccountKey(account, peer)];
-    record.Settle();
-    record.Count(kFreePerAccount, now);
-    // One right password later excuses no guessing: the place's own count only fades with time.
-    records_[PlaceOf(peer)].Count(kFreePerPeer, now);
+    const Keys keys = KeysOf(account, peer);
+    Settle(keys);
+    for (size_t kind = 0; kind < kKinds; ++kind) {
+        Record& record = RecordOf(keys[kind]);
+        record.last = now;
+        const int excess = ++record.failures - kFree[kind];
+        if (excess > 0)
+            record.closedUntil =
+                now + std::min<Clock::duration>(kLongest, 1s * (1 << std::min(excess - 1, 10)));
+    }
 }
 
 void LoginGuard::Undecided(const QString& account, const QString& peer)
 {
     const std::lock_guard lock(mutex_);
-    records_[AccountKey(account, peer)].Settle();
+    Settle(KeysOf(account, peer));
 }
 
-void LoginGuard::Succeeded(const QString& account, const QString& peer)
+void LoginGuard::Succeeded(const QString& account, const QString& peer, Clock::time_point now)
 {
     const std::lock_guard lock(mutex_);
-    Record& record = records_[AccountKey(account, peer)];
-    record.Settle();
+    const Keys keys = KeysOf(account, peer);
+    Settle(keys);
+    // One right password excuses no guessing of other accounts: place and account only fade with time.
+    Record& record = RecordOf(keys[AccountFromPlace]);
     record.failures = 0;
     record.closedUntil = {};
+    if (known_.size() >= kKnown)
+        known_.erase(std::min_element(known_.cbegin(), known_.cend()));
+    known_[keys[AccountFromPlace]] = now;
+}
+
+qsizetype LoginGuard::Records() const
+{
+    const std::lock_guard lock(mutex_);
+    return records_.size();
 }
 
 } // namespace server

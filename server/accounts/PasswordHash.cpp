@@ -12,17 +12,33 @@ namespace server {
 namespace {
 
 // Two passes over 19 MiB: beyond what guessing machines like, yet bearable when a whole company logs in at
-// eight o'clock. No more than two at a time, so that logins never take the memory of the queries.
+// eight o'clock. No more than three at a time, so that logins never take the memory of the queries; one of
+// the three is kept free of strangers.
 constexpr unsigned long long kPasses = 2;
 constexpr size_t kMemory = 19 * 1024 * 1024;
-std::counting_semaphore<2> slots{2};
+std::counting_semaphore<3> slots{3};
+std::counting_semaphore<2> strangers{2};
 
 class Slot {
 public:
-    Slot() { slots.acquire(); }
-    ~Slot() { slots.release(); }
+    explicit Slot(PasswordQueue queue)
+        : queue_(queue)
+    {
+        if (queue_ == PasswordQueue::Strangers)
+            strangers.acquire();
+        slots.acquire();
+    }
+    ~Slot()
+    {
+        slots.release();
+        if (queue_ == PasswordQueue::Strangers)
+            strangers.release();
+    }
     Slot(const Slot&) = delete;
     Slot& operator=(const Slot&) = delete;
+
+private:
+    const PasswordQueue queue_;
 };
 
 void StartLibrary()
@@ -37,7 +53,7 @@ void StartLibrary()
 QString HashPassword(const QString& password)
 {
     StartLibrary();
-    const Slot slot;
+    const Slot slot(PasswordQueue::Known);
     const QByteArray utf8 = password.toUtf8();
     std::array<char, crypto_pwhash_STRBYTES> hash{};
     if (crypto_pwhash_str_alg(hash.data(), utf8.constData(), static_cast<size_t>(utf8.size()), kPasses,
@@ -47,10 +63,10 @@ QString HashPassword(const QString& password)
     return QString::fromLatin1(hash.data());
 }
 
-bool PasswordMatches(const QString& hash, const QString& password)
+bool PasswordMatches(const QString& hash, const QString& password, PasswordQueue queue)
 {
     StartLibrary();
-    const Slot slot;
+    const Slot slot(queue);
     const QByteArray utf8 = password.toUtf8();
     return crypto_pwhash_str_verify(
                hash.toLatin1().constData(), utf8.constData(), static_cast<size_t>(utf8.size()))

@@ -102,13 +102,22 @@ ZELMOR_FOR_EACH_STORAGE(AccountsTest);
 
 class LoginGuardTest : public ::testing::Test {
 protected:
+    int Admit(const QString& account, const QString& peer = u"10.0.0.1:1"_s)
+    {
+        return guard_.TryAdmit(account, peer, now_).wait;
+    }
     // One wrong login; how long it was told to wait, if it was.
     int Guess(const QString& account, const QString& peer = u"10.0.0.1:1"_s)
     {
-        const int wait = guard_.Admit(account, peer, now_);
+        const int wait = Admit(account, peer);
         if (wait == 0)
             guard_.Failed(account, peer, now_);
         return wait;
+    }
+    void LogIn(const QString& account)
+    {
+        ASSERT_EQ(Admit(account), 0);
+        guard_.Succeeded(account, u"10.0.0.1:1"_s, now_);
     }
 
     LoginGuard guard_;
@@ -126,8 +135,7 @@ TEST_F(LoginGuardTest, DelayDoublesUpToALimitAndIsForgotten)
         ASSERT_EQ(Guess(u"a"_s), 1);
         now_ += 1ms;
     }
-    EXPECT_EQ(guard_.Admit(u"a"_s, u"10.0.0.1:1"_s, now_), 0);
-    guard_.Succeeded(u"a"_s, u"10.0.0.1:1"_s);
+    LogIn(u"a"_s);
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(Guess(u"a"_s), 0);
     EXPECT_EQ(Guess(u"a"_s), 1);
@@ -135,22 +143,49 @@ TEST_F(LoginGuardTest, DelayDoublesUpToALimitAndIsForgotten)
     EXPECT_EQ(Guess(u"a"_s), 0);
 }
 
-TEST_F(LoginGuardTest, ManyAccountsFromOnePlaceAreSlowedToo)
+TEST_F(LoginGuardTest, NamesInventedByThousandsClearNothingAndFillNothing)
 {
+    for (int i = 0; i < 3; ++i)
+        Guess(u"boss"_s);
     int admitted = 0;
-    for (int i = 0; i < 100; ++i)
+    for (int i = 0; i < 30'000; ++i)
         admitted += Guess(u"account%1"_s.arg(i)) == 0 ? 1 : 0;
     EXPECT_LT(admitted, 30);
-    EXPECT_EQ(Guess(u"account1"_s, u"10.0.0.2:1"_s), 0);
+    EXPECT_GT(Guess(u"boss"_s), 0);
+    EXPECT_LT(guard_.Records(), 100);
+    EXPECT_EQ(Guess(u"account1"_s, u"10.0.0.2:1"_s), 0) << "another place";
 }
 
-TEST_F(LoginGuardTest, GuessesSideBySideGainLittle)
+TEST_F(LoginGuardTest, LoginsUnderWayCountAsWrongOnes)
 {
-    Guess(u"a"_s);
+    int admitted = 0;
+    for (int i = 0; i < 900; ++i)
+        admitted += Admit(u"account%1"_s.arg(i)) == 0 ? 1 : 0;
+    EXPECT_LE(admitted, 20);
+    for (int i = 0; i < 100; ++i)
+        admitted += Admit(u"a"_s, u"10.0.0.2:1"_s) == 0 ? 1 : 0;
+    EXPECT_LE(admitted, 22);
+}
+
+TEST_F(LoginGuardTest, WhoIsKnownThereDoesNotWaitForOthers)
+{
+    LogIn(u"clerk"_s);
+    for (int i = 0; i < 100; ++i)
+        Guess(u"account%1"_s.arg(i));
+    EXPECT_EQ(Admit(u"clerk"_s), 0);
+    // Nor for those who guess the same account from elsewhere.
+    for (int i = 0; i < 200; ++i)
+        Guess(u"clerk"_s, u"10.0.%1.%2:1"_s.arg(i).arg(i % 2));
+    EXPECT_EQ(Admit(u"clerk"_s), 0);
+    EXPECT_GT(Admit(u"clerk"_s, u"10.9.9.9:1"_s), 0);
+}
+
+TEST_F(LoginGuardTest, ANetworkOfIpv6AddressesIsOnePlace)
+{
     int admitted = 0;
     for (int i = 0; i < 100; ++i)
-        admitted += guard_.Admit(u"a"_s, u"10.0.0.1:1"_s, now_) == 0 ? 1 : 0;
-    EXPECT_LE(admitted, 2);
+        admitted += Guess(u"account%1"_s.arg(i), u"2001:db8::%1:5000"_s.arg(i)) == 0 ? 1 : 0;
+    EXPECT_LT(admitted, 30);
 }
 
 } // namespace
