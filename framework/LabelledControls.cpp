@@ -3,6 +3,7 @@
 #include "module/data/DateRange.h"
 
 #include <QAction>
+#include <QFrame>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -32,6 +33,26 @@ void AddDateRange(QBoxLayout& row, TDBDateTimeEditEh* from, const QString& fromL
     AddControl(row, toLabel, to);
     from->SetText(StartOfToday());
     to->SetText(EndOfToday());
+}
+
+QWidget* NewLegend(QWidget* parent, const QColor& color, const QString& text)
+{
+    auto* legend = new QWidget(parent);
+    legend->setObjectName(u"Legend"_s);
+    auto* patch = new QFrame(legend);
+    patch->setFrameShape(QFrame::Box);
+    patch->setAutoFillBackground(true);
+    QPalette palette = patch->palette();
+    palette.setColor(QPalette::Window, color);
+    patch->setPalette(palette);
+    const int side = legend->fontMetrics().ascent();
+    patch->setFixedSize(side, side);
+    auto* row = new QHBoxLayout(legend);
+    row->setContentsMargins(8, 3, 8, 3);
+    row->addWidget(patch);
+    row->addWidget(new QLabel(text, legend));
+    row->addStretch(1);
+    return legend;
 }
 
 QPushButton* NewButton(QWidget* parent, const QString& name, const QString& caption)

@@ -19,6 +19,8 @@ QLabel* AddControl(QBoxLayout& row, const QString& label, QWidget* control, int 
 // Two date editors, preset to the whole of today.
 void AddDateRange(QBoxLayout& row, TDBDateTimeEditEh* from, const QString& fromLabel, TDBDateTimeEditEh* to,
     const QString& toLabel);
+// A line that says what a colour of the list means, with a patch of it.
+QWidget* NewLegend(QWidget* parent, const QColor& color, const QString& text);
 QPushButton* NewButton(QWidget* parent, const QString& name, const QString& caption);
 // A button that runs the action and is named after it, with "Button" behind.
 QToolButton* NewActionButton(QWidget* parent, QAction* action);

@@ -4,8 +4,10 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QProgressBar>
+#include <QPushButton>
 #include <QVBoxLayout>
 #include <QWindow>
 
@@ -38,6 +40,36 @@ Tfrm_Progress::Tfrm_Progress(QObject* owner, const QString& caption)
     setMinimumWidth(fontMetrics().averageCharWidth() * 36);
 }
 
+void Tfrm_Progress::AllowCancel()
+{
+    KeyPreview = true;
+    setWindowModality(Qt::ApplicationModal);
+    Button1 = new QPushButton(u"取消(&N)"_s, this);
+    Button1->setObjectName(u"Button1"_s);
+    layout()->addWidget(Button1);
+    layout()->setAlignment(Button1, Qt::AlignRight);
+    connect(Button1, &QPushButton::clicked, this, [this] {
+        cancelled_ = true;
+        Button1->setEnabled(false);
+    });
+}
+
+bool Tfrm_Progress::FormKeyDown(QKeyEvent* event)
+{
+    if (!Button1 || event->key() != Qt::Key_Escape)
+        return false;
+    Button1->click();
+    return true;
+}
+
+// The action closes it, not the user: his wish to leave is the button.
+TCloseAction Tfrm_Progress::FormClose()
+{
+    if (Button1)
+        Button1->click();
+    return TCloseAction::None;
+}
+
 void Tfrm_Progress::Start(const QString& text, int total)
 {
     ProgressBar1->setRange(0, total);
@@ -58,8 +90,11 @@ void Tfrm_Progress::Step(const QString& text, int done)
     Label1->setText(text);
     Label2->setText(u"%1 / %2"_s.arg(done).arg(Total()));
     ProgressBar1->setValue(done);
-    if (isVisible())
-        repaint();
+    if (!isVisible())
+        return;
+    if (Button1)
+        QCoreApplication::processEvents();
+    repaint();
 }
 
 void Tfrm_Progress::Finish(const QString& text)

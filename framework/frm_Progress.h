@@ -4,13 +4,19 @@
 
 class QLabel;
 class QProgressBar;
+class QPushButton;
 
 // How far a long action has come: a text, the rows done and their total. Not modal; it paints itself while
 // the action keeps the thread. Freed by its scope.
+//
+// With AllowCancel() it is modal, has a cancel button, and every step lets the user press it.
 class Tfrm_Progress : public TForm {
     Q_OBJECT
 public:
     Tfrm_Progress(QObject* owner, const QString& caption);
+
+    void AllowCancel();
+    bool Cancelled() const noexcept { return cancelled_; }
 
     // Opens with the text and nothing done.
     void Start(const QString& text, int total);
@@ -22,8 +28,15 @@ public:
     int Done() const;
     int Total() const;
 
+    bool FormKeyDown(QKeyEvent* event) override;
+
+protected:
+    TCloseAction FormClose() override;
+
 private:
     QLabel* Label1; // text
     QLabel* Label2; // done / total
     QProgressBar* ProgressBar1;
+    QPushButton* Button1 = nullptr; // 取消
+    bool cancelled_ = false;
 };

@@ -43,7 +43,7 @@ public:
 
     void ShowUser(const wire::Identity& identity, const QString& place);
     void ShowConnection(bool connected);
-    void ShowNotice(const QString& text);
+    Q_INVOKABLE void ShowNotice(const QString& text);
 
     QMdiArea* Area() const noexcept { return area_; }
     TWindowList* Windows() const noexcept { return windows_; }

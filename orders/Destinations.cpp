@@ -1,7 +1,7 @@
 #include "orders/Destinations.h"
 
 #include "framework/Lookups.h"
-#include "orders/Rules.h"
+#include "orders/OrderStamps.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -1,7 +1,7 @@
 #include "orders/OrderDetails.h"
 
 #include "framework/LabelledControls.h"
-#include "orders/Items.h"
+#include "orders/OrderItems.h"
 #include "runtime/ui/Style.h"
 
 #include <QGridLayout>

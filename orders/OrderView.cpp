@@ -1,6 +1,6 @@
 #include "orders/OrderView.h"
 
-#include "framework/Wiring.h"
+#include "framework/ScreenHandlers.h"
 
 #include <QSplitter>
 #include <QVBoxLayout>

@@ -2,7 +2,7 @@
 
 #include "framework/DataView.h"
 #include "framework/frm_Basic.h"
-#include "orders/Items.h"
+#include "orders/OrderItems.h"
 
 #include <initializer_list>
 

@@ -2,7 +2,6 @@
 
 #include "module/data/SqlText.h"
 
-
 using namespace Qt::Literals::StringLiterals;
 
 QString OrdersCreatedBetween(const QString& from, const QString& to)

@@ -68,13 +68,13 @@ void RequireGoodCoupon(TClientDataSetEx& cds)
 
 void RequireUnusedNumber(TClientDataSetEx& cds, const TEnteredNumbers& entered)
 {
-    if (entered.OtherOrderHas(OrderOf(cds), NumberOf(cds)) || BillUsed(NumberOf(cds)))
+    if (entered.OtherOrderHas(cds, OrderOf(cds), NumberOf(cds)) || WaybillUsed(NumberOf(cds)))
         RefuseNumber(u"详细：该运单号已使用，请使用新的运单号！"_s);
 }
 
 void RequireEnabledNumber(TClientDataSetEx& cds)
 {
-    if (BillDisabled(NumberOf(cds).trimmed()))
+    if (WaybillDisabled(NumberOf(cds).trimmed()))
         RefuseNumber(u"详细：该单号已经禁用，请使用其他单号！"_s);
 }
 
@@ -85,10 +85,10 @@ void RequireIssuedNumber(TClientDataSetEx& cds, const TClerk& clerk)
         RefuseNumber(complaint);
 }
 
-void RequirePickedUp(TClientDataSetEx& cds, const TEnteredNumbers& entered)
+void RequirePickedUp(TClientDataSetEx& cds, const QString& numberBefore)
 {
     if (cds.State() == TDataSetState::Edit && StatusOf(cds) != kStatusPickedUp
-        && !entered.Has(OrderOf(cds), NumberOf(cds)))
+        && NumberOf(cds) != numberBefore)
         throw TRuleViolation{u"详细：请修改订单状态！"_s, u"STATUS"_s};
 }
 
@@ -121,8 +121,8 @@ TParcel ParcelOf(const TClientDataSetEx& cds)
     return {cds.FieldByName(u"TOTAL_WEIGHT").AsFloat(), cds.FieldByName(u"TOTAL_VOLUME").AsFloat()};
 }
 
-void CheckPickup(
-    TClientDataSetEx& cds, TClientDataSetEx& destinations, TEnteredNumbers& entered, const TClerk& clerk)
+void CheckPickup(TClientDataSetEx& cds, TClientDataSetEx& destinations, const TEnteredNumbers& entered,
+    const QString& numberBefore, const TClerk& clerk)
 {
     RequireNumber(cds);
     RequireWaybillRule(cds);
@@ -130,11 +130,10 @@ void CheckPickup(
     RequireUnusedNumber(cds, entered);
     RequireEnabledNumber(cds);
     RequireIssuedNumber(cds, clerk);
-    RequirePickedUp(cds, entered);
+    RequirePickedUp(cds, numberBefore);
     DropUnknownDestination(cds, destinations);
     RequireNumberOfPickup(cds);
     RequireReasonForFailure(cds, clerk);
     StampPickup(cds, clerk);
-    entered.Enter(OrderOf(cds), NumberOf(cds));
     StampModifier(cds);
 }

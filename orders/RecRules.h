@@ -1,8 +1,8 @@
 #pragma once
 
 #include "orders/Coupon.h"
-#include "orders/Rules.h"
-#include "orders/WaybillNumbers.h"
+#include "orders/EnteredNumbers.h"
+#include "orders/OrderStamps.h"
 
 // The rules of pickup registration, each a step of the before-post handler, in the order in which they run.
 
@@ -15,9 +15,9 @@ void RequireUnusedNumber(TClientDataSetEx& cds, const TEnteredNumbers& entered);
 void RequireEnabledNumber(TClientDataSetEx& cds);
 // The number must have been issued to those whose stock the login site uses.
 void RequireIssuedNumber(TClientDataSetEx& cds, const TClerk& clerk);
-// Binding a number means that the order was picked up. A number bound here before stays when the pickup is
-// undone, or turns out to have failed.
-void RequirePickedUp(TClientDataSetEx& cds, const TEnteredNumbers& entered);
+// Binding a number means that the order was picked up. The number that the row had when this edit began stays
+// when the pickup is undone, or turns out to have failed.
+void RequirePickedUp(TClientDataSetEx& cds, const QString& numberBefore);
 void RequireNumberOfPickup(TClientDataSetEx& cds);
 // A failed pickup needs a reason; any other status takes the reason away.
 void RequireReasonForFailure(TClientDataSetEx& cds, const TClerk& clerk);
@@ -27,6 +27,6 @@ void StampPickup(TClientDataSetEx& cds, const TClerk& clerk);
 // What the current order weighs and measures.
 TParcel ParcelOf(const TClientDataSetEx& cds);
 
-// All of them, with what every order screen asks of a row. Remembers the number entered.
-void CheckPickup(
-    TClientDataSetEx& cds, TClientDataSetEx& destinations, TEnteredNumbers& entered, const TClerk& clerk);
+// All of them, with what every order screen asks of a row. `numberBefore` is the row's when the edit began.
+void CheckPickup(TClientDataSetEx& cds, TClientDataSetEx& destinations, const TEnteredNumbers& entered,
+    const QString& numberBefore, const TClerk& clerk);

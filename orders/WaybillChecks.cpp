@@ -51,7 +51,7 @@ bool CheckANBillCode(const QString& code)
     }
 }
 
-QString BillIssuedQuery(const QString& code, const QString& siteList)
+QString WaybillIssuedQuery(const QString& code, const QString& siteList)
 {
     const QString quoted = QuotedStr(code);
     const QString length = code.size() >= 12 ? u"11"_s : u"7"_s;
@@ -62,12 +62,12 @@ QString BillIssuedQuery(const QString& code, const QString& siteList)
         + u", 1, "_s + length + u")))) "_s + u" and a.use_site in ("_s + siteList + u" )"_s;
 }
 
-bool CheckBillIssued(const QString& code, const QString& siteList)
+bool WaybillIssued(const QString& code, const QString& siteList)
 {
-    return AnyRow(BillIssuedQuery(code, siteList));
+    return AnyRow(WaybillIssuedQuery(code, siteList));
 }
 
-bool CheckBillFormat(const QString& code, const QString& pattern)
+bool CheckWaybillFormat(const QString& code, const QString& pattern)
 {
     bool matched = false;
     try {
@@ -91,24 +91,24 @@ bool FitsWaybillRule(const QString& number)
     return rule.Match();
 }
 
-QString BillUsedQuery(const QString& number)
+QString WaybillUsedQuery(const QString& number)
 {
     return u"select /*+index(a,TAB_ZELMOR_BILL_I)*/ a.* from TAB_ZELMOR_BILL a where a.bill_code="_s
         + QuotedStr(number);
 }
 
-QString BillDisabledQuery(const QString& number)
+QString WaybillDisabledQuery(const QString& number)
 {
     return u"select /*+index(a,TAB_BILL_DEL_P)*/ * from tab_bill_del a where a.bill_code="_s
         + QuotedStr(number);
 }
 
-bool BillUsed(const QString& number)
+bool WaybillUsed(const QString& number)
 {
-    return AnyRow(BillUsedQuery(number));
+    return AnyRow(WaybillUsedQuery(number));
 }
 
-bool BillDisabled(const QString& number)
+bool WaybillDisabled(const QString& number)
 {
-    return AnyRow(BillDisabledQuery(number));
+    return AnyRow(WaybillDisabledQuery(number));
 }

@@ -18,17 +18,17 @@ bool CheckDigitFits(const QString& code, qsizetype first, std::string_view weigh
 
 // Whether the number lies in a range issued to one of the sites: whole, or by its first 11 (shorter numbers:
 // 7) characters. `siteList` is a ready-made list of quoted site names. Raises wire::Error.
-bool CheckBillIssued(const QString& code, const QString& siteList);
-QString BillIssuedQuery(const QString& code, const QString& siteList);
+bool WaybillIssued(const QString& code, const QString& siteList);
+QString WaybillIssuedQuery(const QString& code, const QString& siteList);
 
 // Whether the number matches the pattern; tells the user when it does not.
-bool CheckBillFormat(const QString& code, const QString& pattern);
+bool CheckWaybillFormat(const QString& code, const QString& pattern);
 
 // Whether the number matches the host's rule "MainBill". Raises wire::Error for a rule that cannot be used.
 bool FitsWaybillRule(const QString& number);
 
-QString BillUsedQuery(const QString& number);
-QString BillDisabledQuery(const QString& number);
+QString WaybillUsedQuery(const QString& number);
+QString WaybillDisabledQuery(const QString& number);
 // Whether any order on the server has the number; whether it was withdrawn. Raise wire::Error.
-bool BillUsed(const QString& number);
-bool BillDisabled(const QString& number);
+bool WaybillUsed(const QString& number);
+bool WaybillDisabled(const QString& number);

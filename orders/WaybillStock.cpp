@@ -3,7 +3,7 @@
 #include "module/data/HostBridge.h"
 #include "module/data/SqlText.h"
 #include "module/data/dm_GlobalData.h"
-#include "orders/Rules.h"
+#include "orders/OrderStamps.h"
 #include "orders/WaybillChecks.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -65,7 +65,7 @@ QString IssueComplaint(const QString& billCode, const QString& loginSite)
     TStockSite site = StockSiteIn(GlobalCds(u"loginSite"_s));
     site.name = loginSite;
     const auto check = IssueCheckFor(billCode, site, FindSite);
-    if (!check || CheckBillIssued(check->number, check->siteList))
+    if (!check || WaybillIssued(check->number, check->siteList))
         return {};
     return check->failure;
 }

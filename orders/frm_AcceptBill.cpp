@@ -1,13 +1,12 @@
 #include "orders/frm_AcceptBill.h"
 
 #include "company/CandidateSites.h"
+#include "framework/KeptPlace.h"
 #include "framework/LabelledControls.h"
 #include "framework/Lookups.h"
-#include "framework/Wiring.h"
-#include "module/data/DateRange.h"
+#include "framework/ScreenHandlers.h"
 #include "module/data/HostBridge.h"
 #include "module/data/MessageBoxes.h"
-#include "module/data/ServerLink.h"
 #include "module/data/dm_BasicData.h"
 #include "module/data/dm_GlobalData.h"
 #include "orders/AcceptRules.h"
@@ -15,10 +14,10 @@
 #include "orders/Destinations.h"
 #include "orders/OrderRecord.h"
 #include "orders/OrderView.h"
-#include "orders/SaveOrders.h"
 #include "orders/frm_ChangeSite.h"
 
 #include <QApplication>
+#include <QLayout>
 #include <QScopeGuard>
 
 using namespace Qt::Literals::StringLiterals;
@@ -27,7 +26,6 @@ namespace {
 
 constexpr int kTickMilliseconds = 60'000;
 constexpr int kTicksBetweenRefreshes = 15;
-constexpr int kMaxDays = 30;
 const QColor kNotOfferedHere(0xFF, 0xB7, 0xB5);
 
 constexpr OrderColumnUse kColumns[] = {
@@ -174,6 +172,8 @@ void Tfrm_AcceptBill::CreateViews()
                                                    TCellParams& params) {
         DataView1DataViewGridGetCellParams(column, viewRow, params);
     };
+    DataView1->layout()->addWidget(NewLegend(DataView1, kNotOfferedHere,
+        u"底色标出的订单不由本网点接单：“可接单网点”中没有本网点（已转出，或只在本部列出）。"_s));
     connect(cds, &TClientDataSetEx::DataReset, this, [this] { offeredRow_ = -1; });
     connect(cds, &TClientDataSetEx::RowChanged, this, [this] { offeredRow_ = -1; });
     connect(cds, &TClientDataSetEx::FieldChanged, this, [this] { offeredRow_ = -1; });
@@ -194,15 +194,9 @@ void Tfrm_AcceptBill::FormCreate()
 
 void Tfrm_AcceptBill::FirstLoad()
 {
-    OpenQuery(*cdsDestination, DestinationSitesQuery());
-    OpenQuery(*cds, FirstAcceptQuery(Criteria()));
-    items_->Load();
+    Tfrm_SiteOrders::FirstLoad();
+    ShowOrders(FirstAcceptQuery(Criteria()));
     Timer1->start();
-}
-
-void Tfrm_AcceptBill::FormShow()
-{
-    Setup(DataView1, cds, Button1, Button4);
 }
 
 bool Tfrm_AcceptBill::AtHeadquarters() const
@@ -224,28 +218,20 @@ TAcceptCriteria Tfrm_AcceptBill::Criteria() const
 
 void Tfrm_AcceptBill::Button4Click()
 {
-    const TAcceptCriteria criteria = Criteria();
-    if (CheckDateRange(criteria.from, criteria.to, kMaxDays, true))
-        return;
-    const BusyCursor busy;
-    OpenQuery(*cds, AcceptQuery(criteria));
-    items_->Load();
+    if (RangeIsGood())
+        ShowOrders(AcceptQuery(Criteria()));
 }
 
 void Tfrm_AcceptBill::cdsBeforePost()
 {
-    const auto selectColumn = [this](const QString& field) { DataView1->DataViewGrid->SelectField(field); };
-    RunRules(
-        Caption(),
-        [this] {
-            RequireReasonForRefusal(*cds, clerk_);
-            StampAcceptance(*cds, clerk_);
-            ResolveCourier(*cds, *dm_GlobalData->employee, TextOf(GlobalCds(u"loginSite"_s), u"PHONE"));
-            DropUnknownDestination(*cds, *cdsDestination);
-            ClearUndoneAcceptance(*cds, statusBefore_);
-            StampModifier(*cds);
-        },
-        selectColumn);
+    CheckRow([this] {
+        RequireReasonForRefusal(*cds, clerk_);
+        StampAcceptance(*cds, clerk_);
+        ResolveCourier(*cds, *dm_GlobalData->employee, TextOf(GlobalCds(u"loginSite"_s), u"PHONE"));
+        DropUnknownDestination(*cds, *cdsDestination);
+        ClearUndoneAcceptance(*cds, statusBefore_);
+        StampModifier(*cds);
+    });
 }
 
 void Tfrm_AcceptBill::BatchAcceptBillExecute()
@@ -286,10 +272,7 @@ void Tfrm_AcceptBill::Button2Click()
 
 void Tfrm_AcceptBill::Button1Click()
 {
-    const TSaveOutcome outcome =
-        SaveOrders(*cds, *cdsErr, Caption(), u"以下泽摩订单接单失败，其可能被其它网点接单！"_s);
-    if (outcome == TSaveOutcome::Saved || outcome == TSaveOutcome::Rejected)
-        items_->Load();
+    SaveOrdersOrList(u"以下泽摩订单接单失败，其可能被其它网点接单！"_s);
 }
 
 void Tfrm_AcceptBill::Timer1Timer()
@@ -301,13 +284,14 @@ void Tfrm_AcceptBill::Timer1Timer()
     if (QApplication::activeModalWidget())
         return;
     ticks_ = 0;
-    const bool editing = cds->State() == TDataSetState::Edit || cds->State() == TDataSetState::Insert;
-    if (!editing && cds->ChangeCount() == 0) {
+    if (!cds->HasUnsavedEdits() && !cds->IsEditing()) {
         const BusyCursor busy;
+        const TKeptPlace place(*cds, u"TX_LOGISTIC_ID");
         cds->Close();
         cds->SetFilter({});
         cds->SetFiltered(false);
         cds->Open();
+        place.Restore(*cds);
     }
     if (HasOrders()) {
         ShowWarning(u"详细：您还有未接单泽摩订单，请尽快处理！"_s, Caption());

@@ -19,7 +19,6 @@ protected:
     void CreateControls() override;
     void FormCreate() override;
     void FirstLoad() override;
-    void FormShow() override;
     void cdsBeforePost() override;
 
 private:
@@ -38,8 +37,6 @@ private:
     TAcceptCriteria Criteria() const;
     bool OfferedHere(int viewRow);
 
-    TDBDateTimeEditEh* DBDateTimeEditEh1; // 订单时间始
-    TDBDateTimeEditEh* DBDateTimeEditEh2; // 订单时间止
     TDBEditEh* DBEditEh1; // 仓库编号
     QLabel* Label4;
     TDBEditEh* DBEditEh2; // 物流号, headquarters only

@@ -5,6 +5,7 @@
 #include "module/data/dm_GlobalData.h"
 #include "runtime/ui/Application.h"
 
+#include <QCheckBox>
 #include <QGridLayout>
 #include <QKeyEvent>
 #include <QScreen>
@@ -22,6 +23,7 @@ QString chosenSite;
 Tfrm_ChangeSite::Tfrm_ChangeSite(QObject* owner)
     : TForm(owner, u"frm_ChangeSite"_s)
     , DBLookupComboboxEh1(new TDBLookupComboboxEh(this, u"DBLookupComboboxEh1"_s))
+    , CheckBox1(new QCheckBox(u"全部网点(&A)"_s, this))
     , Button1(new QPushButton(u"确定(&Y)"_s, this))
     , Button2(new QPushButton(u"取消(&N)"_s, this))
 {
@@ -32,7 +34,9 @@ Tfrm_ChangeSite::Tfrm_ChangeSite(QObject* owner)
     Button1->setObjectName(u"Button1"_s);
     Button2->setObjectName(u"Button2"_s);
 
-    PrepareLookup(*DBLookupComboboxEh1, SiteLookup(dm_GlobalData->ds_site));
+    CheckBox1->setObjectName(u"CheckBox1"_s);
+    connect(CheckBox1, &QCheckBox::toggled, this, &Tfrm_ChangeSite::CheckBox1Click);
+    CheckBox1Click();
     DBLookupComboboxEh1->setMinimumWidth(fontMetrics().averageCharWidth() * 36);
     DBLookupComboboxEh1->OnKeyDown = [this](QKeyEvent* event) {
         if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
@@ -48,7 +52,8 @@ Tfrm_ChangeSite::Tfrm_ChangeSite(QObject* owner)
     layout->setSpacing(12);
     layout->addWidget(LabelFor(DBLookupComboboxEh1, u"转给网点"_s, this), 0, 0);
     layout->addWidget(DBLookupComboboxEh1, 0, 1);
-    layout->addLayout(buttons, 1, 0, 1, 2);
+    layout->addWidget(CheckBox1, 1, 1);
+    layout->addLayout(buttons, 2, 0, 1, 2);
     layout->setSizeConstraint(QLayout::SetFixedSize);
 
     connect(Button1, &QPushButton::clicked, this, [this] { Guarded([this] { Button1Click(); }); });
@@ -66,6 +71,13 @@ QString Tfrm_ChangeSite::Execute()
 void Tfrm_ChangeSite::FormCreate()
 {
     chosenSite.clear();
+}
+
+// The text typed stays.
+void Tfrm_ChangeSite::CheckBox1Click()
+{
+    PrepareLookup(*DBLookupComboboxEh1,
+        SiteLookup(CheckBox1->isChecked() ? dm_GlobalData->ds_AllSite : dm_GlobalData->ds_site));
 }
 
 void Tfrm_ChangeSite::Button1Click()

@@ -1,18 +1,15 @@
 #include "orders/frm_RecBill.h"
 
 #include "framework/LabelledControls.h"
-#include "framework/Wiring.h"
-#include "module/data/DateRange.h"
+#include "framework/ScreenHandlers.h"
 #include "module/data/HostBridge.h"
 #include "module/data/MessageBoxes.h"
-#include "module/data/ServerLink.h"
 #include "orders/BatchStatus.h"
 #include "orders/Coupon.h"
 #include "orders/Destinations.h"
 #include "orders/OrderRecord.h"
 #include "orders/OrderView.h"
 #include "orders/RecRules.h"
-#include "orders/SaveOrders.h"
 
 #include <QKeyEvent>
 
@@ -20,7 +17,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kMaxDays = 30;
 constexpr QStringView kNumberField = u"BILL_CODE";
 constexpr QStringView kCouponField = u"FAVOURABLE_BILL";
 
@@ -83,6 +79,9 @@ Tfrm_RecBill::Tfrm_RecBill(QObject* owner)
 {
     BatchRecBill = NewBatchAction(u"BatchRecBill"_s, u"批量揽件"_s);
     OnTriggered(BatchRecBill, this, &Tfrm_RecBill::BatchRecBillExecute);
+    cds->AfterOpen = [this] { entered_.Clear(); }; // the server knows what was saved; the rest is gone
+    cds->AfterEdit = [this] { numberBefore_ = TextOf(*cds, kNumberField); };
+    cds->AfterPost = [this] { entered_.Enter(TextOf(*cds, u"TX_LOGISTIC_ID"), TextOf(*cds, kNumberField)); };
 }
 
 void Tfrm_RecBill::CreateControls()
@@ -155,13 +154,13 @@ void Tfrm_RecBill::CreateViews()
 
 void Tfrm_RecBill::FirstLoad()
 {
-    OpenQuery(*cdsDestination, DestinationSitesQuery());
-    LoadOrders();
+    Tfrm_SiteOrders::FirstLoad();
+    ShowOrders(RecQuery(Criteria()));
 }
 
 void Tfrm_RecBill::FormShow()
 {
-    Setup(DataView1, cds, Button1, Button4);
+    Tfrm_SiteOrders::FormShow();
     GoToNumber();
 }
 
@@ -175,12 +174,6 @@ TRecCriteria Tfrm_RecBill::Criteria() const
     };
 }
 
-void Tfrm_RecBill::LoadOrders()
-{
-    OpenQuery(*cds, RecQuery(Criteria()));
-    items_->Load();
-}
-
 // Ready for the scanner.
 void Tfrm_RecBill::GoToNumber()
 {
@@ -192,11 +185,9 @@ void Tfrm_RecBill::GoToNumber()
 
 void Tfrm_RecBill::Button4Click()
 {
-    const TRecCriteria criteria = Criteria();
-    if (CheckDateRange(criteria.from, criteria.to, kMaxDays, true))
+    if (!RangeIsGood())
         return;
-    const BusyCursor busy;
-    LoadOrders();
+    ShowOrders(RecQuery(Criteria()));
     GoToNumber();
 }
 
@@ -221,8 +212,7 @@ void Tfrm_RecBill::RegisterPickup()
 {
     const int row = cds->RecNo() - 1;
     const TBookmark next = row + 1 < cds->RecordCount() ? cds->ViewBookmark(row + 1) : 0;
-    if (StatusOf(*cds) == kStatusAccepted
-        && !entered_.Has(TextOf(*cds, u"TX_LOGISTIC_ID"), TextOf(*cds, u"BILL_CODE")))
+    if (StatusOf(*cds) == kStatusAccepted && TextOf(*cds, kNumberField) != numberBefore_)
         cds->FieldByName(u"STATUS").SetAsInteger(kStatusPickedUp);
     cds->Post();
     if (next != 0)
@@ -232,28 +222,26 @@ void Tfrm_RecBill::RegisterPickup()
 
 void Tfrm_RecBill::cdsBeforePost()
 {
-    RunRules(
-        Caption(), [this] { CheckPickup(*cds, *cdsDestination, entered_, clerk_); },
-        [this](const QString& field) {
-            // The grid is still busy with the move that was refused.
-            QMetaObject::invokeMethod(
-                this, [this, field] { GoToColumn(field); }, Qt::QueuedConnection);
-        });
+    CheckRow([this] { CheckPickup(*cds, *cdsDestination, entered_, numberBefore_, clerk_); });
 }
 
 // To what the clerk has to correct: the text selected, so that typing or scanning replaces it.
 void Tfrm_RecBill::GoToColumn(const QString& field)
 {
-    TDBGridEh* grid = DataView1->DataViewGrid;
-    if (field == kCouponField && grid->SelectedField() != kCouponField) {
-        DBEditEh1->setFocus();
-        DBEditEh1->selectAll();
-        return;
-    }
-    grid->setFocus();
-    grid->SelectField(field);
-    if (field != u"STATUS"_s)
-        grid->EditCurrentCell();
+    const auto go = [this, field] {
+        TDBGridEh* grid = DataView1->DataViewGrid;
+        if (field == kCouponField && grid->SelectedField() != kCouponField) {
+            DBEditEh1->setFocus();
+            DBEditEh1->selectAll();
+            return;
+        }
+        grid->setFocus();
+        grid->SelectField(field);
+        if (field != u"STATUS"_s)
+            grid->EditCurrentCell();
+    };
+    // The grid is still busy with the move that was refused.
+    QMetaObject::invokeMethod(this, go, Qt::QueuedConnection);
 }
 
 void Tfrm_RecBill::DBEditEh1Exit()
@@ -278,10 +266,6 @@ void Tfrm_RecBill::BatchRecBillExecute()
 
 void Tfrm_RecBill::Button1Click()
 {
-    const TSaveOutcome outcome =
-        SaveOrders(*cds, *cdsErr, Caption(), u"以下泽摩订单揽件失败，其可能被您网点的其它员工揽收！"_s);
-    if (outcome == TSaveOutcome::Saved || outcome == TSaveOutcome::Rejected) {
-        items_->Load();
+    if (SaveOrdersOrList(u"以下泽摩订单揽件失败，其可能被您网点的其它员工揽收！"_s))
         GoToNumber();
-    }
 }

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "orders/EnteredNumbers.h"
 #include "orders/RecQuery.h"
-#include "orders/WaybillNumbers.h"
 #include "orders/frm_SiteOrders.h"
 #include "runtime/ui/DBControls.h"
 
@@ -16,6 +16,7 @@ protected:
     void FirstLoad() override;
     void FormShow() override;
     void cdsBeforePost() override;
+    void GoToColumn(const QString& field) override;
 
 private:
     QWidget* CreateFilterPanel();
@@ -29,16 +30,13 @@ private:
     void DataView1DataViewGridKeyDown(QKeyEvent* event);
 
     TRecCriteria Criteria() const;
-    void LoadOrders();
     void RegisterPickup();
     void GoToNumber();
-    void GoToColumn(const QString& field);
 
-    TDBDateTimeEditEh* DBDateTimeEditEh1; // 订单时间始
-    TDBDateTimeEditEh* DBDateTimeEditEh2; // 订单时间止
     TDBEditEh* DBEditEh1; // 优惠券编号 of the current order
     TDBEditEh* DBEditEh2; // 仓库编号
     QAction* BatchRecBill;
 
-    TEnteredNumbers entered_;
+    TEnteredNumbers entered_; // numbers that orders have got here and the server does not know yet
+    QString numberBefore_; // of the row in edit, when the edit began
 };

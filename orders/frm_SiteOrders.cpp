@@ -1,36 +1,50 @@
 #include "orders/frm_SiteOrders.h"
 
+#include "module/data/DateRange.h"
 #include "module/data/HostBridge.h"
+#include "module/data/ServerLink.h"
+#include "orders/Destinations.h"
+#include "orders/RefusedOrders.h"
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+constexpr int kMaxDays = 30;
+
+} // namespace
+
 Tfrm_SiteOrders::Tfrm_SiteOrders(QObject* owner)
-    : Tfrm_BasicBoot(owner)
-    , cds(new TClientDataSetEx(this, u"cds"_s))
-    , cdsms(new TClientDataSetEx(this, u"cdsms"_s))
+    : Tfrm_OrderList(owner)
     , cdsDestination(new TClientDataSetEx(this, u"cdsDestination"_s))
     , cdsErr(new TClientDataSetEx(this, u"cdsErr"_s))
     , dsDestination(new TDataSource(this, u"dsDestination"_s))
-    , items_(new TOrderItems(this, cds, cdsms))
     , clerk_{GlobalValue(u"site"_s), GlobalValue(u"employeeName"_s)}
 {
-    for (TClientDataSetEx* orders : {cds, cdsErr})
-        orders->SetCommandText(u"select * from tab_zelmor_bill where 1=0"_s);
+    cdsErr->SetCommandText(u"select * from tab_zelmor_bill where 1=0"_s);
     cds->BeforePost = [this] { cdsBeforePost(); };
     dsDestination->SetDataSet(cdsDestination);
 }
 
-bool Tfrm_SiteOrders::HasOrders() const
+void Tfrm_SiteOrders::FirstLoad()
 {
-    return cds->Active() && !cds->IsEmpty();
+    OpenQuery(*cdsDestination, DestinationSitesQuery());
 }
 
-QAction* Tfrm_SiteOrders::NewBatchAction(const QString& name, const QString& caption)
+void Tfrm_SiteOrders::FormShow()
 {
-    auto* action = new QAction(caption, this);
-    action->setObjectName(name);
-    const auto update = [this, action] { action->setEnabled(HasOrders()); };
-    connect(cds, &TClientDataSetEx::DataReset, this, update);
-    update();
-    return action;
+    Setup(DataView1, cds, Button1, Button4);
+}
+
+bool Tfrm_SiteOrders::RangeIsGood() const
+{
+    return !CheckDateRange(DBDateTimeEditEh1->Text(), DBDateTimeEditEh2->Text(), kMaxDays, true);
+}
+
+bool Tfrm_SiteOrders::SaveOrdersOrList(const QString& failureText)
+{
+    TSave save{.after = TAfterSave::ReloadTold};
+    save.tellRejected = [&] { ListRefusedOrders(*cds, *cdsErr, Caption(), failureText); };
+    const TSaveOutcome outcome = SaveOrders(save);
+    return outcome == TSaveOutcome::Saved || outcome == TSaveOutcome::Rejected;
 }

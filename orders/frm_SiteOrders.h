@@ -1,37 +1,36 @@
 #pragma once
 
-#include "framework/DataView.h"
-#include "framework/frm_BasicBoot.h"
-#include "orders/Items.h"
-#include "orders/Rules.h"
+#include "orders/OrderStamps.h"
+#include "orders/frm_OrderList.h"
+#include "runtime/ui/DBControls.h"
 
-#include <QAction>
-#include <QPushButton>
-
-// What the screens on which a site works through its orders have alike: the list with its goods lines, the
-// destinations it offers, the rows that a save left over, and the clerk who works on it.
-class Tfrm_SiteOrders : public Tfrm_BasicBoot {
+// What the screens on which a site works through its orders have alike: the time of the orders, the
+// destinations that an order may have, the save with the orders that others were faster with, and the clerk
+// who works on them.
+class Tfrm_SiteOrders : public Tfrm_OrderList {
     Q_OBJECT
 protected:
     explicit Tfrm_SiteOrders(QObject* owner);
 
-    bool HasOrders() const;
-    // An action over the selected orders; enabled while there are orders.
-    QAction* NewBatchAction(const QString& name, const QString& caption);
+    void FirstLoad() override; // the destinations
+    void FormShow() override;
     // The rules of every posted row.
     virtual void cdsBeforePost() = 0;
 
-    TDataView* DataView1 = nullptr; // the orders
+    // Whether the query may run; tells the user why not.
+    bool RangeIsGood() const;
+    // The save of both screens: refused orders are listed under the text.
+    bool SaveOrdersOrList(const QString& failureText);
+
+    TDBDateTimeEditEh* DBDateTimeEditEh1 = nullptr; // 订单时间始
+    TDBDateTimeEditEh* DBDateTimeEditEh2 = nullptr; // 订单时间止
     TDataView* DataView2 = nullptr; // goods of the current order
     QPushButton* Button4 = nullptr; // 查询
     QPushButton* Button1 = nullptr; // 保存
 
-    TClientDataSetEx* cds; // the orders
-    TClientDataSetEx* cdsms; // goods lines
     TClientDataSetEx* cdsDestination; // sites that an order may go to
     TClientDataSetEx* cdsErr; // orders that could not be saved
     TDataSource* dsDestination;
-    TOrderItems* items_;
 
     TClerk clerk_;
 };

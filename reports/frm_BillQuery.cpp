@@ -1,7 +1,7 @@
 #include "reports/frm_BillQuery.h"
 
 #include "framework/LabelledControls.h"
-#include "framework/Wiring.h"
+#include "framework/ScreenHandlers.h"
 #include "module/data/DateRange.h"
 #include "module/data/HostBridge.h"
 #include "module/data/ServerLink.h"
@@ -10,8 +10,8 @@
 #include "orders/OrderCriteria.h"
 #include "orders/OrderDetails.h"
 #include "orders/OrderRecord.h"
+#include "orders/OrderStamps.h"
 #include "orders/OrderView.h"
-#include "orders/Rules.h"
 #include "reports/TrailQuery.h"
 #include "runtime/ui/Style.h"
 
@@ -97,7 +97,7 @@ void Tfrm_BillQuery::CreateDataSets()
     cdsprov->SetCommandText(OrderProvincesQuery());
     cdscheck = new TClientDataSetEx(this, u"cdscheck"_s);
     CDSStatus = new TClientDataSetEx(this, u"CDSStatus"_s);
-    items_ = new TOrderItems(this, cds, cdsms);
+    items_ = new TOrderItems(cds, cdsms);
 }
 
 void Tfrm_BillQuery::CreateControls()

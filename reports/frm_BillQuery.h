@@ -2,7 +2,7 @@
 
 #include "framework/DataView.h"
 #include "framework/frm_BasicBoot.h"
-#include "orders/Items.h"
+#include "orders/OrderItems.h"
 #include "reports/BillCriteriaPanel.h"
 
 #include <QPlainTextEdit>

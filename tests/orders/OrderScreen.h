@@ -6,6 +6,7 @@
 #include <QAbstractButton>
 #include <QCoreApplication>
 #include <QLabel>
+#include <QTest>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -47,6 +48,57 @@ protected:
         });
         Press(QStringLiteral("Button1"));
         return shown;
+    }
+
+    // Read after a query, a click and a rest on a row; said where they cannot be read. At least two orders,
+    // T1 and T2, are listed.
+    void CheckGoodsFollow()
+    {
+        const auto asked = [this] {
+            const QStringList all =
+                desk.host.Server.Queries().filter(QStringLiteral("FROM TAB_ZELMOR_BILL_ITEMS"));
+            return all.isEmpty() ? QString() : all.last().section(u'\'', 1, 1);
+        };
+        const auto rest = [this](int recNo) {
+            cds->SetRecNo(recNo);
+            QTest::qWait(250);
+            return desk.host.TakeMessages();
+        };
+        auto* goods = screen->template findChild<TClientDataSetEx*>(QStringLiteral("cdsms"));
+        auto* note = screen->template findChild<TDataView*>(QStringLiteral("DataView2"))->Panel1;
+        EXPECT_EQ(asked(), QStringLiteral("T1"));
+        EXPECT_TRUE(rest(2).isEmpty());
+        EXPECT_EQ(asked(), QStringLiteral("T2"));
+        EXPECT_TRUE(rest(1).isEmpty());
+        EXPECT_EQ(asked(), QStringLiteral("T1"));
+        EXPECT_TRUE(note->isHidden());
+
+        const auto answer = desk.host.Server.OnQuery;
+        desk.host.Server.OnQuery = [&](const QString& sqlText) {
+            if (sqlText.contains(QStringLiteral("TAB_ZELMOR_BILL_ITEMS")))
+                throw wire::Error(wire::ErrorKind::Connection, QStringLiteral("连接已中断"));
+            return answer(sqlText);
+        };
+        desk.host.MainForm.Notices.clear();
+        EXPECT_TRUE(rest(2).isEmpty()) << "nobody asked";
+        EXPECT_EQ(desk.host.MainForm.Notices.filter(QStringLiteral("连接已中断")).size(), 1);
+        EXPECT_FALSE(note->isHidden());
+        EXPECT_FALSE(goods->Active()) << "another order's goods";
+        grid->OnCellClick(grid->Column(1));
+        ASSERT_EQ(desk.host.App.ShownMessages().size(), 1u);
+        EXPECT_EQ(desk.host.App.ShownMessages()[0].text, QStringLiteral("详细：连接已中断"));
+        EXPECT_EQ(desk.host.App.ShownMessages()[0].caption, screen->Caption());
+        desk.host.TakeMessages();
+
+        desk.host.Server.OnQuery = answer;
+        rest(1);
+        rest(2);
+        EXPECT_EQ(asked(), QStringLiteral("T2"));
+        EXPECT_TRUE(goods->Active());
+        EXPECT_TRUE(note->isHidden());
+        desk.host.Server.Requests.clear();
+        grid->OnCellClick(grid->Column(1));
+        EXPECT_EQ(asked(), QStringLiteral("T2"));
     }
 
     Desk desk;

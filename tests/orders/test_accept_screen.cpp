@@ -270,6 +270,53 @@ TEST_F(AcceptScreen, AnAcceptanceTakenBackBeforeSavingLeavesNoTrace)
         EXPECT_TRUE(cds->FieldByName(field).IsNull()) << qUtf8Printable(field);
 }
 
+// An order that breaks them all: put right one by one, the rules speak in their order, and stamp what is
+// theirs.
+TEST_F(AcceptScreen, TheRulesAreOneChain)
+{
+    Open();
+    cds->SetRecNo(3);
+    const auto post = [&](const char16_t* field, const wire::Value& value) {
+        cds->Edit();
+        cds->FieldByName(QStringView(field)).SetValue(value);
+        Guarded([this] { cds->Post(); });
+        return desk.host.TakeMessages();
+    };
+    const auto text = [this](QStringView field) { return cds->FieldByName(field).AsString(); };
+    cds->Edit();
+    cds->FieldByName(u"REC_GOODS_MAN").SetAsString(u"韩梅梅"_s);
+    cds->FieldByName(u"DESTINATION").SetAsString(u"无此网点"_s);
+    EXPECT_EQ(post(u"STATUS", 2), QStringList(u"详细：选择\"接单失败\"必须填写\"撤消原因\"！"_s));
+    EXPECT_EQ(text(u"REC_GOODS_MAN"), u"韩梅梅"_s);
+    EXPECT_EQ(grid->SelectedField(), u"CANCEL_DESC"_s);
+    EXPECT_EQ(post(u"CANCEL_DESC", u"禁运品"_s),
+        QStringList(u"详细：已转单订单不能进行\"接件成功\"、\"接件失败\"操作！"_s));
+    EXPECT_TRUE(text(u"REC_GOODS_MAN").isEmpty());
+    EXPECT_EQ(text(u"DESTINATION"), u"无此网点"_s) << "a later rule's";
+    EXPECT_EQ(post(u"PREPARE_SITE", u";浦东一部;"_s), QStringList());
+    EXPECT_TRUE(text(u"DESTINATION").isEmpty());
+    EXPECT_EQ(text(u"REC_SITE"), u"浦东一部"_s);
+    EXPECT_EQ(text(u"CANCEL_MAN"), u"李雷"_s);
+    EXPECT_EQ(text(u"MODIFIER"), u"李雷"_s);
+
+    EXPECT_EQ(post(u"DESTINATION", u"浦东二部"_s), QStringList());
+    EXPECT_EQ(text(u"DESTINATION"), u"浦东二部"_s) << "a site of the list";
+    EXPECT_EQ(post(u"STATUS", 0), QStringList());
+    EXPECT_TRUE(text(u"CANCEL_DESC").isEmpty() && text(u"REC_SITE").isEmpty());
+}
+
+TEST_F(AcceptScreen, TheGoodsFollowTheOrders)
+{
+    Open();
+    CheckGoodsFollow();
+}
+
+TEST_F(AcceptScreen, SaysWhatItsColourMeans)
+{
+    Open();
+    EXPECT_FALSE(screen->findChild<QWidget*>(u"Legend"_s)->isHidden());
+}
+
 TEST_F(AcceptScreen, IsTheActiveScreenAgainAfterAPicker)
 {
     desk.host.MainForm.show();

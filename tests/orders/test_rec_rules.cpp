@@ -43,7 +43,7 @@ protected:
     TRuleViolation Violation()
     {
         try {
-            CheckPickup(cds, destinations, entered, kClerk);
+            CheckPickup(cds, destinations, entered, numberBefore, kClerk);
         } catch (const TRuleViolation& violation) {
             return violation;
         }
@@ -55,6 +55,7 @@ protected:
     TClientDataSetEx cds;
     TClientDataSetEx destinations;
     TEnteredNumbers entered;
+    QString numberBefore; // when the edit began
 };
 
 } // namespace
@@ -175,7 +176,6 @@ TEST_F(RecRules, APickupIsStampedOnceAndItsUndoingTakesTheStampAway)
     EXPECT_EQ(Text(u"DESTINATION"), u"浦东二部"_s);
     EXPECT_EQ(Text(u"MODIFIER"), u"李雷"_s);
     EXPECT_EQ(Text(u"MODIFY_SITE"), u"浦东一部"_s);
-    EXPECT_TRUE(entered.Has(u"T1"_s, kNumber));
 
     // The same row again: its own number is not in its way, the first stamp stays.
     SetText(cds, u"REC_MAN", u"别人"_s);
@@ -183,6 +183,9 @@ TEST_F(RecRules, APickupIsStampedOnceAndItsUndoingTakesTheStampAway)
     EXPECT_EQ(Text(u"REC_MAN"), u"别人"_s);
 
     // It failed after all.
+    cds.Post();
+    cds.Edit();
+    numberBefore = kNumber;
     cds.FieldByName(u"STATUS").SetAsInteger(4);
     TRuleViolation violation = Violation();
     EXPECT_EQ(violation.message, u"详细：选择\"揽件失败\"必须填写\"撤消原因\"！"_s);
@@ -202,14 +205,23 @@ TEST_F(RecRules, APickupIsStampedOnceAndItsUndoingTakesTheStampAway)
         EXPECT_TRUE(Text(field).isEmpty()) << qUtf8Printable(QString::fromUtf16(field));
     EXPECT_EQ(Text(u"BL_CANCEL"), u"0"_s);
     EXPECT_EQ(Text(u"BILL_CODE"), kNumber);
+}
 
-    // A number given up is another order's to use; one in use is not.
+TEST_F(RecRules, AnEnteredNumberIsTakenWhileItsRowShowsIt)
+{
     const QString other = u"168000000025"_s;
-    SetText(cds, u"BILL_CODE", other);
-    cds.FieldByName(u"STATUS").SetAsInteger(3);
-    ASSERT_EQ(Violation().message, QString());
-    EXPECT_FALSE(entered.OtherOrderHas(u"T2"_s, kNumber));
-    EXPECT_TRUE(entered.OtherOrderHas(u"T2"_s, other));
+    cds.OpenRows(OrderRows(
+        {{{u"TX_LOGISTIC_ID"_s, u"T1"_s}, {u"BILL_CODE"_s, kNumber}}, {{u"TX_LOGISTIC_ID"_s, u"T2"_s}}}));
+    entered.Refill(cds);
+    EXPECT_TRUE(entered.OtherOrderHas(cds, u"T2"_s, kNumber));
+    EXPECT_FALSE(entered.OtherOrderHas(cds, u"T1"_s, kNumber)) << "its own";
+    EXPECT_FALSE(entered.OtherOrderHas(cds, u"T2"_s, other));
+    cds.SetFieldAndPost(u"BILL_CODE"_s, other);
+    EXPECT_FALSE(entered.OtherOrderHas(cds, u"T2"_s, kNumber)) << "given up";
+    cds.UndoCurrentRow();
+    EXPECT_TRUE(entered.OtherOrderHas(cds, u"T2"_s, kNumber));
+    entered.Clear();
+    EXPECT_FALSE(entered.OtherOrderHas(cds, u"T2"_s, kNumber));
 }
 
 TEST_F(RecRules, TheFinanceCentresStockIsAskedForASiteWithoutItsOwn)

@@ -37,20 +37,20 @@ TEST(CheckANBillCode, OtherLengthsPassAndBlanksCountForDigits)
     EXPECT_THROW(CheckANBillCode(u"00000A05"_s), wire::Error);
 }
 
-TEST(BillIssued, TextOfTheQuery)
+TEST(WaybillIssued, TextOfTheQuery)
 {
-    EXPECT_EQ(BillIssuedQuery(u"123456789012"_s, u"'A','B'"_s),
+    EXPECT_EQ(WaybillIssuedQuery(u"123456789012"_s, u"'A','B'"_s),
         u"select /*+index(a,TAB_BILL_PROVIDE_I)*/ 1 from TAB_BILL_PROVIDE a where (((a.start_no <= "
         "'123456789012' and a.end_no >= '123456789012') and  length(a.START_NO) = length('123456789012')) or "
         " "
         "((a.start_no <= substr('123456789012', 1, 11) and  a.end_no >= substr('123456789012', 1, 11)) and  "
         "length(a.START_NO) = length(substr('123456789012', 1, 11))))  and a.use_site in ('A','B' )"_s);
-    const QString shorter = BillIssuedQuery(u"1234567'"_s, u"'A'"_s);
+    const QString shorter = WaybillIssuedQuery(u"1234567'"_s, u"'A'"_s);
     EXPECT_TRUE(shorter.contains(u"substr('1234567''', 1, 7)"_s));
     EXPECT_FALSE(shorter.contains(u"11"_s));
 }
 
-TEST(BillIssued, TrueWhenARowComesBack)
+TEST(WaybillIssued, TrueWhenARowComesBack)
 {
     TFakeHost host;
     Tdm_BasicData basic;
@@ -60,26 +60,26 @@ TEST(BillIssued, TrueWhenARowComesBack)
     host.Server.OnQuery = [&](const QString&) {
         return MakeTextRows({u"1"_s}, std::vector<QStringList>(size_t(rows), QStringList{u"1"_s}));
     };
-    EXPECT_TRUE(CheckBillIssued(u"12345678"_s, u"'A'"_s));
+    EXPECT_TRUE(WaybillIssued(u"12345678"_s, u"'A'"_s));
     rows = 0;
-    EXPECT_FALSE(CheckBillIssued(u"12345678"_s, u"'A'"_s));
+    EXPECT_FALSE(WaybillIssued(u"12345678"_s, u"'A'"_s));
     host.Server.OnQuery = [](const QString&) -> wire::RowSet {
         throw wire::Error(wire::ErrorKind::Storage, u"ORA-1"_s);
     };
-    EXPECT_THROW(CheckBillIssued(u"12345678"_s, u"'A'"_s), wire::Error);
+    EXPECT_THROW(WaybillIssued(u"12345678"_s, u"'A'"_s), wire::Error);
     dm_BasicData = nullptr;
 }
 
-TEST(BillFormat, TellsOfAForeignNumberAndSwallowsAFaultyPattern)
+TEST(WaybillFormat, TellsOfAForeignNumberAndSwallowsAFaultyPattern)
 {
     TFakeHost host;
-    EXPECT_TRUE(CheckBillFormat(u"2112345678"_s, u"^21\\d{8}$"_s));
-    EXPECT_FALSE(CheckBillFormat(u"99"_s, u"^21\\d{8}$"_s));
+    EXPECT_TRUE(CheckWaybillFormat(u"2112345678"_s, u"^21\\d{8}$"_s));
+    EXPECT_FALSE(CheckWaybillFormat(u"99"_s, u"^21\\d{8}$"_s));
     ASSERT_EQ(host.App.ShownMessages().size(), 1U);
     EXPECT_EQ(host.App.ShownMessages()[0].text, u"详细：运单编号\"99\"不是本公司的单号！"_s);
     EXPECT_EQ(host.App.ShownMessages()[0].caption, u"单号错误"_s);
-    EXPECT_FALSE(CheckBillFormat(u"99"_s, u"(("_s));
-    EXPECT_FALSE(CheckBillFormat(u"99"_s, {}));
+    EXPECT_FALSE(CheckWaybillFormat(u"99"_s, u"(("_s));
+    EXPECT_FALSE(CheckWaybillFormat(u"99"_s, {}));
     EXPECT_EQ(host.App.ShownMessages().size(), 1U);
     ReleaseSharedRegEx();
 }

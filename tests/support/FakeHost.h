@@ -46,6 +46,7 @@ public:
     TFakeMainForm();
 
     Q_INVOKABLE void ResetSearch(QWidget* grid) { SearchTargets.push_back(grid); }
+    Q_INVOKABLE void ShowNotice(const QString& text) { Notices.append(text); }
 
     qulonglong CdsAddress() const { return reinterpret_cast<quintptr>(&DataSets); }
     qulonglong ValueAddress() const { return reinterpret_cast<quintptr>(&Values); }
@@ -55,6 +56,7 @@ public:
     QString WantedTree;
     double ServerDays = 0;
 
+    QStringList Notices;
     std::vector<QWidget*> SearchTargets; // every target given, none included
     struct TMessage {
         int number;

@@ -162,8 +162,8 @@ void ChaosDesk::PickUp()
     EditSome(kMostRows, [this] {
         const QString number = u"9%1%2"_s.arg(settings_.number, 3, 10, QChar(u'0'))
                                    .arg(saves_ * 10 + orders_.ChangeCount(), 8, 10, QChar(u'0'));
-        Open(comm_, BillUsedQuery(number));
-        Open(comm_, BillDisabledQuery(number));
+        Open(comm_, WaybillUsedQuery(number));
+        Open(comm_, WaybillDisabledQuery(number));
         Set(u"BILL_CODE", number);
         SetStatus(kStatusPickedUp);
         Set(u"REC_MAN", clerk_.employeeName);

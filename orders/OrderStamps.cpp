@@ -1,50 +1,10 @@
-#include "orders/Rules.h"
+#include "orders/OrderStamps.h"
 
 #include "module/data/HostBridge.h"
 #include "module/data/MessageBoxes.h"
 #include "orders/OrderRecord.h"
 
 using namespace Qt::Literals::StringLiterals;
-
-void RunRules(const QString& caption, const std::function<void()>& rules,
-    const std::function<void(const QString& field)>& focus)
-{
-    try {
-        rules();
-    } catch (const TRuleViolation& violation) {
-        ShowWarning(violation.message, caption);
-        if (focus && !violation.field.isEmpty())
-            focus(violation.field);
-        Abort();
-    } catch (const wire::Error& error) {
-        ShowFailure(error.Message(), caption); // a look-up that got no answer: the row waits for another try
-        Abort();
-    }
-}
-
-void SetText(TClientDataSetEx& cds, const char16_t* field, const QString& text)
-{
-    TField& target = cds.FieldByName(QStringView(field));
-    if (target.AsString() != text)
-        target.SetAsString(text);
-}
-
-void ClearField(TClientDataSetEx& cds, const char16_t* field)
-{
-    TField& target = cds.FieldByName(QStringView(field));
-    if (!target.IsNull())
-        target.Clear();
-}
-
-bool HasText(const TClientDataSetEx& cds, const char16_t* field)
-{
-    return !cds.FieldByName(QStringView(field)).IsNull();
-}
-
-QString TextOf(const TClientDataSetEx& cds, const char16_t* field)
-{
-    return cds.FieldByName(QStringView(field)).AsString();
-}
 
 qint64 StatusOf(const TClientDataSetEx& cds)
 {

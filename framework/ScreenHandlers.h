@@ -6,6 +6,7 @@
 
 #include <QAbstractButton>
 #include <QAction>
+#include <QTabWidget>
 #include <QTimer>
 
 // Binds what a user or a timer does to a screen's handler. A silent abort ends the handler quietly; any other
@@ -37,3 +38,14 @@ void OnTimer(QTimer* timer, TScreenClass* screen, void (TScreenClass::*handler)(
     QObject::connect(timer, &QTimer::timeout, screen,
         [screen, handler] { RunHandler(screen, [screen, handler] { (screen->*handler)(); }); });
 }
+
+// For a page switch that queries: a page that could not be filled says why, as a click does.
+template <typename TScreenClass>
+void OnPageShown(QTabWidget* pages, TScreenClass* screen, void (TScreenClass::*handler)())
+{
+    QObject::connect(pages, &QTabWidget::currentChanged, screen,
+        [screen, handler] { RunHandler(screen, [screen, handler] { (screen->*handler)(); }); });
+}
+
+// What the user should know and need not answer: a line in the host's status bar, where it has one.
+void ShowNotice(const QString& text);

@@ -1,0 +1,64 @@
+#include "framework/SelectedRows.h"
+
+#include "module/data/ServerLink.h"
+#include "runtime/ui/Application.h"
+
+namespace {
+
+class SortOff {
+public:
+    explicit SortOff(TClientDataSetEx& rows)
+        : rows_(&rows)
+        , index_(rows.IndexName())
+    {
+        if (!index_.isEmpty())
+            rows.SetIndexName({});
+    }
+    ~SortOff()
+    {
+        if (index_.isEmpty() || !rows_)
+            return;
+        if (!rows_->IsEditing()) {
+            SortAgain(*rows_, index_);
+            return;
+        }
+        // Sorting would post the row, whose rules have just refused it.
+        auto* waiting = new QObject(rows_);
+        QObject::connect(
+            rows_, &TClientDataSetEx::StateChanged, waiting,
+            [rows = rows_.data(), index = index_, waiting] {
+                if (rows->IsEditing())
+                    return;
+                waiting->deleteLater();
+                SortAgain(*rows, index);
+            },
+            Qt::QueuedConnection);
+    }
+    SortOff(const SortOff&) = delete;
+    SortOff& operator=(const SortOff&) = delete;
+
+private:
+    static void SortAgain(TClientDataSetEx& rows, const QString& index)
+    {
+        if (rows.Active() && rows.IndexName().isEmpty()) // else sorted otherwise meanwhile
+            Guarded([&] { rows.SetIndexName(index); });
+    }
+
+    QPointer<TClientDataSetEx> rows_;
+    QString index_;
+};
+
+} // namespace
+
+void WalkSelectedRows(TDBGridEh& grid, const std::function<bool(TClientDataSetEx& row)>& visit)
+{
+    TClientDataSetEx& rows = *grid.DataSet();
+    const std::vector<TBookmark> selected = grid.SelectedRows();
+    const BusyCursor busy;
+    const ControlsOff still(rows);
+    const SortOff unsorted(rows);
+    for (const TBookmark row : selected) {
+        if (rows.GotoBookmark(row) && !visit(rows))
+            return;
+    }
+}

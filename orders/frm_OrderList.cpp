@@ -1,0 +1,66 @@
+#include "orders/frm_OrderList.h"
+
+#include "framework/Questions.h"
+#include "module/data/ServerLink.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+Tfrm_OrderList::Tfrm_OrderList(QObject* owner, const QString& name)
+    : Tfrm_BasicBoot(owner)
+    , cds(new TClientDataSetEx(this, name))
+    , cdsms(new TClientDataSetEx(this, u"cdsms"_s))
+    , items_(new TOrderItems(cds, cdsms))
+{
+    cds->SetCommandText(u"select * from tab_zelmor_bill where 1=0"_s);
+}
+
+bool Tfrm_OrderList::HasOrders() const
+{
+    return cds->Active() && !cds->IsEmpty();
+}
+
+bool Tfrm_OrderList::HasSelectedOrders() const
+{
+    return HasOrders() && !DataView1->DataViewGrid->SelectedRows().empty();
+}
+
+void Tfrm_OrderList::ShowOrders(const QString& sqlText)
+{
+    if (cds->HasUnsavedEdits()
+        && !AskYesNo(u"详细：您所做的操作并未保存，重新查询将丢失这些修改，确定要查询吗？"_s, Caption(),
+            TDefaultAnswer::No))
+        Abort();
+    const BusyCursor busy;
+    OpenQuery(*cds, sqlText);
+    items_->Load();
+}
+
+QAction* Tfrm_OrderList::NewBatchAction(const QString& name, const QString& caption)
+{
+    auto* action = new QAction(caption, this);
+    action->setObjectName(name);
+    const auto update = [this, action] { action->setEnabled(HasOrders()); };
+    connect(cds, &TClientDataSetEx::DataReset, this, update);
+    update();
+    return action;
+}
+
+void Tfrm_OrderList::CheckRow(const std::function<void()>& rules)
+{
+    RunRules(Caption(), rules, [this](const QString& field) { GoToColumn(field); });
+}
+
+void Tfrm_OrderList::GoToColumn(const QString& field)
+{
+    DataView1->DataViewGrid->SelectField(field);
+}
+
+TSaveOutcome Tfrm_OrderList::SaveOrders(TSave save)
+{
+    save.caption = Caption();
+    save.keyField = u"TX_LOGISTIC_ID"_s;
+    const TSaveOutcome outcome = SaveChanges(*cds, save);
+    if (SaveReloads(save.after, outcome))
+        items_->Load();
+    return outcome;
+}
