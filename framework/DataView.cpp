@@ -16,6 +16,7 @@ constexpr QColor kFooterColor(0xDD, 0xDD, 0xFF);
 constexpr QColor kEvenRowColor(0xDD, 0xDD, 0xFF);
 constexpr QColor kOddRowColor(0xC4, 0xC4, 0xFF);
 constexpr int kFooterRows = 2;
+const QString kRowNumberTitle = u"序号"_s;
 constexpr QPoint kRowNumberOffset(3, 2); // from the cell's upper left corner, in pixels
 
 } // namespace
@@ -46,6 +47,7 @@ TDataView::TDataView(QWidget* parent, const QString& name)
     DataViewGrid->SetFooterColor(kFooterColor);
     DataViewGrid->SetSortLocal(true);
     DataViewGrid->SetSumListActive(true);
+    DataViewGrid->SetRowNumberTitle(kRowNumberTitle);
     DataViewGrid->SetDataSource(DS);
 
     DataViewGrid->OnGetCellParams = [this](const TColumnEh& column, int viewRow, TCellParams& params) {
@@ -77,25 +79,32 @@ void TDataView::Loaded()
     if (LayoutStorage)
         ReadLayout(*DataViewGrid, *LayoutStorage, layoutSection_);
     PrepareFooters();
+    // Columns that the user makes visible later.
+    connect(DataViewGrid, &TDBGridEh::ColumnsChanged, this, &TDataView::PrepareTitleButtons);
+}
+
+void TDataView::PrepareTitleButtons()
+{
+    for (int i = 0; i < DataViewGrid->ColumnCount(); ++i) {
+        const TColumnEh& column = DataViewGrid->Column(i);
+        if (column.visible && !column.titleButton)
+            DataViewGrid->ModifyColumn(i, [](TColumnEh& changed) { changed.titleButton = true; });
+    }
 }
 
 void TDataView::PrepareFooters()
 {
-    bool counted = false;
     for (int i = 0; i < DataViewGrid->ColumnCount(); ++i) {
         const TColumnEh& column = DataViewGrid->Column(i);
-        if (!column.visible)
+        if (!column.visible || column.fieldName.isEmpty())
             continue;
-        const bool counts = !counted && !column.fieldName.isEmpty();
-        counted = counted || counts;
-        DataViewGrid->ModifyColumn(i, [&](TColumnEh& changed) {
-            changed.titleButton = true;
-            if (counts) {
-                changed.footers = {{TFooterValueType::StaticText, u"记录数"_s, TAlignment::Center},
-                    {TFooterValueType::Count, {}, TAlignment::Center}};
-            }
+        DataViewGrid->ModifyColumn(i, [](TColumnEh& changed) {
+            changed.footers = {{TFooterValueType::StaticText, u"记录数"_s, TAlignment::Center},
+                {TFooterValueType::Count, {}, TAlignment::Center}};
         });
+        break;
     }
+    PrepareTitleButtons();
 }
 
 void TDataView::DataViewGridGetCellParams(const TColumnEh&, int viewRow, TCellParams& params)
@@ -107,7 +116,7 @@ void TDataView::DataViewGridGetCellParams(const TColumnEh&, int viewRow, TCellPa
 bool TDataView::DataViewGridDrawColumnCell(QPainter& painter, const QRect& rect, int column, int viewRow)
 {
     const TClientDataSetEx* dataSet = DataViewGrid->DataSet();
-    if (DataViewGrid->Column(column).title != u"序号" || !DataViewGrid->SumListActive() || !dataSet
+    if (DataViewGrid->Column(column).title != kRowNumberTitle || !DataViewGrid->SumListActive() || !dataSet
         || dataSet->IsEmpty() || viewRow < 0)
         return false;
     const QPoint origin = rect.topLeft() + kRowNumberOffset;

@@ -13,7 +13,8 @@ class QLabel;
 //
 // A screen makes the view (parent and objectName given), sets the grid's columns, binds DS to its dataset,
 // then calls Loaded() once: the stored layout is restored and the footers and title buttons are prepared. The
-// layout is written when the view is destroyed.
+// layout is stored under the names of view and screen, so the view must lie in its screen by then. It is
+// written when the view is destroyed.
 //
 // A screen with a GetCellParams handler of its own calls DataViewGridGetCellParams first.
 class TDataView : public QFrame {
@@ -41,6 +42,7 @@ public:
 
 private:
     void PrepareFooters();
+    void PrepareTitleButtons();
 
     QString layoutSection_; // empty until loaded
     bool striped_ = false;

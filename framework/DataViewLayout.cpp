@@ -2,6 +2,7 @@
 
 #include "framework/DataView.h"
 #include "runtime/ui/Forms.h"
+#include "wire/Error.h"
 
 #include <algorithm>
 #include <optional>
@@ -74,10 +75,12 @@ QString LayoutSection(const TDBGridEh& grid)
             continue;
         if (!owner->objectName().isEmpty())
             section += u'.' + owner->objectName();
-        if (isForm)
-            break;
+        if (isForm && !owner->objectName().isEmpty())
+            return section;
     }
-    return section;
+    throw wire::Error(wire::ErrorKind::Usage,
+        u"列表“%1”还不在任何窗体中，列布局没有归属：请先把它所在的页放进窗体，再调用 Loaded()。"_s.arg(
+            section.mid(1)));
 }
 
 void WriteLayout(const TDBGridEh& grid, TIniPropStorageManEh& storage, const QString& section)
@@ -93,38 +96,31 @@ void WriteLayout(const TDBGridEh& grid, TIniPropStorageManEh& storage, const QSt
 
 void ReadLayout(TDBGridEh& grid, const TIniPropStorageManEh& storage, const QString& section)
 {
-    std::vector<TColumnEh> columns;
-    columns.reserve(static_cast<size_t>(grid.ColumnCount()));
-    for (int i = 0; i < grid.ColumnCount(); ++i)
-        columns.push_back(grid.Column(i));
-
-    std::vector<bool> placed(columns.size(), false);
-    std::vector<size_t> order;
+    const int count = grid.ColumnCount();
+    std::vector<bool> placed(static_cast<size_t>(count), false);
+    std::vector<TColumnPlace> places;
     for (const QString& text : StoredTexts(storage, section)) {
         const auto entry = ParseEntry(text);
         if (!entry)
             continue;
-        for (size_t i = 0; i < columns.size(); ++i) {
-            if (placed[i] || columns[i].fieldName.compare(entry->field, Qt::CaseInsensitive) != 0)
+        for (int i = 0; i < count; ++i) {
+            if (placed[static_cast<size_t>(i)]
+                || grid.Column(i).fieldName.compare(entry->field, Qt::CaseInsensitive) != 0)
                 continue;
-            placed[i] = true;
-            columns[i].title = entry->caption;
-            columns[i].width = entry->width;
-            order.push_back(i);
+            placed[static_cast<size_t>(i)] = true;
+            places.push_back({i, entry->caption, entry->width});
             break;
         }
     }
-    if (order.empty())
+    if (places.empty())
         return;
-    for (size_t i = 0; i < columns.size(); ++i) {
-        if (placed[i])
+    for (int i = 0; i < count; ++i) {
+        if (placed[static_cast<size_t>(i)])
             continue;
-        const auto neighbour = i == 0 ? order.end() : std::find(order.begin(), order.end(), i - 1);
-        order.insert(i == 0 ? order.begin() : neighbour + 1, i);
+        const auto neighbour = std::find_if(
+            places.begin(), places.end(), [i](const TColumnPlace& place) { return place.column == i - 1; });
+        places.insert(
+            i == 0 ? places.begin() : neighbour + 1, {i, grid.Column(i).title, grid.Column(i).width});
     }
-    std::vector<TColumnEh> arranged;
-    arranged.reserve(columns.size());
-    for (const size_t i : order)
-        arranged.push_back(std::move(columns[i]));
-    grid.SetColumns(std::move(arranged));
+    grid.ArrangeColumns(places);
 }

@@ -5,7 +5,9 @@
 
 // The stored column layout of a grid: order, captions and widths of its visible columns, one key a column.
 
-// "." and the name of the grid, of the view it belongs to and of the screen, from the inside outwards.
+// "." and the name of the grid, of the view it belongs to and of the screen, from the inside outwards. Raises
+// wire::Error (Usage) where the grid does not lie in a screen with a name: the layout of one screen would be
+// another's.
 QString LayoutSection(const TDBGridEh& grid);
 
 void WriteLayout(const TDBGridEh& grid, TIniPropStorageManEh& storage, const QString& section);

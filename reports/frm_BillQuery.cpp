@@ -126,13 +126,13 @@ void Tfrm_BillQuery::CreatePages()
     Panel1->setObjectName(u"Panel1"_s);
     PageControl1 = new QTabWidget(Panel1);
     PageControl1->setObjectName(u"PageControl1"_s);
-    TabSheet1 = new QWidget;
+    TabSheet1 = new QWidget(PageControl1);
     TabSheet1->setObjectName(u"TabSheet1"_s);
     Panel2 = new TBillCriteriaPanel(TabSheet1, u"Panel2"_s);
     auto* criteria = new QVBoxLayout(TabSheet1);
     criteria->setContentsMargins(0, 0, 0, 0);
     criteria->addWidget(Panel2);
-    TabSheet2 = new QWidget;
+    TabSheet2 = new QWidget(PageControl1);
     TabSheet2->setObjectName(u"TabSheet2"_s);
     auto* details = new QVBoxLayout(TabSheet2);
     details->setContentsMargins(0, 0, 0, 0);
@@ -158,6 +158,7 @@ void Tfrm_BillQuery::CreateView()
         }
     }
     DataView1->DataViewGrid->ReadOnly = true;
+    DataView1->DataViewGrid->KeepsRowPlace = true; // the pages above it differ in height
     PrepareOrdersView(this, *DataView1, std::move(columns), cds, items_);
     DataView1->DataViewGrid->OnDblClick = [this] {
         RunHandler(this, [this] { DataView1DataViewGridDblClick(); });

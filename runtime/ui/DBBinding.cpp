@@ -23,9 +23,10 @@ public:
     // The style sheet paints a control with this property as holding something unacceptable.
     void Mark(const QString& reason)
     {
-        if (control->toolTip() != reason)
+        const bool marked = control->property("invalid").toBool();
+        if (marked || !reason.isEmpty())
             control->setToolTip(reason);
-        if (control->property("invalid").toBool() == !reason.isEmpty())
+        if (marked == !reason.isEmpty())
             return;
         control->setProperty("invalid", !reason.isEmpty());
         control->style()->unpolish(control);

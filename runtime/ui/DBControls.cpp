@@ -41,6 +41,12 @@ int MaxLength(const TField* field)
 
 } // namespace
 
+void ShowBeginning(QLineEdit& box)
+{
+    if (!box.hasFocus())
+        box.setCursorPosition(0);
+}
+
 TDBEditEh::TDBEditEh(QWidget* parent, const QString& name)
     : QLineEdit(parent)
     , binding_(new TDBBinding(this))
@@ -50,6 +56,7 @@ TDBEditEh::TDBEditEh(QWidget* parent, const QString& name)
         const TField* field = binding_->Field();
         setMaxLength(MaxLength(field));
         setText(field ? field->AsString() : QString());
+        ShowBeginning(*this);
     };
     binding_->Write = [this] {
         binding_->Field()->SetAsString(text());
@@ -65,8 +72,10 @@ TDBEditEh::TDBEditEh(QWidget* parent, const QString& name)
 
 void TDBEditEh::SetText(const QString& newText)
 {
-    if (binding_->Changed())
-        setText(newText);
+    if (!binding_->Changed())
+        return;
+    setText(newText);
+    ShowBeginning(*this);
 }
 
 void TDBEditEh::focusOutEvent(QFocusEvent* event)
@@ -74,6 +83,7 @@ void TDBEditEh::focusOutEvent(QFocusEvent* event)
     QLineEdit::focusOutEvent(event);
     if (!Leaving(event))
         return;
+    ShowBeginning(*this);
     binding_->Commit();
     Left(event, OnExit);
 }
@@ -92,6 +102,7 @@ TDBComboBoxEh::TDBComboBoxEh(QWidget* parent, const QString& name)
         const qsizetype index = keyItems_.indexOf(value);
         setCurrentIndex(int(index));
         setEditText(index >= 0 ? itemText(int(index)) : value);
+        ShowBeginning(*lineEdit());
     };
     binding_->Write = [this] {
         binding_->Field()->SetAsString(Value());

@@ -3,6 +3,7 @@
 #include "runtime/Export.h"
 #include "runtime/data/DataSource.h"
 #include "runtime/ui/DBGrid.h"
+#include "runtime/ui/DateTimeText.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -16,6 +17,11 @@
 // set. Typing puts the row in edit; what was typed reaches the field when the control is left, on Enter, and
 // before every post. A value that the field cannot take stays in the control, marked, with a message.
 // Each is known by its objectName.
+
+class TTextMark;
+
+// Brings the beginning of a long text into sight, unless the user is at work in the box.
+RUNTIME_EXPORT void ShowBeginning(QLineEdit& box);
 
 // Behaviour shared by all of them.
 class RUNTIME_EXPORT TDBBinding : public QObject {
@@ -67,19 +73,22 @@ private:
     TDBBinding* binding_;
 };
 
-// Shows and takes "yyyy-mm-dd hh:mm:ss" (or the part of it that Kind says); text that is no date is kept as
-// typed for the caller to judge. A drop-down calendar on Alt+Down or the button.
-enum class TDateTimeKind { DateTime, Date, Time };
+// Shows and takes "yyyy-mm-dd hh:mm:ss" (or the part of it that Kind says), also typed in the other ways that
+// ReadDateTime knows; text that is no date is kept as typed, with the form told at the box, for the caller to
+// judge. Over a text field (a time "08:00:00") it stores the text in that form. A drop-down calendar on
+// Alt+Down or the button.
 class RUNTIME_EXPORT TDBDateTimeEditEh : public QLineEdit {
     Q_OBJECT
 public:
     explicit TDBDateTimeEditEh(QWidget* parent = nullptr, const QString& name = {});
     TDBBinding& Binding() noexcept { return *binding_; }
     TDateTimeKind Kind = TDateTimeKind::DateTime;
-    QString Text() const { return text(); }
+    // In the form of its kind; as typed where it is no date.
+    QString Text() const;
     void SetText(const QString& text);
+    // Whether the text can be taken, or is empty; where not, the form is told at the box.
+    bool CheckText();
     std::function<void()> OnChange;
-
     std::function<void()> OnExit;
     void DropDown();
     // As wide as the longest text of its kind.
@@ -94,6 +103,7 @@ private:
     void Tidy();
     bool StepPart(int steps);
     TDBBinding* binding_;
+    TTextMark* mark_;
 };
 
 class RUNTIME_EXPORT TDBComboBoxEh : public QComboBox {
@@ -124,7 +134,8 @@ private:
     QStringList keyItems_;
 };
 
-// An editable box with a drop-down list of several columns over a list dataset; typing searches as it goes.
+// An editable box with a drop-down list of several columns over a list dataset; typing searches as it goes. A
+// text that no row holds is marked.
 class RUNTIME_EXPORT TDBLookupComboboxEh : public QLineEdit {
     Q_OBJECT
 public:
@@ -135,8 +146,15 @@ public:
     const TLookupParams& Lookup() const noexcept;
     QString Text() const { return text(); }
     void SetText(const QString& text);
-    // The key of the row whose list field equals the text; the text itself when there is none.
+    // The key of the chosen row, or of the first row whose list field equals the text; the text itself when
+    // there is none.
     QString KeyValue() const;
+    // The list's row that was taken, for names that repeat. Holds in OnUpdateData and as long as the text
+    // stands; 0 for a text that was typed or set.
+    TBookmark ChosenRow() const;
+    // A field of the chosen row, or of the first row whose list field equals the text; empty when there is
+    // none.
+    QString ListText(QStringView field) const;
     bool ListVisible() const;
     void DropDown();
     void CloseUp(bool accept);
@@ -153,6 +171,7 @@ protected:
 
 private:
     void Take(int listRow);
+    void MarkUnknown();
     class Private;
     TDBBinding* binding_;
     std::unique_ptr<Private> d_;

@@ -1,6 +1,7 @@
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBControls.h"
 #include "runtime/ui/Style.h"
+#include "runtime/ui/TextMark.h"
 
 #include <QAction>
 #include <QCalendarWidget>
@@ -17,25 +18,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-QString Pattern(TDateTimeKind kind)
-{
-    switch (kind) {
-    case TDateTimeKind::Date:
-        return u"yyyy-mm-dd"_s;
-    case TDateTimeKind::Time:
-        return u"hh:nn:ss"_s;
-    case TDateTimeKind::DateTime:
-        break;
-    }
-    return u"yyyy-mm-dd hh:nn:ss"_s;
-}
-
-std::optional<wire::DateTime> Read(TDateTimeKind kind, const QString& text)
-{
-    const QString trimmed = text.trimmed();
-    return wire::DateTime::Parse(kind == TDateTimeKind::Time ? u"1899-12-30 "_s + trimmed : trimmed);
-}
 
 // Month sheet and time of day below the edit.
 class CalendarPopup : public QFrame {
@@ -86,7 +68,7 @@ private:
     {
         const QDateTime chosen(calendar_->selectedDate(), time_->time(), Qt::UTC);
         const wire::DateTime value{chosen.toSecsSinceEpoch()};
-        edit_->SetText(value.Format(Pattern(edit_->Kind)));
+        edit_->SetText(DateTimeText(edit_->Kind, value));
         edit_->Binding().Commit();
         close();
         edit_->setFocus();
@@ -102,6 +84,7 @@ private:
 TDBDateTimeEditEh::TDBDateTimeEditEh(QWidget* parent, const QString& name)
     : QLineEdit(parent)
     , binding_(new TDBBinding(this))
+    , mark_(new TTextMark(this))
 {
     setObjectName(name);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
@@ -110,25 +93,34 @@ TDBDateTimeEditEh::TDBDateTimeEditEh(QWidget* parent, const QString& name)
     connect(button, &QAction::triggered, this, &TDBDateTimeEditEh::DropDown);
     binding_->Show = [this] {
         const TField* field = binding_->Field();
-        const bool empty = !field || field->IsNull();
-        setText(empty ? QString() : field->AsDateTime().Format(Pattern(Kind)));
+        if (!field || field->IsNull())
+            setText({});
+        else if (field->DataType() == wire::ColumnType::DateTime)
+            setText(DateTimeText(Kind, field->AsDateTime()));
+        else
+            setText(field->AsString());
+        ShowBeginning(*this);
+        CheckText();
     };
     binding_->Write = [this] {
-        const auto value = Read(Kind, text());
-        if (value)
-            binding_->Field()->SetAsDateTime(*value);
+        TField& field = *binding_->Field();
+        const auto value = ReadDateTime(Kind, text());
+        if (value && field.DataType() == wire::ColumnType::DateTime)
+            field.SetAsDateTime(*value);
         else
-            binding_->Field()->SetAsString(text().trimmed());
+            field.SetAsString(Text().trimmed());
         return true;
     };
     connect(this, &QLineEdit::textEdited, this, [this] { binding_->Changed(); });
     connect(this, &QLineEdit::textChanged, this, [this] {
+        mark_->Set({});
         if (!binding_->Showing() && OnChange)
             Guarded(OnChange);
     });
     connect(this, &QLineEdit::returnPressed, this, [this] {
         Tidy();
-        binding_->Commit();
+        if (mark_->Reason().isEmpty())
+            binding_->Commit();
     });
 }
 
@@ -143,19 +135,33 @@ QSize TDBDateTimeEditEh::sizeHint() const
 
 void TDBDateTimeEditEh::SetText(const QString& newText)
 {
-    if (binding_->Changed())
-        setText(newText);
+    if (!binding_->Changed())
+        return;
+    setText(newText);
+    ShowBeginning(*this);
 }
 
-// A date that was typed short is shown in full; anything else stays as typed.
+QString TDBDateTimeEditEh::Text() const
+{
+    const auto value = ReadDateTime(Kind, text());
+    return value ? DateTimeText(Kind, *value) : text();
+}
+
+bool TDBDateTimeEditEh::CheckText()
+{
+    const bool taken = text().trimmed().isEmpty() || ReadDateTime(Kind, text());
+    mark_->Set(taken ? QString() : u"请按 "_s + DateTimeForm(Kind) + u" 输入"_s);
+    return taken;
+}
+
+// A date is shown in its form; anything else stays as typed.
 void TDBDateTimeEditEh::Tidy()
 {
-    const auto value = Read(Kind, text());
-    if (!value)
-        return;
-    const QString full = value->Format(Pattern(Kind));
+    const QString full = Text();
     if (full != text())
         setText(full);
+    CheckText();
+    ShowBeginning(*this);
 }
 
 void TDBDateTimeEditEh::focusOutEvent(QFocusEvent* event)
@@ -164,7 +170,9 @@ void TDBDateTimeEditEh::focusOutEvent(QFocusEvent* event)
     if (event->reason() == Qt::PopupFocusReason)
         return;
     Tidy();
-    binding_->Commit();
+    // What cannot be taken is told at the box; a post asks for it once more, and refuses.
+    if (mark_->Reason().isEmpty())
+        binding_->Commit();
     if (OnExit)
         Guarded(OnExit);
 }
@@ -183,7 +191,7 @@ void TDBDateTimeEditEh::keyPressEvent(QKeyEvent* event)
 // Up and down count the part under the cursor.
 bool TDBDateTimeEditEh::StepPart(int steps)
 {
-    const auto value = Read(Kind, text());
+    const auto value = ReadDateTime(Kind, text());
     if (!value || isReadOnly())
         return false;
     const int cursor = cursorPosition();
@@ -197,7 +205,7 @@ bool TDBDateTimeEditEh::StepPart(int steps)
         moment = moment.addDays(steps);
     else
         moment = moment.addSecs(steps * (place <= 13 ? 3600 : place <= 16 ? 60 : 1));
-    SetText(wire::DateTime{moment.toSecsSinceEpoch()}.Format(Pattern(Kind)));
+    SetText(DateTimeText(Kind, {moment.toSecsSinceEpoch()}));
     setCursorPosition(cursor);
     return true;
 }
@@ -206,7 +214,7 @@ void TDBDateTimeEditEh::DropDown()
 {
     if (isReadOnly() || !isEnabled())
         return;
-    auto* popup = new CalendarPopup(this, Read(Kind, text()).value_or(wire::DateTime::Now()));
+    auto* popup = new CalendarPopup(this, ReadDateTime(Kind, text()).value_or(wire::DateTime::Now()));
     PlacePopup(*popup, *this, popup->sizeHint());
     popup->show();
 }

@@ -2,6 +2,7 @@
 
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBGridPrivate.h"
+#include "runtime/ui/Forms.h"
 #include "runtime/ui/Style.h"
 
 #include <QAbstractButton>
@@ -132,11 +133,33 @@ void TDBGridEh::Private::Attach(TClientDataSetEx* newDataSet)
 
 void TDBGridEh::Private::BindFields()
 {
-    const TClientDataSetEx* open = Open();
+    const TClientDataSetEx* open = OpenDataSet();
     for (TGridColumn& column : columns) {
         column.field =
             open && !column.info.fieldName.isEmpty() ? open->FieldIndex(column.info.fieldName) : -1;
         column.lookupTexts.clear();
+    }
+    FollowLists();
+}
+
+// What a list says of a key changes when the list is read anew.
+void TDBGridEh::Private::FollowLists()
+{
+    for (const QMetaObject::Connection& connection : listConnections)
+        QObject::disconnect(connection);
+    listConnections.clear();
+    std::vector<TClientDataSetEx*> lists;
+    for (const TGridColumn& column : columns) {
+        TDataSource* listSource = column.info.lookup.listSource;
+        TClientDataSetEx* list = listSource ? listSource->DataSet() : nullptr;
+        if (!list || std::find(lists.begin(), lists.end(), list) != lists.end())
+            continue;
+        lists.push_back(list);
+        listConnections.push_back(connect(list, &TClientDataSetEx::DataReset, q, [this] {
+            for (TGridColumn& changed : columns)
+                changed.lookupTexts.clear();
+            q->viewport()->update();
+        }));
     }
 }
 
@@ -144,8 +167,9 @@ void TDBGridEh::Private::DataReset()
 {
     CloseEditor();
     sums.clear();
+    found = {};
     BindFields();
-    const TClientDataSetEx* open = Open();
+    const TClientDataSetEx* open = OpenDataSet();
     // A query run anew names no row of the one before.
     std::erase_if(selected, [open](TBookmark row) { return !open || !open->BookmarkValid(row); });
     // Markers speak of the order shown; another order, or none, takes them away.
@@ -164,7 +188,7 @@ void TDBGridEh::Private::DataReset()
 void TDBGridEh::Private::RowTouched(int viewRow)
 {
     sums.clear();
-    if (model->rowCount() != (Open() ? Open()->RecordCount() : 0)) {
+    if (model->rowCount() != (OpenDataSet() ? OpenDataSet()->RecordCount() : 0)) {
         DataReset();
         return;
     }
@@ -183,7 +207,7 @@ void TDBGridEh::Private::UpdateRow(int viewRow)
 
 int TDBGridEh::Private::CurrentRow() const
 {
-    const TClientDataSetEx* open = Open();
+    const TClientDataSetEx* open = OpenDataSet();
     return open && !open->IsEmpty() ? open->RecNo() - 1 : -1;
 }
 
@@ -197,6 +221,8 @@ void TDBGridEh::Private::FollowCursor()
         return;
     const int column = ShownColumn(currentColumn) ? currentColumn : std::max(0, NextShownColumn(-1, 1));
     const QModelIndex index = model->index(row, column);
+    if (!IsFound(row, column))
+        found = {};
     if (index != q->currentIndex()) {
         moving = true;
         q->setCurrentIndex(index);
@@ -205,13 +231,52 @@ void TDBGridEh::Private::FollowCursor()
     if (!q->isVisible())
         return;
     q->scrollTo(index);
+    if (q->KeepsRowPlace && !placing)
+        rowPlace = RowPlace();
     q->viewport()->update();
     indicator->viewport()->update();
 }
 
+int TDBGridEh::Private::InForm(int y) const
+{
+    const QWidget* form = q;
+    while (!form->isWindow() && !qobject_cast<const TForm*>(form))
+        form = form->parentWidget();
+    return q->viewport()->mapTo(form, QPoint(0, y)).y();
+}
+
+int TDBGridEh::Private::RowPlace() const
+{
+    const int row = CurrentRow();
+    const int top = row < 0 ? -1 : q->rowViewportPosition(row);
+    if (top < 0 || top + rowHeight > q->viewport()->height())
+        return -1;
+    return InForm(top);
+}
+
+void TDBGridEh::Private::RestoreRowPlace(int place)
+{
+    const int row = CurrentRow();
+    if (place < 0 || row < 0)
+        return;
+    const int now = InForm(q->rowViewportPosition(row));
+    const int fitting = std::max(1, q->viewport()->height() / rowHeight);
+    const int first = q->verticalScrollBar()->value() + qRound(double(now - place) / rowHeight);
+    q->verticalScrollBar()->setValue(std::clamp(first, row - fitting + 1, row));
+}
+
+void TDBGridEh::resizeEvent(QResizeEvent* event)
+{
+    const int place = d_->rowPlace;
+    const bool outermost = !d_->placing;
+    QTableView::resizeEvent(event);
+    if (outermost && KeepsRowPlace)
+        d_->RestoreRowPlace(place);
+}
+
 void TDBGridEh::Private::EditingStateChanged()
 {
-    const TClientDataSetEx* open = Open();
+    const TClientDataSetEx* open = OpenDataSet();
     if (!open || open->State() == TDataSetState::Browse)
         CloseEditor();
     if (!open)
@@ -246,7 +311,7 @@ QString TDBGridEh::FooterText(int footerRow, int column) const
     if (footerRow >= int(entry.info.footers.size()))
         return {};
     const TFooter& footer = entry.info.footers[size_t(footerRow)];
-    const TClientDataSetEx* open = d_->Open();
+    const TClientDataSetEx* open = d_->OpenDataSet();
     switch (footer.valueType) {
     case TFooterValueType::None:
         return {};

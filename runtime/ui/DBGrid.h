@@ -13,6 +13,7 @@
 #include <vector>
 
 class TDBGridEh;
+class TDBLookupComboboxEh;
 
 enum class TAlignment { Left, Right, Center };
 enum class TSortMarker { None, Up, Down }; // Up: ascending
@@ -40,6 +41,8 @@ struct TLookupParams {
     std::vector<TLookupColumn> columns{};
     // Extra fields whose beginning may also be typed (codes).
     QStringList searchFields{};
+    // Said at a text that no row holds.
+    QString unknownText = QStringLiteral("列表中没有");
 };
 
 // One column of a grid. Title levels are separated by "|": "商品信息|名称".
@@ -60,6 +63,16 @@ struct TColumnEh {
     QString displayFormat{}; // date-times: "yyyy-mm-dd hh:nn:ss" pattern; numbers: decimals as "0.00"
     bool numericOnly = false;
     QString nullText{}; // shown where the field is null
+};
+
+// Under a column of numbers: a word in the upper footer row, the sum in the lower.
+RUNTIME_EXPORT std::vector<TFooter> SumFooters(const QString& word = {});
+
+// How the user left a column.
+struct TColumnPlace {
+    int column = -1; // its index before
+    QString title{};
+    int width = 80; // pixels at 96 dpi
 };
 
 // What a handler may change of one cell about to be painted.
@@ -118,6 +131,13 @@ public:
     int ColumnIndex(QStringView fieldName) const noexcept; // first by field name, case-insensitive; -1
     void ModifyColumn(int index, const std::function<void(TColumnEh&)>& change);
     void MoveColumn(int from, int to);
+    // All columns, in the order to be shown, each once.
+    void ArrangeColumns(const std::vector<TColumnPlace>& places);
+    // Back to the order, titles and widths of SetColumns, and to the visibility that the program gave.
+    void RestoreDefaultColumns();
+    // Columns of this title show the row's number in the order shown, whatever their field, while the sum
+    // list is active.
+    void SetRowNumberTitle(const QString& title);
 
     bool ReadOnly = false; // no cell may be edited
     bool AllowInsert = false; // rows by keyboard; the data view's grid has neither
@@ -128,6 +148,9 @@ public:
     int FooterRowCount() const noexcept;
     void SetFooterColor(const QColor& color);
     QString FooterText(int footerRow, int column) const;
+    // Whether the current row stays at its place in the window, as near as whole rows allow, when what lies
+    // above the grid grows or shrinks.
+    bool KeepsRowPlace = false;
     // Sorting by title clicks; the data view switches it off while a row is edited.
     void SetSortLocal(bool on);
     bool SortLocal() const noexcept;
@@ -158,8 +181,9 @@ public:
     // Closes an open editor, writing what it holds; false when it could not be written.
     bool CommitEditor();
 
-    // Jumps to the next row whose current column contains the text; the host's search box and the find
-    // dialog (Ctrl+F) use it. False when there is none.
+    // Jumps to the next row whose current column contains the text, brings the cell and its neighbours into
+    // sight and colours it until the current cell changes; the host's search box and the find dialog (Ctrl+F)
+    // use it. False when there is none.
     bool FindText(const QString& text, bool fromCurrent = true, bool backwards = false);
     void ShowFindDialog();
 
@@ -171,6 +195,8 @@ public:
     std::function<void(const TColumnEh& column)> OnCellClick;
     std::function<void()> OnDblClick;
     std::function<void(QKeyEvent* event)> OnKeyDown; // accept the event to eat it
+    // A row was taken from the list of a lookup cell's editor, before the cell is written.
+    std::function<void(const TColumnEh& column, const TDBLookupComboboxEh& editor)> OnLookupUpdateData;
     std::function<bool(int column)> OnColExit; // false keeps the column
     std::function<void()> OnColEnter;
 
@@ -193,6 +219,8 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    bool viewportEvent(QEvent* event) override;
     void changeEvent(QEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;

@@ -32,7 +32,9 @@ void TDBGridEh::SetColumns(std::vector<TColumnEh> columns)
     for (TColumnEh& column : columns) {
         if (column.title.isEmpty() && !column.fieldName.isEmpty())
             column.title = column.fieldName;
-        d_->columns.push_back({std::move(column), -1, 0, {}});
+        TGridColumn& entry = d_->columns.emplace_back();
+        entry.initial = {int(d_->columns.size()) - 1, column.title, column.width, column.visible};
+        entry.info = std::move(column);
     }
     d_->currentColumn = std::max(0, d_->NextShownColumn(-1, 1));
     d_->BindFields();
@@ -64,7 +66,11 @@ int TDBGridEh::ColumnIndex(QStringView fieldName) const noexcept
 
 void TDBGridEh::ModifyColumn(int index, const std::function<void(TColumnEh&)>& change)
 {
-    change(d_->columns.at(size_t(index)).info);
+    TGridColumn& entry = d_->columns.at(size_t(index));
+    const bool visible = entry.info.visible;
+    change(entry.info);
+    if (entry.info.visible != visible)
+        entry.initial.visible = entry.info.visible;
     d_->BindFields();
     d_->RenumberMarkers();
     d_->ApplyColumns();
@@ -89,10 +95,59 @@ void TDBGridEh::MoveColumn(int from, int to)
         --current;
     else if (to <= current && current < from)
         ++current;
-    d_->model->Reset();
+    d_->ColumnsReordered();
+}
+
+void TDBGridEh::Private::ColumnsReordered()
+{
+    model->Reset();
+    ApplyColumns();
+    FollowCursor();
+    Q_EMIT q->ColumnsChanged();
+}
+
+// What only the user asked for is undone by the default columns.
+void TDBGridEh::Private::ShowColumn(int column, bool on)
+{
+    const bool initial = columns[size_t(column)].initial.visible;
+    q->ModifyColumn(column, [on](TColumnEh& changed) { changed.visible = on; });
+    columns[size_t(column)].initial.visible = initial;
+}
+
+void TDBGridEh::ArrangeColumns(const std::vector<TColumnPlace>& places)
+{
+    if (places.size() != d_->columns.size() || !CommitEditor())
+        return;
+    std::vector<TGridColumn> arranged;
+    arranged.reserve(places.size());
+    int current = 0;
+    for (const TColumnPlace& place : places) {
+        if (place.column == d_->currentColumn)
+            current = int(arranged.size());
+        TGridColumn& entry = arranged.emplace_back(std::move(d_->columns.at(size_t(place.column))));
+        entry.info.title = place.title;
+        entry.info.width = place.width;
+    }
+    d_->columns = std::move(arranged);
+    d_->currentColumn = current;
+    d_->ColumnsReordered();
+}
+
+void TDBGridEh::RestoreDefaultColumns()
+{
+    std::vector<TColumnPlace> places(d_->columns.size());
+    for (size_t i = 0; i < places.size(); ++i) {
+        TGridColumn& entry = d_->columns[i];
+        entry.info.visible = entry.initial.visible;
+        places[size_t(entry.initial.place)] = {int(i), entry.initial.title, entry.initial.width};
+    }
+    ArrangeColumns(places);
+}
+
+void TDBGridEh::SetRowNumberTitle(const QString& title)
+{
+    d_->rowNumberTitle = title;
     d_->ApplyColumns();
-    d_->FollowCursor();
-    Q_EMIT ColumnsChanged();
 }
 
 void TDBGridEh::SetFrozenCols(int count)
@@ -118,6 +173,7 @@ void TDBGridEh::Private::ApplyColumns()
     const bool blocked = header->blockSignals(true);
     for (int i = 0; i < int(columns.size()); ++i) {
         const TColumnEh& column = columns[size_t(i)].info;
+        columns[size_t(i)].rowNumber = !rowNumberTitle.isEmpty() && column.title == rowNumberTitle;
         header->setSectionHidden(i, !column.visible);
         if (column.visible)
             header->resizeSection(i, std::max(Scaled(*q, column.width), Scaled(*q, 8)));
@@ -216,7 +272,7 @@ void TDBGridEh::ClickTitle(int column)
     if (OnTitleBtnClick)
         Guarded([&] { OnTitleBtnClick(column); });
     TGridColumn& entry = d_->columns[size_t(column)];
-    const bool sortable = !d_->Open() || entry.field >= 0;
+    const bool sortable = !d_->OpenDataSet() || entry.field >= 0;
     if (!d_->sortLocal || !sortable || !CommitEditor())
         return;
     TSortMarker& marker = entry.info.sortMarker;
@@ -238,7 +294,7 @@ void TDBGridEh::ClearSortMarkers()
 void TDBGridEh::Private::ApplySorting()
 {
     header->viewport()->update();
-    TClientDataSetEx* open = Open();
+    TClientDataSetEx* open = OpenDataSet();
     if (!open)
         return;
     std::vector<const TGridColumn*> marked;
@@ -269,12 +325,41 @@ void TDBGridEh::Private::ApplySorting()
     });
 }
 
+const TGridColumn::LookupText& TDBGridEh::Private::LookupTextOf(
+    const TGridColumn& column, const QString& key) const
+{
+    const auto known = column.lookupTexts.constFind(key);
+    if (known != column.lookupTexts.constEnd())
+        return *known;
+    const TLookupParams& lookup = column.info.lookup;
+    return *column.lookupTexts.insert(key, {LookupShownText(lookup, key), LookupKnows(lookup, key)});
+}
+
+bool TDBGridEh::Private::ShowsUnknown(int viewRow, int column) const
+{
+    const TClientDataSetEx* open = OpenDataSet();
+    const TGridColumn& entry = columns[size_t(column)];
+    return open && entry.field >= 0 && entry.info.style == TColumnStyle::Lookup && !entry.info.readOnly
+        && !q->ReadOnly && viewRow >= 0 && viewRow < open->RecordCount()
+        && !LookupTextOf(entry, open->ViewText(viewRow, entry.field)).known;
+}
+
+std::vector<TFooter> SumFooters(const QString& word)
+{
+    TFooter upper;
+    if (!word.isEmpty())
+        upper = {TFooterValueType::StaticText, word, TAlignment::Right};
+    return {upper, {TFooterValueType::Sum, {}, TAlignment::Right}};
+}
+
 QString TDBGridEh::CellText(int viewRow, int column) const
 {
-    const TClientDataSetEx* open = d_->Open();
+    const TClientDataSetEx* open = d_->OpenDataSet();
     if (!open || column < 0 || column >= ColumnCount() || viewRow < 0 || viewRow >= open->RecordCount())
         return {};
-    TGridColumn& entry = d_->columns[size_t(column)];
+    const TGridColumn& entry = d_->columns[size_t(column)];
+    if (entry.rowNumber && d_->sumList)
+        return QString::number(viewRow + 1);
     if (entry.field < 0)
         return {};
     const TColumnEh& info = entry.info;
@@ -288,15 +373,8 @@ QString TDBGridEh::CellText(int viewRow, int column) const
         const qsizetype index = info.keyList.indexOf(key);
         return index >= 0 && index < info.pickList.size() ? info.pickList[index] : key;
     }
-    case TColumnStyle::Lookup: {
-        const QString key = open->ViewText(viewRow, entry.field);
-        if (key.isEmpty() || info.lookup.listField.isEmpty() || info.lookup.listField == info.lookup.keyField)
-            return key;
-        const auto known = entry.lookupTexts.constFind(key);
-        if (known != entry.lookupTexts.constEnd())
-            return *known;
-        return *entry.lookupTexts.insert(key, LookupShownText(info.lookup, key));
-    }
+    case TColumnStyle::Lookup:
+        return d_->LookupTextOf(entry, open->ViewText(viewRow, entry.field)).shown;
     case TColumnStyle::Memo:
         return open->ViewText(viewRow, entry.field).simplified();
     default:

@@ -24,7 +24,7 @@ bool Within(const QWidget* root, const QWidget* widget)
 
 bool TDBGridEh::Private::Editable(int column) const
 {
-    const TClientDataSetEx* open = Open();
+    const TClientDataSetEx* open = OpenDataSet();
     return open && !q->ReadOnly && ShownColumn(column) && !columns[size_t(column)].info.readOnly
         && columns[size_t(column)].field >= 0 && (!open->IsEmpty() || q->AllowInsert);
 }
@@ -32,7 +32,7 @@ bool TDBGridEh::Private::Editable(int column) const
 // Puts the row in edit; a handler's refusal is no error.
 bool TDBGridEh::Private::BeginEdit()
 {
-    TClientDataSetEx* open = Open();
+    TClientDataSetEx* open = OpenDataSet();
     if (!open)
         return false;
     bool editing = false;
@@ -76,7 +76,7 @@ QString TDBGridEh::Private::StoredText(int column, const QString& shown) const
 
 bool TDBGridEh::Private::WriteCell(int column, const QString& stored)
 {
-    TClientDataSetEx* open = Open();
+    TClientDataSetEx* open = OpenDataSet();
     const int field = columns[size_t(column)].field;
     if (!open || field < 0 || !BeginEdit())
         return false;
@@ -92,7 +92,7 @@ QWidget* TDBGridEh::Private::MakeEditor(int column)
 {
     const TGridColumn& entry = columns[size_t(column)];
     const TColumnEh& info = entry.info;
-    const TField& field = Open()->Field(entry.field);
+    const TField& field = OpenDataSet()->Field(entry.field);
     const QString shown = q->CellText(CurrentRow(), column);
     QWidget* parent = q->viewport();
     const auto changed = [this] { EditorChanged(); };
@@ -115,7 +115,9 @@ QWidget* TDBGridEh::Private::MakeEditor(int column)
         box->SetLookup(info.lookup);
         box->SetText(shown);
         box->OnChange = changed;
-        box->OnUpdateData = [this] {
+        box->OnUpdateData = [this, box, column] {
+            if (q->OnLookupUpdateData)
+                q->OnLookupUpdateData(q->Column(column), *box);
             QMetaObject::invokeMethod(
                 q, [this] { q->CommitEditor(); }, Qt::QueuedConnection);
         };
@@ -131,10 +133,12 @@ QWidget* TDBGridEh::Private::MakeEditor(int column)
     default:
         break;
     }
-    if (field.DataType() == wire::ColumnType::DateTime) {
+    if (field.DataType() == wire::ColumnType::DateTime || info.style == TColumnStyle::DateTime) {
         auto* edit = new TDBDateTimeEditEh(parent);
         if (!info.displayFormat.isEmpty() && !info.displayFormat.contains(u"hh"_s))
             edit->Kind = TDateTimeKind::Date;
+        else if (!info.displayFormat.isEmpty() && !info.displayFormat.contains(u"dd"_s))
+            edit->Kind = TDateTimeKind::Time;
         edit->SetText(shown);
         edit->OnChange = changed;
         return edit;
@@ -157,7 +161,7 @@ bool TDBGridEh::EditCurrentCell()
     const int column = SelectedIndex();
     if (d_->editor)
         return true;
-    if (column < 0 || !d_->Editable(column) || d_->Open()->IsEmpty()
+    if (column < 0 || !d_->Editable(column) || d_->OpenDataSet()->IsEmpty()
         || Column(column).style == TColumnStyle::CheckBox)
         return false;
     scrollTo(currentIndex());
@@ -262,9 +266,18 @@ bool TDBGridEh::CommitEditor()
     const QPointer<TDBGridEh> alive(this);
     QString text = d_->EditorText();
     bool written = d_->AcceptableText(text);
-    if (!written && Application)
+    auto* date = qobject_cast<TDBDateTimeEditEh*>(d_->editor);
+    const auto* lookup = qobject_cast<TDBLookupComboboxEh*>(d_->editor);
+    if (date) {
+        // Its own hint tells the form.
+        written = date->CheckText();
+        text = date->Text();
+    } else if (!written && Application) {
         Application->HandleException(u"“%1”不在列表中，请从列表中选择。"_s.arg(text));
-    written = written && d_->WriteCell(d_->editorColumn, d_->StoredText(d_->editorColumn, text));
+    }
+    const QString stored =
+        lookup && lookup->ChosenRow() ? lookup->KeyValue() : d_->StoredText(d_->editorColumn, text);
+    written = written && d_->WriteCell(d_->editorColumn, stored);
     if (!alive)
         return written;
     d_->committing = false;

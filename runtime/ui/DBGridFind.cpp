@@ -8,10 +8,15 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScrollBar>
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr int kRowsAroundFound = 2; // rows shown above and below a cell that was found
 
 // Stays open beside the grid while the user steps through the hits.
 class FindDialog : public QDialog {
@@ -80,7 +85,7 @@ private:
 
 bool TDBGridEh::FindText(const QString& text, bool fromCurrent, bool backwards)
 {
-    const TClientDataSetEx* open = d_->Open();
+    const TClientDataSetEx* open = d_->OpenDataSet();
     if (!open || text.isEmpty() || open->IsEmpty() || SelectedIndex() < 0)
         return false;
     d_->lastFound = text;
@@ -93,9 +98,28 @@ bool TDBGridEh::FindText(const QString& text, bool fromCurrent, bool backwards)
         if (!d_->MoveTo(row, d_->currentColumn))
             return false;
         d_->SelectAfterMove({});
+        d_->ShowFound(d_->CurrentRow(), d_->currentColumn);
         return true;
     }
     return false;
+}
+
+bool TDBGridEh::Private::IsFound(int viewRow, int column) const
+{
+    return found.row && column == found.column && OpenDataSet()->ViewBookmark(viewRow) == found.row;
+}
+
+void TDBGridEh::Private::ShowFound(int viewRow, int column)
+{
+    found = {OpenDataSet()->ViewBookmark(viewRow), column};
+    const int fitting = std::max(1, q->viewport()->height() / rowHeight);
+    const int neighbours = std::min(kRowsAroundFound, (fitting - 1) / 2);
+    QScrollBar& bar = *q->verticalScrollBar();
+    if (viewRow - neighbours < bar.value())
+        bar.setValue(viewRow - neighbours);
+    else if (viewRow + neighbours >= bar.value() + fitting)
+        bar.setValue(viewRow + neighbours + 1 - fitting);
+    q->viewport()->update();
 }
 
 void TDBGridEh::ShowFindDialog()

@@ -3,6 +3,7 @@
 #include "runtime/ui/DBGridPrivate.h"
 
 #include <QApplication>
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QScrollBar>
@@ -15,7 +16,7 @@ using namespace Qt::Literals::StringLiterals;
 // Posts what is pending. A refusal has told its reason already.
 bool TDBGridEh::Private::PostRow()
 {
-    TClientDataSetEx* open = Open();
+    TClientDataSetEx* open = OpenDataSet();
     if (!open || open->State() == TDataSetState::Browse)
         return true;
     if (!q->CommitEditor())
@@ -31,7 +32,7 @@ bool TDBGridEh::Private::PostRow()
 
 bool TDBGridEh::Private::MoveTo(int viewRow, int column)
 {
-    TClientDataSetEx* open = Open();
+    TClientDataSetEx* open = OpenDataSet();
     if (!open || moving || viewRow < 0 || viewRow >= open->RecordCount() || !ShownColumn(column))
         return false;
     const bool sameRow = viewRow == CurrentRow();
@@ -50,7 +51,7 @@ bool TDBGridEh::Private::MoveTo(int viewRow, int column)
     if (!sameRow) {
         // A post may reorder the rows: the aim is a row, not a number.
         const TBookmark aim = open->ViewBookmark(viewRow);
-        if (!PostRow() || !Open() || !open->GotoBookmark(aim)) {
+        if (!PostRow() || !OpenDataSet() || !open->GotoBookmark(aim)) {
             FollowCursor();
             return false;
         }
@@ -65,7 +66,7 @@ bool TDBGridEh::Private::MoveTo(int viewRow, int column)
 
 bool TDBGridEh::Private::MoveBy(int rows)
 {
-    TClientDataSetEx* open = Open();
+    TClientDataSetEx* open = OpenDataSet();
     const int row = CurrentRow();
     if (!open || row < 0)
         return false;
@@ -95,29 +96,34 @@ bool TDBGridEh::Private::MoveOn(int step)
         return MoveTo(row, next);
     const int wrapped = NextShownColumn(step > 0 ? -1 : int(columns.size()), step);
     const int target = row + step;
-    if (target < 0 || target >= Open()->RecordCount()) {
+    if (target < 0 || target >= OpenDataSet()->RecordCount()) {
         q->CommitEditor();
         return false;
     }
-    return MoveTo(target, wrapped);
+    if (!MoveTo(target, wrapped))
+        return false;
+    SelectAfterMove({});
+    return true;
 }
 
 void TDBGridEh::Private::Escape()
 {
-    TClientDataSetEx* open = Open();
+    TClientDataSetEx* open = OpenDataSet();
     if (editor)
         CloseEditor();
     else if (open && open->State() != TDataSetState::Browse)
         Guarded([&] { open->Cancel(); });
-    else
+    else {
+        found = {};
         q->ClearSelectedRows();
+    }
 }
 
 bool TDBGridEh::Private::Navigate(QKeyEvent* event)
 {
     const bool control = event->modifiers() & Qt::ControlModifier;
     const int row = CurrentRow();
-    const TClientDataSetEx* open = Open();
+    const TClientDataSetEx* open = OpenDataSet();
     if (!open)
         return false;
     const int page = std::max(1, q->viewport()->height() / rowHeight - 1);
@@ -158,7 +164,7 @@ bool TDBGridEh::Private::Navigate(QKeyEvent* event)
 bool TDBGridEh::Private::Command(QKeyEvent* event)
 {
     const bool control = event->modifiers() & Qt::ControlModifier;
-    TClientDataSetEx* open = Open();
+    TClientDataSetEx* open = OpenDataSet();
     switch (event->key()) {
     case Qt::Key_Tab:
         return !control && MoveOn(1);
@@ -170,7 +176,7 @@ bool TDBGridEh::Private::Command(QKeyEvent* event)
         return true;
     case Qt::Key_Escape: {
         const bool something =
-            editor || !selected.empty() || (open && open->State() != TDataSetState::Browse);
+            editor || found.row || !selected.empty() || (open && open->State() != TDataSetState::Browse);
         Escape();
         return something;
     }
@@ -243,7 +249,7 @@ void TDBGridEh::keyPressEvent(QKeyEvent* event)
     const bool printable = !typed.isEmpty() && typed[0].isPrint()
         && !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
     if (printable && d_->Editable(d_->currentColumn)) {
-        if (d_->Open()->IsEmpty() && !d_->BeginEdit())
+        if (d_->OpenDataSet()->IsEmpty() && !d_->BeginEdit())
             return;
         if (EditCurrentCell() && d_->editor) {
             QWidget* receiver = d_->editor->focusProxy() ? d_->editor->focusProxy() : d_->editor.data();
@@ -273,7 +279,7 @@ void TDBGridEh::inputMethodEvent(QInputMethodEvent* event)
 // Letters typed into a column that cannot be edited lead to the next row that begins with them.
 void TDBGridEh::Private::SearchTyped(const QString& typed)
 {
-    const TClientDataSetEx* open = Open();
+    const TClientDataSetEx* open = OpenDataSet();
     if (!open || CurrentRow() < 0)
         return;
     if (!typed.isEmpty() && typed[0].isPrint())
@@ -306,10 +312,12 @@ void TDBGridEh::mousePressEvent(QMouseEvent* event)
         return;
     }
     const bool already = index.row() == d_->CurrentRow() && index.column() == d_->currentColumn && hasFocus();
-    const TBookmark aim = d_->Open()->ViewBookmark(index.row());
+    const TBookmark aim = d_->OpenDataSet()->ViewBookmark(index.row());
+    d_->pressedRow = aim;
+    d_->sincePress.start();
     if (!d_->MoveTo(index.row(), index.column()))
         return;
-    const int row = d_->Open()->ViewRowOf(aim);
+    const int row = d_->OpenDataSet()->ViewRowOf(aim);
     if (event->button() != Qt::LeftButton || row < 0)
         return;
     d_->pressed = d_->model->index(row, index.column());
@@ -364,12 +372,30 @@ void TDBGridEh::mouseReleaseEvent(QMouseEvent* event)
 void TDBGridEh::mouseDoubleClickEvent(QMouseEvent* event)
 {
     const QModelIndex index = indexAt(event->position().toPoint());
+    if (index.isValid() && d_->OpenDataSet()->ViewBookmark(index.row()) != d_->pressedRow
+        && d_->sincePress.isValid() && d_->sincePress.elapsed() < 2 * QApplication::doubleClickInterval()) {
+        // The rows moved under the pointer after the first press: a click, then, on what is there now.
+        mousePressEvent(event);
+        return;
+    }
     if (event->button() != Qt::LeftButton || !index.isValid() || !d_->MoveTo(index.row(), index.column()))
         return;
     if (OnDblClick)
         Guarded(OnDblClick);
     else
         EditCurrentCell();
+}
+
+bool TDBGridEh::viewportEvent(QEvent* event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QTableView::viewportEvent(event);
+    const auto* help = static_cast<QHelpEvent*>(event);
+    const QModelIndex index = indexAt(help->pos());
+    const bool unknown = index.isValid() && d_->ShowsUnknown(index.row(), index.column());
+    QToolTip::showText(
+        help->globalPos(), unknown ? Column(index.column()).lookup.unknownText : QString(), this);
+    return true;
 }
 
 void TDBGridEh::currentChanged(const QModelIndex& current, const QModelIndex& previous)

@@ -10,7 +10,7 @@ TDBGridModel::TDBGridModel(TDBGridEh* grid)
 
 TClientDataSetEx* TDBGridModel::OpenDataSet() const noexcept
 {
-    return grid_->d_->Open();
+    return grid_->d_->OpenDataSet();
 }
 
 int TDBGridModel::ViewRow(int modelRow) const noexcept

@@ -1,4 +1,5 @@
 #include "runtime/ui/DBGridPrivate.h"
+#include "runtime/ui/Style.h"
 #include "wire/Error.h"
 
 #include <QPaintEvent>
@@ -46,10 +47,12 @@ const TTextCache::Entry& TTextCache::Fit(
 
 void TDBGridEh::paintEvent(QPaintEvent* event)
 {
+    if (KeepsRowPlace)
+        d_->rowPlace = d_->RowPlace();
     QPainter painter(viewport());
     const QRect dirty = event->rect();
     painter.fillRect(dirty, palette().color(QPalette::Base));
-    if (!d_->Open() || d_->columns.empty())
+    if (!d_->OpenDataSet() || d_->columns.empty())
         return;
     painter.setFont(font());
     const int frozenWidth = d_->FrozenWidth();
@@ -69,7 +72,7 @@ void TDBGridEh::paintEvent(QPaintEvent* event)
 
 void TDBGridEh::Private::PaintRows(QPainter& painter, const QRect& dirty, bool frozenPart)
 {
-    const TClientDataSetEx& open = *Open();
+    const TClientDataSetEx& open = *OpenDataSet();
     const int rows = std::min(model->rowCount(), open.RecordCount());
     const int offset = indicator->offset();
     const int firstRow = std::max(0, (offset + dirty.top()) / rowHeight);
@@ -97,6 +100,7 @@ void TDBGridEh::Private::PaintRows(QPainter& painter, const QRect& dirty, bool f
     for (int row = firstRow; row <= lastRow; ++row) {
         const int top = row * rowHeight - offset;
         const bool marked = !selected.empty() && selected.contains(open.ViewBookmark(row));
+        const int foundColumn = found.row && open.ViewBookmark(row) == found.row ? found.column : -1;
         for (size_t i = 0; i < places.size(); ++i) {
             params[i] = {base, palette.color(QPalette::Text), q->font()};
             AskHandler(columns[size_t(places[i].column)].info, row, params[i]);
@@ -109,6 +113,8 @@ void TDBGridEh::Private::PaintRows(QPainter& painter, const QRect& dirty, bool f
                 background = Mixed(background, highlight, 0.34);
             if (row == currentRow)
                 background = Mixed(background, highlight, marked ? 0.16 : 0.2);
+            if (places[i].column == foundColumn)
+                background = FoundCellColor();
         }
         // Neighbours of one colour are filled together.
         for (size_t i = 0, from = 0; i < places.size(); ++i) {
@@ -181,7 +187,11 @@ void TDBGridEh::Private::PaintCell(
     const QRect inner = rect.adjusted(3, 0, -3, 0);
     if (inner.width() <= 0)
         return;
-    painter.setPen(params.foreground.isValid() ? params.foreground : q->palette().color(QPalette::Text));
+    const bool unknown =
+        entry.info.style == TColumnStyle::Lookup && !entry.info.readOnly && ShowsUnknown(viewRow, column);
+    painter.setPen(unknown                ? UnknownTextColor()
+            : params.foreground.isValid() ? params.foreground
+                                          : q->palette().color(QPalette::Text));
     const QFont& font = q->font();
     if (params.font != font) {
         painter.save();
@@ -201,7 +211,39 @@ void TDBGridEh::Private::PaintCell(
         left = inner.right() + 1 - fitted.width;
     else if (entry.info.alignment == TAlignment::Center)
         left = inner.left() + (inner.width() - fitted.width) / 2;
+    if (column == found.column && IsFound(viewRow, column))
+        PaintFound(painter, inner, text, left);
     painter.drawStaticText(left, rect.top() + (rect.height() - metrics.height()) / 2, fitted.text);
+    // The cache may let go of the text for the word's sake: nothing of it is needed any more.
+    if (unknown)
+        PaintUnknown(painter, inner, entry, left + fitted.width);
+}
+
+// The letters found, where the cell is wide enough to show them.
+void TDBGridEh::Private::PaintFound(QPainter& painter, const QRect& inner, const QString& text, int left)
+{
+    const qsizetype at = text.indexOf(lastFound, 0, Qt::CaseInsensitive);
+    if (at < 0)
+        return;
+    const QFontMetrics& metrics = q->fontMetrics();
+    const QRect letters(left + metrics.horizontalAdvance(text.left(at)), inner.top(),
+        metrics.horizontalAdvance(text.mid(at, lastFound.size())), inner.height());
+    painter.fillRect(letters.intersected(inner), FoundTextColor());
+}
+
+// Beside the text, where it leaves room: why it has that colour.
+void TDBGridEh::Private::PaintUnknown(
+    QPainter& painter, const QRect& inner, const TGridColumn& column, int textEnd)
+{
+    const int room = inner.right() - textEnd - inner.height() / 2;
+    if (room <= 0)
+        return;
+    const QFontMetrics& metrics = q->fontMetrics();
+    const TTextCache::Entry& word =
+        texts.Fit(column.info.lookup.unknownText, inner.width(), metrics, q->font());
+    if (word.width <= room)
+        painter.drawStaticText(
+            inner.right() - word.width, inner.top() + (inner.height() - metrics.height()) / 2, word.text);
 }
 
 void TDBGridEh::Private::PaintCheck(QPainter& painter, const QRect& rect, bool checked)

@@ -4,6 +4,7 @@
 #include "runtime/ui/GridFooter.h"
 #include "runtime/ui/GridHeader.h"
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QPointer>
 #include <QStaticText>
@@ -16,7 +17,20 @@ struct TGridColumn {
     TColumnEh info;
     int field = -1; // of the dataset; -1 while closed or absent
     int markOrder = 0; // among the sort markers, from 1; 0 unmarked
-    QHash<QString, QString> lookupTexts;
+    bool rowNumber = false;
+    // What the list of a lookup column says of a key.
+    struct LookupText {
+        QString shown;
+        bool known = true;
+    };
+    mutable QHash<QString, LookupText> lookupTexts;
+    // As the program set it, for restoring.
+    struct {
+        int place = 0;
+        QString title;
+        int width = 0;
+        bool visible = true;
+    } initial;
 };
 
 // Texts laid out once and painted many times.
@@ -57,8 +71,10 @@ public:
     QPointer<TDataSource> source;
     QPointer<TClientDataSetEx> dataSet;
     std::vector<QMetaObject::Connection> connections;
+    std::vector<QMetaObject::Connection> listConnections; // to the lists of lookup columns
+    void FollowLists();
     void Attach(TClientDataSetEx* newDataSet);
-    TClientDataSetEx* Open() const noexcept
+    TClientDataSetEx* OpenDataSet() const noexcept
     {
         return dataSet && dataSet->Active() ? dataSet.data() : nullptr;
     }
@@ -73,6 +89,11 @@ public:
     int frozen = 0;
     int currentColumn = 0;
     void ApplyColumns();
+    void ColumnsReordered();
+    void ShowColumn(int column, bool on); // the user's wish, not the program's
+    QString rowNumberTitle;
+    const TGridColumn::LookupText& LookupTextOf(const TGridColumn& column, const QString& key) const;
+    bool ShowsUnknown(int viewRow, int column) const; // a lookup cell whose text its list does not hold
     bool ShownColumn(int column) const;
     int NextShownColumn(int column, int step) const; // -1 when there is none
     int FrozenWidth() const;
@@ -90,12 +111,19 @@ public:
 
     // Painting.
     bool placing = false;
+    // Where the current row was last seen, in pixels of its form; -1: out of sight.
+    int rowPlace = -1;
+    int InForm(int y) const; // a height in the viewport, as one in the form
+    int RowPlace() const;
+    void RestoreRowPlace(int place);
     mutable TTextCache texts;
     int rowHeight = 18;
     void PaintRows(QPainter& painter, const QRect& dirty, bool frozenPart);
     void AskHandler(const TColumnEh& column, int viewRow, TCellParams& params) const;
     void PaintCell(QPainter& painter, const QRect& rect, int viewRow, int column, TCellParams& params);
     void PaintCheck(QPainter& painter, const QRect& rect, bool checked);
+    void PaintFound(QPainter& painter, const QRect& inner, const QString& text, int left);
+    void PaintUnknown(QPainter& painter, const QRect& inner, const TGridColumn& column, int textEnd);
     void UpdateRow(int viewRow);
 
     // Current cell. False: a pending edit, or leaving the column, was refused.
@@ -109,6 +137,13 @@ public:
     QString typedSearch;
     QTimer searchPause;
     QString lastFound;
+    // The cell that a search found, while it is current.
+    struct {
+        TBookmark row = 0;
+        int column = -1;
+    } found;
+    void ShowFound(int viewRow, int column);
+    bool IsFound(int viewRow, int column) const;
     void SearchTyped(const QString& typed);
     bool Navigate(QKeyEvent* event);
     bool Command(QKeyEvent* event);
@@ -120,6 +155,9 @@ public:
     TBookmark anchor = 0;
     bool dragging = false;
     QPersistentModelIndex pressed;
+    // The row of the last press, so that a double click whose rows moved between its presses opens nothing.
+    TBookmark pressedRow = 0;
+    QElapsedTimer sincePress;
     void SelectOnly(int viewRow);
     void SelectToggle(int viewRow);
     void SelectTo(int viewRow);

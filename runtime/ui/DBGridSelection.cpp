@@ -7,7 +7,7 @@
 
 std::vector<TBookmark> TDBGridEh::SelectedRows() const
 {
-    const TClientDataSetEx* open = d_->Open();
+    const TClientDataSetEx* open = d_->OpenDataSet();
     std::vector<std::pair<int, TBookmark>> rows;
     if (open) {
         rows.reserve(d_->selected.size());
@@ -45,7 +45,7 @@ bool TDBGridEh::IsRowSelected(TBookmark row) const
 
 void TDBGridEh::selectAll()
 {
-    const TClientDataSetEx* open = d_->Open();
+    const TClientDataSetEx* open = d_->OpenDataSet();
     if (!open)
         return;
     std::vector<TBookmark> rows(size_t(open->RecordCount()));
@@ -56,12 +56,12 @@ void TDBGridEh::selectAll()
 
 void TDBGridEh::Private::SelectOnly(int viewRow)
 {
-    q->SelectRows({Open()->ViewBookmark(viewRow)});
+    q->SelectRows({OpenDataSet()->ViewBookmark(viewRow)});
 }
 
 void TDBGridEh::Private::SelectToggle(int viewRow)
 {
-    const TBookmark bookmark = Open()->ViewBookmark(viewRow);
+    const TBookmark bookmark = OpenDataSet()->ViewBookmark(viewRow);
     if (selected.erase(bookmark) == 0)
         selected.insert(bookmark);
     anchor = bookmark;
@@ -71,7 +71,7 @@ void TDBGridEh::Private::SelectToggle(int viewRow)
 // Everything between the row where the selection began and this one.
 void TDBGridEh::Private::SelectTo(int viewRow)
 {
-    const TClientDataSetEx& open = *Open();
+    const TClientDataSetEx& open = *OpenDataSet();
     const int began = anchor ? open.ViewRowOf(anchor) : -1;
     const int from = began >= 0 ? began : viewRow;
     const TBookmark keep = open.ViewBookmark(from);
@@ -97,7 +97,7 @@ void TDBGridEh::Private::SelectAfterMove(Qt::KeyboardModifiers modifiers)
 
 void TDBGridEh::Private::CopyToClipboard() const
 {
-    const TClientDataSetEx* open = Open();
+    const TClientDataSetEx* open = OpenDataSet();
     if (!open || CurrentRow() < 0)
         return;
     const std::vector<TBookmark> rows = q->SelectedRows();

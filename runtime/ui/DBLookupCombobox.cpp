@@ -3,6 +3,7 @@
 #include "runtime/ui/LookupCompletion.h"
 #include "runtime/ui/LookupPopup.h"
 #include "runtime/ui/Style.h"
+#include "runtime/ui/TextMark.h"
 
 #include <QAction>
 #include <QFocusEvent>
@@ -14,6 +15,41 @@ class TDBLookupComboboxEh::Private {
 public:
     TLookupParams params;
     TLookupPopup* popup = nullptr;
+    TTextMark* mark = nullptr;
+    std::vector<QMetaObject::Connection> listConnections;
+
+    // The row taken from the list, by its key too: rows of a list read anew are others.
+    struct {
+        TBookmark row = 0;
+        QString key;
+    } chosen;
+
+    TClientDataSetEx* OpenList() const
+    {
+        TClientDataSetEx* list = params.listSource ? params.listSource->DataSet() : nullptr;
+        return list && list->Active() ? list : nullptr;
+    }
+    // View row of the chosen row while it is still there and the text is its own; -1.
+    int ChosenViewRow(const QString& text) const
+    {
+        const TClientDataSetEx* list = chosen.row ? OpenList() : nullptr;
+        const int row = list && list->BookmarkValid(chosen.row) ? list->ViewRowOf(chosen.row) : -1;
+        if (row < 0 || FieldText(row, params.keyField) != chosen.key || FieldText(row, ShownField()) != text)
+            return -1;
+        return row;
+    }
+    // The row that the text means: the chosen one, or the first of that name; -1.
+    int MeantViewRow(const QString& text) const
+    {
+        const int row = ChosenViewRow(text);
+        return row >= 0 ? row : LookupRow(params, ShownField(), text);
+    }
+    QString FieldText(int viewRow, QStringView field) const
+    {
+        const TClientDataSetEx* list = OpenList();
+        const int index = list ? list->FieldIndex(field) : -1;
+        return index >= 0 && viewRow >= 0 ? list->ViewText(viewRow, index) : QString();
+    }
 
     const QString& ShownField() const
     {
@@ -27,6 +63,7 @@ TDBLookupComboboxEh::TDBLookupComboboxEh(QWidget* parent, const QString& name)
     , d_(std::make_unique<Private>())
 {
     setObjectName(name);
+    d_->mark = new TTextMark(this);
     QAction* button = addAction(DropDownIcon(), TrailingPosition);
     button->setToolTip(u"打开列表 (Alt+↓)"_s);
     connect(button, &QAction::triggered, this, [this] {
@@ -38,7 +75,11 @@ TDBLookupComboboxEh::TDBLookupComboboxEh(QWidget* parent, const QString& name)
     });
     binding_->Show = [this] {
         const TField* field = binding_->Field();
-        setText(field ? LookupShownText(d_->params, field->AsString()) : QString());
+        const QString key = field ? field->AsString() : QString();
+        if (key != d_->chosen.key)
+            d_->chosen = {};
+        setText(LookupShownText(d_->params, key));
+        ShowBeginning(*this);
     };
     binding_->Write = [this] {
         binding_->Field()->SetAsString(KeyValue());
@@ -51,8 +92,10 @@ TDBLookupComboboxEh::TDBLookupComboboxEh(QWidget* parent, const QString& name)
             d_->popup->Narrow(typed);
         else if (hasFocus() && !typed.isEmpty())
             DropDown();
+        MarkUnknown();
     });
     connect(this, &QLineEdit::textChanged, this, [this] {
+        MarkUnknown();
         if (!binding_->Showing() && OnChange)
             Guarded(OnChange);
     });
@@ -66,6 +109,27 @@ TDBLookupComboboxEh::~TDBLookupComboboxEh()
 void TDBLookupComboboxEh::SetLookup(const TLookupParams& params)
 {
     d_->params = params;
+    d_->chosen = {};
+    for (const QMetaObject::Connection& connection : d_->listConnections)
+        disconnect(connection);
+    d_->listConnections.clear();
+    if (TClientDataSetEx* list = params.listSource ? params.listSource->DataSet() : nullptr) {
+        // A text set before its list was read is judged when it is.
+        d_->listConnections = {
+            connect(list, &TClientDataSetEx::DataReset, this, &TDBLookupComboboxEh::MarkUnknown)};
+    }
+    MarkUnknown();
+}
+
+// While it is typed a text is unknown once no row can be meant any more; otherwise when it is no row's.
+void TDBLookupComboboxEh::MarkUnknown()
+{
+    bool unknown = false;
+    if (!isReadOnly() && isEnabled()) {
+        const bool typing = hasFocus() && isModified();
+        unknown = typing ? ListVisible() && !d_->popup->Matched() : !LookupKnows(d_->params, text());
+    }
+    d_->mark->Set(unknown ? d_->params.unknownText : QString());
 }
 
 const TLookupParams& TDBLookupComboboxEh::Lookup() const noexcept
@@ -75,18 +139,28 @@ const TLookupParams& TDBLookupComboboxEh::Lookup() const noexcept
 
 void TDBLookupComboboxEh::SetText(const QString& newText)
 {
-    if (binding_->Changed())
-        setText(newText);
+    if (!binding_->Changed())
+        return;
+    setText(newText);
+    ShowBeginning(*this);
 }
 
 QString TDBLookupComboboxEh::KeyValue() const
 {
-    const int row = LookupRow(d_->params, d_->ShownField(), text());
-    if (row < 0)
-        return text();
-    const TClientDataSetEx* list = d_->params.listSource->DataSet();
-    const int key = list->FieldIndex(d_->params.keyField);
-    return key < 0 ? text() : list->ViewText(row, key);
+    const int row = d_->MeantViewRow(text());
+    const TClientDataSetEx* list = d_->OpenList();
+    return row < 0 || list->FieldIndex(d_->params.keyField) < 0 ? text()
+                                                                : d_->FieldText(row, d_->params.keyField);
+}
+
+TBookmark TDBLookupComboboxEh::ChosenRow() const
+{
+    return d_->ChosenViewRow(text()) < 0 ? 0 : d_->chosen.row;
+}
+
+QString TDBLookupComboboxEh::ListText(QStringView field) const
+{
+    return d_->FieldText(d_->MeantViewRow(text()), field);
 }
 
 bool TDBLookupComboboxEh::ListVisible() const
@@ -103,8 +177,8 @@ void TDBLookupComboboxEh::DropDown()
         d_->popup->OnDone = [this](bool accept) { CloseUp(accept); };
     }
     // A text that is a row's already opens the whole list on that row.
-    const bool complete = LookupRow(d_->params, d_->ShownField(), text()) >= 0;
-    d_->popup->Open(d_->params, complete ? QString() : text(), text());
+    const int row = text().isEmpty() ? -1 : d_->MeantViewRow(text());
+    d_->popup->ShowRows(d_->params, row >= 0 ? QString() : text(), row);
 }
 
 void TDBLookupComboboxEh::CloseUp(bool accept)
@@ -123,7 +197,9 @@ void TDBLookupComboboxEh::Take(int listRow)
     const int shown = list ? list->FieldIndex(d_->ShownField()) : -1;
     if (shown < 0 || !binding_->Changed())
         return;
+    d_->chosen = {list->ViewBookmark(listRow), d_->FieldText(listRow, d_->params.keyField)};
     setText(list->ViewText(listRow, shown));
+    MarkUnknown();
     selectAll();
     if (OnUpdateData)
         Guarded(OnUpdateData);
@@ -148,8 +224,11 @@ void TDBLookupComboboxEh::keyPressEvent(QKeyEvent* event)
         return;
     }
     QLineEdit::keyPressEvent(event);
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
         binding_->Commit();
+        setModified(false);
+        MarkUnknown();
+    }
 }
 
 void TDBLookupComboboxEh::focusOutEvent(QFocusEvent* event)
@@ -161,8 +240,11 @@ void TDBLookupComboboxEh::focusOutEvent(QFocusEvent* event)
     const QPointer<TDBLookupComboboxEh> alive(this);
     if (OnExit)
         Guarded(OnExit);
-    if (alive)
-        binding_->Commit();
+    if (!alive)
+        return;
+    binding_->Commit();
+    MarkUnknown();
+    ShowBeginning(*this);
 }
 
 void TDBLookupComboboxEh::hideEvent(QHideEvent* event)

@@ -3,8 +3,10 @@
 #include "runtime/ui/DBGridPrivate.h"
 #include "runtime/ui/Style.h"
 
+#include <QApplication>
 #include <QContextMenuEvent>
 #include <QHelpEvent>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
@@ -21,6 +23,35 @@ constexpr int kEdgeReach = 4; // how near an edge the pointer takes hold of it
 const QColor kTitleBack(0xe6, 0xeb, 0xf1);
 const QColor kTitleHover(0xd8, 0xe2, 0xee);
 const QColor kTitleLine(0xb9, 0xc3, 0xce);
+
+// Stays open while ticks are made.
+class TickMenu : public QMenu {
+public:
+    using QMenu::QMenu;
+
+protected:
+    void mouseReleaseEvent(QMouseEvent* event) override
+    {
+        if (!Tick(actionAt(event->position().toPoint())))
+            QMenu::mouseReleaseEvent(event);
+    }
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        const bool chooses =
+            event->key() == Qt::Key_Space || event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+        if (!chooses || !Tick(activeAction()))
+            QMenu::keyPressEvent(event);
+    }
+
+private:
+    static bool Tick(QAction* action)
+    {
+        if (!action || !action->isCheckable() || !action->isEnabled())
+            return false;
+        action->trigger();
+        return true;
+    }
+};
 
 } // namespace
 
@@ -207,6 +238,7 @@ void TGridHeader::mousePressEvent(QMouseEvent* event)
 {
     if (event->button() != Qt::LeftButton)
         return;
+    sincePress_.start();
     const int x = event->position().toPoint().x();
     const int edge = EdgeAt(x);
     dragColumn_ = edge >= 0 ? edge : ColumnAt(x);
@@ -287,8 +319,9 @@ void TGridHeader::mouseDoubleClickEvent(QMouseEvent* event)
     const int edge = EdgeAt(event->position().toPoint().x());
     if (edge >= 0)
         FitColumn(edge);
-    else
+    else if (sincePress_.isValid() && sincePress_.elapsed() < 2 * QApplication::doubleClickInterval())
         mousePressEvent(event);
+    // Otherwise the first press was in the rows, and the titles came under the pointer meanwhile.
 }
 
 // As wide as its title and the rows in sight need.
@@ -305,26 +338,41 @@ void TGridHeader::FitColumn(int column)
     grid_->ModifyColumn(column, [&](TColumnEh& info) { info.width = qRound(width * 96.0 / logicalDpiX()); });
 }
 
-// Which columns are shown.
+// Which columns are shown, and the ways back.
 void TGridHeader::contextMenuEvent(QContextMenuEvent* event)
 {
-    QMenu menu(this);
+    TickMenu menu(this);
     for (int column = 0; column < grid_->ColumnCount(); ++column) {
+        // A column without a caption was not made to be chosen.
         const TColumnEh& info = grid_->Column(column);
-        if (info.title.isEmpty())
-            continue;
-        QAction* action = menu.addAction(QString(info.title).replace(u'|', u" · "_s));
-        action->setCheckable(true);
-        action->setChecked(info.visible);
-        connect(action, &QAction::toggled, grid_, [this, column](bool on) {
-            const auto& columns = grid_->d_->columns;
-            const auto shown = std::count_if(
-                columns.begin(), columns.end(), [](const TGridColumn& other) { return other.info.visible; });
-            if (on || shown > 1)
-                grid_->ModifyColumn(column, [on](TColumnEh& changed) { changed.visible = on; });
-        });
+        if (!info.title.isEmpty() && info.title != info.fieldName)
+            OfferColumn(menu, column);
     }
+    menu.addSeparator();
+    const bool sorted = grid_->SortLocal()
+        && std::any_of(grid_->d_->columns.begin(), grid_->d_->columns.end(),
+            [](const TGridColumn& column) { return column.markOrder > 0; });
+    QAction* unsorted = menu.addAction(u"清除排序"_s, grid_, &TDBGridEh::ClearSortMarkers);
+    unsorted->setEnabled(sorted);
+    menu.addAction(u"恢复默认列"_s, grid_, &TDBGridEh::RestoreDefaultColumns);
     menu.exec(event->globalPos());
+}
+
+void TGridHeader::OfferColumn(QMenu& menu, int column)
+{
+    const TColumnEh& info = grid_->Column(column);
+    QAction* action = menu.addAction(QString(info.title).replace(u'|', u" · "_s));
+    action->setCheckable(true);
+    action->setChecked(info.visible);
+    connect(action, &QAction::triggered, grid_, [this, column, action](bool on) {
+        const auto& columns = grid_->d_->columns;
+        const auto shown = std::count_if(
+            columns.begin(), columns.end(), [](const TGridColumn& other) { return other.info.visible; });
+        if (on || shown > 1)
+            grid_->d_->ShowColumn(column, on);
+        else
+            action->setChecked(true); // one column stays
+    });
 }
 
 void TGridHeader::leaveEvent(QEvent* event)
@@ -367,7 +415,7 @@ void TGridIndicator::paintSection(QPainter* painter, const QRect& rect, int row)
     painter->setPen(kTitleLine);
     painter->drawLine(rect.bottomLeft(), rect.bottomRight());
     painter->drawLine(rect.topRight(), rect.bottomRight());
-    const TClientDataSetEx* open = d.Open();
+    const TClientDataSetEx* open = d.OpenDataSet();
     if (!open || row >= open->RecordCount())
         return;
     const QColor ink = grid_->palette().color(QPalette::ButtonText);

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QHeaderView>
 
+class QMenu;
 class TDBGridEh;
 
 // Titles: groups over several lines, sort markers, frozen columns; the user drags edges and titles.
@@ -40,6 +42,7 @@ private:
     int EdgeAt(int x) const; // the column whose right edge is there; -1
     int DropPlace(int x) const;
     void FitColumn(int column);
+    void OfferColumn(QMenu& menu, int column);
 
     TDBGridEh* grid_;
     std::vector<Cell> cells_;
@@ -50,6 +53,7 @@ private:
     int dragWidth_ = 0;
     int dropAt_ = -1;
     int hovered_ = -1;
+    QElapsedTimer sincePress_; // since a button went down here
 };
 
 // The narrow strip at the left: the current row, its editing state, the selected rows.

@@ -9,9 +9,17 @@
 // goes before one that only begins with it. No such row, or a closed list: the text as typed.
 RUNTIME_EXPORT QString CompleteLookup(const TLookupParams& params, const QString& typed);
 
-// The list's rows (view rows of its dataset) that match the text in that sense, in list order; all of them
-// for an empty text.
-RUNTIME_EXPORT std::vector<int> MatchingLookupRows(const TLookupParams& params, const QString& typed);
+// The list's rows (view rows of its dataset) to offer for a text: first those that begin with it in that
+// sense, then those that contain it elsewhere, each in list order; all of them for an empty text.
+struct TLookupMatches {
+    std::vector<int> rows;
+    int beginning = 0; // how many of them, at the front, begin with the text
+};
+RUNTIME_EXPORT TLookupMatches MatchingLookupRows(const TLookupParams& params, const QString& typed);
+
+// Whether the text is the key or the shown text of a row. An empty text is not unknown, and a closed list
+// knows everything.
+RUNTIME_EXPORT bool LookupKnows(const TLookupParams& params, const QString& text);
 
 // The first row whose field equals the text; -1 when none.
 RUNTIME_EXPORT int LookupRow(const TLookupParams& params, const QString& fieldName, const QString& text);

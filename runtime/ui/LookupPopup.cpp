@@ -56,8 +56,8 @@ public:
     int Row(int index) const { return index >= 0 && index < int(rows_.size()) ? rows_[size_t(index)] : -1; }
     int IndexOf(int row) const
     {
-        const auto found = std::lower_bound(rows_.begin(), rows_.end(), row);
-        return found != rows_.end() && *found == row ? int(found - rows_.begin()) : -1;
+        const auto found = std::find(rows_.begin(), rows_.end(), row);
+        return found != rows_.end() ? int(found - rows_.begin()) : -1;
     }
     const std::vector<TLookupColumn>& Columns() const { return columns_; }
 
@@ -109,7 +109,7 @@ TLookupPopup::~TLookupPopup()
     qApp->removeEventFilter(this);
 }
 
-void TLookupPopup::Open(const TLookupParams& params, const QString& typed, const QString& current)
+void TLookupPopup::ShowRows(const TLookupParams& params, const QString& typed, int current)
 {
     params_ = params;
     chosen_ = false;
@@ -132,22 +132,21 @@ void TLookupPopup::Open(const TLookupParams& params, const QString& typed, const
     PlacePopup(*this, *edit_, QSize(std::max(width, edit_->width()), height));
     qApp->installEventFilter(this);
     show();
-    // Stands on the row that the text names already.
-    const QString& shown = params.listField.isEmpty() ? params.keyField : params.listField;
-    const int index = current.isEmpty() ? -1 : model_->IndexOf(LookupRow(params, shown, current));
+    const int index = current < 0 ? -1 : model_->IndexOf(current);
     if (index >= 0)
         table_->selectRow(index);
 }
 
 void TLookupPopup::Narrow(const QString& typed)
 {
-    std::vector<int> rows = MatchingLookupRows(params_, typed);
-    const bool matched = !rows.empty();
-    if (!matched)
-        rows = MatchingLookupRows(params_, {});
-    model_->Fill(params_, std::move(rows));
+    TLookupMatches matches = MatchingLookupRows(params_, typed);
+    matched_ = !matches.rows.empty();
+    if (!matched_)
+        matches = MatchingLookupRows(params_, {});
+    model_->Fill(params_, std::move(matches.rows));
     chosen_ = false;
-    if (matched && !typed.isEmpty())
+    // Only a beginning suggests its row: Enter leaves any other text as typed until a row is gone to.
+    if (matched_ && !typed.isEmpty() && matches.beginning > 0)
         table_->selectRow(0);
     else
         table_->clearSelection();

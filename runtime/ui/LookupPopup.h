@@ -15,12 +15,15 @@ public:
     explicit TLookupPopup(QWidget* edit);
     ~TLookupPopup() override;
 
-    void Open(const TLookupParams& params, const QString& typed, const QString& current);
+    // Below its edit, with the rows for what is typed, standing on the list's row `current` (-1: on none).
+    void ShowRows(const TLookupParams& params, const QString& typed, int current);
     void Narrow(const QString& typed);
     // True when the key was the list's: moving, taking, closing.
     bool HandleKey(QKeyEvent* event);
     // The list dataset's view row that is marked; -1 when none.
     int CurrentRow() const;
+    // Whether any row was found for what is typed; where none was, all are offered.
+    bool Matched() const noexcept { return matched_; }
     // Whether the user moved the mark, so that it is more than a suggestion.
     bool Chosen() const noexcept { return chosen_; }
 
@@ -36,5 +39,6 @@ private:
     Model* model_;
     QTableView* table_;
     TLookupParams params_;
+    bool matched_ = false;
     bool chosen_ = false;
 };

@@ -1,6 +1,7 @@
 #include "runtime/ui/Style.h"
 
 #include <QApplication>
+#include <QColor>
 #include <QFont>
 #include <QFontDatabase>
 #include <QPainter>
@@ -23,6 +24,8 @@ QLineEdit:focus, QPlainTextEdit:focus { border: 1px solid #2f6fb3; }
 QLineEdit:disabled, QPlainTextEdit:disabled, QLineEdit[readOnly="true"] { background: #eef1f4; color: #5c6773; }
 QLineEdit[invalid="true"], QPlainTextEdit[invalid="true"], QComboBox[invalid="true"] {
     border: 1px solid #c0392b; background: #fdecea; }
+QLineEdit[unknown="true"] { color: %1; }
+QLabel#TextMarkHint { color: %1; background: #fffbe6; border: 1px solid #c9b458; padding: 2px; }
 QLineEdit[cellEditor="true"] { border-radius: 0; padding: 0 1px; }
 QGroupBox { border: 1px solid #c3cad2; border-radius: 3px; margin-top: 0.6em; padding-top: 0.3em; }
 QGroupBox::title { subcontrol-origin: margin; left: 8px; padding: 0 3px; }
@@ -79,7 +82,22 @@ void ApplyStyle(QApplication& application)
     palette.setColor(QPalette::Disabled, QPalette::ButtonText, QColor(0x8a, 0x94, 0x9e));
     QApplication::setPalette(palette);
     QApplication::setFont(ScreenFont());
-    application.setStyleSheet(kStyleSheet.toString());
+    application.setStyleSheet(kStyleSheet.toString().arg(UnknownTextColor().name()));
+}
+
+QColor UnknownTextColor()
+{
+    return {0xb3, 0x26, 0x1e};
+}
+
+QColor FoundCellColor()
+{
+    return {0xff, 0xf1, 0xb8};
+}
+
+QColor FoundTextColor()
+{
+    return {0xff, 0xc5, 0x3d};
 }
 
 QIcon DropDownIcon()

@@ -6,6 +6,7 @@
 #include <QSize>
 
 class QApplication;
+class QColor;
 class QFont;
 class QPainter;
 class QRect;
@@ -20,6 +21,12 @@ RUNTIME_EXPORT void ApplyStyle(QApplication& application);
 RUNTIME_EXPORT void InstallFontSubstitutes();
 // The screens' own font, 宋体 at 12 pixels (at 96 dpi), or what stands for it here.
 RUNTIME_EXPORT QFont ScreenFont();
+
+// The colour of a text that the list it is chosen from does not hold, or that is no date.
+RUNTIME_EXPORT QColor UnknownTextColor();
+// Behind the cell that a search found, and behind the letters found in it.
+RUNTIME_EXPORT QColor FoundCellColor();
+RUNTIME_EXPORT QColor FoundTextColor();
 
 // The little arrow of drop-down buttons.
 RUNTIME_EXPORT QIcon DropDownIcon();

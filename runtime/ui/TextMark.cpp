@@ -1,0 +1,127 @@
+#include "runtime/ui/TextMark.h"
+
+#include "runtime/ui/Style.h"
+
+#include <QEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QStyle>
+#include <QTimer>
+#include <QToolButton>
+#include <QVariant>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int kHintMilliseconds = 8000; // how long the hint below a box stays
+
+// Where the box's own buttons at its right end begin.
+int ButtonsLeft(const QLineEdit& box)
+{
+    int left = box.width() - 2;
+    for (const QToolButton* button : box.findChildren<QToolButton*>(Qt::FindDirectChildrenOnly)) {
+        if (button->x() > box.width() / 2)
+            left = std::min(left, button->x());
+    }
+    return left;
+}
+
+} // namespace
+
+TTextMark::TTextMark(QLineEdit* box)
+    : QObject(box)
+    , box_(box)
+    , word_(new QLabel(box))
+{
+    word_->setObjectName(u"TextMark"_s);
+    word_->setTextFormat(Qt::PlainText);
+    word_->setAttribute(Qt::WA_TransparentForMouseEvents);
+    word_->hide();
+    box->installEventFilter(this);
+}
+
+void TTextMark::Set(const QString& reason)
+{
+    if (reason == reason_)
+        return;
+    reason_ = reason;
+    box_->setProperty("unknown", !reason.isEmpty());
+    box_->style()->unpolish(box_);
+    box_->style()->polish(box_);
+    box_->setToolTip(reason);
+    Place();
+}
+
+void TTextMark::Place()
+{
+    QMargins margins = box_->textMargins();
+    const int gap = Scaled(*box_, 4);
+    word_->setFont(box_->font());
+    word_->setText(reason_);
+    const int width = word_->sizeHint().width();
+    // The text itself goes first: the word takes no more than half of the box.
+    const bool inside = !reason_.isEmpty() && width <= ButtonsLeft(*box_) / 2;
+    word_->setVisible(inside);
+    margins.setRight(inside ? width + gap : 0);
+    if (margins != box_->textMargins())
+        box_->setTextMargins(margins);
+    if (inside) {
+        QPalette palette = word_->palette();
+        palette.setColor(QPalette::WindowText, UnknownTextColor());
+        word_->setPalette(palette);
+        word_->setGeometry(ButtonsLeft(*box_) - width - gap / 2, 0, width, box_->height());
+    }
+    if (!inside && !reason_.isEmpty())
+        ShowHint();
+    else if (hint_)
+        hint_->hide();
+}
+
+void TTextMark::ShowHint()
+{
+    QWidget* ground = box_->parentWidget();
+    if (!ground || !box_->isVisible())
+        return;
+    if (!hint_) {
+        hint_ = new QLabel(ground);
+        hint_->setObjectName(u"TextMarkHint"_s);
+        hint_->setTextFormat(Qt::PlainText);
+        hint_->setAttribute(Qt::WA_TransparentForMouseEvents);
+        connect(box_, &QObject::destroyed, hint_, &QObject::deleteLater);
+    }
+    hint_->setFont(box_->font());
+    hint_->setText(reason_);
+    hint_->adjustSize();
+    QPoint place = box_->geometry().bottomLeft() + QPoint(0, 1);
+    if (place.y() + hint_->height() > ground->height() && box_->y() >= hint_->height())
+        place.setY(box_->y() - hint_->height() - 1);
+    place.setX(std::clamp(place.x(), 0, std::max(0, ground->width() - hint_->width())));
+    hint_->move(place);
+    hint_->raise();
+    hint_->show();
+    QTimer::singleShot(kHintMilliseconds, hint_, &QWidget::hide);
+}
+
+bool TTextMark::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == box_ && !reason_.isEmpty()) {
+        switch (event->type()) {
+        case QEvent::Resize:
+        case QEvent::Show:
+        case QEvent::FocusIn:
+            Place();
+            break;
+        case QEvent::Move:
+        case QEvent::Hide:
+            if (hint_)
+                hint_->hide();
+            break;
+        default:
+            break;
+        }
+    }
+    return false;
+}
