@@ -1,7 +1,5 @@
 #include "framework/Lookups.h"
 
-#include "runtime/ui/LookupCompletion.h"
-
 using namespace Qt::Literals::StringLiterals;
 
 TLookupParams SiteLookup(TDataSource* sites)
@@ -13,6 +11,7 @@ TLookupParams SiteLookup(TDataSource* sites)
         .columns = {{u"SITE_CODE"_s, u"网点编号"_s, 90}, {u"SITE_NAME"_s, u"网点名称"_s, 160},
             {u"SUPERIOR_SITE"_s, u"所属网点"_s, 140}},
         .searchFields = {u"SITE_CODE"_s},
+        .unknownText = u"无此网点"_s,
     };
 }
 
@@ -24,6 +23,7 @@ TLookupParams EmployeeLookup(TDataSource* employees)
         .listField = u"EMPLOYEE_NAME"_s,
         .columns = {{u"EMPLOYEE_CODE"_s, u"员工编号"_s, 90}, {u"EMPLOYEE_NAME"_s, u"员工姓名"_s, 100}},
         .searchFields = {u"EMPLOYEE_CODE"_s},
+        .unknownText = u"无此员工"_s,
     };
 }
 
@@ -37,9 +37,7 @@ TLookupParams EmployeeFilterLookup(TDataSource* employees)
 
 void CompleteLookupText(TDBLookupComboboxEh& box)
 {
-    const QString completed = CompleteLookup(box.Lookup(), box.Text());
-    if (completed != box.Text())
-        box.SetText(completed);
+    box.Complete();
 }
 
 void PrepareLookup(TDBLookupComboboxEh& box, const TLookupParams& lookup)

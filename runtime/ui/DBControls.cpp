@@ -47,6 +47,16 @@ void ShowBeginning(QLineEdit& box)
         box.setCursorPosition(0);
 }
 
+void ShowText(QLineEdit& box, const QString& text)
+{
+    if (box.text() == text) {
+        ShowBeginning(box);
+        return;
+    }
+    box.setText(text);
+    box.setCursorPosition(0);
+}
+
 TDBEditEh::TDBEditEh(QWidget* parent, const QString& name)
     : QLineEdit(parent)
     , binding_(new TDBBinding(this))
@@ -55,8 +65,7 @@ TDBEditEh::TDBEditEh(QWidget* parent, const QString& name)
     binding_->Show = [this] {
         const TField* field = binding_->Field();
         setMaxLength(MaxLength(field));
-        setText(field ? field->AsString() : QString());
-        ShowBeginning(*this);
+        ShowText(*this, field ? field->AsString() : QString());
     };
     binding_->Write = [this] {
         binding_->Field()->SetAsString(text());
@@ -100,9 +109,11 @@ TDBComboBoxEh::TDBComboBoxEh(QWidget* parent, const QString& name)
         const TField* field = binding_->Field();
         const QString value = field ? field->AsString() : QString();
         const qsizetype index = keyItems_.indexOf(value);
+        const QString before = currentText();
         setCurrentIndex(int(index));
         setEditText(index >= 0 ? itemText(int(index)) : value);
-        ShowBeginning(*lineEdit());
+        if (currentText() != before)
+            lineEdit()->setCursorPosition(0);
     };
     binding_->Write = [this] {
         binding_->Field()->SetAsString(Value());

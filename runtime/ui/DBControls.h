@@ -22,6 +22,8 @@ class TTextMark;
 
 // Brings the beginning of a long text into sight, unless the user is at work in the box.
 RUNTIME_EXPORT void ShowBeginning(QLineEdit& box);
+// Shows another text from its beginning; the same text is left as it is.
+RUNTIME_EXPORT void ShowText(QLineEdit& box, const QString& text);
 
 // Behaviour shared by all of them.
 class RUNTIME_EXPORT TDBBinding : public QObject {
@@ -150,11 +152,13 @@ public:
     // there is none.
     QString KeyValue() const;
     // The list's row that was taken, for names that repeat. Holds in OnUpdateData and as long as the text
-    // stands; 0 for a text that was typed or set.
+    // stands; 0 for a text that was typed in full or set.
     TBookmark ChosenRow() const;
     // A field of the chosen row, or of the first row whose list field equals the text; empty when there is
     // none.
     QString ListText(QStringView field) const;
+    // Completes the text as CompleteLookup does; the row so found is then the chosen one.
+    void Complete();
     bool ListVisible() const;
     void DropDown();
     void CloseUp(bool accept);

@@ -2,6 +2,7 @@
 #include "runtime/ui/DBControls.h"
 #include "runtime/ui/Style.h"
 #include "runtime/ui/TextMark.h"
+#include "wire/Error.h"
 
 #include <QAction>
 #include <QCalendarWidget>
@@ -93,13 +94,11 @@ TDBDateTimeEditEh::TDBDateTimeEditEh(QWidget* parent, const QString& name)
     connect(button, &QAction::triggered, this, &TDBDateTimeEditEh::DropDown);
     binding_->Show = [this] {
         const TField* field = binding_->Field();
-        if (!field || field->IsNull())
-            setText({});
-        else if (field->DataType() == wire::ColumnType::DateTime)
-            setText(DateTimeText(Kind, field->AsDateTime()));
-        else
-            setText(field->AsString());
-        ShowBeginning(*this);
+        const bool isMoment = field && field->DataType() == wire::ColumnType::DateTime && !field->IsNull();
+        ShowText(*this,
+            isMoment    ? DateTimeText(Kind, field->AsDateTime())
+                : field ? field->AsString()
+                        : QString());
         CheckText();
     };
     binding_->Write = [this] {
@@ -107,8 +106,11 @@ TDBDateTimeEditEh::TDBDateTimeEditEh(QWidget* parent, const QString& name)
         const auto value = ReadDateTime(Kind, text());
         if (value && field.DataType() == wire::ColumnType::DateTime)
             field.SetAsDateTime(*value);
-        else
+        else if (value || text().trimmed().isEmpty() || field.DataType() != wire::ColumnType::Text)
             field.SetAsString(Text().trimmed());
+        else
+            throw wire::Error(
+                wire::ErrorKind::Data, u"“%1”不是时间，请按 %2 输入。"_s.arg(text(), DateTimeForm(Kind)));
         return true;
     };
     connect(this, &QLineEdit::textEdited, this, [this] { binding_->Changed(); });

@@ -60,14 +60,14 @@ QString TDBGridEh::Private::StoredText(int column, const QString& shown) const
     case TColumnStyle::CheckBox:
         return shown == u"1"_s ? info.keyList.value(0, u"1"_s) : info.keyList.value(1, u"0"_s);
     case TColumnStyle::Lookup: {
-        const QString text = CompleteLookup(info.lookup, shown.trimmed());
-        const QString& listField = info.lookup.listField;
-        if (listField.isEmpty() || listField == info.lookup.keyField)
-            return text;
-        const int row = LookupRow(info.lookup, listField, text);
-        const TClientDataSetEx* list = info.lookup.listSource ? info.lookup.listSource->DataSet() : nullptr;
-        const int key = list ? list->FieldIndex(info.lookup.keyField) : -1;
-        return row >= 0 && key >= 0 ? list->ViewText(row, key) : text;
+        const QString typed = shown.trimmed();
+        const TLookupParams& lookup = info.lookup;
+        int row = CompletionRow(lookup, typed);
+        if (row < 0)
+            row = LookupRow(lookup, lookup.listField.isEmpty() ? lookup.keyField : lookup.listField, typed);
+        const TClientDataSetEx* list = row < 0 ? nullptr : lookup.listSource->DataSet();
+        const int key = list ? list->FieldIndex(lookup.keyField) : -1;
+        return key >= 0 ? list->ViewText(row, key) : typed;
     }
     default:
         return shown;

@@ -314,6 +314,7 @@ void TDBGridEh::mousePressEvent(QMouseEvent* event)
     const bool already = index.row() == d_->CurrentRow() && index.column() == d_->currentColumn && hasFocus();
     const TBookmark aim = d_->OpenDataSet()->ViewBookmark(index.row());
     d_->pressedRow = aim;
+    d_->pressedAt = event->globalPosition().toPoint();
     d_->sincePress.start();
     if (!d_->MoveTo(index.row(), index.column()))
         return;
@@ -372,8 +373,11 @@ void TDBGridEh::mouseReleaseEvent(QMouseEvent* event)
 void TDBGridEh::mouseDoubleClickEvent(QMouseEvent* event)
 {
     const QModelIndex index = indexAt(event->position().toPoint());
-    if (index.isValid() && d_->OpenDataSet()->ViewBookmark(index.row()) != d_->pressedRow
-        && d_->sincePress.isValid() && d_->sincePress.elapsed() < 2 * QApplication::doubleClickInterval()) {
+    const bool again = d_->sincePress.isValid()
+        && d_->sincePress.elapsed() < 2 * QApplication::doubleClickInterval()
+        && (event->globalPosition().toPoint() - d_->pressedAt).manhattanLength()
+            <= QApplication::startDragDistance();
+    if (again && index.isValid() && d_->OpenDataSet()->ViewBookmark(index.row()) != d_->pressedRow) {
         // The rows moved under the pointer after the first press: a click, then, on what is there now.
         mousePressEvent(event);
         return;

@@ -157,6 +157,7 @@ public:
     QPersistentModelIndex pressed;
     // The row of the last press, so that a double click whose rows moved between its presses opens nothing.
     TBookmark pressedRow = 0;
+    QPoint pressedAt; // on the screen
     QElapsedTimer sincePress;
     void SelectOnly(int viewRow);
     void SelectToggle(int viewRow);

@@ -78,8 +78,7 @@ TDBLookupComboboxEh::TDBLookupComboboxEh(QWidget* parent, const QString& name)
         const QString key = field ? field->AsString() : QString();
         if (key != d_->chosen.key)
             d_->chosen = {};
-        setText(LookupShownText(d_->params, key));
-        ShowBeginning(*this);
+        ShowText(*this, LookupShownText(d_->params, key));
     };
     binding_->Write = [this] {
         binding_->Field()->SetAsString(KeyValue());
@@ -95,6 +94,8 @@ TDBLookupComboboxEh::TDBLookupComboboxEh(QWidget* parent, const QString& name)
         MarkUnknown();
     });
     connect(this, &QLineEdit::textChanged, this, [this] {
+        if (d_->ChosenViewRow(text()) < 0)
+            d_->chosen = {};
         MarkUnknown();
         if (!binding_->Showing() && OnChange)
             Guarded(OnChange);
@@ -156,6 +157,16 @@ QString TDBLookupComboboxEh::KeyValue() const
 TBookmark TDBLookupComboboxEh::ChosenRow() const
 {
     return d_->ChosenViewRow(text()) < 0 ? 0 : d_->chosen.row;
+}
+
+void TDBLookupComboboxEh::Complete()
+{
+    const int row = CompletionRow(d_->params, text());
+    const TClientDataSetEx* list = d_->OpenList();
+    if (row < 0 || !list)
+        return;
+    d_->chosen = {list->ViewBookmark(row), d_->FieldText(row, d_->params.keyField)};
+    SetText(d_->FieldText(row, d_->ShownField()));
 }
 
 QString TDBLookupComboboxEh::ListText(QStringView field) const

@@ -100,7 +100,6 @@ public:
             fields_.begin(), fields_.end(), [&](int field) { return list_.ViewText(row, field) == typed_; });
     }
 
-    QString Shown(int row) const { return list_.ViewText(row, shown_); }
     bool Usable() const noexcept { return shown_ >= 0; }
 
 private:
@@ -174,22 +173,29 @@ TLookupMatches MatchingLookupRows(const TLookupParams& params, const QString& ty
     return matches;
 }
 
-QString CompleteLookup(const TLookupParams& params, const QString& typed)
+int CompletionRow(const TLookupParams& params, const QString& typed)
 {
     const TClientDataSetEx* list = OpenList(params);
-    if (!list || typed.isEmpty())
-        return typed;
-    if (LookupRow(params, params.keyField, typed) >= 0 || LookupRow(params, ShownField(params), typed) >= 0)
-        return typed;
+    if (!list || typed.isEmpty() || LookupKnows(params, typed))
+        return -1;
     const Matcher matcher(params, *list, typed);
     if (!matcher.Usable())
-        return typed;
+        return -1;
     int first = -1;
     for (int row = 0; row < list->RecordCount(); ++row) {
         if (matcher.Equals(row))
-            return matcher.Shown(row);
+            return row;
         if (first < 0 && matcher.Begins(row))
             first = row;
     }
-    return first < 0 ? typed : matcher.Shown(first);
+    return first;
+}
+
+QString CompleteLookup(const TLookupParams& params, const QString& typed)
+{
+    const int row = CompletionRow(params, typed);
+    if (row < 0)
+        return typed;
+    const TClientDataSetEx* list = OpenList(params);
+    return list->ViewText(row, list->FieldIndex(ShownField(params)));
 }

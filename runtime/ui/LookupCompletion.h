@@ -8,6 +8,8 @@
 // its shown text returned; letters also match the pinyin initials of the shown text. A code typed in full
 // goes before one that only begins with it. No such row, or a closed list: the text as typed.
 RUNTIME_EXPORT QString CompleteLookup(const TLookupParams& params, const QString& typed);
+// The row so taken (view row of the list's dataset); -1 where the text stays.
+RUNTIME_EXPORT int CompletionRow(const TLookupParams& params, const QString& typed);
 
 // The list's rows (view rows of its dataset) to offer for a text: first those that begin with it in that
 // sense, then those that contain it elsewhere, each in list order; all of them for an empty text.

@@ -1,5 +1,8 @@
 #include "framework/DataViewLayout.h"
+#include "framework/RecordButtons.h"
+#include "runtime/ui/Application.h"
 #include "tests/framework/ProbeScreen.h"
+#include "wire/Error.h"
 
 #include <QApplication>
 #include <QPainter>
@@ -148,6 +151,58 @@ TEST_F(DataView, TheLayoutComesBack)
     fresh.SetIniFileName(LayoutStorage->IniFileName());
     EXPECT_EQ(fresh.ReadString(section, u"FieldIndex0"_s), u"NOTE;备注;200"_s);
     EXPECT_EQ(fresh.ReadString(section, u"FieldIndex1"_s), u"ID;编;号=[1];321"_s);
+}
+
+TEST_F(DataView, AViewOutsideItsScreenIsRefused)
+{
+    QWidget page;
+    TDataView early(&page, u"DataView2"_s);
+    EXPECT_THROW(early.Loaded(), wire::Error) << "its layout would be stored without the screen's name";
+    page.setParent(screen);
+    early.Loaded();
+    EXPECT_EQ(LayoutSection(*early.DataViewGrid), u".DataViewGrid.DataView2.frm_Probe"_s);
+    page.setParent(nullptr);
+}
+
+TEST_F(DataView, AColumnShownLaterSortsByItsTitle)
+{
+    const int hidden = grid->ColumnIndex(u"HIDDEN");
+    grid->ModifyColumn(hidden, [](TColumnEh& column) {
+        column.visible = true;
+        column.fieldName = u"NOTE"_s;
+    });
+    grid->ClickTitle(hidden);
+    EXPECT_EQ(screen->cds->IndexFields(u"SortIndexEh"_s), u"NOTE"_s);
+}
+
+TEST_F(DataView, RecordButtonsFollowTheRowsState)
+{
+    TRecordButtons buttons(screen, u"RecordButtons1"_s);
+    const auto live = [&] {
+        return QList{buttons.AddButton->isEnabled(), buttons.DiscardButton->isEnabled(),
+            buttons.DeleteButton->isEnabled()};
+    };
+    EXPECT_EQ(live(), QList({false, false, false}));
+    buttons.SetDataSource(screen->DataView1->DS);
+    EXPECT_EQ(live(), QList({true, false, true}));
+    buttons.AddButton->click();
+    EXPECT_EQ(screen->cds->RecordCount(), 3);
+    EXPECT_EQ(live(), QList({true, true, true}));
+    screen->cds->BeforePost = [] { Abort(); };
+    buttons.AddButton->click();
+    EXPECT_EQ(screen->cds->RecordCount(), 3) << "a refused row keeps the next one waiting";
+    screen->cds->BeforePost = {};
+    screen->cds->Post();
+    EXPECT_TRUE(buttons.DiscardButton->isEnabled()) << "added, and not saved";
+    buttons.DiscardButton->click();
+    EXPECT_EQ(screen->cds->RecordCount(), 2);
+    for (const auto& [answer, left] : {std::pair{u"cancel"_s, 2}, std::pair{u"ok"_s, 1}}) {
+        Application->QueueAnswer({answer});
+        buttons.DeleteButton->click();
+        EXPECT_EQ(screen->cds->RecordCount(), left);
+    }
+    screen->cds->Close();
+    EXPECT_EQ(live(), QList({false, false, false}));
 }
 
 TEST_F(DataView, DamagedEntriesAndUnknownFieldsArePassedOver)

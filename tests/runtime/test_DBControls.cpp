@@ -6,6 +6,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QCalendarWidget>
+#include <QLabel>
 #include <QTest>
 #include <QVBoxLayout>
 
@@ -112,17 +113,27 @@ TEST_F(DBControlsTest, TextThatTheFieldCannotTakeStaysMarkedAndStopsThePost)
     EXPECT_EQ(orders.FieldByName(u"AMOUNT").AsString(), u"4.5"_s);
 }
 
-TEST_F(DBControlsTest, FreeControlsKeepWhatIsTyped)
+TEST_F(DBControlsTest, ALongTextShowsItsBeginningUntilItIsWorkedOn)
 {
+    orders.SetFieldAndPost(u"SITE", QString(200, u'长'));
     auto* edit = new TDBEditEh(&window);
-    int changes = 0;
-    edit->OnChange = [&] { ++changes; };
+    auto* combo = new TDBComboBoxEh(&window);
+    for (TDBBinding* binding : {&edit->Binding(), &combo->Binding()}) {
+        binding->SetDataSource(&source);
+        binding->SetDataField(u"SITE");
+    }
     Show();
+    const auto beginnings = [&] { return edit->cursorPosition() + combo->lineEdit()->cursorPosition(); };
+    EXPECT_EQ(beginnings(), 0);
+    orders.Next();
+    orders.Prior();
+    EXPECT_EQ(beginnings(), 0);
     edit->setFocus();
-    QTest::keyClicks(edit, u"ab"_s);
+    QTest::keyClick(edit, Qt::Key_End);
+    QTest::keyClicks(edit, u"x"_s);
+    EXPECT_GT(edit->cursorPosition(), 0);
     other->setFocus();
-    EXPECT_EQ(edit->Text(), u"ab"_s);
-    EXPECT_EQ(changes, 2);
+    EXPECT_EQ(edit->cursorPosition(), 0);
 }
 
 TEST_F(DBControlsTest, CombosMapItemsToKeys)
@@ -161,14 +172,57 @@ TEST_F(DBControlsTest, CheckBoxWritesAtOnce)
     EXPECT_FALSE(check.isChecked());
 }
 
-TEST_F(DBControlsTest, DatesAreCompletedStepsCountAndNonsenseStays)
+TEST_F(DBControlsTest, DatesAreReadAsPeopleTypeThemAndNonsenseIsToldItsForm)
 {
     auto* edit = new TDBDateTimeEditEh(&window);
     Show();
-    edit->setFocus();
-    QTest::keyClicks(edit, u"2024-2-29 7:05"_s);
-    other->setFocus();
-    EXPECT_EQ(edit->Text(), u"2024-02-29 07:05:00"_s);
+    using enum TDateTimeKind;
+    const struct {
+        TDateTimeKind kind;
+        const char16_t* typed;
+        const char16_t* shown; // nullptr: as typed, and told
+    } cases[] = {
+        {DateTime, u"2024-2-29 7:05", u"2024-02-29 07:05:00"},
+        {DateTime, u"20261101", u"2026-11-01 00:00:00"},
+        {DateTime, u"2026/11/1 8:00", u"2026-11-01 08:00:00"},
+        {DateTime, u" 2026-11-1 ", u"2026-11-01 00:00:00"},
+        {DateTime, u"20261101 083000", u"2026-11-01 08:30:00"},
+        {DateTime, u"20261101083015", u"2026-11-01 08:30:15"},
+        {DateTime, u"2026.11.1 0830", u"2026-11-01 08:30:00"},
+        {DateTime, u"２０２６年１１月１日　８：００", u"2026-11-01 08:00:00"},
+        {DateTime, u"", u""},
+        {DateTime, u"20261301", nullptr},
+        {DateTime, u"2026-2-30", nullptr},
+        {DateTime, u"2026-11-123", nullptr},
+        {DateTime, u"11-1", nullptr},
+        {DateTime, u"2026/11/1 25:00", nullptr},
+        {DateTime, u"昨天", nullptr},
+        {Date, u"20261101", u"2026-11-01"},
+        {Time, u"8:00", u"08:00:00"},
+        {Time, u"1830", u"18:30:00"},
+        {Time, u"24:00", nullptr},
+    };
+    for (const auto& c : cases) {
+        edit->Kind = c.kind;
+        edit->setFocus();
+        edit->selectAll();
+        QTest::keyClick(edit, Qt::Key_Delete);
+        for (const QChar letter : QString::fromUtf16(c.typed)) {
+            QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, letter);
+            QApplication::sendEvent(edit, &press);
+        }
+        const QString expected = QString::fromUtf16(c.shown ? c.shown : c.typed);
+        EXPECT_EQ(edit->Text(), expected) << "a query by key asks before the box is left";
+        other->setFocus();
+        EXPECT_EQ(edit->text(), expected);
+        EXPECT_EQ(edit->toolTip().contains(DateTimeForm(c.kind)), c.shown == nullptr)
+            << edit->text().toStdString();
+    }
+    EXPECT_NE(window.findChild<QLabel*>(u"TextMarkHint"_s), nullptr) << "no room in the box: below it";
+    EXPECT_TRUE(problems.isEmpty());
+
+    edit->Kind = DateTime;
+    edit->SetText(u"2024-02-29 07:05:00"_s);
     edit->setFocus();
     edit->setCursorPosition(9);
     QTest::keyClick(edit, Qt::Key_Up);
@@ -182,13 +236,40 @@ TEST_F(DBControlsTest, DatesAreCompletedStepsCountAndNonsenseStays)
     calendar->setSelectedDate(QDate(2024, 12, 31));
     Q_EMIT calendar->activated(calendar->selectedDate());
     EXPECT_EQ(edit->Text(), u"2024-12-31 06:05:00"_s) << "the time of day stays";
-    edit->SetText(u"昨天"_s);
-    other->setFocus();
-    EXPECT_EQ(edit->Text(), u"昨天"_s);
-    edit->Kind = TDateTimeKind::Date;
-    edit->Binding().SetDataSource(&source);
-    edit->Binding().SetDataField(u"CREATE_DATE");
-    EXPECT_EQ(edit->Text(), u"2024-01-01"_s);
+}
+
+TEST_F(DBControlsTest, DatesAndTimesReachTheirFields)
+{
+    orders.SetFieldAndPost(u"SITE", T(u"08:00:00"));
+    auto* date = new TDBDateTimeEditEh(&window);
+    date->Kind = TDateTimeKind::Date;
+    date->Binding().SetDataSource(&source);
+    date->Binding().SetDataField(u"CREATE_DATE");
+    auto* time = new TDBDateTimeEditEh(&window);
+    time->Kind = TDateTimeKind::Time;
+    time->Binding().SetDataSource(&source);
+    time->Binding().SetDataField(u"SITE");
+    Show();
+    EXPECT_EQ(date->Text(), u"2024-01-01"_s);
+    EXPECT_EQ(time->Text(), u"08:00:00"_s);
+    const auto type = [this](QLineEdit* edit, const QString& text) {
+        edit->setFocus();
+        edit->selectAll();
+        QTest::keyClicks(edit, text);
+        other->setFocus();
+    };
+    type(date, u"20261101"_s);
+    type(time, u"9:30"_s);
+    EXPECT_EQ(orders.FieldByName(u"CREATE_DATE").AsString(), u"2026-11-01 00:00:00"_s);
+    EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"09:30:00"_s) << "the text in its form";
+    type(date, u"x"_s);
+    EXPECT_TRUE(problems.isEmpty()) << "told at the box alone";
+    EXPECT_THROW(orders.Post(), EAbort) << "and not stored";
+    EXPECT_EQ(problems.size(), 1);
+    EXPECT_EQ(date->Text(), u"x"_s);
+    orders.Cancel();
+    type(time, u"24:00"_s);
+    EXPECT_THROW(orders.Post(), EAbort) << "no time, though the field would take any text";
 }
 
 TEST_F(DBControlsTest, CompletionTakesTheFirstRowThatBeginsSo)
@@ -243,6 +324,96 @@ TEST_F(DBControlsTest, LookupNarrowsItsListAsItIsTyped)
     other->setFocus();
     EXPECT_EQ(lookup->Text(), u"上海静安"_s);
     EXPECT_FALSE(lookup->ListVisible());
+}
+
+TEST_F(DBControlsTest, LookupOffersWhatContainsTheTextAfterWhatBeginsSo)
+{
+    const auto offered = [&](const QString& typed) {
+        QStringList names;
+        for (const int row : MatchingLookupRows(byName, typed).rows)
+            names += sites.ViewText(row, 1);
+        return names.join(u' ');
+    };
+    EXPECT_EQ(offered(u"01"_s), u"上海浦东 广州天河 上海静安 苏州"_s);
+    EXPECT_EQ(offered(u"20"_s), u"上海浦东 上海静安 苏州"_s);
+    EXPECT_EQ(offered(u"201"_s), u"上海静安 苏州"_s);
+    EXPECT_EQ(offered(u"州"_s), u"广州天河 苏州"_s);
+    EXPECT_EQ(offered(u"300"_s), u"广州天河"_s);
+    EXPECT_EQ(MatchingLookupRows(byName, u"天"_s).beginning, 0);
+    EXPECT_EQ(offered({}), u"上海浦东 广州天河 上海静安 苏州"_s);
+}
+
+TEST_F(DBControlsTest, LookupMarksATextThatNoRowHolds)
+{
+    byName.unknownText = u"无此网点"_s;
+    auto* lookup = new TDBLookupComboboxEh(&window);
+    lookup->resize(200, 24);
+    lookup->SetLookup(byName);
+    Show();
+    const auto marked = [&] {
+        const auto* word = lookup->findChild<QLabel*>(u"TextMark"_s);
+        EXPECT_EQ(word->isVisible(), lookup->property("unknown").toBool());
+        return word->isVisible() && word->text() == u"无此网点"_s;
+    };
+    lookup->setFocus();
+    QTest::keyClicks(lookup, u"3"_s);
+    EXPECT_FALSE(marked()) << "still the beginning of one";
+    QTest::keyClicks(lookup, u"x"_s);
+    EXPECT_TRUE(marked()) << "at once";
+    QTest::keyClick(lookup, Qt::Key_Backspace);
+    EXPECT_FALSE(marked());
+    QTest::keyClick(lookup, Qt::Key_Escape);
+    other->setFocus();
+    EXPECT_TRUE(marked()) << "no row when left";
+    for (const auto& [text, unknown] : {std::pair{u"上海浦东"_s, false}, std::pair{u"某地"_s, true},
+             std::pair{QString(), false}, std::pair{u"苏州 "_s, true}}) {
+        lookup->SetText(text);
+        EXPECT_EQ(marked(), unknown) << text.toStdString();
+    }
+    sites.OpenRows(MakeRows({Column(u"SITE_NAME", wire::ColumnType::Text)}, {{T(u"苏州 ")}}));
+    EXPECT_FALSE(marked()) << "another list was read";
+    lookup->SetText(u"某地"_s);
+    sites.Close();
+    EXPECT_FALSE(marked()) << "without a list nobody knows";
+    EXPECT_TRUE(problems.isEmpty());
+}
+
+TEST_F(DBControlsTest, LookupKeepsTheRowThatWasChosenAmongEqualNames)
+{
+    sites.OpenRows(
+        MakeRows({Column(u"SITE_CODE", wire::ColumnType::Text), Column(u"SITE_NAME", wire::ColumnType::Text)},
+            {{T(u"01"), T(u"张三")}, {T(u"02"), T(u"张三")}, {T(u"03"), T(u"李四")}}));
+    byName.keyField = u"SITE_CODE"_s;
+    byName.listField = u"SITE_NAME"_s;
+    auto* lookup = new TDBLookupComboboxEh(&window);
+    lookup->SetLookup(byName);
+    QString told;
+    lookup->OnUpdateData = [&] { told = lookup->ListText(u"SITE_CODE"); };
+    Show();
+    lookup->setFocus();
+    lookup->DropDown();
+    QTest::keyClick(lookup, Qt::Key_Down);
+    QTest::keyClick(lookup, Qt::Key_Down);
+    QTest::keyClick(lookup, Qt::Key_Return);
+    EXPECT_EQ(told, u"02"_s);
+    EXPECT_EQ(lookup->KeyValue(), u"02"_s);
+    EXPECT_EQ(lookup->ChosenRow(), sites.ViewBookmark(1));
+    sites.AddIndex(u"down"_s, u"SITE_CODE"_s, u"SITE_CODE"_s);
+    sites.SetIndexName(u"down"_s);
+    EXPECT_EQ(lookup->KeyValue(), u"02"_s) << "whatever the order";
+    sites.SetIndexName({});
+    lookup->SetText(u"李四"_s);
+    EXPECT_EQ(lookup->ChosenRow(), 0u);
+    lookup->SetText(u"张三"_s);
+    EXPECT_EQ(lookup->KeyValue(), u"01"_s) << "a name set is the first of that name";
+    lookup->SetText(u"02"_s);
+    lookup->SetText(u"0"_s);
+    lookup->Complete();
+    EXPECT_EQ(lookup->ListText(u"SITE_CODE"), u"01"_s);
+    sites.OpenRows(
+        MakeRows({Column(u"SITE_CODE", wire::ColumnType::Text), Column(u"SITE_NAME", wire::ColumnType::Text)},
+            {{T(u"09"), T(u"张三")}}));
+    EXPECT_EQ(lookup->ChosenRow(), 0u) << "rows of a list read anew are others";
 }
 
 TEST_F(DBControlsTest, LookupStoresTheKeyAndShowsTheText)

@@ -1,9 +1,14 @@
+#include "runtime/ui/Style.h"
 #include "tests/runtime/GridFixture.h"
 
 #include <QAbstractItemModelTester>
+#include <QClipboard>
+#include <QContextMenuEvent>
 #include <QHeaderView>
+#include <QMenu>
 #include <QPainter>
 #include <QSignalSpy>
+#include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
 using Reporting = QAbstractItemModelTester::FailureReportingMode;
@@ -39,21 +44,15 @@ TEST_F(DBGridTest, ModelStaysConsistentThroughEveryChangeOfTheDataSet)
     EXPECT_EQ(grid.model()->rowCount(), 0);
     orders.OpenRows(ThreeOrders());
     EXPECT_EQ(grid.model()->rowCount(), 3);
-    source.SetDataSet(nullptr);
-    EXPECT_EQ(grid.model()->rowCount(), 0);
-}
-
-TEST_F(DBGridTest, RowsChangedWhileControlsAreDisabledAppearOnceEnabled)
-{
-    Open(OrderGridColumns());
-    QAbstractItemModelTester tester(grid.model(), Reporting::Fatal);
     orders.DisableControls();
     orders.Delete();
     orders.Delete();
     grid.viewport()->repaint(); // what is gone must not be read meanwhile
     orders.EnableControls();
     EXPECT_EQ(grid.model()->rowCount(), 1);
-    EXPECT_EQ(grid.CellText(0, 0), u"D3"_s);
+    EXPECT_EQ(grid.CellText(0, 0), orders.FieldByName(u"ID").AsString());
+    source.SetDataSet(nullptr);
+    EXPECT_EQ(grid.model()->rowCount(), 0);
 }
 
 TEST_F(DBGridTest, CellsShowWhatTheirColumnSays)
@@ -64,7 +63,12 @@ TEST_F(DBGridTest, CellsShowWhatTheirColumnSays)
     columns.push_back(Titled(u"CREATE_DATE", u"日期"));
     columns.back().displayFormat = u"mm-dd hh:nn"_s;
     columns.push_back(Titled(u"NO_SUCH_FIELD", u"无"));
+    columns.push_back(Titled(u"", u"序号"));
+    columns.push_back(columns[1]);
+    columns.back().keyList = {u"0"_s, u"9"_s};
+    columns.back().footers = SumFooters(u"总票数"_s);
     Open(columns);
+    grid.SetRowNumberTitle(u"序号"_s);
     EXPECT_EQ(grid.CellText(0, 1), u"等待接单"_s);
     EXPECT_EQ(grid.CellText(1, 1), u"接单成功"_s);
     EXPECT_EQ(grid.CellText(2, 1), QString());
@@ -75,7 +79,16 @@ TEST_F(DBGridTest, CellsShowWhatTheirColumnSays)
     EXPECT_EQ(grid.CellText(1, 5), u"1"_s);
     EXPECT_EQ(grid.CellText(0, 6), u"01-01 00:00"_s);
     EXPECT_EQ(grid.CellText(0, 7), QString());
+    EXPECT_EQ(grid.CellText(1, 8), u"2"_s);
+    EXPECT_EQ(grid.CellText(1, 9), u"1"_s) << "a value that no item stands for";
+    EXPECT_EQ(grid.FooterText(0, 9) + grid.FooterText(1, 9), u"总票数1"_s);
     EXPECT_EQ(grid.CellText(3, 0), QString());
+    grid.selectAll();
+    Key(Qt::Key_C, Qt::ControlModifier);
+    const QStringList lines = QApplication::clipboard()->text().split(u'\n');
+    EXPECT_EQ(lines.value(0).section(u'\t', 8, 8) + lines.value(3).section(u'\t', 8, 8), u"序号3"_s);
+    grid.SetSumListActive(false);
+    EXPECT_EQ(grid.CellText(1, 8), QString());
 }
 
 TEST_F(DBGridTest, TitleClicksMarkSeveralColumnsAndSortTheDataSet)
@@ -148,7 +161,50 @@ TEST_F(DBGridTest, TitleIsClickedDraggedAndWidenedByMouse)
     EXPECT_EQ(grid.columnWidth(1), 110);
 }
 
-TEST_F(DBGridTest, HiddenColumnsTakeNoRoomAndNoKeys)
+TEST_F(DBGridTest, TitleMenuStaysForSeveralTicksAndLeadsBackToTheDefaults)
+{
+    auto columns = OrderGridColumns();
+    columns.push_back(Titled(u"SITE_PHONE", u"", 60));
+    columns.back().visible = false;
+    Open(columns);
+    grid.ModifyColumn(4, [](TColumnEh& column) { column.visible = false; }); // the program's wish
+    grid.MoveColumn(0, 2);
+    grid.ClickTitle(0);
+    QStringList offered;
+    bool stayed = false;
+    const auto inMenu = [&](const std::function<void(QMenu&)>& work) {
+        QTimer::singleShot(0, &grid, [&] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            ASSERT_NE(menu, nullptr);
+            work(*menu);
+            menu->close();
+        });
+        QWidget* titles = grid.horizontalHeader()->viewport();
+        QContextMenuEvent asked(QContextMenuEvent::Mouse, QPoint(5, 5), titles->mapToGlobal(QPoint(5, 5)));
+        QApplication::sendEvent(titles, &asked);
+    };
+    const auto pick = [](QMenu& menu, int index) {
+        QTest::mouseClick(&menu, Qt::LeftButton, {}, menu.actionGeometry(menu.actions().at(index)).center());
+    };
+    inMenu([&](QMenu& menu) {
+        for (const QAction* action : menu.actions())
+            offered += action->text();
+        pick(menu, 1);
+        pick(menu, 3);
+        stayed = menu.isVisible();
+    });
+    EXPECT_EQ(offered.join(u','), u"状态,网点 · 名称,物流号,网点 · 金额,时间,,清除排序,恢复默认列"_s);
+    EXPECT_TRUE(stayed);
+    EXPECT_TRUE(grid.isColumnHidden(1) && grid.isColumnHidden(3));
+    inMenu([&](QMenu& menu) { pick(menu, 6); });
+    EXPECT_EQ(orders.IndexName(), QString());
+    inMenu([&](QMenu& menu) { pick(menu, 7); });
+    EXPECT_EQ(grid.Column(0).fieldName, u"ID"_s);
+    for (int column = 0; column < grid.ColumnCount(); ++column)
+        EXPECT_EQ(grid.Column(column).visible, column < 4) << column;
+}
+
+TEST_F(DBGridTest, HiddenColumnsTakeNoRoomAndKeysGoToTheHandlerFirst)
 {
     Open(OrderGridColumns());
     grid.ModifyColumn(1, [](TColumnEh& column) { column.visible = false; });
@@ -158,6 +214,11 @@ TEST_F(DBGridTest, HiddenColumnsTakeNoRoomAndNoKeys)
     EXPECT_EQ(grid.SelectedField(), u"SITE"_s);
     grid.SetSelectedIndex(1);
     EXPECT_EQ(grid.SelectedField(), u"SITE"_s);
+    grid.OnKeyDown = [](QKeyEvent* event) { event->setAccepted(event->key() == Qt::Key_Down); };
+    Key(Qt::Key_Down);
+    EXPECT_EQ(orders.RecNo(), 1);
+    Key(Qt::Key_End, Qt::ControlModifier);
+    EXPECT_EQ(orders.RecNo(), 3);
 }
 
 TEST_F(DBGridTest, FootersCountAndSumWhatTheFilterPasses)
@@ -270,6 +331,64 @@ TEST_F(DBGridTest, TypingInAReadOnlyColumnSearches)
     EXPECT_EQ(orders.RecNo(), 2);
 }
 
+TEST_F(DBGridTest, AFoundCellIsColouredAndShownWithItsNeighbours)
+{
+    std::vector<Row> rows;
+    for (int i = 0; i < 100; ++i)
+        rows.push_back({T(u"D"), I(i), i == 60 ? T(u"目标") : T(u"别处"), Null, Null, Null});
+    orders.OpenRows(MakeRows(OrderColumns(), rows));
+    auto columns = OrderGridColumns();
+    columns[0].width = 900;
+    Open(columns);
+    grid.SelectField(u"SITE");
+    grid.horizontalScrollBar()->setValue(0);
+    ASSERT_TRUE(grid.FindText(u"标"_s));
+    const QRect cell = grid.visualRect(grid.model()->index(60, 2));
+    const QRect seen = grid.viewport()->rect();
+    EXPECT_TRUE(seen.contains(cell));
+    EXPECT_TRUE(seen.contains(cell.translated(0, 2 * grid.RowHeight()))) << "two rows below it";
+    const auto colours = [&] {
+        const QImage picture = grid.viewport()->grab().toImage();
+        std::pair<bool, bool> found;
+        for (int x = cell.left(); x < cell.right(); ++x) {
+            found.first |= picture.pixelColor(x, cell.top() + 3) == FoundCellColor();
+            found.second |= picture.pixelColor(x, cell.top() + 3) == FoundTextColor();
+        }
+        return found;
+    };
+    EXPECT_EQ(colours(), std::pair(true, true));
+    Key(Qt::Key_Down);
+    EXPECT_EQ(colours(), std::pair(false, false)) << "until the user goes on";
+}
+
+TEST_F(DBGridTest, TheCurrentRowKeepsItsPlaceAndADoubleClickItsRow)
+{
+    std::vector<Row> rows(100, Row{T(u"D"), I(1), Null, Null, Null, Null});
+    orders.OpenRows(MakeRows(OrderColumns(), rows));
+    Open(OrderGridColumns());
+    grid.KeepsRowPlace = true;
+    int opened = 0;
+    grid.OnDblClick = [&] { ++opened; };
+    grid.verticalScrollBar()->setValue(40);
+    QApplication::processEvents();
+    const QPoint point = CellCentre(45, 1);
+    const QPoint inWindow = grid.viewport()->mapTo(&window, point);
+    QTest::mouseClick(grid.viewport(), Qt::LeftButton, {}, point);
+    QApplication::processEvents();
+    for (const int top : {60, 0}) {
+        grid.setGeometry(0, top, 600, 300 - top);
+        const int row = grid.rowAt(grid.viewport()->mapFrom(&window, inWindow).y());
+        EXPECT_EQ(row, 45) << top;
+    }
+    grid.KeepsRowPlace = false;
+    grid.verticalScrollBar()->setValue(35);
+    QTest::mouseDClick(grid.viewport(), Qt::LeftButton, {}, point);
+    EXPECT_EQ(opened, 0) << "another row had come under the pointer";
+    EXPECT_EQ(orders.RecNo(), 41);
+    QTest::mouseDClick(grid.viewport(), Qt::LeftButton, {}, point);
+    EXPECT_EQ(opened, 1);
+}
+
 TEST_F(DBGridTest, HandlersPaintCellsOverTheRowsOwnLook)
 {
     Open(OrderGridColumns());
@@ -290,19 +409,6 @@ TEST_F(DBGridTest, HandlersPaintCellsOverTheRowsOwnLook)
     EXPECT_EQ(corner(1, 1), QColor(Qt::white));
     EXPECT_EQ(corner(2, 4), QColor(Qt::blue));
     EXPECT_NE(corner(0, 1), QColor(Qt::white)) << "the current row stands out";
-}
-
-TEST_F(DBGridTest, KeysGoToTheHandlerFirst)
-{
-    Open(OrderGridColumns());
-    grid.OnKeyDown = [](QKeyEvent* event) {
-        if (event->key() == Qt::Key_Down)
-            event->accept();
-    };
-    Key(Qt::Key_Down);
-    EXPECT_EQ(orders.RecNo(), 1);
-    Key(Qt::Key_End, Qt::ControlModifier);
-    EXPECT_EQ(orders.RecNo(), 3);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "runtime/ui/DBControls.h"
+#include "runtime/ui/Style.h"
 #include "tests/runtime/GridFixture.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -190,6 +191,24 @@ TEST_F(DBGridEditingTest, LookupCompletesCodesAndInitials)
     Key(Qt::Key_Down);
     Key(Qt::Key_Return);
     EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"上海浦东"_s);
+    // What no row of the list holds is told in its cell, whoever wrote it.
+    const auto marked = [&] {
+        const QRect cell = grid.visualRect(grid.model()->index(0, 2));
+        const QImage picture = grid.viewport()->grab(cell).toImage();
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x) {
+                if (picture.pixelColor(x, y) == UnknownTextColor())
+                    return true;
+            }
+        }
+        return false;
+    };
+    grid.SelectField(u"AMOUNT");
+    EXPECT_FALSE(marked());
+    orders.FieldByName(u"SITE").SetAsString(u"口口口口"_s);
+    EXPECT_TRUE(marked());
+    orders.FieldByName(u"SITE").Clear();
+    EXPECT_FALSE(marked());
     grid.SetDataSource(nullptr);
 }
 
@@ -205,7 +224,17 @@ TEST_F(DBGridEditingTest, DatesAreTypedShortAndRefusedWhenNone)
     Type(u"2024-13-99");
     Key(Qt::Key_Up);
     EXPECT_EQ(orders.RecNo(), 2);
-    EXPECT_EQ(problems.size(), 1);
+    EXPECT_TRUE(QApplication::focusWidget()->toolTip().contains(u"yyyy-mm-dd hh:mm:ss"_s));
+    EXPECT_TRUE(problems.isEmpty()) << "told at the cell, not in a box";
+    Key(Qt::Key_Escape);
+    Type(u"2026/11/1 8:00");
+    Key(Qt::Key_Tab);
+    EXPECT_EQ(Cell(1, u"CREATE_DATE"), u"2026-11-01 08:00:00"_s);
+    EXPECT_EQ(Selected(), u"D3"_s);
+    grid.SelectField(u"ID");
+    Key(Qt::Key_Backtab);
+    EXPECT_EQ(grid.currentIndex(), grid.model()->index(1, 4));
+    EXPECT_EQ(Selected(), u"D2"_s) << "the row gone back to";
 }
 
 TEST_F(DBGridEditingTest, AColumnMayRefuseToBeLeft)

@@ -171,29 +171,6 @@ TEST_F(FormsTest, KeyPreviewSeesEachKeyOnceBeforeTheControl)
     EXPECT_EQ(log.size(), 3);
 }
 
-TEST_F(FormsTest, MessagesReachTheMainFormAsEventsOfTheirNumbers)
-{
-    struct Receiver : QWidget {
-        bool event(QEvent* event) override
-        {
-            if (event->type() == kMessageActivated) {
-                const auto* message = static_cast<TFormMessage*>(event);
-                first = message->First();
-                second = message->Second();
-                return true;
-            }
-            return QWidget::event(event);
-        }
-        QWidget* first = nullptr;
-        qintptr second = -1;
-    } receiver;
-    QWidget sender;
-    SendFormMessage(&receiver, kMessageActivated, &sender);
-    EXPECT_EQ(receiver.first, &sender);
-    EXPECT_EQ(receiver.second, 0);
-    SendFormMessage(nullptr, kMessageClosed, &sender);
-}
-
 TEST_F(FormsTest, TheApplicationFreesItsScreens)
 {
     TApplication* const shared = Application;
@@ -210,19 +187,6 @@ TEST_F(FormsTest, TheApplicationFreesItsScreens)
     Application = shared;
     DeleteLater();
     EXPECT_TRUE(Area().subWindowList().isEmpty());
-}
-
-TEST_F(FormsTest, ModalFormsReturnWhenClosed)
-{
-    TForm dialog(&frame, u"dialog"_s);
-    bool shown = false;
-    QTimer::singleShot(0, &dialog, [&] {
-        shown = dialog.isVisible() && QApplication::activeModalWidget() == &dialog;
-        QTest::keyClick(&dialog, Qt::Key_Escape);
-    });
-    dialog.ShowModal();
-    EXPECT_TRUE(shown);
-    EXPECT_FALSE(dialog.isVisible());
 }
 
 TEST_F(FormsTest, QueuedAnswersServeBoxesInOrderAndAllIsRecorded)

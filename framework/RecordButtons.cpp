@@ -1,0 +1,102 @@
+#include "framework/RecordButtons.h"
+
+#include "runtime/ui/Application.h"
+
+#include <QHBoxLayout>
+#include <QPushButton>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QPushButton* NewStripButton(QWidget* strip, const QString& name, const QString& caption)
+{
+    auto* button = new QPushButton(caption, strip);
+    button->setObjectName(name);
+    strip->layout()->addWidget(button);
+    return button;
+}
+
+} // namespace
+
+TRecordButtons::TRecordButtons(QWidget* parent, const QString& name)
+    : QWidget(parent)
+{
+    setObjectName(name);
+    auto* row = new QHBoxLayout(this);
+    row->setContentsMargins(0, 0, 0, 0);
+    AddButton = NewStripButton(this, u"AddButton"_s, u"增加(&A)"_s);
+    DiscardButton = NewStripButton(this, u"DiscardButton"_s, u"放弃(&U)"_s);
+    DeleteButton = NewStripButton(this, u"DeleteButton"_s, u"删除(&D)"_s);
+    DeleteButton->hide();
+    row->addStretch(1);
+    connect(AddButton, &QPushButton::clicked, this, [this] {
+        Guarded([this] {
+            dataSet_->Post();
+            dataSet_->Append();
+        });
+    });
+    connect(DiscardButton, &QPushButton::clicked, this, [this] { Guarded([this] { Discard(); }); });
+    connect(DeleteButton, &QPushButton::clicked, this, [this] { Guarded([this] { Delete(); }); });
+    ShowState();
+}
+
+void TRecordButtons::SetDataSource(TDataSource* source)
+{
+    if (source_)
+        disconnect(source_, nullptr, this, nullptr);
+    source_ = source;
+    if (source)
+        connect(source, &TDataSource::DataSetChanged, this, &TRecordButtons::Attach);
+    Attach(source ? source->DataSet() : nullptr);
+}
+
+void TRecordButtons::SetAllowDelete(bool on)
+{
+    DeleteButton->setVisible(on);
+}
+
+void TRecordButtons::Attach(TClientDataSetEx* dataSet)
+{
+    if (dataSet_)
+        disconnect(dataSet_, nullptr, this, nullptr);
+    dataSet_ = dataSet;
+    if (dataSet) {
+        connect(dataSet, &TClientDataSetEx::StateChanged, this, &TRecordButtons::ShowState);
+        connect(dataSet, &TClientDataSetEx::DataReset, this, &TRecordButtons::ShowState);
+        connect(dataSet, &TClientDataSetEx::CursorMoved, this, &TRecordButtons::ShowState);
+        connect(dataSet, &TClientDataSetEx::RowChanged, this, &TRecordButtons::ShowState);
+        connect(dataSet, &TClientDataSetEx::RowInserted, this, &TRecordButtons::ShowState);
+        connect(dataSet, &TClientDataSetEx::RowRemoved, this, &TRecordButtons::ShowState);
+    }
+    ShowState();
+}
+
+void TRecordButtons::ShowState()
+{
+    const bool open = dataSet_ && dataSet_->Active();
+    const bool onRow = open && !dataSet_->IsEmpty();
+    AddButton->setEnabled(open);
+    DiscardButton->setEnabled(
+        onRow && (dataSet_->IsEditing() || dataSet_->UpdateStatus() != TRowStatus::Unmodified));
+    DeleteButton->setEnabled(onRow);
+}
+
+void TRecordButtons::Discard()
+{
+    if (dataSet_->IsEditing())
+        dataSet_->Cancel();
+    else
+        dataSet_->UndoCurrentRow();
+    ShowState();
+}
+
+void TRecordButtons::Delete()
+{
+    if (Application
+        && Application->MessageBox(u"确定要删除当前行吗？"_s, Application->Title, TMessageIcon::Question,
+               TMessageButtons::OkCancel, true)
+            != TMessageResult::Ok)
+        return;
+    dataSet_->Delete();
+}
