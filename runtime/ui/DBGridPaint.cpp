@@ -96,13 +96,14 @@ void TDBGridEh::Private::PaintRows(QPainter& painter, const QRect& dirty, bool f
     const QColor base = palette.color(QPalette::Base);
     const QColor highlight = palette.color(QPalette::Highlight);
     const int currentRow = CurrentRow();
+    const TCellParams plain{base, palette.color(QPalette::Text), q->font()};
     std::vector<TCellParams> params(places.size());
     for (int row = firstRow; row <= lastRow; ++row) {
         const int top = row * rowHeight - offset;
         const bool marked = !selected.empty() && selected.contains(open.ViewBookmark(row));
         const int foundColumn = found.row && open.ViewBookmark(row) == found.row ? found.column : -1;
         for (size_t i = 0; i < places.size(); ++i) {
-            params[i] = {base, palette.color(QPalette::Text), q->font()};
+            params[i] = plain;
             AskHandler(columns[size_t(places[i].column)].info, row, params[i]);
             // Over whatever colour the row has for its own reasons, the current and the selected rows still
             // stand out, and each still shows its own.
