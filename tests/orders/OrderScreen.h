@@ -88,6 +88,7 @@ protected:
         ASSERT_EQ(desk.host.App.ShownMessages().size(), 1u);
         EXPECT_EQ(desk.host.App.ShownMessages()[0].text, QStringLiteral("详细：连接已中断"));
         EXPECT_EQ(desk.host.App.ShownMessages()[0].caption, screen->Caption());
+        EXPECT_EQ(desk.host.App.ShownMessages()[0].icon, TMessageIcon::Warning);
         desk.host.TakeMessages();
 
         desk.host.Server.OnQuery = answer;

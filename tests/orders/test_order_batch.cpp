@@ -1,3 +1,4 @@
+#include "framework/RowRules.h"
 #include "framework/frm_Progress.h"
 #include "orders/OrderBatch.h"
 #include "tests/orders/OrderDesk.h"
@@ -67,19 +68,22 @@ TEST_F(OrderBatch, AsksChangesWhatItTakesAndSumsUp)
 
     TOrderBatch batch = Accepting();
     QStringList order;
-    batch.beforeSummary = [&] { order = desk.host.TakeMessages(); };
+    batch.beforeSummary = [&] {
+        EXPECT_EQ(desk.host.App.ShownMessages().back().icon, TMessageIcon::Information);
+        order = desk.host.TakeMessages();
+    };
     batch.summaryEnd = u"订单状态不符"_s;
     // A rule that refuses one order before its edit.
     cds.BeforeEdit = [this] {
         if (cds.FieldByName(u"TX_LOGISTIC_ID").AsString() == u"T010"_s)
-            Abort();
+            RunRules(u"分派"_s, [] { throw TRuleViolation{u"已分派"_s, {}, TMessageIcon::Information}; });
     };
     desk.host.App.QueueAnswer({u"yes"_s});
     const auto counts = RunOrderBatch(grid, batch);
     ASSERT_TRUE(counts);
     EXPECT_EQ(counts->changed, 200);
     EXPECT_EQ(counts->unchanged, 201);
-    EXPECT_EQ(order, QStringList(u"是否进行批量修改可接单网点?"_s));
+    EXPECT_EQ(order, QStringList({u"是否进行批量修改可接单网点?"_s, u"已分派"_s}));
     EXPECT_EQ(desk.host.App.ShownMessages()[0].caption, u"分派"_s);
     EXPECT_EQ(desk.host.App.ShownMessages()[0].icon, TMessageIcon::Information);
     EXPECT_EQ(desk.host.TakeMessages(),
