@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 namespace fuzz {
 
@@ -13,5 +14,23 @@ inline void Require(bool holds, const char* what)
     std::fprintf(stderr, "FINDING: %s\n", what);
     std::abort();
 }
+
+// From here to its end the processor works no longer than the budget.
+class Budget {
+public:
+    Budget(double seconds, const char* what)
+        : seconds_(seconds)
+        , what_(what)
+    {
+    }
+    ~Budget() { Require(double(std::clock() - start_) < seconds_ * CLOCKS_PER_SEC, what_); }
+    Budget(const Budget&) = delete;
+    Budget& operator=(const Budget&) = delete;
+
+private:
+    double seconds_;
+    const char* what_;
+    std::clock_t start_ = std::clock();
+};
 
 } // namespace fuzz

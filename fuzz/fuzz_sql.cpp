@@ -1,10 +1,12 @@
 // Any text that a client may send as SQL. What the translator takes, SQLite must take too, and running it on
-// a small database must give cells of the announced types, or an error in the data, or reach a limit.
+// a small database must give cells of the announced types, or an error in the data, or reach a limit. Neither
+// takes longer than its budget: asked to stop, a statement ends.
 //
 // Input: the text, UTF-8.
 
 #include "fuzz/Database.h"
 #include "fuzz/Finding.h"
+#include "server/dialect/Limits.h"
 #include "server/dialect/SqliteFunctions.h"
 #include "tests/server/conformance/Suite.h"
 
@@ -22,6 +24,9 @@ namespace {
 constexpr int kInstructions = 1'000; // between two looks at the time
 constexpr int kMostSteps = 300; // such stretches a statement may take
 constexpr int kMostBytes = 1 << 20; // of one value
+// With everything that checks the program built in, ten times as slow as it is.
+constexpr double kTranslationSeconds = 5;
+constexpr double kStatementSeconds = 10;
 
 struct Finalizer {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
@@ -35,7 +40,8 @@ public:
     {
         for (const conformance::TableRows& rows : conformance::ReadTables())
             database_.Insert(*rows.table, rows.rows);
-        dialect::RegisterFunctions(Handle());
+        watch_.shouldStop = [this] { return --stepsLeft_ < 0; };
+        dialect::RegisterFunctions(Handle(), &watch_);
         sqlite3_limit(Handle(), SQLITE_LIMIT_LENGTH, kMostBytes);
         sqlite3_progress_handler(
             Handle(), kInstructions,
@@ -82,6 +88,7 @@ private:
 
     static std::optional<Translated> Translate(dialect::Translator& translator, const QString& text)
     {
+        const fuzz::Budget budget(kTranslationSeconds, "a text takes too long to be translated");
         try {
             return translator.Translate(text);
         } catch (const wire::Error& error) {
@@ -146,6 +153,7 @@ private:
 
     void Run(sqlite3_stmt* statement, const Translation& translation)
     {
+        const fuzz::Budget budget(kStatementSeconds, "a statement runs on when it is told to stop");
         Require(sqlite3_column_count(statement) == static_cast<int>(translation.columns->size()),
             "columns do not match the statement");
         int code = sqlite3_step(statement);
@@ -177,6 +185,9 @@ private:
             right |= stored == SQLITE_INTEGER;
             break;
         }
+        Require(stored != SQLITE_TEXT
+                || sqlite3_column_bytes(statement, column) <= int(dialect::kLongestBuiltText),
+            "a statement builds a longer text than it may");
         if (!right)
             std::fprintf(stderr, "column %d of type %d holds a cell of type %d\n%s\n", column, int(type),
                 stored, translation.sql.c_str());
@@ -204,6 +215,7 @@ private:
             sqlite3_step(statement.get()) == SQLITE_DONE, "an update stored what its column does not hold");
     }
 
+    dialect::FunctionWatch watch_;
     fuzz::Database database_;
     dialect::Translator translator_{database_.Catalog()};
     dialect::Translator postgres_{database_.Catalog(), dialect::Target::Postgres};

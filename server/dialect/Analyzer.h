@@ -68,6 +68,7 @@ private:
     void VisitTruncation(Expression& expression, Call& call);
     void VisitDecode(Expression& expression, Call& call);
     bool TakeMask(Call& call, size_t argument);
+    bool TakeLanguage(Call& call);
     template <typename Read> void CheckMask(Position position, Read&& read) const;
 
     void Convert(ExpressionPtr& expression, Type to);

@@ -412,7 +412,10 @@ void Analyzer::VisitAggregate(Expression& expression, Call& call, Scope& scope)
 void Analyzer::VisitConversion(ExpressionPtr& expression)
 {
     auto& call = std::get<Call>(expression->node);
+    const bool english = TakeLanguage(call);
     const bool masked = TakeMask(call, 1);
+    if (english)
+        call.mask = DateMask::InEnglish(call.mask);
     const Position position = expression->start;
     const ExpressionPtr& argument = call.arguments.front();
     const Type from = argument->type;
@@ -487,6 +490,27 @@ template <typename Read> void Analyzer::CheckMask(Position position, Read&& read
     } catch (const wire::Error& error) {
         Raise(position, error.Message());
     }
+}
+
+// The third argument of to_date and to_char, 'nls_date_language=…', as it says in which language names are
+// written; true: English.
+bool Analyzer::TakeLanguage(Call& call)
+{
+    constexpr size_t kArgument = 2;
+    if (call.arguments.size() <= kArgument)
+        return false;
+    const Expression& argument = *call.arguments[kArgument];
+    const auto* literal = argument.As<Literal>();
+    if (!literal || argument.type != Type::Text)
+        Raise(argument.start, texts::MaskLiteral());
+    const QString setting = std::get<QString>(Fix(literal->literal)).toLower().remove(u' ').remove(u'\'');
+    constexpr QStringView kSetting = u"nls_date_language=";
+    const QString language = setting.startsWith(kSetting) ? setting.sliced(kSetting.size()) : QString();
+    const bool english = language == u"american" || language == u"english";
+    if (!english && language != u"simplifiedchinese")
+        Raise(argument.start, texts::NotSupported(texts::Quoted(texts::Shortened(setting))));
+    call.arguments.pop_back();
+    return english;
 }
 
 // Moves the format from the arguments to the call; false when there is none.

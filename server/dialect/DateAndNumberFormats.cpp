@@ -1,5 +1,6 @@
 #include "server/dialect/DateAndNumberFormats.h"
 
+#include "server/dialect/Limits.h"
 #include "server/dialect/Refusals.h"
 #include "wire/Error.h"
 
@@ -14,6 +15,35 @@ namespace dialect {
 namespace {
 
 constexpr qint64 kDay = 86400;
+constexpr QChar kEnglishMark = u'\uE010'; // before a mask
+
+constexpr std::array<QStringView, 12> kMonths{u"january", u"february", u"march", u"april", u"may", u"june",
+    u"july", u"august", u"september", u"october", u"november", u"december"};
+constexpr std::array<QStringView, 7> kWeekdays{
+    u"sunday", u"monday", u"tuesday", u"wednesday", u"thursday", u"friday", u"saturday"};
+
+// Which of the names stands at `at`, in full or by its first letters; -1: none.
+int TakeName(std::span<const QStringView> names, QStringView text, qsizetype& at)
+{
+    const QStringView rest = text.sliced(at);
+    for (size_t i = 0; i < names.size(); ++i) {
+        for (const QStringView name : {names[i], names[i].first(DateMask::kShortName)}) {
+            if (rest.startsWith(name, Qt::CaseInsensitive)) {
+                at += name.size();
+                return static_cast<int>(i);
+            }
+        }
+    }
+    return -1;
+}
+
+// MARCH, March or march, as the mask writes its own letters.
+QString InCaseOf(QStringView written, QStringView name)
+{
+    if (written[0].isLower())
+        return name.toString();
+    return written[1].isUpper() ? name.toString().toUpper() : name[0].toUpper() + name.sliced(1).toString();
+}
 
 struct Calendar {
     int year, month, day;
@@ -66,6 +96,14 @@ QString Digits(qint64 value, int width)
     return u"%1"_s.arg(value, width, 10, QChar(u'0'));
 }
 
+// Sunday is 0; 1970 began on a Thursday.
+int WeekdayOf(wire::DateTime date)
+{
+    return static_cast<int>((FloorDivide(date.seconds, kDay) % 7 + 11) % 7);
+}
+
+constexpr int kLongestName = 9; // september, wednesday
+
 // What ASCII digits and letters read as, for from_chars.
 QByteArray Plain(QStringView text)
 {
@@ -74,14 +112,25 @@ QByteArray Plain(QStringView text)
 
 } // namespace
 
+bool IsName(DateMask::Element element)
+{
+    using Element = DateMask::Element;
+    return element == Element::MonthShort || element == Element::MonthName || element == Element::WeekdayShort
+        || element == Element::WeekdayName;
+}
+
 struct DateMask::Fields {
     int year = -1, month = -1, day = 1, hour = 0, minute = 0, second = 0;
+    int weekday = -1;
     bool afternoon = false, halves = false;
 };
 
 DateMask::DateMask(const QString& mask)
-    : mask_(mask)
+    : mask_(mask.startsWith(kEnglishMark) ? mask.sliced(1) : mask)
+    , language_(mask.startsWith(kEnglishMark) ? Language::English : Language::Chinese)
 {
+    if (mask_.size() > kLongestMask)
+        throw wire::Error(wire::ErrorKind::Data, texts::InvalidMask(texts::Shortened(mask_)));
     struct Name {
         QStringView text;
         Element element;
@@ -89,21 +138,23 @@ DateMask::DateMask(const QString& mask)
     // Longer names first where one begins another.
     constexpr std::array kNames{Name{u"yyyy", Element::Year4}, Name{u"yyy", Element::Year3},
         Name{u"yy", Element::Year2}, Name{u"rrrr", Element::Year4}, Name{u"rr", Element::Round2},
-        Name{u"mm", Element::Month}, Name{u"mi", Element::Minute}, Name{u"ddd", Element::DayOfYear},
-        Name{u"dd", Element::Day}, Name{u"d", Element::DayOfWeek}, Name{u"hh24", Element::Hour24},
-        Name{u"hh12", Element::Hour12}, Name{u"hh", Element::Hour12}, Name{u"sssss", Element::SecondOfDay},
-        Name{u"ss", Element::Second}, Name{u"am", Element::HalfDay}, Name{u"pm", Element::HalfDay},
-        Name{u"q", Element::Quarter}, Name{u"ww", Element::WeekOfYear}};
-    for (qsizetype at = 0; at < mask.size();) {
-        const QStringView rest = QStringView(mask).sliced(at);
+        Name{u"month", Element::MonthName}, Name{u"mon", Element::MonthShort}, Name{u"mm", Element::Month},
+        Name{u"mi", Element::Minute}, Name{u"ddd", Element::DayOfYear}, Name{u"dd", Element::Day},
+        Name{u"day", Element::WeekdayName}, Name{u"dy", Element::WeekdayShort},
+        Name{u"d", Element::DayOfWeek}, Name{u"hh24", Element::Hour24}, Name{u"hh12", Element::Hour12},
+        Name{u"hh", Element::Hour12}, Name{u"sssss", Element::SecondOfDay}, Name{u"ss", Element::Second},
+        Name{u"am", Element::HalfDay}, Name{u"pm", Element::HalfDay}, Name{u"q", Element::Quarter},
+        Name{u"ww", Element::WeekOfYear}};
+    for (qsizetype at = 0; at < mask_.size();) {
+        const QStringView rest = QStringView(mask_).sliced(at);
         if (rest[0] == u'"') {
-            const qsizetype end = mask.indexOf(u'"', at + 1);
+            const qsizetype end = mask_.indexOf(u'"', at + 1);
             if (end < 0)
                 throw wire::Error(wire::ErrorKind::Data, texts::InvalidMask(rest.toString()));
-            parts_.push_back({Element::Quoted, mask.sliced(at + 1, end - at - 1)});
+            parts_.push_back({Element::Quoted, mask_.sliced(at + 1, end - at - 1)});
             at = end + 1;
         } else if (IsPunctuation(rest[0])) {
-            parts_.push_back({Element::Punctuation, mask.sliced(at, 1)});
+            parts_.push_back({Element::Punctuation, mask_.sliced(at, 1)});
             ++at;
         } else if (rest.startsWith(u"fm", Qt::CaseInsensitive)) {
             fill_ = false;
@@ -113,7 +164,7 @@ DateMask::DateMask(const QString& mask)
                 kNames, [rest](const Name& each) { return rest.startsWith(each.text, Qt::CaseInsensitive); });
             if (name == kNames.end())
                 throw wire::Error(wire::ErrorKind::Data, texts::InvalidMask(rest.toString()));
-            parts_.push_back({name->element, {}});
+            parts_.push_back({name->element, mask_.sliced(at, name->text.size())});
             at += name->text.size();
         }
     }
@@ -157,6 +208,28 @@ bool DateMask::ReadPart(const Part& part, QStringView text, qsizetype& at, Field
         const bool morning = rest.startsWith(u"am", Qt::CaseInsensitive) || rest.startsWith(u"上午");
         at += 2;
         return fields.afternoon || morning;
+    }
+    if (part.element == Element::MonthShort || part.element == Element::MonthName) {
+        fields.month = TakeName(kMonths, text, at) + 1;
+        qsizetype end = at;
+        for (; end < text.size() && end < at + 2 && text[end] >= u'0' && text[end] <= u'9'; ++end)
+            fields.month = fields.month * 10 + text[end].digitValue();
+        if (end > at && (end == text.size() || text[end] != u'月'))
+            return false;
+        at = end > at ? end + 1 : at;
+    } else if (part.element == Element::WeekdayShort || part.element == Element::WeekdayName) {
+        fields.weekday = TakeName(kWeekdays, text, at);
+        if (fields.weekday < 0 && text.sliced(at).startsWith(u"星期") && at + 2 < text.size()) {
+            fields.weekday = static_cast<int>(kChineseWeekdays.indexOf(text[at + 2]));
+            at += 3;
+        }
+        if (fields.weekday < 0)
+            return false;
+    }
+    if (IsName(part.element)) { // and what fills it
+        while (at < text.size() && text[at].isSpace())
+            ++at;
+        return true;
     }
     const int most = part.element == Element::Year4 ? 4 : part.element == Element::Year3 ? 3 : 2;
     int value = 0;
@@ -218,7 +291,47 @@ std::optional<wire::DateTime> DateMask::Read(QStringView text) const
         && fields.minute < 60 && fields.second < 60;
     if (!valid)
         return std::nullopt;
-    return At(fields.year, fields.month, fields.day, fields.hour * 3600 + fields.minute * 60 + fields.second);
+    const wire::DateTime date =
+        At(fields.year, fields.month, fields.day, fields.hour * 3600 + fields.minute * 60 + fields.second);
+    return fields.weekday < 0 || fields.weekday == WeekdayOf(date) ? std::optional(date) : std::nullopt;
+}
+
+QString DateMask::InEnglish(const QString& mask)
+{
+    return kEnglishMark + mask;
+}
+
+std::span<const QStringView> DateMask::EnglishMonths()
+{
+    return kMonths;
+}
+
+std::span<const QStringView> DateMask::EnglishWeekdays()
+{
+    return kWeekdays;
+}
+
+// Long English names are filled to the longest of them, Chinese months to that of December.
+QString DateMask::MonthText(const Part& part, int month) const
+{
+    if (language_ == Language::Chinese) {
+        const QString name = QString::number(month) + u'月';
+        return fill_ ? name.leftJustified(kChineseMonth) : name;
+    }
+    const QString name = InCaseOf(part.text, kMonths[static_cast<size_t>(month) - 1]);
+    if (part.element == Element::MonthShort)
+        return name.first(kShortName);
+    return fill_ ? name.leftJustified(kLongestName) : name;
+}
+
+QString DateMask::WeekdayText(const Part& part, int weekday) const
+{
+    if (language_ == Language::Chinese)
+        return u"星期"_s + kChineseWeekdays[weekday];
+    const QString name = InCaseOf(part.text, kWeekdays[static_cast<size_t>(weekday)]);
+    if (part.element == Element::WeekdayShort)
+        return name.first(kShortName);
+    return fill_ ? name.leftJustified(kLongestName) : name;
 }
 
 QString DateMask::Write(wire::DateTime date) const
@@ -242,6 +355,14 @@ QString DateMask::Write(wire::DateTime date) const
             break;
         case Element::Month:
             number(calendar.month, 2);
+            break;
+        case Element::MonthShort:
+        case Element::MonthName:
+            text += MonthText(part, calendar.month);
+            break;
+        case Element::WeekdayShort:
+        case Element::WeekdayName:
+            text += WeekdayText(part, WeekdayOf(date));
             break;
         case Element::Day:
             number(calendar.day, 2);
@@ -268,7 +389,7 @@ QString DateMask::Write(wire::DateTime date) const
             number(dayOfYear, 3);
             break;
         case Element::DayOfWeek: // Sunday is 1
-            number((FloorDivide(date.seconds, kDay) % 7 + 11) % 7 + 1, 1);
+            number(WeekdayOf(date) + 1, 1);
             break;
         case Element::WeekOfYear:
             number((dayOfYear + 6) / 7, 2);
@@ -379,6 +500,8 @@ double MonthsBetween(wire::DateTime later, wire::DateTime earlier)
 
 NumberMask::NumberMask(const QString& mask)
 {
+    if (mask.size() > kLongestMask)
+        throw wire::Error(wire::ErrorKind::Data, texts::InvalidNumberMask(texts::Shortened(mask)));
     bool point = false;
     for (qsizetype at = 0; at < mask.size(); ++at) {
         const QChar part = mask[at].toLower();

@@ -5,13 +5,15 @@
 #include <QString>
 
 #include <optional>
+#include <span>
 #include <vector>
 
 // The formats of to_date, to_char and to_number, read and written as the company's database does.
 namespace dialect {
 
-// A date format: yyyy, yyy, yy, rrrr, rr, mm, dd, hh24, hh12, hh, mi, ss, am, pm; for writing also q, ddd, d,
-// ww, sssss; "text" in double quotes; fm; punctuation. Case does not matter.
+// A date format: yyyy, yyy, yy, rrrr, rr, mm, mon, month, dd, day, dy, hh24, hh12, hh, mi, ss, am, pm; for
+// writing also q, ddd, d, ww, sssss; "text" in double quotes; fm; punctuation. Case matters for names alone:
+// MON, Mon and mon write them as they are written themselves. Names are read in Chinese and in English.
 class DateMask {
 public:
     enum class Element {
@@ -20,7 +22,11 @@ public:
         Year2,
         Round2,
         Month,
+        MonthShort,
+        MonthName,
         Day,
+        WeekdayShort,
+        WeekdayName,
         Hour24,
         Hour12,
         Minute,
@@ -36,9 +42,12 @@ public:
     };
     struct Part {
         Element element;
-        QString text; // Punctuation, Quoted
+        QString text; // Punctuation, Quoted; names: as the mask writes them
     };
+    enum class Language { Chinese, English }; // of the names written
 
+    // A mask for English names, as one text.
+    static QString InEnglish(const QString& mask);
     // Raises wire::Error (Data) naming what is not understood.
     explicit DateMask(const QString& mask);
     // Raises the same where something in the mask can only be written.
@@ -50,16 +59,31 @@ public:
     QString Write(wire::DateTime date) const;
 
     const std::vector<Part>& Parts() const noexcept { return parts_; }
-    bool Fills() const noexcept { return fill_; } // numbers are written with leading zeros
+    bool Fills() const noexcept { return fill_; } // numbers have leading zeros, names blanks after them
+    Language NameLanguage() const noexcept { return language_; }
+    const QString& Text() const noexcept { return mask_; }
+
+    // In lower case, January and Sunday first.
+    static std::span<const QStringView> EnglishMonths();
+    static std::span<const QStringView> EnglishWeekdays();
+    static constexpr QStringView kChineseWeekdays = u"日一二三四五六"; // after 星期
+    static constexpr int kShortName = 3; // letters of a short English name
+    static constexpr int kChineseMonth = 3; // characters of a Chinese month that is filled
 
 private:
     struct Fields;
     bool ReadPart(const Part& part, QStringView text, qsizetype& at, Fields& fields) const;
+    QString MonthText(const Part& part, int month) const;
+    QString WeekdayText(const Part& part, int weekday) const;
 
     QString mask_;
     std::vector<Part> parts_;
+    Language language_ = Language::Chinese;
     bool fill_ = true; // leading zeros
 };
+
+// Of a month or a weekday.
+bool IsName(DateMask::Element element);
 
 enum class DateUnit { Year, Quarter, Month, Day, Hour, Minute };
 

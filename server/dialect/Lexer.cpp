@@ -134,6 +134,17 @@ void Lexer::Read(QStringView text)
     tokens_.push_back({TokenKind::End, static_cast<int>(text_.size()), 0, -1});
 }
 
+void Lexer::LetGo()
+{
+    constexpr size_t kUsualTokens = 10'000;
+    text_ = {};
+    literals_ = {};
+    if (tokens_.capacity() > kUsualTokens) {
+        tokens_ = {};
+        shape_ = {};
+    }
+}
+
 void Lexer::SkipBlanks()
 {
     const auto next = [this](qsizetype ahead) {

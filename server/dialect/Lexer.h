@@ -53,6 +53,8 @@ public:
     const std::u16string& Shape() const noexcept { return shape_; }
     const std::vector<wire::Value>& Literals() const noexcept { return literals_; }
     std::vector<wire::Value> TakeLiterals() { return std::move(literals_); }
+    // Nothing of a long text stays in memory; the views into it end.
+    void LetGo();
     // The first blank that is not ASCII's, which some databases take for a part of a name; -1: none.
     Position WideBlank() const noexcept { return wideBlank_; }
 

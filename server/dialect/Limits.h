@@ -11,7 +11,9 @@ namespace dialect {
 constexpr qsizetype kLongestStatement = 1 << 20; // UTF-16 units
 constexpr qsizetype kLongestLiteral = 4'000; // of one text in quotes, as in the company's database
 constexpr size_t kMostListValues = 1'000; // of one in list, as there
-constexpr int kMostNodes = 50'000; // of the tree, the columns that stars stand for included
+constexpr int kMostNodes = 30'000; // of the tree, the columns that stars stand for included
+// Outside of long in lists. The time that SQLite takes to prepare grows with their square.
+constexpr int kMostLiterals = 6'000;
 constexpr int kMostDepth = 200; // of the tree, and of brackets
 constexpr size_t kMostOperands =
     255; // arguments, branches of a case, operands of ||, keys of a sort or group
@@ -25,6 +27,8 @@ constexpr qsizetype kLongestMask = 100; // format of a date or a number
 constexpr size_t kLongestBuiltText = 64 << 10;
 // Characters that never are more bytes than that.
 constexpr int kSurelyShort = kLongestBuiltText / 4;
+constexpr int kLongestPadded = 4'000; // by lpad and rpad
+constexpr int kLongestNumber = 400; // and a date: as text
 
 // The time that a text may take to be translated, measured now and then.
 class TranslationTime {

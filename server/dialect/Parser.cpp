@@ -131,6 +131,9 @@ Statement Parser::ParseStatement()
         RaiseExpected(texts::Quoted(QStringLiteral("select")));
     if (Next().kind != TokenKind::End)
         RaiseExpected(texts::End());
+    if (const auto excess = std::ranges::find(tokens_, kMostLiterals, &Token::literal);
+        excess != tokens_.end())
+        throw SyntaxError(lexer_.Text(), excess->start, texts::TooManyLiterals(kMostLiterals));
     return statement;
 }
 

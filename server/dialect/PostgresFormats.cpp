@@ -19,6 +19,12 @@ QChar FieldOf(Element element)
         return u'r';
     case Element::Month:
         return u'm';
+    case Element::MonthShort:
+    case Element::MonthName:
+        return u'M';
+    case Element::WeekdayShort:
+    case Element::WeekdayName:
+        return u'w';
     case Element::Day:
         return u'd';
     case Element::Hour24:
@@ -51,6 +57,21 @@ QString Escaped(const QString& text)
     return escaped;
 }
 
+// English names in any case, in full or by their first letters.
+QString Names(std::span<const QStringView> names)
+{
+    QString pattern;
+    for (const QStringView name : names) {
+        pattern += pattern.isEmpty() ? u""_s : u"|"_s;
+        for (qsizetype i = 0; i < name.size(); ++i) {
+            pattern += i == DateMask::kShortName ? u"(?:"_s : u""_s;
+            pattern += u'[' + name[i] + name[i].toUpper() + u']';
+        }
+        pattern += name.size() > DateMask::kShortName ? u")?"_s : u""_s;
+    }
+    return pattern;
+}
+
 QString PatternOf(const DateMask::Part& part)
 {
     switch (part.element) {
@@ -62,6 +83,13 @@ QString PatternOf(const DateMask::Part& part)
         return Escaped(part.text);
     case Element::HalfDay:
         return u"\\s*([aA][mM]|[pP][mM]|上午|下午)"_s;
+    case Element::MonthShort:
+    case Element::MonthName:
+        return u"\\s*("_s + Names(DateMask::EnglishMonths()) + u"|[0-9]{1,2}月)\\s*"_s;
+    case Element::WeekdayShort:
+    case Element::WeekdayName:
+        return u"\\s*("_s + Names(DateMask::EnglishWeekdays()) + u"|星期["_s
+            + DateMask::kChineseWeekdays.toString() + u"])\\s*"_s;
     case Element::Year4:
         return Digits(4);
     case Element::Year3:
@@ -74,6 +102,24 @@ QString PatternOf(const DateMask::Part& part)
 // Marks in to_char's output that zelmor.ora_date_text replaces.
 constexpr char16_t kHalfDay = u'\uE000';
 constexpr char16_t kSecondOfDay = u'\uE001';
+constexpr char16_t kFilledMonth = u'\uE002';
+constexpr char16_t kMonth = u'\uE003';
+constexpr char16_t kWeekday = u'\uE004';
+
+char16_t MarkOf(Element element, bool filled)
+{
+    switch (element) {
+    case Element::HalfDay:
+        return kHalfDay;
+    case Element::SecondOfDay:
+        return kSecondOfDay;
+    case Element::MonthShort:
+    case Element::MonthName:
+        return filled ? kFilledMonth : kMonth;
+    default:
+        return kWeekday;
+    }
+}
 
 const char* NameOf(Element element)
 {
@@ -142,12 +188,18 @@ PostgresDateFormat PostgresFormatOf(const DateMask& mask)
             break;
         case Element::HalfDay:
         case Element::SecondOfDay:
-            literal += QChar(part.element == Element::HalfDay ? kHalfDay : kSecondOfDay);
+            literal += QChar(MarkOf(part.element, mask.Fills()));
             result.own = true;
             break;
         default:
+            if (IsName(part.element) && mask.NameLanguage() == DateMask::Language::Chinese) {
+                literal += QChar(MarkOf(part.element, mask.Fills()));
+                result.own = true;
+                break;
+            }
             flush();
-            result.format += (mask.Fills() ? u""_s : u"FM"_s) + QLatin1String(NameOf(part.element));
+            result.format += (mask.Fills() ? u""_s : u"FM"_s)
+                + (IsName(part.element) ? part.text : QString::fromLatin1(NameOf(part.element)));
         }
     }
     flush();

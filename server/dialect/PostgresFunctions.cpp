@@ -1,3 +1,4 @@
+#include "server/dialect/Limits.h"
 #include "server/dialect/Postgres.h"
 #include "server/dialect/PostgresFunctionsText.h"
 #include "server/dialect/Refusals.h"
@@ -12,7 +13,7 @@ namespace dialect {
 namespace {
 
 // Goes up with every change of the functions.
-constexpr int kVersion = 1;
+constexpr int kVersion = 2;
 
 // Of the errors that our functions raise, with the message for the user.
 constexpr std::string_view kDataState = "ZE001";
@@ -64,6 +65,9 @@ std::string PostgresFunctionsText(bool orafce)
     put(u"state"_s, QString::fromLatin1(kDataState.data()));
     put(u"invalid_number"_s, texts::InvalidNumber(u"%s"_s) + u'！');
     put(u"invalid_date"_s, texts::InvalidDate(u"%s"_s, u"%s"_s) + u'！');
+    put(u"longest_pattern"_s, QString::number(2 * kLongestLiteral + kLongestNumber));
+    put(u"longest"_s, QString::number(kLongestBuiltText));
+    put(u"too_long"_s, texts::BuiltTextTooLong(kLongestBuiltText) + u'！');
     put(u"loop"_s, texts::ConnectByLoop() + u'！');
     put(u"extremes"_s, Extremes());
     if (orafce)

@@ -1,3 +1,4 @@
+#include "server/dialect/Limits.h"
 #include "server/dialect/PostgresFormats.h"
 #include "server/dialect/Printer.h"
 
@@ -14,6 +15,7 @@ constexpr PrinterWords kWords{
     .ifNull = "coalesce",
     .same = " IS NOT DISTINCT FROM ",
     .trim = "btrim",
+    .trims = "",
     .no = "false",
     .crossJoin = " CROSS JOIN ", // a comma binds less than the joins after it
     .dual = "(SELECT 'X'::text AS \"dummy\")",
@@ -269,9 +271,12 @@ void PostgresPrinter::Print(const Expression& expression, const Arithmetic& arit
 
 void PostgresPrinter::PrintMatch(const Like& like)
 {
+    // Its matcher may look at every place of the text for every place of the pattern.
+    const bool surelyShort = MostCharacters(*like.pattern) <= 2 * kLongestLiteral + kLongestNumber;
     Print(*like.value);
-    Put(" LIKE ");
+    Put(surelyShort ? " LIKE " : " LIKE zelmor.ora_pattern(");
     Print(*like.pattern);
+    Put(surelyShort ? "" : ")");
     Put(" ESCAPE ");
     if (like.escape) {
         Put("left(");
@@ -371,12 +376,13 @@ void PostgresPrinter::PrintAggregate(const Expression& expression, const Call& c
 
 void PostgresPrinter::PrintReader(const QString& mask)
 {
-    const PostgresDateReader reader = PostgresReaderOf(DateMask(mask));
+    const DateMask dateMask(mask);
+    const PostgresDateReader reader = PostgresReaderOf(dateMask);
     PrintText(reader.pattern);
     Put(", ");
     PrintText(reader.fields);
     Put(", ");
-    PrintText(mask);
+    PrintText(dateMask.Text());
 }
 
 void PostgresPrinter::PrintConversion(const Call& call)

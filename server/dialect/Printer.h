@@ -2,6 +2,7 @@
 
 #include "server/dialect/Analysis.h"
 
+#include <functional>
 #include <memory>
 
 namespace dialect {
@@ -17,6 +18,7 @@ struct PrinterWords {
     const char* ifNull; // the first of two values that is not null
     const char* same; // equal, or both null
     const char* trim; // both ends
+    const char* trims; // before the names of trim functions of two arguments
     const char* no; // a condition that does not hold
     const char* crossJoin;
     const char* dual; // the table of one row
@@ -110,8 +112,8 @@ private:
 
     void PrintLiteral(int literal, wire::ColumnType type);
     void PrintDecode(const Call& call);
-    void PrintJoined(
-        const std::vector<ExpressionPtr>& operands, size_t first, size_t count, const char* separator);
+    void PrintJoined(const std::vector<ExpressionPtr>& operands, size_t first, size_t count,
+        const char* separator, const std::function<void(const ExpressionPtr&)>& print);
     std::string AliasOf(const Source& source) const;
 
     const PrinterWords& words_;

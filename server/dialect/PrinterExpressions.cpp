@@ -1,3 +1,4 @@
+#include "server/dialect/Limits.h"
 #include "server/dialect/Printer.h"
 
 #include <algorithm>
@@ -139,23 +140,25 @@ void Printer::Print(const Expression&, const Not& negation)
 }
 
 // Null is the empty text here, and the empty text is null.
-void Printer::Print(const Expression&, const Concatenation& concatenation)
+void Printer::Print(const Expression& expression, const Concatenation& concatenation)
 {
     const auto isLiteral = [](const ExpressionPtr& operand) { return operand->As<Literal>() != nullptr; };
     const bool neverEmpty = std::ranges::any_of(concatenation.operands, isLiteral);
-    Put(neverEmpty ? "(" : "nullif(");
-    bool first = true;
-    for (const ExpressionPtr& operand : concatenation.operands) {
-        if (!std::exchange(first, false))
-            Put(" || ");
-        if (!isLiteral(operand)) {
-            Put(words_.ifNull);
-            Put("(");
-        }
-        Print(operand);
-        Put(isLiteral(operand) ? "" : ", '')");
-    }
-    Put(neverEmpty ? ")" : ", '')");
+    const bool surelyShort = MostCharacters(expression) <= kSurelyShort;
+    if (!surelyShort)
+        Put(words_.functions + std::string("ora_built("));
+    Put(neverEmpty ? "" : "nullif(");
+    PrintJoined(
+        concatenation.operands, 0, concatenation.operands.size(), " || ", [&](const ExpressionPtr& operand) {
+            if (!isLiteral(operand)) {
+                Put(words_.ifNull);
+                Put("(");
+            }
+            Print(operand);
+            Put(isLiteral(operand) ? "" : ", '')");
+        });
+    Put(neverEmpty ? "" : ", '')");
+    Put(surelyShort ? "" : ")");
 }
 
 void Printer::Print(const Expression&, const Comparison& comparison)
@@ -170,12 +173,13 @@ void Printer::Print(const Expression&, const Comparison& comparison)
 
 void Printer::Print(const Expression&, const Junction& junction)
 {
-    PrintJoined(junction.operands, 0, junction.operands.size(), junction.conjunction ? " AND " : " OR ");
+    PrintJoined(junction.operands, 0, junction.operands.size(), junction.conjunction ? " AND " : " OR ",
+        [this](const ExpressionPtr& operand) { Print(operand); });
 }
 
 // In halves: SQLite limits how deep an expression may grow, and a plain chain grows by every operand.
-void Printer::PrintJoined(
-    const std::vector<ExpressionPtr>& operands, size_t first, size_t count, const char* separator)
+void Printer::PrintJoined(const std::vector<ExpressionPtr>& operands, size_t first, size_t count,
+    const char* separator, const std::function<void(const ExpressionPtr&)>& print)
 {
     constexpr size_t kChain = 16;
     Put("(");
@@ -183,12 +187,12 @@ void Printer::PrintJoined(
         for (size_t i = first; i < first + count; ++i) {
             if (i > first)
                 Put(separator);
-            Print(operands[i]);
+            print(operands[i]);
         }
     } else {
-        PrintJoined(operands, first, count / 2, separator);
+        PrintJoined(operands, first, count / 2, separator, print);
         Put(separator);
-        PrintJoined(operands, first + count / 2, count - count / 2, separator);
+        PrintJoined(operands, first + count / 2, count - count / 2, separator, print);
     }
     Put(")");
 }
@@ -323,9 +327,12 @@ void Printer::Print(const Expression&, const Case& choice)
 
 void Printer::Print(const Expression& expression, const Call& call)
 {
-    const auto nonEmpty = [&](const char* function) {
+    const auto trimmed = [&](const char* both, const char* function) {
         Put("nullif(");
-        PrintCall(function, call.arguments);
+        if (call.arguments.size() > 1 && *words_.trims != '\0')
+            PrintCall(words_.trims + std::string(function), call.arguments);
+        else
+            PrintCall(both, call.arguments);
         Put(", '')");
     };
     switch (call.function) {
@@ -338,11 +345,11 @@ void Printer::Print(const Expression& expression, const Call& call)
     case Function::Abs:
         return PrintCall("abs", call.arguments);
     case Function::Trim:
-        return nonEmpty(words_.trim);
+        return trimmed(words_.trim, "trim");
     case Function::LTrim:
-        return nonEmpty("ltrim");
+        return trimmed("ltrim", "ltrim");
     case Function::RTrim:
-        return nonEmpty("rtrim");
+        return trimmed("rtrim", "rtrim");
     case Function::Nvl2:
         Put("CASE WHEN ");
         Print(call.arguments[0]);

@@ -108,6 +108,10 @@ inline QString TooManyParts(qint64 most)
 {
     return QStringLiteral("语句过于复杂，成分超过%1个").arg(most);
 }
+inline QString TooManyLiterals(qint64 most)
+{
+    return QStringLiteral("常量超过%1个").arg(most);
+}
 inline QString TooManyColumns(qint64 most)
 {
     return QStringLiteral("列超过%1个").arg(most);
@@ -210,13 +214,18 @@ inline QString MaskLiteral()
 }
 
 // Values; also raised while a statement runs
+inline QString Shortened(const QString& text)
+{
+    constexpr qsizetype kMost = 100;
+    return text.size() > kMost ? text.left(kMost) + QChar(u'…') : text;
+}
 inline QString InvalidNumber(const QString& text)
 {
-    return QStringLiteral("%1不是有效的数字").arg(Quoted(text));
+    return QStringLiteral("%1不是有效的数字").arg(Quoted(Shortened(text)));
 }
 inline QString InvalidDate(const QString& text, const QString& mask)
 {
-    return QStringLiteral("%1不是格式为%2的有效日期").arg(Quoted(text), Quoted(mask));
+    return QStringLiteral("%1不是格式为%2的有效日期").arg(Quoted(Shortened(text)), Quoted(mask));
 }
 inline QString InvalidMask(const QString& element)
 {
@@ -249,6 +258,10 @@ inline QString Refused(const QString& message)
 inline QString NotOneRow()
 {
     return QStringLiteral("单行子查询返回多行");
+}
+inline QString ConnectByTooDeep()
+{
+    return QStringLiteral("connect by的层次过多");
 }
 inline QString ConnectByLoop()
 {

@@ -2,6 +2,7 @@
 
 #include "server/dialect/DateAndNumberFormats.h"
 #include "server/dialect/LikePattern.h"
+#include "server/dialect/Limits.h"
 #include "server/dialect/Refusals.h"
 #include "wire/Error.h"
 
@@ -13,6 +14,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <set>
 #include <string_view>
 
 // Every function gives null where an argument is null, as in the company's database, unless said otherwise,
@@ -86,6 +88,26 @@ void Fail(Context context, const QString& message)
     sqlite3_result_error_code(context, kDataErrorCode);
 }
 
+struct Interrupted { };
+
+// Before a call that works on so many bytes.
+void CountWork(Context context, size_t bytes)
+{
+    constexpr size_t kBytesALook = 1 << 20;
+    auto* const watch = static_cast<FunctionWatch*>(sqlite3_user_data(context));
+    if (!watch || (watch->bytes += bytes) < kBytesALook)
+        return;
+    watch->bytes = 0;
+    if (watch->shouldStop && watch->shouldStop())
+        throw Interrupted();
+}
+
+void RequireShort(size_t bytes)
+{
+    if (bytes > kLongestBuiltText)
+        throw wire::Error(wire::ErrorKind::Data, texts::BuiltTextTooLong(kLongestBuiltText));
+}
+
 wire::DateTime Date(sqlite3_value* value)
 {
     return {sqlite3_value_int64(value)};
@@ -117,6 +139,9 @@ size_t Forward(std::string_view text, size_t from, qint64 count)
     return count > 0 ? text.size() : at;
 }
 
+// Bytes of a part that is looked for as fast as the text is read.
+constexpr size_t kCheapPart = 64;
+
 qint64 Characters(std::string_view text)
 {
     return std::count_if(text.begin(), text.end(), [](char byte) { return (byte & 0xC0) != 0x80; });
@@ -147,11 +172,22 @@ void Substr(Context context, int count, Arguments arguments)
     Give(context, text.substr(start, Forward(text, start, length) - start));
 }
 
-// ora_instr(text, part, position[, occurrence]); a negative position searches backwards from there.
+// ora_instr(text, part[, position[, occurrence]]); a negative position searches backwards from there.
 void Instr(Context context, int count, Arguments arguments)
 {
     if (AnyNull(count, arguments))
         return;
+    const size_t partBytes = Bytes(arguments[1]).size();
+    // The search may compare the part anew at every place.
+    CountWork(
+        context, Bytes(arguments[0]).size() * std::min<size_t>(partBytes, kLongestBuiltText) / kCheapPart);
+    if (count == 2) {
+        const std::string_view text = Bytes(arguments[0]);
+        const size_t found = text.find(Bytes(arguments[1]));
+        const bool none = found == std::string_view::npos;
+        sqlite3_result_int64(context, none ? 0 : Characters(text.substr(0, found)) + 1);
+        return;
+    }
     const std::u32string text = Text(arguments[0]).toStdU32String();
     const std::u32string part = Text(arguments[1]).toStdU32String();
     const qint64 position = sqlite3_value_int64(arguments[2]);
@@ -190,10 +226,6 @@ void Replace(Context context, int count, Arguments arguments)
     const std::string_view text = Bytes(arguments[0]);
     const std::string_view part = Bytes(arguments[1]);
     const std::string_view by = count > 2 ? Bytes(arguments[2]) : std::string_view();
-    // SQLite looks at a result's length only when it is there, and a short text makes a very long one of
-    // another.
-    sqlite3* const database = sqlite3_context_db_handle(context);
-    const auto longest = static_cast<size_t>(sqlite3_limit(database, SQLITE_LIMIT_LENGTH, -1));
     std::string result;
     size_t from = 0;
     while (!part.empty()) {
@@ -202,22 +234,64 @@ void Replace(Context context, int count, Arguments arguments)
             break;
         result.append(text.substr(from, at - from)).append(by);
         from = at + part.size();
-        if (result.size() > longest)
-            return sqlite3_result_error_toobig(context);
+        RequireShort(result.size());
     }
-    Give(context, result.append(text.substr(from)));
+    result.append(text.substr(from));
+    if (from > 0)
+        RequireShort(result.size());
+    Give(context, result);
+}
+
+// ora_built(text): the text, unless it is too long for one that an expression builds.
+void Built(Context context, int, Arguments arguments)
+{
+    if (IsNull(arguments[0]))
+        return;
+    RequireShort(Bytes(arguments[0]).size());
+    sqlite3_result_value(context, arguments[0]);
+}
+
+// ora_trim, ora_ltrim and ora_rtrim(text, characters)
+template <bool Left, bool Right> void Trim(Context context, int count, Arguments arguments)
+{
+    if (AnyNull(count, arguments))
+        return;
+    const std::string_view text = Bytes(arguments[0]);
+    const std::string_view set = Bytes(arguments[1]);
+    std::set<std::string_view> characters;
+    for (size_t at = 0; at < set.size();) {
+        const size_t next = Forward(set, at, 1);
+        characters.insert(set.substr(at, next - at));
+        at = next;
+    }
+    size_t begin = 0;
+    size_t end = text.size();
+    while (Left && begin < end) {
+        const size_t next = Forward(text, begin, 1);
+        if (!characters.contains(text.substr(begin, next - begin)))
+            break;
+        begin = next;
+    }
+    while (Right && begin < end) {
+        size_t last = end - 1;
+        while (last > begin && (text[last] & 0xC0) == 0x80)
+            --last;
+        if (!characters.contains(text.substr(last, end - last)))
+            break;
+        end = last;
+    }
+    Give(context, text.substr(begin, end - begin));
 }
 
 // ora_lpad and ora_rpad(text, length[, filling])
 template <bool Left> void Pad(Context context, int count, Arguments arguments)
 {
-    constexpr qint64 kLongest = 4000;
     if (AnyNull(count, arguments))
         return;
     std::u32string text = Text(arguments[0]).toStdU32String();
     const std::u32string filling = count > 2 ? Text(arguments[2]).toStdU32String() : U" ";
     const auto length =
-        static_cast<size_t>(std::clamp<qint64>(sqlite3_value_int64(arguments[1]), 0, kLongest));
+        static_cast<size_t>(std::clamp<qint64>(sqlite3_value_int64(arguments[1]), 0, kLongestPadded));
     std::u32string padding;
     while (text.size() + padding.size() < length)
         padding += filling[padding.size() % filling.size()];
@@ -353,7 +427,7 @@ void ToDate(Context context, int count, Arguments arguments)
     if (const auto date = Parsed<DateMask>(context, arguments, 1)->Read(text))
         Give(context, *date);
     else
-        Fail(context, texts::InvalidDate(text, Text(arguments[1])));
+        Fail(context, texts::InvalidDate(text, Parsed<DateMask>(context, arguments, 1)->Text()));
 }
 
 void DateText(Context context, int count, Arguments arguments)
@@ -393,6 +467,8 @@ void Path(Context context, int, Arguments arguments)
         if (std::memcmp(path.data() + at, &row, sizeof(row)) == 0)
             return Fail(context, texts::ConnectByLoop());
     }
+    if (path.size() > kLongestBuiltText)
+        return Fail(context, texts::ConnectByTooDeep());
     path.append(reinterpret_cast<const char*>(&row), sizeof(row));
     sqlite3_result_blob64(context, path.data(), path.size(), SQLITE_TRANSIENT);
 }
@@ -423,7 +499,17 @@ using FunctionPointer = void (*)(Context, int, Arguments);
 template <FunctionPointer Body> void Guarded(Context context, int count, Arguments arguments)
 {
     try {
+        size_t bytes = 0;
+        for (int i = 0; i < count; ++i) {
+            const int type = sqlite3_value_type(arguments[i]);
+            if (type == SQLITE_TEXT || type == SQLITE_BLOB)
+                bytes += static_cast<size_t>(sqlite3_value_bytes(arguments[i]));
+        }
+        CountWork(context, bytes);
         Body(context, count, arguments);
+    } catch (const Interrupted&) {
+        sqlite3_result_error(context, "interrupted", -1);
+        sqlite3_result_error_code(context, SQLITE_INTERRUPT);
     } catch (const wire::Error& error) {
         Fail(context, error.Message());
     } catch (const std::bad_alloc&) {
@@ -440,12 +526,17 @@ struct Registration {
 constexpr std::array kFunctions{
     Registration{"ora_substr", 2, Guarded<Substr>},
     Registration{"ora_substr", 3, Guarded<Substr>},
+    Registration{"ora_instr", 2, Guarded<Instr>},
     Registration{"ora_instr", 3, Guarded<Instr>},
     Registration{"ora_instr", 4, Guarded<Instr>},
     Registration{"ora_upper", 1, Guarded<Upper>},
     Registration{"ora_lower", 1, Guarded<Lower>},
     Registration{"ora_replace", 2, Guarded<Replace>},
     Registration{"ora_replace", 3, Guarded<Replace>},
+    Registration{"ora_built", 1, Guarded<Built>},
+    Registration{"ora_trim", 2, Guarded<Trim<true, true>>},
+    Registration{"ora_ltrim", 2, Guarded<Trim<true, false>>},
+    Registration{"ora_rtrim", 2, Guarded<Trim<false, true>>},
     Registration{"ora_lpad", 2, Guarded<Pad<true>>},
     Registration{"ora_lpad", 3, Guarded<Pad<true>>},
     Registration{"ora_rpad", 2, Guarded<Pad<false>>},
@@ -480,16 +571,16 @@ constexpr std::array kFunctions{
 
 } // namespace
 
-int RegisterFunctions(sqlite3* database)
+int RegisterFunctions(sqlite3* database, FunctionWatch* watch)
 {
     constexpr int kFlags = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
     for (const Registration& registration : kFunctions) {
         const int code = sqlite3_create_function_v2(database, registration.name, registration.arguments,
-            kFlags, nullptr, registration.function, nullptr, nullptr, nullptr);
+            kFlags, watch, registration.function, nullptr, nullptr, nullptr);
         if (code != SQLITE_OK)
             return code;
     }
-    return sqlite3_create_function_v2(database, "ora_single", 1, SQLITE_UTF8 | SQLITE_INNOCUOUS, nullptr,
+    return sqlite3_create_function_v2(database, "ora_single", 1, SQLITE_UTF8 | SQLITE_INNOCUOUS, watch,
         nullptr, Guarded<SingleStep>, SingleFinal, nullptr);
 }
 

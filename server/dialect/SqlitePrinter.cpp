@@ -8,6 +8,7 @@ constexpr PrinterWords kWords{
     .ifNull = "ifnull",
     .same = " IS ",
     .trim = "trim",
+    .trims = "ora_",
     .no = "0",
     .crossJoin = ", ",
     .dual = "(SELECT 'X' AS \"DUMMY\")",
@@ -42,6 +43,7 @@ private:
     void Print(const Expression& expression, const Arithmetic& arithmetic) override;
     void Print(const Expression& expression, const InQuery& in) override;
     void Print(const Expression& expression, const ScalarQuery& scalar) override;
+    void PrintLeft(const Arithmetic& arithmetic);
     void PrintMatch(const Like& like) override;
     void PrintList(const LiteralList& list, Type comparedAs) override;
     void PrintFunction(const Expression& expression, const Call& call) override;
@@ -88,7 +90,7 @@ void SqlitePrinter::Print(const Expression& expression, const Arithmetic& arithm
     constexpr const char* kSigns[] = {" + ", " - ", " * "};
     const char* sign = kSigns[static_cast<size_t>(arithmetic.op)];
     Put("(");
-    Print(*arithmetic.left);
+    PrintLeft(arithmetic);
     Put(sign);
     if (expression.type == Type::Date) {
         // Days become seconds; a date has no fractions of them.
@@ -102,6 +104,29 @@ void SqlitePrinter::Print(const Expression& expression, const Arithmetic& arithm
     Put(")");
     if (arithmetic.left->type == Type::Date)
         Put(" / 86400.0");
+}
+
+// A chain of one sign without brackets around its beginning: SQLite's parser takes few that are open at once.
+void SqlitePrinter::PrintLeft(const Arithmetic& arithmetic)
+{
+    std::vector<const Arithmetic*> chain;
+    const Expression* first = arithmetic.left.get();
+    for (;;) {
+        const auto* next = first->As<Arithmetic>();
+        const bool plain =
+            next && next->op == arithmetic.op && IsNumeric(first->type) && next->left->type != Type::Date;
+        if (!plain)
+            break;
+        chain.push_back(next);
+        first = next->left.get();
+    }
+    Print(*first);
+    for (auto link = chain.rbegin(); link != chain.rend(); ++link) {
+        Put(arithmetic.op == Arithmetic::Operator::Add            ? " + "
+                : arithmetic.op == Arithmetic::Operator::Subtract ? " - "
+                                                                  : " * ");
+        Print(*(*link)->right);
+    }
 }
 
 void SqlitePrinter::PrintMatch(const Like& like)
@@ -168,7 +193,7 @@ void SqlitePrinter::PrintFunction(const Expression&, const Call& call)
     case Function::Length:
         return plain("length");
     case Function::Instr:
-        return plain(call.arguments.size() == 2 ? "instr" : "ora_instr");
+        return plain("ora_instr");
     case Function::Round:
     case Function::Trunc:
         return PrintTruncation(call);

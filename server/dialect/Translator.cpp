@@ -4,6 +4,8 @@
 #include "server/dialect/Printer.h"
 #include "server/dialect/Refusals.h"
 
+#include <QScopeGuard>
+
 #include <list>
 #include <string_view>
 #include <unordered_map>
@@ -14,6 +16,8 @@ namespace {
 
 // More than all screens' texts, whichever filters are set.
 constexpr size_t kMostTranslations = 400;
+// Of their texts: far more than those need.
+constexpr size_t kMostBytes = 8 << 20;
 
 // What becomes of a text literal before it is bound: a date by its format, without one a number.
 struct Conversion {
@@ -42,6 +46,17 @@ struct Entry {
     std::vector<Conversion> conversions;
     std::shared_ptr<const Translation> translation;
 
+    size_t Bytes() const
+    {
+        size_t bytes = shape.size() * sizeof(char16_t) + translation->sql.size();
+        for (const auto& [literal, value] : fixed) {
+            if (const auto* text = std::get_if<QString>(&value))
+                bytes += static_cast<size_t>(text->size()) * sizeof(QChar);
+        }
+        for (const wire::ColumnInfo& column : *translation->columns)
+            bytes += sizeof(column) + static_cast<size_t>(column.name.size()) * sizeof(QChar);
+        return bytes;
+    }
     bool Holds(const std::vector<wire::Value>& literals) const
     {
         for (const auto& [literal, value] : fixed) {
@@ -64,6 +79,7 @@ public:
 
     Translated Translate(QStringView sqlText)
     {
+        const auto letGo = qScopeGuard([this] { lexer_.LetGo(); });
         lexer_.Read(sqlText);
         Entry* entry = Find();
         ++(entry ? counts_.found : counts_.made);
@@ -124,9 +140,10 @@ private:
             if (use.conversion == LiteralUse::Conversion::ToNumber)
                 entry.conversions.push_back({i, {}, {}});
             else if (use.conversion == LiteralUse::Conversion::ToDate)
-                entry.conversions.push_back({i, use.mask, DateMask(use.mask)});
+                entry.conversions.push_back({i, DateMask(use.mask).Text(), DateMask(use.mask)});
         }
-        if (entries_.size() >= kMostTranslations)
+        bytes_ += entry.Bytes();
+        while (!entries_.empty() && (entries_.size() >= kMostTranslations || bytes_ > kMostBytes))
             Forget();
         entries_.push_front(std::move(entry));
         byShape_.emplace(entries_.front().shape, entries_.begin());
@@ -165,6 +182,7 @@ private:
                 break;
             }
         }
+        bytes_ -= last->Bytes();
         entries_.erase(last);
     }
 
@@ -173,6 +191,7 @@ private:
     Lexer lexer_;
     Counts counts_;
     Entries entries_;
+    size_t bytes_ = 0; // of all entries
     std::unordered_multimap<std::u16string_view, Entries::iterator> byShape_; // views into the entries
 };
 

@@ -1,5 +1,7 @@
 #include "server/dialect/Tree.h"
 
+#include "server/dialect/Limits.h"
+
 #include <algorithm>
 
 namespace dialect {
@@ -31,6 +33,63 @@ bool IsColumn(const Expression& expression, const Source* source, int column)
 {
     const auto* name = expression.As<ColumnName>();
     return name && name->source == source && (column < 0 || name->column == column);
+}
+
+int MostCharacters(const Expression& expression)
+{
+    constexpr auto kUnknown = static_cast<int>(kLongestBuiltText);
+    if (expression.As<Null>())
+        return 0;
+    if (expression.type != Type::Text)
+        return kLongestNumber;
+    if (expression.As<Literal>())
+        return static_cast<int>(kLongestLiteral);
+    if (expression.As<ColumnName>())
+        return expression.width > 0 ? expression.width : kUnknown;
+    int most = 0;
+    if (const auto* concatenation = expression.As<Concatenation>()) {
+        for (const ExpressionPtr& operand : concatenation->operands)
+            most = std::min(most + MostCharacters(*operand), kUnknown);
+        return most;
+    }
+    const auto widest = [&most](const ExpressionPtr& operand) {
+        most = std::max(most, MostCharacters(*operand));
+    };
+    if (const auto* choice = expression.As<Case>()) {
+        for (const Case::Branch& branch : choice->branches)
+            widest(branch.then);
+        if (choice->otherwise)
+            widest(choice->otherwise);
+        return most;
+    }
+    const auto* call = expression.As<Call>();
+    if (!call)
+        return kUnknown;
+    switch (call->function) {
+    case Function::ToChar:
+        return kLongestNumber;
+    case Function::LPad:
+    case Function::RPad:
+        return kLongestPadded;
+    case Function::Substr:
+    case Function::Trim:
+    case Function::LTrim:
+    case Function::RTrim:
+    case Function::Min:
+    case Function::Max:
+        return MostCharacters(*call->arguments.front());
+    case Function::Nvl:
+    case Function::Nvl2:
+    case Function::Coalesce:
+    case Function::Decode:
+    case Function::Greatest:
+    case Function::Least:
+    case Function::NullIf:
+        std::ranges::for_each(call->arguments, widest);
+        return most;
+    default:
+        return kUnknown;
+    }
 }
 
 bool Mentions(const Expression& expression, const Source* source)

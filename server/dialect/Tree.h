@@ -279,6 +279,8 @@ bool SameExpression(const Expression& a, const Expression& b);
 size_t Fingerprint(const Expression& expression);
 // `expression` names a column of `source` (any of its columns when `column` is negative).
 bool IsColumn(const Expression& expression, const Source* source, int column = -1);
+// A bound for the length of a text, from what is known without its value.
+int MostCharacters(const Expression& expression);
 // Somewhere in `expression`, subqueries left aside, stands a column of `source`.
 bool Mentions(const Expression& expression, const Source* source);
 // Whose columns stand in expressions, subqueries left aside: `sources` are the own ones, `level` and `rownum`

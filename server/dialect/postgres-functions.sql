@@ -31,6 +31,12 @@ BEGIN
     RAISE EXCEPTION USING ERRCODE = '{state}', MESSAGE = '{loop}';
 END $$;
 
+CREATE OR REPLACE FUNCTION zelmor.ora_too_long(value text) RETURNS text
+LANGUAGE plpgsql IMMUTABLE PARALLEL SAFE AS $$
+BEGIN
+    RAISE EXCEPTION USING ERRCODE = '{state}', MESSAGE = '{too_long}';
+END $$;
+
 -- Text --------------------------------------------------------------------------------------------------------
 
 -- 1 and 0 are the first character, negative positions count from the end.
@@ -113,10 +119,37 @@ LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$
     SELECT lower($1 COLLATE zelmor.letters)
 $$;
 
+-- The text, unless it is too long for one that an expression builds.
+CREATE OR REPLACE FUNCTION zelmor.ora_built(value text) RETURNS text
+LANGUAGE plpgsql IMMUTABLE PARALLEL SAFE AS $$
+BEGIN
+    RETURN CASE WHEN octet_length(value) > {longest} THEN zelmor.ora_too_long(value) ELSE value END;
+END $$;
+
+CREATE OR REPLACE FUNCTION zelmor.ora_pattern(value text) RETURNS text
+LANGUAGE plpgsql IMMUTABLE PARALLEL SAFE AS $$
+BEGIN
+    RETURN CASE WHEN length(value) > {longest_pattern} THEN zelmor.ora_too_long(value) ELSE value END;
+END $$;
+
+-- Where the result may be too long, its length is known before it is made.
+CREATE OR REPLACE FUNCTION zelmor.ora_replace_longer(value text, part text, by text) RETURNS text
+LANGUAGE plpgsql IMMUTABLE STRICT PARALLEL SAFE AS $$
+DECLARE
+    times bigint;
+BEGIN
+    times := (octet_length(value) - octet_length(replace(value, part, ''))) / octet_length(part);
+    RETURN CASE WHEN octet_length(value) + times * (octet_length(by) - octet_length(part)) > {longest}
+        THEN zelmor.ora_too_long(value) ELSE replace(value, part, by) END;
+END $$;
+
 -- Nothing is replaced when `part` is null; null for `by` takes the part out.
 CREATE OR REPLACE FUNCTION zelmor.ora_replace(value text, part text, by text) RETURNS text
 LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$
-    SELECT nullif(replace($1, coalesce($2, ''), coalesce($3, '')), '')
+    SELECT CASE WHEN octet_length($3) > octet_length($2) AND octet_length($2) > 0
+            AND octet_length($1)::bigint * octet_length($3) > {longest}
+        THEN zelmor.ora_replace_longer($1, $2, $3)
+        ELSE nullif(replace($1, coalesce($2, ''), coalesce($3, '')), '') END
 $$;
 
 CREATE OR REPLACE FUNCTION zelmor.ora_replace(value text, part text) RETURNS text
@@ -254,7 +287,7 @@ $$;
 -- Conversions -------------------------------------------------------------------------------------------------
 
 -- `pattern` finds the parts of the text and `fields` says what they are: Y y r year of four, fewer, two digits,
--- m month, d day, H h hour of 24 and of 12, n minute, s second, p half day. `mask` is for the message.
+-- m month, M its name, d day, w name of the weekday, H h hour of 24 and of 12, n minute, s second, p half day. `mask` is for the message.
 CREATE OR REPLACE FUNCTION zelmor.ora_to_date(value text, pattern text, fields text, mask text)
 RETURNS timestamp
 LANGUAGE plpgsql IMMUTABLE STRICT PARALLEL SAFE AS $$
@@ -264,6 +297,7 @@ DECLARE
     year int := -1;
     month int := -1;
     day int := 1;
+    weekday int := -1;
     hour int := 0;
     minute int := 0;
     second int := 0;
@@ -278,7 +312,11 @@ BEGIN
             WHEN 'y' THEN year := 2000 + part::int;
             WHEN 'r' THEN year := part::int + CASE WHEN part::int < 50 THEN 2000 ELSE 1900 END;
             WHEN 'm' THEN month := part;
+            WHEN 'M' THEN month := CASE WHEN part LIKE '%月' THEN left(part, -1)::int
+                ELSE strpos('janfebmaraprmayjunjulaugsepoctnovdec', lower(left(part, 3))) / 3 + 1 END;
             WHEN 'd' THEN day := part;
+            WHEN 'w' THEN weekday := CASE WHEN part LIKE '星期%' THEN strpos('日一二三四五六', right(part, 1)) - 1
+                ELSE strpos('sunmontuewedthufrisat', lower(left(part, 3))) / 3 END;
             WHEN 'H' THEN hour := part;
             WHEN 'h' THEN
                 valid := valid AND part::int BETWEEN 1 AND 12;
@@ -293,19 +331,24 @@ BEGIN
     END IF;
     IF valid AND year >= 1 AND month BETWEEN 1 AND 12 AND day >= 1 AND hour < 24 AND minute < 60 AND second < 60
     THEN
-        IF day <= date_part('day', make_date(year, month, 1) + interval '1 month - 1 day') THEN
+        IF day <= date_part('day', make_date(year, month, 1) + interval '1 month - 1 day')
+            AND weekday IN (-1, date_part('dow', make_date(year, month, 1) + (day - 1)))
+        THEN
             RETURN make_timestamp(year, month, day, hour, minute, second);
         END IF;
     END IF;
     RAISE EXCEPTION USING ERRCODE = '{state}', MESSAGE = format('{invalid_date}', value, mask);
 END $$;
 
--- to_char does not know half days in Chinese, nor seconds of the day with leading zeros.
+-- to_char does not know half days, months and weekdays in Chinese, nor seconds of the day with leading zeros.
 CREATE OR REPLACE FUNCTION zelmor.ora_date_text(value timestamp, format text) RETURNS text
 LANGUAGE sql STABLE PARALLEL SAFE AS $$
-    SELECT replace(
-        replace(to_char($1, $2), chr(57344), CASE WHEN date_part('hour', $1) < 12 THEN '上午' ELSE '下午' END),
-        chr(57345), lpad(date_part('epoch', $1::time)::text, 5, '0'))
+    SELECT replace(replace(replace(replace(replace(to_char($1, $2),
+        chr(57344), CASE WHEN date_part('hour', $1) < 12 THEN '上午' ELSE '下午' END),
+        chr(57345), lpad(date_part('epoch', $1::time)::text, 5, '0')),
+        chr(57346), rpad(date_part('month', $1) || '月', 3)),
+        chr(57347), date_part('month', $1) || '月'),
+        chr(57348), '星期' || substr('日一二三四五六', date_part('dow', $1)::int + 1, 1))
 $$;
 
 -- Plain digits, no zero before the point.

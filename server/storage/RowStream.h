@@ -33,11 +33,19 @@ inline bool AreFull(const CellBlocks& blocks)
     return blocks.front().RowCount() >= wire::CellBlock::kRows || TextBytes(blocks) > kManyBytes;
 }
 
-// Asked after each row.
+// Asked after each row. A row of many columns may hold many bytes.
 inline bool AreFullAfterRow(const CellBlocks& blocks)
 {
     constexpr qsizetype kRowsALook = 8;
-    return blocks.front().RowCount() % kRowsALook == 0 && AreFull(blocks);
+    constexpr size_t kUsualColumns = 100;
+    return (blocks.front().RowCount() % kRowsALook == 0 || blocks.size() > kUsualColumns) && AreFull(blocks);
+}
+
+// More than is worth keeping for a statement's next run.
+inline bool HoldMuch(const CellBlocks& blocks)
+{
+    constexpr qsizetype kMuch = 1 << 20;
+    return TextBytes(blocks) > kMuch;
 }
 
 // The rows of a running query.

@@ -183,6 +183,37 @@ TEST_P(DialectSemantics, LikeDistinguishesCaseAndCharacters)
         {"'a' like 'a%'", true}, {"'a' like '%%'", true}});
 }
 
+// Texts that a statement builds are as long as they need be for the company, and no longer.
+TEST_P(DialectSemantics, BuiltTextsHaveAnEnd)
+{
+    constexpr auto kTooLong = "error: 计算得到的文本超过65536个字节！";
+    const auto joined = [](int count) {
+        std::string text = "length('x'";
+        for (int i = 0; i < count; ++i)
+            text += "||lpad('a', 4000, '合')";
+        return text + ")";
+    };
+    EXPECT_EQ(Evaluate(joined(5)), "20001");
+    EXPECT_EQ(Evaluate(joined(6)), kTooLong);
+    Expect({
+        {"length(replace(lpad('a', 4000, 'a'), 'a', 'bb'))", "8000"},
+        {"length(replace(lpad('a', 4000, 'a'), 'a', lpad('b', 4000, 'b')))", kTooLong},
+        {"length(replace(replace('aaaa', 'a', lpad('b', 4000)), ' ', ''))", "4"},
+        {"length(lpad('a', 1000000000, 'b'))", "4000"},
+        {"rtrim('ab合合', '肥合')||ltrim('合肥b', '肥合')||trim(both '合' from '合肥合')", "abb肥"},
+        {"instr(lpad('a', 4000, 'a')||'合ab', rpad('a', 60, 'a')||'合')", "3941"},
+    });
+    // Every place of the text begins what the pattern asks for.
+    ExpectHolds({{"lpad('b', 4000, 'a') like '%'||rpad('a', 100, 'a')||'b'", true},
+        {"lpad('b', 4000, 'a') like '%'||rpad('a', 100, 'a')||'b%'", true},
+        {"lpad('b', 4000, 'a') like '%'||rpad('a', 100, 'a')||'c%'", false},
+        {"lpad('b', 4000, 'a') like '%'||rpad('a', 100, 'a_')||'b%'", true},
+        {"lpad('b', 4000, 'a') like '%'||rpad('a', 100, 'a_')||'c%'", false},
+        {"lpad('b', 4000, '合') like '%'||rpad('合', 100, '_合')||'b'", true},
+        {"'合肥一部甲站' like '%_部_%站' and '合肥一部' like '%合__部%'", true},
+        {"'合肥' like '%___' or '合肥一部' like '合%_肥%'", false}});
+}
+
 TEST_P(DialectSemantics, Dates)
 {
     Expect({
@@ -207,7 +238,15 @@ TEST_P(DialectSemantics, Dates)
         {"to_char(sysdate, 'YYYY\"年\"MM\"月\" HH:MI:SS PM')", "2024年03月 12:00:00 下午"},
         {"to_char(sysdate, 'fmmm/dd')", "3/5"},
         {"to_char(sysdate, 'd ddd q ww')", "3 065 1 10"},
-        {"to_char(sysdate, 'month')", "error: SQL语句第1行第8列：不支持日期格式中的“month”！"},
+        {"to_char(sysdate, 'dd-MON-rr')", "05-3月 -24"},
+        {"to_char(sysdate, 'Month|Day|dy')", "3月 |星期二|星期二"},
+        {"to_char(sysdate, 'fmMonth dd, Day')", "3月 5, 星期二"},
+        {"to_char(sysdate, 'MONTH|Month|month|MON|Mon|mon', 'NLS_DATE_LANGUAGE=AMERICAN')",
+            "MARCH    |March    |march    |MAR|Mar|mar"},
+        {"to_char(sysdate, 'DAY|Day|day|DY|Dy|dy', 'nls_date_language = english')",
+            "TUESDAY  |Tuesday  |tuesday  |TUE|Tue|tue"},
+        {"to_char(sysdate, 'fmDay, Month', 'nls_date_language=american')", "Tuesday, March"},
+        {"to_char(sysdate, 'bc')", "error: SQL语句第1行第8列：不支持日期格式中的“bc”！"},
         {"greatest(sysdate, to_date('2024-03-06', 'yyyy-mm-dd'))", "2024-03-06 00:00:00"},
     });
 }
@@ -231,6 +270,24 @@ TEST_P(DialectSemantics, DatesAreReadLeniently)
     }
     EXPECT_EQ(Evaluate("to_date('01.02.24 03:04 pm', 'dd.mm.yy hh:mi am')"), "2024-02-01 15:04:00");
     EXPECT_EQ(Evaluate("to_date('240201', 'rrmmdd')"), "2024-02-01 00:00:00");
+    struct Named {
+        const char* text;
+        const char* mask;
+        const char* date;
+    };
+    for (const auto& [text, mask, date] : {Named{"05-MAR-2024", "dd-mon-yyyy", "2024-03-05 00:00:00"},
+             Named{"05-3月 -24", "dd-MON-rr", "2024-03-05 00:00:00"},
+             Named{"5 september 2024", "dd Month yyyy", "2024-09-05 00:00:00"},
+             Named{"May 2024 08:30", "mon yyyy hh24:mi", "2024-05-01 08:30:00"},
+             Named{"星期二 2024-03-05", "day yyyy-mm-dd", "2024-03-05 00:00:00"},
+             Named{"Tue, 2024 12月 31", "dy, yyyy month dd", "2024-12-31 00:00:00"},
+             Named{"Mon, 2024 12月 31", "dy, yyyy month dd", nullptr},
+             Named{"05-Maz-2024", "dd-mon-yyyy", nullptr}, Named{"05-13月-2024", "dd-mon-yyyy", nullptr}}) {
+        const std::string wrong = std::string("error: “") + text + "”不是格式为“" + mask + "”的有效日期！";
+        for (const char* const joined : {"", "'||'"})
+            EXPECT_EQ(Evaluate(std::string("to_date('") + text + joined + "', '" + mask + "')"),
+                date ? date : wrong);
+    }
 }
 
 TEST_P(OnCompany, NullsAreTheGreatest)

@@ -121,6 +121,17 @@ TEST(DialectTranslations, FewAreKept)
     EXPECT_TRUE(forgotten.expired());
 }
 
+TEST(DialectTranslations, OfLongOnesFewerAreKept)
+{
+    dialect::Translator translator(std::make_shared<SchemaCatalog>());
+    std::vector<std::weak_ptr<const dialect::Translation>> translations;
+    const QString longOne = u" from tab_site where"_s + QStringList(7000, u" type=city"_s).join(u" or"_s);
+    for (int i = 0; i < 26; ++i) // each of some 400 KB
+        translations.push_back(translator.Translate(u"select type as t%1"_s.arg(i) + longOne).translation);
+    EXPECT_LT(std::ranges::count_if(translations, [](const auto& each) { return !each.expired(); }), 24);
+    EXPECT_FALSE(translations.back().expired());
+}
+
 // The plans that keep the screens fast while the order table grows.
 TEST(DialectTranslations, IndexesServe)
 {

@@ -7,6 +7,7 @@ namespace storage::postgres {
 namespace {
 
 constexpr size_t kPreparedStatements = 300;
+constexpr size_t kPreparedBytes = 8 << 20; // of their texts, here as there
 // So many rows, the last time, may come together.
 constexpr qint64 kRowsTogether = wire::CellBlock::kRows;
 constexpr int kMostReads = 256; // of 16 KB each: what rows that come together may take of the memory
@@ -23,10 +24,12 @@ PreparedPtr Pipeline::Prepare(const std::string& sql, const std::vector<Oid>& ty
         statement->name = NewName();
         statement->sql = sql;
         statement->types = types;
+        textBytes_ += sql.size();
     }
     statement->lastUse = ++uses_;
     PreparedPtr found = statement;
-    if (statements_.size() > kPreparedStatements)
+    while (
+        statements_.size() > kPreparedStatements || (textBytes_ > kPreparedBytes && statements_.size() > 1))
         DropLeastUsed();
     return found;
 }
@@ -37,6 +40,7 @@ void Pipeline::DropLeastUsed()
         std::ranges::min_element(statements_, {}, [](const auto& item) { return item.second->lastUse; });
     if (least->second->sent)
         retired_.push_back("deallocate " + least->second->name);
+    textBytes_ -= least->second->sql.size();
     statements_.erase(least);
 }
 

@@ -91,6 +91,7 @@ private:
 
     Link& link_;
     std::unordered_map<std::string, PreparedPtr> statements_;
+    size_t textBytes_ = 0; // of all of them
     std::string key_; // memory for look-ups
     quint64 uses_ = 0;
     quint64 names_ = 0;

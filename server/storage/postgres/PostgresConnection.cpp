@@ -199,6 +199,8 @@ qint64 PostgresConnection::Read(const PreparedPtr& statement, const std::vector<
         RowReader rows(link_, *statement, columns);
         try {
             const qint64 count = StreamRows(rows, statement->scratch, limits, sink);
+            if (HoldMuch(statement->scratch))
+                statement->scratch.clear();
             pipeline_.Finish();
             return statement->rows = count;
         } catch (...) {

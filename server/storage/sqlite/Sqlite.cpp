@@ -1,7 +1,7 @@
 #include "server/storage/sqlite/Sqlite.h"
 
-#include "server/dialect/SqliteFunctions.h"
 #include "server/dialect/Refusals.h"
+#include "server/dialect/SqliteFunctions.h"
 #include "server/refusal/UserTexts.h"
 
 #include <QStringConverter>
@@ -144,6 +144,22 @@ void Statement::BindText(int parameter, const QString& text)
     BindUtf8(parameter, {utf8.data(), static_cast<size_t>(end - utf8.data())});
 }
 
+size_t Statement::Memory() const noexcept
+{
+    return static_cast<size_t>(sqlite3_stmt_status(statement_, SQLITE_STMTSTATUS_MEMUSED, 0));
+}
+
+void Statement::ForgetLongTexts() noexcept
+{
+    constexpr size_t kUsualText = 64 << 10;
+    for (size_t i = 0; i < texts_.size(); ++i) {
+        if (!texts_[i] || texts_[i]->capacity() <= kUsualText)
+            continue;
+        BindNull(static_cast<int>(i));
+        texts_[i].reset();
+    }
+}
+
 void Statement::BindUtf8(int parameter, std::string_view text)
 {
     sqlite3_bind_text64(statement_, parameter, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8);
@@ -213,9 +229,9 @@ Database::Database(const QString& file, OpenMode mode)
     if (mode == OpenMode::Fill)
         Execute("pragma journal_mode=off; pragma synchronous=off; pragma locking_mode=exclusive;"
                 "pragma cache_size=-262144; pragma threads=2; pragma foreign_keys=off");
-    else if (mode == OpenMode::Serve)
+    else if (mode == OpenMode::Serve) // what is sorted goes to a file when it outgrows the cache
         Execute("pragma journal_mode=wal; pragma synchronous=full; pragma cache_size=-16384;"
-                "pragma mmap_size=268435456; pragma temp_store=memory; pragma foreign_keys=off");
+                "pragma mmap_size=268435456; pragma temp_store=file; pragma foreign_keys=off");
 }
 
 void Database::Execute(const char* sql)

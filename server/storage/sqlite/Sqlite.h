@@ -47,6 +47,10 @@ public:
     wire::Value Value(int column, wire::ColumnType type) const;
 
     sqlite3_stmt* Handle() const noexcept { return statement_; }
+    // What the database holds for it, in bytes.
+    size_t Memory() const noexcept;
+    // To be called when it has been reset: bound texts of unusual length are not kept for the next run.
+    void ForgetLongTexts() noexcept;
 
 private:
     void BindText(int parameter, const QString& text);

@@ -1,6 +1,5 @@
 #include "server/storage/sqlite/SqliteConnection.h"
 
-#include "server/dialect/SqliteFunctions.h"
 #include "server/storage/sqlite/SqliteRowWriter.h"
 
 #include <algorithm>
@@ -10,6 +9,7 @@ namespace storage::sqlite {
 namespace {
 
 constexpr size_t kPreparedStatements = 200;
+constexpr size_t kPreparedBytes = 32 << 20; // of all of them, far more than the screens' need
 // Virtual machine instructions between two questions whether to stop.
 constexpr int kStopInterval = 5000;
 
@@ -34,12 +34,31 @@ void ReadCell(sqlite3_value* value, wire::CellBlock& cells)
         cells.AddInteger(std::llround(sqlite3_value_double(value)));
 }
 
+// A run of a prepared statement; what it needed more than others is not kept for the next.
+class Run {
+public:
+    explicit Run(Statement& statement)
+        : statement_(statement)
+    {
+    }
+    ~Run()
+    {
+        statement_.Reset();
+        statement_.ForgetLongTexts();
+    }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
+private:
+    Statement& statement_;
+};
+
 // The rows of a bound statement.
 class StatementRows final : public RowSource {
 public:
     explicit StatementRows(Statement& statement)
         : statement_(statement)
-        , reset_(statement)
+        , run_(statement)
     {
     }
 
@@ -59,7 +78,7 @@ public:
 
 private:
     Statement& statement_;
-    ResetGuard reset_;
+    Run run_;
 };
 
 } // namespace
@@ -68,7 +87,7 @@ SqliteConnection::SqliteConnection(const QString& file, std::shared_ptr<const di
     : Connection(std::move(catalog), dialect::Target::Sqlite)
     , database_(file, OpenMode::Serve)
 {
-    const int code = dialect::RegisterFunctions(database_.Handle());
+    const int code = dialect::RegisterFunctions(database_.Handle(), &functionWatch_);
     if (code != SQLITE_OK)
         RaiseError(database_.Handle(), code);
 }
@@ -80,12 +99,17 @@ qint64 SqliteConnection::Query(
 {
     Prepared& prepared = Prepare(select, now);
     StatementRows rows(prepared.statement);
-    return StreamRows(rows, prepared.scratch, limits, sink);
+    const qint64 count = StreamRows(rows, prepared.scratch, limits, sink);
+    if (HoldMuch(prepared.scratch))
+        prepared.scratch = MakeCellBlocks(*prepared.translation->columns);
+    return count;
 }
 
 qint64 SqliteConnection::Execute(const dialect::Translated& update, wire::DateTime now)
 {
-    Prepare(update, now).statement.Execute();
+    Statement& statement = Prepare(update, now).statement;
+    const Run run(statement);
+    statement.Execute();
     return database_.Changes();
 }
 
@@ -149,12 +173,15 @@ void SqliteConnection::RollbackToSavepoint()
 
 void SqliteConnection::SetStop(StopSignal* stop) noexcept
 {
+    functionWatch_.bytes = 0;
+    functionWatch_.shouldStop = nullptr;
     if (stop == nullptr) {
         sqlite3_progress_handler(database_.Handle(), 0, nullptr, nullptr);
         return;
     }
     const auto ask = [](void* self) { return static_cast<StopSignal*>(self)->ShouldStop() ? 1 : 0; };
     sqlite3_progress_handler(database_.Handle(), kStopInterval, ask, stop);
+    functionWatch_.shouldStop = [stop] { return stop->ShouldStop(); };
 }
 
 SqliteConnection::Prepared& SqliteConnection::Prepare(
@@ -162,13 +189,14 @@ SqliteConnection::Prepared& SqliteConnection::Prepare(
 {
     auto found = prepared_.find(translated.translation.get());
     if (found == prepared_.end()) {
-        if (prepared_.size() >= kPreparedStatements) {
-            prepared_.erase(std::ranges::min_element(
-                prepared_, {}, [](const auto& item) { return item.second->lastUse; }));
-        }
         const auto& translation = translated.translation;
         auto prepared = std::make_unique<Prepared>(Prepared{
             translation, database_.Prepare(translation->sql), MakeCellBlocks(*translation->columns)});
+        prepared->bytes = prepared->statement.Memory();
+        preparedBytes_ += prepared->bytes;
+        while (!prepared_.empty()
+            && (prepared_.size() >= kPreparedStatements || preparedBytes_ > kPreparedBytes))
+            DropLeastUsed();
         found = prepared_.emplace(translation.get(), std::move(prepared)).first;
     }
     Prepared& prepared = *found->second;
@@ -182,6 +210,14 @@ SqliteConnection::Prepared& SqliteConnection::Prepare(
             prepared.statement.Bind(number, translated.literals[static_cast<size_t>(parameter.literal)]);
     }
     return prepared;
+}
+
+void SqliteConnection::DropLeastUsed()
+{
+    const auto least =
+        std::ranges::min_element(prepared_, {}, [](const auto& item) { return item.second->lastUse; });
+    preparedBytes_ -= least->second->bytes;
+    prepared_.erase(least);
 }
 
 Statement& SqliteConnection::Own(std::string_view sql, std::span<const wire::Value> parameters)

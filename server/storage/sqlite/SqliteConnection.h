@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/dialect/SqliteFunctions.h"
 #include "server/storage/Connection.h"
 #include "server/storage/sqlite/Sqlite.h"
 
@@ -36,14 +37,18 @@ private:
         std::shared_ptr<const dialect::Translation> translation;
         Statement statement;
         CellBlocks scratch;
+        size_t bytes = 0; // that it holds
         quint64 lastUse = 0;
     };
     // Valid until the next call; bound.
     Prepared& Prepare(const dialect::Translated& translated, wire::DateTime now);
+    void DropLeastUsed();
     Statement& Own(std::string_view sql, std::span<const wire::Value> parameters);
 
+    dialect::FunctionWatch functionWatch_;
     Database database_;
     std::unordered_map<const dialect::Translation*, std::unique_ptr<Prepared>> prepared_;
+    size_t preparedBytes_ = 0; // of all of them
     quint64 uses_ = 0;
     std::unordered_map<std::string, Statement> own_; // a few dozen at most: their texts are the program's
 };

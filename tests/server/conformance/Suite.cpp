@@ -66,12 +66,14 @@ Case ReadCase(Lines& lines)
         const QString value = line.mid(colon + 2);
         if (key == u"case") {
             result.name = value;
-        } else if (key == u"sql") {
+        } else if (key == u"sql" || key == u"statement") {
             result.sql = value;
+            result.executed = key == u"statement";
         } else if (key == u"columns") {
             result.columns = value;
         } else if (key == u"changed") {
             result.changed = value.toLongLong();
+            result.executed = true;
         } else if (key == u"then") {
             result.then = value;
         } else if (key == u"error") {
@@ -227,11 +229,12 @@ QString Check(const Case& which, Backend& backend)
 {
     try {
         wire::RowSet result;
-        if (which.changed) {
+        if (which.executed) {
             const qint64 changed = backend.Execute(which.sql);
-            if (changed != *which.changed)
+            if (changed != which.changed.value_or(changed))
                 return u"rows changed: %1"_s.arg(changed);
-            result = backend.Query(which.then);
+            if (!which.then.isEmpty())
+                result = backend.Query(which.then);
         } else {
             result = backend.Query(which.sql);
         }

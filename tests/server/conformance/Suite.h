@@ -16,7 +16,7 @@
 // data.tables:  table NAME / COLUMN|COLUMN|… / value|value|… ; an empty cell is null.
 //               more NAME: further columns of rows already there, found by the first column.
 // *.case:       case: name
-//               sql: the text, on one line, to the blank
+//               sql: the text, on one line, to the blank (statement: the same, executed rather than queried)
 //               columns: NAME type, …          (optional) every column of the result, with its type
 //               rows: COLUMN|COLUMN|…          the columns that are compared, then one line a row;
 //                                              null is empty, and NULL where it stands alone
@@ -43,6 +43,7 @@ struct Case {
     int line = 0;
     QString name;
     QString sql;
+    bool executed = false;
     QString columns;
     QString then;
     bool ordered = true;
