@@ -132,6 +132,8 @@ public:
 
 private:
     static constexpr int kMostDepth = 200;
+    // A chain of and or or is a tree as deep as it is long.
+    static constexpr int kMostTerms = 5'000;
 
     std::unique_ptr<Node> ParseOr()
     {
@@ -183,9 +185,10 @@ private:
         return negated ? Join(Node::Kind::Not, std::move(node), nullptr) : std::move(node);
     }
 
-    static std::unique_ptr<Node> Join(
-        Node::Kind kind, std::unique_ptr<Node> left, std::unique_ptr<Node> right)
+    std::unique_ptr<Node> Join(Node::Kind kind, std::unique_ptr<Node> left, std::unique_ptr<Node> right)
     {
+        if (++terms_ > kMostTerms)
+            RaiseAt(at_, u"条件超过%1个"_s.arg(kMostTerms));
         auto node = std::make_unique<Node>();
         node->kind = kind;
         node->left = std::move(left);
@@ -296,6 +299,7 @@ private:
     QStringView text_;
     qsizetype at_ = 0;
     int depth_ = 0;
+    int terms_ = 0;
 };
 
 } // namespace

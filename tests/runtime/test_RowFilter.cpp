@@ -86,6 +86,7 @@ TEST_F(RowFilterTest, MistakesNameTheirPlace)
     EXPECT_TRUE(ErrorOf(u"ID = 'D1' and NOPE = 1"_s).contains(u"“NOPE”"));
     EXPECT_TRUE(ErrorOf(u"STATUS = 'abc'"_s).contains(u"第10个"));
     EXPECT_TRUE(ErrorOf(QString(5000, u'(')).contains(u"过深"));
+    EXPECT_TRUE(ErrorOf(QStringList(100'000, u"STATUS=1"_s).join(u" or "_s)).contains(u"条件超过5000个"));
     // The filter before stays.
     EXPECT_EQ(set.Filter(), u"ID='D1'"_s);
     EXPECT_EQ(Joined(set, u"ID"), u"D1"_s);
