@@ -1,6 +1,8 @@
 // What becomes of an order: offered, accepted, picked up, delivered, or cancelled on the way.
 #include "demo/OrderFactory.h"
 
+#include "company/CancelReasons.h"
+
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
@@ -11,9 +13,6 @@ namespace {
 using wire::DateTime;
 using wire::Value;
 
-const QString kReasons[] = {u"揽收地超服务范围"_s, u"虚假揽收地址"_s, u"虚假取件电话"_s,
-    u"揽收预约时间超范围,无法协商"_s, u"派送地超服务范围"_s, u"虚假派送地址"_s, u"禁运品"_s,
-    u"用户取消投递"_s, u"超规格"_s, u"其它错误"_s};
 constexpr int kFreshDays = 5; // until then an order may still be waiting for its next step
 constexpr int kClerks = 2; // of a branch; its other employees collect and deliver
 
@@ -52,7 +51,7 @@ void OrderFactory::LiveAsPlanned(const OrderPlan& plan, OrderTrace& trace)
     distributed_ = created_ + std::min<qint64>(120, (now_ - created_) / 3);
     if (!plan.accepted)
         return;
-    trace.status = Accepted;
+    trace.status = company::kStatusAccepted;
     trace.accepted = distributed_ + std::min<qint64>(Minutes(2, 45), (now_ - distributed_) / 2);
 }
 
@@ -66,7 +65,7 @@ void OrderFactory::LiveOnMarketplace(OrderTrace& trace)
     if (random_.Chance(30)) {
         const qint64 cancelled = distributed + Minutes(5, 240);
         if (cancelled <= now_) {
-            trace.status = Cancelled;
+            trace.status = company::kStatusCancelled;
             trace.cancelled = cancelled;
         }
         return;
@@ -76,11 +75,11 @@ void OrderFactory::LiveOnMarketplace(OrderTrace& trace)
         return;
     trace.accepted = accepted;
     if (random_.Chance(40)) {
-        trace.status = Refused;
+        trace.status = company::kStatusRefused;
         trace.cancelled = accepted;
         return;
     }
-    trace.status = Accepted;
+    trace.status = company::kStatusAccepted;
     Collect(random_.Chance(fresh ? 30 : 5), trace);
 }
 
@@ -93,28 +92,30 @@ void OrderFactory::LiveByHand(OrderTrace& trace)
     if (unknownStatus_ || distributed > now_ || random_.Chance(fresh ? 120 : 2))
         return;
     if (random_.Chance(40)) {
-        trace.status = Cancelled;
+        trace.status = company::kStatusCancelled;
         trace.cancelled = distributed;
         return;
     }
     distributed_ = distributed;
     if (random_.Chance(fresh ? 150 : 5)) {
-        trace.status = Accepted; // offered to one site, which has to find the driver
+        trace.status = company::kStatusAccepted; // offered to one site, which has to find the driver
         return;
     }
     driver_ = true;
     trace.accepted = distributed;
     const auto roll = random_.Below(fresh ? 100 : 3'000);
     if (roll < 5) {
-        trace.status = Refused;
+        trace.status = company::kStatusRefused;
         trace.cancelled = distributed;
         return;
     }
     if (roll < 55) {
-        trace.status = roll < 30 ? Dispatched : roll < 45 ? SentDown : Rejected;
+        trace.status = roll < 30 ? company::kStatusDispatched
+            : roll < 45          ? company::kStatusSentDown
+                                 : company::kStatusRejected;
         return;
     }
-    trace.status = SentDown;
+    trace.status = company::kStatusSentDown;
     Collect(false, trace);
 }
 
@@ -126,19 +127,19 @@ void OrderFactory::Collect(bool stays, OrderTrace& trace)
         return;
     trace.pickedUp = pickedUp;
     if (random_.Chance(40)) {
-        trace.status = PickupFailed;
+        trace.status = company::kStatusPickupFailed;
         trace.cancelled = pickedUp;
         return;
     }
-    trace.status = PickedUp;
+    trace.status = company::kStatusPickedUp;
     if (pickedUp + Minutes(180, 600) > now_ || random_.Chance(20))
         return;
-    trace.status = InTransit;
+    trace.status = company::kStatusInTransit;
     const qint64 delivered = pickedUp + Minutes(20 * 60, 96 * 60);
     if (delivered > now_)
         return;
     trace.delivered = delivered;
-    trace.status = random_.Chance(50) ? DeliveryFailed : Delivered;
+    trace.status = random_.Chance(50) ? company::kStatusDeliveryFailed : company::kStatusDelivered;
 }
 
 void OrderFactory::FillOffer(const OrderPlan& plan, Order& order, const OrderTrace& trace)
@@ -146,9 +147,9 @@ void OrderFactory::FillOffer(const OrderPlan& plan, Order& order, const OrderTra
     const bool byHand = trace.source == Source::Manual;
     if (!unknownStatus_)
         order.status = qint64{trace.status};
-    const bool withdrawn = byHand && trace.status == Refused;
+    const bool withdrawn = byHand && trace.status == company::kStatusRefused;
     const bool offered = distributed_ != 0 && !withdrawn;
-    order.dispart = qint64{!byHand || offered || trace.status == Cancelled ? 1 : 0};
+    order.dispart = qint64{!byHand || offered || trace.status == company::kStatusCancelled ? 1 : 0};
     order.depute = qint64{0};
     if (!offered)
         return;
@@ -175,7 +176,7 @@ void OrderFactory::FillAcceptance(Order& order, const OrderTrace& trace)
         order.courier = courier.name;
         order.message = courier.code; // the terminal knows its courier by the code
     }
-    if (trace.accepted == 0 || (byHand && trace.status == Refused))
+    if (trace.accepted == 0 || (byHand && trace.status == company::kStatusRefused))
         return;
     order.recSite = site_->name;
     order.acceptDate = DateTime{trace.accepted};
@@ -190,7 +191,7 @@ void OrderFactory::FillAcceptance(Order& order, const OrderTrace& trace)
     order.dutySite = site_->name;
     order.recBillMan = clerk.name;
     Stamp(order, clerk);
-    if (trace.status != Refused && random_.Chance(600)) {
+    if (trace.status != company::kStatusRefused && random_.Chance(600)) {
         const Employee& courier = Collector();
         order.courier = courier.name;
         order.message = courier.message;
@@ -201,7 +202,7 @@ void OrderFactory::FillPickup(Order& order, OrderTrace& trace)
 {
     if (trace.pickedUp == 0) {
         // Now and then a site enters the waybill of an order that it never accepted.
-        if (trace.status == Waiting && trace.source == Source::Zelmor && IsOlderThan(1)
+        if (trace.status == company::kStatusWaiting && trace.source == Source::Zelmor && IsOlderThan(1)
             && random_.Chance(150)) {
             trace.billCode = stock_.Take(network_.branches[static_cast<size_t>(branch_)]);
             trace.registerSite = site_->name;
@@ -216,7 +217,7 @@ void OrderFactory::FillPickup(Order& order, OrderTrace& trace)
     order.recMan = collector.name;
     order.recDate = DateTime{trace.pickedUp};
     Stamp(order, collector);
-    if (trace.status == PickupFailed)
+    if (trace.status == company::kStatusPickupFailed)
         return;
     if (!freightCollect_ && weight_ >= 30 && random_.Chance(60))
         order.coupon = coupons_.TakeUsed(CouponKind(weight_));
@@ -239,7 +240,7 @@ void OrderFactory::FillDelivery(Order& order, const OrderTrace& trace)
         return;
     order.sendMan = EmployeeOf(site, kClerks, site.employeeCount - kClerks).name;
     order.sendDate = DateTime{trace.delivered};
-    order.signStatus = trace.status == Delivered ? u"已签收"_s : u"拒签"_s;
+    order.signStatus = trace.status == company::kStatusDelivered ? u"已签收"_s : u"拒签"_s;
 }
 
 void OrderFactory::FillCancellation(Order& order, const OrderTrace& trace)
@@ -248,7 +249,8 @@ void OrderFactory::FillCancellation(Order& order, const OrderTrace& trace)
     if (trace.cancelled == 0)
         return;
     const Employee& clerk = Clerk();
-    order.cancelReason = trace.status == Cancelled ? kReasons[7] : random_.Pick(kReasons);
+    order.cancelReason = trace.status == company::kStatusCancelled ? u"用户取消投递"_s
+                                                                   : random_.Pick(company::CancelReasons());
     order.cancelSite = site_->name;
     order.cancelMan = clerk.name;
     order.cancelDate = DateTime{trace.cancelled};

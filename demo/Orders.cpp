@@ -1,6 +1,8 @@
 // When orders are created, and how they become rows.
 #include "demo/OrderFactory.h"
 
+#include "company/Headquarters.h"
+
 #include "wire/Error.h"
 
 #include <algorithm>
@@ -152,6 +154,10 @@ std::vector<OrderPlan> PlansOfToday(qint64 orders)
         add(45, {site, -1, false});
         add(65, {site, -1, true});
     }
+    // Which headquarters may refuse, being a candidate itself.
+    const int headquarters = number(company::kHeadquarters);
+    add(12, {first, headquarters, false});
+    add(12, {number(u"安徽合肥三部"), headquarters, false});
     // Few orders in all: the same mixture, thinned out.
     const auto most = static_cast<size_t>(orders / 4);
     if (plans.size() > most) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "company/OrderStatus.h"
 #include "demo/Generator.h"
 
 #include <QString>
@@ -10,21 +11,6 @@
 namespace demo {
 
 enum class Source { Manual, Zelmor, Ruixun, Lovikat, Yunbotong };
-
-enum Status : int {
-    Cancelled = -1,
-    Waiting = 0,
-    Accepted = 1,
-    Refused = 2,
-    PickedUp = 3,
-    PickupFailed = 4,
-    InTransit = 5,
-    Delivered = 6,
-    DeliveryFailed = 7,
-    Dispatched = 10,
-    Rejected = 11,
-    SentDown = 12,
-};
 
 // A row of tab_zelmor_bill.
 struct Order {
@@ -55,7 +41,7 @@ struct OrderTrace {
     qint64 delivered = 0;
     qint64 cancelled = 0;
     Source source = Source::Manual;
-    int status = Waiting;
+    int status = company::kStatusWaiting;
     bool collects = false; // cash on delivery
 };
 

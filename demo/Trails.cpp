@@ -54,30 +54,30 @@ private:
     void FollowMarketplace()
     {
         const OrderTrace& trace = *trace_;
-        if (trace.status == Refused) {
+        if (trace.status == company::kStatusRefused) {
             Say(u"UNACCEPT"_s, trace.accepted);
             return;
         }
         if (trace.accepted != 0)
             Say(u"ACCEPT"_s, trace.accepted);
-        if (trace.status == PickupFailed)
+        if (trace.status == company::kStatusPickupFailed)
             Say(u"NOT_SEND"_s, trace.cancelled);
         // The pickup of a few orders has not been reported yet: those may still be revoked.
-        else if (trace.pickedUp != 0 && !(trace.status == PickedUp && random_->Chance(250)))
+        else if (trace.pickedUp != 0 && !(trace.status == company::kStatusPickedUp && random_->Chance(250)))
             Say(u"GOT"_s, trace.pickedUp);
-        if (trace.status == Delivered)
+        if (trace.status == company::kStatusDelivered)
             Say(u"SIGNED"_s, trace.delivered);
-        else if (trace.status == DeliveryFailed)
+        else if (trace.status == company::kStatusDeliveryFailed)
             Say(u"FAILED"_s, trace.delivered);
     }
 
     void FollowPlatform()
     {
         const OrderTrace& trace = *trace_;
-        if (trace.pickedUp == 0 || trace.status == PickupFailed)
+        if (trace.pickedUp == 0 || trace.status == company::kStatusPickupFailed)
             return;
         Say(u"TMS_ACCEPT"_s, trace.pickedUp);
-        if (trace.status == PickedUp)
+        if (trace.status == company::kStatusPickedUp)
             return;
         const qint64 out = trace.pickedUp + Minutes(60, 180, *random_);
         Say(u"TMS_STATION_OUT"_s, out);
@@ -88,7 +88,7 @@ private:
         const qint64 delivering = trace.delivered - Minutes(40, 200, *random_);
         Say(u"TMS_STATION_IN"_s, delivering - Minutes(20, 90, *random_));
         Say(u"TMS_DELIVERING"_s, delivering);
-        if (trace.status == DeliveryFailed) {
+        if (trace.status == company::kStatusDeliveryFailed) {
             Say(u"TMS_FAILED"_s, trace.delivered);
             return;
         }

@@ -208,6 +208,7 @@ TEST(Orders, LoginsFindWorkToday)
         EXPECT_GE(waiting[site], 40) << qUtf8Printable(site);
         EXPECT_GE(accepted[site], 60) << qUtf8Printable(site);
     }
+    EXPECT_GE(waiting[u"快运本部"_s], 20) << "headquarters refuses only what is offered to it";
     EXPECT_GE(contested, 40);
     EXPECT_GE(undistributed, 10);
 }
