@@ -16,9 +16,9 @@ constexpr int kRowsAhead = 384;
 constexpr int kRowsASync = 128;
 
 constexpr auto kUpdate = R"(
-update tab_zelmor_bill set remark = $1, modifier = $2, total_weight = $3 where tx_logistic_id = $4
+update tab_zelmor_bill set remark = $1, message = $2, total_weight = $3 where tx_logistic_id = $4
 and status is not distinct from $5 and rec_site is not distinct from $6 and prepare_site is not distinct from $7
-and remark is not distinct from $8 and modifier is not distinct from $9 and total_weight is not distinct from $10)";
+and remark is not distinct from $8 and message is not distinct from $9 and total_weight is not distinct from $10)";
 
 class Texts {
 public:
@@ -115,14 +115,14 @@ int PostgresFloor::Update(std::span<const OrderEdit> edits)
         const OrderEdit& edit = edits[i];
         Texts texts;
         texts.Add(edit.remark);
-        texts.Add(edit.modifier);
+        texts.Add(edit.message);
         texts.Add(edit.weight);
         texts.Add(edit.order);
         texts.Add(quint64(edit.status.value_or(0)), edit.status.has_value());
         texts.Add(edit.receivingSite);
         texts.Add(edit.candidates);
         texts.Add(edit.oldRemark);
-        texts.Add(edit.oldModifier);
+        texts.Add(edit.oldMessage);
         texts.Add(edit.oldWeight.value_or(0), edit.oldWeight.has_value());
         send("set", {});
         send("edit", texts);

@@ -164,7 +164,7 @@ Edits EditEveryRow(const QString& text, const wire::RowSet& rows, int round)
     const auto position = [&](QStringView name) { return quint16(rows.IndexOf(name)); };
     const quint16 status = position(u"STATUS");
     const quint16 remark = position(u"REMARK");
-    const quint16 modifier = position(u"MODIFIER");
+    const quint16 message = position(u"MESSAGE");
     const quint16 weight = position(u"TOTAL_WEIGHT");
     for (qsizetype row = 0; row < rows.RowCount(); ++row) {
         wire::RowChange change;
@@ -173,7 +173,7 @@ Edits EditEveryRow(const QString& text, const wire::RowSet& rows, int round)
             const wire::Value original = rows.columns[column].ValueAt(row);
             if (column == remark)
                 change.cells.push_back({column, original, u"第%1次修改"_s.arg(round)});
-            else if (column == modifier)
+            else if (column == message)
                 change.cells.push_back({column, original, u"员工%1"_s.arg(round)});
             else if (column == weight)
                 change.cells.push_back({column, original, round + 0.5});
@@ -188,9 +188,9 @@ Edits EditEveryRow(const QString& text, const wire::RowSet& rows, int round)
             .receivingSite = wire::ToText(value(u"REC_SITE")),
             .candidates = wire::ToText(value(u"PREPARE_SITE")),
             .oldRemark = wire::ToText(value(u"REMARK")),
-            .oldModifier = wire::ToText(value(u"MODIFIER")),
+            .oldMessage = wire::ToText(value(u"MESSAGE")),
             .remark = u"第%1次修改"_s.arg(round),
-            .modifier = u"员工%1"_s.arg(round),
+            .message = u"员工%1"_s.arg(round),
             .oldWeight = rows.columns[weight].IsNull(row) ? std::nullopt
                                                           : std::optional(rows.columns[weight].NumberAt(row)),
             .weight = round + 0.5});

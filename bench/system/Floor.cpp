@@ -124,13 +124,13 @@ int Floor::Update(std::span<const OrderEdit> edits)
 {
     Run(u"begin immediate"_s);
     sqlite3_stmt* statement = Prepare(database_,
-        u"update tab_zelmor_bill set REMARK=?1, MODIFIER=?2, TOTAL_WEIGHT=?3 where TX_LOGISTIC_ID=?4 and "
-        "STATUS is ?5 and REC_SITE is ?6 and PREPARE_SITE is ?7 and REMARK is ?8 and MODIFIER is ?9 and "
+        u"update tab_zelmor_bill set REMARK=?1, MESSAGE=?2, TOTAL_WEIGHT=?3 where TX_LOGISTIC_ID=?4 and "
+        "STATUS is ?5 and REC_SITE is ?6 and PREPARE_SITE is ?7 and REMARK is ?8 and MESSAGE is ?9 and "
         "TOTAL_WEIGHT is ?10"_s);
     int changed = 0;
     for (const OrderEdit& edit : edits) {
         BindText(statement, 1, edit.remark);
-        BindText(statement, 2, edit.modifier);
+        BindText(statement, 2, edit.message);
         sqlite3_bind_double(statement, 3, edit.weight);
         BindText(statement, 4, edit.order);
         if (edit.status)
@@ -140,7 +140,7 @@ int Floor::Update(std::span<const OrderEdit> edits)
         BindText(statement, 6, edit.receivingSite);
         BindText(statement, 7, edit.candidates);
         BindText(statement, 8, edit.oldRemark);
-        BindText(statement, 9, edit.oldModifier);
+        BindText(statement, 9, edit.oldMessage);
         if (edit.oldWeight)
             sqlite3_bind_double(statement, 10, *edit.oldWeight);
         else

@@ -10,7 +10,7 @@ QString Remark(int round)
 {
     return u"第%1次修改"_s.arg(round);
 }
-QString Modifier(int round)
+QString Message(int round)
 {
     return u"员工%1"_s.arg(round);
 }
@@ -26,7 +26,7 @@ void EditEveryOrder(TClientDataSetEx& orders, int round)
     for (orders.First(); !orders.Eof(); orders.Next()) {
         orders.Edit();
         orders.FieldByName(u"REMARK").SetAsString(Remark(round));
-        orders.FieldByName(u"MODIFIER").SetAsString(Modifier(round));
+        orders.FieldByName(u"MESSAGE").SetAsString(Message(round));
         orders.FieldByName(u"TOTAL_WEIGHT").SetAsFloat(Weight(round));
         orders.Post();
     }
@@ -44,9 +44,9 @@ std::vector<OrderEdit> EditsOfEveryOrder(TClientDataSetEx& orders, int round)
             .receivingSite = text(u"REC_SITE"),
             .candidates = text(u"PREPARE_SITE"),
             .oldRemark = text(u"REMARK"),
-            .oldModifier = text(u"MODIFIER"),
+            .oldMessage = text(u"MESSAGE"),
             .remark = Remark(round),
-            .modifier = Modifier(round),
+            .message = Message(round),
             .oldWeight = weight.IsNull() ? std::nullopt : std::optional(weight.AsFloat()),
             .weight = Weight(round)});
     }

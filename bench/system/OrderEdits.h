@@ -12,11 +12,11 @@ struct OrderEdit {
     QString order;
     std::optional<qint64> status;
     QString receivingSite, candidates;
-    QString oldRemark, oldModifier, remark, modifier;
+    QString oldRemark, oldMessage, remark, message;
     std::optional<double> oldWeight;
     double weight = 0;
 };
 
-// Gives every order another remark, modifier and weight, other ones each round; and the same for a peer.
+// Gives every order another remark, message and weight, other ones each round; and the same for a peer.
 void EditEveryOrder(TClientDataSetEx& orders, int round);
 std::vector<OrderEdit> EditsOfEveryOrder(TClientDataSetEx& orders, int round);

@@ -122,8 +122,8 @@ void ClientSession::Login(const wire::Request& request, wire::Reply& reply)
 void ClientSession::Permit(const Account& account)
 {
     const auto tree = server_.sites.Current();
-    permissions_ = Permissions(
-        account.role.value_or(tree->RoleAt(account.site)), account.userType, SiteScope(*tree, account.site));
+    permissions_ =
+        Permissions(account.role.value_or(tree->RoleAt(account.site)), account.userType, tree, account.site);
     permittedAt_ = std::chrono::steady_clock::now();
 }
 
@@ -189,10 +189,11 @@ void ClientSession::Execute(const wire::Request& request, wire::Reply& reply)
 void ClientSession::ApplyUpdates(const wire::Request& request, wire::Reply& reply)
 {
     ForbiddenRows forbidden;
+    const quint64 digest = DigestOf(request.changes, request.maxErrors);
     try {
         storage::InTransaction(server_.pool, true, [&](storage::Connection& connection) {
             Watched(connection, request.changes.commandText, [&] {
-                RequireNew(connection, request.name, identity_.account);
+                RequireNew(connection, request.name, identity_.account, digest);
                 try {
                     reply.outcome = ApplyChanges(
                         connection, request.changes, request.maxErrors, CallerNow(), permissions_, forbidden);
@@ -200,7 +201,8 @@ void ClientSession::ApplyUpdates(const wire::Request& request, wire::Reply& repl
                     connection.FinishSelect(); // what is refused now may have been applied before
                     throw;
                 }
-                RememberOutcome(connection, request.name, identity_.account, reply.outcome);
+                RequireSendable(reply.outcome);
+                RememberOutcome(connection, request.name, identity_.account, digest, reply.outcome);
             });
         });
     } catch (AppliedBefore& before) {

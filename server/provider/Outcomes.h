@@ -7,19 +7,25 @@
 // was lost, perhaps to another server over the same database) is answered and not applied.
 namespace server {
 
+// Of everything that a change log asks for: two logs with the same digest are taken for the same.
+quint64 DigestOf(const wire::ChangeLog& log, int maxErrors);
+
 // Raised where the log has been applied before, with what became of it then.
 struct AppliedBefore {
     wire::ApplyOutcome outcome;
 };
 
 // Call inside the transaction that applies the log, before anything is done in it: raises AppliedBefore, or
-// wire::Error (Policy) where another account used the name, at once or out of the next call that reaches the
-// database.
-void RequireNew(storage::OwnStatements& statements, const wire::ApplyName& name, const QString& account);
+// wire::Error where another account (Policy) or another log (Data) used the name, at once or out of the next
+// call that reaches the database.
+void RequireNew(
+    storage::OwnStatements& statements, const wire::ApplyName& name, const QString& account, quint64 digest);
+// Raises wire::Error (Limit) where no reply can hold the outcome: to be known while all can be undone.
+void RequireSendable(const wire::ApplyOutcome& outcome);
 // By the commit. Where the same log is being applied elsewhere this raises storage::TryAgain (Conflict), or
 // the commit does: its outcome is there to be found once this transaction has been undone.
 void RememberOutcome(storage::OwnStatements& statements, const wire::ApplyName& name, const QString& account,
-    const wire::ApplyOutcome& outcome);
+    quint64 digest, const wire::ApplyOutcome& outcome);
 // Forgets what nobody will ask for any more: a connection that still repeats a save does so within minutes.
 void ForgetOldOutcomes(storage::OwnStatements& statements);
 

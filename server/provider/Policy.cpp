@@ -31,10 +31,12 @@ void RequireWritable(const QString& table)
 
 } // namespace
 
-Permissions::Permissions(Role role, const QString& userType, SiteScope sites)
+Permissions::Permissions(
+    Role role, const QString& userType, std::shared_ptr<const SiteTree> tree, const QString& site)
     : role_(role)
     , opensSites_(userType == u"2")
-    , sites_(std::move(sites))
+    , tree_(std::move(tree))
+    , sites_(*tree_, site)
 {
 }
 

@@ -11,7 +11,8 @@ namespace server {
 class Permissions {
 public:
     Permissions() = default; // nothing may be written
-    Permissions(Role role, const QString& userType, SiteScope sites);
+    Permissions(
+        Role role, const QString& userType, std::shared_ptr<const SiteTree> tree, const QString& site);
 
     // One select over company tables.
     static void RequireQuery(const dialect::Translation& translation);
@@ -24,10 +25,12 @@ public:
     // May open sites for marketplace orders, and settle the services of all sites.
     bool OpensSites() const noexcept { return opensSites_; }
     const SiteScope& Sites() const noexcept { return sites_; }
+    bool Exists(const QString& site) const { return tree_ != nullptr && tree_->Find(site) != nullptr; }
 
 private:
     Role role_ = Role::Reader;
     bool opensSites_ = false;
+    std::shared_ptr<const SiteTree> tree_;
     SiteScope sites_;
 };
 

@@ -37,7 +37,7 @@ public:
         const Permissions& permissions, ForbiddenRows& forbidden)
         : log_(log)
         , target_(connection, log, permissions)
-        , rule_(RuleFor(permissions, target_))
+        , rule_(RuleFor(connection, permissions, caller, target_))
         , writer_(connection.WriteRows(target_.ForWriting(caller)))
         , forbidden_(forbidden)
     {
@@ -117,9 +117,8 @@ private:
     // What is set, what names the row, what must still stand. Raises Refusal.
     void Plan(const RowChange& row, RowWrite& write)
     {
-        Sort(row, write);
-        if (rule_ != nullptr)
-            RequireOpen(write);
+        ReadCells(row, write);
+        RequireAllowed(write);
         switch (row.kind) {
         case ChangeKind::Insert:
             PlanInsert(write);
@@ -135,7 +134,7 @@ private:
         write.auditFields = fields_.Finish();
     }
 
-    void Sort(const RowChange& row, RowWrite& write)
+    void ReadCells(const RowChange& row, RowWrite& write)
     {
         write.kind = row.kind;
         write.sets.clear();
@@ -144,12 +143,12 @@ private:
         write.statementKey.assign(1, static_cast<char16_t>(row.kind));
         fields_.Clear();
         size_t keysSeen = 0;
-        ++sorted_;
+        ++rowsRead_;
         for (const CellChange& cell : row.cells) {
             const TargetColumn* column = target_.Column(cell.column);
             if (column == nullptr)
                 continue;
-            if (std::exchange(seen_[cell.column], sorted_) == sorted_)
+            if (std::exchange(seen_[cell.column], rowsRead_) == rowsRead_)
                 throw wire::Error(wire::ErrorKind::Data, texts::BadChangeLog()); // twice in one row
             Value original = Converted(*column, cell.original);
             Value current = Converted(*column, cell.current);
@@ -174,7 +173,7 @@ private:
             throw wire::Error(wire::ErrorKind::Data, texts::BadChangeLog());
     }
 
-    void RequireOpen(const RowWrite& write)
+    void RequireAllowed(const RowWrite& write)
     {
         std::optional<QString> reason = rule_->RefusalOf(write, *writer_);
         if (!reason)
@@ -321,17 +320,16 @@ private:
             return;
         }
         const QString modifier = target_.TakeLastModifier(present);
-        // What clerks have a name for says enough; the rest is told only where it is all there is.
-        QStringList named;
-        QStringList unnamed;
+        // The guards say enough; the rest is told only where it is all there is.
+        QStringList guards;
+        QStringList others;
         for (const Cell& check : write.checks) {
             const TargetColumn& column = ColumnOf(check);
             if (wire::SameValue(check.value, present[column.position]))
                 continue;
-            const QString caption = column.Caption();
-            (caption == column.stored->name ? unnamed : named) << caption;
+            (column.guard ? guards : others) << target_.CaptionOf(column);
         }
-        const QStringList& differing = named.isEmpty() ? unnamed : named;
+        const QStringList& differing = guards.isEmpty() ? others : guards;
         verdict.reason = texts::ChangedByOther(modifier, differing.join(u'、'));
         verdict.present = true;
         verdict.presentValues = std::move(present);
@@ -356,7 +354,7 @@ private:
 
     const wire::ChangeLog& log_;
     RowTarget target_;
-    std::unique_ptr<RowRule> rule_; // nullptr: every row is open
+    std::unique_ptr<RowRule> rule_;
     std::unique_ptr<storage::RowWriter> writer_;
     ForbiddenRows& forbidden_;
     std::vector<RowVerdict> verdicts_;
@@ -367,7 +365,7 @@ private:
     size_t waiting_ = 0;
     AuditFields fields_; // of the row being planned
     std::vector<size_t> seen_ = std::vector<size_t>(log_.columns.size()); // by column: in which row
-    size_t sorted_ = 0;
+    size_t rowsRead_ = 0;
 };
 
 } // namespace

@@ -5,8 +5,9 @@
 
 namespace server {
 
-// Which rows of a table an account may write. Rows are judged by the values that their change log says they
-// were read with; these stand in the statement that writes them, so a false one writes nothing.
+// Which rows of a table an account may write, and with which values. Rows are judged by the values that their
+// change log says they were read with; these stand in the statement that writes them, so a false one writes
+// nothing.
 class RowRule {
 public:
     virtual ~RowRule();
@@ -17,8 +18,15 @@ public:
         const storage::RowWrite& write, storage::RowWriter& stored) const = 0;
 };
 
-// nullptr: every row is open. Raises wire::Error (Policy) where none is, or where the log's query leaves out
-// what rows are judged by. Lives no longer than both.
-std::unique_ptr<RowRule> RuleFor(const Permissions& permissions, const RowTarget& target);
+// Raises wire::Error (Policy) where no row may be written, or where the log's query leaves out what rows are
+// judged by. Lives no longer than its arguments.
+std::unique_ptr<RowRule> RuleFor(storage::OwnStatements& statements, const Permissions& permissions,
+    const Caller& caller, const RowTarget& target);
+
+// For the rules themselves.
+QStringView TextOf(const wire::Value& value); // empty where it is no text
+qint64 NumberOf(const wire::Value& value); // null is 0, as the screens read it
+// A cell of a yes/no column that is neither 0, 1 nor null.
+bool IsBadFlag(const storage::Cell& cell);
 
 } // namespace server

@@ -1,5 +1,6 @@
 #include "server/provider/RowTarget.h"
 
+#include "company/Tables.h"
 #include "server/provider/Policy.h"
 #include "server/refusal/UserTexts.h"
 
@@ -30,23 +31,6 @@ const wire::ColumnInfo& Described(
 }
 
 } // namespace
-
-// What two desks most often change at once has a name in the clerks' language.
-QString TargetColumn::Caption() const
-{
-    const QString& name = stored->name;
-    if (name == u"BILL_CODE"_s)
-        return u"运单编号"_s;
-    if (name == u"REC_GOODS_MAN"_s)
-        return u"接单业务员"_s;
-    if (name == u"STATUS"_s)
-        return u"状态"_s;
-    if (name == u"REC_SITE"_s)
-        return u"接单/揽件网点"_s;
-    if (name == u"PREPARE_SITE"_s)
-        return u"可接单网点"_s;
-    return name;
-}
 
 RowTarget::RowTarget(
     storage::Connection& connection, const wire::ChangeLog& log, const Permissions& permissions)
@@ -93,6 +77,13 @@ const TargetColumn* RowTarget::Find(QStringView name) const
         return column && IsSame(name, column->stored->name);
     });
     return found != columns_.end() ? &**found : nullptr;
+}
+
+QString RowTarget::CaptionOf(const TargetColumn& column) const
+{
+    const company::Table* known = company::FindTable(table_->name);
+    const company::Column* same = known != nullptr ? known->Find(column.stored->name) : nullptr;
+    return same == nullptr || same->caption.isEmpty() ? column.stored->name : same->caption;
 }
 
 bool RowTarget::KeyIsNumbered() const noexcept

@@ -15,9 +15,6 @@ struct TargetColumn {
     int key = -1; // position in the primary key
     bool guard = false;
     size_t position = 0; // in the change log
-
-    // As reasons name it: in the clerks' language, or where there is nothing in it by its own name.
-    QString Caption() const;
 };
 
 // The table of a change log, and how the log's columns stand to the table's.
@@ -35,6 +32,8 @@ public:
     // By name, in either case; nullptr where log or table lacks it.
     const TargetColumn* Find(QStringView name) const;
     const Columns& Keys() const noexcept { return keys_; }
+    // As reasons name it: in the clerks' language, or where there is nothing in it by its own name.
+    QString CaptionOf(const TargetColumn& column) const;
     // The key is one whole number, which the database gives to rows that come without.
     bool KeyIsNumbered() const noexcept;
 

@@ -117,7 +117,47 @@ inline QString ForeignOrder()
 }
 inline QString ForeignSite(const QString& column, const QString& site)
 {
-    return QStringLiteral("列%1不能填写其他网点“%2”！").arg(column, site);
+    return QStringLiteral("“%1”不能填写其他网点“%2”！").arg(column, site);
+}
+inline QString ForeignStamp(const QString& column, const QString& value)
+{
+    return QStringLiteral("“%1”只能填写本人及本网点，不能填写“%2”！").arg(column, value);
+}
+inline QString StampMissing(const QString& column)
+{
+    return QStringLiteral("新订单必须填写“%1”！").arg(column);
+}
+inline QString NewOrderHandled(const QString& column)
+{
+    return QStringLiteral("新订单必须为“等待接单”状态，不能填写“%1”！").arg(column);
+}
+inline QString NotNow(const QString& column, const QString& time)
+{
+    return QStringLiteral("“%1”不是当前时间：%2！").arg(column, time);
+}
+inline QString ValueUnknown(const QString& column, const QString& value)
+{
+    return QStringLiteral("“%1”没有“%2”这个值！").arg(column, value);
+}
+inline QString NoSuchSite(const QString& column, const QString& site)
+{
+    return QStringLiteral("“%1”中有不存在的网点：“%2”！").arg(column, site);
+}
+inline QString StatusNotDesks(const QString& status)
+{
+    return QStringLiteral("该账号不能将订单改为“%1”状态！").arg(status);
+}
+inline QString ReasonMissing()
+{
+    return QStringLiteral("该状态必须填写“撤消原因”！");
+}
+inline QString RevocationUnstamped()
+{
+    return QStringLiteral("撤销订单必须填写撤单网点、撤单员工、撤消时间和修改人！");
+}
+inline QString RevocationTooLate()
+{
+    return QStringLiteral("该订单已在运输中，不能撤消！");
 }
 inline QString ForeignService()
 {
@@ -129,7 +169,7 @@ inline QString OpeningClosed()
 }
 inline QString ColumnFixed(const QString& column)
 {
-    return QStringLiteral("不允许修改列%1！").arg(column);
+    return QStringLiteral("不允许修改“%1”！").arg(column);
 }
 inline QString NoDeleting()
 {
@@ -156,6 +196,14 @@ inline QString KeyMissing(const QString& column)
 inline QString BadChangeLog()
 {
     return QStringLiteral("修改记录的内容不完整，不能保存！");
+}
+inline QString NameUsedAgain()
+{
+    return QStringLiteral("该保存请求的编号已用于另一次保存，数据没有保存，请重新保存！");
+}
+inline QString TooManyRefusals(int rows)
+{
+    return QStringLiteral("有%1条数据不能保存，结果过大，全部没有保存，请分批保存！").arg(rows);
 }
 inline QString ForeignName()
 {

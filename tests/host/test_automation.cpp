@@ -204,18 +204,18 @@ TEST_F(AutomationTest, AnotherUserChangesWhatTheServerHolds)
     EXPECT_EQ(Run(R"(
         host.login('hefei1', 'demo');
         const order = host.serverSql(
-            "select TX_LOGISTIC_ID from tab_zelmor_bill where REC_SITE='安徽合肥二部' and rownum=1")[0];
+            "select TX_LOGISTIC_ID from tab_zelmor_bill where REC_SITE='安徽合肥二部' and STATUS=1 and rownum=1")[0];
         const sql = "select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID='" + order.TX_LOGISTIC_ID + "'";
         const other = host.otherSession('hefei2', 'demo');
         assertEqual(other.site, '安徽合肥二部');
         const late = host.otherSession('benbu', 'demo');
         assertEqual(late.read(sql), 1);
-        assertEqual(other.update(sql, {REMARK: '别处', STATUS: 13}), 1);
+        assertEqual(other.update(sql, {REMARK: '别处', STATUS: 2}), 1);
         assertEqual(other.query(sql)[0].REMARK, '别处');
         let refused = false;
-        try { late.save({STATUS: 12}); } catch (error) { refused = true; }
+        try { late.save({STATUS: 3}); } catch (error) { refused = true; }
         assert(refused, 'the later of two saves is refused');
-        assertEqual(host.serverSql(sql)[0].STATUS, 13);
+        assertEqual(host.serverSql(sql)[0].STATUS, 2);
         let wrong = false;
         try { host.otherSession('hefei2', 'no'); } catch (error) { wrong = true; }
         assert(wrong);

@@ -78,17 +78,45 @@ struct OrderCase {
 };
 
 const wire::Value kNull;
+const wire::DateTime kNow = wire::DateTime::FromParts(2024, 3, 1, 8);
+// Stand for who sends the change.
+const QString kSite = u"{site}"_s;
+const QString kMan = u"{man}"_s;
+const QString kCode = u"{code}"_s;
+
+Edits As(const wire::Identity& who, Edits edits)
+{
+    for (auto& [column, value] : edits) {
+        if (value == wire::Value(kSite))
+            value = who.site;
+        else if (value == wire::Value(kMan))
+            value = who.employeeName;
+        else if (value == wire::Value(kCode))
+            value = who.employeeCode;
+    }
+    return edits;
+}
+
 const Edits kAccept{{u"STATUS"_s, 1LL}, {u"REC_SITE"_s, u"合肥一部"_s}, {u"DUTY_SITE"_s, u"合肥一部"_s},
-    {u"MODIFY_SITE"_s, u"合肥一部"_s}};
-const Edits kEntrust{{u"PREPARE_SITE"_s, u";合肥一部;"_s}, {u"BL_DEPUTE"_s, 1LL}, {u"MODIFIER"_s, u"张三"_s}};
-const Edits kRevoke{{u"STATUS"_s, 4LL}, {u"BL_CANCEL"_s, 1LL}, {u"CANCEL_DESC"_s, u"其它错误"_s},
-    {u"CANCEL_SITE"_s, u"合肥一部"_s}, {u"MODIFY_SITE"_s, u"合肥一部"_s}};
+    {u"MODIFY_SITE"_s, kSite}};
+const Edits kEntrust{{u"PREPARE_SITE"_s, u";合肥一部;"_s}, {u"BL_DEPUTE"_s, 1LL}, {u"MODIFIER"_s, kMan}};
+const Edits kStamped{{u"STATUS"_s, 4LL}, {u"BL_CANCEL"_s, 1LL}, {u"CANCEL_SITE"_s, kSite},
+    {u"CANCEL_MAN"_s, kMan}, {u"CANCEL_DATE"_s, kNow}, {u"MODIFIER"_s, kMan}, {u"MODIFY_CODE"_s, kCode},
+    {u"MODIFY_SITE"_s, kSite}};
 
 Edits With(Edits edits, const QString& column, const wire::Value& value)
 {
     edits.emplace_back(column, value);
     return edits;
 }
+
+Edits Without(Edits edits, const QString& column)
+{
+    std::erase_if(edits, [&](const auto& edit) { return edit.first == column; });
+    return edits;
+}
+
+const Edits kRevoke = With(kStamped, u"CANCEL_DESC"_s, u"其它错误"_s);
 
 Edits ToDriverAt(const QString& site, const QString& candidates)
 {
@@ -137,7 +165,7 @@ const std::vector<OrderCase>& OrderCases()
         {"dispatch to a site that it is not offered to", ", STATUS, CREATER_SITE", ", 0, '合肥一部'",
             ToDriverAt(u"上海一部"_s, u";合肥一部;"_s), "H"},
         {"cancel what was entered elsewhere", ", STATUS, CREATER_SITE, PREPARE_SITE",
-            ", 0, '上海一部', ';上海一部;'", {{u"STATUS"_s, -1LL}}, "H"},
+            ", 0, '上海一部', ';上海一部;'", {{u"STATUS"_s, -1LL}, {u"CANCEL_DESC"_s, u"其它错误"_s}}, "H"},
         {"a centre dispatches for its finance centre", ", STATUS, PREPARE_SITE", ", 1, ';芜湖中心;'",
             {{u"REC_BILL_MAN"_s, u"司机"_s}, {u"STATUS"_s, 10LL}}, "HC"},
         {"but does not pick up for it", ", STATUS, REC_SITE", ", 3, '芜湖中心'", {{u"BILL_CODE"_s, u"1"_s}},
@@ -160,13 +188,54 @@ const std::vector<OrderCase>& OrderCases()
         {"entrust to several", ", STATUS, PREPARE_SITE", ", 0, ';上海一部;'",
             {{u"PREPARE_SITE"_s, u";合肥一部;合肥二部;"_s}, {u"BL_DEPUTE"_s, 1LL}}, "H"},
         // Revocation by a centre
-        {"revoke", ", STATUS, PREPARE_SITE, REC_SITE", ", 1, ';上海一部;', '上海一部'", kRevoke, "HC"},
-        {"revoke and more", ", STATUS, REC_SITE", ", 1, '上海一部'", With(kRevoke, u"BILL_CODE"_s, u"1"_s),
-            "H"},
+        {"revoke", ", STATUS, BL_DISPART, REC_SITE", ", 1, 1, '上海一部'", kRevoke, "HC"},
+        {"revoke what was signed for", ", STATUS, BL_DISPART, BILL_CODE", ", 6, 1, 'unreported'", kRevoke,
+            "HC"},
+        {"revoke what was reported", ", STATUS, BL_DISPART, BILL_CODE", ", 3, 1, 'reported'", kRevoke, "H"},
+        {"revoke what nobody distributed", ", STATUS, REC_SITE", ", 1, '上海一部'", kRevoke, "H"},
+        {"revoke and more", ", STATUS, BL_DISPART", ", 1, 1", With(kRevoke, u"ADDRESS"_s, u"1"_s), "H"},
+        {"revoke without a reason", ", STATUS, BL_DISPART", ", 1, 1", kStamped, ""},
+        {"revoke without a stamp", ", STATUS, BL_DISPART", ", 1, 1", Without(kRevoke, u"CANCEL_MAN"_s), "H"},
+        {"revoke for somebody else", ", STATUS, BL_DISPART", ", 1, 1",
+            With(Without(kRevoke, u"CANCEL_MAN"_s), u"CANCEL_MAN"_s, u"王"_s), ""},
+        // What an order's own site may not write either
+        {"delivered", ", STATUS, REC_SITE", ", 6, '合肥一部'", {{u"ADDRESS"_s, u"x"_s}}, "H"},
+        {"deliver", ", STATUS, REC_SITE", ", 3, '合肥一部'", {{u"STATUS"_s, 6LL}}, "H"},
+        {"a status that there is not", ", STATUS, REC_SITE", ", 3, '合肥一部'", {{u"STATUS"_s, 99999LL}}, ""},
+        {"a flag that there is not", ", STATUS, REC_SITE", ", 3, '合肥一部'", {{u"BL_CANCEL"_s, 2LL}}, ""},
+        {"fail a pickup without a reason", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"STATUS"_s, 4LL}}, ""},
+        {"fail it for the reason there is", ", STATUS, REC_SITE, CANCEL_DESC", ", 1, '合肥一部', '超规格'",
+            {{u"STATUS"_s, 4LL}}, "HCB"},
+        {"offer to no site", ", STATUS, PREPARE_SITE", ", 0, ';合肥一部;'",
+            {{u"PREPARE_SITE"_s, u";合肥一部;火星;"_s}}, ""},
+        {"leave an old name in the list", ", STATUS, PREPARE_SITE", ", 0, ';合肥一部;撤销部;'",
+            {{u"PREPARE_SITE"_s, u";撤销部;合肥二部;"_s}}, "HCB"},
+        {"no list", ", STATUS, PREPARE_SITE", ", 0, ';合肥一部;'", {{u"PREPARE_SITE"_s, u"合肥一部"_s}}, ""},
+        {"deliver to no site", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"SEND_SITE"_s, u"火星"_s}}, ""},
+        {"accept long ago", ", STATUS, REC_SITE", ", 1, '合肥一部'",
+            {{u"ACCEPT_DATE"_s, wire::DateTime{kNow.seconds - 30 * 86'400}}}, ""},
+        {"pick up tomorrow", ", STATUS, REC_SITE", ", 1, '合肥一部'",
+            {{u"REC_DATE"_s, wire::DateTime{kNow.seconds + 86'400}}}, ""},
+        {"made another day", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"CREATE_DATE"_s, kNow}}, "H"},
+        {"another source", ", STATUS, REC_SITE, ORDERSOURCE", ", 1, '合肥一部', '泽摩'",
+            {{u"ORDERSOURCE"_s, kNull}}, "H"},
+        {"stamps of one's own", ", STATUS, REC_SITE", ", 1, '合肥一部'",
+            {{u"MODIFIER"_s, kMan}, {u"MODIFY_CODE"_s, kCode}, {u"MODIFY_SITE"_s, kSite},
+                {u"REC_MAN"_s, kMan}, {u"REC_BILL_MAN"_s, kMan}, {u"CANCEL_MAN"_s, kMan},
+                {u"CANCEL_SITE"_s, kSite}, {u"ACCEPT_DATE"_s, kNow}},
+            "HCB"},
+        {"another modifier", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"MODIFIER"_s, u"王"_s}}, ""},
+        {"no modifier", ", STATUS, REC_SITE, MODIFIER", ", 1, '合肥一部', '王'", {{u"MODIFIER"_s, kNull}},
+            ""},
+        {"another modifier's code", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"MODIFY_CODE"_s, u"E9"_s}},
+            ""},
+        {"another courier's pickup", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"REC_MAN"_s, u"王"_s}}, ""},
+        {"another's acceptance", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"REC_BILL_MAN"_s, u"王"_s}}, ""},
+        {"another's cancelling", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"CANCEL_SITE"_s, u"合肥二部"_s}},
+            ""},
         // Columns that tell whose an order is
         {"another's duty", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"DUTY_SITE"_s, u"上海一部"_s}}, "H"},
-        {"another's stamp", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"MODIFY_SITE"_s, u"上海一部"_s}},
-            "H"},
+        {"another's stamp", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"MODIFY_SITE"_s, u"上海一部"_s}}, ""},
         {"another creator", ", STATUS, REC_SITE, CREATER_SITE", ", 1, '合肥一部', '上海一部'",
             {{u"CREATER_SITE"_s, u"合肥一部"_s}}, "H"},
         {"another number", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"TX_LOGISTIC_ID"_s, u"Z"_s}}, "H"},
@@ -182,14 +251,19 @@ TEST_P(PolicyTest, OrdersAreWrittenByThoseWhoHaveToDoWithThem)
         orders += "insert into tab_zelmor_bill(TX_LOGISTIC_ID" + std::string(cases[i].columns) + ") values('N"
             + std::to_string(100 + i) + "'" + cases[i].values + ");";
     }
-    orders += "commit";
+    orders += "delete from tab_zelmor_instruction;"
+              "insert into tab_zelmor_instruction(INSTRUCTION_ID, TX_LOGISTIC_ID, BILL_CODE, INFO_CONTENT)"
+              " select 1, TX_LOGISTIC_ID, BILL_CODE, 'GOT' from tab_zelmor_bill where BILL_CODE = 'reported';"
+              "insert into tab_zelmor_instruction(INSTRUCTION_ID, TX_LOGISTIC_ID, BILL_CODE, INFO_CONTENT)"
+              " values(2, 'another', 'unreported', 'GOT');"
+              "commit";
     const std::pair<char, QString> desks[]{{'H', u"headquarters"_s}, {'C', u"centre"_s}, {'B', u"branch"_s}};
     for (const auto& [letter, account] : desks) {
         Raw(orders.c_str());
         Client client = At(account);
         Changes changes(kOrders, client.Query(kOrders));
         for (size_t i = 0; i < cases.size(); ++i)
-            changes.Update(static_cast<qsizetype>(i), cases[i].edits);
+            changes.Update(static_cast<qsizetype>(i), As(client.Conversation().Identity(), cases[i].edits));
         EXPECT_EQ(ErrorOf([&] { At(u"reader"_s).Apply(changes.log); }).Kind(), ErrorKind::Policy);
         const wire::ApplyOutcome outcome = client.Apply(changes.log);
         ASSERT_EQ(outcome.rows.size(), cases.size());
@@ -212,24 +286,33 @@ TEST_P(PolicyTest, NewOrdersNameTheirSiteAndNobodyButTheHeadquartersDeletes)
         Edits values;
         bool accepted;
     };
-    const auto entered = [](const QString& site) {
-        return Edits{{u"TX_LOGISTIC_ID"_s, u"D1"_s}, {u"STATUS"_s, 0LL}, {u"CREATER_SITE"_s, site}};
+    const Edits entered{{u"TX_LOGISTIC_ID"_s, u"D1"_s}, {u"STATUS"_s, 0LL}, {u"BL_CANCEL"_s, 0LL},
+        {u"CREATE_DATE"_s, kNow}, {u"CREATER_SITE"_s, kSite}, {u"CREATER_MAN"_s, kMan},
+        {u"CREATER_CODE"_s, kCode}};
+    const auto but = [&](const QString& column, const wire::Value& value) {
+        return With(Without(entered, column), column, value);
     };
+    const wire::DateTime lastMonth{kNow.seconds - 30 * 86'400};
     const Case cases[]{
-        {"branch", entered(u"合肥一部"_s), true},
-        {"branch", entered(u"合肥一部分点"_s), true},
-        {"branch", entered(u"合肥中心"_s), false},
-        {"branch", {{u"TX_LOGISTIC_ID"_s, u"D1"_s}, {u"STATUS"_s, 0LL}}, false},
-        {"branch", With(entered(u"合肥一部"_s), u"REC_SITE"_s, u"上海一部"_s), false},
-        {"centre", entered(u"芜湖中心"_s), true},
-        {"centre", entered(u"上海一部"_s), false},
-        {"headquarters", entered(u"上海一部"_s), true},
+        {"branch", entered, true},
+        {"centre", entered, true},
+        {"headquarters", entered, true},
+        {"branch", but(u"CREATER_SITE"_s, u"合肥一部分点"_s), false},
+        {"headquarters", but(u"CREATER_SITE"_s, u"上海一部"_s), false},
+        {"branch", Without(entered, u"CREATER_SITE"_s), false},
+        {"branch", Without(entered, u"CREATER_MAN"_s), false},
+        {"branch", but(u"CREATER_MAN"_s, u"王"_s), false},
+        {"branch", but(u"CREATE_DATE"_s, lastMonth), false},
+        {"branch", but(u"STATUS"_s, 3LL), false},
+        {"headquarters", but(u"STATUS"_s, 6LL), false},
+        {"branch", With(entered, u"REC_SITE"_s, u"合肥一部"_s), false},
+        {"branch", With(entered, u"BILL_CODE"_s, u"1"_s), false},
     };
     for (const Case& c : cases) {
         Client client = At(QString::fromLatin1(c.account));
         Order(", REC_SITE", ", '合肥一部'");
         Changes changes(kOrders, client.Query(kOrders));
-        changes.Insert(c.values).Delete(0);
+        changes.Insert(As(client.Conversation().Identity(), c.values)).Delete(0);
         const auto rows = client.Apply(changes.log).rows;
         EXPECT_EQ(rows[0].accepted, c.accepted) << c.account << rows[0].reason.toStdString();
         EXPECT_EQ(rows[1].accepted, c.account == std::string_view("headquarters"));
@@ -262,6 +345,9 @@ TEST_P(PolicyTest, ServicesAreThoseOfTheSitesBelow)
         {"headquarters", 1, {{u"BL_OPEN"_s, 0LL}}, false},
         {"opener", 1, {{u"BL_OPEN"_s, 0LL}}, true},
         {"opener", -1, add(u"上海一部"_s, 0), true},
+        {"opener", -1, add(u"火星"_s, 1), false},
+        {"branch", -1, Without(add(u"合肥一部"_s, 1), u"BL_OPEN"_s), false},
+        {"branch", 0, {{u"BL_REC"_s, 2LL}}, false},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.account) + ", case " + std::to_string(&c - cases));

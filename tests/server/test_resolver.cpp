@@ -1,3 +1,4 @@
+#include "server/provider/Outcomes.h"
 #include "tests/server/AnyStorage.h"
 #include "tests/server/OdbcFixture.h"
 
@@ -42,7 +43,7 @@ protected:
 TEST_P(ResolverTest, UpdateStoresChangedColumnsAndWritesTheAudit)
 {
     Changes changes = Log();
-    changes.Update(0, {{u"STATUS"_s, qint64(1)}, {u"REC_SITE"_s, u"合肥\"一部\""_s}, {u"NAME"_s, {}}});
+    changes.Update(0, {{u"STATUS"_s, qint64(1)}, {u"NAME"_s, {}}, {u"ADDRESS"_s, u"合肥\"一部\""_s}});
     Raw("update tab_zelmor_bill set REMARK = '别人的' where TX_LOGISTIC_ID = 'A'"); // touches nothing of ours
     const wire::ApplyOutcome outcome = client_.Apply(changes.log);
     ASSERT_EQ(outcome.rows.size(), 1u);
@@ -57,7 +58,7 @@ TEST_P(ResolverTest, UpdateStoresChangedColumnsAndWritesTheAudit)
             "from zelmor_audit"),
         u"clerk/张三/update/tab_zelmor_bill/A"_s);
     EXPECT_EQ(RawText("select FIELDS from zelmor_audit"),
-        u"{\"STATUS\":[0,1],\"REC_SITE\":[null,\"合肥\\\"一部\\\"\"],\"NAME\":[\"甲\",null]}"_s);
+        u"{\"STATUS\":[0,1],\"NAME\":[\"甲\",null],\"ADDRESS\":[null,\"合肥\\\"一部\\\"\"]}"_s);
 }
 
 TEST_P(ResolverTest, RowChangedByOtherIsRefusedWithPresentValues)
@@ -74,7 +75,7 @@ TEST_P(ResolverTest, RowChangedByOtherIsRefusedWithPresentValues)
         {"update tab_zelmor_bill set REC_SITE = '合肥二部', MODIFIER = '李四', MODIFY_SITE = '合肥二部'",
             false, u"合肥二部 李四"_s},
         {"update tab_zelmor_bill set PREPARE_SITE = null", false, u"可接单网点"_s},
-        {"update tab_zelmor_bill set NAME = '乙'", false, u"NAME"_s},
+        {"update tab_zelmor_bill set NAME = '乙'", false, u"姓名"_s},
         {"update tab_zelmor_bill set PHONE = '1'", true, {}},
         {"delete from tab_zelmor_bill where TX_LOGISTIC_ID = 'A'", false, u"删除"_s},
     };
@@ -118,10 +119,10 @@ TEST_P(ResolverTest, ColumnsOfOtherTablesAreIgnored)
 {
     const QString text = u"select a.TX_LOGISTIC_ID, a.STATUS, 'x' NOTE from tab_zelmor_bill a"_s;
     Changes changes(text, client_.Query(text));
-    changes.Update(0, {{u"NOTE"_s, u"changed"_s}, {u"STATUS"_s, qint64(4)}});
+    changes.Update(0, {{u"NOTE"_s, u"changed"_s}, {u"STATUS"_s, qint64(3)}});
     changes.Update(1, {{u"NOTE"_s, u"changed"_s}});
     EXPECT_EQ(client_.Apply(changes.log).Rejected(), 0);
-    EXPECT_EQ(RawText("select count(*) from tab_zelmor_bill where STATUS = 4"), u"1"_s);
+    EXPECT_EQ(RawText("select count(*) from tab_zelmor_bill where STATUS = 3"), u"1"_s);
     EXPECT_EQ(AuditRows(), 1);
 }
 
@@ -129,8 +130,8 @@ TEST_P(ResolverTest, InsertAndDelete)
 {
     Changes changes = Log();
     changes.Insert({{u"TX_LOGISTIC_ID"_s, u"D"_s}, {u"STATUS"_s, qint64(0)}});
-    changes.Insert({{u"TX_LOGISTIC_ID"_s, u"A"_s}, {u"STATUS"_s, qint64(9)}});
-    changes.Insert({{u"STATUS"_s, qint64(9)}});
+    changes.Insert({{u"TX_LOGISTIC_ID"_s, u"A"_s}, {u"STATUS"_s, qint64(0)}});
+    changes.Insert({{u"STATUS"_s, qint64(0)}});
     changes.Delete(1);
     Raw("update tab_zelmor_bill set STATUS = 10 where TX_LOGISTIC_ID = 'C'");
     changes.Delete(2);
@@ -175,8 +176,8 @@ TEST_P(ResolverTest, ValuesThatDoNotFitAreRefused)
 // More than a writer keeps statements for.
 TEST_P(ResolverTest, RowsOfManyShapesAreAllStored)
 {
-    const QString columns[]{u"NAME"_s, u"REMARK"_s, u"MESSAGE"_s, u"MODIFIER"_s, u"REC_SITE"_s,
-        u"MODIFY_SITE"_s, u"CREATER_SITE"_s, u"PREPARE_SITE"_s, u"CANCEL_DESC"_s};
+    const QString columns[]{u"NAME"_s, u"REMARK"_s, u"MESSAGE"_s, u"PHONE"_s, u"MOBILE"_s, u"ADDRESS"_s,
+        u"SEND_NAME"_s, u"SEND_CITY"_s, u"CANCEL_DESC"_s};
     Changes changes = Log();
     for (size_t row = 0; row < storage::kMostRowStatements + 44; ++row) {
         Changes::Edits values{{u"TX_LOGISTIC_ID"_s, u"X%1"_s.arg(row)}};
@@ -237,10 +238,19 @@ TEST_P(ResolverTest, RepeatedSendIsAnsweredAndNotApplied)
     EXPECT_EQ(later.Apply(changes.log, {.client = {1, 2, 3}, .number = 43}, -1).Rejected(), 1);
     EXPECT_EQ(Of("STATUS", "A"), u"1"_s);
 
+    // The name stands for this log and no other, nor for other terms.
+    wire::ChangeLog other = changes.log;
+    other.rows.pop_back();
+    EXPECT_EQ(ErrorOf([&] { later.Apply(other, name, -1); }).Kind(), wire::ErrorKind::Data);
+    EXPECT_EQ(ErrorOf([&] { later.Apply(changes.log, name, 0); }).Kind(), wire::ErrorKind::Data);
+    other = changes.log;
+    other.rows[0].cells.back().current = u"x"_s;
+    EXPECT_EQ(ErrorOf([&] { later.Apply(other, name, -1); }).Kind(), wire::ErrorKind::Data);
+
     // Nobody gets another account's answer.
     server_->AddAccount({u"other"_s, u"secret"_s, u"E1"_s, {}});
-    Client other(*server_, u"other"_s, u"secret"_s);
-    EXPECT_EQ(ErrorOf([&] { other.Apply(changes.log, name, -1); }).Kind(), wire::ErrorKind::Policy);
+    Client stranger(*server_, u"other"_s, u"secret"_s);
+    EXPECT_EQ(ErrorOf([&] { stranger.Apply(changes.log, name, -1); }).Kind(), wire::ErrorKind::Policy);
     // Old answers are forgotten.
     Raw("update zelmor_outcome set APPLY_TIME = APPLY_TIME - 30 * 86400");
     Restart();
@@ -282,6 +292,16 @@ TEST_P(ResolverTest, ValuesThatNoDatabaseKeepsRefuseTheirRowAlone)
     EXPECT_TRUE(outcome.rows[2].accepted);
     EXPECT_EQ(Of("NAME", "A"), u"甲"_s);
     EXPECT_EQ(AuditRows(), 1);
+}
+
+TEST(OutcomeTest, WhatNoReplyCanHoldIsKnownBeforeTheCommit)
+{
+    wire::ApplyOutcome outcome;
+    outcome.rows.resize(70);
+    EXPECT_NO_THROW(RequireSendable(outcome));
+    for (wire::RowVerdict& row : outcome.rows)
+        row.presentValues = {QString(1 << 20, u'x')};
+    EXPECT_EQ(ErrorOf([&] { RequireSendable(outcome); }).Kind(), wire::ErrorKind::Limit);
 }
 
 ZELMOR_FOR_EACH_STORAGE(ResolverTest);

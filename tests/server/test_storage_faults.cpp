@@ -140,7 +140,8 @@ TEST_F(StorageFaultTest, FullDiskUndoesTheSaveAndSaysSo)
         static_cast<storage::sqlite::SqliteConnection&>(*transaction)
             .Base()
             .Execute("pragma max_page_count = 1"); // it cannot shrink: not a page more
-        const Permissions everything(Role::Headquarters, {}, {});
+        const Permissions everything(
+            Role::Headquarters, {}, std::make_shared<SiteTree>(std::vector<Site>()), {});
         ForbiddenRows forbidden;
         const wire::Error error = ErrorOf([&] {
             ApplyChanges(*transaction, changes.log, -1, {{}, {}, {}}, everything, forbidden);

@@ -389,7 +389,7 @@ private:
     {
         rival.Open(u"select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID='%1'"_s.arg(order));
         const QString sites = rival.orders.FieldByName(u"PREPARE_SITE").AsString();
-        rival.orders.SetFieldAndPost(u"PREPARE_SITE", sites.isEmpty() ? u";合肥一部;"_s : QString());
+        rival.orders.SetFieldAndPost(u"PREPARE_SITE", sites.isEmpty() ? u";安徽合肥一部;"_s : QString());
         rival.orders.ApplyUpdates(-1);
     }
 
