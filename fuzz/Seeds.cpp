@@ -142,9 +142,7 @@ void WriteChanges(const QString& folder)
         for (size_t i = 0; i < std::min(kMostColumns, state.table->columns.size()); ++i) {
             const company::Column& column = state.table->columns[i];
             const bool key = std::ranges::count(state.table->primaryKey, column.name) > 0;
-            const bool guard = column.name == u"STATUS"_s || column.name == u"REC_SITE"_s
-                || column.name == u"PREPARE_SITE"_s;
-            log.columns.push_back({column.name, column.type, column.width, key, guard, true});
+            log.columns.push_back({column.name, column.type, column.width, key, column.guarded, true});
         }
         for (const wire::ChangeKind kind : {wire::ChangeKind::Update, wire::ChangeKind::Insert,
                  wire::ChangeKind::Delete, wire::ChangeKind::Update}) {

@@ -15,8 +15,7 @@ wire::RowSet OrderRows(const std::vector<OrderFields>& orders)
             .type = column.type,
             .width = column.width,
             .key = table->primaryKey.front() == column.name,
-            .guard = column.name == u"STATUS"_s || column.name == u"REC_SITE"_s
-                || column.name == u"PREPARE_SITE"_s,
+            .guard = column.guarded,
             .stored = true});
     }
     std::vector<std::vector<wire::Value>> rows;
