@@ -32,6 +32,7 @@ TDBPageLookup::TDBPageLookup(QWidget* parent, const QString& name, TFields field
     , grid_(new TDBGridEh(popup_, u"ListGrid"_s))
     , foot_(new QLabel(popup_))
     , pause_(new QTimer(this))
+    , mark_(new TTextMark(this))
 {
     setObjectName(name);
     QAction* button = addAction(DropDownIcon(), TrailingPosition);
@@ -83,6 +84,7 @@ TDBPageLookup::TDBPageLookup(QWidget* parent, const QString& name, TFields field
         }
     });
     connect(this, &QLineEdit::textChanged, this, [this] {
+        mark_->Set({});
         if (OnChange)
             Guarded(OnChange);
     });
@@ -198,6 +200,14 @@ void TDBPageLookup::TakeExactMatch()
         Take();
 }
 
+// Where the page is full the row may stand on a later one: that is not known.
+void TDBPageLookup::MarkUnknown()
+{
+    const bool none = typing_ && !text().trimmed().isEmpty() && lastError_.isEmpty() && list_->Active()
+        && list_->RecordCount() < kPageSize;
+    mark_->Set(none ? u"无此记录"_s : QString());
+}
+
 void TDBPageLookup::ShowList()
 {
     ShowFoot();
@@ -291,6 +301,7 @@ void TDBPageLookup::focusOutEvent(QFocusEvent* event)
     }
     if (typing_)
         TakeExactMatch();
+    MarkUnknown();
     if (OnExit)
         Guarded(OnExit);
 }

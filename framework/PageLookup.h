@@ -3,6 +3,7 @@
 #include "runtime/data/DataSource.h"
 #include "runtime/data/SocketConnection.h"
 #include "runtime/ui/DBGrid.h"
+#include "runtime/ui/TextMark.h"
 
 #include <QLineEdit>
 
@@ -24,7 +25,8 @@ QString CustomerPageQuery(const TPageRequest& request);
 // A box whose drop-down list comes from the server a page at a time: typing asks, after a short pause, for
 // the rows that begin with the text; Page Up and Page Down turn pages; Enter or a click takes the row; Esc
 // closes the list. A text that is a row's code or name to the letter is that row when the box is left; any
-// other stays as typed. A server's refusal is shown in the list's foot, and typing goes on.
+// other stays as typed, and is marked where the server has no such row. A server's refusal is shown in the
+// list's foot, and typing goes on.
 class TDBPageLookup : public QLineEdit {
     Q_OBJECT
     Q_PROPERTY(QString Text READ Text WRITE SetText)
@@ -89,6 +91,7 @@ private:
     bool AskPage(const QString& afterKey);
     void Take();
     void TakeExactMatch();
+    void MarkUnknown();
     void ShowList();
     void ShowFoot();
 
@@ -99,6 +102,7 @@ private:
     TDBGridEh* grid_;
     QLabel* foot_;
     QTimer* pause_;
+    TTextMark* mark_;
     QString scope_;
     QString keyValue_;
     QString lastError_;

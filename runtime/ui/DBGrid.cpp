@@ -148,6 +148,9 @@ void TDBGridEh::Private::FollowLists()
     for (const QMetaObject::Connection& connection : listConnections)
         QObject::disconnect(connection);
     listConnections.clear();
+    // Without rows there is nothing to look up, and at a screen's end the lists may be gone before the grid.
+    if (!OpenDataSet())
+        return;
     std::vector<TClientDataSetEx*> lists;
     for (const TGridColumn& column : columns) {
         TDataSource* listSource = column.info.lookup.listSource;

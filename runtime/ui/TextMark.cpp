@@ -92,6 +92,8 @@ void TTextMark::ShowHint()
         hint_->setAttribute(Qt::WA_TransparentForMouseEvents);
         connect(box_, &QObject::destroyed, hint_, &QObject::deleteLater);
     }
+    if (hint_->parentWidget() != ground)
+        hint_->setParent(ground);
     hint_->setFont(box_->font());
     hint_->setText(reason_);
     hint_->adjustSize();

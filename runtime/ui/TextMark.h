@@ -2,10 +2,11 @@
 
 #include "runtime/Export.h"
 
+#include <QLabel>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
-class QLabel;
 class QLineEdit;
 
 // Tells at a box what is wrong with its text, without a message box: the text in the colour of texts that
@@ -26,6 +27,6 @@ private:
 
     QLineEdit* box_;
     QLabel* word_; // inside the box
-    QLabel* hint_ = nullptr; // below it, made when first needed
+    QPointer<QLabel> hint_; // below it, made when first needed
     QString reason_;
 };

@@ -149,10 +149,12 @@ TEST_F(PageLookup, LeavingTakesAnExactCodeAndKeepsAnythingElse)
     QTest::keyClicks(box, u"E00"_s);
     other->setFocus();
     EXPECT_EQ(box->Text(), u"E00"_s);
+    EXPECT_TRUE(box->property("unknown").toBool()) << "no row of that code or name";
     EXPECT_FALSE(box->ListVisible());
 
     const size_t asked = Asked();
     box->SetText(u"张三"_s);
+    EXPECT_FALSE(box->property("unknown").toBool());
     QTest::qWait(60);
     EXPECT_EQ(Asked(), asked);
 }
