@@ -281,10 +281,17 @@ void Analyzer::AnalyzeOutputs(SelectBlock& block, Scope& scope, bool named)
     }
     // Two columns of one name: the later ones are told apart by a number.
     QHash<QString, int> taken; // names, and the last number tried for each
+    taken.reserve(static_cast<qsizetype>(block.columns.size()));
     for (ResultColumn& column : block.columns) {
         const QString name = column.name;
-        while (taken.contains(column.name.toCaseFolded()))
-            column.name = name + u'_' + QString::number(++taken[name.toCaseFolded()]);
+        const QString folded = name.toCaseFolded();
+        if (!taken.contains(folded)) {
+            taken.insert(folded, 0);
+            continue;
+        }
+        do
+            column.name = name + u'_' + QString::number(++taken[folded]);
+        while (taken.contains(column.name.toCaseFolded()));
         taken.insert(column.name.toCaseFolded(), 0);
     }
 }

@@ -16,15 +16,23 @@ int MaxWidth(int a, int b)
     return a == 0 || b == 0 ? 0 : std::max(a, b);
 }
 
-// Of the column of that name in case-folded letters; -1: none.
-int NumberOf(Source& source, const QString& folded)
+// Of the column of that name; -1: none. A text that looks up few is done before an index is made.
+int NumberOf(Source& source, const QString& name)
 {
+    constexpr int kFew = 30;
+    if (++source.lookUps <= kFew) {
+        const auto same = [&name](const ResultColumn& column) {
+            return column.name.compare(name, Qt::CaseInsensitive) == 0;
+        };
+        const auto found = std::ranges::find_if(source.columns, same);
+        return found == source.columns.end() ? -1 : static_cast<int>(found - source.columns.begin());
+    }
     if (source.columnNumbers.isEmpty()) {
         int number = 0;
         for (const ResultColumn& column : source.columns)
             source.columnNumbers.insert(column.name.toCaseFolded(), number++);
     }
-    return source.columnNumbers.value(folded, -1);
+    return source.columnNumbers.value(name.toCaseFolded(), -1);
 }
 
 } // namespace
@@ -124,7 +132,6 @@ void Analyzer::Resolve(Expression& expression, Scope& scope)
 
 void Analyzer::Visit(Expression& expression, ColumnName& name, Scope& scope)
 {
-    const QString folded = name.name.toCaseFolded();
     for (Scope* place = &scope; place; place = place->outer) {
         for (Source* source : place->sources) {
             if (!name.qualifier.isEmpty()) {
@@ -132,7 +139,7 @@ void Analyzer::Visit(Expression& expression, ColumnName& name, Scope& scope)
                 if (known.compare(name.qualifier, Qt::CaseInsensitive) != 0)
                     continue;
             }
-            const int number = NumberOf(*source, folded);
+            const int number = NumberOf(*source, name.name);
             if (number < 0) {
                 if (name.qualifier.isEmpty())
                     continue;

@@ -53,7 +53,8 @@ struct Source {
     std::vector<ResultColumn> columns;
     std::vector<bool> used; // columns that the statement reads
     std::vector<bool> shown; // columns that are columns of the result by themselves
-    QHash<QString, int> columnNumbers; // by name without case, from the first look-up on
+    int lookUps = 0; // of columns by name
+    QHash<QString, int> columnNumbers; // by name without case, once there have been many
 };
 
 // Literals. `literal` counts the literals of the text.
