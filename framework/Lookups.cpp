@@ -35,6 +35,17 @@ TLookupParams EmployeeFilterLookup(TDataSource* employees)
     return lookup;
 }
 
+TLookupParams CountyLookup(TDataSource* counties)
+{
+    return {
+        .listSource = counties,
+        .keyField = u"COUNTY_NAME"_s,
+        .listField = u"COUNTY_NAME"_s,
+        .columns = {{u"COUNTY_NAME"_s, u"区/县名"_s, 100}, {u"PROVINCE"_s, u"所属省份"_s, 80},
+            {u"CITY_NAME"_s, u"所属城市"_s, 90}, {u"MAIL_CODE"_s, u"邮政编码"_s, 70}},
+    };
+}
+
 void CompleteLookupText(TDBLookupComboboxEh& box)
 {
     box.Complete();
@@ -44,4 +55,16 @@ void PrepareLookup(TDBLookupComboboxEh& box, const TLookupParams& lookup)
 {
     box.SetLookup(lookup);
     box.OnExit = [&box] { CompleteLookupText(box); };
+}
+
+void NarrowList(TClientDataSetEx& list, QStringView field, const QString& text,
+    std::initializer_list<TDBLookupComboboxEh*> boxes)
+{
+    if (text.isEmpty())
+        return;
+    list.SetFiltered(false);
+    list.SetFilter(u' ' + field.toString() + u"='"_s + text + u'\'');
+    list.SetFiltered(true);
+    for (TDBLookupComboboxEh* box : boxes)
+        CompleteLookupText(*box);
 }

@@ -73,7 +73,7 @@ TDBPageLookup::TDBPageLookup(QWidget* parent, const QString& name, TFields field
             ShowList();
     });
     connect(this, &QLineEdit::textEdited, this, [this](const QString& typed) {
-        keyValue_.clear();
+        taken_.clear();
         typing_ = true;
         chosen_ = false;
         if (typed.trimmed().isEmpty()) {
@@ -101,7 +101,7 @@ void TDBPageLookup::SetText(const QString& newText)
 {
     pause_->stop();
     CloseUp(false);
-    keyValue_.clear();
+    taken_.clear();
     typing_ = false;
     setText(newText);
 }
@@ -182,7 +182,11 @@ void TDBPageLookup::Take()
 {
     if (!list_->Active() || list_->IsEmpty())
         return;
-    keyValue_ = list_->FieldByName(fields_.key).AsString();
+    taken_.clear();
+    for (int i = 0; i < list_->FieldCount(); ++i) {
+        const TField& field = list_->Field(i);
+        taken_.insert(field.FieldName().toUpper(), field.AsString());
+    }
     typing_ = false;
     pause_->stop();
     setText(list_->FieldByName(fields_.name).AsString());

@@ -5,6 +5,7 @@
 #include "runtime/ui/DBGrid.h"
 #include "runtime/ui/TextMark.h"
 
+#include <QHash>
 #include <QLineEdit>
 
 class QFrame;
@@ -49,8 +50,11 @@ public:
     // The name shown; setting it asks nothing.
     QString Text() const { return text(); }
     void SetText(const QString& text);
-    // The key (code) of the row taken; empty when the text was typed and no row taken.
-    const QString& KeyValue() const noexcept { return keyValue_; }
+    // The row taken, as it was then, whatever the list shows by now; none once the text is typed or set anew.
+    bool HasTaken() const noexcept { return !taken_.isEmpty(); }
+    QString Taken(QStringView field) const { return taken_.value(field.toString().toUpper()); }
+    // Its key (code).
+    QString KeyValue() const { return Taken(fields_.key); }
 
     // The rows of the present page, readable after the list closed.
     TClientDataSetEx& ListDataSet() noexcept { return *list_; }
@@ -104,7 +108,7 @@ private:
     QTimer* pause_;
     TTextMark* mark_;
     QString scope_;
-    QString keyValue_;
+    QHash<QString, QString> taken_; // by field, upper case
     QString lastError_;
     QString asked_; // what the present page was asked for
     std::vector<QString> pageStarts_; // the key before each page up to the present one

@@ -61,7 +61,7 @@ std::vector<TSharedQuery> SharedQueries(const QString& site)
                 + Quoted(site) + u" order by a.CUSTOMER_CODE"_s},
         {u"Province_N"_s, u"select a.* from tab_province a order by a.PROVINCE_CODE"_s},
         {u"City_N"_s, u"select a.* from tab_city a order by a.CITY_CODE"_s},
-        {u"County_N"_s, u"select a.* from tab_county a order by a.COUNTY_CODE"_s},
+        {u"County_N"_s, u"select a.*,a.CITY_NAME as CITY from tab_county a order by a.COUNTY_CODE"_s},
         {u"area"_s, u"select a.* from tab_area a order by a.AREA_CODE"_s},
     };
 }

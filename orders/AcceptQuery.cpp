@@ -10,7 +10,7 @@ QString AcceptQuery(const TAcceptCriteria& criteria)
 {
     QString sql = OrdersCreatedBetween(criteria.from, criteria.to) + u" and a.bl_dispart=1 "_s
         + OfWarehouse(criteria.warehouse);
-    if (criteria.loginSite == HeadquartersSite()) {
+    if (criteria.loginSite == kHeadquarters) {
         sql += u" and (nvl(a.status, 0)=0 or nvl(a.status, 0)=1)"_s;
         if (!criteria.orderNumber.isEmpty())
             sql += u" and a.TX_LOGISTIC_ID="_s + QuotedStr(criteria.orderNumber);

@@ -1,6 +1,5 @@
 #include "orders/Destinations.h"
 
-#include "framework/Lookups.h"
 #include "orders/OrderStamps.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -11,12 +10,6 @@ QString DestinationSitesQuery()
            "where nvl(a.bl_not_input, 0) <> 1  and a.TYPE_KIND not in ('财务中心', "
            "'一级财务中心','二级财务中心', "
            "'一级分拨中心', '二级分拨中心')"_s;
-}
-
-void OfferDestinations(TColumnEh& column, TDataSource* destinations)
-{
-    column.style = TColumnStyle::Lookup;
-    column.lookup = SiteLookup(destinations);
 }
 
 void DropUnknownDestination(TClientDataSetEx& cds, TClientDataSetEx& destinations)

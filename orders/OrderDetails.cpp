@@ -2,6 +2,7 @@
 
 #include "framework/LabelledControls.h"
 #include "orders/OrderItems.h"
+#include "orders/OrderView.h"
 #include "runtime/ui/Style.h"
 
 #include <QGridLayout>
@@ -21,22 +22,13 @@ namespace {
 constexpr int kBoxWidth = 102; // pixels at 96 dpi
 constexpr int kNumberWidth = 118;
 
-// Where a field's box stands in its block; the label goes before it.
-struct DetailField {
-    const char16_t* caption;
-    const char16_t* field;
-    int row;
-    int column;
-    int span = 1; // boxes wide
-};
-
-constexpr std::array kNumbers = std::to_array<DetailField>({
+constexpr std::array kNumbers = std::to_array<TDetailField>({
     {u"物流号：", u"TX_LOGISTIC_ID", 0, 0},
     {u"业务交易号：", u"TRADE_NO", 0, 1},
     {u"运单编号：", u"BILL_CODE", 0, 2},
 });
 
-constexpr std::array kSender = std::to_array<DetailField>({
+constexpr std::array kSender = std::to_array<TDetailField>({
     {u"订单时间", u"CREATE_DATE", 0, 0},
     {u"姓名", u"NAME", 0, 1},
     {u"固话", u"PHONE", 0, 2},
@@ -48,7 +40,7 @@ constexpr std::array kSender = std::to_array<DetailField>({
     {u"地址", u"ADDRESS", 2, 0, 4},
 });
 
-constexpr std::array kReceiver = std::to_array<DetailField>({
+constexpr std::array kReceiver = std::to_array<TDetailField>({
     {u"订单时间", u"CREATE_DATE", 0, 0},
     {u"姓名", u"SEND_NAME", 0, 1},
     {u"固话", u"SEND_PHONE", 0, 2},
@@ -61,21 +53,21 @@ constexpr std::array kReceiver = std::to_array<DetailField>({
 });
 
 void AddFields(
-    QWidget* block, TDataSource* order, std::span<const DetailField> fields, int boxWidth = kBoxWidth)
+    QWidget* block, TDataSource* order, std::span<const TDetailField> fields, int boxWidth = kBoxWidth)
 {
     auto* grid = new QGridLayout(block);
     grid->setContentsMargins(8, 2, 8, 4);
     grid->setHorizontalSpacing(4);
     grid->setVerticalSpacing(3);
-    for (const DetailField& field : fields) {
-        const QString name = QString::fromUtf16(field.field);
+    for (const TDetailField& field : fields) {
+        const QString name = field.field.toString();
         auto* box = new TDBEditEh(block, u"DBEditEh_"_s + name);
         box->setMinimumWidth(Scaled(*block, boxWidth));
         box->setReadOnly(true);
         box->Binding().SetReadOnly(true);
         box->Binding().SetDataSource(order);
         box->Binding().SetDataField(name);
-        grid->addWidget(LabelFor(box, QString::fromUtf16(field.caption), block), field.row, field.column * 2);
+        grid->addWidget(LabelFor(box, field.caption.toString(), block), field.row, field.column * 2);
         grid->addWidget(box, field.row, field.column * 2 + 1, 1, field.span * 2 - 1);
         grid->setColumnStretch(field.column * 2 + 1, 1);
         // A text longer than its box shows its beginning.
@@ -85,57 +77,76 @@ void AddFields(
     grid->setColumnMinimumWidth(1, block->fontMetrics().horizontalAdvance(u"0000-00-00 00:00:00 0000"_s));
 }
 
-QWidget* CreateBlock(
-    QWidget* parent, const QString& caption, TDataSource* order, std::span<const DetailField> fields)
-{
-    auto* block = new QGroupBox(caption, parent);
-    AddFields(block, order, fields);
-    return block;
-}
-
 } // namespace
 
-TOrderDetails::TOrderDetails(
-    QWidget* parent, TDataSource* order, TClientDataSetEx* items, TClientDataSetEx* trail)
-    : QWidget(parent)
+std::span<const TDetailField> OrderNumberFields()
 {
-    auto* goods = new TDataView(this, u"DataView2"_s);
-    PrepareItemsView(*goods, items);
+    return kNumbers;
+}
+
+TDetailBlock SenderBlock()
+{
+    return {u"发货客户信息"_s, kSender};
+}
+
+TDetailBlock ReceiverBlock()
+{
+    return {u"收货商品信息"_s, kReceiver};
+}
+
+TDetailBlock ReceiverBlockWithoutTime()
+{
+    return {u"收货商品信息"_s, std::span(kReceiver).subspan(1)};
+}
+
+TOrderDetails::TOrderDetails(QWidget* parent, TDataSource* order, const TOptions& options)
+    : QWidget(parent)
+    , order_(order)
+{
+    auto* goods = new TDataView(this, options.itemsView);
+    PrepareItemsView(*goods, options.items);
 
     auto* lists = new QSplitter(Qt::Horizontal, this);
     lists->setChildrenCollapsible(false);
     lists->addWidget(goods);
     lists->setStretchFactor(0, 2);
-    if (trail) {
-        lists->addWidget(CreateTrail(trail));
+    if (options.trail) {
+        lists->addWidget(CreateTrail(options));
         lists->setStretchFactor(1, 3);
     }
+    auto* content = new QWidget;
     // No wider than they need while there is little room.
-    auto* layout = new QHBoxLayout(this);
-    layout->setContentsMargins(6, 4, 6, 4);
-    layout->addWidget(CreateFields(order), 1);
-    layout->addWidget(lists, 2);
+    auto* parts = new QHBoxLayout(content);
+    parts->setContentsMargins(6, 4, 6, 4);
+    parts->addWidget(CreateFields(options), 1);
+    parts->addWidget(lists, 2);
+    auto* whole = new QVBoxLayout(this);
+    whole->setContentsMargins(0, 0, 0, 0);
+    whole->addWidget(InScrollArea(content, this));
 }
 
-QWidget* TOrderDetails::CreateFields(TDataSource* order)
+QWidget* TOrderDetails::CreateFields(const TOptions& options)
 {
     auto* fields = new QWidget(this);
     auto* numbers = new QWidget(fields);
-    AddFields(numbers, order, kNumbers, kNumberWidth);
+    AddFields(numbers, order_, options.numbers, kNumberWidth);
     auto* rows = new QVBoxLayout(fields);
     rows->setContentsMargins(0, 0, 0, 0);
     rows->setSpacing(4);
     rows->addWidget(numbers);
-    rows->addWidget(CreateBlock(fields, u"发货客户信息"_s, order, kSender));
-    rows->addWidget(CreateBlock(fields, u"收货商品信息"_s, order, kReceiver));
+    for (const TDetailBlock& block : options.blocks) {
+        auto* group = new QGroupBox(block.caption, fields);
+        AddFields(group, order_, block.fields);
+        rows->addWidget(group);
+    }
     rows->addStretch(1);
     return fields;
 }
 
-QWidget* TOrderDetails::CreateTrail(TClientDataSetEx* trail)
+QWidget* TOrderDetails::CreateTrail(const TOptions& options)
 {
     auto* group = new QGroupBox(u"订单状态信息"_s, this);
-    auto* view = new TDataView(group, u"DataView3"_s);
+    auto* view = new TDataView(group, options.trailView);
     view->DataViewGrid->SetColumns({
         {.fieldName = u"infos"_s, .title = u"状态"_s, .width = 130},
         {.fieldName = u"create_date"_s,
@@ -154,10 +165,36 @@ QWidget* TOrderDetails::CreateTrail(TClientDataSetEx* trail)
             .style = TColumnStyle::DateTime},
     });
     view->DataViewGrid->ReadOnly = true;
-    view->DS->SetDataSet(trail);
+    view->DS->SetDataSet(options.trail);
     view->Loaded();
+    trail_ = options.trail;
+    trailOrder_ = view->Panel1;
+    trailOrder_->show();
+    for (const TClientDataSetEx* dataSet : {order_->DataSet(), trail_}) {
+        connect(dataSet, &TClientDataSetEx::DataReset, this, &TOrderDetails::ShowTrailOrder);
+        connect(dataSet, &TClientDataSetEx::CursorMoved, this, &TOrderDetails::ShowTrailOrder);
+    }
+    ShowTrailOrder();
     auto* layout = new QVBoxLayout(group);
     layout->setContentsMargins(4, 2, 4, 4);
     layout->addWidget(view);
     return group;
+}
+
+void TOrderDetails::SetTrailOrder(const QString& orderNumber)
+{
+    trailNumber_ = orderNumber;
+    ShowTrailOrder();
+}
+
+void TOrderDetails::ShowTrailOrder()
+{
+    const TClientDataSetEx* orders = order_->DataSet();
+    const bool current = orders->Active() && !orders->IsEmpty()
+        && orders->FieldByName(u"TX_LOGISTIC_ID").AsString() == trailNumber_;
+    QString text = u"双击订单，显示其状态信息"_s;
+    if (trail_->Active())
+        text = u"物流号："_s + trailNumber_ + (current ? QString() : u"（不是当前订单）"_s);
+    trailOrder_->setText(text);
+    trailOrder_->setStyleSheet(trail_->Active() && !current ? u"color: #c00000"_s : QString());
 }

@@ -8,12 +8,12 @@
 using namespace Qt::Literals::StringLiterals;
 
 void PrepareOrdersView(Tfrm_Basic* screen, TDataView& view, std::vector<TColumnEh> columns,
-    TClientDataSetEx* orders, TOrderItems* items)
+    TClientDataSetEx* orders, TOrderItems* items, int frozen)
 {
     columns.insert(columns.begin(), {.title = u"序号"_s, .width = 46, .readOnly = true});
     TDBGridEh* grid = view.DataViewGrid;
     grid->SetColumns(std::move(columns));
-    grid->SetFrozenCols(2);
+    grid->SetFrozenCols(frozen + 1);
     grid->OnCellClick = [screen, items](const TColumnEh&) { RunHandler(screen, [items] { items->Load(); }); };
     view.DS->SetDataSet(orders);
     view.Loaded();
@@ -41,4 +41,24 @@ void LayOutScreen(
     layout->setSpacing(0);
     layout->addWidget(top);
     layout->addWidget(lists, 1);
+}
+
+QWidget* AddPage(QTabWidget& pages, const QString& name, const QString& caption)
+{
+    auto* page = new QWidget(&pages);
+    page->setObjectName(name);
+    auto* layout = new QVBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    pages.addTab(page, caption);
+    return page;
+}
+
+QScrollArea* InScrollArea(QWidget* content, QWidget* parent)
+{
+    auto* area = new QScrollArea(parent);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setWidgetResizable(true);
+    area->setFocusPolicy(Qt::NoFocus);
+    area->setWidget(content);
+    return area;
 }

@@ -4,14 +4,21 @@
 #include "framework/frm_Basic.h"
 #include "orders/OrderItems.h"
 
+#include <QScrollArea>
+#include <QTabWidget>
+
 #include <initializer_list>
 
 // The list of orders over the list of their goods, as every order screen sets them out.
 
-// Sets up a view over orders: row numbers, the columns, the first of them frozen. A click on a row shows its
-// goods.
+// Sets up a view over orders: row numbers, the columns, the first `frozen` of them kept in sight. A click on
+// a row shows its goods.
 void PrepareOrdersView(Tfrm_Basic* screen, TDataView& view, std::vector<TColumnEh> columns,
-    TClientDataSetEx* orders, TOrderItems* items);
+    TClientDataSetEx* orders, TOrderItems* items, int frozen = 1);
 // The panels in rows at the top, below them the lists, which share the room.
 void LayOutScreen(
     QWidget* screen, std::initializer_list<QWidget*> panels, TDataView* orders, TDataView* items);
+// A page with room for one widget.
+QWidget* AddPage(QTabWidget& pages, const QString& name, const QString& caption);
+// Shows as much of the content as there is room for; the rest is scrolled to.
+QScrollArea* InScrollArea(QWidget* content, QWidget* parent);

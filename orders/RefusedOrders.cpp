@@ -1,7 +1,7 @@
 #include "orders/RefusedOrders.h"
 
 #include "framework/frm_ErrorList.h"
-#include "orders/OrderRecord.h"
+#include "orders/OrderColumns.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -9,12 +9,10 @@ namespace {
 
 std::vector<TColumnEh> FailureColumns()
 {
-    static constexpr OrderColumnUse kUses[] = {{"TX_LOGISTIC_ID"}, {"STATUS"}, {"NAME"}, {"MOBILE"},
-        {"ADDRESS"}, {"BILL_CODE"}, {"PREPARE_SITE"}, {"REC_SITE"}};
+    static constexpr OrderColumnUse kUses[] = {{u"TX_LOGISTIC_ID"}, {u"STATUS"}, {u"NAME"}, {u"MOBILE"},
+        {u"ADDRESS"}, {u"BILL_CODE"}, {u"PREPARE_SITE"}, {u"REC_SITE"}};
     std::vector<TColumnEh> columns = OrderColumns(kUses);
-    OfferStatuses(columns[1],
-        {kStatusCancelled, kStatusWaiting, kStatusAccepted, kStatusRefused, kStatusPickedUp,
-            kStatusPickupFailed});
+    OfferStatuses(columns, company::StatusUse::SiteScreens, {});
     columns.insert(columns.begin() + 1,
         {.fieldName = u"ERROR_MESSAGE"_s, .title = u"失败原因"_s, .width = 400, .readOnly = true});
     return columns;

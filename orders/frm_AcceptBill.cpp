@@ -12,6 +12,7 @@
 #include "orders/AcceptRules.h"
 #include "orders/BatchStatus.h"
 #include "orders/Destinations.h"
+#include "orders/OrderColumns.h"
 #include "orders/OrderRecord.h"
 #include "orders/OrderView.h"
 #include "orders/frm_ChangeSite.h"
@@ -19,6 +20,8 @@
 #include <QApplication>
 #include <QLayout>
 #include <QScopeGuard>
+
+#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -28,54 +31,57 @@ constexpr int kTickMilliseconds = 60'000;
 constexpr int kTicksBetweenRefreshes = 15;
 const QColor kNotOfferedHere(0xFF, 0xB7, 0xB5);
 
+// The last is for headquarters alone.
+constexpr std::array kOffered = {kStatusWaiting, kStatusAccepted, kStatusRefused};
+
 constexpr OrderColumnUse kColumns[] = {
-    {"TX_LOGISTIC_ID"},
-    {"LOGISTICPROVIDERID"},
-    {"STATUS", true, true},
-    {"CANCEL_DESC", true, true},
-    {"REC_GOODS_MAN", true, true},
-    {"DESTINATION", true, true},
-    {"CREATE_DATE"},
-    {"PREPARE_SITE"},
-    {"NAME"},
-    {"MOBILE"},
-    {"PHONE"},
-    {"PROV"},
-    {"CITY"},
-    {"COUNTY"},
-    {"ADDRESS"},
-    {"POST_CODE", false},
-    {"SEND_START_TIME"},
-    {"SEND_END_TIME"},
-    {"ITEM_NAME"},
-    {"PIECE"},
-    {"SPECIAL"},
-    {"REMARK"},
-    {"TOTAL_WEIGHT"},
-    {"TOTAL_VOLUME"},
-    {"ITEMS_VALUE"},
-    {"SEND_NAME"},
-    {"SEND_MOBILE"},
-    {"SEND_PHONE"},
-    {"SEND_PROV"},
-    {"SEND_CITY"},
-    {"SEND_COUNTY"},
-    {"SEND_ADDRESS"},
-    {"SEND_POST_CODE", false},
-    {"REC_SITE"},
-    {"DUTY_SITE"},
-    {"REC_BILL_MAN"},
-    {"ACCEPT_DATE"},
-    {"MESSAGE"},
-    {"WMS_CODE"},
-    {"WMSADDRESS"},
-    {"TRADE_NO"},
-    {"BILL_CODE", false},
-    {"FLAG", false},
-    {"BL_CANCEL", false},
-    {"BL_DISPART", false},
-    {"INSURANCE_VALUE", false},
-    {"PACKAGE_OR_NOT", false},
+    {u"TX_LOGISTIC_ID"},
+    {u"LOGISTICPROVIDERID"},
+    {u"STATUS", true, true},
+    {u"CANCEL_DESC", true, true},
+    {.field = u"REC_GOODS_MAN", .editable = true, .title = u"接单业务员"},
+    {u"DESTINATION", true, true},
+    {u"CREATE_DATE"},
+    {u"PREPARE_SITE"},
+    {u"NAME"},
+    {u"MOBILE"},
+    {u"PHONE"},
+    {u"PROV"},
+    {u"CITY"},
+    {u"COUNTY"},
+    {u"ADDRESS"},
+    {u"POST_CODE", false},
+    {u"SEND_START_TIME"},
+    {u"SEND_END_TIME"},
+    {u"ITEM_NAME"},
+    {u"PIECE"},
+    {u"SPECIAL"},
+    {u"REMARK"},
+    {u"TOTAL_WEIGHT"},
+    {u"TOTAL_VOLUME"},
+    {u"ITEMS_VALUE"},
+    {u"SEND_NAME"},
+    {u"SEND_MOBILE"},
+    {u"SEND_PHONE"},
+    {u"SEND_PROV"},
+    {u"SEND_CITY"},
+    {u"SEND_COUNTY"},
+    {u"SEND_ADDRESS"},
+    {u"SEND_POST_CODE", false},
+    {u"REC_SITE"},
+    {u"DUTY_SITE"},
+    {u"REC_BILL_MAN"},
+    {u"ACCEPT_DATE"},
+    {u"MESSAGE"},
+    {u"WMS_CODE"},
+    {u"WMSADDRESS"},
+    {u"TRADE_NO"},
+    {u"BILL_CODE", false},
+    {u"FLAG", false},
+    {u"BL_CANCEL", false},
+    {u"BL_DISPART", false},
+    {u"INSURANCE_VALUE", false},
+    {u"PACKAGE_OR_NOT", false},
 };
 
 } // namespace
@@ -152,20 +158,10 @@ QWidget* Tfrm_AcceptBill::CreateActionPanel()
 void Tfrm_AcceptBill::CreateViews()
 {
     std::vector<TColumnEh> columns = OrderColumns(kColumns);
-    for (TColumnEh& column : columns) {
-        if (column.fieldName == u"STATUS"_s) {
-            if (AtHeadquarters())
-                OfferStatuses(column, {kStatusWaiting, kStatusAccepted, kStatusRefused});
-            else
-                OfferStatuses(column, {kStatusWaiting, kStatusAccepted});
-        } else if (column.fieldName == u"REC_GOODS_MAN"_s) {
-            column.title = u"接单业务员"_s;
-            column.style = TColumnStyle::Lookup;
-            column.lookup = EmployeeLookup(dm_GlobalData->ds_employee);
-        } else if (column.fieldName == u"DESTINATION"_s) {
-            OfferDestinations(column, dsDestination);
-        }
-    }
+    OfferStatuses(columns, company::StatusUse::SiteScreens,
+        std::span(kOffered).first(AtHeadquarters() ? kOffered.size() : kOffered.size() - 1));
+    ChooseFrom(columns, u"REC_GOODS_MAN", EmployeeLookup(dm_GlobalData->ds_employee));
+    ChooseFrom(columns, u"DESTINATION", SiteLookup(dsDestination));
     DataView1 = new TDataView(this, u"DataView1"_s);
     PrepareOrdersView(this, *DataView1, std::move(columns), cds, items_);
     DataView1->DataViewGrid->OnGetCellParams = [this](const TColumnEh& column, int viewRow,
@@ -201,7 +197,7 @@ void Tfrm_AcceptBill::FirstLoad()
 
 bool Tfrm_AcceptBill::AtHeadquarters() const
 {
-    return clerk_.site == HeadquartersSite();
+    return clerk_.site == kHeadquarters;
 }
 
 TAcceptCriteria Tfrm_AcceptBill::Criteria() const

@@ -1,6 +1,7 @@
 #include "orders/frm_OrderList.h"
 
 #include "framework/Questions.h"
+#include "module/data/DataSetRows.h"
 #include "module/data/ServerLink.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -16,7 +17,7 @@ Tfrm_OrderList::Tfrm_OrderList(QObject* owner, const QString& name)
 
 bool Tfrm_OrderList::HasOrders() const
 {
-    return cds->Active() && !cds->IsEmpty();
+    return HasRows(*cds);
 }
 
 bool Tfrm_OrderList::HasSelectedOrders() const

@@ -1,17 +1,21 @@
 #include "orders/frm_RecBill.h"
 
 #include "framework/LabelledControls.h"
+#include "framework/Lookups.h"
 #include "framework/ScreenHandlers.h"
 #include "module/data/HostBridge.h"
 #include "module/data/MessageBoxes.h"
 #include "orders/BatchStatus.h"
 #include "orders/Coupon.h"
 #include "orders/Destinations.h"
+#include "orders/OrderColumns.h"
 #include "orders/OrderRecord.h"
 #include "orders/OrderView.h"
 #include "orders/RecRules.h"
 
 #include <QKeyEvent>
+
+#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -20,56 +24,58 @@ namespace {
 constexpr QStringView kNumberField = u"BILL_CODE";
 constexpr QStringView kCouponField = u"FAVOURABLE_BILL";
 
+constexpr std::array kOffered = {kStatusAccepted, kStatusPickedUp, kStatusPickupFailed};
+
 // What the clerk fills in stands first.
 constexpr OrderColumnUse kColumns[] = {
-    {"TX_LOGISTIC_ID"},
-    {"BILL_CODE", true, true},
-    {"STATUS", true, true},
-    {"TOTAL_WEIGHT", true, true},
-    {"TOTAL_VOLUME", true, true},
-    {"PAY_TYPE", true, true},
-    {"FAVOURABLE_BILL", true, true},
-    {"CANCEL_DESC", true, true},
-    {"DESTINATION", true, true},
-    {"NAME"},
-    {"MOBILE"},
-    {"PHONE"},
-    {"PROV"},
-    {"CITY"},
-    {"COUNTY"},
-    {"ADDRESS"},
-    {"POST_CODE", false},
-    {"SEND_START_TIME"},
-    {"SEND_END_TIME"},
-    {"REC_GOODS_MAN"},
-    {"ITEM_NAME"},
-    {"PIECE"},
-    {"SPECIAL"},
-    {"REMARK"},
-    {"ITEMS_VALUE"},
-    {"SEND_NAME"},
-    {"SEND_MOBILE"},
-    {"SEND_PHONE"},
-    {"SEND_PROV"},
-    {"SEND_CITY"},
-    {"SEND_COUNTY"},
-    {"SEND_ADDRESS"},
-    {"SEND_POST_CODE", false},
-    {"CREATE_DATE"},
-    {"LOGISTICPROVIDERID"},
-    {"REC_SITE"},
-    {"REC_BILL_MAN"},
-    {"ACCEPT_DATE"},
-    {"REC_MAN"},
-    {"REC_DATE"},
-    {"WMS_CODE"},
-    {"WMSADDRESS"},
-    {"TRADE_NO"},
-    {"FLAG", false},
-    {"BL_CANCEL", false},
-    {"BL_DISPART", false},
-    {"INSURANCE_VALUE", false},
-    {"PACKAGE_OR_NOT", false},
+    {u"TX_LOGISTIC_ID"},
+    {u"BILL_CODE", true, true},
+    {u"STATUS", true, true},
+    {u"TOTAL_WEIGHT", true, true},
+    {u"TOTAL_VOLUME", true, true},
+    {u"PAY_TYPE", true, true},
+    {u"FAVOURABLE_BILL", true, true},
+    {u"CANCEL_DESC", true, true},
+    {u"DESTINATION", true, true},
+    {u"NAME"},
+    {u"MOBILE"},
+    {u"PHONE"},
+    {u"PROV"},
+    {u"CITY"},
+    {u"COUNTY"},
+    {u"ADDRESS"},
+    {u"POST_CODE", false},
+    {u"SEND_START_TIME"},
+    {u"SEND_END_TIME"},
+    {u"REC_GOODS_MAN"},
+    {u"ITEM_NAME"},
+    {u"PIECE"},
+    {u"SPECIAL"},
+    {u"REMARK"},
+    {u"ITEMS_VALUE"},
+    {u"SEND_NAME"},
+    {u"SEND_MOBILE"},
+    {u"SEND_PHONE"},
+    {u"SEND_PROV"},
+    {u"SEND_CITY"},
+    {u"SEND_COUNTY"},
+    {u"SEND_ADDRESS"},
+    {u"SEND_POST_CODE", false},
+    {u"CREATE_DATE"},
+    {u"LOGISTICPROVIDERID"},
+    {u"REC_SITE"},
+    {u"REC_BILL_MAN"},
+    {u"ACCEPT_DATE"},
+    {u"REC_MAN"},
+    {u"REC_DATE"},
+    {u"WMS_CODE"},
+    {u"WMSADDRESS"},
+    {u"TRADE_NO"},
+    {u"FLAG", false},
+    {u"BL_CANCEL", false},
+    {u"BL_DISPART", false},
+    {u"INSURANCE_VALUE", false},
+    {u"PACKAGE_OR_NOT", false},
 };
 
 } // namespace
@@ -137,12 +143,8 @@ QWidget* Tfrm_RecBill::CreateActionPanel()
 void Tfrm_RecBill::CreateViews()
 {
     std::vector<TColumnEh> columns = OrderColumns(kColumns);
-    for (TColumnEh& column : columns) {
-        if (column.fieldName == u"STATUS"_s)
-            OfferStatuses(column, {kStatusAccepted, kStatusPickedUp, kStatusPickupFailed});
-        else if (column.fieldName == u"DESTINATION"_s)
-            OfferDestinations(column, dsDestination);
-    }
+    OfferStatuses(columns, company::StatusUse::SiteScreens, kOffered);
+    ChooseFrom(columns, u"DESTINATION", SiteLookup(dsDestination));
     DataView1 = new TDataView(this, u"DataView1"_s);
     PrepareOrdersView(this, *DataView1, std::move(columns), cds, items_);
     DataView1->DataViewGrid->OnKeyDown = [this](QKeyEvent* event) {

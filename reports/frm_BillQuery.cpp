@@ -2,16 +2,17 @@
 
 #include "framework/LabelledControls.h"
 #include "framework/ScreenHandlers.h"
-#include "module/data/DateRange.h"
+#include "module/data/DataSetRows.h"
 #include "module/data/HostBridge.h"
 #include "module/data/ServerLink.h"
 #include "module/data/dm_BasicData.h"
 #include "module/data/dm_GlobalData.h"
-#include "orders/OrderCriteria.h"
+#include "orders/FilterBoxes.h"
+#include "orders/OrderColumns.h"
 #include "orders/OrderDetails.h"
-#include "orders/OrderRecord.h"
 #include "orders/OrderStamps.h"
 #include "orders/OrderView.h"
+#include "reports/OrderQueryCriteria.h"
 #include "reports/TrailQuery.h"
 #include "runtime/ui/Style.h"
 
@@ -24,60 +25,61 @@ namespace {
 constexpr int kMaxDays = 31;
 constexpr int kCriteriaHeight = 250; // pixels at 96 dpi
 constexpr int kDetailsHeight = 310;
+constexpr int kLeastListHeight = 160;
 
 constexpr OrderColumnUse kColumns[] = {
-    {"TX_LOGISTIC_ID"},
-    {"LOGISTICPROVIDERID"},
-    {"TRADE_NO"},
-    {"BILL_CODE"},
-    {.field = "TOTAL_WEIGHT", .summed = true},
-    {"FLAG", false},
-    {"CREATE_DATE"},
-    {"STATUS"},
-    {"PREPARE_SITE"},
-    {"REC_SITE"},
-    {"REC_BILL_MAN"},
-    {"REC_GOODS_MAN"},
-    {"REC_MAN"},
-    {"ACCEPT_DATE"},
-    {"REC_DATE"},
-    {"SEND_SITE"},
-    {"SEND_MAN"},
-    {"SEND_DATE"},
-    {"BL_CANCEL"},
-    {"CANCEL_SITE"},
-    {"CANCEL_MAN"},
-    {"CANCEL_DATE"},
-    {"CANCEL_DESC"},
-    {"BL_DISPART", false},
-    {"NAME"},
-    {"PROV"},
-    {"CITY"},
-    {"COUNTY"},
-    {"ADDRESS"},
-    {"POST_CODE"},
-    {"PHONE"},
-    {"MOBILE"},
-    {"SEND_START_TIME"},
-    {"SEND_END_TIME"},
-    {"ITEM_NAME"},
-    {.field = "PIECE", .summed = true},
-    {"SPECIAL"},
-    {"REMARK"},
-    {"INSURANCE_VALUE", false},
-    {"PACKAGE_OR_NOT", false},
-    {"SEND_NAME"},
-    {"SEND_PROV"},
-    {"SEND_CITY"},
-    {"SEND_COUNTY"},
-    {"SEND_ADDRESS"},
-    {"SEND_POST_CODE"},
-    {"SEND_PHONE"},
-    {"SEND_MOBILE"},
-    {.field = "ITEMS_VALUE", .summed = true},
-    {"DUTY_SITE"},
-    {"WMSADDRESS"},
-    {"WMS_CODE"},
+    {u"TX_LOGISTIC_ID"},
+    {u"LOGISTICPROVIDERID"},
+    {u"TRADE_NO"},
+    {u"BILL_CODE"},
+    {.field = u"TOTAL_WEIGHT", .summed = true},
+    {u"FLAG", false},
+    {u"CREATE_DATE"},
+    {u"STATUS"},
+    {u"PREPARE_SITE"},
+    {u"REC_SITE"},
+    {u"REC_BILL_MAN"},
+    {u"REC_GOODS_MAN"},
+    {u"REC_MAN"},
+    {u"ACCEPT_DATE"},
+    {u"REC_DATE"},
+    {u"SEND_SITE"},
+    {u"SEND_MAN"},
+    {u"SEND_DATE"},
+    {u"BL_CANCEL"},
+    {u"CANCEL_SITE"},
+    {u"CANCEL_MAN"},
+    {u"CANCEL_DATE"},
+    {u"CANCEL_DESC"},
+    {u"BL_DISPART", false},
+    {u"NAME"},
+    {u"PROV"},
+    {u"CITY"},
+    {u"COUNTY"},
+    {u"ADDRESS"},
+    {u"POST_CODE"},
+    {u"PHONE"},
+    {u"MOBILE"},
+    {u"SEND_START_TIME"},
+    {u"SEND_END_TIME"},
+    {u"ITEM_NAME"},
+    {.field = u"PIECE", .summed = true},
+    {u"SPECIAL"},
+    {u"REMARK"},
+    {u"INSURANCE_VALUE", false},
+    {u"PACKAGE_OR_NOT", false},
+    {u"SEND_NAME"},
+    {u"SEND_PROV"},
+    {u"SEND_CITY"},
+    {u"SEND_COUNTY"},
+    {u"SEND_ADDRESS"},
+    {u"SEND_POST_CODE"},
+    {u"SEND_PHONE"},
+    {u"SEND_MOBILE"},
+    {.field = u"ITEMS_VALUE", .summed = true},
+    {u"DUTY_SITE"},
+    {u"WMSADDRESS"},
+    {u"WMS_CODE"},
 };
 
 } // namespace
@@ -111,11 +113,22 @@ void Tfrm_BillQuery::CreateControls()
     Memo2->setObjectName(u"Memo2"_s);
     Memo2->hide();
 
+    // The criteria need less room than the details; an order in three lines fills it, so that the list under
+    // the mouse stays where it is when the page changes.
+    summary_ = new TOrderSummary(this, DataView1->DS);
+    summary_->setFixedHeight(Scaled(*this, kDetailsHeight - kCriteriaHeight));
+    summary_->setContentsMargins(8, 0, 8, 0);
+    DataView1->setMinimumHeight(Scaled(*this, kLeastListHeight));
+    auto* content = new QWidget(this);
+    auto* rows = new QVBoxLayout(content);
+    rows->setContentsMargins(0, 0, 0, 0);
+    rows->setSpacing(0);
+    rows->addWidget(Panel1);
+    rows->addWidget(summary_);
+    rows->addWidget(DataView1, 1);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    layout->addWidget(Panel1);
-    layout->addWidget(DataView1, 1);
+    layout->addWidget(InScrollArea(content, this));
     setTabOrder(Panel1, DataView1);
 }
 
@@ -126,19 +139,12 @@ void Tfrm_BillQuery::CreatePages()
     Panel1->setObjectName(u"Panel1"_s);
     PageControl1 = new QTabWidget(Panel1);
     PageControl1->setObjectName(u"PageControl1"_s);
-    TabSheet1 = new QWidget(PageControl1);
-    TabSheet1->setObjectName(u"TabSheet1"_s);
-    Panel2 = new TBillCriteriaPanel(TabSheet1, u"Panel2"_s);
-    auto* criteria = new QVBoxLayout(TabSheet1);
-    criteria->setContentsMargins(0, 0, 0, 0);
-    criteria->addWidget(Panel2);
-    TabSheet2 = new QWidget(PageControl1);
-    TabSheet2->setObjectName(u"TabSheet2"_s);
-    auto* details = new QVBoxLayout(TabSheet2);
-    details->setContentsMargins(0, 0, 0, 0);
-    details->addWidget(new TOrderDetails(TabSheet2, DataView1->DS, cdsms, CDSStatus));
-    PageControl1->addTab(TabSheet1, u"查询条件"_s);
-    PageControl1->addTab(TabSheet2, u"详细数据"_s);
+    TabSheet1 = AddPage(*PageControl1, u"TabSheet1"_s, u"查询条件"_s);
+    Panel2 = new TOrderSearchPanel(TabSheet1, u"Panel2"_s, u"查询时间范围(31天以内)"_s, OrderQueryCriteria());
+    TabSheet1->layout()->addWidget(Panel2);
+    TabSheet2 = AddPage(*PageControl1, u"TabSheet2"_s, u"详细数据"_s);
+    details_ = new TOrderDetails(TabSheet2, DataView1->DS, {.items = cdsms, .trail = CDSStatus});
+    TabSheet2->layout()->addWidget(details_);
     connect(PageControl1, &QTabWidget::currentChanged, this, &Tfrm_BillQuery::PageControl1Change);
 
     auto* layout = new QVBoxLayout(Panel1);
@@ -150,15 +156,8 @@ void Tfrm_BillQuery::CreateView()
 {
     DataView1 = new TDataView(this, u"DataView1"_s);
     std::vector<TColumnEh> columns = OrderColumns(kColumns);
-    for (TColumnEh& column : columns) {
-        if (column.fieldName == u"STATUS"_s) {
-            OfferStatuses(column,
-                {kStatusCancelled, kStatusWaiting, kStatusAccepted, kStatusRefused, kStatusPickedUp,
-                    kStatusPickupFailed, kStatusInTransit, kStatusDelivered, kStatusDeliveryFailed});
-        }
-    }
+    OfferStatuses(columns, company::StatusUse::OrderQuery, {}); // to be read only
     DataView1->DataViewGrid->ReadOnly = true;
-    DataView1->DataViewGrid->KeepsRowPlace = true; // the pages above it differ in height
     PrepareOrdersView(this, *DataView1, std::move(columns), cds, items_);
     DataView1->DataViewGrid->OnDblClick = [this] {
         RunHandler(this, [this] { DataView1DataViewGridDblClick(); });
@@ -172,7 +171,9 @@ void Tfrm_BillQuery::FormCreate()
     Prop->StoredProps = {u"Panel1.PageControl1.TabSheet1.Panel2.DBComboBoxEh2.<P>.Text"_s};
 
     const TClientDataSetEx& loginSite = GlobalCds(u"loginsite"_s);
-    Panel2->Preset(GlobalValue(u"site"_s), TextOf(loginSite, u"TYPE").contains(u"中心"_s));
+    Panel2->Window().PresetNoonToNoon();
+    Panel2->Box(kWithSubtree)->setEnabled(TextOf(loginSite, u"TYPE").contains(u"中心"_s));
+    Panel2->SetText(u"PREPARE_SITE", GlobalValue(u"site"_s));
     areaName_ = TextOf(loginSite, u"AREA_NAME");
     PageControl1->setCurrentWidget(TabSheet1);
     TabSheet1Show();
@@ -187,11 +188,6 @@ void Tfrm_BillQuery::FirstLoad()
 void Tfrm_BillQuery::FormShow()
 {
     Setup(DataView1, cds, nullptr, Button1);
-}
-
-bool Tfrm_BillQuery::HasOrders() const
-{
-    return cds->Active() && !cds->IsEmpty();
 }
 
 void Tfrm_BillQuery::Button1Click()
@@ -210,25 +206,27 @@ void Tfrm_BillQuery::SearchByNumbers()
     const QString numbers = Panel2->NumberList();
     if (numbers.isEmpty())
         return;
-    OpenQuery(*cds, Panel2->ByOrderNumber() ? BillsByOrderNumber(numbers) : BillsByWaybill(numbers));
+    OpenQuery(*cds,
+        Panel2->ByOrderNumber() ? OrdersByNumber(numbers, u"CREATE_DATE"_s)
+                                : OrdersByWaybill(numbers, u"CREATE_DATE"_s));
 }
 
 void Tfrm_BillQuery::SearchByCriteria()
 {
-    TBillCriteria criteria = Panel2->Criteria();
-    OpenQuery(*cdscheck, SubtreeQuery(criteria.candidateSite.trimmed()));
-    criteria.subtree = SubtreeLikeList(ColumnTexts(*cdscheck, u"SITE_NAME"));
-    criteria.areaName = areaName_;
-    if (CheckDateRange(criteria.from, criteria.to, kMaxDays, true))
+    TOrderCriteria criteria = Panel2->Criteria();
+    OpenQuery(*cdscheck, SubtreeQuery(criteria.Text(u"PREPARE_SITE").trimmed()));
+    criteria.Set(kSubtreePatterns, SubtreePatterns(ColumnTexts(*cdscheck, u"SITE_NAME")));
+    criteria.Set(kAreaName, areaName_);
+    if (Panel2->Window().Refused(kMaxDays))
         return;
-    const QString sql = BillQuery(criteria);
+    const QString sql = OrderSearchQuery(OrderQueryCriteria(), criteria);
     Memo2->setPlainText(sql);
     OpenQuery(*cds, sql);
 }
 
 void Tfrm_BillQuery::DataView1DataViewGridDblClick()
 {
-    if (!HasOrders())
+    if (!HasRows(*cds))
         return;
     const QString orderNumber = TextOf(*cds, u"TX_LOGISTIC_ID");
     if (orderNumber.trimmed().isEmpty())
@@ -237,8 +235,10 @@ void Tfrm_BillQuery::DataView1DataViewGridDblClick()
     items_->Load();
     const QString trail =
         TrailQuery(TextOf(*cds, u"LOGISTICPROVIDERID"), orderNumber, TextOf(*cds, u"BILL_CODE"));
-    if (!trail.isEmpty())
+    if (!trail.isEmpty()) {
         OpenQuery(*CDSStatus, trail);
+        details_->SetTrailOrder(orderNumber);
+    }
     PageControl1->setCurrentWidget(TabSheet2);
 }
 
@@ -253,14 +253,16 @@ void Tfrm_BillQuery::PageControl1Change()
 void Tfrm_BillQuery::TabSheet1Show()
 {
     Panel1->setFixedHeight(Scaled(*this, kCriteriaHeight));
+    summary_->show();
 }
 
 // Turning to the page takes away the trail that a double click on the other page has just read; a double
 // click on this page shows it, from the connection that keeps the messages of the order's source.
 void Tfrm_BillQuery::TabSheet2Show()
 {
+    summary_->hide();
     Panel1->setFixedHeight(Scaled(*this, kDetailsHeight));
     CDSStatus->Close();
-    const bool marketplace = HasOrders() && TextOf(*cds, u"LOGISTICPROVIDERID") == u"泽摩"_s;
+    const bool marketplace = HasRows(*cds) && TextOf(*cds, u"LOGISTICPROVIDERID") == u"泽摩"_s;
     CDSStatus->SetRemoteServer(marketplace ? dm_GlobalData->QueryConnection : dm_BasicData->HostConnection);
 }

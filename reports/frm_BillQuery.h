@@ -2,8 +2,10 @@
 
 #include "framework/DataView.h"
 #include "framework/frm_BasicBoot.h"
+#include "orders/OrderDetails.h"
 #include "orders/OrderItems.h"
-#include "reports/BillCriteriaPanel.h"
+#include "orders/OrderSearchPanel.h"
+#include "orders/OrderSummary.h"
 
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -32,7 +34,6 @@ private:
     void TabSheet2Show();
     void DataView1DataViewGridDblClick();
 
-    bool HasOrders() const;
     void SearchByNumbers();
     void SearchByCriteria();
 
@@ -40,10 +41,12 @@ private:
     QTabWidget* PageControl1;
     QWidget* TabSheet1; // 查询条件
     QWidget* TabSheet2; // 详细数据
-    TBillCriteriaPanel* Panel2; // the criteria
+    TOrderSearchPanel* Panel2; // the criteria
     QPushButton* Button1; // 查询, pressed through the host
     QPlainTextEdit* Memo2; // the text of the last search by criteria; hidden
     TDataView* DataView1; // the orders found
+    TOrderDetails* details_;
+    TOrderSummary* summary_; // of the current order, while the criteria stand above it
 
     TClientDataSetEx* cds; // the orders found
     TClientDataSetEx* cdsms; // goods of the current order

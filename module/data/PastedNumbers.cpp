@@ -3,11 +3,20 @@
 #include "module/data/MessageBoxes.h"
 
 #include <QPlainTextEdit>
-#include <QStringList>
 
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
+
+QStringList NumberLines(const QString& text)
+{
+    QString uniform = text;
+    uniform.replace(u"\r\n"_s, u"\n"_s).replace(u'\r', u'\n');
+    QStringList lines = uniform.split(u'\n');
+    if (lines.last().isEmpty())
+        lines.removeLast(); // the break that ends the last line starts no further one
+    return lines;
+}
 
 TPastedNumbers ParsePastedNumbers(const QString& memoText, const TPasteRule& rule)
 {
@@ -16,11 +25,7 @@ TPastedNumbers ParsePastedNumbers(const QString& memoText, const TPasteRule& rul
         numbers.complaint = u"详细：没有输入任何运单编号！"_s;
         return numbers;
     }
-    QString text = memoText;
-    text.replace(u"\r\n"_s, u"\n"_s).replace(u'\r', u'\n');
-    QStringList lines = text.split(u'\n');
-    if (lines.last().isEmpty())
-        lines.removeLast(); // the break that ends the last line starts no further one
+    QStringList lines = NumberLines(memoText);
     if (lines.size() > rule.maxLines) {
         numbers.complaint =
             u"详细：您输入了\"%1\"个单号，最多只能输入\"%2\"个单号！"_s.arg(lines.size()).arg(rule.maxLines);

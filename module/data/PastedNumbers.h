@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 class QPlainTextEdit;
 
@@ -16,7 +17,9 @@ struct TPastedNumbers {
     QString complaint; // what to tell the user; empty when all is well
 };
 
-// Any of CR LF, CR and LF ends a line; blank lines inside the text are items too.
+// The lines of a text; any of CR LF, CR and LF ends one.
+QStringList NumberLines(const QString& text);
+// Blank lines inside the text are items too.
 TPastedNumbers ParsePastedNumbers(const QString& memoText, const TPasteRule& rule = {});
 // The same on a memo, which makes its line breaks uniform as text comes in; tells the complaint. Returns the
 // list.

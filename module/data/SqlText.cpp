@@ -33,3 +33,9 @@ QString BuildInList(
         closeChunk();
     return u'(' + result + u')';
 }
+
+QString SiteAndBelow(const QString& site, QStringView connect)
+{
+    return u" start with SITE_NAME='"_s + site + u'\'' + connect.toString()
+        + u"SITE_NAME=(case SITE_NAME when '"_s + site + u"' then '' else SUPERIOR_SITE end)"_s;
+}

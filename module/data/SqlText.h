@@ -13,3 +13,7 @@ QString QuotedStr(const QString& text);
 // joined by "or". The dataset's position stays.
 QString BuildInList(
     const TClientDataSetEx& dataSet, const QString& keyField, const QString& column, int chunkSize = 999);
+
+// A walk over tab_site from the site down: " start with … connect by …". The case expression takes the
+// start's own superior out of it. `connect` is spelled as the query has always had it.
+QString SiteAndBelow(const QString& site, QStringView connect = u" connect by prior ");

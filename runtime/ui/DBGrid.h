@@ -6,6 +6,7 @@
 #include <QAbstractTableModel>
 #include <QColor>
 #include <QFont>
+#include <QHash>
 #include <QTableView>
 
 #include <functional>
@@ -63,6 +64,7 @@ struct TColumnEh {
     QString displayFormat{}; // date-times: "yyyy-mm-dd hh:nn:ss" pattern; numbers: decimals as "0.00"
     bool numericOnly = false;
     QString nullText{}; // shown where the field is null
+    QHash<QString, QString> namedKeys{}; // KeyPickList: texts of stored values that are not offered
 };
 
 // Under a column of numbers: a word in the upper footer row, the sum in the lower.

@@ -1,3 +1,4 @@
+#include "framework/NumberListInput.h"
 #include "framework/SiteTreePicker.h"
 #include "framework/frm_ErrorList.h"
 #include "framework/frm_Progress.h"
@@ -79,6 +80,33 @@ TEST(Progress, CountsWithoutLettingTheUserIn)
     progress.Finish(u"修改完毕."_s);
     EXPECT_EQ(progress.Done(), progress.Total());
     EXPECT_FALSE(timerFired);
+}
+
+TEST(NumberList, TidiesWhatIsPastedAndCountsIt)
+{
+    const TProbeHost host;
+    TNumberListInput input(nullptr, u"NumberBox"_s, {.maxLines = 3}, u"按订单号查询"_s);
+    auto* memo = input.findChild<TDBMemo*>(u"Memo1"_s);
+    auto* count = input.findChild<QLabel*>(u"Count"_s);
+    EXPECT_EQ(input.findChild<QCheckBox*>(u"CheckBox2"_s), nullptr) << "one way only";
+    const auto paste = [memo](const QString& text) {
+        QApplication::clipboard()->setText(text);
+        memo->paste();
+    };
+    EXPECT_EQ(count->text(), u"0/3 个"_s);
+    paste(u" A1 \r\n\tA2　\r\n\r\n \r\n"_s);
+    EXPECT_EQ(memo->toPlainText(), u"A1\nA2"_s);
+    EXPECT_EQ(count->text(), u"2/3 个"_s);
+    paste(u"A3\n"_s); // the next cell of a sheet, not the rest of A2
+    EXPECT_EQ(memo->toPlainText(), u"A1\nA2\nA3"_s);
+    EXPECT_EQ(input.List(), u"('A1','A2','A3')"_s);
+    paste(u" 4"_s); // a part of a number
+    EXPECT_EQ(memo->toPlainText(), u"A1\nA2\nA34"_s);
+    QTest::keyClicks(memo, u" "_s);
+    QTest::keyClick(memo, Qt::Key_Return);
+    QTest::keyClicks(memo, u" "_s);
+    EXPECT_EQ(memo->toPlainText(), u"A1\nA2\nA34 \n "_s) << "what is typed stays";
+    EXPECT_EQ(count->text(), u"4/3 个"_s);
 }
 
 namespace {

@@ -21,7 +21,8 @@ TEST_F(SharedDataTest, BranchSeesItsOwnSubtreeAndPeople)
     EXPECT_EQ(shared.DataSet(u"Province_N").RecordCount(), 31);
     for (const auto& [set, field] :
         {std::pair(u"Province_N", u"PROVINCE"), std::pair(u"City_N", u"CITY_NAME"),
-            std::pair(u"County_N", u"COUNTY_NAME"), std::pair(u"area", u"AREA_NAME")})
+            std::pair(u"County_N", u"COUNTY_NAME"), std::pair(u"County_N", u"CITY"),
+            std::pair(u"City_N", u"PROVINCE"), std::pair(u"area", u"AREA_NAME")})
         EXPECT_GE(shared.DataSet(set).FieldIndex(field), 0);
 }
 

@@ -1,4 +1,5 @@
 #include "module/data/DateRange.h"
+#include "module/data/DelimitedText.h"
 #include "module/data/PastedNumbers.h"
 #include "module/data/SqlText.h"
 #include "tests/support/FakeHost.h"
@@ -69,6 +70,27 @@ TEST(PastedNumbers, EveryKindOfLineBreak)
     EXPECT_EQ(ParsePastedNumbers(u" a \r\nb\r\rc\n"_s).list, u"('a','b','','c')"_s);
     EXPECT_EQ(ParsePastedNumbers(u"one"_s).list, u"('one')"_s);
     EXPECT_EQ(ParsePastedNumbers(u"\na"_s).list, u"('','a')"_s);
+}
+
+TEST(DelimitedText, CommasAndBlanksSeparateQuotesGroup)
+{
+    const std::pair<QString, QStringList> cases[] = {
+        {u""_s, {}}, {u"  "_s, {}}, {u"号"_s, {u"号"_s}},
+        {u"号,栋 室\t楼"_s, {u"号"_s, u"栋"_s, u"室"_s, u"楼"_s}}, {u" a , b "_s, {u"a"_s, u"b"_s}},
+        {u"a,,b,"_s, {u"a"_s, u""_s, u"b"_s, u""_s}}, {u",a"_s, {u""_s, u"a"_s}},
+        {u"\"a, b\",\"say \"\"c\"\"\""_s, {u"a, b"_s, u"say \"c\""_s}}, {u"\"open, end"_s, {u"open, end"_s}},
+        {u"a\"b"_s, {u"a\"b"_s}}, {u"路　街"_s, {u"路　街"_s}}, // a wide blank is a character
+    };
+    for (const auto& [text, items] : cases)
+        EXPECT_EQ(SplitDelimited(text), items) << text.toStdString();
+}
+
+TEST(SiteAndBelow, IsSpelledAsEachQueryHasIt)
+{
+    EXPECT_EQ(SiteAndBelow(u"A"_s),
+        u" start with SITE_NAME='A' connect by prior SITE_NAME=(case SITE_NAME when 'A' then '' else SUPERIOR_SITE end)"_s);
+    EXPECT_TRUE(
+        SiteAndBelow(u"A"_s, u" connect by  prior ").contains(u"'A' connect by  prior SITE_NAME=("_s));
 }
 
 TEST(PastedNumbers, RulesOfOtherScreens)

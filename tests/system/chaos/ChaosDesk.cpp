@@ -111,7 +111,7 @@ void ChaosDesk::Turn()
         Try(u"login"_s, [this] { LogIn(); });
         return;
     }
-    const bool headquarters = clerk_.site == HeadquartersSite();
+    const bool headquarters = clerk_.site == kHeadquarters;
     const bool open = Try(u"query"_s, [&] {
         if (headquarters)
             GiveBack();

@@ -1,4 +1,4 @@
-#include "orders/OrderCriteria.h"
+#include "orders/FilterBoxes.h"
 
 #include "orders/OrderRecord.h"
 
@@ -27,12 +27,12 @@ QString FilterKey(const TDBComboBoxEh& box)
     return FilterText(box).isEmpty() ? QString() : box.Value();
 }
 
-void OfferStatusFilter(TDBComboBoxEh& box, std::initializer_list<int> statuses)
+void OfferStatusFilter(TDBComboBoxEh& box, company::StatusUse use, std::initializer_list<int> statuses)
 {
     QStringList names{AnyValue()};
     QStringList codes{QString::number(kAnyStatus)};
     for (const int status : statuses) {
-        names += StatusName(status);
+        names += company::StatusName(status, use);
         codes += QString::number(status);
     }
     box.SetItems(names, codes);
@@ -57,13 +57,4 @@ void OfferProvinceFilter(TDBComboBoxEh& box, const QStringList& provinces)
 QString OrderProvincesQuery()
 {
     return u"select /*+index(a,TAB_ZELMOR_BILL_I3)*/ distinct a.prov  from tab_zelmor_bill a"_s;
-}
-
-QStringList ColumnTexts(const TClientDataSetEx& dataSet, QStringView fieldName)
-{
-    const int field = dataSet.FieldByName(fieldName).Index();
-    QStringList texts;
-    for (int row = 0; row < dataSet.RecordCount(); ++row)
-        texts += dataSet.ViewText(row, field);
-    return texts;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/data/ClientDataSet.h"
+#include "company/OrderStatus.h"
 #include "runtime/ui/DBControls.h"
 
 #include <QString>
@@ -16,12 +16,9 @@ QString FilterText(const TDBComboBoxEh& box);
 QString FilterKey(const TDBComboBoxEh& box);
 
 // Statuses by name, the codes behind them; a list to choose from, not to type into.
-void OfferStatusFilter(TDBComboBoxEh& box, std::initializer_list<int> statuses);
+void OfferStatusFilter(TDBComboBoxEh& box, company::StatusUse use, std::initializer_list<int> statuses);
 void OfferReasonFilter(TDBComboBoxEh& box);
 void OfferProvinceFilter(TDBComboBoxEh& box, const QStringList& provinces);
 
 // The provinces that orders come from.
 QString OrderProvincesQuery();
-
-// One column of an open dataset, row by row in view.
-QStringList ColumnTexts(const TClientDataSetEx& dataSet, QStringView fieldName);

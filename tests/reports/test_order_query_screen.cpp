@@ -3,6 +3,7 @@
 #include "reports/frm_BillQuery.h"
 #include "tests/orders/OrderDesk.h"
 
+#include <QScrollArea>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -37,7 +38,7 @@ protected:
     static OrderFields Order(const QString& number, const QString& source)
     {
         return {{u"TX_LOGISTIC_ID"_s, number}, {u"LOGISTICPROVIDERID"_s, source}, {u"BILL_CODE"_s, u"B1"_s},
-            {u"PROV"_s, u"上海"_s}, {u"PIECE"_s, 2}};
+            {u"PROV"_s, u"上海"_s}, {u"PIECE"_s, 2}, {u"STATUS"_s, 10}};
     }
 
     void Open()
@@ -164,6 +165,7 @@ TEST_F(QueryScreen, EveryBoxReachesTheQuery)
         "a.SEND_ADDRESS like '%解放路%' and a.LOGISTICPROVIDERID  <> '洛维卡特'  order by a.REC_DATE desc"_s);
     EXPECT_EQ(Control<QPlainTextEdit>(u"Memo2"_s)->toPlainText(), queries[1]);
     EXPECT_EQ(grid->FooterText(1, grid->ColumnIndex(u"PIECE")), u"6"_s);
+    EXPECT_EQ(grid->CellText(0, grid->ColumnIndex(u"STATUS")), u"已分派"_s);
 }
 
 TEST_F(QueryScreen, ARangeThatIsRefusedKeepsTheResult)
@@ -240,7 +242,15 @@ TEST_F(QueryScreen, TheFirstDoubleClickTurnsThePageTheSecondShowsTheTrail)
     const TClientDataSetEx& trail = DataSet(u"CDSStatus"_s);
     const int criteriaHeight = Control<QWidget>(u"Panel1"_s)->height();
 
+    const auto place = [this] {
+        QCoreApplication::processEvents();
+        return grid->viewport()->mapToGlobal(grid->visualRect(grid->model()->index(0, 0)).topLeft());
+    };
+    const QPoint before = place();
+    const QLabel* whose = Control<TDataView>(u"DataView3"_s)->Panel1;
     DoubleClick(0);
+    EXPECT_EQ(place(), before) << "the next double click meets the same order";
+    EXPECT_EQ(whose->text(), u"双击订单，显示其状态信息"_s);
     EXPECT_EQ(pages->currentIndex(), 1);
     EXPECT_EQ(desk.host.Server.Queries().filter(u"TAB_ZELMOR_INSTRUCTION"_s).size(), 1)
         << "read over the connection of before";
@@ -259,10 +269,12 @@ TEST_F(QueryScreen, TheFirstDoubleClickTurnsThePageTheSecondShowsTheTrail)
     const TDBGridEh* shown = Control<TDataView>(u"DataView3"_s)->DataViewGrid;
     EXPECT_EQ(shown->CellText(0, shown->ColumnIndex(u"POST_FLAG")), u"推送成功"_s);
 
-    // A source without messages leaves what is shown.
+    // A source without messages leaves what is shown, which is then another order's.
+    EXPECT_EQ(whose->text(), u"物流号：T1"_s);
     desk.host.Server.Requests.clear();
     DoubleClick(2);
     EXPECT_TRUE(trail.Active());
+    EXPECT_EQ(whose->text(), u"物流号：T1（不是当前订单）"_s);
     EXPECT_TRUE(desk.host.Server.Queries().filter(u"TAB_ZELMOR_INSTRUCTION"_s).isEmpty());
 
     // The next order's source has its messages at the main connection, from the next turn of the page on.
@@ -279,6 +291,22 @@ TEST_F(QueryScreen, TheFirstDoubleClickTurnsThePageTheSecondShowsTheTrail)
     Search();
     EXPECT_EQ(pages->currentIndex(), 0);
     EXPECT_EQ(Control<QWidget>(u"Panel1"_s)->height(), criteriaHeight);
+}
+
+TEST_F(QueryScreen, EveryBoxCanBeReachedInASmallWindow)
+{
+    Open();
+    desk.host.MainForm.resize(640, 400);
+    screen->setFixedSize(640, 300);
+    QCoreApplication::processEvents();
+    for (const QString& name : {u"DBComboBoxEh2"_s, u"DBEditEh4"_s, u"CheckBox1"_s, u"DBCheckBoxEh1"_s}) {
+        auto* box = Control<QWidget>(name);
+        for (QWidget* area = box; area; area = area->parentWidget()) {
+            if (auto* scroll = qobject_cast<QScrollArea*>(area))
+                scroll->ensureWidgetVisible(box);
+        }
+        EXPECT_FALSE(box->visibleRegion().isEmpty()) << name.toStdString();
+    }
 }
 
 TEST_F(QueryScreen, AnErrorOfTheServerIsTold)
@@ -314,6 +342,10 @@ TEST_F(QueryScreen, TheSourceIsRemembered)
     Open();
     EXPECT_EQ(Control<TDBComboBoxEh>(u"DBComboBoxEh2"_s)->Text(), u"运泊通"_s);
     EXPECT_EQ(Control<TDBComboBoxEh>(u"DBComboBoxEh1"_s)->Text(), u"全部"_s) << "nothing else is";
+    for (const QString& view : {u"DataView1"_s, u"DataView2"_s, u"DataView3"_s}) {
+        EXPECT_FALSE(storage.ReadKeys(u".DataViewGrid."_s + view + u".frm_BillQuery"_s).isEmpty())
+            << "the layout is this screen's own: " << view.toStdString();
+    }
     delete screen;
     LayoutStorage = nullptr;
 }

@@ -1,8 +1,8 @@
 // What the query texts find in a small company's database.
 
 #include "module/data/PastedNumbers.h"
-#include "orders/OrderCriteria.h"
-#include "reports/BillQuery.h"
+#include "orders/FilterBoxes.h"
+#include "reports/OrderQueryCriteria.h"
 #include "reports/TrailQuery.h"
 #include "tests/server/ServerFixture.h"
 
@@ -10,9 +10,9 @@ namespace {
 
 using namespace Qt::Literals::StringLiterals;
 
-class BillRows : public server::testing::ServerTest {
+class OrderRows : public server::testing::ServerTest {
 protected:
-    BillRows()
+    OrderRows()
         : client_((AddCompany(), LoggedIn()))
     {
     }
@@ -50,9 +50,11 @@ protected:
             " (3, 'Z1', 'B7', 'HELD', 300, -1), (4, 'Z1', 'B8', 'FAILED', 50, 1)");
     }
 
-    static TBillCriteria Day()
+    static TOrderCriteria Day()
     {
-        return {.from = u"2024-03-01 08:00:00"_s, .to = u"2024-03-01 23:59:59"_s, .source = u"洛维卡特"_s};
+        TOrderCriteria day{.from = u"2024-03-01 08:00:00"_s, .to = u"2024-03-01 23:59:59"_s};
+        day.Set(u"LOGISTICPROVIDERID", u"洛维卡特"_s);
+        return day;
     }
     QStringList Texts(const QString& sql, const QString& column)
     {
@@ -64,9 +66,9 @@ protected:
             texts += wire::ToText(rows.columns[static_cast<size_t>(position)].ValueAt(row));
         return texts;
     }
-    QStringList Found(const TBillCriteria& criteria)
+    QStringList Found(const TOrderCriteria& criteria)
     {
-        return Texts(BillQuery(criteria), u"TX_LOGISTIC_ID"_s);
+        return Texts(OrderSearchQuery(OrderQueryCriteria(), criteria), u"TX_LOGISTIC_ID"_s);
     }
 
     server::testing::Client client_;
@@ -74,35 +76,35 @@ protected:
 
 } // namespace
 
-TEST_F(BillRows, TheWindowTheSourceAndTheFiltersDecide)
+TEST_F(OrderRows, TheWindowTheSourceAndTheFiltersDecide)
 {
-    TBillCriteria criteria = Day();
+    TOrderCriteria criteria = Day();
     EXPECT_EQ(Found(criteria), QStringList({u"L4"_s, u"L3"_s, u"L2"_s, u"L1"_s})) << "L5 is not distributed";
-    criteria.source = u"泽摩"_s;
+    criteria.Set(u"LOGISTICPROVIDERID", u"泽摩"_s);
     const QStringList others = Found(criteria);
     EXPECT_EQ(others, QStringList({u"Y1"_s, u"Z1"_s}));
-    criteria.source = u"运泊通"_s;
+    criteria.Set(u"LOGISTICPROVIDERID", u"运泊通"_s);
     EXPECT_EQ(Found(criteria), others) << "both other sources, whichever is named";
-    criteria.status = u"-1"_s;
+    criteria.Set(u"STATUS", u"-1"_s);
     EXPECT_EQ(Found(criteria), QStringList({u"Z1"_s}));
 
     criteria = Day();
     criteria.byPickupTime = true;
     EXPECT_EQ(Found(criteria), QStringList({u"L2"_s}));
     criteria = Day();
-    criteria.deliverySite = u"杭州一部"_s;
+    criteria.Set(u"SEND_SITE", u"杭州一部"_s);
     EXPECT_EQ(Found(criteria), QStringList({u"L2"_s}));
     criteria = Day();
-    criteria.cancelled = true;
+    criteria.Set(u"BL_CANCEL", u"1"_s);
     EXPECT_EQ(Found(criteria), QStringList({u"L3"_s}));
     criteria = Day();
-    criteria.senderAddress = u"江路"_s;
+    criteria.Set(u"ADDRESS", u"江路"_s);
     EXPECT_EQ(Found(criteria), QStringList({u"L1"_s}));
     criteria.from = u"2024-03-01 08:00:01"_s;
     EXPECT_TRUE(Found(criteria).isEmpty());
 }
 
-TEST_F(BillRows, ACentreSeesItsSubtreeAndItsArea)
+TEST_F(OrderRows, ACentreSeesItsSubtreeAndItsArea)
 {
     const QStringList sites = Texts(SubtreeQuery(u"安徽中心"_s), u"SITE_NAME"_s);
     EXPECT_EQ(sites.first(), u"安徽中心"_s);
@@ -110,47 +112,47 @@ TEST_F(BillRows, ACentreSeesItsSubtreeAndItsArea)
         QSet<QString>({u"安徽中心"_s, u"合肥一部"_s, u"黄山一部"_s, u"黄山一部服务点"_s}));
     EXPECT_TRUE(Texts(SubtreeQuery(u"无此网点"_s), u"SITE_NAME"_s).isEmpty());
 
-    TBillCriteria criteria = Day();
-    criteria.candidateSite = u"安徽中心"_s;
+    TOrderCriteria criteria = Day();
+    criteria.Set(u"PREPARE_SITE", u"安徽中心"_s);
     EXPECT_TRUE(Found(criteria).isEmpty()) << "nothing is offered to the centre itself";
-    criteria.withSubtree = true;
-    criteria.subtree = SubtreeLikeList(sites);
+    criteria.Set(kWithSubtree, u"1"_s);
+    criteria.Set(kSubtreePatterns, SubtreePatterns(sites));
     EXPECT_EQ(Found(criteria), QStringList({u"L2"_s, u"L1"_s}));
-    criteria.areaName = u"华东区"_s;
+    criteria.Set(kAreaName, u"华东区"_s);
     EXPECT_EQ(Found(criteria), QStringList({u"L3"_s, u"L2"_s, u"L1"_s}));
 }
 
-TEST_F(BillRows, ASubtreeMayHoldThousandsOfSites)
+TEST_F(OrderRows, ASubtreeMayHoldThousandsOfSites)
 {
     QStringList sites{u"合肥一部"_s};
     for (int i = 0; i < 3000; ++i)
         sites += u"网点%1"_s.arg(i);
-    TBillCriteria criteria = Day();
-    criteria.candidateSite = sites.first();
-    criteria.withSubtree = true;
-    criteria.subtree = SubtreeLikeList(sites);
+    TOrderCriteria criteria = Day();
+    criteria.Set(u"PREPARE_SITE", sites.first());
+    criteria.Set(kWithSubtree, u"1"_s);
+    criteria.Set(kSubtreePatterns, SubtreePatterns(sites));
     EXPECT_EQ(Found(criteria), QStringList({u"L1"_s}));
 }
 
-TEST_F(BillRows, NumbersFindDistributedOrdersOnly)
+TEST_F(OrderRows, NumbersFindDistributedOrdersOnly)
 {
     const auto list = [](const QString& text) {
         return ParsePastedNumbers(text, {.maxLines = 999, .trimmed = false, .lastFirst = true}).list;
     };
-    EXPECT_EQ(Texts(BillsByOrderNumber(list(u"L1\nL5\n\nZ1\n L2"_s)), u"TX_LOGISTIC_ID"_s),
+    EXPECT_EQ(Texts(OrdersByNumber(list(u"L1\nL5\n\nZ1\n L2"_s), u"CREATE_DATE"_s), u"TX_LOGISTIC_ID"_s),
         QStringList({u"Z1"_s, u"L1"_s}));
-    EXPECT_EQ(
-        Texts(BillsByWaybill(list(u"B2\r\nB7"_s)), u"TX_LOGISTIC_ID"_s), QStringList({u"Z1"_s, u"L2"_s}));
+    EXPECT_EQ(Texts(OrdersByWaybill(list(u"B2\r\nB7"_s), u"CREATE_DATE"_s), u"TX_LOGISTIC_ID"_s),
+        QStringList({u"Z1"_s, u"L2"_s}));
 }
 
-TEST_F(BillRows, TheTrailIsReadInWordsOldestFirst)
+TEST_F(OrderRows, TheTrailIsReadInWordsOldestFirst)
 {
     EXPECT_EQ(Texts(TrailQuery(u"泽摩"_s, u"Z1"_s, u"B7"_s), u"INFOS"_s),
         QStringList({u"揽收成功"_s, u"签收成功（派件成功）"_s, u"HELD"_s}));
     EXPECT_TRUE(Texts(TrailQuery(u"泽摩"_s, u"Z1"_s, {}), u"INFOS"_s).isEmpty());
 }
 
-TEST_F(BillRows, EveryProvinceOnce)
+TEST_F(OrderRows, EveryProvinceOnce)
 {
     QStringList provinces = Texts(OrderProvincesQuery(), u"PROV"_s);
     provinces.removeAll(QString()); // orders of the fixture have none

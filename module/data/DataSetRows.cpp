@@ -1,0 +1,15 @@
+#include "module/data/DataSetRows.h"
+
+bool HasRows(const TClientDataSetEx& dataSet)
+{
+    return dataSet.Active() && !dataSet.IsEmpty();
+}
+
+QStringList ColumnTexts(const TClientDataSetEx& dataSet, QStringView fieldName)
+{
+    const int field = dataSet.FieldByName(fieldName).Index();
+    QStringList texts;
+    for (int row = 0; row < dataSet.RecordCount(); ++row)
+        texts += dataSet.ViewText(row, field);
+    return texts;
+}

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "runtime/data/ClientDataSet.h"
+
+#include <QStringList>
+
+// Open, and not empty.
+bool HasRows(const TClientDataSetEx& dataSet);
+// One column of an open dataset, row by row in view. Raises wire::Error (Usage) for a field that it lacks.
+QStringList ColumnTexts(const TClientDataSetEx& dataSet, QStringView fieldName);

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "framework/NumberListInput.h"
+#include "orders/DateWindow.h"
+#include "orders/OrderSearch.h"
+
+// The search panel that a table of criteria describes: pasted numbers, a date window by the time of the order
+// or of its pickup, and the boxes of the table. It scrolls where its place is too small. Asks the server
+// nothing itself, except for pages of employees.
+class TOrderSearchPanel : public QWidget {
+    Q_OBJECT
+public:
+    TOrderSearchPanel(
+        QWidget* parent, const QString& name, const QString& windowTitle, std::span<const TCriterion> table);
+
+    TDateWindow& Window() noexcept { return *window_; }
+    // The box of a criterion, by the column that it filters.
+    QWidget* Box(QStringView column) const;
+    void SetText(QStringView column, const QString& text);
+    void OfferProvinces(const QStringList& provinces);
+
+    // Numbers are pasted, and which they are.
+    bool ByOrderNumber() const { return numbers_->FirstWay(); }
+    bool ByWaybill() const { return numbers_->SecondWay(); }
+    // The quoted list; empty, the user having been told why, when there is none.
+    QString NumberList() { return numbers_->List(); }
+    // What every box says.
+    TOrderCriteria Criteria() const;
+
+private:
+    QWidget* CreateTimePanel();
+    QWidget* CreateFilterPanel();
+    QWidget* NewBox(const TCriterion& criterion, QWidget* panel);
+
+    std::span<const TCriterion> table_;
+    TNumberListInput* numbers_;
+    TDateWindow* window_;
+    QHash<QString, QWidget*> boxes_; // by column
+};
