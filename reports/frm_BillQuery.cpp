@@ -145,7 +145,7 @@ void Tfrm_BillQuery::CreatePages()
     TabSheet2 = AddPage(*PageControl1, u"TabSheet2"_s, u"详细数据"_s);
     details_ = new TOrderDetails(TabSheet2, DataView1->DS, {.items = cdsms, .trail = CDSStatus});
     TabSheet2->layout()->addWidget(details_);
-    connect(PageControl1, &QTabWidget::currentChanged, this, &Tfrm_BillQuery::PageControl1Change);
+    OnPageShown(PageControl1, this, &Tfrm_BillQuery::PageControl1Change);
 
     auto* layout = new QVBoxLayout(Panel1);
     layout->setContentsMargins(4, 4, 4, 4);

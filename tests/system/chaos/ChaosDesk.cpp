@@ -4,7 +4,7 @@
 #include "orders/AcceptQuery.h"
 #include "orders/OrderRecord.h"
 #include "orders/RecQuery.h"
-#include "orders/WaybillNumbers.h"
+#include "orders/WaybillChecks.h"
 
 #include <QThread>
 
