@@ -13,7 +13,7 @@ const QString kHead =
     "to_date('2024-01-31 11:59:59','yyyy-mm-dd hh24:mi:ss') and a.bl_dispart=1"_s;
 const QString kTail = u" and a.LOGISTICPROVIDERID like '%洛维卡特%' order by a.CREATE_DATE desc"_s;
 
-using TTexts = std::initializer_list<std::pair<QStringView, QString>>;
+using TTexts = std::vector<std::pair<QStringView, QString>>;
 
 QString Query(const TTexts& texts)
 {
