@@ -25,6 +25,7 @@ QLineEdit:disabled, QPlainTextEdit:disabled, QLineEdit[readOnly="true"] { backgr
 QLineEdit[invalid="true"], QPlainTextEdit[invalid="true"], QComboBox[invalid="true"] {
     border: 1px solid #c0392b; background: #fdecea; }
 QLineEdit[unknown="true"] { color: %1; }
+QLabel#TextMark { color: %1; }
 QLabel#TextMarkHint { color: %1; background: #fffbe6; border: 1px solid #c9b458; padding: 2px; }
 QLineEdit[cellEditor="true"] { border-radius: 0; padding: 0 1px; }
 QGroupBox { border: 1px solid #c3cad2; border-radius: 3px; margin-top: 0.6em; padding-top: 0.3em; }

@@ -68,12 +68,8 @@ void TTextMark::Place()
     margins.setRight(inside ? width + gap : 0);
     if (margins != box_->textMargins())
         box_->setTextMargins(margins);
-    if (inside) {
-        QPalette palette = word_->palette();
-        palette.setColor(QPalette::WindowText, UnknownTextColor());
-        word_->setPalette(palette);
+    if (inside)
         word_->setGeometry(ButtonsLeft(*box_) - width - gap / 2, 0, width, box_->height());
-    }
     if (!inside && !reason_.isEmpty())
         ShowHint();
     else if (hint_)
