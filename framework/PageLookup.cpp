@@ -173,6 +173,8 @@ bool TDBPageLookup::AskPage(const QString& afterKey)
             PageQuery({.typed = asked_, .afterKey = afterKey, .scope = scope_, .pageSize = kPageSize}));
     } catch (const wire::Error& error) {
         lastError_ = error.Message();
+    } catch (const EAbort&) {
+        lastError_ = u"已取消"_s;
     }
     ShowFoot();
     return lastError_.isEmpty();

@@ -198,6 +198,7 @@ void THost::FinishLogin(const QString& account, const QString& password, const Q
         for (TSocketConnectionEx* connection : {main.get(), query.get()}) {
             connection->SetTransport(NewTransport());
             trace_.Watch(*connection);
+            connection->SetWaiting(&waitingNote_);
             connection->Open(account, password);
         }
     } catch (const wire::Error& error) {

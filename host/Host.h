@@ -7,6 +7,7 @@
 #include "host/SqlTrace.h"
 #include "host/automation/Automation.h"
 #include "runtime/ui/Application.h"
+#include "runtime/ui/WaitingNote.h"
 
 #include <QLibrary>
 #include <QPointer>
@@ -66,6 +67,7 @@ private:
     TApplication application_;
     TScreen screen_;
     TSqlTrace trace_;
+    TWaitingNote waitingNote_;
     TEmbeddedServer embedded_;
     TSharedData shared_;
     std::unique_ptr<TModuleLibrary> module_;

@@ -11,6 +11,7 @@
 #include <QPointer>
 
 #include <array>
+#include <optional>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -41,18 +42,25 @@ void TellProblem(const QString& message)
         Qt::QueuedConnection);
 }
 
-// True when the connection takes the place of another one: somebody else has logged in.
+// Of the connection in use. Kept apart from it: the object of an earlier login may be gone.
+std::optional<quint64> boundLogin;
+
+// True when somebody else has logged in since the last call.
 bool BindConnections(const std::array<TSocketConnectionEx*, 2>& connections)
 {
     TSocketConnectionEx* host = connections[0];
+    bool anotherLogin = false;
+    if (host) {
+        anotherLogin = boundLogin && *boundLogin != host->LoginSerial();
+        boundLogin = host->LoginSerial();
+    }
     if (host == dm_BasicData->HostConnection)
-        return false;
-    const bool replaced = !dm_BasicData->HostConnection.isNull();
+        return anotherLogin;
     dm_BasicData->HostConnection = host;
     dm_GlobalData->QueryConnection = connections[1];
     for (TClientDataSetEx* command : {dm_BasicData->comm, dm_BasicData->comm1, dm_BasicData->comm2})
         command->SetRemoteServer(host);
-    return replaced;
+    return anotherLogin;
 }
 
 void ShowScreen(std::string_view formName)
@@ -86,6 +94,7 @@ void StartUp() noexcept
     savedApplication = Application;
     dm_BasicData = new Tdm_BasicData;
     dm_GlobalData = new Tdm_GlobalData;
+    boundLogin.reset();
     try {
         dm_GlobalData->DataModuleCreate();
     } catch (const std::exception&) {

@@ -47,7 +47,7 @@ void TOrderItems::Load()
         return;
     try {
         OpenQuery(*items_, ItemsQuery(orderNumber));
-    } catch (const wire::Error&) {
+    } catch (...) {
         ShowAsUnread();
         throw;
     }
@@ -70,6 +70,8 @@ void TOrderItems::LoadAfterRest()
     } catch (const wire::Error& error) {
         pause_.setRemainingTime(kPauseMilliseconds);
         ShowNotice(u"商品明细没有读到："_s + error.Message());
+    } catch (const EAbort&) {
+        // Given up by the user, who knows.
     }
 }
 

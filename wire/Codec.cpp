@@ -3,12 +3,16 @@
 #include "wire/Reader.h"
 
 #include <algorithm>
-#include <limits>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace wire {
 namespace {
+
+// A null takes a byte on its way and forty in memory.
+constexpr qint64 kMaxPresentValues = 8'000'000;
+// More of a message than a box can show.
+constexpr qsizetype kMostShown = 16'384;
 
 namespace columnFlag {
 constexpr quint8 Key = 1;
@@ -73,11 +77,11 @@ QByteArray BodyOf(const std::vector<ColumnInfo>& infos)
     return {out.Data() + kHeaderSize, out.Size() - kHeaderSize};
 }
 
-std::vector<ColumnInfo> GetInfos(Reader& in, qint64 most = std::numeric_limits<qint64>::max())
+std::vector<ColumnInfo> GetInfos(Reader& in)
 {
     const quint32 count = in.GetCount(10);
-    if (count > most)
-        Malformed(u"message has %1 columns, more than %2"_s.arg(count).arg(most));
+    if (count > kMaxColumns)
+        Malformed(u"message has %1 columns, more than %2"_s.arg(count).arg(kMaxColumns));
     std::vector<ColumnInfo> infos(count);
     for (ColumnInfo& info : infos) {
         info.name = in.GetText();
@@ -130,7 +134,7 @@ ChangeLog GetChanges(Reader& in)
 {
     ChangeLog changes;
     changes.commandText = in.GetText();
-    changes.columns = GetInfos(in, kMaxChangeColumns);
+    changes.columns = GetInfos(in);
     const quint32 rows = in.GetCount(9);
     RequireCells(rows);
     qint64 cells = 0;
@@ -175,13 +179,17 @@ ApplyOutcome GetOutcome(Reader& in)
     ApplyOutcome outcome;
     outcome.rolledBack = in.Get<quint8>() != 0;
     outcome.rows.resize(in.GetCount(13));
+    qint64 values = 0;
     for (RowVerdict& verdict : outcome.rows) {
         verdict.rowId = in.Get<quint32>();
         const auto flags = in.Get<quint8>();
         verdict.accepted = (flags & verdictFlag::Accepted) != 0;
         verdict.present = (flags & verdictFlag::Present) != 0;
         verdict.reason = in.GetText();
-        verdict.presentValues.resize(in.GetCount(1));
+        const quint32 count = in.GetCount(1);
+        if ((values += count) > kMaxPresentValues)
+            Malformed(u"outcome of more than %1 values"_s.arg(kMaxPresentValues));
+        verdict.presentValues.resize(count);
         for (Value& value : verdict.presentValues)
             value = GetValue(in);
     }
@@ -351,9 +359,11 @@ Error DecodeError(const Frame& frame)
     const auto kind = in.Get<quint8>();
     if (kind < quint8(ErrorKind::Connection) || kind > quint8(ErrorKind::Usage))
         Malformed(u"unknown kind of error %1"_s.arg(kind));
-    const QString message = in.GetText();
+    QString message = in.GetText();
     const QString sqlText = in.GetText();
     in.Finish();
+    if (message.size() > kMostShown)
+        message = message.first(kMostShown) + u"……"_s;
     return Error(static_cast<ErrorKind>(kind), message, sqlText);
 }
 

@@ -20,6 +20,7 @@ enum class ErrorKind : quint8 {
     Limit = 8, // too many rows, bytes, sessions, or too much time
     Storage = 9, // the database failed: disk full, read-only, damaged
     Usage = 10, // the caller misused an interface (unknown field, closed dataset)
+    Cancelled = 11, // the user gave the request up; never sent
 };
 
 // Every failure of server, connection and dataset. `what()` is the UTF-8 of `Message()`.

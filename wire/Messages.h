@@ -4,6 +4,7 @@
 #include "wire/Error.h"
 
 #include <array>
+#include <functional>
 
 namespace wire {
 
@@ -26,7 +27,7 @@ struct RowChange {
 
 // The largest change log: a row counts as the cells it carries, at least one.
 inline constexpr qint64 kMaxChangedCells = 2'000'000;
-inline constexpr qint64 kMaxChangeColumns = 65'536; // what CellChange::column can tell apart
+inline constexpr qint64 kMaxColumns = 65'536; // what CellChange::column can tell apart, of results too
 
 struct ChangeLog {
     QString commandText; // the query that the rows were read with; names the table
@@ -111,6 +112,10 @@ public:
     virtual void Disconnect() noexcept = 0;
     virtual bool IsConnected() const noexcept = 0;
     virtual Reply Exchange(const Request& request, ReplySink& sink) = 0;
+
+    // Asked about every 50 ms, on the waiting thread, while a connection or a reply is waited for; not at all
+    // where either comes sooner. False gives it up with Error(Cancelled); the server's work on it is stopped.
+    std::function<bool()> KeepWaiting;
 };
 
 } // namespace wire

@@ -7,9 +7,7 @@ using namespace Qt::Literals::StringLiterals;
 
 void OpenQuery(TClientDataSetEx& dataSet, const QString& sqlText)
 {
-    dataSet.Close();
-    dataSet.SetCommandText(sqlText);
-    dataSet.Open();
+    dataSet.OpenQuery(sqlText);
 }
 
 qint64 ExecuteStatement(TClientDataSetEx& dataSet, const QString& sqlText)

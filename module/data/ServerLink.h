@@ -6,7 +6,8 @@
 
 // How SQL text reaches the server. All raise wire::Error with the server's message.
 
-// Closes the dataset, sets the text, opens it: the rows replace its contents.
+// Closes the dataset, sets the text, opens it: the rows replace its contents. A query that fails leaves rows,
+// edits and text as they were.
 void OpenQuery(TClientDataSetEx& dataSet, const QString& sqlText);
 // Closes the dataset, sets the text, runs it; gives the number of rows changed.
 qint64 ExecuteStatement(TClientDataSetEx& dataSet, const QString& sqlText);

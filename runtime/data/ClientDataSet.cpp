@@ -8,7 +8,7 @@ using namespace Qt::Literals::StringLiterals;
 // Takes a query's rows into the store as they arrive.
 class TClientDataSetEx::Private::OpeningSink final : public wire::ReplySink {
 public:
-    explicit OpeningSink(Private& target)
+    explicit OpeningSink(RowStore& target)
         : target_(target)
     {
     }
@@ -17,11 +17,11 @@ public:
         target_.Begin(*infos);
         described_ = true;
     }
-    void Rows(std::vector<wire::Column> block) override { target_.rows.Adopt(std::move(block)); }
+    void Rows(std::vector<wire::Column> block) override { target_.Adopt(std::move(block)); }
     bool Described() const noexcept { return described_; }
 
 private:
-    Private& target_;
+    RowStore& target_;
     bool described_ = false;
 };
 
@@ -81,30 +81,42 @@ const QString& TClientDataSetEx::CommandText() const noexcept
 
 // --- Opening and closing ---
 
+RowStore TClientDataSetEx::Private::Fetched(const QString& sqlText)
+{
+    RequireConnection();
+    if (sqlText.isEmpty())
+        RaiseUsage(u"数据集没有命令文本！"_s);
+    wire::Request request;
+    request.kind = wire::RequestKind::Query;
+    request.text = sqlText;
+    RowStore fetched;
+    OpeningSink sink(fetched);
+    connection->Send(request, sink);
+    if (!sink.Described())
+        throw wire::Error(wire::ErrorKind::Protocol, u"服务器没有返回列说明！"_s, sqlText);
+    return fetched;
+}
+
 void TClientDataSetEx::Open()
 {
     if (Active())
         return;
-    d_->RequireConnection();
-    if (d_->commandText.isEmpty())
-        RaiseUsage(u"数据集没有命令文本！"_s);
     Run(BeforeOpen);
-    try {
-        wire::Request request;
-        request.kind = wire::RequestKind::Query;
-        request.text = d_->commandText;
-        Private::OpeningSink sink(*d_);
-        d_->connection->Send(request, sink);
-        if (!sink.Described())
-            throw wire::Error(wire::ErrorKind::Protocol, u"服务器没有返回列说明！"_s, d_->commandText);
-        d_->FinishOpen();
-    } catch (...) {
-        d_->Abandon();
-        throw;
+    d_->OpenOn(d_->Fetched(d_->commandText));
+}
+
+void TClientDataSetEx::OpenQuery(const QString& sqlText)
+{
+    if (!Active()) {
+        SetCommandText(sqlText);
+        Open();
+        return;
     }
-    Run(AfterOpen);
-    if (d_->cursor >= 0)
-        Run(AfterScroll);
+    RowStore fetched = d_->Fetched(sqlText);
+    Close();
+    SetCommandText(sqlText);
+    Run(BeforeOpen);
+    d_->OpenOn(std::move(fetched));
 }
 
 void TClientDataSetEx::Close() noexcept
@@ -140,8 +152,7 @@ qint64 TClientDataSetEx::Execute()
 
 void TClientDataSetEx::Refresh()
 {
-    Close();
-    Open();
+    OpenQuery(QString(d_->commandText));
 }
 
 void TClientDataSetEx::CreateDataSet(std::vector<wire::ColumnInfo> columns)
@@ -157,48 +168,48 @@ void TClientDataSetEx::OpenRows(wire::RowSet rows)
 {
     Close();
     Run(BeforeOpen);
+    RowStore given;
+    given.Begin(std::move(rows.infos));
+    given.Adopt(std::move(rows.columns));
+    d_->OpenOn(std::move(given));
+}
+
+// Not announced before everything is in place; where that fails, the dataset is closed.
+void TClientDataSetEx::Private::OpenOn(RowStore fetched)
+{
+    const bool sameColumns = fetched.Infos() == rows.Infos();
+    rows = std::move(fetched);
+    if (!sameColumns) {
+        names.Build(rows.Infos());
+        fields.clear();
+        fields.reserve(rows.Infos().size());
+        for (int i = 0; i < rows.FieldCount(); ++i)
+            fields.push_back(TField(q, i));
+    }
     try {
-        d_->Begin(std::move(rows.infos));
-        d_->rows.Adopt(std::move(rows.columns));
-        d_->FinishOpen();
+        ++generation;
+        state = TDataSetState::Browse;
+        if (indexName.isEmpty() && !filtered) {
+            view.SetAll(rows.RowCount());
+            MoveTo(rows.RowCount() > 0 ? 0 : -1, true, rows.RowCount() == 0);
+        } else {
+            if (filtered)
+                filter.Bind(rows, names);
+            for (const SortKey& key : ActiveKeys())
+                if (key.field < 0)
+                    indexName.clear(); // an order over fields that this result lacks
+            RebuildView(kNoRow);
+        }
+        SetState(TDataSetState::Browse);
+        NotifyReset();
+        NotifyMoved();
     } catch (...) {
-        d_->Abandon();
+        Abandon();
         throw;
     }
-    Run(AfterOpen);
-    if (d_->cursor >= 0)
-        Run(AfterScroll);
-}
-
-void TClientDataSetEx::Private::Begin(std::vector<wire::ColumnInfo> infos)
-{
-    if (!rows.Begin(std::move(infos)))
-        return;
-    names.Build(rows.Infos());
-    fields.clear();
-    fields.reserve(rows.Infos().size());
-    for (int i = 0; i < rows.FieldCount(); ++i)
-        fields.push_back(TField(q, i));
-}
-
-void TClientDataSetEx::Private::FinishOpen()
-{
-    ++generation;
-    state = TDataSetState::Browse; // not announced before everything is in place
-    if (indexName.isEmpty() && !filtered) {
-        view.SetAll(rows.RowCount());
-        MoveTo(rows.RowCount() > 0 ? 0 : -1, true, rows.RowCount() == 0);
-    } else {
-        if (filtered)
-            filter.Bind(rows, names);
-        for (const SortKey& key : ActiveKeys())
-            if (key.field < 0)
-                indexName.clear(); // an order over fields that this result lacks
-        RebuildView(kNoRow);
-    }
-    SetState(TDataSetState::Browse);
-    NotifyReset();
-    NotifyMoved();
+    Run(q->AfterOpen);
+    if (cursor >= 0)
+        Run(q->AfterScroll);
 }
 
 void TClientDataSetEx::Private::Abandon() noexcept

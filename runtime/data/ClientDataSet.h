@@ -88,7 +88,10 @@ public:
     bool Active() const noexcept;
     // Runs the command text as a statement that returns no rows; gives the number of rows changed.
     qint64 Execute();
-    // Close, then Open.
+    // Closes, sets the text and opens, as one step: rows, edits and text of before stay until the new rows
+    // are there, so that a query which fails or is given up (EAbort) has changed nothing.
+    void OpenQuery(const QString& sqlText);
+    // The same with the present text.
     void Refresh();
 
     // Columns without rows, for datasets that hold what the client makes itself.

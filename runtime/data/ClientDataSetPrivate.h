@@ -69,8 +69,8 @@ public:
     bool PendingDiffers() const;
 
     // Opening and closing.
-    void Begin(std::vector<wire::ColumnInfo> infos);
-    void FinishOpen();
+    RowStore Fetched(const QString& sqlText);
+    void OpenOn(RowStore fetched);
     void Abandon() noexcept;
 
     // Posts, or drops where nothing was typed, what is being edited; before the cursor may leave the row.

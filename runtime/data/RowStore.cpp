@@ -8,6 +8,9 @@ namespace {
 
 const wire::Value kNull;
 
+// Far above what servers send: one that never ends its reply must not fill this machine's memory.
+constexpr RowNumber kMostRows = 20'000'000;
+
 size_t ValueMemory(const wire::Value& value) noexcept
 {
     const auto* text = std::get_if<QString>(&value);
@@ -24,21 +27,15 @@ size_t Cells::MemoryUse() const noexcept
     return bytes;
 }
 
-bool RowStore::Begin(std::vector<wire::ColumnInfo> infos)
+void RowStore::Begin(std::vector<wire::ColumnInfo> infos)
 {
-    Clear();
-    const bool same = infos == infos_;
-    if (!same) {
-        infos_ = std::move(infos);
-        sentFields_.clear();
-        for (size_t field = 0; field < infos_.size(); ++field)
-            if (infos_[field].stored)
-                sentFields_.push_back(static_cast<int>(field));
-    }
+    infos_ = std::move(infos);
+    for (size_t field = 0; field < infos_.size(); ++field)
+        if (infos_[field].stored)
+            sentFields_.push_back(static_cast<int>(field));
     columns_.reserve(infos_.size());
     for (const wire::ColumnInfo& info : infos_)
         columns_.emplace_back(info.type);
-    return !same;
 }
 
 void RowStore::Adopt(std::vector<wire::Column> block)
@@ -51,6 +48,8 @@ void RowStore::Adopt(std::vector<wire::Column> block)
     if (block.empty())
         return;
     const auto count = static_cast<RowNumber>(block[0].RowCount());
+    if (count > kMostRows - baseCount_)
+        throw wire::Error(wire::ErrorKind::Limit, u"查询结果超过%1行，请缩小查询范围！"_s.arg(kMostRows));
     if (baseCount_ == 0)
         columns_ = std::move(block);
     else

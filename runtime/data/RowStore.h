@@ -24,11 +24,11 @@ struct Rejection {
 // never changes. A row without edits costs nothing beyond its columns.
 class RowStore {
 public:
-    // Starts anew, without rows. False when the columns are the same as before.
-    bool Begin(std::vector<wire::ColumnInfo> infos);
+    // Gives a new store its columns.
+    void Begin(std::vector<wire::ColumnInfo> infos);
     // Adopts rows; raises wire::Error (Protocol) when they do not fit the columns.
     void Adopt(std::vector<wire::Column> block);
-    // No rows, columns kept for the next `Begin` to compare.
+    // No rows; the columns stay known.
     void Clear() noexcept;
 
     const std::vector<wire::ColumnInfo>& Infos() const noexcept { return infos_; }

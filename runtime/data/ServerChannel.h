@@ -4,11 +4,15 @@
 #include "wire/Frame.h"
 #include "wire/SocketStream.h"
 
+#include <functional>
+
 // An open connection to one server as a sequence of frames, waited for on the caller's thread.
 class TServerChannel : public wire::FrameChannel {
 public:
     // Connects, encrypted where the options ask for it. Raises wire::Error as MakeTcpTransport says.
-    TServerChannel(const TServerAddress& address, const TConnectOptions& options, int connectTimeout);
+    // `keepWaiting` as wire::Transport's, none where the caller has nothing else to look after.
+    TServerChannel(const TServerAddress& address, const TConnectOptions& options, int connectTimeout,
+        std::function<bool()> keepWaiting = {});
     ~TServerChannel() override;
 
     // How long each following read may wait, in milliseconds.
@@ -21,7 +25,10 @@ public:
 private:
     qsizetype ReadSome(char* to, qsizetype size, bool idle) override;
     void WriteAll(const char* bytes, qsizetype size) override;
+    template <typename F> auto Guarded(F&& work) const;
 
+    const QString address_;
+    const std::function<bool()> keepWaiting_;
     wire::SocketStream stream_;
     int replyTimeout_;
 };

@@ -1,14 +1,17 @@
 #include "runtime/data/SocketConnection.h"
 
+#include "runtime/data/ClientDataSet.h"
 #include "runtime/data/TcpTransport.h"
 
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QRandomGenerator>
+#include <QScopeGuard>
 #include <QThread>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstring>
 #include <optional>
 
@@ -24,6 +27,14 @@ constexpr qint64 kClockLifetime = 60'000;
 // Between two looks for a server, in milliseconds; each is twice as long as the one before.
 constexpr unsigned kFirstPause = 100;
 constexpr unsigned kLongestPause = 1'600;
+// How long a server that nobody could reach counts as unreachable, in milliseconds.
+constexpr qint64 kUnreachableTime = 5'000;
+// A request that takes longer is told of, in milliseconds; and how often.
+constexpr qint64 kLongWait = 500;
+constexpr qint64 kTellInterval = 50;
+
+// Set while windows are looked after: what their events ask for must not get between request and reply.
+thread_local bool windowsHaveTheirTurn = false;
 
 // Passes everything on and remembers whether there was anything: a reply that has begun cannot be repeated.
 class WatchedSink : public wire::ReplySink {
@@ -56,6 +67,12 @@ public:
     void Rows(std::vector<wire::Column>) override { }
 };
 
+quint64 NextLoginSerial()
+{
+    static std::atomic<quint64> last{0};
+    return ++last;
+}
+
 bool IsRepeatable(RequestKind kind)
 {
     return kind == RequestKind::Query || kind == RequestKind::Clock || kind == RequestKind::ApplyUpdates;
@@ -77,7 +94,32 @@ public:
     wire::Reply Exchange(const wire::Request& request, wire::ReplySink& sink);
     wire::Reply ExchangeTraced(const wire::Request& request, wire::ReplySink& sink);
     void TellConnected();
+    void TellTransport();
+    bool KeepWaiting();
+    void Pause(qint64 milliseconds);
 
+    // The time that a caller waits for one request, with everything that it takes.
+    class Wait {
+    public:
+        Wait(Private& connection, RequestKind kind)
+            : connection_(connection)
+        {
+            connection_.waitsFor_ = kind;
+            connection_.sinceSent_.start();
+        }
+        ~Wait()
+        {
+            if (std::exchange(connection_.toldOfWait_, false))
+                connection_.waiting_->Over();
+        }
+        Q_DISABLE_COPY_MOVE(Wait)
+
+    private:
+        Private& connection_;
+    };
+
+    TWaiting* waiting_ = nullptr;
+    QElapsedTimer sinceNobodyAnswered_;
     std::unique_ptr<wire::Transport> transport_;
     bool ownTransport_ = false; // made from host and port, which may have changed by the next `Open`
     std::optional<wire::Request> login_; // while open: logs in again after the connection broke
@@ -85,6 +127,7 @@ public:
     wire::DateTime reportedTime_;
     QElapsedTimer sinceReport_;
     wire::ApplyName name_;
+    quint64 loginSerial_ = NextLoginSerial();
 
 private:
     wire::Reply Sent(const wire::Request& request, wire::ReplySink& sink);
@@ -92,13 +135,51 @@ private:
 
     TSocketConnectionEx* connection_;
     bool toldConnected_ = false;
+    RequestKind waitsFor_ = RequestKind::Clock;
+    QElapsedTimer sinceSent_;
+    bool toldOfWait_ = false;
 };
+
+void TSocketConnectionEx::Private::TellTransport()
+{
+    if (!transport_)
+        return;
+    if (waiting_ != nullptr)
+        transport_->KeepWaiting = [this] { return KeepWaiting(); };
+    else
+        transport_->KeepWaiting = nullptr;
+}
+
+// False where the user gives the request up. Only what changes nothing may be given up: of anything else the
+// outcome must be known.
+bool TSocketConnectionEx::Private::KeepWaiting()
+{
+    const qint64 elapsed = sinceSent_.elapsed();
+    if (waiting_ == nullptr || windowsHaveTheirTurn || elapsed < kLongWait)
+        return true;
+    const bool cancellable = waitsFor_ == RequestKind::Query;
+    toldOfWait_ = true;
+    windowsHaveTheirTurn = true;
+    const auto turnOver = qScopeGuard([] { windowsHaveTheirTurn = false; });
+    return waiting_->KeepWaiting({waitsFor_, elapsed, cancellable}) || !cancellable;
+}
+
+void TSocketConnectionEx::Private::Pause(qint64 milliseconds)
+{
+    for (QDeadlineTimer end(milliseconds); !end.hasExpired();) {
+        const qint64 step = waiting_ ? std::min(kTellInterval, end.remainingTime()) : end.remainingTime();
+        QThread::msleep(static_cast<unsigned long>(step));
+        if (!KeepWaiting())
+            throw Error(ErrorKind::Cancelled, u"已取消"_s);
+    }
+}
 
 wire::Reply TSocketConnectionEx::Private::Sent(const wire::Request& request, wire::ReplySink& sink)
 {
     wire::Reply reply = transport_->Exchange(request, sink);
     reportedTime_ = reply.serverTime;
     sinceReport_.start();
+    sinceNobodyAnswered_.invalidate();
     return reply;
 }
 
@@ -136,7 +217,8 @@ int TSocketConnectionEx::Private::PatienceWith(RequestKind kind) const
 
 wire::Reply TSocketConnectionEx::Private::Exchange(const wire::Request& request, wire::ReplySink& sink)
 {
-    const QDeadlineTimer patience(PatienceWith(request.kind));
+    const bool hopeless = request.kind == RequestKind::Query && connection_->Unreachable();
+    const QDeadlineTimer patience(hopeless ? 0 : PatienceWith(request.kind));
     WatchedSink watched(sink);
     for (unsigned pause = 0;;) {
         const bool wasConnected = transport_->IsConnected();
@@ -148,14 +230,17 @@ wire::Reply TSocketConnectionEx::Private::Exchange(const wire::Request& request,
             return Sent(request, watched);
         } catch (const Error& error) {
             if (error.Kind() != ErrorKind::Connection || !watched.Untouched()
-                || (sent && !IsRepeatable(request.kind)) || (!wasConnected && patience.hasExpired()))
+                || (sent && !IsRepeatable(request.kind)) || (!wasConnected && patience.hasExpired())) {
+                if (error.Kind() == ErrorKind::Connection && !sent)
+                    sinceNobodyAnswered_.start();
                 throw;
+            }
         }
         transport_->Disconnect();
         // A connection that broke since its last use is mended at once; a server that is gone is given time.
         if (!wasConnected) {
             pause = std::clamp(pause * 2, kFirstPause, kLongestPause);
-            QThread::msleep(static_cast<unsigned long>(std::min<qint64>(pause, patience.remainingTime())));
+            Pause(std::min<qint64>(pause, patience.remainingTime()));
         }
     }
 }
@@ -216,6 +301,8 @@ void TSocketConnectionEx::Private::TellConnected()
         Q_EMIT connection_->ConnectedChanged(connected);
 }
 
+TWaiting::~TWaiting() = default;
+
 TSocketConnectionEx::TSocketConnectionEx(QObject* owner)
     : QObject(owner)
     , d_(std::make_unique<Private>(this))
@@ -233,6 +320,18 @@ void TSocketConnectionEx::SetTransport(std::unique_ptr<wire::Transport> transpor
     Close();
     d_->transport_ = std::move(transport);
     d_->ownTransport_ = false;
+    d_->TellTransport();
+}
+
+void TSocketConnectionEx::SetWaiting(TWaiting* waiting)
+{
+    d_->waiting_ = waiting;
+    d_->TellTransport();
+}
+
+bool TSocketConnectionEx::Unreachable() const noexcept
+{
+    return d_->sinceNobodyAnswered_.isValid() && d_->sinceNobodyAnswered_.elapsed() < kUnreachableTime;
 }
 
 void TSocketConnectionEx::Open(const QString& account, const QString& password)
@@ -241,6 +340,7 @@ void TSocketConnectionEx::Open(const QString& account, const QString& password)
     if (!d_->transport_ || d_->ownTransport_) {
         d_->transport_ = MakeTcpTransport(Host, Port);
         d_->ownTransport_ = true;
+        d_->TellTransport();
     }
     wire::Request login;
     login.kind = RequestKind::Login;
@@ -248,11 +348,13 @@ void TSocketConnectionEx::Open(const QString& account, const QString& password)
     login.password = password;
     d_->login_ = std::move(login);
     try {
+        const Private::Wait wait(*d_, RequestKind::Login);
         d_->LogIn();
     } catch (...) {
         d_->login_.reset();
         throw;
     }
+    d_->loginSerial_ = NextLoginSerial();
     d_->TellConnected();
 }
 
@@ -275,6 +377,11 @@ const wire::Identity& TSocketConnectionEx::Identity() const noexcept
     return d_->identity_;
 }
 
+quint64 TSocketConnectionEx::LoginSerial() const noexcept
+{
+    return d_->loginSerial_;
+}
+
 wire::DateTime TSocketConnectionEx::ServerTime()
 {
     if (!d_->sinceReport_.isValid() || d_->sinceReport_.elapsed() >= kClockLifetime) {
@@ -288,12 +395,24 @@ wire::DateTime TSocketConnectionEx::ServerTime()
 
 wire::Reply TSocketConnectionEx::Send(const wire::Request& request, wire::ReplySink& sink)
 {
+    if (windowsHaveTheirTurn)
+        Abort();
     if (!d_->login_)
         throw Error(ErrorKind::Connection, u"尚未登录服务器！"_s);
+    const auto exchange = [&] {
+        const Private::Wait wait(*d_, request.kind);
+        return d_->ExchangeTraced(request, sink);
+    };
     try {
-        wire::Reply reply = d_->ExchangeTraced(request, sink);
+        wire::Reply reply = exchange();
         d_->TellConnected();
         return reply;
+    } catch (const Error& error) {
+        // The connection of a request that was given up is closed on purpose, and opened again with the next.
+        if (error.Kind() == ErrorKind::Cancelled)
+            Abort();
+        d_->TellConnected();
+        throw;
     } catch (...) {
         d_->TellConnected();
         throw;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "runtime/Export.h"
-#include "wire/Messages.h"
+#include "runtime/data/Waiting.h"
 
 #include <QObject>
 
@@ -42,6 +42,9 @@ public:
     int QueryPatience = 2'000;
     int SavePatience = 10'000;
 
+    // Who is told while a request takes long, and may give a query up; not owned, must outlive the
+    // connection's use. Without one a request simply blocks.
+    void SetWaiting(TWaiting* waiting);
     // Takes another way to the server, replacing host and port; closes the present connection.
     void SetTransport(std::unique_ptr<wire::Transport> transport);
 
@@ -50,11 +53,19 @@ public:
     void Close() noexcept;
     bool Connected() const noexcept;
     const wire::Identity& Identity() const noexcept;
+    // Differs between any two logins of the process, also on one object and where one object takes the place
+    // of another; logging in again after a break is no other login.
+    quint64 LoginSerial() const noexcept;
     // The server's clock as of now: its last reported time moved on by this machine's steady clock; asks the
     // server when it has not reported for a minute. Raises wire::Error.
     wire::DateTime ServerTime();
 
-    // Raises wire::Error. The sink is called before this returns, never after.
+    // Nobody has answered for a few seconds. Queries then try once and without patience; what asks by itself,
+    // without a click, had better not ask.
+    bool Unreachable() const noexcept;
+
+    // Raises wire::Error, and EAbort where the user gave the request up. The sink is called before this
+    // returns, never after.
     wire::Reply Send(const wire::Request& request, wire::ReplySink& sink);
     // A name for the next apply-updates; keep it until its outcome is known.
     wire::ApplyName NextApplyName();

@@ -59,12 +59,14 @@ void TcpTransport::Connect()
         const size_t at = next_ % count;
         const TServerAddress& address = options_.addresses[at];
         try {
-            channel_ = std::make_unique<TServerChannel>(address, options_, timeout);
+            channel_ = std::make_unique<TServerChannel>(address, options_, timeout, KeepWaiting);
             number_ = 0;
             next_ = at;
             *options_.lastGood = at;
             return;
         } catch (const Error& error) {
+            if (error.Kind() == ErrorKind::Cancelled)
+                throw;
             problems.append(u"%1：%2"_s.arg(address.Text(), error.Message()));
             if (error.Kind() == ErrorKind::Connection)
                 kind = ErrorKind::Connection;
@@ -114,6 +116,8 @@ std::variant<wire::Reply, Error> TcpTransport::ReadReply(wire::ReplySink& sink)
             throw Error(ErrorKind::Protocol, u"服务器的应答与请求不符！"_s);
         switch (frame_.header.kind) {
         case wire::FrameKind::Columns:
+            if (infos)
+                throw Error(ErrorKind::Protocol, u"服务器的应答有两份列信息！"_s);
             infos = known_.Decode(frame_);
             sink.Columns(*infos);
             break;

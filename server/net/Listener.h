@@ -26,7 +26,7 @@ struct ListenerOptions {
     int loginTimeout = 60'000; // from connecting, over the TLS handshake, to being logged in
     int frameTimeout = 30'000; // without a byte inside a frame, and without progress when sending
     int idleTimeout = 12 * 3600'000; // between two requests; clients reconnect by themselves
-    int watchInterval = 2'000; // how often clients of long requests are looked after
+    int watchInterval = 500; // how often clients of long requests are looked after
     int stopTimeout = 30'000; // what still runs then is interrupted
     // Takes the lines and figures: who connects and leaves, and each refusal.
     monitoring::MonitorPtr monitor = std::make_shared<monitoring::Monitor>();

@@ -5,6 +5,8 @@
 #include "server/provider/Outcomes.h"
 #include "server/refusal/UserTexts.h"
 
+#include <QScopeGuard>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace server {
@@ -34,7 +36,17 @@ public:
     {
         if (!session_)
             throw wire::Error(wire::ErrorKind::Connection, texts::NotConnected());
-        return session_->Handle(request, sink);
+        bool cancelled = false;
+        if (KeepWaiting)
+            session_->OnWait = [&] { return !(cancelled = cancelled || !KeepWaiting()); };
+        const auto over = qScopeGuard([this] { session_->OnWait = nullptr; });
+        try {
+            return session_->Handle(request, sink);
+        } catch (const wire::Error&) {
+            if (cancelled)
+                throw wire::Error(wire::ErrorKind::Cancelled, texts::Cancelled());
+            throw;
+        }
     }
 
 private:

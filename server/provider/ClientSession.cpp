@@ -8,18 +8,28 @@
 #include "server/storage/OwnTables.h"
 
 #include <chrono>
+#include <thread>
 
 using namespace Qt::Literals::StringLiterals;
 using storage::ConnectionPool;
 
 namespace server {
+namespace {
+
+constexpr std::chrono::milliseconds kAskInterval(50);
+
+} // namespace
+
 // Ends what runs on a connection when its client is gone or its time is over.
 class ClientSession::Watch final : public storage::StopSignal {
 public:
     Watch(ClientSession& session, storage::Connection& connection)
         : session_(session)
         , connection_(connection)
-        , end_(std::chrono::steady_clock::now() + std::chrono::seconds(session.server_.options.maxSeconds))
+        , thread_(std::this_thread::get_id())
+        , begin_(std::chrono::steady_clock::now())
+        , end_(begin_ + std::chrono::seconds(session.server_.options.maxSeconds))
+        , nextAsk_(begin_ + kAskInterval)
     {
         connection_.SetStop(this);
     }
@@ -29,7 +39,14 @@ public:
 
     bool ShouldStop() noexcept override
     {
-        timeOver_ = std::chrono::steady_clock::now() > end_;
+        const auto now = std::chrono::steady_clock::now();
+        timeOver_ = now > end_;
+        // A database may ask from a thread of its own.
+        if (session_.OnWait && now >= nextAsk_ && std::this_thread::get_id() == thread_) {
+            if (!session_.OnWait())
+                session_.interrupted_ = true;
+            nextAsk_ = std::chrono::steady_clock::now() + kAskInterval;
+        }
         return timeOver_ || session_.interrupted_;
     }
     bool TimeIsOver() const noexcept { return timeOver_; }
@@ -37,7 +54,10 @@ public:
 private:
     ClientSession& session_;
     storage::Connection& connection_;
-    std::chrono::steady_clock::time_point end_;
+    const std::thread::id thread_;
+    const std::chrono::steady_clock::time_point begin_;
+    const std::chrono::steady_clock::time_point end_;
+    std::chrono::steady_clock::time_point nextAsk_;
     std::atomic<bool> timeOver_{false};
 };
 

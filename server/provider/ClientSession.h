@@ -18,6 +18,8 @@ public:
     wire::Reply Handle(const wire::Request& request, wire::ReplySink& sink) override;
     const wire::Identity& Identity() const noexcept override { return identity_; }
     void Interrupt() noexcept override { interrupted_ = true; }
+    // Asked about every 50 ms by what runs long on the session's own thread; false interrupts it.
+    std::function<bool()> OnWait;
 
 private:
     class Watch;

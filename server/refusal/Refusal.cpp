@@ -33,6 +33,7 @@ std::optional<RefusalReason> RefusalOf(const wire::Error& error) noexcept
         return RefusalReason::Size;
     case wire::ErrorKind::Connection:
     case wire::ErrorKind::Storage:
+    case wire::ErrorKind::Cancelled:
         break;
     }
     return std::nullopt;

@@ -73,6 +73,10 @@ inline QString TimeOver(int seconds)
 {
     return QStringLiteral("执行时间超过%1秒，已停止，请缩小查询范围！").arg(seconds);
 }
+inline QString Cancelled()
+{
+    return QStringLiteral("已取消");
+}
 inline QString Interrupted()
 {
     return QStringLiteral("操作已被中断！");

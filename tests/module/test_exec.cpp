@@ -120,8 +120,16 @@ TEST_F(Exec, AnotherLoginHasItsOwnCustomers)
     const QString first = call(host.Connection);
     host.DataSet(u"ownerCustomer"_s).OpenRows(customers(u"K2"_s));
     EXPECT_EQ(call(host.Connection), first) << "a snapshot";
-    TSocketConnectionEx other;
-    EXPECT_EQ(call(other), u"K2"_s);
+    auto other = std::make_unique<TSocketConnectionEx>();
+    EXPECT_EQ(call(*other), u"K2"_s);
+    // Whether the object of the login before still lives, and whether it is another object at all, says
+    // nothing.
+    host.DataSet(u"ownerCustomer"_s).OpenRows(customers(u"K3"_s));
+    other.reset();
+    EXPECT_EQ(call(host.Connection), u"K3"_s);
+    host.DataSet(u"ownerCustomer"_s).OpenRows(customers(u"K4"_s));
+    host.Connection.Open(u"next"_s, u"next"_s);
+    EXPECT_EQ(call(host.Connection), u"K4"_s);
 }
 
 TEST_F(Exec, AdoptsTheHostsObjectsOnEveryCall)

@@ -3,6 +3,7 @@
 // Small tables for dataset tests.
 
 #include "runtime/data/ClientDataSet.h"
+#include "tests/support/FakeServer.h"
 
 #include <gtest/gtest.h>
 
@@ -64,18 +65,6 @@ inline wire::Value D(int year, int month, int day)
     return wire::DateTime::FromParts(year, month, day);
 }
 inline const wire::Value Null;
-
-inline wire::RowSet MakeRows(std::vector<wire::ColumnInfo> infos, const std::vector<Row>& rows)
-{
-    wire::RowSet set;
-    set.infos = std::move(infos);
-    for (size_t field = 0; field < set.infos.size(); ++field) {
-        wire::Column& column = set.columns.emplace_back(set.infos[field].type);
-        for (const Row& row : rows)
-            column.AppendValue(row[field]);
-    }
-    return set;
-}
 
 inline wire::RowSet ThreeOrders()
 {

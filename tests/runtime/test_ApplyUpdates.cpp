@@ -1,10 +1,98 @@
 // Saving: verdicts, lost requests and replies, edits made in between.
 
-#include "tests/runtime/FakeServer.h"
+#include "runtime/data/SocketConnection.h"
+#include "tests/runtime/DataSetRows.h"
+
+#include <map>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+// A table of orders on a server: applies changes as the real one does.
+struct Table {
+    std::vector<wire::ColumnInfo> infos = OrderColumns();
+    std::map<QString, Row> rows; // by key
+    std::map<QString, QString> refusals; // key → reason
+    int applied = 0; // row changes stored, ever
+
+    wire::RowSet Rows() const
+    {
+        std::vector<Row> all;
+        for (const auto& [key, row] : rows)
+            all.push_back(row);
+        return MakeRows(infos, all);
+    }
+    wire::ApplyOutcome Apply(const wire::Request& request)
+    {
+        const std::map<QString, Row> before = rows;
+        const int appliedBefore = applied;
+        wire::ApplyOutcome outcome;
+        for (const wire::RowChange& change : request.changes.rows)
+            outcome.rows.push_back(ApplyRow(request.changes, change));
+        if (request.maxErrors >= 0 && outcome.Rejected() > request.maxErrors) {
+            rows = before;
+            applied = appliedBefore;
+            outcome.rolledBack = true;
+            for (wire::RowVerdict& verdict : outcome.rows) {
+                if (verdict.accepted)
+                    verdict.reason = QStringLiteral("undone with others");
+                verdict.accepted = false;
+            }
+        }
+        return outcome;
+    }
+
+    wire::RowVerdict ApplyRow(const wire::ChangeLog& log, const wire::RowChange& change)
+    {
+        wire::RowVerdict verdict;
+        verdict.rowId = change.rowId;
+        const auto fieldOf = [&](quint16 column) {
+            for (size_t i = 0; i < infos.size(); ++i)
+                if (infos[i].name == log.columns[column].name)
+                    return i;
+            ADD_FAILURE() << "unknown column";
+            return size_t{0};
+        };
+        QString oldKey;
+        Row row(infos.size());
+        for (const wire::CellChange& cell : change.cells)
+            if (log.columns[cell.column].key)
+                oldKey = wire::ToText(change.kind == wire::ChangeKind::Insert ? cell.current : cell.original);
+        const auto refuse = [&](const QString& reason) {
+            verdict.reason = reason;
+            if (const auto found = rows.find(oldKey); found != rows.end()) {
+                verdict.present = true;
+                for (quint16 i = 0; i < log.columns.size(); ++i)
+                    verdict.presentValues.push_back(found->second[fieldOf(i)]);
+            }
+            return verdict;
+        };
+        if (const auto refusal = refusals.find(oldKey); refusal != refusals.end())
+            return refuse(refusal->second);
+        const auto found = rows.find(oldKey);
+        if (change.kind == wire::ChangeKind::Insert) {
+            if (found != rows.end())
+                return refuse(QStringLiteral("duplicate"));
+        } else {
+            if (found == rows.end())
+                return refuse(QStringLiteral("gone"));
+            row = found->second;
+            for (const wire::CellChange& cell : change.cells)
+                if (!wire::SameValue(row[fieldOf(cell.column)], cell.original))
+                    return refuse(QStringLiteral("changed by another"));
+        }
+        for (const wire::CellChange& cell : change.cells)
+            row[fieldOf(cell.column)] = cell.current;
+        if (change.kind != wire::ChangeKind::Insert)
+            rows.erase(oldKey);
+        if (change.kind != wire::ChangeKind::Delete)
+            rows[wire::ToText(row[0])] = row;
+        verdict.accepted = true;
+        ++applied;
+        return verdict;
+    }
+};
 
 class ApplyUpdatesTest : public testing::Test {
 protected:
@@ -15,20 +103,22 @@ protected:
             Row values;
             for (const wire::Column& column : orders.columns)
                 values.push_back(column.ValueAt(row));
-            server.rows[wire::ToText(values[0])] = values;
+            table.rows[wire::ToText(values[0])] = values;
         }
-        auto way = std::make_unique<FakeTransport>(server);
-        transport = way.get();
-        connection.SetTransport(std::move(way));
+        server.OnQuery = [this](const QString&) { return table.Rows(); };
+        server.OnExecute = [](const QString&) { return 7; };
+        server.OnSave = [this](const wire::Request& request) { return table.Apply(request); };
+        connection.SetTransport(server.MakeTransport());
         connection.SavePatience = 0; // sent twice, then given up
         connection.Open(u"account"_s, u"password"_s);
         set.SetRemoteServer(&connection);
         set.SetCommandText(u"select * from orders"_s);
         set.Open();
+        server.Requests.clear();
     }
 
     void Go(const char16_t* id) { ASSERT_TRUE(set.Locate(u"ID", {T(id)})) << QString::fromUtf16(id); }
-    void Put(const char16_t* id, const QString& field, const wire::Value& value)
+    void Put(const char16_t* id, QStringView field, const wire::Value& value)
     {
         Go(id);
         set.SetFieldAndPost(field, value);
@@ -44,27 +134,27 @@ protected:
         return RaisedBy([&] { set.ApplyUpdates(maxErrors); });
     }
     // Every sending the connection itself makes is lost, too.
-    void LoseReplies() { transport->faults = {Fault::LoseReply, Fault::LoseRequest}; }
-    void LoseRequests() { transport->faults = {Fault::LoseRequest, Fault::LoseRequest}; }
-    wire::Value OnServer(const QString& id, size_t field) { return server.rows.at(id)[field]; }
+    void LoseReplies() { server.Faults = {Fault::LoseReply, Fault::LoseRequest}; }
+    void LoseRequests() { server.Faults = {Fault::LoseRequest, Fault::LoseRequest}; }
+    wire::Value OnServer(const QString& id, size_t field) { return table.rows.at(id)[field]; }
 
-    FakeTable server;
-    FakeTransport* transport = nullptr;
+    Table table;
+    TFakeServer server;
     TSocketConnectionEx connection;
     TClientDataSetEx set;
 };
 
 TEST_F(ApplyUpdatesTest, SendsKeyGuardAndChangesOnly)
 {
-    Put(u"D1", u"SITE"_s, T(u"广州"));
-    Put(u"D1", u"SITE_PHONE"_s, T(u"999")); // joined: never sent
+    Put(u"D1", u"SITE", T(u"广州"));
+    Put(u"D1", u"SITE_PHONE", T(u"999")); // joined: never sent
     Go(u"D2");
     set.Delete();
     Add(u"D4"_s);
     EXPECT_EQ(Apply(), std::nullopt);
     EXPECT_EQ(set.ChangeCount(), 0);
-    ASSERT_EQ(server.requests.size(), 1U);
-    const wire::ChangeLog& log = server.requests[0].changes;
+    ASSERT_EQ(server.Requests.size(), 1U);
+    const wire::ChangeLog& log = server.Requests[0].changes;
     EXPECT_EQ(log.columns.size(), 5U);
     ASSERT_EQ(log.rows.size(), 3U);
     EXPECT_EQ(log.rows[0].kind, wire::ChangeKind::Update);
@@ -76,27 +166,27 @@ TEST_F(ApplyUpdatesTest, SendsKeyGuardAndChangesOnly)
     EXPECT_EQ(log.rows[2].kind, wire::ChangeKind::Insert);
     EXPECT_EQ(log.rows[2].cells.size(), 1U);
     EXPECT_EQ(OnServer(u"D1"_s, 2), T(u"广州"));
-    EXPECT_FALSE(server.rows.contains(u"D2"_s));
-    EXPECT_TRUE(server.rows.contains(u"D4"_s));
+    EXPECT_FALSE(table.rows.contains(u"D2"_s));
+    EXPECT_TRUE(table.rows.contains(u"D4"_s));
     // What was stored is the original from now on.
     Go(u"D1");
     EXPECT_EQ(set.FieldByName(u"SITE").OldValue(), T(u"广州"));
     EXPECT_EQ(set.FieldByName(u"SITE_PHONE").AsString(), u"999"_s);
     Go(u"D4");
     EXPECT_EQ(set.FieldByName(u"ID").OldValue(), T(u"D4"));
-    Put(u"D4", u"SITE"_s, T(u"苏州"));
+    Put(u"D4", u"SITE", T(u"苏州"));
     EXPECT_EQ(Apply(), std::nullopt);
-    EXPECT_EQ(server.requests.back().changes.rows.at(0).kind, wire::ChangeKind::Update);
+    EXPECT_EQ(server.Requests.back().changes.rows.at(0).kind, wire::ChangeKind::Update);
 }
 
 TEST_F(ApplyUpdatesTest, EmptyLogSendsNothing)
 {
     EXPECT_EQ(Apply(), std::nullopt);
-    Put(u"D1", u"SITE_PHONE"_s, T(u"999")); // nothing to store
+    Put(u"D1", u"SITE_PHONE", T(u"999")); // nothing to store
     EXPECT_EQ(set.ChangeCount(), 1);
     EXPECT_EQ(Apply(), std::nullopt);
     EXPECT_EQ(set.ChangeCount(), 0);
-    EXPECT_TRUE(server.requests.empty());
+    EXPECT_TRUE(server.Requests.empty());
 }
 
 TEST_F(ApplyUpdatesTest, PostsThePendingEditFirst)
@@ -105,7 +195,7 @@ TEST_F(ApplyUpdatesTest, PostsThePendingEditFirst)
     set.FieldByName(u"STATUS").SetAsInteger(1);
     set.BeforePost = [] { Abort(); };
     EXPECT_THROW(set.ApplyUpdates(), EAbort);
-    EXPECT_TRUE(server.requests.empty());
+    EXPECT_TRUE(server.Requests.empty());
     set.BeforePost = nullptr;
     EXPECT_EQ(Apply(), std::nullopt);
     EXPECT_EQ(OnServer(u"D1"_s, 1), I(1));
@@ -113,9 +203,9 @@ TEST_F(ApplyUpdatesTest, PostsThePendingEditFirst)
 
 TEST_F(ApplyUpdatesTest, RefusedRowsStayWithReasonAndPresentValues)
 {
-    server.rows[u"D1"_s][1] = I(2); // another user was faster
-    Put(u"D1", u"STATUS"_s, I(1));
-    Put(u"D2", u"SITE"_s, T(u"广州"));
+    table.rows[u"D1"_s][1] = I(2); // another user was faster
+    Put(u"D1", u"STATUS", I(1));
+    Put(u"D2", u"SITE", T(u"广州"));
     try {
         set.ApplyUpdates();
         ADD_FAILURE();
@@ -145,9 +235,9 @@ TEST_F(ApplyUpdatesTest, RefusedRowsStayWithReasonAndPresentValues)
 
 TEST_F(ApplyUpdatesTest, TooManyRefusalsStoreNothing)
 {
-    server.refusals[u"D1"_s] = u"closed"_s;
-    Put(u"D1", u"STATUS"_s, I(1));
-    Put(u"D2", u"SITE"_s, T(u"广州"));
+    table.refusals[u"D1"_s] = u"closed"_s;
+    Put(u"D1", u"STATUS", I(1));
+    Put(u"D2", u"SITE", T(u"广州"));
     EXPECT_EQ(Apply(0), wire::ErrorKind::Conflict);
     EXPECT_EQ(set.ChangeCount(), 2);
     EXPECT_EQ(OnServer(u"D2"_s, 2), T(u"北京"));
@@ -158,60 +248,60 @@ TEST_F(ApplyUpdatesTest, TooManyRefusalsStoreNothing)
 
 TEST_F(ApplyUpdatesTest, ConnectionRepeatsOnceUnderTheSameName)
 {
-    transport->faults = {Fault::LoseReply};
-    Put(u"D1", u"STATUS"_s, I(1));
+    server.Faults = {Fault::LoseReply};
+    Put(u"D1", u"STATUS", I(1));
     EXPECT_EQ(Apply(), std::nullopt);
-    EXPECT_EQ(server.applied, 1);
-    EXPECT_EQ(server.requests.size(), 2U);
+    EXPECT_EQ(table.applied, 1);
+    EXPECT_EQ(server.Requests.size(), 2U);
 }
 
 TEST_F(ApplyUpdatesTest, UnknownOutcomeIsAskedForUnderTheSameName)
 {
-    Put(u"D1", u"STATUS"_s, I(1));
+    Put(u"D1", u"STATUS", I(1));
     Add(u"D4"_s);
     LoseReplies();
     EXPECT_EQ(Apply(), wire::ErrorKind::Connection);
     EXPECT_EQ(set.ChangeCount(), 2);
-    EXPECT_EQ(server.applied, 2); // stored, but nobody here knows
-    transport->faults = {Fault::LoginFails};
+    EXPECT_EQ(table.applied, 2); // stored, but nobody here knows
+    server.Faults = {Fault::LoginFails};
     EXPECT_EQ(Apply(), wire::ErrorKind::Login); // still unknown
     EXPECT_EQ(Apply(), std::nullopt);
     EXPECT_EQ(set.ChangeCount(), 0);
-    EXPECT_EQ(server.applied, 2);
-    EXPECT_EQ(server.requests.front().name, server.requests.back().name);
+    EXPECT_EQ(table.applied, 2);
+    EXPECT_EQ(server.Requests.front().name, server.Requests.back().name);
 }
 
 TEST_F(ApplyUpdatesTest, EditsAfterAnUnknownOutcomeFollowIt)
 {
-    Put(u"D1", u"STATUS"_s, I(1));
-    Put(u"D2", u"STATUS"_s, I(2));
-    Put(u"D3", u"STATUS"_s, I(3));
+    Put(u"D1", u"STATUS", I(1));
+    Put(u"D2", u"STATUS", I(2));
+    Put(u"D3", u"STATUS", I(3));
     Add(u"D4"_s);
     Add(u"D5"_s);
     Add(u"D6"_s);
     LoseReplies();
     EXPECT_EQ(Apply(), wire::ErrorKind::Connection);
-    Put(u"D1", u"STATUS"_s, I(5)); // changed again
-    Put(u"D2", u"STATUS"_s, I(1)); // put back
+    Put(u"D1", u"STATUS", I(5)); // changed again
+    Put(u"D2", u"STATUS", I(1)); // put back
     Go(u"D3");
     set.Delete();
     Go(u"D4");
     set.Delete();
-    Put(u"D5", u"SITE"_s, T(u"苏州"));
+    Put(u"D5", u"SITE", T(u"苏州"));
     Add(u"D7"_s);
     EXPECT_EQ(Apply(), std::nullopt);
     EXPECT_EQ(set.ChangeCount(), 0);
     EXPECT_EQ(OnServer(u"D1"_s, 1), I(5));
     EXPECT_EQ(OnServer(u"D2"_s, 1), I(1));
-    EXPECT_FALSE(server.rows.contains(u"D3"_s));
-    EXPECT_FALSE(server.rows.contains(u"D4"_s));
+    EXPECT_FALSE(table.rows.contains(u"D3"_s));
+    EXPECT_FALSE(table.rows.contains(u"D4"_s));
     EXPECT_EQ(OnServer(u"D5"_s, 2), T(u"苏州"));
-    EXPECT_TRUE(server.rows.contains(u"D6"_s) && server.rows.contains(u"D7"_s));
+    EXPECT_TRUE(table.rows.contains(u"D6"_s) && table.rows.contains(u"D7"_s));
 }
 
 TEST_F(ApplyUpdatesTest, UndoneWhileUnknownIsUndoneOnTheServerToo)
 {
-    Put(u"D1", u"STATUS"_s, I(1));
+    Put(u"D1", u"STATUS", I(1));
     Go(u"D2");
     set.Delete();
     Add(u"D4"_s);
@@ -222,22 +312,22 @@ TEST_F(ApplyUpdatesTest, UndoneWhileUnknownIsUndoneOnTheServerToo)
     EXPECT_EQ(Apply(), std::nullopt);
     EXPECT_EQ(OnServer(u"D1"_s, 1), I(0));
     EXPECT_EQ(OnServer(u"D2"_s, 2), T(u"北京"));
-    EXPECT_FALSE(server.rows.contains(u"D4"_s));
+    EXPECT_FALSE(table.rows.contains(u"D4"_s));
     EXPECT_EQ(set.ChangeCount(), 0);
 }
 
 TEST_F(ApplyUpdatesTest, RefusedInALostReplyAreNotTriedAgainAsTheyAre)
 {
-    server.refusals[u"D1"_s] = u"closed"_s;
-    Put(u"D1", u"STATUS"_s, I(1));
-    Put(u"D2", u"STATUS"_s, I(2));
+    table.refusals[u"D1"_s] = u"closed"_s;
+    Put(u"D1", u"STATUS", I(1));
+    Put(u"D2", u"STATUS", I(2));
     LoseReplies();
     EXPECT_EQ(Apply(), wire::ErrorKind::Connection);
     Add(u"D4"_s);
     EXPECT_EQ(Apply(), wire::ErrorKind::Conflict);
     EXPECT_EQ(set.ChangeCount(), 1);
-    EXPECT_EQ(server.requests.back().changes.rows.size(), 1U); // the new row alone
-    EXPECT_TRUE(server.rows.contains(u"D4"_s));
+    EXPECT_EQ(server.Requests.back().changes.rows.size(), 1U); // the new row alone
+    EXPECT_TRUE(table.rows.contains(u"D4"_s));
     Go(u"D1");
     EXPECT_EQ(set.RejectReason(), u"closed"_s);
 }
@@ -247,22 +337,22 @@ TEST_F(ApplyUpdatesTest, LostRequestsStoreNothingTwiceAndLoseNothing)
     Add(u"D4"_s);
     LoseRequests();
     EXPECT_EQ(Apply(), wire::ErrorKind::Connection);
-    EXPECT_FALSE(server.rows.contains(u"D4"_s));
-    Put(u"D4", u"SITE"_s, T(u"苏州"));
+    EXPECT_FALSE(table.rows.contains(u"D4"_s));
+    Put(u"D4", u"SITE", T(u"苏州"));
     EXPECT_EQ(Apply(), std::nullopt);
     EXPECT_EQ(OnServer(u"D4"_s, 2), T(u"苏州"));
-    EXPECT_EQ(server.applied, 2);
+    EXPECT_EQ(table.applied, 2);
 }
 
 TEST_F(ApplyUpdatesTest, WholeRefusalFreesTheLog)
 {
-    Put(u"D1", u"STATUS"_s, I(1));
-    transport->faults = {Fault::RefuseWhole};
+    Put(u"D1", u"STATUS", I(1));
+    server.Faults = {Fault::RefuseWhole};
     EXPECT_EQ(Apply(), wire::ErrorKind::Data);
     EXPECT_EQ(set.ChangeCount(), 1);
-    Put(u"D1", u"STATUS"_s, I(2));
+    Put(u"D1", u"STATUS", I(2));
     EXPECT_EQ(Apply(), std::nullopt);
-    ASSERT_EQ(server.requests.size(), 1U);
+    ASSERT_EQ(server.Requests.size(), 1U);
     EXPECT_EQ(OnServer(u"D1"_s, 1), I(2));
 }
 
@@ -270,12 +360,28 @@ TEST_F(ApplyUpdatesTest, OpenExecuteAndRefresh)
 {
     EXPECT_EQ(set.Execute(), 7);
     EXPECT_EQ(RaisedBy([&] { set.SetCommandText(u"x"_s); }), wire::ErrorKind::Usage);
-    Put(u"D1", u"STATUS"_s, I(1));
-    server.rows[u"D9"_s] = {T(u"D9"), Null, Null, Null, Null, Null};
+    Put(u"D1", u"STATUS", I(1));
+    table.rows[u"D9"_s] = {T(u"D9"), Null, Null, Null, Null, Null};
     set.Refresh();
     EXPECT_EQ(set.ChangeCount(), 0);
     EXPECT_EQ(set.RecordCount(), 4);
     EXPECT_EQ(set.RecNo(), 1);
+    // A query that fails, also in the middle of its rows, leaves rows, edits and text.
+    Put(u"D1", u"STATUS", I(1));
+    for (const bool halfway : {false, true}) {
+        server.OnQuery = [halfway](const QString&) {
+            if (!halfway)
+                throw wire::Error(wire::ErrorKind::Syntax, u"no"_s);
+            wire::RowSet broken = ThreeOrders();
+            broken.columns.pop_back();
+            return broken;
+        };
+        EXPECT_EQ(RaisedBy([&] { set.OpenQuery(u"select"_s); }),
+            halfway ? wire::ErrorKind::Protocol : wire::ErrorKind::Syntax);
+        EXPECT_EQ(set.CommandText(), u"select * from orders"_s);
+        EXPECT_EQ(set.ChangeCount(), 1);
+        EXPECT_EQ(set.RecordCount(), 4);
+    }
 }
 
 // Random work and random faults: once a save gets through, the server holds what the user sees, and has
@@ -300,18 +406,18 @@ TEST_F(ApplyUpdatesTest, RandomFaultsLoseAndDoubleNothing)
             else
                 set.SetFieldAndPost(what < 5 ? u"STATUS" : u"SITE", I(random(3)));
         }
-        transport->faults.clear();
+        server.Faults.clear();
         for (int i = 0; i < 2; ++i)
-            transport->faults.push_back(static_cast<Fault>(random(3)));
+            server.Faults.push_back(static_cast<Fault>(random(3)));
         const auto error = Apply();
         ASSERT_TRUE(!error || error == wire::ErrorKind::Connection) << round;
         if (random(6) == 0)
             set.CancelUpdates();
     }
-    transport->faults.clear();
+    server.Faults.clear();
     ASSERT_EQ(Apply(), std::nullopt);
     ASSERT_EQ(set.ChangeCount(), 0);
-    ASSERT_EQ(static_cast<size_t>(set.RecordCount()), server.rows.size());
+    ASSERT_EQ(static_cast<size_t>(set.RecordCount()), table.rows.size());
     for (int row = 0; row < set.RecordCount(); ++row)
         for (int field = 0; field < 5; ++field)
             ASSERT_EQ(set.ViewValue(row, field), OnServer(set.ViewText(row, 0), static_cast<size_t>(field)));

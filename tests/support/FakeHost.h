@@ -5,34 +5,13 @@
 #include "runtime/ui/Application.h"
 #include "runtime/ui/Forms.h"
 #include "runtime/ui/TreeView.h"
+#include "tests/support/FakeServer.h"
 
 #include <QLineEdit>
 #include <QMainWindow>
 #include <QTemporaryDir>
 
 #include <cstdint>
-
-// Rows from column names with types and cells row by row.
-wire::RowSet MakeRows(
-    const std::vector<wire::ColumnInfo>& columns, const std::vector<std::vector<wire::Value>>& rows);
-// Text columns only; empty text is null.
-wire::RowSet MakeTextRows(const QStringList& columns, const std::vector<QStringList>& rows);
-
-// A server in this process that answers as the test says. Outlives the connections to it.
-struct TFakeServer {
-    // Default: no columns; every change accepted.
-    std::function<wire::RowSet(const QString& sqlText)> OnQuery;
-    std::function<qint64(const QString& sqlText)> OnExecute;
-    std::function<wire::ApplyOutcome(const wire::ChangeLog& changes)> OnApply;
-    std::vector<wire::Request> Requests;
-
-    // The SQL texts of queries, in order.
-    QStringList Queries() const;
-    std::unique_ptr<wire::Transport> MakeTransport();
-};
-
-// The verdict that every row is refused with the reason.
-wire::ApplyOutcome RejectAll(const wire::ChangeLog& changes, const QString& reason);
 
 // A main form as the module expects the host's to be.
 class TFakeMainForm : public QMainWindow {

@@ -460,6 +460,38 @@ TEST(CodecTest, DamagedFramesAreRefusedOrReadButNeverHarm)
     }
 }
 
+// What a server can send in few bytes must not cost its client much memory, or more than a box can show.
+TEST(CodecTest, RepliesAreBounded)
+{
+    const auto frame = [](FrameKind kind, auto fill) {
+        Packet packet(kind, 1);
+        fill(packet);
+        packet.Seal();
+        return FrameOf(BytesOf(packet));
+    };
+    const Frame nulls = frame(FrameKind::Done, [](Packet& out) {
+        const QByteArray head(8 + 8 + 6 * 4 + 1, '\0'); // counts, time, identity, not rolled back
+        out.Put(head.constData(), head.size());
+        out.Put(quint32(1)); // verdict
+        out.Put(quint32(1));
+        out.Put(quint8(2));
+        out.PutText({});
+        out.Put(quint32(8'000'001));
+        const QByteArray values(8'000'001, '\0');
+        out.Put(values.constData(), values.size());
+    });
+    EXPECT_TRUE(ReasonOf([&] { DecodeDone(nulls); }).contains(u"more than 8000000"));
+    const Frame columns = frame(FrameKind::Columns, [](Packet& out) {
+        out.Put(quint32(kMaxColumns + 1));
+        const QByteArray rest((kMaxColumns + 1) * 10, '\1');
+        out.Put(rest.constData(), rest.size());
+    });
+    EXPECT_TRUE(ReasonOf([&] { DecodeColumns(columns); }).contains(u"65537 columns"));
+    const Error error =
+        DecodeError(FrameOf(BytesOf(EncodeError({ErrorKind::Data, QString(1'000'000, u'x')}, 1))));
+    EXPECT_LT(error.Message().size(), 20'000);
+}
+
 TEST(CodecTest, WhatIsTooLargeForAFrameIsRefusedBeforeItIsSent)
 {
     Request query;

@@ -1,7 +1,7 @@
 #include "runtime/data/TcpTransport.h"
+#include "tests/support/FakeListener.h"
 #include "tests/support/Raised.h"
 #include "tests/support/TestAuthority.h"
-#include "tests/wire/FakeServer.h"
 #include "wire/Codec.h"
 
 #include <QCoreApplication>
@@ -132,7 +132,7 @@ TEST_P(ListenerTest, AnswersEveryKindOfRequest)
     wire::Request execute = QueryRequest(u"update"_s);
     execute.kind = wire::RequestKind::Execute;
     EXPECT_EQ(client->Exchange(execute, keeper).rowCount, 42);
-    EXPECT_EQ(client->Exchange({}, keeper).serverTime, wire::DateTime::FromParts(2026, 3, 14, 9, 30));
+    EXPECT_EQ(client->Exchange({}, keeper).serverTime, wire::DateTime::FromParts(2024, 1, 31, 10, 59));
 }
 
 TEST_P(ListenerTest, AFailedRequestLeavesTheConnectionUsable)
@@ -147,7 +147,12 @@ TEST_P(ListenerTest, AFailedRequestLeavesTheConnectionUsable)
     const auto stranger = MakeTcpTransport(WayTo(fake.Port()));
     stranger->Connect();
     RowKeeper nothing;
-    EXPECT_EQ(KindOf([&] { stranger->Exchange(QueryRequest(u"rows 1"_s), nothing); }), ErrorKind::Login);
+    wire::Request save;
+    save.kind = wire::RequestKind::ApplyUpdates;
+    for (const wire::Request& request : {QueryRequest(u"rows 1"_s), save, wire::Request()})
+        EXPECT_EQ(KindOf([&] { stranger->Exchange(request, nothing); }), ErrorKind::Login);
+    EXPECT_EQ(fake.Lines(u"reason=not_logged_in"_s).size(), 3);
+    EXPECT_EQ(fake.server.SaveRequests, 0);
     EXPECT_EQ(KindOf([&] { stranger->Exchange(LoginRequest(u"wrong"_s), nothing); }), ErrorKind::Login);
     EXPECT_EQ(stranger->Exchange(LoginRequest(), nothing).identity.site, u"快运本部"_s);
 }
@@ -193,7 +198,7 @@ TEST_P(ListenerTest, MalformedFramesEndTheirConnectionWithAReasonAndNothingElse)
     EXPECT_TRUE(fake.Logged(u"inside a frame header"_s));
     EXPECT_TRUE(fake.Logged(u"after 3 of 100 bytes"_s));
     EXPECT_EQ(RowsOf(*bystander, u"rows 5"_s), 5);
-    EXPECT_TRUE(FakeServer::Reaches(fake.server.sessions, 1));
+    EXPECT_TRUE(FakeListener::Reaches(fake.sessions, 1));
 }
 
 TEST_P(ListenerTest, ClientsThatSayNothingOrStopInTheMiddleAreLeft)
@@ -246,7 +251,7 @@ TEST_P(ListenerTest, WhoAsksNothingForTooLongIsLeft)
         EXPECT_EQ(RowsOf(*busy, u"rows 1"_s), 1);
     }
     EXPECT_TRUE(fake.Logged(u"idle for too long"_s));
-    EXPECT_TRUE(FakeServer::Reaches(fake.server.sessions, 1));
+    EXPECT_TRUE(FakeListener::Reaches(fake.sessions, 1));
     EXPECT_EQ(KindOf([&] { RowsOf(*idle, u"rows 1"_s); }), ErrorKind::Connection);
 }
 
@@ -259,9 +264,9 @@ TEST_P(ListenerTest, AClientThatDiesInTheMiddleOfAReplyIsForgotten)
         client.Send(wire::EncodeRequest(QueryRequest(u"rows 3000000"_s), 2));
         EXPECT_TRUE(client.WaitForBytes(100'000));
         client.socket.abort();
-        EXPECT_TRUE(FakeServer::Reaches(fake.server.brokenReplies, round + 1));
+        EXPECT_TRUE(FakeListener::Reaches(fake.brokenReplies, round + 1));
     }
-    EXPECT_TRUE(FakeServer::Reaches(fake.server.sessions, 0));
+    EXPECT_TRUE(FakeListener::Reaches(fake.sessions, 0));
     EXPECT_EQ(RowsOf(*LoggedInClient(fake.Port()), u"rows 1"_s), 1);
 }
 
@@ -273,14 +278,14 @@ TEST_P(ListenerTest, ALongRequestEndsWhenItsClientHasGone)
         RawClient client(fake.Port());
         client.Send(wire::EncodeRequest(LoginRequest(), 1));
         client.Send(wire::EncodeRequest(QueryRequest(u"wait"_s), 2));
-        EXPECT_TRUE(FakeServer::Reaches(fake.server.running, 1));
+        EXPECT_TRUE(FakeListener::Reaches(fake.running, 1));
         // Others are served meanwhile.
         EXPECT_EQ(RowsOf(*patient, u"rows 2"_s), 2);
-        EXPECT_EQ(fake.server.interrupted, 0);
+        EXPECT_EQ(fake.interrupted, 0);
         client.socket.abort();
     }
-    EXPECT_TRUE(FakeServer::Reaches(fake.server.sessions, 1));
-    EXPECT_GE(fake.server.interrupted, 1);
+    EXPECT_TRUE(FakeListener::Reaches(fake.sessions, 1));
+    EXPECT_GE(fake.interrupted, 1);
 }
 
 TEST_P(ListenerTest, StoppingAnswersWhatRunsAndNoMore)
@@ -293,7 +298,7 @@ TEST_P(ListenerTest, StoppingAnswersWhatRunsAndNoMore)
         auto own = LoggedInClient(fake.Port());
         rows = RowsOf(*own, u"slow 300"_s);
     });
-    EXPECT_TRUE(FakeServer::Reaches(fake.server.running, 1));
+    EXPECT_TRUE(FakeListener::Reaches(fake.running, 1));
     fake.listener->Stop();
     query.join();
     EXPECT_EQ(rows, 1);
@@ -312,7 +317,7 @@ TEST_P(ListenerTest, WhatDoesNotEndByItselfIsInterruptedWhenStopping)
         auto own = LoggedInClient(fake.Port());
         kind = KindOf([&] { RowsOf(*own, u"wait"_s); });
     });
-    EXPECT_TRUE(FakeServer::Reaches(fake.server.running, 1));
+    EXPECT_TRUE(FakeListener::Reaches(fake.running, 1));
     fake.listener->Stop();
     query.join();
     EXPECT_EQ(kind, ErrorKind::Limit);
@@ -335,7 +340,7 @@ TEST_P(ListenerTest, ServesManyClientsAtOnceUpToItsLimit)
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(good, 800);
-    EXPECT_TRUE(FakeServer::Reaches(fake.server.sessions, 0));
+    EXPECT_TRUE(FakeListener::Reaches(fake.sessions, 0));
 
     std::vector<std::unique_ptr<wire::Transport>> clients;
     for (int i = 0; i < 40; ++i)
@@ -369,7 +374,7 @@ TEST_P(ListenerTest, AnAccountHasSoManySessionsAndNoMore)
     EXPECT_EQ(KindOf([&] { LoggedInClient(fake.Port()); }), ErrorKind::Limit);
     EXPECT_TRUE(fake.Logged(u"reason=sessions"_s));
     two.reset();
-    EXPECT_TRUE(FakeServer::Reaches(fake.server.sessions, 1));
+    EXPECT_TRUE(FakeListener::Reaches(fake.sessions, 1));
     EXPECT_EQ(RowsOf(*LoggedInClient(fake.Port()), u"rows 1"_s), 1);
 }
 

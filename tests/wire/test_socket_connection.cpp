@@ -1,10 +1,15 @@
+#include "runtime/data/ClientDataSet.h"
 #include "runtime/data/SocketConnection.h"
 #include "runtime/data/TcpTransport.h"
+#include "server/provider/ApplicationServer.h"
+#include "server/storage/sqlite/SqliteStorage.h"
+#include "tests/support/FakeListener.h"
 #include "tests/support/Raised.h"
-#include "tests/wire/FakeServer.h"
+#include "tests/support/TestAuthority.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QTemporaryDir>
 #include <QThread>
 
 #include <gtest/gtest.h>
@@ -17,36 +22,6 @@ using wire::ErrorKind;
 using wire::RequestKind;
 
 namespace {
-
-// The way over TCP, which loses the reply to every request of one kind until told otherwise: the server has
-// done its work, the client does not know.
-class LossyTransport : public wire::Transport {
-public:
-    LossyTransport(quint16 port, RequestKind lost, int& losses)
-        : way_(MakeTcpTransport(u"127.0.0.1"_s, port))
-        , lost_(lost)
-        , losses_(losses)
-    {
-    }
-    void Connect() override { way_->Connect(); }
-    void Disconnect() noexcept override { way_->Disconnect(); }
-    bool IsConnected() const noexcept override { return way_->IsConnected(); }
-    wire::Reply Exchange(const wire::Request& request, wire::ReplySink& sink) override
-    {
-        if (request.kind != lost_ || losses_ == 0)
-            return way_->Exchange(request, sink);
-        --losses_;
-        RowKeeper nowhere;
-        way_->Exchange(request, nowhere);
-        way_->Disconnect();
-        throw Error(ErrorKind::Connection, u"reply lost"_s);
-    }
-
-private:
-    std::unique_ptr<wire::Transport> way_;
-    RequestKind lost_;
-    int& losses_;
-};
 
 wire::Request ApplyRequest(TSocketConnectionEx& connection, int rows)
 {
@@ -85,7 +60,7 @@ TEST(SocketConnectionTest, LogsInAndTellsWhoAndWhen)
     EXPECT_TRUE(connection.Connected());
     EXPECT_EQ(connection.Identity().site, u"快运本部"_s);
     const qint64 clock =
-        connection.ServerTime().seconds - wire::DateTime::FromParts(2026, 3, 14, 9, 30).seconds;
+        connection.ServerTime().seconds - wire::DateTime::FromParts(2024, 1, 31, 10, 59).seconds;
     EXPECT_GE(clock, 0);
     EXPECT_LE(clock, 5);
     connection.Close();
@@ -135,7 +110,7 @@ TEST(SocketConnectionTest, ReconnectsAndLogsInAgainAfterTheServerWasRestarted)
     fake = std::make_unique<FakeListener>(port);
     EXPECT_EQ(RowsOf(connection, u"rows 2"_s), 2);
     EXPECT_TRUE(connection.Connected());
-    EXPECT_EQ(fake->server.logins, 1);
+    EXPECT_EQ(fake->server.Logins, 1);
 
     // The break is found only when the request is sent.
     fake.reset();
@@ -143,43 +118,23 @@ TEST(SocketConnectionTest, ReconnectsAndLogsInAgainAfterTheServerWasRestarted)
     EXPECT_EQ(RowsOf(connection, u"rows 3"_s), 3);
 }
 
-TEST(SocketConnectionTest, ASaveWhoseOutcomeWasLostIsAppliedOnce)
-{
-    FakeListener fake;
-    int losses = 1;
-    TSocketConnectionEx connection;
-    connection.SetTransport(std::make_unique<LossyTransport>(fake.Port(), RequestKind::ApplyUpdates, losses));
-    connection.Open(u"hq"_s, u"right"_s);
-    RowKeeper nothing;
-    const wire::Request request = ApplyRequest(connection, 3);
-    EXPECT_EQ(connection.Send(request, nothing).outcome.rows.size(), 3u);
-    EXPECT_EQ(fake.server.applyRequests, 2);
-    EXPECT_EQ(fake.server.appliedRows, 3);
-
-    // Lost again and again: the caller hears of it in the end, and may send the same again later.
-    losses = 1000;
-    connection.SavePatience = 300;
-    const wire::Request next = ApplyRequest(connection, 2);
-    EXPECT_FALSE(next.name == request.name);
-    EXPECT_EQ(KindOf([&] { connection.Send(next, nothing); }), ErrorKind::Connection);
-    EXPECT_GE(fake.server.applyRequests, 2 + 3);
-    losses = 0;
-    EXPECT_EQ(connection.Send(next, nothing).outcome.rows.size(), 2u);
-    EXPECT_EQ(fake.server.appliedRows, 5);
-}
-
+// Saves: test_ApplyUpdates.
 TEST(SocketConnectionTest, WhatMustNotBeRepeatedIsNot)
 {
-    FakeListener fake;
-    int losses = 1;
+    TFakeServer server;
     TSocketConnectionEx connection;
-    connection.SetTransport(std::make_unique<LossyTransport>(fake.Port(), RequestKind::Execute, losses));
+    connection.SetTransport(server.MakeTransport());
     connection.Open(u"hq"_s, u"right"_s);
     wire::Request execute = QueryRequest(u"update"_s);
     execute.kind = RequestKind::Execute;
     RowKeeper nothing;
-    EXPECT_EQ(KindOf([&] { connection.Send(execute, nothing); }), ErrorKind::Connection);
-    EXPECT_EQ(connection.Send(execute, nothing).rowCount, 42);
+    for (const Fault fault : {Fault::LoseReply, Fault::LoseRequest}) {
+        server.Faults = {fault};
+        EXPECT_EQ(KindOf([&] { connection.Send(execute, nothing); }), ErrorKind::Connection);
+    }
+    EXPECT_EQ(server.Requests.size(), 1u);
+    connection.Send(execute, nothing);
+    EXPECT_EQ(server.Requests.size(), 2u);
 }
 
 TEST(SocketConnectionTest, AReplyThatBreaksOffIsNotBegunAgain)
@@ -195,7 +150,7 @@ TEST(SocketConnectionTest, AReplyThatBreaksOffIsNotBegunAgain)
     } impatient;
     EXPECT_THROW(connection.Send(QueryRequest(u"rows 100000"_s), impatient), std::runtime_error);
     EXPECT_EQ(RowsOf(connection, u"rows 4"_s), 4);
-    EXPECT_EQ(fake.server.logins, 2);
+    EXPECT_EQ(fake.server.Logins, 2);
 }
 
 TEST(SocketConnectionTest, AServerThatDoesNotAnswerIsGivenUpInTime)
@@ -209,7 +164,7 @@ TEST(SocketConnectionTest, AServerThatDoesNotAnswerIsGivenUpInTime)
     EXPECT_EQ(KindOf([&] { RowsOf(connection, u"wait"_s); }), ErrorKind::Limit);
     EXPECT_LT(timer.elapsed(), 2000);
     // The server notices that nobody waits any more.
-    EXPECT_TRUE(FakeServer::Reaches(fake.server.interrupted, 1));
+    EXPECT_TRUE(FakeListener::Reaches(fake.interrupted, 1));
     EXPECT_EQ(RowsOf(connection, u"rows 1"_s), 1);
 }
 
@@ -257,24 +212,24 @@ TEST_F(ServersTest, WorkGoesOnAtTheNextServer)
     connection.SetTransport(MakeTcpTransport(way));
     connection.Open(u"hq"_s, u"right"_s);
     EXPECT_EQ(RowsOf(connection, u"rows 1"_s), 1);
-    EXPECT_EQ(first->server.logins, 1);
+    EXPECT_EQ(first->server.Logins, 1);
 
     const quint16 port = first->Port();
     first.reset();
     RowKeeper nothing;
     EXPECT_EQ(connection.Send(ApplyRequest(connection, 3), nothing).outcome.rows.size(), 3u);
-    EXPECT_EQ(second.server.appliedRows, 3);
+    EXPECT_EQ(second.server.SavedRows, 3);
     // Others begin where the last one found an answer, also when the first is back.
     first = std::make_unique<FakeListener>(port);
     TSocketConnectionEx other;
     other.SetTransport(MakeTcpTransport(way));
     other.Open(u"hq"_s, u"right"_s);
-    EXPECT_EQ(second.server.logins, 2);
-    EXPECT_EQ(first->server.logins, 0);
+    EXPECT_EQ(second.server.Logins, 2);
+    EXPECT_EQ(first->server.Logins, 0);
 
     second.listener->Stop();
     EXPECT_EQ(RowsOf(connection, u"rows 2"_s), 2);
-    EXPECT_EQ(first->server.logins, 1);
+    EXPECT_EQ(first->server.Logins, 1);
 }
 
 TEST_F(ServersTest, AServerThatIsFullIsPassedBy)
@@ -286,7 +241,7 @@ TEST_F(ServersTest, AServerThatIsFullIsPassedBy)
     TSocketConnectionEx connection;
     connection.SetTransport(MakeTcpTransport(WayTo({full.Port(), other.Port()})));
     connection.Open(u"hq"_s, u"right"_s);
-    EXPECT_EQ(other.server.logins, 1);
+    EXPECT_EQ(other.server.Logins, 1);
     // A refusal that any of them would repeat is not taken elsewhere.
     EXPECT_EQ(KindOf([&] { connection.Open(u"hq"_s, u"wrong"_s); }), ErrorKind::Login);
 }
@@ -306,7 +261,7 @@ TEST_F(ServersTest, ASaveWaitsForAServerThatComesBack)
     RowKeeper nothing;
     EXPECT_EQ(connection.Send(ApplyRequest(connection, 2), nothing).outcome.rows.size(), 2u);
     restart.join();
-    EXPECT_EQ(fake->server.appliedRows, 2);
+    EXPECT_EQ(fake->server.SavedRows, 2);
 }
 
 TEST_F(ServersTest, WhereNoneAnswersEachIsNamed)
@@ -319,6 +274,123 @@ TEST_F(ServersTest, WhereNoneAnswersEachIsNamed)
     EXPECT_EQ(error.Kind(), ErrorKind::Connection);
     for (const quint16 port : ports)
         EXPECT_TRUE(error.Message().contains(u"127.0.0.1:%1"_s.arg(port))) << error.what();
+}
+
+TEST_F(ServersTest, WhereNobodyAnswersNobodyIsKeptWaiting)
+{
+    auto fake = std::make_unique<FakeListener>();
+    TSocketConnectionEx connection;
+    connection.SetTransport(MakeTcpTransport(WayTo({fake->Port()})));
+    connection.Open(u"hq"_s, u"right"_s);
+    connection.QueryPatience = 500;
+    const quint16 port = fake->Port();
+    fake.reset();
+    QElapsedTimer timer;
+    timer.start();
+    const Error error = ErrorOf([&] { RowsOf(connection, u"rows 1"_s); });
+    EXPECT_GE(timer.restart(), 450);
+    // In the user's language, and where it was tried.
+    EXPECT_TRUE(error.Message().contains(u"127.0.0.1:%1：对方拒绝连接"_s.arg(port))) << error.what();
+    EXPECT_TRUE(connection.Unreachable());
+    for (int row = 0; row < 10; ++row)
+        EXPECT_EQ(KindOf([&] { RowsOf(connection, u"rows 1"_s); }), ErrorKind::Connection);
+    EXPECT_LT(timer.elapsed(), 400);
+    fake = std::make_unique<FakeListener>(port);
+    EXPECT_EQ(RowsOf(connection, u"rows 1"_s), 1);
+    EXPECT_FALSE(connection.Unreachable());
+}
+
+// Gives up as soon as it may.
+class Impatient : public TWaiting {
+public:
+    bool KeepWaiting(const TLongWait& wait) override
+    {
+        last = wait;
+        ++asked;
+        return false;
+    }
+    void Over() noexcept override { ++over; }
+
+    TLongWait last;
+    int asked = 0;
+    int over = 0;
+};
+
+class WaitingTest : public testing::TestWithParam<bool> { };
+
+INSTANTIATE_TEST_SUITE_P(Connections, WaitingTest, testing::Bool(),
+    [](const auto& chosen) { return chosen.param ? "Encrypted" : "Plain"; });
+
+TEST_P(WaitingTest, AQueryThatIsGivenUpStopsOnTheServerAndChangesNothing)
+{
+    TestAuthority authority;
+    server::ListenerOptions options;
+    TConnectOptions way;
+    if (GetParam()) {
+        const TestAuthority::Files files = authority.Issue();
+        options.tls = {files.certificates, files.key};
+        way.tls = TTlsUse::Always;
+        way.caFile = authority.CaFile();
+    }
+    FakeListener fake(0, options);
+    way.addresses = {{u"127.0.0.1"_s, fake.Port()}};
+    Impatient waiting;
+    TSocketConnectionEx connection;
+    connection.SetTransport(MakeTcpTransport(way));
+    connection.SetWaiting(&waiting);
+    connection.Open(u"hq"_s, u"right"_s);
+    TClientDataSetEx set;
+    set.SetRemoteServer(&connection);
+    set.OpenQuery(u"rows 3"_s);
+    EXPECT_EQ(waiting.asked, 0);
+
+    EXPECT_THROW(set.OpenQuery(u"wait"_s), EAbort);
+    EXPECT_TRUE(waiting.last.cancellable);
+    EXPECT_GE(waiting.last.milliseconds, 500);
+    EXPECT_EQ(waiting.over, 1);
+    EXPECT_TRUE(FakeListener::Reaches(fake.interrupted, 1));
+    EXPECT_EQ(set.RecordCount(), 3);
+    EXPECT_EQ(set.CommandText(), u"rows 3"_s);
+    set.OpenQuery(u"rows 4"_s);
+    EXPECT_EQ(set.RecordCount(), 4);
+
+    // What became of a save must be known.
+    fake.server.OnApply = [](const wire::ChangeLog& changes) {
+        QThread::msleep(700);
+        return AcceptAll(changes);
+    };
+    RowKeeper nothing;
+    EXPECT_EQ(connection.Send(ApplyRequest(connection, 3), nothing).outcome.rows.size(), 3u);
+    EXPECT_FALSE(waiting.last.cancellable);
+    EXPECT_EQ(waiting.over, 2);
+}
+
+TEST(EmbeddedWaitingTest, AQueryThatIsGivenUpEndsInProcessToo)
+{
+    const QTemporaryDir folder;
+    server::Options options;
+    options.open = storage::SqliteIn(folder.path());
+    options.demo = u"200"_s;
+    server::ApplicationServer server(options);
+    const server::DemoAccount account = server.DemoAccounts().front();
+    Impatient waiting;
+    TSocketConnectionEx connection;
+    connection.SetTransport(server.NewTransport());
+    connection.SetWaiting(&waiting);
+    connection.Open(account.account, account.password);
+    TClientDataSetEx set;
+    set.SetRemoteServer(&connection);
+    set.OpenQuery(u"select count(*) N from tab_zelmor_bill a"_s);
+    EXPECT_EQ(waiting.asked, 0);
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_THROW(
+        set.OpenQuery(u"select count(*) N from tab_zelmor_bill a, tab_zelmor_bill b, tab_zelmor_bill c, "
+                      "tab_zelmor_bill d where a.STATUS+b.STATUS+c.STATUS+d.STATUS<-9"_s),
+        EAbort);
+    EXPECT_LT(timer.elapsed(), 5'000);
+    EXPECT_EQ(waiting.over, 1);
+    EXPECT_EQ(set.FieldByName(u"N").AsInteger(), 200);
 }
 
 TEST(ServerAddressTest, AreReadAsTyped)

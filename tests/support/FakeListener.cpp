@@ -1,4 +1,4 @@
-#include "tests/wire/FakeServer.h"
+#include "tests/support/FakeListener.h"
 
 #include "server/monitoring/MonitoredSession.h"
 
@@ -18,63 +18,40 @@ namespace {
 constexpr qint64 kBlock = 8192;
 constexpr auto kPatience = 10s;
 
-} // namespace
-
 class FakeSession : public server::Session {
 public:
-    explicit FakeSession(FakeServer& server)
-        : server_(server)
+    explicit FakeSession(FakeListener& owner)
+        : owner_(owner)
     {
-        ++server_.sessions;
+        ++owner_.sessions;
     }
-    ~FakeSession() override { --server_.sessions; }
+    ~FakeSession() override { --owner_.sessions; }
 
     wire::Reply Handle(const wire::Request& request, wire::ReplySink& sink) override
     {
         if (identity_.account.isEmpty() && request.kind != RequestKind::Login)
             throw Error(ErrorKind::Login, u"请先登录！"_s);
         wire::Reply reply;
-        reply.serverTime = wire::DateTime::FromParts(2026, 3, 14, 9, 30);
-        switch (request.kind) {
-        case RequestKind::Login:
-            reply.identity = LogIn(request);
-            break;
-        case RequestKind::Query:
+        if (request.kind == RequestKind::Query)
             reply.rowCount = Query(request.text, sink);
-            break;
-        case RequestKind::Execute:
-            reply.rowCount = 42;
-            break;
-        case RequestKind::ApplyUpdates:
-            reply.outcome = Apply(request);
-            break;
-        case RequestKind::Clock:
-            break;
-        }
+        else
+            reply = owner_.server.Answer(request, sink);
+        if (request.kind == RequestKind::Login)
+            identity_ = reply.identity;
         return reply;
     }
     const wire::Identity& Identity() const noexcept override { return identity_; }
     void Interrupt() noexcept override
     {
-        ++server_.interrupted;
+        ++owner_.interrupted;
         interrupted_ = true;
     }
 
 private:
-    const wire::Identity& LogIn(const wire::Request& request)
-    {
-        if (request.password != u"right")
-            throw Error(ErrorKind::Login, u"wrong account or password"_s);
-        ++server_.logins;
-        identity_.account = request.account;
-        identity_.site = u"快运本部"_s;
-        return identity_;
-    }
-
     qint64 Query(const QString& text, wire::ReplySink& sink)
     {
-        ++server_.running;
-        const auto done = qScopeGuard([this] { --server_.running; });
+        ++owner_.running;
+        const auto done = qScopeGuard([this] { --owner_.running; });
         const qint64 count = text.section(u' ', 1).toLongLong();
         if (text.startsWith(u"rows"))
             return SendRows(count, sink);
@@ -110,46 +87,20 @@ private:
         }
         return count;
     } catch (...) {
-        ++server_.brokenReplies;
+        ++owner_.brokenReplies;
         throw;
     }
 
-    wire::ApplyOutcome Apply(const wire::Request& request)
-    {
-        ++server_.applyRequests;
-        const std::lock_guard lock(server_.mutex_);
-        const auto [at, fresh] = server_.outcomes_.try_emplace({request.name.client, request.name.number});
-        if (fresh) {
-            for (const wire::RowChange& row : request.changes.rows)
-                at->second.rows.push_back({row.rowId, true, {}, false, {}});
-            server_.appliedRows += int(request.changes.rows.size());
-        }
-        return at->second;
-    }
-
-    FakeServer& server_;
+    FakeListener& owner_;
     wire::Identity identity_;
     std::atomic<bool> interrupted_{false};
 };
 
-std::unique_ptr<server::Session> FakeServer::NewSession()
-{
-    return std::make_unique<FakeSession>(*this);
-}
-
-bool FakeServer::Reaches(const std::atomic<int>& counter, int value)
-{
-    for (const auto end = std::chrono::steady_clock::now() + kPatience;
-         std::chrono::steady_clock::now() < end;) {
-        if (counter == value)
-            return true;
-        std::this_thread::sleep_for(2ms);
-    }
-    return false;
-}
+} // namespace
 
 FakeListener::FakeListener(quint16 port, server::ListenerOptions options)
 {
+    server.OnExecute = [](const QString&) { return 42; };
     options.port = port;
     options.watchInterval = 20;
     options.monitor = std::make_shared<monitoring::Monitor>(
@@ -162,10 +113,21 @@ FakeListener::FakeListener(quint16 port, server::ListenerOptions options)
     listener = std::make_unique<server::Listener>(
         [this](const QString& peer) {
             return std::make_unique<monitoring::MonitoredSession>(
-                server.NewSession(), peer, monitor_, std::chrono::hours(1));
+                std::make_unique<FakeSession>(*this), peer, monitor_, std::chrono::hours(1));
         },
         options);
     listener->Start();
+}
+
+bool FakeListener::Reaches(const std::atomic<int>& counter, int value)
+{
+    for (const auto end = std::chrono::steady_clock::now() + kPatience;
+         std::chrono::steady_clock::now() < end;) {
+        if (counter == value)
+            return true;
+        std::this_thread::sleep_for(2ms);
+    }
+    return false;
 }
 
 bool FakeListener::Logged(const QString& text)
@@ -178,21 +140,4 @@ QStringList FakeListener::Lines(const QString& text)
 {
     const std::lock_guard lock(mutex_);
     return lines_.filter(text);
-}
-
-wire::Request LoginRequest(const QString& password)
-{
-    wire::Request request;
-    request.kind = RequestKind::Login;
-    request.account = u"hq"_s;
-    request.password = password;
-    return request;
-}
-
-wire::Request QueryRequest(const QString& text)
-{
-    wire::Request request;
-    request.kind = RequestKind::Query;
-    request.text = text;
-    return request;
 }
