@@ -307,7 +307,8 @@ void TDBPageLookup::focusOutEvent(QFocusEvent* event)
     }
     if (typing_)
         TakeExactMatch();
-    MarkUnknown();
+    // Not at once: the focus also goes when the window around the box does.
+    QMetaObject::invokeMethod(this, &TDBPageLookup::MarkUnknown, Qt::QueuedConnection);
     if (OnExit)
         Guarded(OnExit);
 }

@@ -170,7 +170,7 @@ TColumnEh OrderColumn(const OrderColumnUse& use)
         column.style = TColumnStyle::DateTime;
     ApplyKind(column, look->kind);
     if (use.summed)
-        column.footers = SumFooter(use.sumWord);
+        column.footers = SumFooters(use.sumWord.toString());
     return column;
 }
 
@@ -214,12 +214,4 @@ void ChooseFrom(std::vector<TColumnEh>& columns, QStringView field, TLookupParam
     TColumnEh& column = ColumnOf(columns, field);
     column.style = TColumnStyle::Lookup;
     column.lookup = std::move(lookup);
-}
-
-std::vector<TFooter> SumFooter(QStringView word)
-{
-    const TFooter above = word.isEmpty()
-        ? TFooter{}
-        : TFooter{TFooterValueType::StaticText, word.toString(), TAlignment::Right};
-    return {above, {TFooterValueType::Sum, {}, TAlignment::Right}};
 }

@@ -29,5 +29,3 @@ TColumnEh& ColumnOf(std::vector<TColumnEh>& columns, QStringView field);
 void OfferStatuses(std::vector<TColumnEh>& columns, company::StatusUse use, std::span<const int> statuses);
 // Lets the column choose from a list.
 void ChooseFrom(std::vector<TColumnEh>& columns, QStringView field, TLookupParams lookup);
-// The sum below a column, a word above it where there is one.
-std::vector<TFooter> SumFooter(QStringView word = {});
