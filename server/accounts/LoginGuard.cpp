@@ -1,6 +1,6 @@
 #include "server/accounts/LoginGuard.h"
 
-#include <QHostAddress>
+#include "server/refusal/Place.h"
 
 #include <algorithm>
 
@@ -22,22 +22,6 @@ constexpr qsizetype kKnown = 50'000;
 
 // One count for all that is not known yet, once so many places are at it that no more can be told apart.
 const QString kEverybodyElse = QStringLiteral("*");
-
-// The address without the port, which is another one for every connection; of an IPv6 address the network,
-// within which anybody may take any address.
-QString PlaceOf(const QString& peer)
-{
-    const qsizetype colon = peer.lastIndexOf(u':');
-    const QString text = colon < 0 ? peer : peer.first(colon);
-    const QHostAddress address(text);
-    bool isIpv4 = false;
-    address.toIPv4Address(&isIpv4);
-    if (isIpv4 || address.protocol() != QAbstractSocket::IPv6Protocol)
-        return text;
-    Q_IPV6ADDR bytes = address.toIPv6Address();
-    std::fill(bytes.c + 8, bytes.c + 16, quint8(0));
-    return QHostAddress(bytes).toString();
-}
 
 } // namespace
 

@@ -106,6 +106,8 @@ Options ReadOptions(const Settings& settings, const monitoring::MonitorPtr& moni
     options.maxRows = settings.Number(u"max-rows"_s, options.maxRows, 1, INT_MAX);
     options.maxSeconds =
         static_cast<int>(settings.Number(u"statement-timeout"_s, options.maxSeconds, 1, kLongTime));
+    options.waitSeconds =
+        static_cast<int>(settings.Number(u"wait-timeout"_s, options.waitSeconds, 1, kLongTime));
     options.onRefusedRows = [monitor](const RefusedRows& rows) {
         monitor->Refuse(RefusalReason::Site,
             {{"account", rows.who.account}, {"site", rows.who.site}, {"peer", rows.peer},
@@ -137,6 +139,10 @@ ListenerOptions ReadListenerOptions(const Settings& settings, const monitoring::
     options.stopTimeout = milliseconds(u"stop-timeout"_s, options.stopTimeout);
     options.maxPerAccount =
         static_cast<int>(settings.Number(u"max-sessions-per-account"_s, options.maxPerAccount, 0, 100'000));
+    options.maxPerAddress =
+        static_cast<int>(settings.Number(u"max-sessions-per-address"_s, options.maxPerAddress, 0, 100'000));
+    options.maxNewcomers =
+        static_cast<int>(settings.Number(u"max-newcomers"_s, options.maxNewcomers, 1, 100'000));
     options.maxRequestBytes = static_cast<quint32>(settings.Number(
         u"max-request-bytes"_s, wire::kMaxRequestBody, wire::kMaxLoginBody, wire::kMaxRequestBody));
     options.tls = {settings.Value(u"tls-certificate"_s), settings.Value(u"tls-key"_s)};
@@ -213,7 +219,8 @@ int Serve(const QStringList& arguments)
         "  zelmor-server backup    a copy of the embedded database"_s,
         {u"config"_s, u"data"_s, u"storage"_s, u"connections"_s, u"demo"_s, u"now"_s, u"listen"_s,
             u"tls-certificate"_s, u"tls-key"_s, u"plain-network"_s, u"max-sessions"_s,
-            u"max-sessions-per-account"_s, u"max-rows"_s, u"max-request-bytes"_s, u"statement-timeout"_s,
+            u"max-sessions-per-account"_s, u"max-sessions-per-address"_s, u"max-newcomers"_s,
+            u"wait-timeout"_s, u"max-rows"_s, u"max-request-bytes"_s, u"statement-timeout"_s,
             u"slow-statement"_s, u"login-timeout"_s, u"idle-timeout"_s, u"stop-timeout"_s, u"metrics"_s,
             u"log-level"_s, u"log-format"_s});
     settings.Read(arguments);

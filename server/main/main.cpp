@@ -7,6 +7,10 @@
 
 #include <cstdio>
 
+#ifndef Q_OS_WIN // whose files belong to their folder's readers
+#include <sys/stat.h>
+#endif
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -38,6 +42,9 @@ const Command& CommandOf(QStringList& arguments)
 
 int main(int argc, char** argv)
 {
+#ifndef Q_OS_WIN
+    umask(S_IRWXG | S_IRWXO); // what is written holds orders and hashes of passwords
+#endif
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(u"zelmor-server"_s);
     QStringList arguments = QCoreApplication::arguments();

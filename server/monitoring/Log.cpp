@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdio>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -154,10 +155,63 @@ Log::Log(LogLevel level, LogFormat format, Sink sink)
 {
 }
 
+Log::~Log()
+{
+    const std::lock_guard lock(mutex_);
+    for (auto& [key, repeated] : repeated_)
+        TellRepeated(repeated);
+}
+
+bool Log::MayWrite(const char* event, const char* reason)
+{
+    constexpr std::chrono::minutes kSpan(1);
+    const auto now = std::chrono::steady_clock::now();
+    if (now - lookedAt_ >= kSpan) {
+        lookedAt_ = now;
+        for (auto& [key, repeated] : repeated_) {
+            if (now - repeated.since >= kSpan)
+                TellRepeated(repeated);
+        }
+    }
+    const std::string key = std::string(event) + ' ' + (reason != nullptr ? reason : "");
+    Repeated& repeated = repeated_[key];
+    if (repeated.event == nullptr || now - repeated.since >= kSpan) {
+        TellRepeated(repeated);
+        repeated = {event, reason, now, 0, 0};
+    }
+    if (repeated.written >= (reason != nullptr ? kMostRefusedAMinute : kMostAMinute)) {
+        ++repeated.left;
+        return false;
+    }
+    ++repeated.written;
+    return true;
+}
+
+void Log::TellRepeated(Repeated& repeated)
+{
+    if (repeated.left == 0)
+        return;
+    Line line(format_);
+    line.Add("time", TimeNow());
+    line.Add("level", u"warn");
+    line.Add("event", u"repeated");
+    line.Add(LogField("of", repeated.event));
+    if (repeated.reason != nullptr)
+        line.Add(LogField("reason", repeated.reason));
+    line.Add(LogField("times", std::exchange(repeated.left, 0)));
+    const QByteArray utf8 = line.Finish();
+    sink_({utf8.constData(), static_cast<size_t>(utf8.size())});
+}
+
 void Log::WriteLine(
     LogLevel level, const char* event, std::initializer_list<LogField> fields, const char* reason) noexcept
 {
     try {
+        if (level != LogLevel::Debug) {
+            const std::lock_guard lock(mutex_);
+            if (!MayWrite(event, reason))
+                return;
+        }
         Line line(format_);
         line.Add("time", TimeNow());
         line.Add("level", QLatin1StringView(kLevels[static_cast<size_t>(level)]).toString());

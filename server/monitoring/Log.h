@@ -2,9 +2,11 @@
 
 #include <QStringView>
 
+#include <chrono>
 #include <concepts>
 #include <functional>
 #include <initializer_list>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -62,14 +64,22 @@ private:
 //     time=2026-11-21T09:30:00.123+08:00 level=info event=login account=hefei1 peer=192.0.2.7:51034
 //
 // or the same as one JSON object. Whatever a value holds, it can neither end the line nor begin another
-// field; long ones are cut; passwords inside connection strings are masked. Any thread may write.
+// field; long ones are cut; passwords inside connection strings are masked. What happens more often than
+// kMostAMinute (a refusal for one reason: kMostRefusedAMinute) is counted from there on, and a line with
+// event=repeated tells how often. Any thread may write.
 class Log {
 public:
     // Takes one whole line with its line end; called by one thread at a time.
     using Sink = std::function<void(std::string_view line)>;
 
+    static constexpr int kMostAMinute = 600;
+    static constexpr int kMostRefusedAMinute = 60;
+
     // Lines below `level` are dropped. An empty sink is standard error.
     explicit Log(LogLevel level = LogLevel::Off, LogFormat format = LogFormat::Text, Sink sink = {});
+    // Tells what was only counted.
+    ~Log();
+    Q_DISABLE_COPY(Log)
 
     // To be asked before fields are made with much effort.
     bool Wants(LogLevel level) const noexcept { return level >= level_ && level_ != LogLevel::Off; }
@@ -108,10 +118,24 @@ private:
     void WriteLine(LogLevel level, const char* event, std::initializer_list<LogField> fields,
         const char* reason = nullptr) noexcept;
 
+    // What was written of one event in the minute that began at `since`.
+    struct Repeated {
+        const char* event = nullptr;
+        const char* reason = nullptr;
+        std::chrono::steady_clock::time_point since;
+        int written = 0;
+        qint64 left = 0; // only counted
+    };
+    // False: it is only counted. Under the mutex.
+    bool MayWrite(const char* event, const char* reason);
+    void TellRepeated(Repeated& repeated);
+
     const LogLevel level_;
     const LogFormat format_;
     const Sink sink_;
-    std::mutex mutex_; // of the sink
+    std::mutex mutex_; // of what follows and of the sink
+    std::map<std::string, Repeated, std::less<>> repeated_; // by event and reason
+    std::chrono::steady_clock::time_point lookedAt_;
 };
 
 } // namespace server::monitoring

@@ -9,6 +9,9 @@
 #else
 #include <unistd.h>
 #endif
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 namespace server::monitoring {
 
@@ -39,6 +42,18 @@ qint64 ResidentBytes() noexcept
 }
 
 #endif
+
+void ReturnFreeMemory([[maybe_unused]] FreeMemory which) noexcept
+{
+#ifdef Q_OS_WIN
+    if (which == FreeMemory::All)
+        HeapCompact(GetProcessHeap(), 0); // it gives back large pieces by itself
+#elif defined(__GLIBC__)
+    constexpr size_t kMuch = 64 << 20; // bytes
+    if (which == FreeMemory::All || mallinfo2().fordblks > kMuch)
+        malloc_trim(0);
+#endif
+}
 
 const char* Version() noexcept
 {

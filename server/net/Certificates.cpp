@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QFile>
 #include <QSslCertificate>
+#include <QSslCipher>
 #include <QSslDiffieHellmanParameters>
 #include <QSslKey>
 #include <QSslSocket>
@@ -48,7 +49,35 @@ bool BelongsTo(const QSslKey& key, const QSslCertificate& certificate)
     return publicKey.algorithm() == key.algorithm() && key.toDer().contains(publicKey.toDer().last(kEnd));
 }
 
+// Those that keep what was said secret even from who gets the key later, and say so when bytes were changed.
+QList<QSslCipher> GoodCiphers()
+{
+    QList<QSslCipher> ciphers = QSslConfiguration::supportedCiphers();
+    ciphers.removeIf([](const QSslCipher& cipher) {
+        const QString name = cipher.name();
+        const bool tls13 = name.startsWith(u"TLS_"_s);
+        const bool forward = name.startsWith(u"ECDHE-"_s) || name.startsWith(u"DHE-"_s);
+        const bool sealed = name.contains(u"-GCM-"_s) || name.contains(u"CHACHA20"_s);
+        return !tls13 && !(forward && sealed);
+    });
+    return ciphers;
+}
+
 } // namespace
+
+QString WhyUnfit(const QSslCertificate& certificate, const QSslKey& key, const QDateTime& now)
+{
+    // Shorter ones can be broken with today's machines.
+    const int least = key.algorithm() == QSsl::Rsa ? 2048 : 224;
+    if (key.length() < least)
+        return u"has a key of %1 bits; %2 are the least"_s.arg(key.length()).arg(least);
+    const auto told = [](const QDateTime& time) { return time.toUTC().toString(Qt::ISODate); };
+    if (certificate.expiryDate() < now)
+        return u"expired at %1"_s.arg(told(certificate.expiryDate()));
+    if (certificate.effectiveDate() > now)
+        return u"is not valid before %1"_s.arg(told(certificate.effectiveDate()));
+    return {};
+}
 
 Certificates::Certificates(TlsFiles files, monitoring::MonitorPtr monitor)
     : files_(std::move(files))
@@ -69,8 +98,13 @@ void Certificates::Load()
     if (!BelongsTo(key, chain.constFirst()))
         Refuse(files_.key, u"is not the key of the first certificate in %1"_s.arg(files_.certificates));
 
+    if (const QString reason = WhyUnfit(chain.constFirst(), key, QDateTime::currentDateTimeUtc());
+        !reason.isEmpty())
+        Refuse(files_.certificates, reason);
+
     QSslConfiguration configuration;
     configuration.setProtocol(QSsl::TlsV1_2OrLater);
+    configuration.setCiphers(GoodCiphers());
     configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
     configuration.setLocalCertificateChain(chain);
     configuration.setPrivateKey(key);

@@ -46,9 +46,9 @@ template <typename F> auto ClientChannel::Guarded(F&& work)
     }
 }
 
-QString ClientChannel::Open(qintptr descriptor, bool enciphered)
+QString ClientChannel::Open(qintptr descriptor, bool encrypted)
 {
-    opened_ = enciphered ? std::make_unique<QSslSocket>() : std::make_unique<QTcpSocket>();
+    opened_ = encrypted ? std::make_unique<QSslSocket>() : std::make_unique<QTcpSocket>();
     if (!opened_->setSocketDescriptor(descriptor))
         throw Error(ErrorKind::Connection, opened_->errorString());
     opened_->setSocketOption(QAbstractSocket::LowDelayOption, 1);
@@ -66,7 +66,7 @@ void ClientChannel::Begin(const Certificates* certificates)
     const bool hello = IsClientHello(start, got);
     // To a client of the other kind the farewell goes as a plain frame, which the one can read.
     if (certificates != nullptr && hello)
-        Encipher(*certificates);
+        Encrypt(*certificates);
     stream_.emplace(std::move(opened_));
     if (got == 0 || hello == (certificates != nullptr))
         return;
@@ -76,7 +76,7 @@ void ClientChannel::Begin(const Certificates* certificates)
             RefusalReason::Tls, ErrorKind::Policy, u"服务器只接受加密的连接，请在登录窗口里打开加密！"_s);
 }
 
-void ClientChannel::Encipher(const Certificates& certificates)
+void ClientChannel::Encrypt(const Certificates& certificates)
 {
     auto& socket = static_cast<QSslSocket&>(*opened_);
     socket.setSslConfiguration(certificates.Configuration());
@@ -113,7 +113,7 @@ void ClientChannel::Refuse(const Error& reason) noexcept
     try {
         Write(wire::EncodeError(reason, 0));
         stream_->EndSending();
-        // Past the deciphering, if there is any: nobody looks at it.
+        // Past the decrypting, if there is any: nobody looks at it.
         char unread[4096];
         const QDeadlineTimer deadline(kFarewell);
         while (!deadline.hasExpired()

@@ -20,7 +20,7 @@ public:
     ~ClientChannel() override;
 
     // Takes the descriptor over; gives the name of the other end.
-    QString Open(qintptr descriptor, bool enciphered);
+    QString Open(qintptr descriptor, bool encrypted);
     // Before anything is read: hears whether the client wants TLS, as `certificates` (null: no TLS here) has
     // it, and makes the connection what it wants. Raises wire::Error.
     void Begin(const Certificates* certificates);
@@ -40,7 +40,7 @@ private:
     // Remembers that the connection has failed.
     template <typename F> auto Guarded(F&& work);
     int TimeLeft(int patience) const;
-    void Encipher(const Certificates& certificates);
+    void Encrypt(const Certificates& certificates);
     qsizetype ReadSome(char* to, qsizetype size, bool idle) override;
     void WriteAll(const char* bytes, qsizetype size) override;
 

@@ -136,16 +136,16 @@ void ClientConnection::Run() noexcept
 
 void ClientConnection::Open(ClientChannel& channel)
 {
-    const bool enciphered = context_.certificates != nullptr;
-    peer_ = channel.Open(descriptor_, enciphered);
-    if (enciphered) {
+    const bool encrypted = context_.certificates != nullptr;
+    peer_ = channel.Open(descriptor_, encrypted);
+    if (encrypted) {
         // The socket closes its descriptor when it pleases, and the number may be another client's at once.
         const std::lock_guard lock(mutex_);
         descriptor_ = wire::NativeSocket(descriptor_).Duplicate();
         ownDescriptor_ = true;
     }
     if (welcome_)
-        context_.options.monitor->log.Info("connected", {{"peer", peer_}, {"tls", enciphered}});
+        context_.options.monitor->log.Info("connected", {{"peer", peer_}, {"tls", encrypted}});
     channel.Begin(context_.certificates);
     if (!welcome_)
         throw RefusedError(RefusalReason::Sessions, ErrorKind::Limit, u"服务器连接数已满，请稍后重试！"_s);
@@ -211,9 +211,12 @@ void ClientConnection::Admit(const QString& account)
 // One line for each connection that has ended, a warning where it was this side's wish.
 void ClientConnection::Left(const Error* reason)
 {
-    const QString message = reason != nullptr ? reason->Message() : u"closed by the client"_s;
-    const std::optional<RefusalReason> refusal =
-        reason != nullptr ? RefusalOf(*reason) : std::optional<RefusalReason>();
+    const QString message = displaced_ ? u"not logged in while others came"_s
+        : reason != nullptr            ? reason->Message()
+                                       : u"closed by the client"_s;
+    const std::optional<RefusalReason> refusal = displaced_ ? RefusalReason::Sessions
+        : reason != nullptr                                 ? RefusalOf(*reason)
+                                                            : std::optional<RefusalReason>();
     bool finishing = false;
     {
         const std::lock_guard lock(mutex_);
@@ -247,6 +250,14 @@ void ClientConnection::Finish() noexcept
     const std::lock_guard lock(mutex_);
     finishing_ = true;
     if (!running_ && descriptor_ != -1)
+        wire::NativeSocket(descriptor_).EndReceiving();
+}
+
+void ClientConnection::Displace() noexcept
+{
+    const std::lock_guard lock(mutex_);
+    displaced_ = true;
+    if (descriptor_ != -1)
         wire::NativeSocket(descriptor_).EndReceiving();
 }
 

@@ -4,6 +4,7 @@
 
 #include <QHash>
 
+#include <atomic>
 #include <mutex>
 
 namespace server {
@@ -28,7 +29,7 @@ private:
 struct ClientContext {
     const SessionFactory& newSession;
     const ListenerOptions& options;
-    const Certificates* certificates; // null: nothing is enciphered
+    const Certificates* certificates; // null: nothing is encrypted
     AccountSessions& accounts;
 };
 
@@ -45,6 +46,9 @@ public:
     void Finish() noexcept;
     // Ends a running request soon.
     void Interrupt() noexcept;
+    // Makes room for another client, where this one has not logged in.
+    void Displace() noexcept;
+    bool IsNewcomer() const noexcept { return !loggedIn_ && !displaced_; }
     // Interrupts a request that runs for a client that has gone.
     void InterruptIfAbandoned() noexcept;
 
@@ -67,7 +71,8 @@ private:
     QString peer_;
     QString account_; // admitted
     std::unique_ptr<Session> session_; // there while `running_`
-    bool loggedIn_ = false;
+    std::atomic<bool> loggedIn_{false};
+    std::atomic<bool> displaced_{false};
 
     std::mutex mutex_; // of what follows
     qintptr descriptor_; // -1 once it is being closed

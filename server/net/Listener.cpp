@@ -1,22 +1,25 @@
 #include "server/net/Listener.h"
 
+#include "server/monitoring/Process.h"
 #include "server/net/ClientConnection.h"
+#include "server/net/ConnectionRate.h"
+#include "server/net/Peer.h"
+#include "server/refusal/Place.h"
 
 #include <QDeadlineTimer>
+#include <QHash>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QThread>
 #include <QTimer>
 
+#include <algorithm>
 #include <condition_variable>
 #include <list>
 #include <thread>
 
 #ifndef Q_OS_WIN
 #include <sys/resource.h>
-#endif
-#ifdef __GLIBC__
-#include <malloc.h>
 #endif
 
 using namespace Qt::Literals::StringLiterals;
@@ -29,16 +32,11 @@ namespace {
 // So many clients above the limit are told that they are too many, which takes a thread and, with TLS, a
 // handshake; any others find the connection closed.
 constexpr int kFarewells = 32;
+// Any place may have so many that are logging in.
+constexpr int kNewcomersAnywhere = 64;
 
 constexpr std::chrono::milliseconds kInterruptAgain(500);
 constexpr qint64 kQuiet = 5'000; // milliseconds without a request
-
-void GiveBackMemory()
-{
-#ifdef __GLIBC__
-    malloc_trim(0);
-#endif
-}
 
 class Acceptor : public QTcpServer {
 public:
@@ -88,6 +86,7 @@ public:
 
 private:
     struct Client {
+        QString place;
         std::unique_ptr<ClientConnection> connection;
         std::thread thread;
     };
@@ -95,18 +94,22 @@ private:
     void Listen();
     void Watch();
     void Accept(qintptr descriptor);
+    // Leaves the silent one whose place has most of them, where there are too many; counts those from
+    // `place`.
+    int MakeRoomFor(const QString& place);
     void Forget(std::list<Client>::iterator client);
 
     const SessionFactory newSession_;
     const ListenerOptions options_;
-    const std::unique_ptr<Certificates> certificates_; // null: nothing is enciphered
+    const std::unique_ptr<Certificates> certificates_; // null: nothing is encrypted
     AccountSessions accounts_;
     const ClientContext context_{newSession_, options_, certificates_.get(), accounts_};
     QThread thread_;
     std::unique_ptr<QObject> worker_; // on the thread: what is to run there is posted to it
     std::unique_ptr<Acceptor> acceptor_;
     std::unique_ptr<QTimer> watch_;
-    std::list<Client> clients_;
+    std::list<Client> clients_; // in the order of their coming
+    ConnectionRate rate_;
     quint64 receivedBefore_ = 0;
     QDeadlineTimer quietFrom_{QDeadlineTimer::Forever};
     std::atomic<int> count_{0}; // of clients; going down under the mutex
@@ -162,15 +165,17 @@ void Listener::Private::Watch()
 {
     for (Client& client : clients_)
         client.connection->InterruptIfAbandoned();
+    rate_.Forget(ConnectionRate::Clock::now());
     // What replies took and gave back stays this process's until it is asked for; that takes some time, which
-    // is nobody's once all is quiet.
+    // is nobody's once all is quiet. While there is work, only much is worth it.
     const quint64 received = options_.monitor->metrics.bytesReceived.Value();
     const QDeadlineTimer now = QDeadlineTimer::current();
     if (std::exchange(receivedBefore_, received) != received) {
         quietFrom_ = now + kQuiet;
+        monitoring::ReturnFreeMemory(monitoring::FreeMemory::Much);
     } else if (!quietFrom_.isForever() && quietFrom_ < now) {
         quietFrom_ = QDeadlineTimer(QDeadlineTimer::Forever);
-        GiveBackMemory();
+        monitoring::ReturnFreeMemory(monitoring::FreeMemory::All);
     }
 }
 
@@ -180,12 +185,22 @@ void Listener::Private::Accept(qintptr descriptor)
         options_.monitor->Refuse(RefusalReason::Sessions, {{"message", reason}});
         QTcpSocket().setSocketDescriptor(descriptor);
     };
-    const int free = options_.maxConnections - count_;
+    const QString peer = PeerOf(descriptor);
+    const QString place = PlaceOf(peer);
+    if (!rate_.Admit(place, ConnectionRate::Clock::now())) {
+        close(u"%1 connects too often"_s.arg(place));
+        return;
+    }
+    const int here = MakeRoomFor(place);
+    const bool tooMany =
+        options_.maxPerAddress > 0 && here >= options_.maxPerAddress && !QHostAddress(place).isLoopback();
+    const int free = tooMany ? 0 : options_.maxConnections - count_;
     if (free <= -kFarewells) {
         close(u"%1 clients are connected"_s.arg(count_));
         return;
     }
     const auto client = clients_.emplace(clients_.end());
+    client->place = place;
     client->connection = std::make_unique<ClientConnection>(descriptor, context_, free > 0);
     try {
         client->thread = std::thread([this, client] {
@@ -199,6 +214,32 @@ void Listener::Private::Accept(qintptr descriptor)
         return;
     }
     ++count_;
+}
+
+int Listener::Private::MakeRoomFor(const QString& place)
+{
+    int here = 0;
+    int newcomers = 0;
+    QHash<QString, int> byPlace;
+    for (const Client& client : clients_) {
+        here += client.place == place ? 1 : 0;
+        if (client.connection->IsNewcomer()) {
+            ++newcomers;
+            ++byPlace[client.place];
+        }
+    }
+    const int most = std::min(options_.maxNewcomers, options_.maxConnections);
+    QString crowded;
+    if (byPlace.value(place) >= std::max(most / 2, kNewcomersAnywhere))
+        crowded = place;
+    else if (newcomers >= most && newcomers > 0)
+        crowded = std::max_element(byPlace.cbegin(), byPlace.cend()).key();
+    else
+        return here;
+    const auto silent = std::ranges::find_if(clients_,
+        [&](const Client& client) { return client.place == crowded && client.connection->IsNewcomer(); });
+    silent->connection->Displace();
+    return here;
 }
 
 void Listener::Private::Forget(std::list<Client>::iterator client)
@@ -259,7 +300,7 @@ void RequireServable(const ListenerOptions& options)
 {
     if (!options.address.isLoopback() && !options.tls.IsGiven() && !options.plainNetwork)
         throw Error(ErrorKind::Policy,
-            u"%1 can be reached from other machines, but connections are not enciphered: give a certificate "
+            u"%1 can be reached from other machines, but connections are not encrypted: give a certificate "
             "and its key, listen on 127.0.0.1, or give --plain-network on a network that you trust"_s.arg(
                 options.address.toString()));
 }

@@ -16,9 +16,13 @@ using SessionFactory = std::function<std::unique_ptr<Session>(const QString& pee
 struct ListenerOptions {
     QHostAddress address = QHostAddress(QHostAddress::LocalHost);
     quint16 port = 8866; // 0: any free one
-    TlsFiles tls; // none: nothing is enciphered
+    TlsFiles tls; // none: nothing is encrypted
     bool plainNetwork = false; // serve other machines even so
     int maxConnections = 1000;
+    int maxPerAddress = 500; // of them from one address (IPv6: network) but this machine's own; 0: any
+    // Connected and not logged in: so many in all, half of them from one address, the rest of the places is
+    // kept for those who are. Beyond that, who has been silent longest is left.
+    int maxNewcomers = 250;
     int maxPerAccount =
         0; // sessions of one account at a time (a desk has two, three while it logs in); 0: any
     quint32 maxRequestBytes = wire::kMaxRequestBody; // no more than this

@@ -2,9 +2,9 @@
 
 #include "server/provider/ClientSession.h"
 #include "server/provider/DemoData.h"
-#include "server/provider/Outcomes.h"
 #include "server/refusal/UserTexts.h"
 
+#include <QDateTime>
 #include <QScopeGuard>
 
 using namespace Qt::Literals::StringLiterals;
@@ -111,7 +111,7 @@ storage::PoolState ApplicationServer::Pool()
 
 void ApplicationServer::Tidy()
 {
-    storage::InTransaction(d_->pool, true, ForgetOldOutcomes);
+    d_->outcomes.Tidy(d_->pool, std::chrono::steady_clock::now(), QDateTime::currentSecsSinceEpoch());
 }
 
 void ApplicationServer::AddAccount(const NewAccount& account)

@@ -171,7 +171,7 @@ void ClientSession::Query(const wire::Request& request, wire::ReplySink& sink, w
     WatchedSink watched(sink);
     for (int attempt = 1;; ++attempt) {
         try {
-            const ConnectionPool::Lease connection = server_.pool.Lend();
+            const ConnectionPool::Lease connection = server_.pool.Lend(identity_.account);
             Watched(*connection, request.text, [&] {
                 const dialect::Translated translated = connection->Translate(request.text);
                 Permissions::RequireQuery(*translated.translation);
@@ -188,22 +188,25 @@ void ClientSession::Query(const wire::Request& request, wire::ReplySink& sink, w
 
 void ClientSession::Execute(const wire::Request& request, wire::Reply& reply)
 {
-    storage::InTransaction(server_.pool, false, [&](storage::Connection& connection) {
-        Watched(connection, request.text, [&] {
-            const dialect::Translated translated = connection.Translate(request.text);
-            permissions_.RequireUpdate(*translated.translation);
-            const Caller caller = CallerNow();
-            reply.rowCount = connection.Execute(translated, caller.now);
-            AuditFields fields;
-            fields.Add(u"SQL", request.text);
-            fields.Add(u"ROWS", reply.rowCount);
-            const std::string_view text = fields.Finish();
-            connection.Insert(storage::AuditTable(),
-                storage::Row{{}, caller.now, identity_.account, wire::TextValue(identity_.employeeName),
-                    wire::TextValue(peer_), translated.translation->targetTable, u"statement"_s, {},
-                    QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()))});
-        });
-    });
+    storage::InTransaction(
+        server_.pool, false,
+        [&](storage::Connection& connection) {
+            Watched(connection, request.text, [&] {
+                const dialect::Translated translated = connection.Translate(request.text);
+                permissions_.RequireUpdate(*translated.translation);
+                const Caller caller = CallerNow();
+                reply.rowCount = connection.Execute(translated, caller.now);
+                AuditFields fields;
+                fields.Add(u"SQL", request.text);
+                fields.Add(u"ROWS", reply.rowCount);
+                const std::string_view text = fields.Finish();
+                connection.Insert(storage::AuditTable(),
+                    storage::Row{{}, caller.now, identity_.account, wire::TextValue(identity_.employeeName),
+                        wire::TextValue(peer_), translated.translation->targetTable, u"statement"_s, {},
+                        QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()))});
+            });
+        },
+        identity_.account);
 }
 
 void ClientSession::ApplyUpdates(const wire::Request& request, wire::Reply& reply)
@@ -211,20 +214,23 @@ void ClientSession::ApplyUpdates(const wire::Request& request, wire::Reply& repl
     ForbiddenRows forbidden;
     const quint64 digest = DigestOf(request.changes, request.maxErrors);
     try {
-        storage::InTransaction(server_.pool, true, [&](storage::Connection& connection) {
-            Watched(connection, request.changes.commandText, [&] {
-                RequireNew(connection, request.name, identity_.account, digest);
-                try {
-                    reply.outcome = ApplyChanges(
-                        connection, request.changes, request.maxErrors, CallerNow(), permissions_, forbidden);
-                } catch (const wire::Error&) {
-                    connection.FinishSelect(); // what is refused now may have been applied before
-                    throw;
-                }
-                RequireSendable(reply.outcome);
-                RememberOutcome(connection, request.name, identity_.account, digest, reply.outcome);
-            });
-        });
+        storage::InTransaction(
+            server_.pool, true,
+            [&](storage::Connection& connection) {
+                Watched(connection, request.changes.commandText, [&] {
+                    RequireNew(connection, request.name, identity_.account, digest);
+                    try {
+                        reply.outcome = ApplyChanges(connection, request.changes, request.maxErrors,
+                            CallerNow(), permissions_, forbidden);
+                    } catch (const wire::Error&) {
+                        connection.FinishSelect(); // what is refused now may have been applied before
+                        throw;
+                    }
+                    RequireSendable(reply.outcome);
+                    RememberOutcome(connection, request.name, identity_.account, digest, reply.outcome);
+                });
+            },
+            identity_.account);
     } catch (AppliedBefore& before) {
         reply.outcome = std::move(before.outcome);
         forbidden = {}; // told the first time

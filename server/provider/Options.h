@@ -21,6 +21,7 @@ struct RefusedRows {
 struct Options {
     storage::Opener open; // the database: storage::SqliteIn, PostgresAt or OdbcThrough
     int connections = 16; // to the database, at most
+    int waitSeconds = 30; // for one of them, before a request is refused (Limit)
     QString demo; // "small", "medium", "large" or a number of orders: fills a new
                   // database; empty, or a database that is there already: nothing
     std::optional<wire::DateTime> now; // fixes the clock at start-up; it then runs on from there

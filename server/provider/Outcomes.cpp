@@ -20,6 +20,7 @@ using wire::ColumnType;
 constexpr qint64 kKeptSeconds = 7 * 24 * 3600;
 constexpr quint8 kFormat = 2;
 constexpr quint8 kFormatWithoutDigest = 1; // of older servers over the same database
+constexpr std::chrono::minutes kSecondLook(30);
 
 void Write(QDataStream& stream, const wire::Value& value)
 {
@@ -205,10 +206,18 @@ void RememberOutcome(storage::OwnStatements& statements, const wire::ApplyName& 
     statements.InsertLast(storage::OutcomeTable(), row);
 }
 
-void ForgetOldOutcomes(storage::OwnStatements& statements)
+void OutcomeTidier::Tidy(storage::ConnectionPool& pool, Clock::time_point now, qint64 unixNow)
 {
-    const wire::Value oldest = QDateTime::currentSecsSinceEpoch() - kKeptSeconds;
-    statements.Change("delete from zelmor_outcome where APPLY_TIME < ?", {&oldest, 1});
+    if (old_ && now < from_)
+        return;
+    if (old_) {
+        storage::InTransaction(pool, true, [this](storage::OwnStatements& statements) {
+            const wire::Value oldest = *old_;
+            statements.Change("delete from zelmor_outcome where APPLY_TIME < ?", {&oldest, 1});
+        });
+    }
+    old_ = unixNow - kKeptSeconds;
+    from_ = now + kSecondLook;
 }
 
 } // namespace server

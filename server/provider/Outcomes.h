@@ -1,7 +1,10 @@
 #pragma once
 
-#include "server/storage/Connection.h"
+#include "server/storage/Pool.h"
 #include "wire/Messages.h"
+
+#include <chrono>
+#include <optional>
 
 // What became of change logs, kept in the database by their names, so that one that is sent again (its answer
 // was lost, perhaps to another server over the same database) is answered and not applied.
@@ -26,7 +29,20 @@ void RequireSendable(const wire::ApplyOutcome& outcome);
 // the commit does: its outcome is there to be found once this transaction has been undone.
 void RememberOutcome(storage::OwnStatements& statements, const wire::ApplyName& name, const QString& account,
     quint64 digest, const wire::ApplyOutcome& outcome);
-// Forgets what nobody will ask for any more: a connection that still repeats a save does so within minutes.
-void ForgetOldOutcomes(storage::OwnStatements& statements);
+
+// Forgets outcomes that nobody will ask for any more: a connection that still repeats a save does so within
+// minutes. What looks a week old is deleted by the next call that comes half an hour of running time later:
+// the wall clock may have leapt, and what was written a minute ago may look old to it.
+class OutcomeTidier {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    // From one thread at a time. Raises wire::Error.
+    void Tidy(storage::ConnectionPool& pool, Clock::time_point now, qint64 unixNow);
+
+private:
+    std::optional<qint64> old_; // what was written before that may go, from `from_` on
+    Clock::time_point from_;
+};
 
 } // namespace server

@@ -3,6 +3,7 @@
 #include "server/accounts/Accounts.h"
 #include "server/provider/Clock.h"
 #include "server/provider/Options.h"
+#include "server/provider/Outcomes.h"
 #include "server/provider/SiteScope.h"
 #include "server/storage/Pool.h"
 
@@ -17,6 +18,7 @@ struct ServerParts {
     storage::ConnectionPool pool;
     Accounts accounts;
     SiteDirectory sites;
+    OutcomeTidier outcomes;
 };
 
 } // namespace server

@@ -8,7 +8,7 @@ const char* NameOf(RefusalReason reason) noexcept
 {
     static constexpr std::array<const char*, kRefusalReasons> kNames{"sessions", "stopping", "login_time",
         "idle_time", "frame_time", "protocol", "size", "tls", "login", "login_rate", "not_logged_in",
-        "syntax", "policy", "site", "data", "rows", "statement_time"};
+        "syntax", "policy", "site", "data", "rows", "statement_time", "busy"};
     return kNames[static_cast<size_t>(reason)];
 }
 

@@ -25,8 +25,9 @@ enum class RefusalReason : quint8 {
     Data, // values that do not fit
     Rows, // a query of too many rows
     StatementTime, // a request that ran too long
+    Busy, // a request that got no database connection in time
 };
-constexpr size_t kRefusalReasons = static_cast<size_t>(RefusalReason::StatementTime) + 1;
+constexpr size_t kRefusalReasons = static_cast<size_t>(RefusalReason::Busy) + 1;
 // "sessions", "login_rate"…: the `reason` of log lines and figures.
 const char* NameOf(RefusalReason reason) noexcept;
 

@@ -77,6 +77,10 @@ inline QString Cancelled()
 {
     return QStringLiteral("已取消");
 }
+inline QString ServerBusy(int seconds)
+{
+    return QStringLiteral("服务器繁忙，等待%1秒后仍未轮到，请稍后重试！").arg(seconds);
+}
 inline QString Interrupted()
 {
     return QStringLiteral("操作已被中断！");

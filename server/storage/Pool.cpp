@@ -1,5 +1,8 @@
 #include "server/storage/Pool.h"
 
+#include "server/refusal/Refusal.h"
+#include "server/refusal/UserTexts.h"
+
 #include <QRandomGenerator>
 
 #include <algorithm>
@@ -17,39 +20,76 @@ constexpr int kLongestPause = 1000;
 // its user finds out, as if it had happened a moment later.
 constexpr std::chrono::seconds kFresh(1);
 
+[[noreturn]] void RaiseBusy(std::chrono::milliseconds patience)
+{
+    const auto seconds = std::chrono::ceil<std::chrono::seconds>(patience).count();
+    throw server::RefusedError(server::RefusalReason::Busy, wire::ErrorKind::Limit,
+        server::texts::ServerBusy(static_cast<int>(seconds)));
+}
+
 } // namespace
 
-ConnectionPool::ConnectionPool(std::unique_ptr<Backend> backend, int connections)
+ConnectionPool::ConnectionPool(
+    std::unique_ptr<Backend> backend, int connections, std::chrono::milliseconds patience)
     : backend_(std::move(backend))
     , catalog_(backend_->Catalog())
+    , patience_(patience)
 {
     state_.most = std::max(connections, 1);
 }
 
 ConnectionPool::~ConnectionPool() = default;
 
-ConnectionPool::Lease ConnectionPool::Lend()
+ConnectionPool::Lease ConnectionPool::Lend(const QString& account)
 {
-    std::unique_ptr<Connection> connection = Take();
+    Share& share = ShareOf(account);
+    std::unique_ptr<Connection> connection = Take(share);
     if (connection)
-        return {*this, std::move(connection)};
+        return {*this, std::move(connection), share};
     try {
-        return {*this, backend_->Connect()};
+        return {*this, backend_->Connect(), share};
     } catch (...) {
-        GiveBack(nullptr);
+        GiveBack(nullptr, share);
         throw;
     }
 }
 
+// Counted as one who uses it, until it has given back.
+ConnectionPool::Share& ConnectionPool::ShareOf(const QString& account)
+{
+    const std::lock_guard lock(mutex_);
+    Share& share = shares_[account];
+    if (share.users++ == 0)
+        share.account = account;
+    return share;
+}
+
+void ConnectionPool::Forget(Share& share) noexcept
+{
+    if (--share.users == 0)
+        shares_.erase(shares_.find(share.account));
+}
+
+bool ConnectionPool::MayTake(const Share& share) const noexcept
+{
+    const int free = state_.most - state_.lent;
+    if (free <= 0)
+        return false;
+    if (share.lent == 0 || share.account.isEmpty())
+        return true;
+    return share.lent < (state_.most + 1) / 2 && free > state_.most / 4;
+}
+
 // A place, with its connection where there is one.
-std::unique_ptr<Connection> ConnectionPool::Take()
+std::unique_ptr<Connection> ConnectionPool::Take(Share& share)
 {
     std::vector<std::unique_ptr<Connection>> broken; // closed after the lock is released
     std::shared_ptr<Waiter> waiter;
     {
         const std::lock_guard lock(mutex_);
-        if (state_.lent < state_.most) {
+        if (MayTake(share)) {
             ++state_.lent;
+            ++share.lent;
             while (!idle_.empty()) {
                 Idle idle = std::move(idle_.back());
                 idle_.pop_back();
@@ -63,8 +103,18 @@ std::unique_ptr<Connection> ConnectionPool::Take()
         }
         thread_local const auto kOwn = std::make_shared<Waiter>();
         waiter = waiters_.emplace_back(kOwn);
+        waiter->share = &share;
     }
-    waiter->turn.acquire();
+    if (!waiter->turn.tryAcquire(1, static_cast<int>(patience_.count()))) {
+        const std::lock_guard lock(mutex_);
+        const auto found = std::ranges::find(waiters_, waiter);
+        if (found != waiters_.end()) {
+            waiters_.erase(found);
+            Forget(share);
+            RaiseBusy(patience_);
+        }
+        waiter->turn.acquire(); // it came at the last moment
+    }
     return std::move(waiter->connection);
 }
 
@@ -80,7 +130,7 @@ bool ConnectionPool::IsStillUsable(const Idle& idle) noexcept
     return usable;
 }
 
-void ConnectionPool::GiveBack(std::unique_ptr<Connection> connection) noexcept
+void ConnectionPool::GiveBack(std::unique_ptr<Connection> connection, Share& share) noexcept
 {
     const bool usable = connection && connection->IsUsable();
     const auto statements = connection ? connection->TakeCounts() : dialect::Translator::Counts();
@@ -93,15 +143,24 @@ void ConnectionPool::GiveBack(std::unique_ptr<Connection> connection) noexcept
             ++state_.dropped;
             lostAt_ = Clock::now();
         }
-        if (!waiters_.empty()) {
-            // Its place goes to who has waited longest, not to who comes by just now.
-            next = std::move(waiters_.front());
-            waiters_.pop_front();
+        --state_.lent;
+        --share.lent;
+        Forget(share);
+        // Its place goes to one of those who wait, not to who comes by just now.
+        auto chosen = waiters_.end();
+        for (auto waiter = waiters_.begin(); waiter != waiters_.end(); ++waiter) {
+            const Share& wanting = *(*waiter)->share;
+            if ((chosen == waiters_.end() || wanting.lent < (*chosen)->share->lent) && MayTake(wanting))
+                chosen = waiter;
+        }
+        if (chosen != waiters_.end()) {
+            next = std::move(*chosen);
+            waiters_.erase(chosen);
+            ++state_.lent;
+            ++next->share->lent;
             state_.opened += usable ? 0 : 1;
-        } else {
-            --state_.lent;
-            if (usable)
-                idle_.push_back({std::move(connection), Clock::now()});
+        } else if (usable) {
+            idle_.push_back({std::move(connection), Clock::now()});
         }
     }
     if (next) {
@@ -109,6 +168,16 @@ void ConnectionPool::GiveBack(std::unique_ptr<Connection> connection) noexcept
             next->connection = std::move(connection);
         next->turn.release();
     }
+}
+
+std::unique_lock<std::timed_mutex> ConnectionPool::TurnToWrite()
+{
+    if (!backend_->HasOneWriter())
+        return {};
+    std::unique_lock turn(writer_, patience_);
+    if (!turn.owns_lock())
+        RaiseBusy(patience_);
+    return turn;
 }
 
 PoolState ConnectionPool::State()
@@ -120,9 +189,9 @@ PoolState ConnectionPool::State()
     return state;
 }
 
-Transaction::Transaction(ConnectionPool& pool)
-    : turn_(pool.backend_->HasOneWriter() ? std::unique_lock(pool.writer_) : std::unique_lock<std::mutex>())
-    , lease_(pool.Lend())
+Transaction::Transaction(ConnectionPool& pool, const QString& account)
+    : turn_(pool.TurnToWrite())
+    , lease_(pool.Lend(account))
 {
     lease_->Begin();
     open_ = true;

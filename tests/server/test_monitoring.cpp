@@ -87,15 +87,34 @@ TEST(Log, LinesOfThreadsDoNotMix)
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&] {
-            for (int i = 0; i < 200; ++i)
+            for (int i = 0; i < 100; ++i)
                 log.Info("tick", {{"text", "one two"}});
         });
     }
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(written.lines.size(), 800);
+    EXPECT_EQ(written.lines.size(), 400);
     EXPECT_TRUE(std::ranges::all_of(written.lines,
         [](const QString& line) { return line.endsWith(u"level=info event=tick text=\"one two\"\n"); }));
+}
+
+TEST(Log, WhatRepeatsIsCounted)
+{
+    Written written;
+    {
+        Log log(LogLevel::Info, LogFormat::Text, written.Sink());
+        for (int i = 0; i < 10'000; ++i) {
+            log.Refused("sessions", {{"peer", "192.0.2.7:1"}});
+            log.Info("connected", {});
+        }
+        log.Refused("login", {}); // another reason: not drowned
+        EXPECT_EQ(written.lines.size(), Log::kMostRefusedAMinute + Log::kMostAMinute + 1);
+        written.lines.clear();
+    }
+    EXPECT_EQ(written.lines.size(), 2);
+    EXPECT_EQ(written.Last(),
+        u"level=warn event=repeated of=refused reason=sessions times=%1\n"_s.arg(
+            10'000 - Log::kMostRefusedAMinute));
 }
 
 TEST(Secrets, AreMaskedWhereverConnectionStringsHoldThem)

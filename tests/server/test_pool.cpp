@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <deque>
 #include <functional>
 #include <thread>
 
@@ -222,6 +223,38 @@ TEST_F(PoolTest, ManyShareFewWithoutLosingATurn)
     EXPECT_EQ(state.lent, 0);
     EXPECT_EQ(state.waiting, 0);
     EXPECT_EQ(state.opened - state.dropped, state.idle);
+}
+
+TEST_F(PoolTest, NoAccountTakesAllAndWhoHasNoneIsServedFirst)
+{
+    ConnectionPool pool(std::make_unique<FakeBackend>(database_), 8, 50ms);
+    const QString greedy = QStringLiteral("greedy");
+    const QString other = QStringLiteral("other");
+    std::deque<std::unique_ptr<ConnectionPool::Lease>> held;
+    const auto take = [&](const QString& account) {
+        auto& place = held.emplace_back();
+        place.reset(new ConnectionPool::Lease(pool.Lend(account)));
+    };
+    for (int i = 0; i < 4; ++i)
+        take(greedy);
+    EXPECT_THROW(pool.Lend(greedy), wire::Error);
+    take(other);
+    take(other);
+    EXPECT_THROW(pool.Lend(other), wire::Error) << "the last quarter is for those that have none";
+    take(QStringLiteral("third"));
+    take(QStringLiteral("fourth"));
+    try {
+        pool.Lend(QStringLiteral("fifth"));
+        FAIL() << "there is none";
+    } catch (const wire::Error& error) {
+        EXPECT_EQ(error.Kind(), wire::ErrorKind::Limit);
+        EXPECT_TRUE(error.Message().contains(QStringLiteral("繁忙"))) << error.what();
+    }
+    held.pop_front();
+    EXPECT_NO_THROW(pool.Lend(QStringLiteral("fifth")));
+    held.clear();
+    EXPECT_EQ(pool.State().lent, 0);
+    EXPECT_EQ(pool.State().waiting, 0);
 }
 
 } // namespace

@@ -1,5 +1,8 @@
 #include "tests/server/AnyStorage.h"
 
+#include "server/provider/Outcomes.h"
+#include "server/storage/OwnTables.h"
+
 #include <chrono>
 #include <thread>
 
@@ -151,6 +154,34 @@ TEST_P(SessionTest, ClockRunsOnFromItsStart)
     const wire::DateTime start = wire::DateTime::FromParts(2024, 3, 1, 8);
     EXPECT_GE(server_->Now(), start);
     EXPECT_LT(server_->Now().seconds, start.seconds + 60);
+}
+
+TEST(OutcomeTidierTest, AClockThatLeapsForgetsNothingThatIsStillAskedFor)
+{
+    using namespace std::chrono_literals;
+    const QTemporaryDir folder;
+    storage::ConnectionPool pool(storage::SqliteIn(folder.path())({}), 1);
+    constexpr qint64 kNow = 1'700'000'000;
+    constexpr qint64 kDay = 24 * 3600;
+    const auto rows = [&] {
+        constexpr std::array types{wire::ColumnType::Integer};
+        return pool.Lend()->Select("select SERIAL from zelmor_outcome order by SERIAL", {}, types).size();
+    };
+    storage::InTransaction(pool, false, [&](storage::OwnStatements& statements) {
+        for (const qint64 age : {0, 8}) {
+            const storage::Row row{u"c"_s, age, u"clerk"_s, kNow - age * kDay, u"x"_s};
+            statements.Insert(storage::OutcomeTable(), row);
+        }
+    });
+    OutcomeTidier tidier;
+    OutcomeTidier::Clock::time_point running(1h);
+    tidier.Tidy(pool, running, kNow + 8 * kDay); // the clock has leapt since
+    tidier.Tidy(pool, running + 1min, kNow + 8 * kDay);
+    EXPECT_EQ(rows(), 2u);
+    tidier = {};
+    tidier.Tidy(pool, running, kNow);
+    tidier.Tidy(pool, running + 1h, kNow + 8 * kDay);
+    EXPECT_EQ(rows(), 1u) << "the one that was a week old before the leap";
 }
 
 ZELMOR_FOR_EACH_STORAGE(SessionTest);

@@ -107,7 +107,36 @@ TEST_F(StorageFaultTest, NewerDatabaseIsRefused)
     EXPECT_TRUE(error.Message().contains(u"99"_s)) << error.what();
 }
 
-TEST_F(StorageFaultTest, DamagedPagesFailTheRequestAlone)
+TEST_F(StorageFaultTest, AnEmptyFileIsNotTakenForANewDatabase)
+{
+    Stop();
+    ASSERT_TRUE(QFile::resize(File(), 0));
+    const wire::Error error = ErrorOf([&] { Start(); });
+    EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
+    EXPECT_TRUE(error.Message().contains(u"备份"_s)) << error.what();
+    EXPECT_EQ(QFileInfo(File()).size(), 0);
+}
+
+#ifdef Q_OS_UNIX
+TEST_F(StorageFaultTest, NobodyElseMayReadTheFiles)
+{
+    const auto others = [&] {
+        QFile::Permissions open;
+        for (const QString& suffix : {u""_s, u"-wal"_s, u"-shm"_s})
+            open |= QFile::permissions(File() + suffix)
+                & (QFile::ReadOther | QFile::WriteOther | QFile::ReadGroup);
+        return open;
+    };
+    EXPECT_EQ(others(), QFile::Permissions());
+    // One that an earlier version left open.
+    Stop();
+    QFile::setPermissions(File(), QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther);
+    Start();
+    EXPECT_EQ(others(), QFile::Permissions());
+}
+#endif
+
+TEST_F(StorageFaultTest, DamagedPagesFailTheRequestAndEverySaveFromThenOn)
 {
     Raw("with recursive n(i) as (select 1 union all select i + 1 from n where i < 3000) insert into "
         "tab_zelmor_bill(TX_LOGISTIC_ID, REMARK) select 'X' || i, hex(randomblob(60)) from n");
@@ -121,7 +150,13 @@ TEST_F(StorageFaultTest, DamagedPagesFailTheRequestAlone)
     const wire::Error error = ErrorOf([&] { client.Query(kOrders); });
     EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
     EXPECT_TRUE(error.Message().contains(u"损坏"_s)) << error.what();
-    EXPECT_EQ(client.Query(u"select a.* from tab_site a"_s).RowCount(), 1);
+    // What can be read may be looked at; what is saved would be lost with the file.
+    const wire::RowSet sites = client.Query(u"select a.* from tab_site a"_s);
+    EXPECT_EQ(sites.RowCount(), 1);
+    const wire::Error save = ErrorOf(
+        [&] { client.Execute(u"update tab_zelmor_bill a set a.REMARK='x' where a.TX_LOGISTIC_ID='A'"_s); });
+    EXPECT_EQ(save.Kind(), wire::ErrorKind::Storage);
+    EXPECT_TRUE(save.Message().contains(u"损坏"_s)) << save.what();
 }
 
 TEST_F(StorageFaultTest, FullDiskUndoesTheSaveAndSaysSo)

@@ -31,7 +31,7 @@ struct Fate {
 };
 
 // Stands between clients and a server, here or in another process, and does to what passes as its script
-// says. It reads the frames, so they must not be enciphered; without a script, bytes pass as they come,
+// says. It reads the frames, so they must not be encrypted; without a script, bytes pass as they come,
 // whatever they are. Runs on a thread of its own.
 class FaultProxy {
 public:

@@ -378,6 +378,41 @@ TEST_P(ListenerTest, AnAccountHasSoManySessionsAndNoMore)
     EXPECT_EQ(RowsOf(*LoggedInClient(fake.Port()), u"rows 1"_s), 1);
 }
 
+TEST_P(ListenerTest, SilentOnesLeaveRoomForThoseWhoLogIn)
+{
+    server::ListenerOptions options = Options();
+    options.maxConnections = 80;
+    FakeListener fake(0, options);
+    std::vector<std::unique_ptr<QTcpSocket>> silent;
+    for (int i = 0; i < 120; ++i) {
+        silent.push_back(std::make_unique<QTcpSocket>());
+        silent.back()->connectToHost(u"127.0.0.1"_s, fake.Port());
+        ASSERT_TRUE(silent.back()->waitForConnected(5000));
+    }
+    // Those who must go need a moment for it.
+    bool served = false;
+    for (const QDeadlineTimer deadline(10'000); !served && !deadline.hasExpired();) {
+        try {
+            served = RowsOf(*LoggedInClient(fake.Port()), u"rows 1"_s) == 1;
+        } catch (const Error&) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    }
+    EXPECT_TRUE(served);
+    EXPECT_TRUE(fake.Logged(u"not logged in while others came"_s));
+}
+
+TEST_P(ListenerTest, WhoConnectsWithoutEndIsHeldUpBeforeItCostsAnything)
+{
+    FakeListener fake(0, Options());
+    for (int i = 0; i < 700; ++i) {
+        QTcpSocket socket;
+        socket.connectToHost(u"127.0.0.1"_s, fake.Port());
+        ASSERT_TRUE(socket.waitForConnected(5000));
+    }
+    EXPECT_TRUE(fake.Logged(u"connects too often"_s));
+}
+
 int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);

@@ -6,6 +6,9 @@
 
 #include <QStringConverter>
 
+#include <atomic>
+#include <mutex>
+#include <set>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -26,6 +29,39 @@ void ConfigureLibrary()
     static const int configured = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
     (void)configured;
 }
+
+// Files that were found damaged: what is saved into one that cannot be read would be lost with it.
+class DamagedFiles {
+public:
+    void Add(sqlite3* database)
+    {
+        const char* const name = database != nullptr ? sqlite3_db_filename(database, "main") : nullptr;
+        if (name == nullptr)
+            return;
+        const std::lock_guard lock(mutex_);
+        names_.insert(name);
+        any_ = true;
+    }
+    bool Contains(sqlite3* database) const
+    {
+        if (!any_)
+            return false;
+        const std::lock_guard lock(mutex_);
+        return names_.contains(sqlite3_db_filename(database, "main"));
+    }
+    void Remove(const std::string& name)
+    {
+        const std::lock_guard lock(mutex_);
+        names_.erase(name);
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::set<std::string, std::less<>> names_;
+    std::atomic<bool> any_{false};
+};
+
+DamagedFiles damagedFiles;
 
 struct Fault {
     wire::ErrorKind kind;
@@ -73,6 +109,8 @@ void RaiseError(sqlite3* database, int code, const QString& sqlText)
     const QString reason = QString::fromUtf8(database ? sqlite3_errmsg(database) : sqlite3_errstr(code));
     if (code == dialect::kDataErrorCode)
         throw wire::Error(wire::ErrorKind::Data, reason, sqlText);
+    if ((code & 0xff) == SQLITE_CORRUPT || (code & 0xff) == SQLITE_NOTADB)
+        damagedFiles.Add(database);
     const Fault fault = FaultOf(code);
     throw wire::Error(fault.kind, u"%1（%2）"_s.arg(fault.message, reason), sqlText);
 }
@@ -232,6 +270,17 @@ Database::Database(const QString& file, OpenMode mode)
     else if (mode == OpenMode::Serve) // what is sorted goes to a file when it outgrows the cache
         Execute("pragma journal_mode=wal; pragma synchronous=full; pragma cache_size=-16384;"
                 "pragma mmap_size=268435456; pragma temp_store=file; pragma foreign_keys=off");
+}
+
+void Database::RequireSound() const
+{
+    if (damagedFiles.Contains(Handle()))
+        throw wire::Error(wire::ErrorKind::Storage, texts::Damaged());
+}
+
+void ForgetDamage(const QString& file)
+{
+    damagedFiles.Remove(file.toStdString());
 }
 
 void Database::Execute(const char* sql)

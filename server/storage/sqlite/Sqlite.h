@@ -86,6 +86,8 @@ class Database {
 public:
     Database(const QString& file, OpenMode mode);
 
+    // Raises where the file has been found damaged since it was opened to be served.
+    void RequireSound() const;
     void Execute(const char* sql);
     void Execute(const std::string& sql) { Execute(sql.c_str()); }
     Statement Prepare(std::string_view sql) { return {handle_.get(), sql}; }
@@ -99,6 +101,9 @@ private:
     };
     std::unique_ptr<sqlite3, Closer> handle_;
 };
+
+// A file that was put back may be served again.
+void ForgetDamage(const QString& file);
 
 // `name` as an SQL identifier in double quotes.
 std::string Quoted(const QString& name);

@@ -1,6 +1,7 @@
 #include "server/storage/sqlite/SqliteBackup.h"
 
 #include "server/storage/sqlite/Sqlite.h"
+#include "server/storage/sqlite/SqliteCreation.h"
 
 #include <QDir>
 #include <QFile>
@@ -20,14 +21,6 @@ using namespace sqlite;
 std::filesystem::path PathOf(const QString& file)
 {
     return std::filesystem::path(file.toStdU16String());
-}
-
-// Empty, and for its owner alone: it holds the company's orders and the hashes of passwords.
-void MakeUnseen(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QFile::WriteOnly | QFile::NewOnly, QFile::ReadOwner | QFile::WriteOwner))
-        throw Error(ErrorKind::Storage, u"cannot write %1: %2"_s.arg(path, file.errorString()));
 }
 
 // In one step: a step takes a snapshot that writers do not wait for, while one that is divided begins anew
@@ -64,7 +57,7 @@ qint64 BackUpDatabase(const QString& dataDir, const QString& file)
     };
     removeUnfinished();
     try {
-        MakeUnseen(unfinished);
+        MakeForOwnerAlone(unfinished);
         Database from(source, OpenMode::Look);
         Database to(unfinished, OpenMode::Fill);
         CopyPages(from, to);

@@ -147,6 +147,7 @@ std::unique_ptr<RowWriter> SqliteConnection::WriteRows(const WriteTarget& target
 
 void SqliteConnection::Begin()
 {
+    database_.RequireSound();
     database_.Execute("begin immediate");
 }
 

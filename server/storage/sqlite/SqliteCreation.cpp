@@ -153,7 +153,25 @@ void Upgrade(const QString& file)
         + "' where NAME = 'version'; commit");
 }
 
+// What this account's umask left open to everybody: there are hashes of passwords in it.
+void CloseToOthers(const QString& file)
+{
+    constexpr QFile::Permissions kOthers = QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
+    for (const QString& suffix : {u""_s, u"-wal"_s, u"-shm"_s}) {
+        const QFile::Permissions permissions = QFile::permissions(file + suffix);
+        if ((permissions & kOthers) != 0)
+            QFile::setPermissions(file + suffix, permissions & ~kOthers);
+    }
+}
+
 } // namespace
+
+void MakeForOwnerAlone(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QFile::WriteOnly | QFile::NewOnly, QFile::ReadOwner | QFile::WriteOwner))
+        throw wire::Error(wire::ErrorKind::Storage, texts::CannotFinishDatabase(path));
+}
 
 QString EnsureDatabase(const QString& path, const OpenOptions& options)
 {
@@ -161,14 +179,19 @@ QString EnsureDatabase(const QString& path, const OpenOptions& options)
         throw wire::Error(wire::ErrorKind::Storage, texts::CannotMakeFolder(path));
     const QDir folder(path);
     const QString file = folder.absoluteFilePath(u"zelmor.db"_s);
-    const auto exists = [&file] { return QFileInfo(file).size() > 0; };
+    const QString unfinished = folder.absoluteFilePath(u"zelmor.db.unfinished"_s);
+    // An empty one is refused, as any that is not ours, but where its making was cut short.
+    const auto exists = [&] {
+        const QFileInfo info(file);
+        return info.size() > 0 || (info.exists() && !QFile::exists(unfinished));
+    };
     if (exists()) {
+        CloseToOthers(file);
         if (VersionOf(file) < kSchemaVersion)
             Upgrade(file);
         return file;
     }
 
-    const QString unfinished = folder.absoluteFilePath(u"zelmor.db.unfinished"_s);
     QLockFile lock(folder.absoluteFilePath(u"zelmor.lock"_s));
     lock.setStaleLockTime(0);
     if (!lock.tryLock(0)) {
@@ -180,6 +203,7 @@ QString EnsureDatabase(const QString& path, const OpenOptions& options)
         return file;
     RemoveLeftovers(unfinished);
     try {
+        MakeForOwnerAlone(unfinished);
         Fill(unfinished, options);
     } catch (...) {
         RemoveLeftovers(unfinished);

@@ -9,4 +9,8 @@ namespace storage::sqlite {
 // used. Raises wire::Error (Storage).
 QString EnsureDatabase(const QString& folder, const OpenOptions& options);
 
+// An empty file that nobody but its owner may read; what SQLite puts beside it is like it. Raises wire::Error
+// (Storage) where it cannot be made.
+void MakeForOwnerAlone(const QString& path);
+
 } // namespace storage::sqlite

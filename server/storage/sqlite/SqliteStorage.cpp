@@ -27,6 +27,7 @@ public:
         , catalog_(ReadCatalog(file))
         , checkpointer_(file)
     {
+        ForgetDamage(file);
     }
 
     std::shared_ptr<const dialect::Catalog> Catalog() const override { return catalog_; }
