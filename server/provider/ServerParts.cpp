@@ -4,13 +4,13 @@
 
 namespace server {
 
-ServerParts::ServerParts(const Options& given)
-    : options(given)
-    , clock(given.now)
-    , pool(given.open(OpenOptionsFrom(given, clock.Now())), given.connections,
-          std::chrono::seconds(given.waitSeconds))
+ServerParts::ServerParts(const Options& chosen)
+    : options(chosen)
+    , clock(chosen.now)
+    , pool(chosen.open(OpenOptionsFrom(chosen, clock.Now())), chosen.connections,
+          std::chrono::seconds(chosen.waitSeconds))
     , accounts(pool)
-    , sites(pool, std::chrono::seconds(given.permissionSeconds))
+    , sites(pool, std::chrono::seconds(chosen.permissionSeconds))
 {
 }
 
