@@ -156,6 +156,7 @@ TEST_F(PageLookup, LeavingTakesAnExactCodeAndKeepsAnythingElse)
     QTest::keyClicks(box, u"E00"_s);
     other->setFocus();
     EXPECT_EQ(box->Text(), u"E00"_s);
+    QCoreApplication::processEvents();
     EXPECT_TRUE(box->property("unknown").toBool()) << "no row of that code or name";
     EXPECT_FALSE(box->ListVisible());
 
