@@ -3,14 +3,18 @@
 #include "runtime/data/ClientDataSet.h"
 #include "runtime/ui/Forms.h"
 #include "runtime/ui/ScreenPrivate.h"
+#include "runtime/ui/ScrollPane.h"
 #include "wire/Error.h"
 
 #include <QApplication>
 #include <QCoreApplication>
 #include <QCursor>
 #include <QInputDialog>
+#include <QLabel>
+#include <QLayout>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScreen>
 #include <QtDebug>
 
 #include <algorithm>
@@ -71,6 +75,23 @@ TMessageResult AnswerResult(
     if (word == u"cancel"_s || word == u"no"_s)
         return choices.back().result;
     return choices[byDefault].result;
+}
+
+// A text too long for the screen scrolls, so that the buttons stay in reach.
+void FitToScreen(QMessageBox& box)
+{
+    auto* label = box.findChild<QLabel*>(u"qt_msgbox_label"_s);
+    const QSize room = box.screen()->availableSize();
+    const int width = qMin(room.width() / 2, 500); // from here on a box wraps its text
+    label->setWordWrap(true);
+    if (label->heightForWidth(width) < room.height() * 2 / 3)
+        return;
+    auto* const place = new QWidget(&box);
+    delete box.layout()->replaceWidget(label, place);
+    auto* const pane = new TScrollPane(label);
+    pane->setMinimumSize(width, room.height() / 2);
+    delete box.layout()->replaceWidget(place, pane);
+    delete place;
 }
 
 // A box shows the ordinary pointer even where the work around it shows the busy one.
@@ -180,6 +201,7 @@ TMessageResult TApplication::MessageBox(const QString& text, const QString& capt
         made.push_back(box.addButton(choice.text, choice.role));
     box.setDefaultButton(qobject_cast<QPushButton*>(made[byDefault]));
     box.setEscapeButton(made.back());
+    FitToScreen(box);
     box.exec();
     const auto pressed = std::find(made.begin(), made.end(), box.clickedButton());
     return pressed == made.end() ? choices.back().result : choices[size_t(pressed - made.begin())].result;

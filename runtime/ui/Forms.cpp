@@ -2,6 +2,7 @@
 
 #include "runtime/ui/Application.h"
 #include "runtime/ui/ScreenPrivate.h"
+#include "runtime/ui/ScrollPane.h"
 
 #include <QAction>
 #include <QApplication>
@@ -10,7 +11,7 @@
 #include <QKeyEvent>
 #include <QMdiArea>
 #include <QMdiSubWindow>
-#include <QMenu>
+#include <QScreen>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -97,30 +98,8 @@ TForm* CurrentScreen()
     const QWidget* mainForm = Application ? Application->MainForm() : nullptr;
     const auto* area = mainForm ? mainForm->findChild<QMdiArea*>() : nullptr;
     const QMdiSubWindow* window = area ? area->currentSubWindow() : nullptr;
-    return window ? qobject_cast<TForm*>(window->widget()) : nullptr;
-}
-
-// The window's own menu, in the users' language.
-void NameSystemMenu(QMdiSubWindow& window)
-{
-    static const std::pair<const char*, QString> names[] = {
-        {"Restore", u"还原(&R)"_s},
-        {"Move", u"移动(&M)"_s},
-        {"Size", u"大小(&S)"_s},
-        {"Maximize", u"最大化(&X)"_s},
-        {"Close", u"关闭(&C)"_s},
-    };
-    QMenu* menu = window.systemMenu();
-    if (!menu)
-        return;
-    const QList<QAction*> actions = menu->actions();
-    for (QAction* action : actions) {
-        const QString plain = QString(action->text()).remove(u'&').section(u'\t', 0, 0);
-        for (const auto& [english, chinese] : names) {
-            if (plain == QLatin1StringView(english))
-                action->setText(chinese);
-        }
-    }
+    const auto* pane = window ? qobject_cast<TScrollPane*>(window->widget()) : nullptr;
+    return pane ? qobject_cast<TForm*>(pane->Content()) : nullptr;
 }
 
 } // namespace
@@ -219,12 +198,14 @@ void TForm::EnterMdiArea()
     auto* window = new ScreenWindow;
     window->OnDestroyed = [this] { d_->window = nullptr; };
     window->setAttribute(Qt::WA_DeleteOnClose);
-    window->setWidget(this);
+    // A window on a small screen, or one of many side by side, is smaller than its screen needs.
+    window->setWidget(new TScrollPane(this));
+    window->setWindowTitle(windowTitle());
+    connect(this, &QWidget::windowTitleChanged, window, &QWidget::setWindowTitle);
     // No minimise button: a screen is on the window list, never an icon.
     area->addSubWindow(window,
         Qt::SubWindow | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint
             | Qt::WindowMaximizeButtonHint | Qt::WindowCloseButtonHint);
-    NameSystemMenu(*window);
     window->setWindowIcon(mainForm->windowIcon());
     d_->window = window;
     connect(area, &QMdiArea::subWindowActivated, this, [this](QMdiSubWindow* active) {
@@ -272,6 +253,7 @@ void TForm::ShowModal()
     setWindowFlags((windowFlags() & ~Qt::WindowType_Mask) | Qt::Dialog);
     setWindowModality(Qt::ApplicationModal);
     setAttribute(Qt::WA_Moved, false);
+    resize(size().boundedTo(screen()->availableSize()));
     Show();
     // Over the main form, unless the form has placed itself.
     const QWidget* mainForm = Application ? Application->MainForm() : nullptr;

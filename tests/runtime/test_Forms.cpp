@@ -12,6 +12,7 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QScreen>
 #include <QTest>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -152,6 +153,32 @@ TEST_F(FormsTest, HiddenScreensComeBack)
     EXPECT_EQ(log, (QStringList{u"show a"_s, u"activate a"_s}));
 }
 
+TEST_F(FormsTest, AScreenLargerThanItsWindowIsScrolledToWhereTheFocusGoes)
+{
+    const QSize before = frame.size();
+    std::vector<Screen1*> screens;
+    for (const QString& name : {u"a"_s, u"b"_s, u"c"_s}) {
+        screens.push_back(new Screen1(log, name));
+        screens.back()->setMinimumSize(1000, 900);
+        screens.back()->edit->move(850, 860);
+        screens.back()->Show();
+    }
+    EXPECT_EQ(frame.size(), before);
+    auto* first = new QLineEdit(screens.back());
+    first->show();
+    QLineEdit* last = screens.back()->edit;
+    for (const auto& [focused, hidden] : {std::pair(first, last), std::pair(last, first)}) {
+        focused->setFocus();
+        EXPECT_EQ(focused->visibleRegion().boundingRect(), focused->rect());
+        EXPECT_TRUE(hidden->visibleRegion().isEmpty());
+    }
+
+    Area().tileSubWindows();
+    EXPECT_EQ(frame.size(), before) << "side by side they stay inside the frame";
+    for (const QMdiSubWindow* window : Area().subWindowList())
+        EXPECT_TRUE(Area().viewport()->rect().contains(window->geometry()));
+}
+
 TEST_F(FormsTest, KeyPreviewSeesEachKeyOnceBeforeTheControl)
 {
     auto* a = new Screen1(log, u"a"_s);
@@ -243,6 +270,23 @@ TEST_F(FormsTest, ARealBoxShowsTheTextAsItIs)
     EXPECT_FALSE(busyMeanwhile);
     EXPECT_EQ(Screen->Cursor(), crDefault);
     EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(FormsTest, ABoxWithALongTextKeepsItsButtonsOnTheScreen)
+{
+    Application->Unattended = false;
+    QString text;
+    for (int line = 0; line < 200; ++line)
+        text += u"第%1行\n"_s.arg(line);
+    QTimer::singleShot(0, &frame, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        ASSERT_NE(box, nullptr);
+        EXPECT_LT(box->height(), box->screen()->availableSize().height());
+        EXPECT_EQ(box->text(), text);
+        QTest::keyClick(box, Qt::Key_Escape);
+    });
+    Application->MessageBox(text, u"t"_s, TMessageIcon::Error);
+    Application->Unattended = true;
 }
 
 TEST_F(FormsTest, GuardedSortsOutFailures)

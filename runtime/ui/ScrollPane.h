@@ -1,0 +1,36 @@
+#pragma once
+
+#include "runtime/Export.h"
+
+#include <QAbstractScrollArea>
+#include <QPointer>
+
+// Shows one widget as large as there is room, and never smaller than it needs: what does not fit is scrolled
+// to, with the bars or by moving the focus. Unlike QScrollArea it asks a content whose height follows from
+// its width for the least height, not for the preferred one.
+class RUNTIME_EXPORT TScrollPane : public QAbstractScrollArea {
+    Q_OBJECT
+public:
+    // Takes the content as its child.
+    explicit TScrollPane(QWidget* content, QWidget* parent = nullptr);
+
+    QWidget* Content() const noexcept { return content_; }
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    bool viewportEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void scrollContentsBy(int dx, int dy) override;
+    // Asks the content; the pane closes when that does.
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    QSize NeededAt(int width) const;
+    void Fit();
+    void Reveal(const QWidget& widget);
+
+    QPointer<QWidget> content_;
+    QSize preferred_; // what the content was given before it came here
+};
