@@ -4,6 +4,7 @@
 #include "host/LoginWindow.h"
 #include "host/MainForm.h"
 #include "host/WindowList.h"
+#include "runtime/ScreenTable.h"
 #include "server/storage/sqlite/SqliteStorage.h"
 
 #include <QCoreApplication>
@@ -77,7 +78,7 @@ void THost::Start()
         servers.insert(servers.begin(), options_.servers);
     }
     loginWindow_->SetServers(servers);
-    loginWindow_->SetEnciphering(options_.tls.value_or(settings_.Tls()),
+    loginWindow_->SetEncryption(options_.tls.value_or(settings_.Tls()),
         options_.caFile.isEmpty() ? settings_.CaFile() : options_.caFile);
     loginWindow_->ChooseServer(named || (settings_.UsesServer() && options_.script.isEmpty()));
     loginWindow_->SetAccount(settings_.LastAccount());
@@ -139,6 +140,8 @@ void THost::EmbeddedReady()
 void THost::RunScript()
 {
     trace_.Keep();
+    // A script begins on an empty desk, whatever was open last.
+    reopening_ = false;
     const auto run = reinterpret_cast<TAutomationRun>(automation_.resolve("zelmor_automation_run"));
     if (!run) {
         SayOnStandardError(u"scripts need the automation library: "_s + automation_.errorString());
@@ -222,7 +225,10 @@ void THost::EnterFrame()
         connect(mainForm_.get(), &TMainForm::ScreenWanted, this, &THost::OpenScreen);
         connect(mainForm_.get(), &TMainForm::ReconnectWanted, this, &THost::Reconnect);
         connect(mainForm_.get(), &TMainForm::ChangeUserWanted, this, [this] { OpenLoginWindow(); });
-        connect(mainForm_.get(), &TMainForm::Leaving, this, &THost::Leave);
+        connect(mainForm_.get(), &TMainForm::Leaving, this, [this](const QStringList& screens) {
+            LogOut(screens);
+            Leave();
+        });
         mainForm_->restoreGeometry(settings_.WindowGeometry());
         application_.SetMainForm(mainForm_.get());
     }
@@ -232,7 +238,25 @@ void THost::EnterFrame()
     mainForm_->activateWindow();
     loginWindow_->hide();
     // The frame is on the screen before the shared data is read.
-    QTimer::singleShot(0, this, [this] { Guarded([this] { LoadSharedData(); }); });
+    QTimer::singleShot(0, this, [this] {
+        Guarded([this] {
+            LoadSharedData();
+            ReopenScreens();
+        });
+    });
+}
+
+void THost::ReopenScreens()
+{
+    if (!loggedIn_ || !reopening_)
+        return;
+    const QStringList names = settings_.OpenScreens(main_->Identity().account);
+    for (const QString& name : names) {
+        // Another version of the program may have had other screens.
+        const TScreenInfo* info = FindScreenInfo(name.toStdString());
+        if (info && info->built)
+            ExecScreen(name + main_->Identity().rights);
+    }
 }
 
 void THost::LoadSharedData()
@@ -261,9 +285,10 @@ void THost::Reconnect()
     });
 }
 
-void THost::LogOut()
+void THost::LogOut(const QStringList& openScreens)
 {
     loggedIn_ = false;
+    settings_.RememberOpenScreens(main_->Identity().account, openScreens);
     settings_.RememberWindowGeometry(mainForm_->saveGeometry());
     main_->disconnect(mainForm_.get());
     main_->Close();
@@ -274,17 +299,16 @@ void THost::LogOut()
 
 void THost::Leave()
 {
-    if (loggedIn_)
-        LogOut();
     QCoreApplication::exit(0);
 }
 
 QWidget* THost::OpenLoginWindow()
 {
     if (loggedIn_) {
+        const QStringList open = mainForm_->ScreenNames();
         if (!CloseScreens())
             return nullptr;
-        LogOut();
+        LogOut(open);
         loginWindow_->Reset();
         loginWindow_->show();
         loginWindow_->activateWindow();

@@ -40,6 +40,7 @@ public:
     QWidget* LoggedInForm() override;
     void ExecScreen(const QString& formName) override;
     bool CloseScreens() override;
+    void SetReopening(bool reopening) override { reopening_ = reopening; }
     wire::RowSet ServerRows(const QString& sqlText) override;
     std::unique_ptr<wire::Transport> NewTransport() override;
     const std::vector<TTraceEntry>& SqlEntries() const override { return trace_.Entries(); }
@@ -57,7 +58,9 @@ private:
     void LoadSharedData();
     void OpenScreen(const QString& name);
     void Reconnect();
-    void LogOut();
+    // Brings back what the user had open last.
+    void ReopenScreens();
+    void LogOut(const QStringList& openScreens);
     void Leave();
     wire::DateTime ServerClock();
     QString Place() const;
@@ -78,6 +81,7 @@ private:
 
     std::optional<TConnectOptions> way_; // in use or being tried; nullopt: the embedded one
     bool loggedIn_ = false;
+    bool reopening_ = true;
     std::thread loginThread_;
     // Element 0 and 1 of what the module is handed. A pair serves one login; earlier pairs stay, closed, as
     // long as the module may still hold them.

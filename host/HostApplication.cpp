@@ -4,8 +4,11 @@
 #include "runtime/ui/Application.h"
 
 #include <QFontDatabase>
+#include <QLibraryInfo>
+#include <QLocale>
 #include <QPainter>
 #include <QPixmap>
+#include <QTranslator>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -13,8 +16,9 @@ THostApplication::THostApplication(int& argc, char** argv)
     : QApplication(argc, argv)
 {
     setApplicationName(u"zelmor-host"_s);
-    setApplicationDisplayName(u"快运业务系统"_s);
+    // No display name: the window titles say it, and the window system would say it once more.
     setApplicationVersion(QStringLiteral(ZELMOR_VERSION));
+    SpeakChinese(*this);
 }
 
 bool THostApplication::notify(QObject* receiver, QEvent* event)
@@ -35,6 +39,20 @@ bool THostApplication::notify(QObject* receiver, QEvent* event)
                 ::Application->HandleException(problem);
         },
         Qt::QueuedConnection);
+    return false;
+}
+
+bool SpeakChinese(QCoreApplication& application)
+{
+    QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
+    auto* texts = new QTranslator(&application);
+    // Beside the program where Qt is shipped with it.
+    for (const QString& folder : {QCoreApplication::applicationDirPath() + u"/translations"_s,
+             QLibraryInfo::path(QLibraryInfo::TranslationsPath)}) {
+        if (texts->load(u"qtbase_zh_CN"_s, folder))
+            return QCoreApplication::installTranslator(texts);
+    }
+    delete texts;
     return false;
 }
 

@@ -12,6 +12,9 @@ public:
     bool notify(QObject* receiver, QEvent* event) override;
 };
 
+// Qt's own texts (context menus, file dialogs) in the users' language, and dates as they write them. False
+// where Qt's translation is not installed.
+bool SpeakChinese(QCoreApplication& application);
 // Whether this session has a screen to draw on.
 bool HasDisplay();
 // The program's picture, for title bars and the system's window list.

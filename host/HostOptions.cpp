@@ -26,10 +26,10 @@ std::optional<TOptionsProblem> ReadOptions(const QStringList& arguments, bool he
         u"now"_s, u"Fixes the embedded server's clock at start-up."_s, u"YYYY-MM-DD HH:MM:SS"_s);
     const QCommandLineOption server(u"server"_s,
         u"Offers this server in the login window, or these of one database."_s, u"HOST:PORT,…"_s);
-    const QCommandLineOption tls(u"tls"_s,
-        u"Enciphers the way to the server always; unless told otherwise, where it leaves this machine."_s);
+    const QCommandLineOption tls(
+        u"tls"_s, u"Encrypts the connection always; by default only where it leaves this machine."_s);
     const QCommandLineOption plainNetwork(
-        u"plain-network"_s, u"Enciphers nothing, on a network that is trusted."_s);
+        u"plain-network"_s, u"Encrypts nothing, on a network that is trusted."_s);
     const QCommandLineOption ca(u"ca"_s,
         u"Authorities (PEM) that the server's certificate must come from, in place of the system's."_s,
         u"FILE"_s);

@@ -10,6 +10,12 @@ constexpr qsizetype kServersKept = 8;
 const QString kAlways = u"always"_s;
 const QString kNever = u"never"_s;
 
+// An account may hold what a key may not.
+QString KeyOf(const QString& account)
+{
+    return QString::fromLatin1(account.toUtf8().toPercentEncoding());
+}
+
 } // namespace
 
 THostSettings::THostSettings(const QString& dataDir, std::function<void(const QString&)> onProblem)
@@ -67,6 +73,17 @@ void THostSettings::RememberLogin(const QString& account, const std::optional<TC
                                              : u"network"_s);
         file_.WriteString(u"login"_s, u"ca"_s, way->caFile);
     }
+    file_.Flush();
+}
+
+QStringList THostSettings::OpenScreens(const QString& account) const
+{
+    return file_.ReadString(u"screens"_s, KeyOf(account)).split(u';', Qt::SkipEmptyParts);
+}
+
+void THostSettings::RememberOpenScreens(const QString& account, const QStringList& names)
+{
+    file_.WriteString(u"screens"_s, KeyOf(account), names.join(u';'));
     file_.Flush();
 }
 

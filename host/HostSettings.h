@@ -22,6 +22,10 @@ public:
     // After a login: `way` is nullopt for the embedded database.
     void RememberLogin(const QString& account, const std::optional<TConnectOptions>& way);
 
+    // The screens that were open when the account left last, the current one last.
+    QStringList OpenScreens(const QString& account) const;
+    void RememberOpenScreens(const QString& account, const QStringList& names);
+
     QByteArray WindowGeometry() const;
     void RememberWindowGeometry(const QByteArray& geometry);
 

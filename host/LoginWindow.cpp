@@ -1,5 +1,7 @@
 #include "host/LoginWindow.h"
 
+#include "runtime/ui/ScrollPane.h"
+
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QDir>
@@ -7,6 +9,7 @@
 #include <QFileInfo>
 #include <QFormLayout>
 #include <QGroupBox>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -15,6 +18,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScreen>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -75,20 +79,28 @@ TLoginWindow::TLoginWindow()
     form_->setVerticalSpacing(9);
     CreateWay();
     CreateAccount();
-    auto* body = new QVBoxLayout;
     const int margin = fontMetrics().height();
-    body->setContentsMargins(margin * 3 / 2, margin, margin * 3 / 2, margin);
+    auto* fields = new QWidget;
+    auto* body = new QVBoxLayout(fields);
+    body->setContentsMargins(margin * 3 / 2, margin, margin * 3 / 2, margin / 2);
     body->setSpacing(8);
     body->addLayout(form_);
     CreateAnswers(body);
     body->addStretch();
-    CreateButtons(body);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(new TBanner(this));
-    layout->addLayout(body, 1);
-    resize(fontMetrics().height() * 33, fontMetrics().height() * 27);
+    // On a low screen the fields scroll; the buttons are always there.
+    layout->addWidget(new TScrollPane(fields), 1);
+    QLayout* buttons = CreateButtons();
+    buttons->setContentsMargins(margin * 3 / 2, margin / 2, margin * 3 / 2, margin);
+    layout->addLayout(buttons);
+    QSize size(margin * 33, margin * 27);
+    // Without a display the pictures keep their size.
+    if (QGuiApplication::platformName() != u"offscreen"_s)
+        size = size.boundedTo(screen()->availableSize());
+    resize(size);
 
     for (QWidget* first = accountEdit_;
          QWidget * next : std::initializer_list<QWidget*>{passwordEdit_, loginButton_, quitButton_,
@@ -195,7 +207,7 @@ void TLoginWindow::CreateAnswers(QVBoxLayout* body)
     body->addWidget(remarkLabel_);
 }
 
-void TLoginWindow::CreateButtons(QVBoxLayout* body)
+QLayout* TLoginWindow::CreateButtons()
 {
     loginButton_ = new QPushButton(u"登录(&L)"_s);
     loginButton_->setObjectName(u"LoginButton"_s);
@@ -206,7 +218,7 @@ void TLoginWindow::CreateButtons(QVBoxLayout* body)
     buttons->addStretch(1);
     buttons->addWidget(loginButton_);
     buttons->addWidget(quitButton_);
-    body->addLayout(buttons);
+    return buttons;
 }
 
 void TLoginWindow::ConnectControls()
@@ -238,7 +250,7 @@ void TLoginWindow::SetServers(const std::vector<TServerAddresses>& servers)
     serverEdit_->setCurrentIndex(servers.empty() ? -1 : 0);
 }
 
-void TLoginWindow::SetEnciphering(TTlsUse tls, const QString& caFile)
+void TLoginWindow::SetEncryption(TTlsUse tls, const QString& caFile)
 {
     tlsBox_->setCurrentIndex(static_cast<int>(tls));
     caEdit_->setText(QDir::toNativeSeparators(caFile));
@@ -342,24 +354,41 @@ void TLoginWindow::closeEvent(QCloseEvent* event)
 
 void TLoginWindow::keyPressEvent(QKeyEvent* event)
 {
+    const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (event->key() == Qt::Key_Escape)
         close();
-    else if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+    else if (isEnter && accountEdit_->hasFocus())
+        GoOnToPassword();
+    else if (isEnter)
         RequestLogin();
     else
         QWidget::keyPressEvent(event);
 }
 
+void TLoginWindow::GoOnToPassword()
+{
+    if (IsMissing(accountEdit_, u"请输入账号。"_s))
+        return;
+    errorLabel_->clear();
+    passwordEdit_->selectAll();
+    passwordEdit_->setFocus();
+}
+
+bool TLoginWindow::IsMissing(QLineEdit* field, const QString& hint)
+{
+    const bool missing = field->text().isEmpty();
+    if (missing) {
+        errorLabel_->setText(hint);
+        field->setFocus();
+    }
+    return missing;
+}
+
 void TLoginWindow::RequestLogin()
 {
-    if (!loginButton_->isEnabled())
+    if (!loginButton_->isEnabled() || IsMissing(accountEdit_, u"请输入账号。"_s)
+        || IsMissing(passwordEdit_, u"请输入密码。"_s))
         return;
-    const QString account = accountEdit_->text().trimmed();
-    if (account.isEmpty()) {
-        errorLabel_->setText(u"请输入账号。"_s);
-        accountEdit_->setFocus();
-        return;
-    }
     std::optional<TConnectOptions> way;
     if (serverButton_->isChecked()) {
         auto servers = ParseServerAddresses(serverEdit_->currentText());
@@ -370,7 +399,7 @@ void TLoginWindow::RequestLogin()
         }
         way = WayTo(std::move(*servers));
     }
-    Q_EMIT LoginRequested(account, passwordEdit_->text(), way);
+    Q_EMIT LoginRequested(accountEdit_->text().trimmed(), passwordEdit_->text(), way);
 }
 
 TConnectOptions TLoginWindow::WayTo(TServerAddresses addresses) const

@@ -12,6 +12,7 @@ class QComboBox;
 class QFormLayout;
 class QGroupBox;
 class QLabel;
+class QLayout;
 class QLineEdit;
 class QListWidget;
 class QProgressBar;
@@ -35,7 +36,7 @@ public:
     TLoginWindow();
 
     void SetServers(const std::vector<TServerAddresses>& servers);
-    void SetEnciphering(TTlsUse tls, const QString& caFile);
+    void SetEncryption(TTlsUse tls, const QString& caFile);
     void ChooseServer(bool remote);
     bool UsesEmbedded() const;
     void SetAccount(const QString& account);
@@ -74,8 +75,11 @@ private:
     void CreateWay();
     void CreateAccount();
     void CreateAnswers(QVBoxLayout* body);
-    void CreateButtons(QVBoxLayout* body);
+    QLayout* CreateButtons();
     void ConnectControls();
+    void GoOnToPassword();
+    // An empty field gets the cursor, and the user the hint.
+    bool IsMissing(QLineEdit* field, const QString& hint);
     void RequestLogin();
     void TakeOffered(int row);
     void ChooseCaFile();
@@ -90,7 +94,7 @@ private:
     QWidget* caField_;
     QLineEdit* caEdit_;
     QPushButton* caButton_;
-    QLabel* plainLabel_; // says that nothing is enciphered
+    QLabel* plainLabel_; // says that nothing is encrypted
     QLineEdit* accountEdit_;
     QLineEdit* passwordEdit_;
     QLabel* errorLabel_;

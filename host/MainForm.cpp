@@ -1,7 +1,9 @@
 #include "host/MainForm.h"
 
+#include "host/StartPage.h"
 #include "host/WindowList.h"
 #include "runtime/ScreenTable.h"
+#include "runtime/data/ClientDataSet.h"
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBGrid.h"
 
@@ -13,10 +15,13 @@
 #include <QLineEdit>
 #include <QMdiArea>
 #include <QMenuBar>
+#include <QPainter>
 #include <QScreen>
 #include <QShortcut>
+#include <QStackedWidget>
 #include <QStatusBar>
 #include <QStyle>
+#include <QStyleOption>
 #include <QTabBar>
 #include <QTimer>
 #include <QToolBar>
@@ -39,11 +44,50 @@ constexpr QColor kLostColor(0xb0, 0x1e, 0x1e);
 constexpr const char* kQueryButton = "QueryButton";
 constexpr const char* kSaveButton = "SaveButton";
 
+// A text of the status bar that gives way on a narrow screen instead of widening the frame.
+class TStatusLabel : public QLabel {
+public:
+    using QLabel::QLabel;
+
+    QSize minimumSizeHint() const override
+    {
+        return {fontMetrics().averageCharWidth() * 8, QLabel::minimumSizeHint().height()};
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        const QString shown = fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width());
+        style()->drawItemText(
+            &painter, contentsRect(), Qt::AlignVCenter, palette(), isEnabled(), shown, QPalette::WindowText);
+        setToolTip(shown == text() ? QString() : text());
+    }
+};
+
+std::vector<TForm*> OpenScreens()
+{
+    std::vector<TForm*> screens;
+    for (TForm* form : Screen->Forms()) {
+        if (form->FormStyle == TFormStyle::MDIChild && form->IsShown())
+            screens.push_back(form);
+    }
+    return screens;
+}
+
+bool HoldsUnsavedEdits(const TForm* screen)
+{
+    const auto dataSets = screen->findChildren<TClientDataSetEx*>(Qt::FindDirectChildrenOnly);
+    return std::any_of(dataSets.begin(), dataSets.end(),
+        [](const TClientDataSetEx* dataSet) { return dataSet->Active() && dataSet->HasUnsavedEdits(); });
+}
+
 } // namespace
 
 TMainForm::TMainForm(TSharedData& shared, std::function<wire::DateTime()> clock)
     : shared_(shared)
     , clock_(std::move(clock))
+    , desk_(new QStackedWidget)
     , area_(new QMdiArea)
 {
     setObjectName(u"MainForm"_s);
@@ -66,7 +110,11 @@ TMainForm::TMainForm(TSharedData& shared, std::function<wire::DateTime()> clock)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(tabs);
-    layout->addWidget(area_, 1);
+    auto* startPage = new TStartPage;
+    connect(startPage, &TStartPage::ScreenWanted, this, &TMainForm::ScreenWanted);
+    desk_->addWidget(startPage);
+    desk_->addWidget(area_);
+    layout->addWidget(desk_, 1);
     setCentralWidget(center);
 
     BuildMenus();
@@ -78,6 +126,14 @@ TMainForm::TMainForm(TSharedData& shared, std::function<wire::DateTime()> clock)
     connect(windows_, &TWindowList::CloseWanted, this, [](QWidget* screen) {
         if (auto* form = qobject_cast<TForm*>(screen))
             form->Close();
+    });
+    connect(windows_, &TWindowList::CountChanged, this, [this](int count) {
+        QWidget* shown = desk_->widget(count > 0 ? 1 : 0);
+        if (shown == desk_->currentWidget())
+            return;
+        desk_->setCurrentWidget(shown);
+        if (count == 0)
+            shown->setFocus();
     });
     BuildToolBar();
     BuildStatusBar();
@@ -146,20 +202,32 @@ void TMainForm::ShowNotice(const QString& text)
     statusBar()->showMessage(text, kNoticeMilliseconds);
 }
 
+QStringList TMainForm::ScreenNames() const
+{
+    QStringList names = windows_->ScreenNames();
+    if (const TForm* current = Screen->ActiveForm(); current && names.removeOne(current->objectName()))
+        names.append(current->objectName());
+    return names;
+}
+
 bool TMainForm::CloseScreens()
 {
-    const auto openScreen = []() -> TForm* {
-        const std::vector<TForm*>& forms = Screen->Forms();
-        const auto last = std::find_if(forms.rbegin(), forms.rend(),
-            [](const TForm* form) { return form->FormStyle == TFormStyle::MDIChild && form->IsShown(); });
-        return last == forms.rend() ? nullptr : *last;
-    };
-    // A closing screen leaves the list: look anew after each.
-    while (TForm* form = openScreen()) {
-        if (!form->Close())
+    // A closing screen may take others with it: look anew after each.
+    for (;;) {
+        const std::vector<TForm*> screens = OpenScreens();
+        if (screens.empty())
+            return true;
+        // Those that will ask come first, so that a refusal finds the others still open.
+        const auto asking = std::find_if(screens.rbegin(), screens.rend(), HoldsUnsavedEdits);
+        TForm* screen = asking == screens.rend() ? screens.back() : *asking;
+        if (asking != screens.rend())
+            screen->BringToFront();
+        const QString caption = screen->Caption();
+        if (!screen->Close()) {
+            ShowNotice(u"“"_s + caption + u"”没有关闭，其余窗口、用户和程序都照旧。"_s);
             return false;
+        }
     }
-    return true;
 }
 
 bool TMainForm::event(QEvent* event)
@@ -185,9 +253,10 @@ bool TMainForm::event(QEvent* event)
 
 void TMainForm::closeEvent(QCloseEvent* event)
 {
+    const QStringList screens = ScreenNames();
     event->setAccepted(CloseScreens());
     if (event->isAccepted())
-        Q_EMIT Leaving();
+        Q_EMIT Leaving(screens);
 }
 
 void TMainForm::BuildMenus()
@@ -225,6 +294,7 @@ void TMainForm::BuildMenus()
     QAction* closeOne = window->addAction(u"关闭(&O)"_s, area_, &QMdiArea::closeActiveSubWindow);
     closeOne->setShortcut(QKeySequence(u"Ctrl+F4"_s));
     window->addAction(u"全部关闭(&A)"_s, this, [this] { CloseScreens(); });
+    windowActions_ = window->actions();
     window->addSeparator();
 
     QMenu* help = menuBar()->addMenu(u"帮助(&H)"_s);
@@ -273,13 +343,13 @@ void TMainForm::BuildToolBar()
 
 void TMainForm::BuildStatusBar()
 {
-    siteLabel_ = new QLabel;
+    siteLabel_ = new TStatusLabel;
     siteLabel_->setObjectName(u"SiteLabel"_s);
-    employeeLabel_ = new QLabel;
+    employeeLabel_ = new TStatusLabel;
     employeeLabel_->setObjectName(u"EmployeeLabel"_s);
-    connectionLabel_ = new QLabel;
+    connectionLabel_ = new TStatusLabel;
     connectionLabel_->setObjectName(u"ConnectionLabel"_s);
-    clockLabel_ = new QLabel;
+    clockLabel_ = new TStatusLabel;
     clockLabel_->setObjectName(u"ClockLabel"_s);
     for (QLabel* label : {siteLabel_, employeeLabel_, connectionLabel_, clockLabel_}) {
         label->setContentsMargins(6, 0, 6, 0);
@@ -327,6 +397,8 @@ void TMainForm::UpdateActions()
     queryAction_->setEnabled(ScreenButton(kQueryButton));
     saveAction_->setEnabled(ScreenButton(kSaveButton));
     searchEdit_->setEnabled(searchGrid_);
+    for (QAction* action : std::as_const(windowActions_))
+        action->setEnabled(windows_->Count() > 0);
 }
 
 void TMainForm::FindNext(bool backwards)

@@ -11,6 +11,7 @@ class QAbstractButton;
 class QLabel;
 class QLineEdit;
 class QMdiArea;
+class QStackedWidget;
 class TDBGridEh;
 class TForm;
 class TWindowList;
@@ -47,14 +48,18 @@ public:
 
     QMdiArea* Area() const noexcept { return area_; }
     TWindowList* Windows() const noexcept { return windows_; }
-    // Asks every open screen to close; false as soon as one stays.
+    // The open screens by name, in the order of their tabs, the current one last.
+    QStringList ScreenNames() const;
+    // Asks every open screen to close, those with unsaved edits first; stops at the one that stays, which the
+    // status bar then names, and gives false.
     bool CloseScreens();
 
 Q_SIGNALS:
     void ScreenWanted(const QString& name);
     void ReconnectWanted();
     void ChangeUserWanted();
-    void Leaving();
+    // All screens are closed; `screens` were open before.
+    void Leaving(const QStringList& screens);
 
 protected:
     bool event(QEvent* event) override;
@@ -74,12 +79,14 @@ private:
     TSharedData& shared_;
     std::function<wire::DateTime()> clock_;
     QString globalTree_;
+    QStackedWidget* desk_; // the start page, or the area with the screens
     QMdiArea* area_;
     TWindowList* windows_ = nullptr;
     QPointer<TDBGridEh> searchGrid_;
     QAction* queryAction_ = nullptr;
     QAction* saveAction_ = nullptr;
     QAction* reconnectAction_ = nullptr;
+    QList<QAction*> windowActions_; // of use only while a screen is open
     QLineEdit* searchEdit_ = nullptr;
     QLabel* siteLabel_ = nullptr;
     QLabel* employeeLabel_ = nullptr;

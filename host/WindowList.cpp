@@ -46,6 +46,7 @@ void TWindowList::Add(QWidget* screen)
     ShowTitle(screen);
     connect(screen, &QWidget::windowTitleChanged, this, [this, screen] { ShowTitle(screen); });
     connect(screen, &QObject::destroyed, this, &TWindowList::Remove);
+    Q_EMIT CountChanged(Count());
 }
 
 void TWindowList::SetActive(QWidget* screen)
@@ -68,6 +69,15 @@ void TWindowList::Remove(QObject* screen)
     screens_.erase(screens_.begin() + index);
     const QSignalBlocker quiet(tabs_);
     tabs_->removeTab(index);
+    Q_EMIT CountChanged(Count());
+}
+
+QStringList TWindowList::ScreenNames() const
+{
+    QStringList names;
+    for (const TEntry& entry : screens_)
+        names.append(entry.key->objectName());
+    return names;
 }
 
 int TWindowList::IndexOf(const QObject* screen) const noexcept

@@ -21,10 +21,13 @@ public:
     void SetActive(QWidget* screen);
     void Remove(QObject* screen);
     int Count() const noexcept { return static_cast<int>(screens_.size()); }
+    // By object name, in the order of the tabs.
+    QStringList ScreenNames() const;
 
 Q_SIGNALS:
     void Chosen(QWidget* screen);
     void CloseWanted(QWidget* screen);
+    void CountChanged(int count);
 
 private:
     struct TEntry {

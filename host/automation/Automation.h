@@ -21,6 +21,8 @@ public:
     virtual void ExecScreen(const QString& formName) = 0;
     // False as soon as a screen refused.
     virtual bool CloseScreens() = 0;
+    // Whether a login brings back what the user had open last; off while a script runs, unless it asks.
+    virtual void SetReopening(bool reopening) = 0;
     // One select with an administrator's rights. Raises wire::Error, also when the server is another process.
     virtual wire::RowSet ServerRows(const QString& sqlText) = 0;
     // A further way to the server in use, for a second user. Raises wire::Error while there is none.

@@ -53,12 +53,23 @@ TDBGridEh* TGridObject::Grid() const
     return grid_;
 }
 
+int TGridObject::Column(const QString& name) const
+{
+    const TDBGridEh* grid = Grid();
+    int found = grid->ColumnIndex(name);
+    for (int column = 0; found < 0 && column < grid->ColumnCount(); ++column) {
+        if (grid->Column(column).title == name)
+            found = column;
+    }
+    if (found < 0)
+        Fail(grid->objectName() + u" has no column "_s + name);
+    return found;
+}
+
 QModelIndex TGridObject::Index(int row, const QString& field) const
 {
     TDBGridEh* grid = Grid();
-    const int column = grid->ColumnIndex(field);
-    if (column < 0)
-        Fail(grid->objectName() + u" has no column "_s + field);
+    const int column = Column(field);
     if (row < 0 || row >= grid->model()->rowCount())
         Fail(grid->objectName() + u" has no row "_s + QString::number(row));
     return grid->model()->index(row, column);
@@ -67,9 +78,7 @@ QModelIndex TGridObject::Index(int row, const QString& field) const
 int TGridObject::BringTitleIntoView(const QString& field) const
 {
     TDBGridEh* grid = Grid();
-    const int column = grid->ColumnIndex(field);
-    if (column < 0)
-        Fail(grid->objectName() + u" has no column "_s + field);
+    const int column = Column(field);
     grid->scrollTo(grid->model()->index(0, column));
     Settle();
     return column;
@@ -145,7 +154,9 @@ QJSValue TGridObject::value(int row, const QString& field)
 {
     return Call(this, [&] {
         const TClientDataSetEx* rows = Grid()->DataSet();
-        const int index = rows ? rows->FieldIndex(field) : -1;
+        int index = rows ? rows->FieldIndex(field) : -1;
+        if (rows && index < 0)
+            index = rows->FieldIndex(Grid()->Column(Column(field)).fieldName);
         if (index < 0 || row < 0 || row >= rows->RecordCount())
             Fail(u"there is no "_s + field + u" in row "_s + QString::number(row));
         return ToScript(rows->ViewValue(row, index));
@@ -246,10 +257,7 @@ QString TGridObject::footer(const QString& field, int line)
 {
     return Call(this, [&] {
         const TDBGridEh* grid = Grid();
-        const int column = grid->ColumnIndex(field);
-        if (column < 0)
-            Fail(grid->objectName() + u" has no column "_s + field);
-        return grid->FooterText(line < 0 ? grid->FooterRowCount() - 1 : line, column);
+        return grid->FooterText(line < 0 ? grid->FooterRowCount() - 1 : line, Column(field));
     });
 }
 

@@ -6,7 +6,8 @@
 
 namespace automation {
 
-// `grid` of a script. Rows count from 0 in the order shown; columns go by their field names.
+// `grid` of a script. Rows count from 0 in the order shown; columns go by their field names
+// or, failing that, by their titles ("收货人|姓名").
 class TGridObject : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString name READ Name)
@@ -43,6 +44,7 @@ public:
 
 private:
     TDBGridEh* Grid() const;
+    int Column(const QString& name) const;
     QModelIndex Index(int row, const QString& field) const;
     int BringTitleIntoView(const QString& field) const;
     QPoint PlaceOf(const QModelIndex& index) const;

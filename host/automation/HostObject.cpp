@@ -2,6 +2,7 @@
 
 #include "host/automation/ControlObject.h"
 #include "host/automation/Input.h"
+#include "host/automation/Labels.h"
 #include "host/automation/Pictures.h"
 #include "host/automation/Rows.h"
 #include "host/automation/ScreenObject.h"
@@ -64,9 +65,7 @@ QAbstractButton* ButtonSaying(const QWidget* dialog, const QString& text)
 {
     const auto buttons = dialog->findChildren<QAbstractButton*>();
     for (QAbstractButton* button : buttons) {
-        QString plain = button->text();
-        plain.remove(u'&');
-        if (plain == text || plain.section(u'(', 0, 0) == text || button->objectName() == text)
+        if (PlainText(button->text()) == text || button->objectName() == text)
             return button;
     }
     return nullptr;
@@ -192,6 +191,11 @@ bool THostObject::closeAll()
         Settle();
         return closed;
     });
+}
+
+void THostObject::reopenScreens(bool on)
+{
+    host_.SetReopening(on);
 }
 
 void THostObject::answer(const QJSValue& a, const QJSValue& b, const QJSValue& c, const QJSValue& d,

@@ -31,6 +31,8 @@ public:
     // Of the frame: "Ctrl+S", "F5".
     Q_INVOKABLE void key(const QString& name);
     Q_INVOKABLE bool closeAll();
+    // Whether a login brings back the windows that the user had open last; off at first.
+    Q_INVOKABLE void reopenScreens(bool on);
 
     // Replies for the coming boxes and pickers, in their order: "ok", "cancel", "yes", "no", a text, or an
     // array of names.

@@ -3,6 +3,7 @@
 #include "host/automation/ControlObject.h"
 #include "host/automation/GridObject.h"
 #include "host/automation/Input.h"
+#include "host/automation/Labels.h"
 #include "host/automation/Rows.h"
 
 #include <QAction>
@@ -43,6 +44,8 @@ QObject* TScreenObject::Find(const QString& name) const
         QObject* inner = found->findChild<QWidget*>(step);
         if (!inner)
             inner = found->findChild<QAction*>(step);
+        if (!inner && found->isWidgetType())
+            inner = FindByLabel(*static_cast<QWidget*>(found), step);
         if (!inner)
             return nullptr;
         found = inner;

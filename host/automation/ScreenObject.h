@@ -17,9 +17,10 @@ public:
     QString Name() const;
     QString Caption() const;
 
-    // By object name, wherever in the window; "DataView1.Button1" names one inside another.
+    // By object name or, failing that, by what stands on the screen: its label, its button text, its group
+    // box. "DataView1.Button1" names one inside another. Two of the same label are an error that names both.
     Q_INVOKABLE QObject* control(const QString& name);
-    // By the grid's name or that of the view around it.
+    // The same for a grid or for what is around it.
     Q_INVOKABLE QObject* grid(const QString& name);
     Q_INVOKABLE bool has(const QString& name);
     // False when the screen stayed.

@@ -5,6 +5,7 @@
 #include "runtime/ui/DBGrid.h"
 #include "runtime/ui/Forms.h"
 
+#include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -58,7 +59,13 @@ public:
         saveButton_ = new QPushButton(u"保存"_s, this);
         saveButton_->setObjectName(u"Button1"_s);
         auto* layout = new QVBoxLayout(this);
-        for (QWidget* widget : std::initializer_list<QWidget*>{edit_, combo_,
+        auto* second = new TDBComboBoxEh(this, u"DBComboBoxEh2"_s);
+        for (const auto& [control, label] : std::initializer_list<std::pair<QWidget*, QString>>{
+                 {edit_, u"名称(&N)："_s}, {combo_, u"类型"_s}, {second, u"类型"_s}}) {
+            auto* caption = new QLabel(label, this);
+            caption->setBuddy(control);
+        }
+        for (QWidget* widget : std::initializer_list<QWidget*>{edit_, combo_, second,
                  static_cast<QWidget*>(queryButton_), static_cast<QWidget*>(saveButton_), grid_})
             layout->addWidget(widget);
         connect(static_cast<QPushButton*>(queryButton_), &QPushButton::clicked, this, [this] {

@@ -74,21 +74,6 @@ TEST_F(AutomationTest, IncludedFilesReportTheirOwnLines)
     EXPECT_NE(Run("include('nowhere.js');"), 0);
 }
 
-TEST_F(AutomationTest, WrongLoginFailsAndRightOneWorksAfterIt)
-{
-    EXPECT_EQ(Run(R"(
-        let problem = '';
-        try { host.login('hefei1', 'wrong'); } catch (error) { problem = error.message; }
-        assert(problem.length > 0, 'a wrong password is refused');
-        host.login('hefei1', 'demo');
-        assertEqual(host.control('SiteLabel').text, '网点：安徽合肥一部');
-        host.login('benbu', 'demo');
-        assertEqual(host.control('SiteLabel').text, '网点：快运本部', 'change of user');
-    )"),
-        0)
-        << err;
-}
-
 TEST_F(AutomationTest, ControlsAreTypedIntoAndChosenFrom)
 {
     EXPECT_EQ(Run(R"(
@@ -111,6 +96,11 @@ TEST_F(AutomationTest, ControlsAreTypedIntoAndChosenFrom)
         assertEqual(combo.items(), ['全部', '中心', '网点']);
         combo.text = '网点';
         assertEqual(combo.text, '网点');
+        assertEqual(screen.control('查询').name, 'Button4', 'by what stands on it');
+        assertEqual(screen.control('名称').name, 'DBEditEh1', 'by its label');
+        let twice = '';
+        try { screen.control('类型'); } catch (error) { twice = error.message; }
+        assert(twice.includes('DBComboBoxEh1') && twice.includes('DBComboBoxEh2'), twice);
         assert(!screen.has('Button99'));
         assert(screen.control('Button4').enabled && screen.control('Button4').visible);
     )"),
@@ -136,6 +126,7 @@ TEST_F(AutomationTest, GridIsReadEditedSelectedAndSorted)
         assertEqual(grid.footer('SITE_CODE'), String(grid.rowCount));
         assertEqual(grid.columns().map(column => column.caption), ['编号', '名称', '停用']);
         assertEqual(grid.cell(0, 'SITE_CODE'), grid.value(0, 'site_code'));
+        assertEqual(grid.cell(0, '编号'), grid.value(0, '编号'));
         grid.current = 2;
         assertEqual(grid.current, 2);
 
@@ -207,7 +198,6 @@ TEST_F(AutomationTest, AnotherUserChangesWhatTheServerHolds)
             "select TX_LOGISTIC_ID from tab_zelmor_bill where REC_SITE='安徽合肥二部' and STATUS=1 and rownum=1")[0];
         const sql = "select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID='" + order.TX_LOGISTIC_ID + "'";
         const other = host.otherSession('hefei2', 'demo');
-        assertEqual(other.site, '安徽合肥二部');
         const late = host.otherSession('benbu', 'demo');
         assertEqual(late.read(sql), 1);
         assertEqual(other.update(sql, {REMARK: '别处', STATUS: 2}), 1);
@@ -216,9 +206,6 @@ TEST_F(AutomationTest, AnotherUserChangesWhatTheServerHolds)
         try { late.save({STATUS: 3}); } catch (error) { refused = true; }
         assert(refused, 'the later of two saves is refused');
         assertEqual(host.serverSql(sql)[0].STATUS, 2);
-        let wrong = false;
-        try { host.otherSession('hefei2', 'no'); } catch (error) { wrong = true; }
-        assert(wrong);
     )"),
         0)
         << err;

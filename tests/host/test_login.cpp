@@ -10,7 +10,7 @@
 #include <QFile>
 #include <QListWidget>
 #include <QProgressBar>
-#include <QTcpServer>
+#include <QSignalSpy>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -57,29 +57,46 @@ TEST_F(LoginTest, DemoAccountsAreOfferedAndFillTheFields)
     EXPECT_FALSE(OnLogin<QLineEdit>("PasswordEdit")->text().isEmpty());
 }
 
-TEST_F(LoginTest, ServerThatDoesNotAnswerIsAMessageAndTheWindowStaysUsable)
+TEST_F(LoginTest, EnterGoesFromTheAccountToThePasswordAndAsksForWhatIsMissing)
 {
-    // A port that was free a moment ago and that nobody listens on.
-    QTcpServer probe;
-    ASSERT_TRUE(probe.listen(QHostAddress::LocalHost));
-    const quint16 port = probe.serverPort();
-    probe.close();
-
-    OnLogin<QRadioButton>("ServerButton")->click();
-    OnLogin<QComboBox>("ServerEdit")->setEditText(u"127.0.0.1:%1"_s.arg(port));
-    TypeLogin(u"hefei1"_s, u"demo"_s);
-    const auto* error = OnLogin<QLabel>("ErrorLabel");
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !error->text().isEmpty(); }, 30'000));
-    EXPECT_EQ(host->LoggedInForm(), nullptr);
-    EXPECT_TRUE(OnLogin<QPushButton>("LoginButton")->isEnabled());
+    ASSERT_TRUE(WaitUntilReady());
+    QSignalSpy tried(host->LoginWindow(), &TLoginWindow::LoginRequested);
+    auto* account = OnLogin<QLineEdit>("AccountEdit");
+    auto* password = OnLogin<QLineEdit>("PasswordEdit");
+    const auto* hint = OnLogin<QLabel>("ErrorLabel");
+    account->clear();
+    account->setFocus();
+    QTest::keyClick(account, Qt::Key_Return);
+    EXPECT_EQ(hint->text(), u"请输入账号。"_s);
+    QTest::keyClicks(account, u"hefei1"_s);
+    QTest::keyClick(account, Qt::Key_Return);
+    EXPECT_EQ(host->LoginWindow()->focusWidget(), password);
+    EXPECT_TRUE(hint->text().isEmpty()) << "nothing was wrong so far";
+    QTest::keyClick(password, Qt::Key_Return);
+    EXPECT_EQ(hint->text(), u"请输入密码。"_s);
+    EXPECT_EQ(tried.count(), 0);
 }
 
-class EncipheredLoginTest : public HostTest {
+TEST_F(LoginTest, OnALowScreenTheFieldsScrollAndTheButtonsStay)
+{
+    ASSERT_TRUE(WaitUntilReady());
+    TLoginWindow& window = *host->LoginWindow();
+    window.resize(640, 300);
+    QCoreApplication::processEvents();
+    EXPECT_LE(window.height(), 300);
+    auto* login = OnLogin<QPushButton>("LoginButton");
+    EXPECT_EQ(login->visibleRegion().boundingRect(), login->rect());
+    auto* list = OnLogin<QListWidget>("OfferedList");
+    list->setFocus();
+    EXPECT_FALSE(list->visibleRegion().isEmpty());
+}
+
+class EncryptedLoginTest : public HostTest {
 protected:
-    void Change(THostOptions& options) override { options.dataDir = Folder().filePath(u"enciphered"_s); }
+    void Change(THostOptions& options) override { options.dataDir = Folder().filePath(u"encrypted"_s); }
 };
 
-TEST_F(EncipheredLoginTest, AServerIsTrustedByTheAuthorityThatWasChosen)
+TEST_F(EncryptedLoginTest, AServerIsTrustedByTheAuthorityThatWasChosen)
 {
     TestAuthority authority;
     const TestAuthority::Files files = authority.Issue();
@@ -106,7 +123,7 @@ TEST_F(EncipheredLoginTest, AServerIsTrustedByTheAuthorityThatWasChosen)
     ASSERT_TRUE(QTest::qWaitFor([this] { return host->SharedData().IsLoaded(); }, 20'000))
         << qUtf8Printable(error->text());
     host.reset();
-    const THostSettings settings(Folder().filePath(u"enciphered"_s), {});
+    const THostSettings settings(Folder().filePath(u"encrypted"_s), {});
     EXPECT_EQ(settings.Tls(), TTlsUse::Always);
     EXPECT_EQ(settings.CaFile(), authority.CaFile());
 }

@@ -4,7 +4,6 @@
 #include "server/provider/ApplicationServer.h"
 #include "server/storage/sqlite/SqliteStorage.h"
 
-#include <QAction>
 #include <QComboBox>
 
 using namespace Qt::Literals::StringLiterals;
@@ -20,6 +19,7 @@ protected:
         server = std::make_unique<server::ApplicationServer>(options);
         Listen(0);
         HostTest::SetUp();
+        UseScreens();
         OnLogin<QRadioButton>("ServerButton")->click();
         OnLogin<QComboBox>("ServerEdit")->setEditText(u"127.0.0.1:%1"_s.arg(listener->Port()));
     }
@@ -53,26 +53,32 @@ TEST_F(ServerGoneTest, IsToldWithTheReasonAndMendedByReconnecting)
     ASSERT_TRUE(QTest::qWaitFor([this] { return host->SharedData().IsLoaded(); }, 20'000));
     EXPECT_TRUE(ConnectionText().contains(u"已连接"_s));
     EXPECT_TRUE(ConnectionText().contains(u"127.0.0.1"_s));
-    host->ExecScreen(u"frm_Sample111"_s);
-    QCoreApplication::processEvents();
-    auto* query = host->MainForm()->findChild<QAction*>(u"QueryAction"_s);
-    auto* reconnect = host->MainForm()->findChild<QAction*>(u"ReconnectAction"_s);
-    EXPECT_FALSE(reconnect->isEnabled());
+    TForm* screen = Open(u"frm_BillQuery"_s);
+    ASSERT_NE(screen, nullptr);
+    EXPECT_FALSE(Command("ReconnectAction")->isEnabled());
 
     const quint16 port = listener->Port();
     listener->Stop();
     ::Application->ClearShownMessages();
-    query->trigger();
-    ASSERT_EQ(::Application->ShownMessages().size(), 1u);
-    EXPECT_TRUE(::Application->ShownMessages()[0].text.startsWith(u"详细："_s));
+    const auto& shown = ::Application->ShownMessages();
+    Command("QueryAction")->trigger();
+    ASSERT_EQ(shown.size(), 1u);
+    EXPECT_TRUE(shown[0].text.startsWith(u"详细："_s)) << qPrintable(shown[0].text);
+    EXPECT_EQ(shown[0].caption, screen->Caption());
+    EXPECT_EQ(shown[0].icon, TMessageIcon::Warning);
     EXPECT_TRUE(ConnectionText().contains(u"连接已断开"_s));
-    EXPECT_TRUE(reconnect->isEnabled());
-    reconnect->trigger();
-    EXPECT_EQ(::Application->ShownMessages().size(), 2u) << "still gone, still told";
+    // The module's own entry says it otherwise.
+    host->ExecScreen(u"frm_RecBill000"_s);
+    ASSERT_EQ(shown.size(), 2u);
+    EXPECT_TRUE(shown[1].text.startsWith(u"详细：因为"_s) && shown[1].text.endsWith(u"调用失败！"_s));
+    EXPECT_EQ(shown[1].caption, u"DLL调用"_s);
+    EXPECT_EQ(shown[1].icon, TMessageIcon::Error);
+    Command("ReconnectAction")->trigger();
+    EXPECT_EQ(shown.size(), 3u) << "still gone, still told";
 
     Listen(port);
-    reconnect->trigger();
+    Command("ReconnectAction")->trigger();
     EXPECT_TRUE(ConnectionText().contains(u"已连接"_s));
-    query->trigger();
-    EXPECT_EQ(::Application->ShownMessages().size(), 2u);
+    Command("QueryAction")->trigger();
+    EXPECT_EQ(shown.size(), 3u);
 }
