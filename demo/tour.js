@@ -1,10 +1,11 @@
 // The guided tour: an ordinary day at the windows, played and checked step by step. Played by
 // `zelmor-host --tour`; pictures go to the folder for screenshots.
 
-include("tour/common.js");
+include("tour/steps.js");
 include("tour/acceptance.js");
 include("tour/layout.js");
 include("tour/headquarters.js");
 include("tour/pickup.js");
 include("tour/query.js");
+include("tour/desk.js");
 print("Tour complete.");
