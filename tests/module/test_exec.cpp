@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <set>
 
 using namespace Qt::Literals::StringLiterals;
@@ -130,6 +131,18 @@ TEST_F(Exec, AnotherLoginHasItsOwnCustomers)
     host.DataSet(u"ownerCustomer"_s).OpenRows(customers(u"K4"_s));
     host.Connection.Open(u"next"_s, u"next"_s);
     EXPECT_EQ(call(host.Connection), u"K4"_s);
+}
+
+TEST(ScreenTable, SevenScreensHaveFixedRights)
+{
+    const std::map<std::string_view, std::string_view> fixed{{"frm_AcceptBill", "000"},
+        {"frm_RecBill", "000"}, {"frm_UnDispartBill", "000"}, {"frm_UnAccept", "000"}, {"frm_UnRec", "000"},
+        {"frm_CenterBillBack", "001"}, {"frm_RecBillQuery", "001"}};
+    EXPECT_EQ(ScreenTable().size(), 22u);
+    for (const TScreenInfo& info : ScreenTable()) {
+        const auto code = fixed.find(info.Name());
+        EXPECT_EQ(info.fixedRights, code == fixed.end() ? "" : code->second) << info.Name();
+    }
 }
 
 TEST_F(Exec, AdoptsTheHostsObjectsOnEveryCall)
