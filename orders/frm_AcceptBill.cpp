@@ -98,71 +98,39 @@ Tfrm_AcceptBill::Tfrm_AcceptBill(QObject* owner)
     OnTimer(Timer1, this, &Tfrm_AcceptBill::Timer1Timer);
 }
 
-void Tfrm_AcceptBill::CreateControls()
+void Tfrm_AcceptBill::AddFilters(QHBoxLayout& row, QWidget* panel)
 {
-    QWidget* filters = CreateFilterPanel();
-    QWidget* actions = CreateActionPanel();
-    CreateViews();
-    LayOutScreen(this, {filters, actions}, DataView1, DataView2);
-}
-
-QWidget* Tfrm_AcceptBill::CreateFilterPanel()
-{
-    auto* panel = new QWidget(this);
-    panel->setObjectName(u"Panel1"_s);
-    DBDateTimeEditEh1 = new TDBDateTimeEditEh(panel, u"DBDateTimeEditEh1"_s);
-    DBDateTimeEditEh2 = new TDBDateTimeEditEh(panel, u"DBDateTimeEditEh2"_s);
     DBEditEh1 = new TDBEditEh(panel, u"DBEditEh1"_s);
     DBEditEh2 = new TDBEditEh(panel, u"DBEditEh2"_s);
     DBLookupComboboxEh1 = new TDBLookupComboboxEh(panel, u"DBLookupComboboxEh1"_s);
     PrepareLookup(*DBLookupComboboxEh1, SiteLookup(dm_GlobalData->ds_AllSite));
-    Button4 = NewButton(panel, u"Button4"_s, u"查询"_s);
-    OnClick(Button4, this, &Tfrm_AcceptBill::Button4Click);
-
-    auto* row = new QHBoxLayout(panel);
-    row->setContentsMargins(0, 0, 0, 0);
-    AddDateRange(*row, DBDateTimeEditEh1, u"订单时间始"_s, DBDateTimeEditEh2, u"订单时间止"_s);
-    AddControl(*row, u"仓库编号"_s, DBEditEh1, 18);
-    Label4 = AddControl(*row, u"物流号"_s, DBEditEh2, 24);
-    Label5 = AddControl(*row, u"接单网点"_s, DBLookupComboboxEh1, 28);
-    row->addWidget(Button4);
-    row->addStretch(1);
+    AddControl(row, u"仓库编号"_s, DBEditEh1, 18);
+    Label4 = AddControl(row, u"物流号"_s, DBEditEh2, 24);
+    Label5 = AddControl(row, u"接单网点"_s, DBLookupComboboxEh1, 28);
     DBEditEh2->setFixedWidth(fontMetrics().horizontalAdvance(QString(20, u'0')));
-    return panel;
 }
 
-QWidget* Tfrm_AcceptBill::CreateActionPanel()
+void Tfrm_AcceptBill::AddActions(QHBoxLayout& row, QWidget* panel)
 {
-    auto* panel = new QWidget(this);
-    panel->setObjectName(u"Panel2"_s);
     DBPageLookup_Employee1 = new TDBPageLookup_Employee(panel, u"DBPageLookup_Employee1"_s);
     DBPageLookup_Employee1->SetScope(clerk_.site);
     DBPageLookup_Employee1->setPlaceholderText(u"编号、姓名或电话"_s);
-    QToolButton* batch = NewActionButton(panel, BatchAcceptBill);
+    AddControl(row, u"接单业务员"_s, DBPageLookup_Employee1, 26);
+    row.addWidget(NewActionButton(panel, BatchAcceptBill));
+    row.addSpacing(16);
     Button2 = NewButton(panel, u"Button2"_s, u"转单"_s);
-    Button1 = NewButton(panel, u"Button1"_s, u"保存"_s);
     OnClick(Button2, this, &Tfrm_AcceptBill::Button2Click);
-    OnClick(Button1, this, &Tfrm_AcceptBill::Button1Click);
-
-    auto* row = new QHBoxLayout(panel);
-    row->setContentsMargins(0, 0, 0, 0);
-    AddControl(*row, u"接单业务员"_s, DBPageLookup_Employee1, 26);
-    row->addWidget(batch);
-    row->addSpacing(16);
-    row->addWidget(Button2);
-    row->addWidget(Button1);
-    row->addStretch(1);
-    return panel;
+    row.addWidget(Button2);
+    row.addWidget(NewSaveButton(panel));
 }
 
-void Tfrm_AcceptBill::CreateViews()
+void Tfrm_AcceptBill::CreateOrdersView()
 {
     std::vector<TColumnEh> columns = OrderColumns(kColumns);
     OfferStatuses(columns, company::StatusUse::SiteScreens,
         std::span(kOffered).first(AtHeadquarters() ? kOffered.size() : kOffered.size() - 1));
     ChooseFrom(columns, u"REC_GOODS_MAN", EmployeeLookup(dm_GlobalData->ds_employee));
     ChooseFrom(columns, u"DESTINATION", SiteLookup(dsDestination));
-    DataView1 = new TDataView(this, u"DataView1"_s);
     PrepareOrdersView(this, *DataView1, std::move(columns), cds, items_);
     DataView1->DataViewGrid->OnGetCellParams = [this](const TColumnEh& column, int viewRow,
                                                    TCellParams& params) {
@@ -173,9 +141,6 @@ void Tfrm_AcceptBill::CreateViews()
     connect(cds, &TClientDataSetEx::DataReset, this, [this] { offeredRow_ = -1; });
     connect(cds, &TClientDataSetEx::RowChanged, this, [this] { offeredRow_ = -1; });
     connect(cds, &TClientDataSetEx::FieldChanged, this, [this] { offeredRow_ = -1; });
-
-    DataView2 = new TDataView(this, u"DataView2"_s);
-    PrepareItemsView(*DataView2, cdsms);
 }
 
 void Tfrm_AcceptBill::FormCreate()

@@ -16,19 +16,17 @@ public:
     explicit Tfrm_AcceptBill(QObject* owner);
 
 protected:
-    void CreateControls() override;
+    void AddFilters(QHBoxLayout& row, QWidget* panel) override;
+    void AddActions(QHBoxLayout& row, QWidget* panel) override;
+    void CreateOrdersView() override;
     void FormCreate() override;
     void FirstLoad() override;
+    void Button4Click() override;
     void cdsBeforePost() override;
+    void Button1Click() override;
 
 private:
-    QWidget* CreateFilterPanel();
-    QWidget* CreateActionPanel();
-    void CreateViews();
-
-    void Button1Click();
     void Button2Click();
-    void Button4Click();
     void BatchAcceptBillExecute();
     void Timer1Timer();
     void DataView1DataViewGridGetCellParams(const TColumnEh& column, int viewRow, TCellParams& params);

@@ -90,68 +90,34 @@ Tfrm_RecBill::Tfrm_RecBill(QObject* owner)
     cds->AfterPost = [this] { entered_.Enter(TextOf(*cds, u"TX_LOGISTIC_ID"), TextOf(*cds, kNumberField)); };
 }
 
-void Tfrm_RecBill::CreateControls()
+void Tfrm_RecBill::AddFilters(QHBoxLayout& row, QWidget* panel)
 {
-    QWidget* filters = CreateFilterPanel();
-    QWidget* actions = CreateActionPanel();
-    CreateViews();
-    LayOutScreen(this, {filters, actions}, DataView1, DataView2);
-    DBEditEh1->Binding().SetDataSource(DataView1->DS);
-    DBEditEh1->Binding().SetDataField(kCouponField);
-    setTabOrder(DBEditEh1, DataView1->DataViewGrid);
-}
-
-QWidget* Tfrm_RecBill::CreateFilterPanel()
-{
-    auto* panel = new QWidget(this);
-    panel->setObjectName(u"Panel1"_s);
-    DBDateTimeEditEh1 = new TDBDateTimeEditEh(panel, u"DBDateTimeEditEh1"_s);
-    DBDateTimeEditEh2 = new TDBDateTimeEditEh(panel, u"DBDateTimeEditEh2"_s);
     DBEditEh2 = new TDBEditEh(panel, u"DBEditEh2"_s);
-    Button4 = NewButton(panel, u"Button4"_s, u"查询"_s);
-    OnClick(Button4, this, &Tfrm_RecBill::Button4Click);
-
-    auto* row = new QHBoxLayout(panel);
-    row->setContentsMargins(0, 0, 0, 0);
-    AddDateRange(*row, DBDateTimeEditEh1, u"订单时间始"_s, DBDateTimeEditEh2, u"订单时间止"_s);
-    AddControl(*row, u"仓库编号"_s, DBEditEh2, 18);
-    row->addWidget(Button4);
-    row->addStretch(1);
-    return panel;
+    AddControl(row, u"仓库编号"_s, DBEditEh2, 18);
 }
 
-QWidget* Tfrm_RecBill::CreateActionPanel()
+void Tfrm_RecBill::AddActions(QHBoxLayout& row, QWidget* panel)
 {
-    auto* panel = new QWidget(this);
-    panel->setObjectName(u"Panel2"_s);
-    QToolButton* batch = NewActionButton(panel, BatchRecBill);
-    Button1 = NewButton(panel, u"Button1"_s, u"保存"_s);
-    OnClick(Button1, this, &Tfrm_RecBill::Button1Click);
+    row.addWidget(NewActionButton(panel, BatchRecBill));
+    row.addWidget(NewSaveButton(panel));
+    row.addSpacing(16);
     DBEditEh1 = new TDBEditEh(panel, u"DBEditEh1"_s);
     DBEditEh1->OnExit = [this] { DBEditEh1Exit(); };
-
-    auto* row = new QHBoxLayout(panel);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->addWidget(batch);
-    row->addWidget(Button1);
-    row->addSpacing(16);
-    AddControl(*row, u"优惠券编号(&U)"_s, DBEditEh1, 20);
-    row->addStretch(1);
-    return panel;
+    AddControl(row, u"优惠券编号(&U)"_s, DBEditEh1, 20);
 }
 
-void Tfrm_RecBill::CreateViews()
+void Tfrm_RecBill::CreateOrdersView()
 {
     std::vector<TColumnEh> columns = OrderColumns(kColumns);
     OfferStatuses(columns, company::StatusUse::SiteScreens, kOffered);
     ChooseFrom(columns, u"DESTINATION", SiteLookup(dsDestination));
-    DataView1 = new TDataView(this, u"DataView1"_s);
     PrepareOrdersView(this, *DataView1, std::move(columns), cds, items_);
     DataView1->DataViewGrid->OnKeyDown = [this](QKeyEvent* event) {
         RunHandler(this, [this, event] { DataView1DataViewGridKeyDown(event); });
     };
-    DataView2 = new TDataView(this, u"DataView2"_s);
-    PrepareItemsView(*DataView2, cdsms);
+    DBEditEh1->Binding().SetDataSource(DataView1->DS);
+    DBEditEh1->Binding().SetDataField(kCouponField);
+    setTabOrder(DBEditEh1, DataView1->DataViewGrid);
 }
 
 void Tfrm_RecBill::FirstLoad()

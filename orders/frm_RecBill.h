@@ -12,19 +12,17 @@ public:
     explicit Tfrm_RecBill(QObject* owner);
 
 protected:
-    void CreateControls() override;
+    void AddFilters(QHBoxLayout& row, QWidget* panel) override;
+    void AddActions(QHBoxLayout& row, QWidget* panel) override;
+    void CreateOrdersView() override;
     void FirstLoad() override;
     void FormShow() override;
+    void Button4Click() override;
     void cdsBeforePost() override;
+    void Button1Click() override;
     void GoToColumn(const QString& field) override;
 
 private:
-    QWidget* CreateFilterPanel();
-    QWidget* CreateActionPanel();
-    void CreateViews();
-
-    void Button1Click();
-    void Button4Click();
     void BatchRecBillExecute();
     void DBEditEh1Exit();
     void DataView1DataViewGridKeyDown(QKeyEvent* event);

@@ -1,9 +1,12 @@
 #include "orders/frm_SiteOrders.h"
 
+#include "framework/LabelledControls.h"
+#include "framework/ScreenHandlers.h"
 #include "module/data/DateRange.h"
 #include "module/data/HostBridge.h"
 #include "module/data/ServerLink.h"
 #include "orders/Destinations.h"
+#include "orders/OrderView.h"
 #include "orders/RefusedOrders.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -24,6 +27,42 @@ Tfrm_SiteOrders::Tfrm_SiteOrders(QObject* owner)
     cdsErr->SetCommandText(u"select * from tab_zelmor_bill where 1=0"_s);
     cds->BeforePost = [this] { cdsBeforePost(); };
     dsDestination->SetDataSet(cdsDestination);
+}
+
+void Tfrm_SiteOrders::CreateControls()
+{
+    auto* filters = new QWidget(this);
+    filters->setObjectName(u"Panel1"_s);
+    auto* filterRow = new QHBoxLayout(filters);
+    filterRow->setContentsMargins(0, 0, 0, 0);
+    DBDateTimeEditEh1 = new TDBDateTimeEditEh(filters, u"DBDateTimeEditEh1"_s);
+    DBDateTimeEditEh2 = new TDBDateTimeEditEh(filters, u"DBDateTimeEditEh2"_s);
+    AddDateRange(*filterRow, DBDateTimeEditEh1, u"订单时间始"_s, DBDateTimeEditEh2, u"订单时间止"_s);
+    AddFilters(*filterRow, filters);
+    Button4 = NewButton(filters, u"Button4"_s, u"查询"_s);
+    OnClick(Button4, this, &Tfrm_SiteOrders::Button4Click);
+    filterRow->addWidget(Button4);
+    filterRow->addStretch(1);
+
+    auto* actions = new QWidget(this);
+    actions->setObjectName(u"Panel2"_s);
+    auto* actionRow = new QHBoxLayout(actions);
+    actionRow->setContentsMargins(0, 0, 0, 0);
+    AddActions(*actionRow, actions);
+    actionRow->addStretch(1);
+
+    DataView1 = new TDataView(this, u"DataView1"_s);
+    CreateOrdersView();
+    DataView2 = new TDataView(this, u"DataView2"_s);
+    PrepareItemsView(*DataView2, cdsms);
+    LayOutScreen(this, {filters, actions}, DataView1, DataView2);
+}
+
+QPushButton* Tfrm_SiteOrders::NewSaveButton(QWidget* panel)
+{
+    Button1 = NewButton(panel, u"Button1"_s, u"保存"_s);
+    OnClick(Button1, this, &Tfrm_SiteOrders::Button1Click);
+    return Button1;
 }
 
 void Tfrm_SiteOrders::FirstLoad()

@@ -85,21 +85,12 @@ constexpr OrderColumnUse kColumns[] = {
 } // namespace
 
 Tfrm_BillQuery::Tfrm_BillQuery(QObject* owner)
-    : Tfrm_BasicBoot(owner)
+    : Tfrm_OrderList(owner)
+    , cdsprov(new TClientDataSetEx(this, u"cdsprov"_s))
+    , cdscheck(new TClientDataSetEx(this, u"cdscheck"_s))
+    , CDSStatus(new TClientDataSetEx(this, u"CDSStatus"_s))
 {
-    CreateDataSets();
-}
-
-void Tfrm_BillQuery::CreateDataSets()
-{
-    cds = new TClientDataSetEx(this, u"cds"_s);
-    cds->SetCommandText(u"select * from tab_zelmor_bill where 1=0"_s);
-    cdsms = new TClientDataSetEx(this, u"cdsms"_s);
-    cdsprov = new TClientDataSetEx(this, u"cdsprov"_s);
     cdsprov->SetCommandText(OrderProvincesQuery());
-    cdscheck = new TClientDataSetEx(this, u"cdscheck"_s);
-    CDSStatus = new TClientDataSetEx(this, u"CDSStatus"_s);
-    items_ = new TOrderItems(cds, cdsms);
 }
 
 void Tfrm_BillQuery::CreateControls()
@@ -226,7 +217,7 @@ void Tfrm_BillQuery::SearchByCriteria()
 
 void Tfrm_BillQuery::DataView1DataViewGridDblClick()
 {
-    if (!HasRows(*cds))
+    if (!HasOrders())
         return;
     const QString orderNumber = TextOf(*cds, u"TX_LOGISTIC_ID");
     if (orderNumber.trimmed().isEmpty())
@@ -263,6 +254,6 @@ void Tfrm_BillQuery::TabSheet2Show()
     summary_->hide();
     Panel1->setFixedHeight(Scaled(*this, kDetailsHeight));
     CDSStatus->Close();
-    const bool marketplace = HasRows(*cds) && TextOf(*cds, u"LOGISTICPROVIDERID") == u"泽摩"_s;
+    const bool marketplace = HasOrders() && TextOf(*cds, u"LOGISTICPROVIDERID") == u"泽摩"_s;
     CDSStatus->SetRemoteServer(marketplace ? dm_GlobalData->QueryConnection : dm_BasicData->HostConnection);
 }

@@ -1,18 +1,16 @@
 #pragma once
 
-#include "framework/DataView.h"
-#include "framework/frm_BasicBoot.h"
 #include "orders/OrderDetails.h"
-#include "orders/OrderItems.h"
 #include "orders/OrderSearchPanel.h"
 #include "orders/OrderSummary.h"
+#include "orders/frm_OrderList.h"
 
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTabWidget>
 
 // 泽摩订单查询: searches the orders by pasted numbers or by criteria, and shows an order's goods and trail.
-class Tfrm_BillQuery : public Tfrm_BasicBoot {
+class Tfrm_BillQuery : public Tfrm_OrderList {
     Q_OBJECT
 public:
     explicit Tfrm_BillQuery(QObject* owner);
@@ -24,7 +22,6 @@ protected:
     void FormShow() override;
 
 private:
-    void CreateDataSets();
     void CreatePages();
     void CreateView();
 
@@ -44,16 +41,12 @@ private:
     TOrderSearchPanel* Panel2; // the criteria
     QPushButton* Button1; // 查询, pressed through the host
     QPlainTextEdit* Memo2; // the text of the last search by criteria; hidden
-    TDataView* DataView1; // the orders found
     TOrderDetails* details_;
     TOrderSummary* summary_; // of the current order, while the criteria stand above it
 
-    TClientDataSetEx* cds; // the orders found
-    TClientDataSetEx* cdsms; // goods of the current order
     TClientDataSetEx* cdsprov; // provinces that orders come from
     TClientDataSetEx* cdscheck; // the subtree of the candidate site
     TClientDataSetEx* CDSStatus; // tracking trail of the order last double-clicked
-    TOrderItems* items_;
 
     QString areaName_; // of the login site
 };
