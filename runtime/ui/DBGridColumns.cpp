@@ -371,7 +371,8 @@ QString TDBGridEh::CellText(int viewRow, int column) const
     case TColumnStyle::KeyPickList: {
         const QString key = open->ViewText(viewRow, entry.field);
         const qsizetype index = info.keyList.indexOf(key);
-        return index >= 0 && index < info.pickList.size() ? info.pickList[index] : info.namedKeys.value(key, key);
+        return index >= 0 && index < info.pickList.size() ? info.pickList[index]
+                                                          : info.namedKeys.value(key, key);
     }
     case TColumnStyle::Lookup:
         return d_->LookupTextOf(entry, open->ViewText(viewRow, entry.field)).shown;
