@@ -6,6 +6,7 @@
 #include "demo/Generator.h"
 #include "runtime/data/ClientDataSet.h"
 #include "runtime/data/SocketConnection.h"
+#include "server/provider/ApplicationServer.h"
 #include "server/storage/postgres/PostgresStorage.h"
 #include "tests/support/PostgresDatabase.h"
 
