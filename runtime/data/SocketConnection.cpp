@@ -92,7 +92,9 @@ public:
 
     void LogIn();
     wire::Reply Exchange(const wire::Request& request, wire::ReplySink& sink);
-    wire::Reply ExchangeTraced(const wire::Request& request, wire::ReplySink& sink);
+    // Runs the exchange of a request and tells the trace of it.
+    template <typename Exchanging>
+    wire::Reply Traced(const wire::Request& request, const Exchanging& exchange);
     void TellConnected();
     void TellTransport();
     bool KeepWaiting();
@@ -190,7 +192,7 @@ void TSocketConnectionEx::Private::LogIn()
         transport_->Connect();
         NoSink nothing;
         try {
-            identity_ = ExchangeTraced(*login_, nothing).identity;
+            identity_ = Traced(*login_, [&] { return Sent(*login_, nothing); }).identity;
             return;
         } catch (const Error& error) {
             transport_->Disconnect();
@@ -245,11 +247,9 @@ wire::Reply TSocketConnectionEx::Private::Exchange(const wire::Request& request,
     }
 }
 
-wire::Reply TSocketConnectionEx::Private::ExchangeTraced(const wire::Request& request, wire::ReplySink& sink)
+template <typename Exchanging>
+wire::Reply TSocketConnectionEx::Private::Traced(const wire::Request& request, const Exchanging& exchange)
 {
-    const auto exchange = [&] {
-        return request.kind == RequestKind::Login ? Sent(request, sink) : Exchange(request, sink);
-    };
     if (!connection_->OnTrace || request.kind == RequestKind::Clock)
         return exchange();
 
@@ -401,7 +401,7 @@ wire::Reply TSocketConnectionEx::Send(const wire::Request& request, wire::ReplyS
         throw Error(ErrorKind::Connection, u"尚未登录服务器！"_s);
     const auto exchange = [&] {
         const Private::Wait wait(*d_, request.kind);
-        return d_->ExchangeTraced(request, sink);
+        return d_->Traced(request, [&] { return d_->Exchange(request, sink); });
     };
     try {
         wire::Reply reply = exchange();

@@ -187,7 +187,7 @@ void Listener::Private::Accept(qintptr descriptor)
     };
     const QString peer = PeerOf(descriptor);
     const QString place = PlaceOf(peer);
-    if (!rate_.Admit(place, ConnectionRate::Clock::now())) {
+    if (options_.maxPerAddress > 0 && !rate_.Admit(place, ConnectionRate::Clock::now())) {
         close(u"%1 connects too often"_s.arg(place));
         return;
     }

@@ -19,7 +19,8 @@ struct ListenerOptions {
     TlsFiles tls; // none: nothing is encrypted
     bool plainNetwork = false; // serve other machines even so
     int maxConnections = 1000;
-    int maxPerAddress = 500; // of them from one address (IPv6: network) but this machine's own; 0: any
+    // Of them from one address (IPv6: network) but this machine's own; 0: any, and as fast as they come.
+    int maxPerAddress = 500;
     // Connected and not logged in: so many in all, half of them from one address, the rest of the places is
     // kept for those who are. Beyond that, who has been silent longest is left.
     int maxNewcomers = 250;

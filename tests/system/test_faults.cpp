@@ -109,6 +109,7 @@ server::Options DemoIn(const QString& folder)
 server::ListenerOptions AnyPort()
 {
     server::ListenerOptions options;
+    options.maxPerAddress = 0; // faults break connections faster than any desk would
     options.port = 0;
     return options;
 }

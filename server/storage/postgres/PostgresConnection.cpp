@@ -176,7 +176,10 @@ qint64 PostgresConnection::Query(
     if (statement->rows > kCopiedRows && pipeline_.Deferred().empty()) {
         if (const auto copyText = CopyText(select, now)) {
             CopyReader rows(link_, *copyText, *statement->readers);
-            return statement->rows = StreamRows(rows, statement->scratch, limits, sink);
+            const qint64 count = StreamRows(rows, statement->scratch, limits, sink);
+            if (HoldMuch(statement->scratch))
+                statement->scratch = MakeCellBlocks(*select.translation->columns);
+            return statement->rows = count;
         }
     }
     try {
@@ -200,7 +203,7 @@ qint64 PostgresConnection::Read(const PreparedPtr& statement, const std::vector<
         try {
             const qint64 count = StreamRows(rows, statement->scratch, limits, sink);
             if (HoldMuch(statement->scratch))
-                statement->scratch.clear();
+                statement->scratch = MakeCellBlocks(columns);
             pipeline_.Finish();
             return statement->rows = count;
         } catch (...) {
