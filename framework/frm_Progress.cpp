@@ -40,6 +40,15 @@ Tfrm_Progress::Tfrm_Progress(QObject* owner, const QString& caption)
     setMinimumWidth(fontMetrics().averageCharWidth() * 36);
 }
 
+// Hands the keyboard back; not every window system does.
+Tfrm_Progress::~Tfrm_Progress()
+{
+    QWidget* form = Application && isActiveWindow() ? Application->MainForm() : nullptr;
+    hide();
+    if (form)
+        form->window()->activateWindow();
+}
+
 void Tfrm_Progress::AllowCancel()
 {
     KeyPreview = true;

@@ -14,6 +14,7 @@ class Tfrm_Progress : public TForm {
     Q_OBJECT
 public:
     Tfrm_Progress(QObject* owner, const QString& caption);
+    ~Tfrm_Progress() override;
 
     void AllowCancel();
     bool Cancelled() const noexcept { return cancelled_; }

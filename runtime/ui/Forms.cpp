@@ -254,6 +254,7 @@ void TForm::ShowModal()
     setWindowModality(Qt::ApplicationModal);
     setAttribute(Qt::WA_Moved, false);
     resize(size().boundedTo(screen()->availableSize()));
+    const QPointer<QWidget> before = QApplication::activeWindow();
     Show();
     // Over the main form, unless the form has placed itself.
     const QWidget* mainForm = Application ? Application->MainForm() : nullptr;
@@ -264,6 +265,10 @@ void TForm::ShowModal()
     QEventLoop loop;
     d_->loop = &loop;
     loop.exec();
+    // The keyboard goes back, which not every window system sees to. The form may be gone by now.
+    const QWidget* active = QApplication::activeWindow();
+    if (before && (!active || !active->isVisible()))
+        before->activateWindow();
 }
 
 bool TForm::FormKeyDown(QKeyEvent*)
