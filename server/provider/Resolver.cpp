@@ -380,11 +380,9 @@ wire::ApplyOutcome ApplyChanges(storage::Connection& connection, const wire::Cha
     if (maxErrors >= 0 && outcome.Rejected() > maxErrors) {
         connection.RollbackToSavepoint();
         outcome.rolledBack = true;
-        for (RowVerdict& row : outcome.rows) {
-            if (row.accepted)
-                row.reason = texts::UndoneWithOthers();
+        // A row that was merely undone with the others has no reason of its own.
+        for (RowVerdict& row : outcome.rows)
             row.accepted = false;
-        }
     }
     return outcome;
 }

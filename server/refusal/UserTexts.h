@@ -226,10 +226,6 @@ inline QString DeletedByOther()
 {
     return QStringLiteral("该记录已被其他用户删除！");
 }
-inline QString UndoneWithOthers()
-{
-    return QStringLiteral("因其他记录保存失败，该记录的修改也未保存！");
-}
 inline QString DuplicateKey(const QString& key)
 {
     return QStringLiteral("主键“%1”已存在！").arg(key);

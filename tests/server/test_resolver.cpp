@@ -204,6 +204,7 @@ TEST_P(ResolverTest, MoreRefusalsThanAllowedUndoAll)
         const bool undone = maxErrors == 0 || maxErrors == 1;
         EXPECT_EQ(outcome.rolledBack, undone);
         EXPECT_EQ(outcome.Rejected(), undone ? 3 : 2);
+        EXPECT_TRUE(outcome.rows[2].reason.isEmpty()) << "it was not the cause";
         EXPECT_EQ(Of("NAME", "C"), undone ? u"(null)"_s : u"新"_s);
         EXPECT_EQ(AuditRows(), undone ? 0 : 1);
     }
