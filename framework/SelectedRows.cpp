@@ -48,17 +48,29 @@ private:
     QString index_;
 };
 
+void Walk(TClientDataSetEx& rows, const std::vector<TBookmark>& wanted,
+    const std::function<bool(TClientDataSetEx& row)>& visit)
+{
+    const BusyCursor busy;
+    const ControlsOff still(rows);
+    const SortOff unsorted(rows);
+    for (const TBookmark row : wanted) {
+        if (rows.GotoBookmark(row) && !visit(rows))
+            return;
+    }
+}
+
 } // namespace
 
 void WalkSelectedRows(TDBGridEh& grid, const std::function<bool(TClientDataSetEx& row)>& visit)
 {
-    TClientDataSetEx& rows = *grid.DataSet();
-    const std::vector<TBookmark> selected = grid.SelectedRows();
-    const BusyCursor busy;
-    const ControlsOff still(rows);
-    const SortOff unsorted(rows);
-    for (const TBookmark row : selected) {
-        if (rows.GotoBookmark(row) && !visit(rows))
-            return;
-    }
+    Walk(*grid.DataSet(), grid.SelectedRows(), visit);
+}
+
+void WalkAllRows(TClientDataSetEx& rows, const std::function<bool(TClientDataSetEx& row)>& visit)
+{
+    std::vector<TBookmark> all(static_cast<size_t>(rows.RecordCount()));
+    for (size_t i = 0; i < all.size(); ++i)
+        all[i] = rows.ViewBookmark(static_cast<int>(i));
+    Walk(rows, all, visit);
 }

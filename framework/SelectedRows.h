@@ -9,3 +9,5 @@
 // comes back afterwards (where a row was left in edit, as soon as that edit ends). What `visit` raises ends
 // the walk.
 void WalkSelectedRows(TDBGridEh& grid, const std::function<bool(TClientDataSetEx& row)>& visit);
+// The same for every row in view.
+void WalkAllRows(TClientDataSetEx& rows, const std::function<bool(TClientDataSetEx& row)>& visit);

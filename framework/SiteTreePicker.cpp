@@ -75,7 +75,7 @@ QString Tfrm_SiteTreePicker::Execute(
     // Frees itself once closed, but not before control is back in the event loop.
     const QPointer<Tfrm_SiteTreePicker> picker = new Tfrm_SiteTreePicker(Application, sites, withChildren);
     picker->SetCaption(caption);
-    picker->SetChecked(siteList.split(u';', Qt::SkipEmptyParts));
+    picker->SetChecked(siteList.left(siteList.lastIndexOf(u';') + 1).split(u';', Qt::SkipEmptyParts));
     picker->ShowModal();
     return picker && picker->confirmed_ ? picker->CheckedList() : QString();
 }

@@ -13,8 +13,9 @@ public:
     // With `withChildren`, checking or clearing a site does the same to every site below it.
     Tfrm_SiteTreePicker(QObject* owner, const TTreeView& sites, bool withChildren);
 
-    // Shows the tree with the sites of the list checked. Returns ";" and each checked site followed by ";",
-    // in the order of the tree; empty when none is checked or the picker was closed without confirming.
+    // Shows the tree with the sites of the list checked, those that a ";" follows. Returns ";" and each
+    // checked site followed by ";", in the order of the tree; empty when none is checked or the picker was
+    // closed without confirming.
     static QString Execute(
         const QString& caption, const TTreeView& sites, const QString& siteList, bool withChildren = true);
 

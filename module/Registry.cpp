@@ -1,5 +1,6 @@
 #include "module/Registry.h"
 
+#include "dispatch/frm_UnDispartBill.h"
 #include "orders/frm_AcceptBill.h"
 #include "orders/frm_RecBill.h"
 #include "reports/frm_BillQuery.h"
@@ -24,6 +25,7 @@ std::span<TScreenSlot> ScreenSlots()
         Slot<Tfrm_BillQuery>(),
         Slot<Tfrm_AcceptBill>(),
         Slot<Tfrm_RecBill>(),
+        Slot<Tfrm_UnDispartBill>(),
     };
     return slots;
 }

@@ -8,7 +8,7 @@ using namespace Qt::Literals::StringLiterals;
 
 QString AcceptQuery(const TAcceptCriteria& criteria)
 {
-    QString sql = OrdersCreatedBetween(criteria.from, criteria.to) + u" and a.bl_dispart=1 "_s
+    QString sql = OrdersCreatedBetween(criteria.from, criteria.to) + u"   and a.bl_dispart=1 "_s
         + OfWarehouse(criteria.warehouse);
     if (criteria.loginSite == kHeadquarters) {
         sql += u" and (nvl(a.status, 0)=0 or nvl(a.status, 0)=1)"_s;
@@ -24,6 +24,6 @@ QString AcceptQuery(const TAcceptCriteria& criteria)
 
 QString FirstAcceptQuery(const TAcceptCriteria& criteria)
 {
-    return OrdersCreatedBetween(criteria.from, criteria.to) + u" and a.bl_dispart=1 and a.status=0 "_s
+    return OrdersCreatedBetween(criteria.from, criteria.to) + u"   and a.bl_dispart=1 and a.status=0 "_s
         + u"and a.PREPARE_SITE like '%;"_s + criteria.loginSite + u";%' order by a.CREATE_DATE desc"_s;
 }

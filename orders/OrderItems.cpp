@@ -100,7 +100,11 @@ void PrepareItemsView(TDataView& view, TClientDataSetEx* items)
 {
     view.DataViewGrid->SetColumns({
         {.fieldName = u"ITEM_NAME"_s, .title = u"商品名称"_s, .width = 220},
-        {.fieldName = u"PIECE"_s, .title = u"件数"_s, .width = 70, .alignment = TAlignment::Right},
+        {.fieldName = u"PIECE"_s,
+            .title = u"件数"_s,
+            .width = 70,
+            .alignment = TAlignment::Right,
+            .footers = SumFooters(u"总件数"_s)},
         {.fieldName = u"REMARK"_s, .title = u"商品描述"_s, .width = 360},
     });
     view.DataViewGrid->ReadOnly = true;

@@ -43,7 +43,12 @@ void RequireReasonFor(TClientDataSetEx& cds, int status, const TClerk& clerk, co
 
 void StampModifier(TClientDataSetEx& cds)
 {
+    StampModifier(cds, GlobalValue(u"site"_s));
+}
+
+void StampModifier(TClientDataSetEx& cds, const QString& site)
+{
     SetText(cds, u"MODIFIER", GlobalValue(u"EmployeeName"_s));
     SetText(cds, u"MODIFY_CODE", GlobalValue(u"EmployeeCode"_s));
-    SetText(cds, u"MODIFY_SITE", GlobalValue(u"site"_s));
+    SetText(cds, u"MODIFY_SITE", site);
 }

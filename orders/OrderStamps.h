@@ -22,3 +22,5 @@ void ClearCancellation(TClientDataSetEx& cds);
 void RequireReasonFor(TClientDataSetEx& cds, int status, const TClerk& clerk, const QString& missingReason);
 // Who changed the row last: the host's employee and site. The last step of every before-post handler.
 void StampModifier(TClientDataSetEx& cds);
+// The same from the site that the screen took when it was created.
+void StampModifier(TClientDataSetEx& cds, const QString& site);

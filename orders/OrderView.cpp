@@ -19,8 +19,8 @@ void PrepareOrdersView(Tfrm_Basic* screen, TDataView& view, std::vector<TColumnE
     view.Loaded();
 }
 
-void LayOutScreen(
-    QWidget* screen, std::initializer_list<QWidget*> panels, TDataView* orders, TDataView* items)
+void LayOutScreen(QWidget* screen, std::initializer_list<QWidget*> panels, TDataView* orders, QWidget* below,
+    int belowPercent)
 {
     auto* top = new QWidget(screen);
     auto* rows = new QVBoxLayout(top);
@@ -31,9 +31,9 @@ void LayOutScreen(
 
     auto* lists = new QSplitter(Qt::Vertical, screen);
     lists->addWidget(orders);
-    lists->addWidget(items);
-    lists->setStretchFactor(0, 4);
-    lists->setStretchFactor(1, 1);
+    lists->addWidget(below);
+    lists->setStretchFactor(0, 100 - belowPercent);
+    lists->setStretchFactor(1, belowPercent);
     lists->setChildrenCollapsible(false);
 
     auto* layout = new QVBoxLayout(screen);

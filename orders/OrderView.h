@@ -15,9 +15,10 @@
 // a row shows its goods.
 void PrepareOrdersView(Tfrm_Basic* screen, TDataView& view, std::vector<TColumnEh> columns,
     TClientDataSetEx* orders, TOrderItems* items, int frozen = 1);
-// The panels in rows at the top, below them the lists, which share the room.
-void LayOutScreen(
-    QWidget* screen, std::initializer_list<QWidget*> panels, TDataView* orders, TDataView* items);
+// The panels in rows at the top, below them the orders and what belongs to the current one, which share the
+// room.
+void LayOutScreen(QWidget* screen, std::initializer_list<QWidget*> panels, TDataView* orders, QWidget* below,
+    int belowPercent = 20);
 // A page with room for one widget.
 QWidget* AddPage(QTabWidget& pages, const QString& name, const QString& caption);
 // Shows as much of the content as there is room for; the rest is scrolled to.

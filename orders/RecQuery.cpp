@@ -6,7 +6,7 @@ using namespace Qt::Literals::StringLiterals;
 
 QString RecQuery(const TRecCriteria& criteria)
 {
-    return OrdersCreatedBetween(criteria.from, criteria.to) + u" and a.bl_dispart=1 and a.status=1 "_s
+    return OrdersCreatedBetween(criteria.from, criteria.to) + u"   and a.bl_dispart=1 and a.status=1 "_s
         + u"and a.REC_SITE='"_s + criteria.loginSite + u"'"_s + OfWarehouse(criteria.warehouse)
         + u" order by a.CREATE_DATE desc"_s;
 }

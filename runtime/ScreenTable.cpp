@@ -16,7 +16,7 @@ constexpr auto kScreens = std::to_array<TScreenInfo>({
     {"Tfrm_BillQuery", u"泽摩订单查询", kReportMenu, u"Ctrl+3", "", kBuilt},
     {"Tfrm_AcceptBill", u"网点接单", kSiteMenu, u"Ctrl+1", "000", kBuilt},
     {"Tfrm_RecBill", u"网点揽件", kSiteMenu, u"Ctrl+2", "000", kBuilt},
-    {"Tfrm_UnDispartBill", u"未分件泽摩订单", kDispatchMenu, u"", "000"},
+    {"Tfrm_UnDispartBill", u"未分件泽摩订单", kDispatchMenu, u"Ctrl+4", "000", kBuilt},
     {"Tfrm_UnAccept", u"未接单查询", kReportMenu, u"", "000"},
     {"Tfrm_UnRec", u"未揽件查询", kReportMenu, u"", "000"},
     {"Tfrm_Collect", u"汇总分析", kReportMenu, u"", ""},

@@ -171,7 +171,8 @@ TEST(SiteTreePicker, GivesTheListOnConfirmationAndNothingOtherwise)
     host.App.QueueAnswer({u"浦东一部"_s, u"北京中心"_s});
     EXPECT_EQ(Tfrm_SiteTreePicker::Execute(u"分件"_s, sites, {}), u";浦东一部;北京中心;"_s);
     host.App.QueueAnswer({u"ok"_s});
-    EXPECT_EQ(Tfrm_SiteTreePicker::Execute(u"分件"_s, sites, u";浦东二部;"_s), u";浦东二部;"_s);
+    EXPECT_EQ(Tfrm_SiteTreePicker::Execute(u"分件"_s, sites, u";浦东二部;北京中心"_s), u";浦东二部;"_s)
+        << "what no semicolon follows is no site";
     host.App.QueueAnswer({u"cancel"_s});
     EXPECT_EQ(Tfrm_SiteTreePicker::Execute(u"分件"_s, sites, u";浦东二部;"_s), QString());
 }

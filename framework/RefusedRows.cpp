@@ -1,0 +1,75 @@
+#include "framework/RefusedRows.h"
+
+#include "framework/LabelledControls.h"
+#include "framework/RowFields.h"
+
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QColor kRefusedColor(0xFF, 0xC8, 0x8A);
+
+} // namespace
+
+TRefusedRows::TRefusedRows(TDataView& view, QStringView keyField)
+    : QWidget(&view)
+    , rows_(view.DS->DataSet())
+    , keyField_(keyField.toString())
+    , reason_(new QLabel(this))
+{
+    setObjectName(u"RefusedRows"_s);
+    reason_->setObjectName(u"RefusedReason"_s);
+    reason_->setWordWrap(true);
+    auto* lines = new QVBoxLayout(this);
+    lines->setContentsMargins(0, 0, 0, 3);
+    lines->setSpacing(0);
+    lines->addWidget(NewLegend(this, kRefusedColor, u"服务器拒绝了底色标出的行，全部修改都没有保存。"_s));
+    lines->addWidget(reason_);
+    reason_->setContentsMargins(8, 0, 8, 0);
+    view.layout()->addWidget(this);
+    hide();
+
+    view.DataViewGrid->OnGetCellParams = [this, before = std::move(view.DataViewGrid->OnGetCellParams)](
+                                             const TColumnEh& column, int viewRow, TCellParams& params) {
+        if (before)
+            before(column, viewRow, params);
+        if (Holds(viewRow))
+            params.background = kRefusedColor;
+    };
+    connect(rows_, &TClientDataSetEx::DataReset, this, &TRefusedRows::Read);
+    connect(rows_, &TClientDataSetEx::CursorMoved, this, &TRefusedRows::ShowReason);
+}
+
+void TRefusedRows::Read()
+{
+    reasons_.clear();
+    if (rows_->Active() && rows_->ChangeCount() > 0) {
+        TClientDataSetEx refused;
+        refused.CopyDelta(*rows_, true);
+        const int key = refused.FieldIndex(keyField_);
+        const int reason = refused.FieldIndex(u"ERROR_MESSAGE");
+        for (int row = 0; row < refused.RecordCount(); ++row) {
+            if (!refused.ViewIsNull(row, reason))
+                reasons_.insert(refused.ViewText(row, key), refused.ViewText(row, reason));
+        }
+    }
+    setVisible(!reasons_.isEmpty());
+    ShowReason();
+}
+
+void TRefusedRows::ShowReason()
+{
+    if (reasons_.isEmpty())
+        return;
+    const auto found = reasons_.constFind(TextOf(*rows_, keyField_));
+    reason_->setText(found == reasons_.cend() ? QString() : u"当前行："_s + *found);
+    reason_->setVisible(found != reasons_.cend());
+}
+
+bool TRefusedRows::Holds(int viewRow) const
+{
+    return !reasons_.isEmpty() && viewRow >= 0 && viewRow < rows_->RecordCount()
+        && reasons_.contains(rows_->ViewText(viewRow, rows_->FieldIndex(keyField_)));
+}
