@@ -156,6 +156,15 @@ TEST_F(LoginGuardTest, NamesInventedByThousandsClearNothingAndFillNothing)
     EXPECT_EQ(Guess(u"account1"_s, u"10.0.0.2:1"_s), 0) << "another place";
 }
 
+TEST_F(LoginGuardTest, ARightPasswordExcusesNoGuessingOfOthers)
+{
+    for (int i = 0; i < 3; ++i)
+        Guess(u"boss"_s);
+    ASSERT_GT(Guess(u"boss"_s), 0);
+    LogIn(u"clerk"_s);
+    EXPECT_GT(Guess(u"boss"_s), 0);
+}
+
 TEST_F(LoginGuardTest, LoginsUnderWayCountAsWrongOnes)
 {
     int admitted = 0;
