@@ -20,9 +20,18 @@ namespace {
 
 constexpr size_t kRightsLength = 3;
 
-// Weak: at the end of the process the host's objects may be gone before the library is.
-QPointer<TApplication> savedApplication;
-QPointer<TScreen> savedScreen;
+// Weak: at the end of the process the host's objects may be gone before the library is. Made by StartUp(),
+// and so gone only after ShutDown().
+struct TSavedGlobals {
+    QPointer<TApplication> application;
+    QPointer<TScreen> screen;
+};
+
+TSavedGlobals& SavedGlobals()
+{
+    static TSavedGlobals saved;
+    return saved;
+}
 
 QString DllCaption()
 {
@@ -90,8 +99,7 @@ QString SettingsFileName(const QString& exeName)
 
 void StartUp() noexcept
 {
-    savedScreen = Screen;
-    savedApplication = Application;
+    SavedGlobals() = {.application = Application, .screen = Screen};
     dm_BasicData = new Tdm_BasicData;
     dm_GlobalData = new Tdm_GlobalData;
     boundLogin.reset();
@@ -113,8 +121,8 @@ void ShutDown() noexcept
         for (TScreenSlot& slot : ScreenSlots())
             delete slot.open;
     }
-    Screen = savedScreen;
-    Application = savedApplication;
+    Screen = SavedGlobals().screen;
+    Application = SavedGlobals().application;
     ReleaseSharedRegEx();
     delete std::exchange(dm_BasicData, nullptr);
     delete std::exchange(dm_GlobalData, nullptr);
