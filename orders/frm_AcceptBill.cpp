@@ -247,12 +247,9 @@ void Tfrm_AcceptBill::Timer1Timer()
     ticks_ = 0;
     if (!cds->HasUnsavedEdits() && !cds->IsEditing()) {
         const BusyCursor busy;
-        const TKeptPlace place(*cds, u"TX_LOGISTIC_ID");
-        cds->Close();
         cds->SetFilter({});
         cds->SetFiltered(false);
-        cds->Open();
-        place.Restore(*cds);
+        Reload(*cds, u"TX_LOGISTIC_ID"); // with the server gone, the list stays
     }
     if (HasOrders()) {
         ShowWarning(u"详细：您还有未接单泽摩订单，请尽快处理！"_s, Caption());

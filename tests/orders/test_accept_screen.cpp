@@ -247,6 +247,15 @@ TEST_F(AcceptScreen, EveryFifteenMinutesTheListIsReadAgainUnlessItHoldsChanges)
     EXPECT_EQ(cds->RecordCount(), 2);
     EXPECT_EQ(desk.host.TakeMessages().size(), 1);
 
+    const auto answer = desk.host.Server.OnQuery;
+    desk.host.Server.OnQuery = [](const QString&) -> wire::RowSet {
+        throw wire::Error(wire::ErrorKind::Connection, u"gone"_s);
+    };
+    tick(15);
+    EXPECT_EQ(cds->RecordCount(), 2) << "nobody asked for an empty list";
+    EXPECT_EQ(desk.host.TakeMessages().size(), 1);
+    desk.host.Server.OnQuery = answer;
+
     Accept(1);
     cds->Post();
     desk.orders.clear();
