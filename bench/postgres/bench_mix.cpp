@@ -479,10 +479,10 @@ void Run(int seconds, int rounds)
         PrintRow(u"99th percentile of a look-up in it"_s, Milliseconds(slow),
             u"median: "_s + Milliseconds(median), slow / median, 8);
     }
-    const Comparison enciphered = Compare(
+    const Comparison encrypted = Compare(
         rounds, [&] { return tls.Rate(seconds); }, plainRate);
-    PrintRateRow(u"the same with TLS"_s, each(enciphered.subject), u"plain: "_s + each(enciphered.peer),
-        enciphered.ratio, 0.8);
+    PrintRateRow(u"the same with TLS"_s, each(encrypted.subject), u"plain: "_s + each(encrypted.peer),
+        encrypted.ratio, 0.8);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// What enciphering costs a server program: throughput of one mix of requests, plain and with TLS, in turns in
+// What encrypting costs a server program: throughput of one mix of requests, plain and with TLS, in turns in
 // the same run; and the server's memory for each of many logged-in sessions, idle after some requests. Usage:
 // bench_tls [throughput|memory]
 
@@ -166,14 +166,14 @@ double Median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-void BenchThroughput(const TConnectOptions& plain, const TConnectOptions& enciphered)
+void BenchThroughput(const TConnectOptions& plain, const TConnectOptions& encrypted)
 {
     std::vector<double> plainRates;
     std::vector<double> tlsRates;
     std::vector<double> ratios;
     for (int round = 0; round < kRounds; ++round) {
         plainRates.push_back(Throughput(plain));
-        tlsRates.push_back(Throughput(enciphered));
+        tlsRates.push_back(Throughput(encrypted));
         ratios.push_back(tlsRates.back() / plainRates.back());
     }
     std::printf(
@@ -214,15 +214,15 @@ int main(int argc, char** argv)
     const QStringList tlsOptions{u"--tls-certificate"_s, files.certificates, u"--tls-key"_s, files.key};
     if (wanted(u"throughput"_s)) {
         const Program plain;
-        const Program enciphered(tlsOptions);
+        const Program encrypted(tlsOptions);
         BenchThroughput(
-            WayTo(plain, TTlsUse::Never, {}), WayTo(enciphered, TTlsUse::Always, authority.CaFile()));
+            WayTo(plain, TTlsUse::Never, {}), WayTo(encrypted, TTlsUse::Always, authority.CaFile()));
     }
     if (wanted(u"memory"_s)) {
         const Program plain;
         BenchMemory("plain", plain, WayTo(plain, TTlsUse::Never, {}));
-        const Program enciphered(tlsOptions);
-        BenchMemory("TLS", enciphered, WayTo(enciphered, TTlsUse::Always, authority.CaFile()));
+        const Program encrypted(tlsOptions);
+        BenchMemory("TLS", encrypted, WayTo(encrypted, TTlsUse::Always, authority.CaFile()));
     }
     return 0;
 }

@@ -16,7 +16,7 @@ Tdm_BasicData::Tdm_BasicData(QObject* owner)
     temp->ServerGUID = u"{BC5C4BED-0B86-46A0-ACD7-B03EAF3608BE}"_s;
     temp->ServerName = u"ScktSrvr.Pooler8866"_s;
     temp->Port = 8866;
-    // Enciphered, and never deciphered here: at run time the host's own login counts.
+    // Encrypted, and never decrypted here: at run time the host's own login counts.
     temp->LoginUser = u"6B1F94D2A07E35C8"_s;
     temp->LoginPassword = u"D9E2473A580BC61F"_s;
     for (TClientDataSetEx* command : {comm, comm1, comm2})

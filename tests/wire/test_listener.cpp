@@ -19,10 +19,10 @@ using wire::ErrorKind;
 
 namespace {
 
-// Everything holds for plain and for enciphered connections.
+// Everything holds for plain and for encrypted connections.
 class ListenerTest : public testing::TestWithParam<bool> {
 protected:
-    static bool Enciphered() { return GetParam(); }
+    static bool Encrypted() { return GetParam(); }
     static TestAuthority& Authority()
     {
         static TestAuthority authority;
@@ -31,7 +31,7 @@ protected:
     static server::ListenerOptions Options()
     {
         server::ListenerOptions options;
-        if (Enciphered()) {
+        if (Encrypted()) {
             static const TestAuthority::Files kFiles = Authority().Issue();
             options.tls = {kFiles.certificates, kFiles.key};
         }
@@ -41,7 +41,7 @@ protected:
     {
         TConnectOptions way;
         way.addresses = {{u"127.0.0.1"_s, port}};
-        way.tls = Enciphered() ? TTlsUse::Always : TTlsUse::Never;
+        way.tls = Encrypted() ? TTlsUse::Always : TTlsUse::Never;
         way.caFile = Authority().CaFile();
         return way;
     }
@@ -59,7 +59,7 @@ protected:
     public:
         explicit RawClient(quint16 port)
         {
-            if (Enciphered()) {
+            if (Encrypted()) {
                 QSslConfiguration trusting;
                 trusting.setPeerVerifyMode(QSslSocket::VerifyNone);
                 socket.setSslConfiguration(trusting);
@@ -67,7 +67,7 @@ protected:
             } else {
                 socket.connectToHost(u"127.0.0.1"_s, port);
             }
-            if (Enciphered() ? !socket.waitForEncrypted(5000) : !socket.waitForConnected(5000))
+            if (Encrypted() ? !socket.waitForEncrypted(5000) : !socket.waitForConnected(5000))
                 throw std::runtime_error("no connection");
         }
         void Send(const QByteArray& bytes)
@@ -95,7 +95,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(Connections, ListenerTest, testing::Bool(),
-    [](const auto& chosen) { return chosen.param ? "Enciphered" : "Plain"; });
+    [](const auto& chosen) { return chosen.param ? "Encrypted" : "Plain"; });
 
 qint64 RowsOf(wire::Transport& transport, const QString& text)
 {
@@ -356,7 +356,7 @@ TEST_P(ListenerTest, RefusesAddressesThatItCannotOrMustNotUse)
     EXPECT_EQ(KindOf([&] { FakeListener other(fake.Port()); }), ErrorKind::Connection);
     server::ListenerOptions open = Options();
     open.address = QHostAddress(QHostAddress::Any);
-    if (!Enciphered()) {
+    if (!Encrypted()) {
         EXPECT_EQ(KindOf([&] { FakeListener other(0, open); }), ErrorKind::Policy);
         open.plainNetwork = true;
     }

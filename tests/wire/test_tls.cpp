@@ -140,11 +140,11 @@ TEST(TlsTest, OnlyAServerThatProvesItselfIsSpokenTo)
     EXPECT_FALSE(Failure([&] { LogIn(WayTo(fake.Port())); }));
 }
 
-TEST(TlsTest, PlainAndEncipheredDoNotMixAndSaySo)
+TEST(TlsTest, PlainAndEncryptedDoNotMixAndSaySo)
 {
-    FakeListener enciphered(0, With(Authority().Issue()));
+    FakeListener encrypted(0, With(Authority().Issue()));
     FakeListener plain;
-    TConnectOptions way = WayTo(enciphered.Port());
+    TConnectOptions way = WayTo(encrypted.Port());
     way.tls = TTlsUse::Network; // which this machine is not
     const auto refused = Failure([&] { LogIn(way); });
     ASSERT_TRUE(refused);
@@ -152,7 +152,7 @@ TEST(TlsTest, PlainAndEncipheredDoNotMixAndSaySo)
     const auto notUnderstood = Failure([&] { LogIn(WayTo(plain.Port())); });
     ASSERT_TRUE(notUnderstood);
     EXPECT_TRUE(notUnderstood->Message().contains(u"没有按加密方式应答")) << notUnderstood->what();
-    for (FakeListener* server : {&enciphered, &plain}) {
+    for (FakeListener* server : {&encrypted, &plain}) {
         EXPECT_TRUE(server->Logged(u"reason=tls"_s));
         EXPECT_EQ(server->Lines(u"event=refused"_s).size(), 1);
     }
