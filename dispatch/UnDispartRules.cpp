@@ -1,13 +1,13 @@
 #include "dispatch/UnDispartRules.h"
 
 #include "company/CandidateSites.h"
-#include "orders/OrderRecord.h"
+#include "company/OrderStatus.h"
 
 using namespace Qt::Literals::StringLiterals;
 
 void CheckUnDispart(TClientDataSetEx& cds, const TClerk& clerk)
 {
-    RequireReasonFor(cds, kStatusRefused, clerk, u"详细：选择\"接单失败\"必须填写\"撤消原因\"！"_s);
+    RequireReasonFor(cds, company::kStatusRefused, clerk, u"详细：选择\"接单失败\"必须填写\"撤消原因\"！"_s);
     StampModifier(cds, clerk.site);
 }
 

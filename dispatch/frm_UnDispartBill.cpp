@@ -1,5 +1,6 @@
 #include "dispatch/frm_UnDispartBill.h"
 
+#include "company/OrderStatus.h"
 #include "dispatch/AddressMatch.h"
 #include "dispatch/UnDispartRules.h"
 #include "framework/LabelledControls.h"
@@ -14,7 +15,6 @@
 #include "module/data/MessageBoxes.h"
 #include "module/data/ServerLink.h"
 #include "orders/OrderColumns.h"
-#include "orders/OrderRecord.h"
 #include "orders/OrderView.h"
 
 #include <QElapsedTimer>
@@ -32,7 +32,7 @@ constexpr int kFrozenColumns = 3;
 constexpr int kDetailsPercent = 40;
 constexpr int kStepMilliseconds = 100;
 
-constexpr std::array kOffered = {kStatusWaiting, kStatusRefused};
+constexpr std::array kOffered = {company::kStatusWaiting, company::kStatusRefused};
 
 constexpr OrderColumnUse kColumns[] = {
     {u"TX_LOGISTIC_ID"},
@@ -91,8 +91,8 @@ std::optional<int> StatusOfKey(const QKeyEvent& event)
     if ((event.modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier)
         return std::nullopt;
     if (event.key() == Qt::Key_1)
-        return kStatusWaiting;
-    return event.key() == Qt::Key_2 ? std::optional(kStatusRefused) : std::nullopt;
+        return company::kStatusWaiting;
+    return event.key() == Qt::Key_2 ? std::optional(company::kStatusRefused) : std::nullopt;
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #include "orders/AcceptQuery.h"
 
+#include "company/Headquarters.h"
 #include "module/data/SqlText.h"
-#include "orders/OrderRecord.h"
 #include "orders/QueryFragments.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -10,7 +10,7 @@ QString AcceptQuery(const TAcceptCriteria& criteria)
 {
     QString sql = OrdersCreatedBetween(criteria.from, criteria.to) + u"   and a.bl_dispart=1 "_s
         + OfWarehouse(criteria.warehouse);
-    if (criteria.loginSite == kHeadquarters) {
+    if (criteria.loginSite == company::kHeadquarters) {
         sql += u" and (nvl(a.status, 0)=0 or nvl(a.status, 0)=1)"_s;
         if (!criteria.orderNumber.isEmpty())
             sql += u" and a.TX_LOGISTIC_ID="_s + QuotedStr(criteria.orderNumber);

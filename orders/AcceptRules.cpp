@@ -1,8 +1,8 @@
 #include "orders/AcceptRules.h"
 
 #include "company/CandidateSites.h"
+#include "company/OrderStatus.h"
 #include "module/data/HostBridge.h"
-#include "orders/OrderRecord.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -19,14 +19,14 @@ QString WithCommas(QString text)
 
 void RequireReasonForRefusal(TClientDataSetEx& cds, const TClerk& clerk)
 {
-    RequireReasonFor(cds, kStatusRefused, clerk, u"详细：选择\"接单失败\"必须填写\"撤消原因\"！"_s);
-    if (StatusOf(cds) == kStatusRefused)
+    RequireReasonFor(cds, company::kStatusRefused, clerk, u"详细：选择\"接单失败\"必须填写\"撤消原因\"！"_s);
+    if (StatusOf(cds) == company::kStatusRefused)
         ClearField(cds, u"REC_GOODS_MAN");
 }
 
 void StampAcceptance(TClientDataSetEx& cds, const TClerk& clerk)
 {
-    if (StatusOf(cds) == kStatusWaiting) {
+    if (StatusOf(cds) == company::kStatusWaiting) {
         if (HasText(cds, u"REC_SITE")) {
             ClearField(cds, u"REC_SITE");
             ClearField(cds, u"REC_BILL_MAN");
@@ -35,7 +35,7 @@ void StampAcceptance(TClientDataSetEx& cds, const TClerk& clerk)
         ClearField(cds, u"REC_GOODS_MAN");
         return;
     }
-    if (!IsCandidate(TextOf(cds, u"PREPARE_SITE"), clerk.site)) {
+    if (!company::IsCandidate(TextOf(cds, u"PREPARE_SITE"), clerk.site)) {
         throw TRuleViolation{u"详细：已转单订单不能进行\"接件成功\"、\"接件失败\"操作！"_s, u"STATUS"_s};
     }
     if (!HasText(cds, u"REC_SITE")) {
@@ -65,8 +65,9 @@ void ClearUndoneAcceptance(TClientDataSetEx& cds, qint64 statusBefore)
 {
     const wire::Value saved = cds.FieldByName(u"STATUS").OldValue();
     const qint64* savedStatus = std::get_if<qint64>(&saved);
-    const bool accepted = statusBefore == kStatusAccepted || (savedStatus && *savedStatus == kStatusAccepted);
-    if (!accepted || StatusOf(cds) != kStatusWaiting)
+    const bool accepted =
+        statusBefore == company::kStatusAccepted || (savedStatus && *savedStatus == company::kStatusAccepted);
+    if (!accepted || StatusOf(cds) != company::kStatusWaiting)
         return;
     for (const char16_t* field :
         {u"DUTY_SITE", u"REC_SITE", u"REC_BILL_MAN", u"ACCEPT_DATE", u"MESSAGE", u"REC_GOODS_MAN"}) {

@@ -1,6 +1,6 @@
 #include "orders/FilterBoxes.h"
 
-#include "orders/OrderRecord.h"
+#include "company/CancelReasons.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -42,7 +42,7 @@ void OfferStatusFilter(TDBComboBoxEh& box, company::StatusUse use, std::initiali
 
 void OfferReasonFilter(TDBComboBoxEh& box)
 {
-    const QStringList reasons = QStringList{AnyValue()} + CancelReasons();
+    const QStringList reasons = QStringList{AnyValue()} + company::CancelReasons();
     box.SetItems(reasons, reasons);
     box.SetText(AnyValue());
 }

@@ -1,8 +1,8 @@
 #include "orders/OrderColumns.h"
 
 #include "company/CancelReasons.h"
+#include "company/PayType.h"
 #include "company/Tables.h"
-#include "orders/OrderRecord.h"
 #include "wire/Error.h"
 
 #include <algorithm>
@@ -141,7 +141,7 @@ void ApplyKind(TColumnEh& column, Kind kind)
     case Kind::Payment:
         column.style = TColumnStyle::KeyPickList;
         column.pickList = {u"现金"_s, u"到付"_s};
-        column.keyList = {kPaidInCash.toString(), kPaidByConsignee.toString()};
+        column.keyList = {company::kPaidInCash.toString(), company::kPaidByConsignee.toString()};
         break;
     }
 }

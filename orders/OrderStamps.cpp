@@ -2,7 +2,6 @@
 
 #include "module/data/HostBridge.h"
 #include "module/data/MessageBoxes.h"
-#include "orders/OrderRecord.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -1,8 +1,9 @@
 #include "orders/RecRules.h"
 
+#include "company/OrderStatus.h"
+#include "company/PayType.h"
 #include "module/data/HostBridge.h"
 #include "orders/Destinations.h"
-#include "orders/OrderRecord.h"
 #include "orders/WaybillChecks.h"
 #include "orders/WaybillStock.h"
 
@@ -54,7 +55,7 @@ void RequireGoodCoupon(TClientDataSetEx& cds)
     const QString coupon = TextOf(cds, u"FAVOURABLE_BILL");
     if (coupon.isEmpty())
         return;
-    if (TextOf(cds, u"PAY_TYPE") == kPaidByConsignee)
+    if (TextOf(cds, u"PAY_TYPE") == company::kPaidByConsignee)
         RefuseCoupon(u"详细：优惠券不能用于到付的支付方式！"_s);
     QString complaint;
     try {
@@ -87,25 +88,26 @@ void RequireIssuedNumber(TClientDataSetEx& cds, const TClerk& clerk)
 
 void RequirePickedUp(TClientDataSetEx& cds, const QString& numberBefore)
 {
-    if (cds.State() == TDataSetState::Edit && StatusOf(cds) != kStatusPickedUp
+    if (cds.State() == TDataSetState::Edit && StatusOf(cds) != company::kStatusPickedUp
         && NumberOf(cds) != numberBefore)
         throw TRuleViolation{u"详细：请修改订单状态！"_s, u"STATUS"_s};
 }
 
 void RequireNumberOfPickup(TClientDataSetEx& cds)
 {
-    if (StatusOf(cds) == kStatusPickedUp && !HasNumber(cds))
+    if (StatusOf(cds) == company::kStatusPickedUp && !HasNumber(cds))
         RefuseNumber(u"详细：揽件成功操作必须有运单编号！"_s);
 }
 
 void RequireReasonForFailure(TClientDataSetEx& cds, const TClerk& clerk)
 {
-    RequireReasonFor(cds, kStatusPickupFailed, clerk, u"详细：选择\"揽件失败\"必须填写\"撤消原因\"！"_s);
+    RequireReasonFor(
+        cds, company::kStatusPickupFailed, clerk, u"详细：选择\"揽件失败\"必须填写\"撤消原因\"！"_s);
 }
 
 void StampPickup(TClientDataSetEx& cds, const TClerk& clerk)
 {
-    if (StatusOf(cds) != kStatusAccepted) {
+    if (StatusOf(cds) != company::kStatusAccepted) {
         if (!HasText(cds, u"REC_MAN")) {
             SetText(cds, u"REC_MAN", clerk.employeeName);
             cds.FieldByName(u"REC_DATE").SetAsDateTime(ServerDateTime());

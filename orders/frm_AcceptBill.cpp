@@ -1,6 +1,8 @@
 #include "orders/frm_AcceptBill.h"
 
 #include "company/CandidateSites.h"
+#include "company/Headquarters.h"
+#include "company/OrderStatus.h"
 #include "framework/KeptPlace.h"
 #include "framework/LabelledControls.h"
 #include "framework/Lookups.h"
@@ -13,7 +15,6 @@
 #include "orders/BatchStatus.h"
 #include "orders/Destinations.h"
 #include "orders/OrderColumns.h"
-#include "orders/OrderRecord.h"
 #include "orders/OrderView.h"
 #include "orders/frm_ChangeSite.h"
 
@@ -32,7 +33,7 @@ constexpr int kTicksBetweenRefreshes = 15;
 const QColor kNotOfferedHere(0xFF, 0xB7, 0xB5);
 
 // The last is for headquarters alone.
-constexpr std::array kOffered = {kStatusWaiting, kStatusAccepted, kStatusRefused};
+constexpr std::array kOffered = {company::kStatusWaiting, company::kStatusAccepted, company::kStatusRefused};
 
 constexpr OrderColumnUse kColumns[] = {
     {u"TX_LOGISTIC_ID"},
@@ -162,7 +163,7 @@ void Tfrm_AcceptBill::FirstLoad()
 
 bool Tfrm_AcceptBill::AtHeadquarters() const
 {
-    return clerk_.site == kHeadquarters;
+    return clerk_.site == company::kHeadquarters;
 }
 
 TAcceptCriteria Tfrm_AcceptBill::Criteria() const
@@ -201,7 +202,7 @@ void Tfrm_AcceptBill::BatchAcceptBillExecute()
         return;
     const QString courier = DBPageLookup_Employee1->Text();
     const auto finish = qScopeGuard([this] { DBPageLookup_Employee1->SetText({}); });
-    SetStatusOfSelected(*DataView1->DataViewGrid, kStatusAccepted,
+    SetStatusOfSelected(*DataView1->DataViewGrid, company::kStatusAccepted,
         [&courier](TClientDataSetEx& row) { SetText(row, u"REC_GOODS_MAN", courier); });
     ShowInformation(u"详细：已成功批量接单！"_s, Caption());
 }
@@ -210,7 +211,7 @@ void Tfrm_AcceptBill::Button2Click()
 {
     if (!HasOrders())
         return;
-    if (StatusOf(*cds) != kStatusWaiting) {
+    if (StatusOf(*cds) != company::kStatusWaiting) {
         ShowWarning(u"详细：转单时\"状态\"必须为\"等待接单\"状态！"_s, Caption());
         return;
     }
@@ -218,10 +219,10 @@ void Tfrm_AcceptBill::Button2Click()
     if (target.isEmpty())
         return;
     const QString list = TextOf(*cds, u"PREPARE_SITE");
-    const QString changed = TransferCandidate(list, clerk_.site, target);
+    const QString changed = company::TransferCandidate(list, clerk_.site, target);
     if (changed == list)
         return;
-    const QString tooLong = CandidateLengthMessage(int(changed.size()));
+    const QString tooLong = company::CandidateLengthMessage(int(changed.size()));
     if (!tooLong.isEmpty()) {
         ShowWarning(tooLong, Caption());
         return;
@@ -262,7 +263,7 @@ bool Tfrm_AcceptBill::OfferedHere(int viewRow)
     if (viewRow != offeredRow_) {
         const int field = cds->FieldIndex(u"PREPARE_SITE");
         offeredRow_ = viewRow;
-        offeredHere_ = field >= 0 && IsCandidate(cds->ViewText(viewRow, field), clerk_.site);
+        offeredHere_ = field >= 0 && company::IsCandidate(cds->ViewText(viewRow, field), clerk_.site);
     }
     return offeredHere_;
 }

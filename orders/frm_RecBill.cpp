@@ -1,5 +1,6 @@
 #include "orders/frm_RecBill.h"
 
+#include "company/OrderStatus.h"
 #include "framework/LabelledControls.h"
 #include "framework/Lookups.h"
 #include "framework/ScreenHandlers.h"
@@ -9,7 +10,6 @@
 #include "orders/Coupon.h"
 #include "orders/Destinations.h"
 #include "orders/OrderColumns.h"
-#include "orders/OrderRecord.h"
 #include "orders/OrderView.h"
 #include "orders/RecRules.h"
 
@@ -24,7 +24,8 @@ namespace {
 constexpr QStringView kNumberField = u"BILL_CODE";
 constexpr QStringView kCouponField = u"FAVOURABLE_BILL";
 
-constexpr std::array kOffered = {kStatusAccepted, kStatusPickedUp, kStatusPickupFailed};
+constexpr std::array kOffered = {
+    company::kStatusAccepted, company::kStatusPickedUp, company::kStatusPickupFailed};
 
 // What the clerk fills in stands first.
 constexpr OrderColumnUse kColumns[] = {
@@ -180,8 +181,8 @@ void Tfrm_RecBill::RegisterPickup()
 {
     const int row = cds->RecNo() - 1;
     const TBookmark next = row + 1 < cds->RecordCount() ? cds->ViewBookmark(row + 1) : 0;
-    if (StatusOf(*cds) == kStatusAccepted && TextOf(*cds, kNumberField) != numberBefore_)
-        cds->FieldByName(u"STATUS").SetAsInteger(kStatusPickedUp);
+    if (StatusOf(*cds) == company::kStatusAccepted && TextOf(*cds, kNumberField) != numberBefore_)
+        cds->FieldByName(u"STATUS").SetAsInteger(company::kStatusPickedUp);
     cds->Post();
     if (next != 0)
         cds->GotoBookmark(next);
@@ -228,7 +229,7 @@ void Tfrm_RecBill::BatchRecBillExecute()
 {
     if (!HasOrders())
         return;
-    SetStatusOfSelected(*DataView1->DataViewGrid, kStatusPickedUp);
+    SetStatusOfSelected(*DataView1->DataViewGrid, company::kStatusPickedUp);
     ShowInformation(u"详细：已成功批量揽件！"_s, Caption());
 }
 

@@ -1,5 +1,6 @@
 #include "reports/OrderQueryCriteria.h"
 
+#include "company/OrderStatus.h"
 #include "module/data/SqlText.h"
 #include "orders/FilterBoxes.h"
 
@@ -34,8 +35,9 @@ void OfferStatuses(TDBComboBoxEh& box)
 {
     using namespace company;
     OfferStatusFilter(box, StatusUse::OrderQuery,
-        {kStatusCancelled, kStatusWaiting, kStatusAccepted, kStatusRefused, kStatusPickedUp,
-            kStatusPickupFailed, kStatusInTransit, kStatusDelivered, kStatusDeliveryFailed});
+        {company::kStatusCancelled, company::kStatusWaiting, company::kStatusAccepted,
+            company::kStatusRefused, company::kStatusPickedUp, company::kStatusPickupFailed,
+            company::kStatusInTransit, company::kStatusDelivered, company::kStatusDeliveryFailed});
 }
 
 void OfferSources(TDBComboBoxEh& box)

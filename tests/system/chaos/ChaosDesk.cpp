@@ -1,8 +1,10 @@
 #include "tests/system/chaos/ChaosDesk.h"
 
+#include "company/CancelReasons.h"
+#include "company/Headquarters.h"
+#include "company/OrderStatus.h"
 #include "demo/Generator.h"
 #include "orders/AcceptQuery.h"
-#include "orders/OrderRecord.h"
 #include "orders/RecQuery.h"
 #include "orders/WaybillChecks.h"
 
@@ -82,7 +84,7 @@ void ChaosDesk::OfferToAll(int count, const QStringList& sites)
     int left = count;
     for (orders_.First(); !orders_.Eof() && left > 0; orders_.Next(), --left) {
         orders_.Edit();
-        SetStatus(kStatusWaiting);
+        SetStatus(company::kStatusWaiting);
         Set(u"PREPARE_SITE", u';' + sites.join(u';') + u';');
         Clear({u"DUTY_SITE", u"REC_SITE", u"REC_BILL_MAN", u"ACCEPT_DATE", u"REC_GOODS_MAN", u"MESSAGE"});
         Set(u"REMARK", u"%1-%2"_s.arg(settings_.number).arg(left));
@@ -111,7 +113,7 @@ void ChaosDesk::Turn()
         Try(u"login"_s, [this] { LogIn(); });
         return;
     }
-    const bool headquarters = clerk_.site == kHeadquarters;
+    const bool headquarters = clerk_.site == company::kHeadquarters;
     const bool open = Try(u"query"_s, [&] {
         if (headquarters)
             GiveBack();
@@ -137,9 +139,9 @@ void ChaosDesk::Accept()
     Open(orders_, FirstAcceptQuery({clerk_.site, settings_.from, settings_.to, {}, {}, {}}));
     EditSome(kMostRows, [this] {
         const bool refuses = Below(10) == 0;
-        SetStatus(refuses ? kStatusRefused : kStatusAccepted);
+        SetStatus(refuses ? company::kStatusRefused : company::kStatusAccepted);
         if (refuses) {
-            Set(u"CANCEL_DESC", CancelReasons()[Below(int(CancelReasons().size()))]);
+            Set(u"CANCEL_DESC", company::CancelReasons()[Below(int(company::CancelReasons().size()))]);
             orders_.FieldByName(u"BL_CANCEL").SetAsInteger(1);
             orders_.FieldByName(u"CANCEL_DATE").SetAsDateTime(connection_.ServerTime());
             Set(u"CANCEL_SITE", clerk_.site);
@@ -165,7 +167,7 @@ void ChaosDesk::PickUp()
         Open(comm_, WaybillUsedQuery(number));
         Open(comm_, WaybillDisabledQuery(number));
         Set(u"BILL_CODE", number);
-        SetStatus(kStatusPickedUp);
+        SetStatus(company::kStatusPickedUp);
         Set(u"REC_MAN", clerk_.employeeName);
         orders_.FieldByName(u"REC_DATE").SetAsDateTime(connection_.ServerTime());
     });
@@ -180,7 +182,7 @@ void ChaosDesk::GiveBack()
             + u"','yyyy-mm-dd hh24:mi:ss') and to_date('"_s + settings_.to
             + u"','yyyy-mm-dd hh24:mi:ss') and a.status in (1,2,3) order by a.CREATE_DATE desc"_s);
     EditSome(4 * kMostRows, [this] {
-        SetStatus(kStatusWaiting);
+        SetStatus(company::kStatusWaiting);
         orders_.FieldByName(u"BL_CANCEL").SetAsInteger(0);
         Clear({u"DUTY_SITE", u"REC_SITE", u"REC_BILL_MAN", u"ACCEPT_DATE", u"REC_GOODS_MAN", u"MESSAGE",
             u"CANCEL_DESC", u"CANCEL_SITE", u"CANCEL_MAN", u"CANCEL_DATE", u"BILL_CODE", u"REC_MAN",
