@@ -8,10 +8,10 @@
 #include "module/data/dm_BasicData.h"
 #include "module/data/dm_GlobalData.h"
 #include "orders/FilterBoxes.h"
-#include "orders/OrderColumns.h"
 #include "orders/OrderDetails.h"
 #include "orders/OrderStamps.h"
 #include "orders/OrderView.h"
+#include "reports/OrderQueryColumns.h"
 #include "reports/OrderQueryCriteria.h"
 #include "reports/TrailQuery.h"
 #include "runtime/ui/Style.h"
@@ -26,61 +26,6 @@ constexpr int kMaxDays = 31;
 constexpr int kCriteriaHeight = 250; // pixels at 96 dpi
 constexpr int kDetailsHeight = 310;
 constexpr int kLeastListHeight = 160;
-
-constexpr OrderColumnUse kColumns[] = {
-    {u"TX_LOGISTIC_ID"},
-    {u"LOGISTICPROVIDERID"},
-    {u"TRADE_NO"},
-    {u"BILL_CODE"},
-    {.field = u"TOTAL_WEIGHT", .summed = true},
-    {u"FLAG", false},
-    {u"CREATE_DATE"},
-    {u"STATUS"},
-    {u"PREPARE_SITE"},
-    {u"REC_SITE"},
-    {u"REC_BILL_MAN"},
-    {u"REC_GOODS_MAN"},
-    {u"REC_MAN"},
-    {u"ACCEPT_DATE"},
-    {u"REC_DATE"},
-    {u"SEND_SITE"},
-    {u"SEND_MAN"},
-    {u"SEND_DATE"},
-    {u"BL_CANCEL"},
-    {u"CANCEL_SITE"},
-    {u"CANCEL_MAN"},
-    {u"CANCEL_DATE"},
-    {u"CANCEL_DESC"},
-    {u"BL_DISPART", false},
-    {u"NAME"},
-    {u"PROV"},
-    {u"CITY"},
-    {u"COUNTY"},
-    {u"ADDRESS"},
-    {u"POST_CODE"},
-    {u"PHONE"},
-    {u"MOBILE"},
-    {u"SEND_START_TIME"},
-    {u"SEND_END_TIME"},
-    {u"ITEM_NAME"},
-    {.field = u"PIECE", .summed = true},
-    {u"SPECIAL"},
-    {u"REMARK"},
-    {u"INSURANCE_VALUE", false},
-    {u"PACKAGE_OR_NOT", false},
-    {u"SEND_NAME"},
-    {u"SEND_PROV"},
-    {u"SEND_CITY"},
-    {u"SEND_COUNTY"},
-    {u"SEND_ADDRESS"},
-    {u"SEND_POST_CODE"},
-    {u"SEND_PHONE"},
-    {u"SEND_MOBILE"},
-    {.field = u"ITEMS_VALUE", .summed = true},
-    {u"DUTY_SITE"},
-    {u"WMSADDRESS"},
-    {u"WMS_CODE"},
-};
 
 } // namespace
 
@@ -146,10 +91,8 @@ void Tfrm_BillQuery::CreatePages()
 void Tfrm_BillQuery::CreateView()
 {
     DataView1 = new TDataView(this, u"DataView1"_s);
-    std::vector<TColumnEh> columns = OrderColumns(kColumns);
-    OfferStatuses(columns, company::StatusUse::OrderQuery, {}); // to be read only
     DataView1->DataViewGrid->ReadOnly = true;
-    PrepareOrdersView(this, *DataView1, std::move(columns), cds, items_);
+    PrepareOrdersView(this, *DataView1, OrderQueryColumns(), cds, items_);
     DataView1->DataViewGrid->OnDblClick = [this] {
         RunHandler(this, [this] { DataView1DataViewGridDblClick(); });
     };
