@@ -1,7 +1,7 @@
 // Mutations that keep a change log a change log: rows, cells and values are changed as such, then encoded.
 
 #include "fuzz/ChangeRequest.h"
-#include "fuzz/Company.h"
+#include "fuzz/WritableTables.h"
 
 #include <limits>
 #include <random>

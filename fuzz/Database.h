@@ -1,6 +1,6 @@
 #pragma once
 
-#include "fuzz/Company.h"
+#include "fuzz/WritableTables.h"
 #include "server/storage/sqlite/SqliteCatalog.h"
 
 #include <QTemporaryDir>

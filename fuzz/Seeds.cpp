@@ -1,7 +1,7 @@
 // Writes the first corpus of every fuzz target: frames of every kind, the texts of all screens, change logs.
 
 #include "fuzz/ChangeRequest.h"
-#include "fuzz/Company.h"
+#include "fuzz/WritableTables.h"
 #include "tests/server/conformance/Suite.h"
 #include "wire/Codec.h"
 

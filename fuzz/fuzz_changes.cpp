@@ -5,7 +5,7 @@
 // Input: see ChangeInput.
 
 #include "fuzz/ChangeRequest.h"
-#include "fuzz/Company.h"
+#include "fuzz/WritableTables.h"
 #include "fuzz/Database.h"
 #include "fuzz/Finding.h"
 #include "server/provider/ApplicationServer.h"

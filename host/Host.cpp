@@ -221,7 +221,7 @@ void THost::EnterFrame()
     loggedIn_ = true;
     clockHeard_ = {};
     if (!mainForm_) {
-        mainForm_ = std::make_unique<TMainForm>(shared_, [this] { return ServerClock(); });
+        mainForm_ = std::make_unique<TMainForm>(published_, [this] { return ServerClock(); });
         connect(mainForm_.get(), &TMainForm::ScreenWanted, this, &THost::OpenScreen);
         connect(mainForm_.get(), &TMainForm::ReconnectWanted, this, &THost::Reconnect);
         connect(mainForm_.get(), &TMainForm::ChangeUserWanted, this, [this] { OpenLoginWindow(); });
@@ -240,7 +240,7 @@ void THost::EnterFrame()
     // The frame is on the screen before the shared data is read.
     QTimer::singleShot(0, this, [this] {
         Guarded([this] {
-            LoadSharedData();
+            LoadPublishedData();
             ReopenScreens();
         });
     });
@@ -259,11 +259,11 @@ void THost::ReopenScreens()
     }
 }
 
-void THost::LoadSharedData()
+void THost::LoadPublishedData()
 {
-    if (loggedIn_ && !shared_.IsLoaded()) {
+    if (loggedIn_ && !published_.IsLoaded()) {
         const BusyCursor busy;
-        shared_.Load(*main_);
+        published_.Load(*main_);
     }
 }
 
@@ -293,7 +293,7 @@ void THost::LogOut(const QStringList& openScreens)
     main_->disconnect(mainForm_.get());
     main_->Close();
     query_->Close();
-    shared_.Clear();
+    published_.Clear();
     mainForm_->hide();
 }
 
@@ -325,7 +325,7 @@ void THost::ExecScreen(const QString& formName)
 {
     if (!loggedIn_)
         throw wire::Error(wire::ErrorKind::Usage, u"还没有登录。"_s);
-    LoadSharedData();
+    LoadPublishedData();
     module_->Exec(main_, query_, formName);
 }
 

@@ -3,7 +3,7 @@
 #include "host/EmbeddedServer.h"
 #include "host/HostSettings.h"
 #include "host/ModuleLibrary.h"
-#include "host/SharedData.h"
+#include "host/PublishedData.h"
 #include "host/SqlTrace.h"
 #include "host/automation/Automation.h"
 #include "runtime/ui/Application.h"
@@ -32,7 +32,7 @@ public:
 
     TLoginWindow* LoginWindow() const noexcept { return loginWindow_.get(); }
     TMainForm* MainForm() const noexcept { return mainForm_.get(); }
-    TSharedData& SharedData() noexcept { return shared_; }
+    TPublishedData& PublishedData() noexcept { return published_; }
     // Where the module's library lies; for tests before its first use.
     void SetModulePath(const QString& path);
 
@@ -55,7 +55,7 @@ private:
     void TryLogin(const QString& account, const QString& password, const std::optional<TConnectOptions>& way);
     void FinishLogin(const QString& account, const QString& password, const QString& problem);
     void EnterFrame();
-    void LoadSharedData();
+    void LoadPublishedData();
     void OpenScreen(const QString& name);
     void Reconnect();
     // Brings back what the user had open last.
@@ -72,7 +72,7 @@ private:
     TSqlTrace trace_;
     TWaitingNote waitingNote_;
     TEmbeddedServer embedded_;
-    TSharedData shared_;
+    TPublishedData published_;
     std::unique_ptr<TModuleLibrary> module_;
     QLibrary automation_;
 

@@ -84,8 +84,8 @@ bool HoldsUnsavedEdits(const TForm* screen)
 
 } // namespace
 
-TMainForm::TMainForm(TSharedData& shared, std::function<wire::DateTime()> clock)
-    : shared_(shared)
+TMainForm::TMainForm(TPublishedData& published, std::function<wire::DateTime()> clock)
+    : published_(published)
     , clock_(std::move(clock))
     , desk_(new QStackedWidget)
     , area_(new QMdiArea)
@@ -147,23 +147,23 @@ TMainForm::TMainForm(TSharedData& shared, std::function<wire::DateTime()> clock)
 
 qulonglong TMainForm::GlobalCdsAddr() const
 {
-    return reinterpret_cast<quintptr>(&shared_.DataSets());
+    return reinterpret_cast<quintptr>(&published_.DataSets());
 }
 
 qulonglong TMainForm::GlobalValueAddr() const
 {
-    return reinterpret_cast<quintptr>(&shared_.Values());
+    return reinterpret_cast<quintptr>(&published_.Values());
 }
 
 qulonglong TMainForm::GlobalTreeAddr() const
 {
-    return reinterpret_cast<quintptr>(&shared_.Trees());
+    return reinterpret_cast<quintptr>(&published_.Trees());
 }
 
 void TMainForm::SetGlobalTree(const QString& name)
 {
     globalTree_ = name;
-    shared_.PrepareTree(name);
+    published_.PrepareTree(name);
 }
 
 double TMainForm::ServerDateTime() const

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/SharedData.h"
+#include "host/PublishedData.h"
 
 #include <QMainWindow>
 #include <QPointer>
@@ -30,7 +30,7 @@ class TMainForm : public QMainWindow {
     Q_PROPERTY(double ServerDateTime READ ServerDateTime)
 public:
     // `clock` gives the server's clock; it must not raise.
-    TMainForm(TSharedData& shared, std::function<wire::DateTime()> clock);
+    TMainForm(TPublishedData& published, std::function<wire::DateTime()> clock);
 
     qulonglong GlobalCdsAddr() const;
     qulonglong GlobalValueAddr() const;
@@ -76,7 +76,7 @@ private:
     void ShowClock();
     QAbstractButton* ScreenButton(const char* property) const;
 
-    TSharedData& shared_;
+    TPublishedData& published_;
     std::function<wire::DateTime()> clock_;
     QString globalTree_;
     QStackedWidget* desk_; // the start page, or the area with the screens

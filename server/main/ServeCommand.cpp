@@ -35,9 +35,9 @@ void RequestStop(int signal)
     std::signal(signal, SIG_DFL); // the second one means it
 }
 
-// A request is a few short pieces of work, each begun by waking a thread. Where all processors are busy, a
-// thread that is woken waits for its turn and does not push away who woke it, be it the database: together
-// they come further. Threads take this after who starts them.
+// A request is a few short pieces of work, each begun by waking a thread. As batch threads, woken ones wait
+// for a free processor instead of interrupting whoever woke them, the database for instance; more requests a
+// second are served so. Threads inherit this.
 void TakeTurns() noexcept
 {
 #ifdef SCHED_BATCH
@@ -150,7 +150,7 @@ ListenerOptions ReadListenerOptions(const Settings& settings, const monitoring::
     return options;
 }
 
-// Passwords where others can read them are worth a word at every start.
+// Warns at every start of a password that others can read.
 void WarnOfOpenSecrets(const Settings& settings, monitoring::Log& log)
 {
     if (!HasPassword(settings.Value(u"storage"_s)))

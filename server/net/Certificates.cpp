@@ -49,7 +49,8 @@ bool BelongsTo(const QSslKey& key, const QSslCertificate& certificate)
     return publicKey.algorithm() == key.algorithm() && key.toDer().contains(publicKey.toDer().last(kEnd));
 }
 
-// Those that keep what was said secret even from who gets the key later, and say so when bytes were changed.
+// Only ciphers with forward secrecy (a key that leaks later opens no old recording) that detect changed
+// bytes.
 QList<QSslCipher> GoodCiphers()
 {
     QList<QSslCipher> ciphers = QSslConfiguration::supportedCiphers();
@@ -108,7 +109,7 @@ void Certificates::Load()
     configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
     configuration.setLocalCertificateChain(chain);
     configuration.setPrivateKey(key);
-    // Neither is used here, and each connection would hold its own.
+    // Unused here, and each connection would hold a copy.
     configuration.setCaCertificates({});
     configuration.setDiffieHellmanParameters(QSslDiffieHellmanParameters());
     configuration.setSslOption(QSsl::SslOptionDisableSessionTickets, true);

@@ -64,7 +64,7 @@ void ClientChannel::Begin(const Certificates* certificates)
     if (got == wire::NativeSocket::kTimedOut)
         throw RefusedError(RefusalReason::LoginTime, ErrorKind::Connection, u"no login in time"_s);
     const bool hello = IsClientHello(start, got);
-    // To a client of the other kind the farewell goes as a plain frame, which the one can read.
+    // Where only one side wants TLS, the farewell is a plain frame: a plain client can read it.
     if (certificates != nullptr && hello)
         Encrypt(*certificates);
     stream_.emplace(std::move(opened_));
@@ -113,7 +113,7 @@ void ClientChannel::Refuse(const Error& reason) noexcept
     try {
         Write(wire::EncodeError(reason, 0));
         stream_->EndSending();
-        // Past the decrypting, if there is any: nobody looks at it.
+        // Read below TLS: nobody looks at these bytes.
         char unread[4096];
         const QDeadlineTimer deadline(kFarewell);
         while (!deadline.hasExpired()

@@ -21,8 +21,9 @@ public:
 
     // Takes the descriptor over; gives the name of the other end.
     QString Open(qintptr descriptor, bool encrypted);
-    // Before anything is read: hears whether the client wants TLS, as `certificates` (null: no TLS here) has
-    // it, and makes the connection what it wants. Raises wire::Error.
+    // To be called first. Sees from the first bytes whether the client speaks TLS, and encrypts the
+    // connection with `certificates`. Raises wire::Error where only one side wants TLS (null: this side does
+    // not).
     void Begin(const Certificates* certificates);
     void LoggedIn() noexcept { loginDeadline_ = QDeadlineTimer(QDeadlineTimer::Forever); }
     // Nothing more can be said to this client.
@@ -32,8 +33,8 @@ public:
     void Queue(const wire::Packet& packet);
     void Flush();
 
-    // Tells the client why it is being left. What it is still sending is read and forgotten: closing on it
-    // would destroy what was said.
+    // Tells the client why the connection ends. What it is still sending is read and dropped: a close with
+    // unread bytes would take the message with it.
     void Refuse(const wire::Error& reason) noexcept;
 
 private:

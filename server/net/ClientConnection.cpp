@@ -139,7 +139,8 @@ void ClientConnection::Open(ClientChannel& channel)
     const bool encrypted = context_.certificates != nullptr;
     peer_ = channel.Open(descriptor_, encrypted);
     if (encrypted) {
-        // The socket closes its descriptor when it pleases, and the number may be another client's at once.
+        // The socket may close its descriptor at any time, and the system may give the number to another
+        // client at once.
         const std::lock_guard lock(mutex_);
         descriptor_ = wire::NativeSocket(descriptor_).Duplicate();
         ownDescriptor_ = true;

@@ -29,10 +29,10 @@ using wire::ErrorKind;
 namespace server {
 namespace {
 
-// So many clients above the limit are told that they are too many, which takes a thread and, with TLS, a
-// handshake; any others find the connection closed.
+// So many clients above the limit are told that there are too many (that takes a thread each and, with TLS, a
+// handshake); the rest are closed without a word.
 constexpr int kFarewells = 32;
-// Any place may have so many that are logging in.
+// So many from one address may be logging in, whatever the limits.
 constexpr int kNewcomersAnywhere = 64;
 
 constexpr std::chrono::milliseconds kInterruptAgain(500);
@@ -46,7 +46,7 @@ protected:
     void incomingConnection(qintptr descriptor) override { onConnection(descriptor); }
 };
 
-// As many files as the clients need may be open, where that is this process's to say.
+// Raises this process's limit of open files to what the clients need, as far as it may.
 void AllowDescriptors([[maybe_unused]] const ListenerOptions& options)
 {
 #ifndef Q_OS_WIN // which has no such limit
@@ -94,8 +94,8 @@ private:
     void Listen();
     void Watch();
     void Accept(qintptr descriptor);
-    // Leaves the silent one whose place has most of them, where there are too many; counts those from
-    // `place`.
+    // Where too many are not logged in, closes a silent one of the address that has most of them; counts
+    // those from `place`.
     int MakeRoomFor(const QString& place);
     void Forget(std::list<Client>::iterator client);
 
@@ -166,8 +166,8 @@ void Listener::Private::Watch()
     for (Client& client : clients_)
         client.connection->InterruptIfAbandoned();
     rate_.Forget(ConnectionRate::Clock::now());
-    // What replies took and gave back stays this process's until it is asked for; that takes some time, which
-    // is nobody's once all is quiet. While there is work, only much is worth it.
+    // Memory that replies have freed goes back to the system only on request. That takes time, so it is done
+    // when all is quiet; under load only where it is much.
     const quint64 received = options_.monitor->metrics.bytesReceived.Value();
     const QDeadlineTimer now = QDeadlineTimer::current();
     if (std::exchange(receivedBefore_, received) != received) {

@@ -19,10 +19,11 @@ struct ListenerOptions {
     TlsFiles tls; // none: nothing is encrypted
     bool plainNetwork = false; // serve other machines even so
     int maxConnections = 1000;
-    // Of them from one address (IPv6: network) but this machine's own; 0: any, and as fast as they come.
+    // The most from one address (IPv6: network), this machine's own excepted; 0: no limit, and none on how
+    // fast they come.
     int maxPerAddress = 500;
-    // Connected and not logged in: so many in all, half of them from one address, the rest of the places is
-    // kept for those who are. Beyond that, who has been silent longest is left.
+    // The most that are connected without being logged in; one address may have half of them. Beyond that,
+    // the one that has been silent longest is closed. All other places are for those who are logged in.
     int maxNewcomers = 250;
     int maxPerAccount =
         0; // sessions of one account at a time (a desk has two, three while it logs in); 0: any

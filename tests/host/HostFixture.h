@@ -102,7 +102,7 @@ protected:
             return false;
         TypeLogin(account, QStringLiteral("demo"));
         return QTest::qWaitFor(
-            [this] { return host->LoggedInForm() && host->SharedData().IsLoaded(); }, 20'000);
+            [this] { return host->LoggedInForm() && host->PublishedData().IsLoaded(); }, 20'000);
     }
 
     static QTemporaryDir& Folder()

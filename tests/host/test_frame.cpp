@@ -77,7 +77,7 @@ TEST_F(FrameTest, TreeIsBuiltWhenItsNameIsWritten)
     int sites = 0;
     for (QTreeWidgetItemIterator item(const_cast<TTreeView*>(tree)); *item; ++item)
         ++sites;
-    EXPECT_EQ(sites, host->SharedData().DataSet(u"AllSite").RecordCount());
+    EXPECT_EQ(sites, host->PublishedData().DataSet(u"AllSite").RecordCount());
 }
 
 TEST_F(FrameTest, WindowListFollowsTheScreens)

@@ -1,6 +1,6 @@
 #include "host/HostOptions.h"
 #include "host/HostSettings.h"
-#include "host/SharedData.h"
+#include "host/PublishedData.h"
 
 #include <QFile>
 #include <QRegularExpression>

@@ -43,7 +43,7 @@ TEST_F(LoginTest, RightLoginOpensTheFrameAndForgetsThePasswordOnLeaving)
     EXPECT_TRUE(host->LoginWindow()->isVisible());
     EXPECT_TRUE(OnLogin<QLineEdit>("PasswordEdit")->text().isEmpty());
     EXPECT_EQ(OnLogin<QLineEdit>("AccountEdit")->text(), u"hefei1"_s);
-    EXPECT_TRUE(host->SharedData().Value(u"site").isEmpty());
+    EXPECT_TRUE(host->PublishedData().Value(u"site").isEmpty());
 }
 
 TEST_F(LoginTest, DemoAccountsAreOfferedAndFillTheFields)
@@ -120,7 +120,7 @@ TEST_F(EncryptedLoginTest, AServerIsTrustedByTheAuthorityThatWasChosen)
     EXPECT_TRUE(error->text().contains(u"请向管理员索取机构证书文件"_s)) << qUtf8Printable(error->text());
     OnLogin<QLineEdit>("CaEdit")->setText(authority.CaFile());
     TypeLogin(u"hefei1"_s, u"demo"_s);
-    ASSERT_TRUE(QTest::qWaitFor([this] { return host->SharedData().IsLoaded(); }, 20'000))
+    ASSERT_TRUE(QTest::qWaitFor([this] { return host->PublishedData().IsLoaded(); }, 20'000))
         << qUtf8Printable(error->text());
     host.reset();
     const THostSettings settings(Folder().filePath(u"encrypted"_s), {});

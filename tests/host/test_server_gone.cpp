@@ -50,7 +50,7 @@ protected:
 TEST_F(ServerGoneTest, IsToldWithTheReasonAndMendedByReconnecting)
 {
     TypeLogin(u"hefei1"_s, u"demo"_s);
-    ASSERT_TRUE(QTest::qWaitFor([this] { return host->SharedData().IsLoaded(); }, 20'000));
+    ASSERT_TRUE(QTest::qWaitFor([this] { return host->PublishedData().IsLoaded(); }, 20'000));
     EXPECT_TRUE(ConnectionText().contains(u"已连接"_s));
     EXPECT_TRUE(ConnectionText().contains(u"127.0.0.1"_s));
     TForm* screen = Open(u"frm_BillQuery"_s);

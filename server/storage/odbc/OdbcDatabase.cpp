@@ -110,7 +110,7 @@ void Database::SettleSession(const QString& schema)
         if (current.Next())
             schema_ = wire::ToText(current.Value(0));
     } else if (product_ == Product::Postgres) {
-        // Clients' texts have been read so: a backslash is a character like any other.
+        // The dialect takes a backslash in a text as a plain character; so must the database.
         Execute(u"set standard_conforming_strings = on"_s);
         if (!schema.isEmpty())
             Execute(
@@ -173,7 +173,7 @@ void Database::Commit()
 
 void Database::Rollback() noexcept
 {
-    // A connection that cannot even do that is good for nothing more.
+    // A connection that cannot roll back is of no more use.
     if (!base_.rollback())
         lost_ = true;
 }

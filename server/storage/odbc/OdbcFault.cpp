@@ -66,7 +66,7 @@ Fault OfState(const QByteArray& state)
     if (family == "08" || state == "40003" || state == "57P01" || state == "57P02" || state == "57P03"
         || state == "HYT01")
         return {Kind::Lost};
-    // Waiting for a lock in vain is over by the next attempt.
+    // By the next attempt the lock may be free.
     if (family == "40" || state == "55P03")
         return {Kind::Conflict};
     if (family == "23")
@@ -89,7 +89,7 @@ Fault Classify(Product product, const QByteArray& state, int native, const QStri
         fault = OfOracle(native);
     else if (fault.kind == Kind::Statement && product == Product::Sqlite)
         fault = OfSqlite(native);
-    // Who says so, "[vendor][driver]", helps nobody.
+    // The "[vendor][driver]" in front helps nobody.
     static const QRegularExpression sources(u"^(\\[[^\\]]*\\])+\\s*"_s);
     fault.message = QString(message).remove(sources).trimmed();
     return fault;

@@ -92,7 +92,7 @@ RowResult OdbcRowWriter::Refuse(const RowWrite& row, const Fault& fault)
     return {RowResult::Outcome::Refused, fault.message};
 }
 
-// Where failed statements are undone alone, nothing needs to be gone back from.
+// Where a failed statement undoes only itself, no savepoint is needed.
 void OdbcRowWriter::Savepoint(const char* statement)
 {
     if (needsSavepoints_)

@@ -12,7 +12,7 @@ namespace storage::odbc {
 // that must still stand, and one for its audit entry.
 class OdbcRowWriter final : public RowWriter {
 public:
-    // `needsSavepoints`: a statement that fails spoils the whole transaction unless it is gone back from.
+    // `needsSavepoints`: a failed statement spoils its transaction unless a savepoint is rolled back to.
     OdbcRowWriter(Worker& worker, Database& database, const WriteTarget& target, bool needsSavepoints);
 
     void Write(std::span<const RowWrite> rows, std::span<RowResult> results) override;

@@ -20,7 +20,7 @@ using wire::ColumnType;
 namespace storage::odbc {
 namespace {
 
-// The database's own limit stands behind the server's, which says more.
+// A second limit behind the server's own, whose message says more.
 constexpr SQLULEN kSecondsBehind = 5;
 
 [[noreturn]] void RaiseUnreadable(const QVariant& cell)
@@ -78,7 +78,7 @@ wire::DateTime ToDateTime(const QVariant& cell)
         date.year(), date.month(), date.day(), time.hour(), time.minute(), time.second());
 }
 
-// What a query makes a text of may be no text to the driver.
+// An expression that the dialect types as text may have another type for the driver.
 QString ToText(const QVariant& cell)
 {
     return cell.typeId() == QMetaType::QDateTime ? ToDateTime(cell).ToText() : cell.toString();

@@ -98,7 +98,7 @@ void HandleNotice(void*, const PGresult* result)
         qWarning("PostgreSQL: %s", PQresultErrorField(result, PG_DIAG_MESSAGE_PRIMARY));
 }
 
-// The address first: what it says itself goes before what follows here.
+// What the address says itself wins over what stands before it here, and yields to what stands behind it.
 PGconn* Open(const QString& uri)
 {
     const QByteArray address = uri.toUtf8();
@@ -299,7 +299,7 @@ void Link::EndCopy() noexcept
             try {
                 NextCopied();
             } catch (const wire::Error&) {
-                // That it was broken off, unless the database has fallen silent or is gone.
+                // The error of what was cancelled, as it should be, unless the database is silent or gone.
                 if (givenUp_)
                     throw;
             }
@@ -383,9 +383,9 @@ void Link::WaitForInput()
     }
 }
 
-// Until something has come in, or the stop signal has been asked; false where the connection has failed (what
-// the database said last may still be read). What has been sent ahead goes out while there is room: neither
-// side ever waits for the other to read.
+// Waits until something has come in or it is time to ask the stop signal; false where the connection has
+// failed (what the database said last may still be read). Sends what is queued meanwhile, so that the two
+// sides never wait for each other to read.
 bool Link::WaitOnce()
 {
     for (;;) {

@@ -186,7 +186,7 @@ void Pipeline::Abandon() noexcept
         link_.GiveUp(); // whoever lends it next is told so
     }
     for (const Expected& expected : expected_) {
-        // Nobody has seen whether the database knows it now by this name.
+        // It is not known whether the database has prepared it under this name.
         if (expected.kind == Expected::Kind::Preparation) {
             expected.statement->name = NewName();
             expected.statement->sent = false;

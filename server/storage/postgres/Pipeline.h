@@ -57,8 +57,8 @@ public:
 
     // The result of the next prepared statement that was sent; none where it failed or was skipped.
     Result Receive();
-    // Makes the rows of the next one come from Link::Next, one by one or (few) together; false where it will
-    // not come to that.
+    // Makes the rows of the next one come from Link::Next, one by one or (few) together; false where it
+    // failed before it had any.
     bool ReceiveRows();
     // Reads on to the Sync; gives what failed first before it.
     Result Finish();

@@ -10,8 +10,8 @@
 namespace storage::postgres {
 namespace {
 
-// More rows than that, the last time: a copy costs less than it is to be planned anew (from about 300 rows of
-// 72 columns on).
+// A statement that gave more rows than this the last time is copied: planning it anew costs less than a copy
+// saves (from about 300 rows of 72 columns on).
 constexpr qint64 kCopiedRows = 400;
 
 constexpr auto kBegin = "begin";
@@ -308,7 +308,7 @@ void PostgresConnection::Commit()
             throw TryAgain(TryAgain::Cause::Conflict, wire::ErrorKind::Storage, server::texts::Busy());
         if (failure)
             link_.Raise(failure);
-        // In a transaction that has failed before, a commit succeeds and is none.
+        // In a transaction that has failed, a commit reports success and commits nothing.
         if (pipeline_.LastTag() != "COMMIT")
             throw wire::Error(wire::ErrorKind::Storage, server::texts::DatabaseError());
     });

@@ -259,7 +259,7 @@ WriteText PostgresRowWriter::MakeText(const RowWrite& row) const
             values += NameOf(keyNames.front());
         else
             values.AddParameter(column.type);
-        // Rather cut off than refused for its sake.
+        // Too long for its column, it is cut: no save is refused because of it.
         if (column.width > 0)
             values += "::varchar(" + std::to_string(column.width) + ")";
     }

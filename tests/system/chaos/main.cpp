@@ -7,7 +7,7 @@
 #include "tests/support/ServerProcess.h"
 #include "tests/system/Desk.h"
 #include "tests/system/chaos/ChaosDesk.h"
-#include "tests/system/chaos/Company.h"
+#include "tests/system/chaos/ServerGroup.h"
 #include "tests/system/chaos/Verdict.h"
 
 #include <QCommandLineParser>
@@ -41,15 +41,15 @@ struct Plan {
     int seconds = 60;
     quint32 seed = 0;
     int desks = 50;
-    Company::Storage storage = Company::Storage::Postgres;
+    ServerGroup::Storage storage = ServerGroup::Storage::Postgres;
     QString folder;
 };
 
-States OrdersOf(const Company& company)
+States OrdersOf(const ServerGroup& servers)
 {
     States states;
     for (const QStringList& row :
-        company.Ask(u"select TX_LOGISTIC_ID, %1 from tab_zelmor_bill"_s.arg(kColumns.join(u", "_s)))) {
+        servers.Ask(u"select TX_LOGISTIC_ID, %1 from tab_zelmor_bill"_s.arg(kColumns.join(u", "_s)))) {
         RowState& state = states[row[0]];
         for (qsizetype i = 0; i < kColumns.size(); ++i)
             state[kColumns[i]] = row[i + 1];
@@ -57,11 +57,11 @@ States OrdersOf(const Company& company)
     return states;
 }
 
-std::vector<AuditEntry> AuditOf(const Company& company)
+std::vector<AuditEntry> AuditOf(const ServerGroup& servers)
 {
     std::vector<AuditEntry> entries;
     for (const QStringList& row :
-        company.Ask(u"select AUDIT_ID, ACCOUNT, ROW_KEY, FIELDS from zelmor_audit order by AUDIT_ID"_s))
+        servers.Ask(u"select AUDIT_ID, ACCOUNT, ROW_KEY, FIELDS from zelmor_audit order by AUDIT_ID"_s))
         entries.push_back({row[0].toLongLong(), row[1], row[2],
             FieldsFromJson(QJsonDocument::fromJson(row[3].toUtf8()).object())});
     return entries;
@@ -70,8 +70,8 @@ std::vector<AuditEntry> AuditOf(const Company& company)
 // What dies, and how often it did.
 class Killer {
 public:
-    Killer(Company& company, quint32 seed)
-        : company_(company)
+    Killer(ServerGroup& servers, quint32 seed)
+        : servers_(servers)
         , random_(seed)
     {
     }
@@ -82,25 +82,25 @@ public:
             Shuffle();
         const Blow blow = deck_.back();
         deck_.pop_back();
-        const int server = int(random_() % quint32(company_.ServerCount()));
+        const int server = int(random_() % quint32(servers_.ServerCount()));
         switch (blow) {
         case Blow::CutDesks:
-            company_.Cut(server);
+            servers_.Cut(server);
             ++cuts;
             break;
         case Blow::KillServer:
-            company_.Kill(server);
+            servers_.Kill(server);
             ++kills;
             break;
         case Blow::StopServer:
-            company_.Terminate(server);
+            servers_.Terminate(server);
             ++stops;
             break;
         case Blow::CutDatabase:
-            backends += company_.TerminateBackends(1 + int(random_() % 4));
+            backends += servers_.TerminateBackends(1 + int(random_() % 4));
             break;
         case Blow::CrashDatabase:
-            company_.RestartDatabase();
+            servers_.RestartDatabase();
             ++databaseCrashes;
             break;
         }
@@ -121,25 +121,25 @@ private:
     void Shuffle()
     {
         deck_ = {Blow::CutDesks, Blow::CutDesks, Blow::KillServer, Blow::KillServer, Blow::StopServer};
-        if (company_.HasDatabaseServer())
+        if (servers_.HasDatabaseServer())
             deck_.insert(
                 deck_.end(), {Blow::CutDatabase, Blow::CutDatabase, Blow::CutDatabase, Blow::CrashDatabase});
         std::shuffle(deck_.begin(), deck_.end(), random_);
     }
 
-    Company& company_;
+    ServerGroup& servers_;
     std::mt19937 random_;
     std::vector<Blow> deck_;
 };
 
-ChaosDesk::Settings SettingsOf(const Plan& plan, const Company& company, int number, const QString& account)
+ChaosDesk::Settings SettingsOf(const Plan& plan, const ServerGroup& servers, int number, const QString& account)
 {
     ChaosDesk::Settings settings;
     settings.account = account;
     // Each desk remembers on its own which server answered last, and begins where its neighbour does not.
-    settings.way.addresses = company.Addresses();
+    settings.way.addresses = servers.Addresses();
     std::rotate(settings.way.addresses.begin(),
-        settings.way.addresses.begin() + number % company.ServerCount(), settings.way.addresses.end());
+        settings.way.addresses.begin() + number % servers.ServerCount(), settings.way.addresses.end());
     settings.ledgerPath = plan.folder + u"/desk-%1.log"_s.arg(number, 2, 10, QChar(u'0'));
     settings.number = number;
     settings.seed = plan.seed + quint32(number);
@@ -150,14 +150,14 @@ ChaosDesk::Settings SettingsOf(const Plan& plan, const Company& company, int num
     return settings;
 }
 
-void LetRun(const Plan& plan, Company& company, Killer& killer)
+void LetRun(const Plan& plan, ServerGroup& servers, Killer& killer)
 {
     std::atomic<bool> stop = false;
     std::vector<std::unique_ptr<DeskThread>> desks;
     for (int number = 1; number <= plan.desks; ++number) {
         // One in eight at headquarters, which brings the orders back.
         const QString site = number % 8 == 0 ? kHeadquarters : kSites[number % kSites.size()];
-        const ChaosDesk::Settings settings = SettingsOf(plan, company, number, DemoAccountOf(site));
+        const ChaosDesk::Settings settings = SettingsOf(plan, servers, number, DemoAccountOf(site));
         desks.push_back(std::make_unique<DeskThread>([settings, &stop] {
             try {
                 ChaosDesk(settings).Work(stop);
@@ -166,18 +166,18 @@ void LetRun(const Plan& plan, Company& company, Killer& killer)
             }
         }));
     }
-    company.SetFaultRate(kFaultRate, plan.seed);
+    servers.SetFaultRate(kFaultRate, plan.seed);
     QDeadlineTimer nextBlow(2'000);
     for (const QDeadlineTimer end(plan.seconds * 1'000); !end.hasExpired();) {
         if (nextBlow.hasExpired()) {
             killer.Strike();
             nextBlow = QDeadlineTimer(killer.Pause());
         }
-        company.Supervise();
+        servers.Supervise();
         QThread::msleep(20);
     }
     // What is on its way must come to its end on servers that live.
-    company.SetFaultRate(0, 0);
+    servers.SetFaultRate(0, 0);
     stop = true;
     std::atomic<bool> ended = false;
     const DeskThread waiting([&] {
@@ -185,12 +185,12 @@ void LetRun(const Plan& plan, Company& company, Killer& killer)
         ended = true;
     });
     while (!ended) {
-        company.Supervise();
+        servers.Supervise();
         QThread::msleep(20);
     }
 }
 
-int Report(const Plan& plan, const Verdict& verdict, const Killer& killer, const Company& company)
+int Report(const Plan& plan, const Verdict& verdict, const Killer& killer, const ServerGroup& servers)
 {
     std::printf("desks                 %d, for %d seconds, seed %u\n", plan.desks, plan.seconds, plan.seed);
     std::printf(
@@ -209,8 +209,8 @@ int Report(const Plan& plan, const Verdict& verdict, const Killer& killer, const
     if (verdict.problems.size() > kProblemsPrinted)
         std::printf("WRONG: … and %zu more\n", verdict.problems.size() - kProblemsPrinted);
     bool good = verdict.problems.empty();
-    if (company.Crashes() > 0) {
-        std::printf("WRONG: servers ended %d times although nobody had killed them\n", company.Crashes());
+    if (servers.Crashes() > 0) {
+        std::printf("WRONG: servers ended %d times although nobody had killed them\n", servers.Crashes());
         good = false;
     }
     if (verdict.accepted == 0 || verdict.refused == 0) {
@@ -227,17 +227,17 @@ int Run(const Plan& plan)
     QDir(plan.folder).removeRecursively();
     if (!QDir().mkpath(plan.folder))
         throw wire::Error(wire::ErrorKind::Usage, u"%1 cannot be made"_s.arg(plan.folder));
-    Company company(plan.storage, plan.folder, u"small"_s);
-    const States before = OrdersOf(company);
-    ChaosDesk(SettingsOf(plan, company, 0, DemoAccountOf(kHeadquarters))).OfferToAll(kShared, kSites);
-    Killer killer(company, plan.seed);
-    LetRun(plan, company, killer);
-    company.CloseDown();
+    ServerGroup servers(plan.storage, plan.folder, u"small"_s);
+    const States before = OrdersOf(servers);
+    ChaosDesk(SettingsOf(plan, servers, 0, DemoAccountOf(kHeadquarters))).OfferToAll(kShared, kSites);
+    Killer killer(servers, plan.seed);
+    LetRun(plan, servers, killer);
+    servers.CloseDown();
 
     std::vector<Ledger> ledgers;
     for (int number = 0; number <= plan.desks; ++number)
-        ledgers.push_back(ReadLedger(SettingsOf(plan, company, number, {}).ledgerPath));
-    return Report(plan, Judge(ledgers, AuditOf(company), before, OrdersOf(company)), killer, company);
+        ledgers.push_back(ReadLedger(SettingsOf(plan, servers, number, {}).ledgerPath));
+    return Report(plan, Judge(ledgers, AuditOf(servers), before, OrdersOf(servers)), killer, servers);
 }
 
 Plan PlanOf(const QStringList& arguments)
@@ -257,7 +257,7 @@ Plan PlanOf(const QStringList& arguments)
     plan.seed =
         parser.isSet(u"seed"_s) ? parser.value(u"seed"_s).toUInt() : QRandomGenerator::system()->generate();
     plan.storage =
-        parser.value(u"storage"_s) == u"embedded" ? Company::Storage::Embedded : Company::Storage::Postgres;
+        parser.value(u"storage"_s) == u"embedded" ? ServerGroup::Storage::Embedded : ServerGroup::Storage::Postgres;
     plan.folder = QDir(parser.value(u"folder"_s)).absolutePath();
     return plan;
 }

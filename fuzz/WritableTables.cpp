@@ -1,4 +1,4 @@
-#include "fuzz/Company.h"
+#include "fuzz/WritableTables.h"
 
 using namespace Qt::Literals::StringLiterals;
 using wire::Value;

@@ -1,4 +1,4 @@
-#include "tests/system/chaos/Company.h"
+#include "tests/system/chaos/ServerGroup.h"
 
 #include "tests/system/Desk.h"
 #include "wire/Error.h"
@@ -48,7 +48,7 @@ std::vector<QStringList> AskPostgres(const QString& uri, const QString& sqlText)
 
 } // namespace
 
-Company::Company(Storage storage, const QString& folder, const QString& demo)
+ServerGroup::ServerGroup(Storage storage, const QString& folder, const QString& demo)
     : storage_(storage)
     , folder_(folder)
 {
@@ -74,7 +74,7 @@ Company::Company(Storage storage, const QString& folder, const QString& demo)
     }
 }
 
-Company::~Company()
+ServerGroup::~ServerGroup()
 {
     try {
         CloseDown();
@@ -87,7 +87,7 @@ Company::~Company()
     }
 }
 
-void Company::AddServer(const QStringList& storage, const QString& demo)
+void ServerGroup::AddServer(const QStringList& storage, const QString& demo)
 {
     Server& server = *servers_.emplace_back(std::make_unique<Server>());
     server.port = FreePort();
@@ -102,14 +102,14 @@ void Company::AddServer(const QStringList& storage, const QString& demo)
     addresses_.push_back({u"127.0.0.1"_s, server.proxy->Port()});
 }
 
-void Company::Start(Server& server)
+void ServerGroup::Start(Server& server)
 {
     server.stopped = false;
     server.restart = QDeadlineTimer(QDeadlineTimer::Forever);
     server.process.start(QCoreApplication::applicationDirPath() + u"/zelmor-server"_s, server.arguments);
 }
 
-void Company::AwaitAnswer(Server& server)
+void ServerGroup::AwaitAnswer(Server& server)
 {
     for (const QDeadlineTimer deadline(kStartMilliseconds); !deadline.hasExpired();) {
         QTcpSocket probe;
@@ -122,30 +122,30 @@ void Company::AwaitAnswer(Server& server)
     throw Error(ErrorKind::Connection, u"zelmor-server did not start; see %1"_s.arg(server.log));
 }
 
-void Company::Kill(int server)
+void ServerGroup::Kill(int server)
 {
     servers_[size_t(server)]->stopped = true;
     servers_[size_t(server)]->process.kill();
 }
 
-void Company::Terminate(int server)
+void ServerGroup::Terminate(int server)
 {
     servers_[size_t(server)]->stopped = true;
     servers_[size_t(server)]->process.terminate();
 }
 
-void Company::Cut(int server)
+void ServerGroup::Cut(int server)
 {
     servers_[size_t(server)]->proxy->CutAll();
 }
 
-void Company::SetFaultRate(double rate, quint32 seed)
+void ServerGroup::SetFaultRate(double rate, quint32 seed)
 {
     for (const auto& server : servers_)
         server->proxy->SetScript(rate > 0 ? RandomFaults(seed++, rate) : FaultProxy::Script());
 }
 
-int Company::TerminateBackends(int count)
+int ServerGroup::TerminateBackends(int count)
 {
     return int(AskPostgres(uri_,
         u"select pg_terminate_backend(pid) from (select pid from pg_stat_activity where pid <> "
@@ -154,12 +154,12 @@ int Company::TerminateBackends(int count)
                    .size());
 }
 
-void Company::RestartDatabase()
+void ServerGroup::RestartDatabase()
 {
     RunClusterScript({u"crash"_s, cluster_});
 }
 
-void Company::Supervise()
+void ServerGroup::Supervise()
 {
     for (const auto& server : servers_) {
         if (server->process.state() != QProcess::NotRunning && !server->process.waitForFinished(0))
@@ -174,7 +174,7 @@ void Company::Supervise()
     }
 }
 
-void Company::CloseDown()
+void ServerGroup::CloseDown()
 {
     for (const auto& server : servers_)
         server->process.terminate();
@@ -185,13 +185,13 @@ void Company::CloseDown()
     }
 }
 
-std::vector<QStringList> Company::Ask(const QString& sqlText) const
+std::vector<QStringList> ServerGroup::Ask(const QString& sqlText) const
 {
     return storage_ == Storage::Postgres ? AskPostgres(uri_, sqlText)
                                          : AskDatabase(folder_ + u"/data"_s, sqlText);
 }
 
-void Company::RunClusterScript(const QStringList& arguments)
+void ServerGroup::RunClusterScript(const QStringList& arguments)
 {
     QProcess script;
     script.setProcessChannelMode(QProcess::ForwardedErrorChannel);

@@ -14,16 +14,16 @@ namespace chaos {
 
 // What the desks work with: a PostgreSQL cluster of its own that keeps what it has committed, two servers
 // over it, and a proxy before each. Or one server over the embedded database. Belongs to one thread.
-class Company {
+class ServerGroup {
 public:
     enum class Storage { Embedded, Postgres };
 
     // Everything of it lies in `folder`; the demo data is of `demo`'s size. Returns when all servers answer;
     // raises wire::Error when they do not.
-    Company(Storage storage, const QString& folder, const QString& demo);
-    ~Company();
-    Company(const Company&) = delete;
-    Company& operator=(const Company&) = delete;
+    ServerGroup(Storage storage, const QString& folder, const QString& demo);
+    ~ServerGroup();
+    ServerGroup(const ServerGroup&) = delete;
+    ServerGroup& operator=(const ServerGroup&) = delete;
 
     // By way of the proxies.
     const std::vector<TServerAddress>& Addresses() const noexcept { return addresses_; }

@@ -7,21 +7,21 @@
 #include <memory>
 
 // A value that the host publishes: known by its object name, carried as its text.
-class TSharedValue : public QObject {
+class TPublishedValue : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString text MEMBER text)
 public:
-    TSharedValue(QObject* owner, const QString& name);
+    TPublishedValue(QObject* owner, const QString& name);
     QString text;
 };
 
 // What every screen of the module may read of the host: the login user's identity and settings, the shared
 // datasets, and the trees. The lists and their items stay the same for the whole run; only their contents
 // change with the user.
-class TSharedData {
+class TPublishedData {
 public:
-    TSharedData();
-    ~TSharedData();
+    TPublishedData();
+    ~TPublishedData();
 
     TObjectList& DataSets() noexcept { return dataSets_; }
     TObjectList& Values() noexcept { return values_; }
@@ -51,11 +51,11 @@ private:
 };
 
 // The SQL texts behind the shared datasets, in the order of the published list.
-struct TSharedQuery {
+struct TPublishedQuery {
     QString name;
     QString text;
 };
-std::vector<TSharedQuery> SharedQueries(const QString& site);
+std::vector<TPublishedQuery> PublishedQueries(const QString& site);
 
 // Regular expressions that the host publishes.
 // Waybill numbers: 8 or 12 digits; 14 where the number begins with one of the prefixes of counted labels.

@@ -1,4 +1,4 @@
-#include "host/SharedData.h"
+#include "host/PublishedData.h"
 
 #include "company/Headquarters.h"
 #include "runtime/data/SocketConnection.h"
@@ -41,7 +41,7 @@ QObject* FindByName(const TObjectList& list, QStringView name)
 
 } // namespace
 
-std::vector<TSharedQuery> SharedQueries(const QString& site)
+std::vector<TPublishedQuery> PublishedQueries(const QString& site)
 {
     const QString subtree = SubtreeCondition(site);
     return {
@@ -66,24 +66,24 @@ std::vector<TSharedQuery> SharedQueries(const QString& site)
     };
 }
 
-TSharedValue::TSharedValue(QObject* owner, const QString& name)
+TPublishedValue::TPublishedValue(QObject* owner, const QString& name)
     : QObject(owner)
 {
     setObjectName(name);
 }
 
-TSharedData::TSharedData()
+TPublishedData::TPublishedData()
     : owner_(std::make_unique<QObject>())
 {
-    for (const TSharedQuery& query : SharedQueries({}))
+    for (const TPublishedQuery& query : PublishedQueries({}))
         dataSets_.push_back(new TClientDataSetEx(owner_.get(), query.name));
     for (const char16_t* name : kValueNames)
-        values_.push_back(new TSharedValue(owner_.get(), QString::fromUtf16(name)));
+        values_.push_back(new TPublishedValue(owner_.get(), QString::fromUtf16(name)));
 }
 
-TSharedData::~TSharedData() = default;
+TPublishedData::~TPublishedData() = default;
 
-void TSharedData::Load(TSocketConnectionEx& connection)
+void TPublishedData::Load(TSocketConnectionEx& connection)
 {
     Clear();
     const wire::Identity identity = connection.Identity();
@@ -96,7 +96,7 @@ void TSharedData::Load(TSocketConnectionEx& connection)
     SetValue(u"MainBill", kMainBillRule.toString());
     SetValue(u"Phone_and_MoblePh", kPhoneRule.toString());
 
-    for (const TSharedQuery& query : SharedQueries(identity.site)) {
+    for (const TPublishedQuery& query : PublishedQueries(identity.site)) {
         TClientDataSetEx& dataSet = DataSet(query.name);
         dataSet.SetRemoteServer(&connection);
         dataSet.SetCommandText(query.text);
@@ -109,7 +109,7 @@ void TSharedData::Load(TSocketConnectionEx& connection)
     loaded_ = true;
 }
 
-void TSharedData::Clear()
+void TPublishedData::Clear()
 {
     loaded_ = false;
     treeBuilt_ = false;
@@ -118,10 +118,10 @@ void TSharedData::Clear()
     for (QObject* dataSet : dataSets_)
         static_cast<TClientDataSetEx*>(dataSet)->Close();
     for (QObject* value : values_)
-        static_cast<TSharedValue*>(value)->text.clear();
+        static_cast<TPublishedValue*>(value)->text.clear();
 }
 
-void TSharedData::PrepareTree(const QString& name)
+void TPublishedData::PrepareTree(const QString& name)
 {
     const TClientDataSetEx& sites = DataSet(u"AllSite");
     if (treeBuilt_ || name.compare(kAllSiteTree, Qt::CaseInsensitive) != 0 || !sites.Active())
@@ -153,7 +153,7 @@ void TSharedData::PrepareTree(const QString& name)
     treeBuilt_ = true;
 }
 
-TClientDataSetEx& TSharedData::DataSet(QStringView name) const
+TClientDataSetEx& TPublishedData::DataSet(QStringView name) const
 {
     QObject* found = FindByName(dataSets_, name);
     if (!found)
@@ -161,13 +161,13 @@ TClientDataSetEx& TSharedData::DataSet(QStringView name) const
     return *static_cast<TClientDataSetEx*>(found);
 }
 
-QString TSharedData::Value(QStringView name) const
+QString TPublishedData::Value(QStringView name) const
 {
     const QObject* found = FindByName(values_, name);
-    return found ? static_cast<const TSharedValue*>(found)->text : QString();
+    return found ? static_cast<const TPublishedValue*>(found)->text : QString();
 }
 
-void TSharedData::SetValue(QStringView name, const QString& text)
+void TPublishedData::SetValue(QStringView name, const QString& text)
 {
-    static_cast<TSharedValue*>(FindByName(values_, name))->text = text;
+    static_cast<TPublishedValue*>(FindByName(values_, name))->text = text;
 }
