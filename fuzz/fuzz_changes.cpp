@@ -5,9 +5,9 @@
 // Input: see ChangeInput.
 
 #include "fuzz/ChangeRequest.h"
-#include "fuzz/WritableTables.h"
 #include "fuzz/Database.h"
 #include "fuzz/Finding.h"
+#include "fuzz/WritableTables.h"
 #include "server/provider/ApplicationServer.h"
 #include "server/storage/sqlite/SqliteStorage.h"
 

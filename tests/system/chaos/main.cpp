@@ -132,7 +132,8 @@ private:
     std::vector<Blow> deck_;
 };
 
-ChaosDesk::Settings SettingsOf(const Plan& plan, const ServerGroup& servers, int number, const QString& account)
+ChaosDesk::Settings SettingsOf(
+    const Plan& plan, const ServerGroup& servers, int number, const QString& account)
 {
     ChaosDesk::Settings settings;
     settings.account = account;
@@ -256,8 +257,8 @@ Plan PlanOf(const QStringList& arguments)
     plan.desks = parser.value(u"desks"_s).toInt();
     plan.seed =
         parser.isSet(u"seed"_s) ? parser.value(u"seed"_s).toUInt() : QRandomGenerator::system()->generate();
-    plan.storage =
-        parser.value(u"storage"_s) == u"embedded" ? ServerGroup::Storage::Embedded : ServerGroup::Storage::Postgres;
+    plan.storage = parser.value(u"storage"_s) == u"embedded" ? ServerGroup::Storage::Embedded
+                                                             : ServerGroup::Storage::Postgres;
     plan.folder = QDir(parser.value(u"folder"_s)).absolutePath();
     return plan;
 }
