@@ -67,6 +67,19 @@ assertEqual(list.value(0, "DUTY_SITE"), BRANCH.site);
 assert(list.value(0, "ACCEPT_DATE") !== null, "the time of acceptance is stamped");
 assertEqual(order(first).STATUS, 0, "nothing is sent before saving");
 host.screenshot("05-accepted.png");
+{
+    const question = "详细：您所做的操作并未保存，重新查询将丢失这些修改，确定要查询吗？";
+    const rows = list.rowCount;
+    expectMessage(question, () => host.key("F5"));
+    assertEqual(list.value(0, "STATUS"), 1, "left unanswered, a query drops no edits");
+    assertEqual(list.rowCount, rows);
+    host.answer("yes");
+    expectMessage(question, () => accept.control("Button4").click());
+    assertEqual(list.value(rowOf(list, first), "STATUS"), 0, "as the server has it");
+    list.current = rowOf(list, first);
+    list.edit(rowOf(list, first), "STATUS", "接单成功");
+    list.key("Down");
+}
 expectMessage("详细：数据保存成功！", () => accept.control("Button1").click());
 assertEqual(order(first).STATUS, 1);
 assertEqual(order(first).MODIFY_SITE, BRANCH.site);
