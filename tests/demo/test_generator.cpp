@@ -36,17 +36,6 @@ void ExpectUnique(const Table& table, const std::vector<QString>& columns)
     });
 }
 
-qint64 OrdersBetween(const Table& orders, qint64 from, qint64 until)
-{
-    qint64 count = 0;
-    ForEach(orders, [&](const Row& row) {
-        const qint64 created = row.Moment(u"CREATE_DATE");
-        if (created >= from && created < until && row.Integer(u"BL_DISPART") == 1)
-            ++count;
-    });
-    return count;
-}
-
 } // namespace
 
 TEST(Generator, ReadsSizes)
@@ -121,18 +110,6 @@ TEST(Generator, MakesExactlyTheOrdersAskedForAndNoneInTheFuture)
             }
         });
     }
-}
-
-TEST(Generator, SpreadsOrdersOverTheDaysBeforeNow)
-{
-    const auto tables = GenerateTables(20'000, TestNow(), 3);
-    const Table& orders = tables.at(u"tab_zelmor_bill"_s);
-    const qint64 now = TestNow().seconds;
-    const qint64 day = 86'400;
-    EXPECT_EQ(OrdersBetween(orders, 0, now - 61 * day), 0);
-    EXPECT_GT(OrdersBetween(orders, now - 31 * day, now), 12'000);
-    for (int back = 1; back < 30; ++back)
-        EXPECT_GT(OrdersBetween(orders, now - (back + 1) * day, now - back * day), 200) << back;
 }
 
 TEST(Generator, RegionsAreOfOnePiece)
