@@ -246,15 +246,6 @@ TEST_F(ApplyUpdatesTest, TooManyRefusalsStoreNothing)
     EXPECT_EQ(OnServer(u"D2"_s, 2), T(u"广州"));
 }
 
-TEST_F(ApplyUpdatesTest, ConnectionRepeatsOnceUnderTheSameName)
-{
-    server.Faults = {Fault::LoseReply};
-    Put(u"D1", u"STATUS", I(1));
-    EXPECT_EQ(Apply(), std::nullopt);
-    EXPECT_EQ(table.applied, 1);
-    EXPECT_EQ(server.Requests.size(), 2U);
-}
-
 TEST_F(ApplyUpdatesTest, UnknownOutcomeIsAskedForUnderTheSameName)
 {
     Put(u"D1", u"STATUS", I(1));
@@ -271,51 +262,6 @@ TEST_F(ApplyUpdatesTest, UnknownOutcomeIsAskedForUnderTheSameName)
     EXPECT_EQ(server.Requests.front().name, server.Requests.back().name);
 }
 
-TEST_F(ApplyUpdatesTest, EditsAfterAnUnknownOutcomeFollowIt)
-{
-    Put(u"D1", u"STATUS", I(1));
-    Put(u"D2", u"STATUS", I(2));
-    Put(u"D3", u"STATUS", I(3));
-    Add(u"D4"_s);
-    Add(u"D5"_s);
-    Add(u"D6"_s);
-    LoseReplies();
-    EXPECT_EQ(Apply(), wire::ErrorKind::Connection);
-    Put(u"D1", u"STATUS", I(5)); // changed again
-    Put(u"D2", u"STATUS", I(1)); // put back
-    Go(u"D3");
-    set.Delete();
-    Go(u"D4");
-    set.Delete();
-    Put(u"D5", u"SITE", T(u"苏州"));
-    Add(u"D7"_s);
-    EXPECT_EQ(Apply(), std::nullopt);
-    EXPECT_EQ(set.ChangeCount(), 0);
-    EXPECT_EQ(OnServer(u"D1"_s, 1), I(5));
-    EXPECT_EQ(OnServer(u"D2"_s, 1), I(1));
-    EXPECT_FALSE(table.rows.contains(u"D3"_s));
-    EXPECT_FALSE(table.rows.contains(u"D4"_s));
-    EXPECT_EQ(OnServer(u"D5"_s, 2), T(u"苏州"));
-    EXPECT_TRUE(table.rows.contains(u"D6"_s) && table.rows.contains(u"D7"_s));
-}
-
-TEST_F(ApplyUpdatesTest, UndoneWhileUnknownIsUndoneOnTheServerToo)
-{
-    Put(u"D1", u"STATUS", I(1));
-    Go(u"D2");
-    set.Delete();
-    Add(u"D4"_s);
-    LoseReplies();
-    EXPECT_EQ(Apply(), wire::ErrorKind::Connection);
-    set.CancelUpdates();
-    EXPECT_EQ(Joined(set, u"ID"), u"D1 D2 D3"_s);
-    EXPECT_EQ(Apply(), std::nullopt);
-    EXPECT_EQ(OnServer(u"D1"_s, 1), I(0));
-    EXPECT_EQ(OnServer(u"D2"_s, 2), T(u"北京"));
-    EXPECT_FALSE(table.rows.contains(u"D4"_s));
-    EXPECT_EQ(set.ChangeCount(), 0);
-}
-
 TEST_F(ApplyUpdatesTest, RefusedInALostReplyAreNotTriedAgainAsTheyAre)
 {
     table.refusals[u"D1"_s] = u"closed"_s;
@@ -330,18 +276,6 @@ TEST_F(ApplyUpdatesTest, RefusedInALostReplyAreNotTriedAgainAsTheyAre)
     EXPECT_TRUE(table.rows.contains(u"D4"_s));
     Go(u"D1");
     EXPECT_EQ(set.RejectReason(), u"closed"_s);
-}
-
-TEST_F(ApplyUpdatesTest, LostRequestsStoreNothingTwiceAndLoseNothing)
-{
-    Add(u"D4"_s);
-    LoseRequests();
-    EXPECT_EQ(Apply(), wire::ErrorKind::Connection);
-    EXPECT_FALSE(table.rows.contains(u"D4"_s));
-    Put(u"D4", u"SITE", T(u"苏州"));
-    EXPECT_EQ(Apply(), std::nullopt);
-    EXPECT_EQ(OnServer(u"D4"_s, 2), T(u"苏州"));
-    EXPECT_EQ(table.applied, 2);
 }
 
 TEST_F(ApplyUpdatesTest, WholeRefusalFreesTheLog)

@@ -180,40 +180,6 @@ TEST_F(ClientDataSetTest, CursorEndsAsLoopsExpect)
     EXPECT_EQ(RaisedBy([&] { set.Edit(); }), wire::ErrorKind::Usage);
 }
 
-TEST_F(ClientDataSetTest, ChangeLogFolds)
-{
-    Put(u"SITE", u"广州"_s);
-    Put(u"STATUS", u"5"_s);
-    EXPECT_EQ(set.ChangeCount(), 1);
-    EXPECT_EQ(set.UpdateStatus(), TRowStatus::Modified);
-    EXPECT_EQ(set.FieldByName(u"SITE").OldValue(), T(u"上海"));
-    Put(u"STATUS", u"0"_s);
-    EXPECT_EQ(set.ChangeCount(), 1);
-    Put(u"SITE", u"上海"_s); // put back
-    EXPECT_EQ(set.ChangeCount(), 0);
-    EXPECT_EQ(set.UpdateStatus(), TRowStatus::Unmodified);
-
-    set.Append();
-    EXPECT_EQ(set.ViewStatus(3), TRowStatus::Inserted);
-    EXPECT_EQ(set.ChangeCount(), 0);
-    set.FieldByName(u"ID").SetAsString(u"D4"_s);
-    set.Post();
-    Put(u"SITE", u"广州"_s);
-    EXPECT_EQ(set.ChangeCount(), 1);
-    EXPECT_EQ(set.UpdateStatus(), TRowStatus::Inserted);
-    EXPECT_EQ(set.FieldByName(u"ID").OldValue(), Null);
-    set.Delete(); // inserted and deleted: nothing
-    EXPECT_EQ(set.ChangeCount(), 0);
-
-    set.First();
-    Put(u"SITE", u"广州"_s);
-    set.Delete(); // edited and deleted: a deletion
-    EXPECT_EQ(set.ChangeCount(), 1);
-    set.CancelUpdates();
-    EXPECT_EQ(set.ChangeCount(), 0);
-    EXPECT_EQ(Joined(set, u"SITE"), u"上海 北京 "_s);
-}
-
 TEST_F(ClientDataSetTest, OldValuesWhileEditing)
 {
     QString seen;
@@ -234,44 +200,6 @@ TEST_F(ClientDataSetTest, OldValuesWhileEditing)
     EXPECT_TRUE(set.UndoCurrentRow());
     EXPECT_EQ(Text(u"STATUS"), u"2"_s);
     EXPECT_FALSE(set.UndoCurrentRow());
-}
-
-TEST_F(ClientDataSetTest, InsertGoesBeforeTheCurrentRowAndCancelReturns)
-{
-    set.Last();
-    set.Insert();
-    EXPECT_EQ(set.RecNo(), 3);
-    set.Cancel();
-    EXPECT_EQ(Text(u"ID"), u"D3"_s);
-    set.Insert();
-    set.FieldByName(u"ID").SetAsString(u"N"_s);
-    set.Post();
-    EXPECT_EQ(Joined(set, u"ID"), u"D1 D2 N D3"_s);
-    EXPECT_TRUE(set.UndoCurrentRow());
-    EXPECT_EQ(Joined(set, u"ID"), u"D1 D2 D3"_s);
-    EXPECT_EQ(Text(u"ID"), u"D3"_s);
-}
-
-TEST_F(ClientDataSetTest, BookmarksOutliveSortingAndFiltering)
-{
-    set.Last();
-    const TBookmark third = set.Bookmark();
-    set.AddIndex(u"x"_s, u"ID", u"id");
-    set.SetIndexName(u"x"_s);
-    EXPECT_EQ(set.Bookmark(), third);
-    EXPECT_EQ(set.RecNo(), 1);
-    set.Last();
-    EXPECT_TRUE(set.GotoBookmark(third));
-    EXPECT_EQ(set.RecNo(), 1);
-    set.SetFilter(u"status is not null"_s);
-    set.SetFiltered(true);
-    EXPECT_FALSE(set.BookmarkValid(third));
-    EXPECT_FALSE(set.GotoBookmark(third));
-    EXPECT_FALSE(set.GotoBookmark(0));
-    set.SetFiltered(false);
-    EXPECT_TRUE(set.GotoBookmark(third));
-    set.Delete();
-    EXPECT_FALSE(set.BookmarkValid(third));
 }
 
 TEST_F(ClientDataSetTest, LocateFindsTheFirstInView)
@@ -393,18 +321,6 @@ TEST_F(ClientDataSetTest, FieldsStayValidWhereTheColumnsAreTheSame)
     wrong.columns.pop_back();
     EXPECT_EQ(RaisedBy([&] { set.OpenRows(std::move(wrong)); }), wire::ErrorKind::Protocol);
     EXPECT_FALSE(set.Active());
-}
-
-TEST_F(ClientDataSetTest, SumsCoverTheRowsInView)
-{
-    EXPECT_EQ(set.Sum(3), u"-0.5"_s);
-    EXPECT_EQ(set.Sum(1), u"1"_s);
-    set.SetFilter(u"AMOUNT > 0"_s);
-    set.SetFiltered(true);
-    EXPECT_EQ(set.Sum(3), u"1.5"_s);
-    Put(u"AMOUNT", u"0.1"_s);
-    EXPECT_EQ(set.Sum(3), u"0.1"_s);
-    EXPECT_EQ(set.Sum(2), u"0"_s);
 }
 
 } // namespace

@@ -140,19 +140,6 @@ TEST_F(FormsTest, AnErrorWhileClosingIsToldAndKeepsTheScreen)
     EXPECT_TRUE(form->isVisible());
 }
 
-TEST_F(FormsTest, HiddenScreensComeBack)
-{
-    auto* a = new Screen1(log, u"a"_s);
-    a->onClose = TCloseAction::Hide;
-    a->Show();
-    a->Close();
-    EXPECT_FALSE(a->isVisible());
-    log.clear();
-    a->Show();
-    EXPECT_TRUE(a->isVisible());
-    EXPECT_EQ(log, (QStringList{u"show a"_s, u"activate a"_s}));
-}
-
 TEST_F(FormsTest, AScreenLargerThanItsWindowIsScrolledToWhereTheFocusGoes)
 {
     const QSize before = frame.size();

@@ -1,5 +1,3 @@
-#include "runtime/ui/DBControls.h"
-#include "runtime/ui/Forms.h"
 #include "runtime/ui/PropStorage.h"
 #include "tests/runtime/DataSetRows.h"
 
@@ -115,46 +113,6 @@ TEST_F(PropStorageTest, AnUnwritablePlaceIsToldOnceAndNothingRaises)
     ASSERT_TRUE(blocker.remove());
     EXPECT_TRUE(ini.Flush()) << "kept until it can be written";
     EXPECT_TRUE(ini.LastError().isEmpty());
-}
-
-TEST_F(PropStorageTest, PropertiesOfControlsComeBack)
-{
-    struct Screen : TForm {
-        Screen()
-            : TForm(nullptr, u"frm_Query"_s)
-        {
-            auto* panel = new QWidget(this);
-            panel->setObjectName(u"Panel1"_s);
-            combo = new TDBComboBoxEh(panel, u"DBComboBoxEh2"_s);
-            combo->SetItems({u"洛维卡特"_s, u"泽摩"_s});
-            combo->SetText(u"洛维卡特"_s);
-            prop = new TPropStorageEh(this, u"Prop"_s);
-            prop->StoredProps = {
-                u"Panel1.DBComboBoxEh2.<P>.Text"_s, u"Panel1.NoSuch.<P>.Text"_s, u"nonsense"_s};
-            prop->Active = true;
-        }
-        TDBComboBoxEh* combo;
-        TPropStorageEh* prop;
-    };
-    TIniPropStorageManEh ini;
-    ini.SetIniFileName(Path());
-    {
-        Screen screen;
-        screen.prop->SetStorageManager(&ini);
-        screen.prop->Load();
-        EXPECT_EQ(screen.combo->Text(), u"洛维卡特"_s) << "nothing stored leaves the default";
-        screen.combo->SetText(u"泽摩"_s);
-        screen.prop->Save();
-    }
-    EXPECT_TRUE(Contents(Path()).startsWith("[.frm_Query]\n"));
-    Screen again;
-    again.prop->SetStorageManager(&ini);
-    again.prop->Active = false;
-    again.prop->Load();
-    EXPECT_EQ(again.combo->Text(), u"洛维卡特"_s);
-    again.prop->Active = true;
-    again.prop->Load();
-    EXPECT_EQ(again.combo->Text(), u"泽摩"_s);
 }
 
 } // namespace
