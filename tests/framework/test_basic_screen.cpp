@@ -108,16 +108,6 @@ TEST_F(BasicScreen, AsksOncePerDataSetAndKeepsEverythingOnCancel)
     EXPECT_TRUE(screen.isNull());
 }
 
-TEST_F(BasicScreen, AnUnchangedScreenClosesWithoutAWord)
-{
-    Show();
-    screen->OpenBoth();
-    Tfrm_Probe::Change(*screen->cds2);
-    screen->cds2->CancelUpdates();
-    EXPECT_TRUE(screen->Close());
-    EXPECT_TRUE(host.App.ShownMessages().empty());
-}
-
 TEST_F(BasicScreen, ARowStillInEditIsUnsavedTooAndAskedOnceADataSet)
 {
     Show();
@@ -201,7 +191,7 @@ TEST_F(BasicScreen, EnterMovesOnExceptWhereItIsTheControlsOwn)
 TEST_F(BasicScreen, StoredPropertiesComeBack)
 {
     screen->Prop->Active = true;
-    screen->Prop->StoredProps = {u"Edit1.<P>.Text"_s};
+    screen->Prop->StoredProps = {u"Edit1.<P>.Text"_s, u"Panel1.NoSuch.<P>.Text"_s, u"nonsense"_s};
     Show();
     screen->Edit1->setText(u"记住"_s);
     screen->Close();

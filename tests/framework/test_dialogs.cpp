@@ -53,18 +53,6 @@ TEST(ErrorList, ShowsItsRowsAndClosesByKeyboard)
     EXPECT_TRUE(host.Scr.Forms().empty());
 }
 
-TEST(ErrorList, TakesAnAnswerGivenBeforehand)
-{
-    TProbeHost host;
-    host.App.Unattended = false;
-    host.MainForm.show();
-    TClientDataSetEx rows;
-    rows.OpenRows(Failures());
-    host.App.QueueAnswer({u"ok"_s});
-    Tfrm_ErrorList::Execute(u"标题"_s, u"文字"_s, rows);
-    EXPECT_EQ(host.App.QueuedAnswers(), 0);
-}
-
 TEST(Progress, CountsWithoutLettingTheUserIn)
 {
     TProbeHost host;

@@ -56,17 +56,6 @@ TEST_F(Saves, NothingChangedSendsNothing)
     EXPECT_EQ(OnlyMessage().caption, u"数据保存"_s);
 }
 
-TEST_F(Saves, ThePendingEditIsPostedFirst)
-{
-    Change(u"x"_s);
-    cds.BeforePost = [] { Abort(); };
-    EXPECT_THROW(SaveChanges(cds, {.caption = u"标题"_s}), EAbort);
-    EXPECT_TRUE(cds.IsEditing());
-    cds.BeforePost = nullptr;
-    EXPECT_EQ(SaveChanges(cds, {.caption = u"标题"_s}), TSaveOutcome::Saved);
-    EXPECT_EQ(OnlyMessage().text, u"详细：数据保存成功！"_s);
-}
-
 // What each kind of save says, and what it leaves, when it succeeds, when the server refuses a row, and when
 // there is no way to it.
 TEST_F(Saves, EachKindTellsAndLeavesItsOwn)

@@ -34,22 +34,6 @@ public:
         auto* source = new TDataSource(this);
         source->SetDataSet(sites_);
         grid_ = new TDBGridEh(this, u"DataViewGrid"_s);
-        grid_->SetFooterRowCount(1);
-        grid_->SetSumListActive(true);
-        grid_->SetSortLocal(true);
-        grid_->SetColumns({
-            {.fieldName = u"SITE_CODE"_s,
-                .title = u"编号"_s,
-                .readOnly = true,
-                .titleButton = true,
-                .footers = {{TFooterValueType::Count, {}, TAlignment::Left}}},
-            {.fieldName = u"SITE_NAME"_s, .title = u"名称"_s, .width = 200, .titleButton = true},
-            {.fieldName = u"BL_NOT_INPUT"_s,
-                .title = u"停用"_s,
-                .style = TColumnStyle::KeyPickList,
-                .pickList = {u"否"_s, u"是"_s},
-                .keyList = {u"0"_s, u"1"_s}},
-        });
         grid_->SetDataSource(source);
         edit_ = new TDBEditEh(this, u"DBEditEh1"_s);
         combo_ = new TDBComboBoxEh(this, u"DBComboBoxEh1"_s);

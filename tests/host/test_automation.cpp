@@ -39,12 +39,6 @@ protected:
     std::string err;
 };
 
-TEST_F(AutomationTest, ScriptThatEndsWellGivesZeroAndPrints)
-{
-    EXPECT_EQ(Run("print('hello', 2, [1, 'two']);"), 0) << err;
-    EXPECT_EQ(out, "hello 2 [1,\"two\"]\n");
-}
-
 TEST_F(AutomationTest, FailureNamesFileAndLine)
 {
     EXPECT_NE(Run("\n\nassert(1 > 2, 'arithmetic');"), 0);
@@ -108,48 +102,6 @@ TEST_F(AutomationTest, ControlsAreTypedIntoAndChosenFrom)
         << err;
 }
 
-TEST_F(AutomationTest, GridIsReadEditedSelectedAndSorted)
-{
-    EXPECT_EQ(Run(R"(
-        host.login('benbu', 'demo');
-        host.exec('frm_Sample111');
-        const screen = host.screen('frm_Sample');
-        host.clearSql();
-        screen.control('DBEditEh1').text = '合肥';
-        screen.control('Button4').click();
-        assertEqual(host.sql().length, 1);
-        assert(host.sql()[0].text.includes("like '%合肥%'"));
-        assertEqual(host.sql()[0].error, '');
-        const grid = screen.grid('DataViewGrid');
-        assert(grid.rowCount > 3);
-        assertEqual(host.sql()[0].rows, grid.rowCount);
-        assertEqual(grid.footer('SITE_CODE'), String(grid.rowCount));
-        assertEqual(grid.columns().map(column => column.caption), ['编号', '名称', '停用']);
-        assertEqual(grid.cell(0, 'SITE_CODE'), grid.value(0, 'site_code'));
-        assertEqual(grid.cell(0, '编号'), grid.value(0, '编号'));
-        grid.current = 2;
-        assertEqual(grid.current, 2);
-
-        assertEqual(grid.edit(1, 'SITE_CODE', 'x'), false, 'read-only column');
-        assert(grid.edit(1, 'SITE_NAME', '新名字'));
-        assertEqual(grid.value(1, 'SITE_NAME'), '新名字');
-        assert(grid.edit(1, 'BL_NOT_INPUT', '是'));
-        assertEqual(grid.cell(1, 'BL_NOT_INPUT'), '是');
-        assertEqual(grid.value(1, 'BL_NOT_INPUT'), 1);
-        grid.key('Down');
-
-        grid.select([0, 2]);
-        assertEqual(grid.selected(), [0, 2]);
-        const first = grid.value(0, 'SITE_CODE');
-        grid.clickTitle('SITE_CODE');
-        grid.clickTitle('SITE_CODE');
-        assert(grid.value(0, 'SITE_CODE') > first, 'descending after two clicks');
-        assert(/^#[0-9a-f]{6}$/.test(grid.color(0)));
-    )"),
-        0)
-        << err;
-}
-
 TEST_F(AutomationTest, BoxesAreAnsweredBeforehandOrShownToTheScript)
 {
     EXPECT_EQ(Run(R"(
@@ -188,27 +140,6 @@ TEST_F(AutomationTest, BoxesAreAnsweredBeforehandOrShownToTheScript)
     EXPECT_NE(err.find("script.js:4:"), std::string::npos) << err;
     const QImage picture(Folder().filePath(u"pictures/box.png"_s));
     EXPECT_FALSE(picture.isNull());
-}
-
-TEST_F(AutomationTest, AnotherUserChangesWhatTheServerHolds)
-{
-    EXPECT_EQ(Run(R"(
-        host.login('hefei1', 'demo');
-        const order = host.serverSql(
-            "select TX_LOGISTIC_ID from tab_zelmor_bill where REC_SITE='安徽合肥二部' and STATUS=1 and rownum=1")[0];
-        const sql = "select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID='" + order.TX_LOGISTIC_ID + "'";
-        const other = host.otherSession('hefei2', 'demo');
-        const late = host.otherSession('benbu', 'demo');
-        assertEqual(late.read(sql), 1);
-        assertEqual(other.update(sql, {REMARK: '别处', STATUS: 2}), 1);
-        assertEqual(other.query(sql)[0].REMARK, '别处');
-        let refused = false;
-        try { late.save({STATUS: 3}); } catch (error) { refused = true; }
-        assert(refused, 'the later of two saves is refused');
-        assertEqual(host.serverSql(sql)[0].STATUS, 2);
-    )"),
-        0)
-        << err;
 }
 
 TEST_F(AutomationTest, TraceFileHasOneObjectALineAndNoPassword)

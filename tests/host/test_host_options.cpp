@@ -31,13 +31,6 @@ TEST(ServerAddress, ReadsNamesAddressesAndPorts)
         EXPECT_FALSE(ParseServerAddress(wrong)) << qPrintable(wrong);
 }
 
-TEST(ServerAddress, TextReadsBack)
-{
-    for (const TServerAddress& address :
-        {TServerAddress{u"::1"_s, 1}, TServerAddress{u"kuaiyun.example"_s, 65535}})
-        EXPECT_EQ(ParseServerAddress(address.Text()), address);
-}
-
 TEST(HostOptions, RefusesWhatItCannotUnderstand)
 {
     THostOptions options;

@@ -133,16 +133,19 @@ TEST_F(Exec, AnotherLoginHasItsOwnCustomers)
     EXPECT_EQ(call(host.Connection), u"K4"_s);
 }
 
-TEST(ScreenTable, SevenScreensHaveFixedRights)
+TEST(ScreenTable, SevenScreensHaveFixedRightsAndTheMenusOfferWhatTheModuleMakes)
 {
     const std::map<std::string_view, std::string_view> fixed{{"frm_AcceptBill", "000"},
         {"frm_RecBill", "000"}, {"frm_UnDispartBill", "000"}, {"frm_UnAccept", "000"}, {"frm_UnRec", "000"},
         {"frm_CenterBillBack", "001"}, {"frm_RecBillQuery", "001"}};
-    EXPECT_EQ(ScreenTable().size(), 22u);
+    std::set<std::string_view> names;
     for (const TScreenInfo& info : ScreenTable()) {
+        EXPECT_TRUE(names.insert(info.Name()).second) << info.Name();
         const auto code = fixed.find(info.Name());
         EXPECT_EQ(info.fixedRights, code == fixed.end() ? "" : code->second) << info.Name();
+        EXPECT_EQ(info.built, FindScreenSlot(info.Name()) != nullptr) << info.Name();
     }
+    EXPECT_EQ(names.size(), 22U);
 }
 
 TEST_F(Exec, AdoptsTheHostsObjectsOnEveryCall)
@@ -210,14 +213,4 @@ TEST(Library, SettingsLieBesideTheProgramAndShutDownPutsTheGlobalsBack)
     EXPECT_EQ(dm_BasicData, nullptr);
     EXPECT_EQ(dm_GlobalData, nullptr);
     EXPECT_EQ(LayoutStorage, nullptr);
-}
-
-TEST(ScreenTable, TheMenusOfferWhatTheModuleMakes)
-{
-    std::set<std::string_view> names;
-    for (const TScreenInfo& info : ScreenTable()) {
-        EXPECT_TRUE(names.insert(info.Name()).second) << info.Name();
-        EXPECT_EQ(info.built, FindScreenSlot(info.Name()) != nullptr) << info.Name();
-    }
-    EXPECT_EQ(names.size(), 22U);
 }

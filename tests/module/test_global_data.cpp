@@ -27,20 +27,6 @@ TEST(GlobalData, CopiesAreSnapshotsAndSharedListsFollowTheHost)
     EXPECT_EQ(data.cdsownerCustomer->FieldByName(u"customer_name").AsString(), u"晨光文具店"_s);
 }
 
-TEST(GlobalData, AHostThatLacksAListCanSupplyItLater)
-{
-    TFakeHost host;
-    TObjectList complete = host.MainForm.DataSets;
-    std::erase_if(
-        host.MainForm.DataSets, [](QObject* item) { return item->objectName() == u"ownerCustomer"; });
-    Tdm_GlobalData data;
-    EXPECT_THROW(data.DataModuleCreate(), wire::Error);
-    EXPECT_FALSE(data.Ready());
-    host.MainForm.DataSets = complete;
-    data.DataModuleCreate();
-    EXPECT_TRUE(data.Ready());
-}
-
 TEST(PerlRegEx, ErrorsNameTheCause)
 {
     TPerlRegEx regEx;

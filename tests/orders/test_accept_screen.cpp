@@ -129,15 +129,6 @@ TEST_F(AcceptScreen, BatchAcceptanceTakesTheSelectedRowsAndStopsAtTheFirstRefuse
     EXPECT_TRUE(grid->SelectedRows().empty());
 }
 
-TEST_F(AcceptScreen, SavingNothingSendsNothing)
-{
-    Open();
-    desk.host.Server.Requests.clear();
-    Press(u"Button1"_s);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：没有改变任何数据，因此不需要保存！"_s));
-    EXPECT_TRUE(desk.host.Server.Requests.empty());
-}
-
 TEST_F(AcceptScreen, OrdersLostToAnotherSiteAreListedAndTheListIsReadAgain)
 {
     Open();

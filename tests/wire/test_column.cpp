@@ -291,12 +291,3 @@ TEST(ColumnTest, ConvertsOrRefusesValuesOfOtherTypes)
     text.AppendText("");
     EXPECT_TRUE(text.IsNull(0));
 }
-
-TEST(RowSetTest, FindsColumnsWhateverTheirCase)
-{
-    RowSet rows;
-    rows.infos = {{u"TX_LOGISTIC_ID"_s}, {u"STATUS"_s}};
-    EXPECT_EQ(rows.IndexOf(u"status"), 1);
-    EXPECT_EQ(rows.IndexOf(u"STATU"), -1);
-    EXPECT_EQ(rows.RowCount(), 0);
-}
