@@ -8,5 +8,6 @@ include("tour/headquarters.js");
 include("tour/pickup.js");
 include("tour/distribution.js");
 include("tour/query.js");
+include("tour/overdue.js");
 include("tour/desk.js");
 print("Tour complete.");

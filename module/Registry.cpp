@@ -4,6 +4,8 @@
 #include "orders/frm_AcceptBill.h"
 #include "orders/frm_RecBill.h"
 #include "reports/frm_BillQuery.h"
+#include "reports/frm_UnAccept.h"
+#include "reports/frm_UnRec.h"
 
 #include <algorithm>
 #include <array>
@@ -26,6 +28,8 @@ std::span<TScreenSlot> ScreenSlots()
         Slot<Tfrm_AcceptBill>(),
         Slot<Tfrm_RecBill>(),
         Slot<Tfrm_UnDispartBill>(),
+        Slot<Tfrm_UnAccept>(),
+        Slot<Tfrm_UnRec>(),
     };
     return slots;
 }
