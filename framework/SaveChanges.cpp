@@ -1,6 +1,7 @@
 #include "framework/SaveChanges.h"
 
 #include "framework/KeptPlace.h"
+#include "framework/ScreenHandlers.h"
 #include "module/data/MessageBoxes.h"
 #include "module/data/ServerLink.h"
 
@@ -15,6 +16,8 @@ void TellFailure(const wire::Error& error, bool rejected, const TSave& save)
     else
         Application->MessageBox(save.failure.isEmpty() ? u"详细："_s + error.Message() : save.failure,
             save.caption, save.failureIcon);
+    if (!save.failure.isEmpty())
+        ShowNotice(error.Message());
 }
 
 TSaveOutcome Send(TClientDataSetEx& dataSet, const TSave& save)

@@ -24,7 +24,7 @@ struct TSave {
     TAfterSave after = TAfterSave::ReloadSaved;
     QString keyField{}; // by which the row is found again after a reload
     QString success = QStringLiteral("详细：数据保存成功！");
-    QString failure{}; // empty: "详细：" and the server's words
+    QString failure{}; // empty: "详细：" and the server's words, which else stand in the status bar
     TMessageIcon failureIcon = TMessageIcon::Warning;
     QString nothingCaption{}; // where nothing was changed; empty: `caption`
     std::function<void()> tellRejected{}; // instead of the failure's box, where the server refused rows

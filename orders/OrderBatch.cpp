@@ -28,6 +28,10 @@ bool ChangesRow(TClientDataSetEx& row, const TOrderBatch& batch)
 {
     if (!batch.takes(row) || !BeginsEdit(row))
         return false;
+    if (batch.confirm && !batch.confirm(row)) {
+        row.Cancel();
+        return false;
+    }
     batch.change(row);
     row.Post();
     return true;

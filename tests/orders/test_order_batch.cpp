@@ -40,7 +40,7 @@ protected:
     {
         return {.caption = u"分派"_s,
             .question = u"是否进行批量修改可接单网点?"_s,
-            .takes = [](TClientDataSetEx& row) { return row.FieldByName(u"STATUS").AsInteger() == 0; },
+            .takes = [](const TClientDataSetEx& row) { return row.FieldByName(u"STATUS").AsInteger() == 0; },
             .change = [](TClientDataSetEx& row) { row.FieldByName(u"STATUS").SetAsInteger(1); }};
     }
 
@@ -93,6 +93,27 @@ TEST_F(OrderBatch, AsksChangesWhatItTakesAndSumsUp)
     EXPECT_FALSE(cds.ControlsDisabled());
 }
 
+TEST_F(OrderBatch, AsksOfARowThatMayBeEditedAndTakesTheEditBack)
+{
+    SelectAll();
+    cds.BeforeEdit = [this] {
+        if (cds.RecNo() > 10)
+            Abort();
+    };
+    int asked = 0;
+    TOrderBatch batch = Accepting();
+    batch.confirm = [&](const TClientDataSetEx& row) {
+        EXPECT_TRUE(row.IsEditing());
+        return ++asked % 2 == 0;
+    };
+    desk.host.App.QueueAnswer({u"yes"_s});
+    const auto counts = RunOrderBatch(grid, batch);
+    EXPECT_EQ(asked, 5);
+    EXPECT_EQ(counts->changed, 2);
+    EXPECT_EQ(counts->unchanged, 399);
+    EXPECT_FALSE(cds.IsEditing());
+}
+
 TEST_F(OrderBatch, ARefusedPostEndsItAndTheSortComesBackWithTheEditsEnd)
 {
     cds.BeforePost = [] { Abort(); };
@@ -111,7 +132,7 @@ TEST_F(OrderBatch, CanBeCancelledBetweenRows)
     SelectAll();
     int seen = 0;
     TOrderBatch batch = Accepting();
-    batch.takes = [&](TClientDataSetEx&) {
+    batch.takes = [&](const TClientDataSetEx&) {
         if (++seen == 150) {
             for (TForm* form : desk.host.Scr.Forms()) {
                 if (auto* progress = qobject_cast<Tfrm_Progress*>(form))
