@@ -1,7 +1,7 @@
 #include "framework/RefusedRows.h"
 
 #include "framework/LabelledControls.h"
-#include "framework/RowFields.h"
+#include "module/data/DataSetRows.h"
 
 #include <QVBoxLayout>
 
@@ -13,10 +13,10 @@ const QColor kRefusedColor(0xFF, 0xC8, 0x8A);
 
 } // namespace
 
-TRefusedRows::TRefusedRows(TDataView& view, QStringView keyField)
+TRefusedRows::TRefusedRows(TDataView& view, QStringView keyFields, const QString& legend)
     : QWidget(&view)
     , rows_(view.DS->DataSet())
-    , keyField_(keyField.toString())
+    , keyFields_(keyFields.toString())
     , reason_(new QLabel(this))
 {
     setObjectName(u"RefusedRows"_s);
@@ -25,7 +25,7 @@ TRefusedRows::TRefusedRows(TDataView& view, QStringView keyField)
     auto* lines = new QVBoxLayout(this);
     lines->setContentsMargins(0, 0, 0, 3);
     lines->setSpacing(0);
-    lines->addWidget(NewLegend(this, kRefusedColor, u"服务器拒绝了底色标出的行，全部修改都没有保存。"_s));
+    lines->addWidget(NewLegend(this, kRefusedColor, legend));
     lines->addWidget(reason_);
     reason_->setContentsMargins(8, 0, 8, 0);
     view.layout()->addWidget(this);
@@ -48,11 +48,10 @@ void TRefusedRows::Read()
     if (rows_->Active() && rows_->ChangeCount() > 0) {
         TClientDataSetEx refused;
         refused.CopyDelta(*rows_, true);
-        const int key = refused.FieldIndex(keyField_);
         const int reason = refused.FieldIndex(u"ERROR_MESSAGE");
         for (int row = 0; row < refused.RecordCount(); ++row) {
             if (!refused.ViewIsNull(row, reason))
-                reasons_.insert(refused.ViewText(row, key), refused.ViewText(row, reason));
+                reasons_.insert(KeyTexts(refused, row, keyFields_), refused.ViewText(row, reason));
         }
     }
     setVisible(!reasons_.isEmpty());
@@ -63,13 +62,14 @@ void TRefusedRows::ShowReason()
 {
     if (reasons_.isEmpty())
         return;
-    const auto found = reasons_.constFind(TextOf(*rows_, keyField_));
-    reason_->setText(found == reasons_.cend() ? QString() : u"当前行："_s + *found);
-    reason_->setVisible(found != reasons_.cend());
+    const int row = rows_->RecNo() - 1;
+    const QString reason = row < 0 ? QString() : reasons_.value(KeyTexts(*rows_, row, keyFields_));
+    reason_->setText(u"当前行："_s + reason);
+    reason_->setVisible(!reason.isEmpty());
 }
 
 bool TRefusedRows::Holds(int viewRow) const
 {
     return !reasons_.isEmpty() && viewRow >= 0 && viewRow < rows_->RecordCount()
-        && reasons_.contains(rows_->ViewText(viewRow, rows_->FieldIndex(keyField_)));
+        && reasons_.contains(KeyTexts(*rows_, viewRow, keyFields_));
 }

@@ -22,7 +22,7 @@ struct TSave {
     QString caption{}; // of its boxes
     int maxErrors = -1; // every row on its own; 0: one refused row, and nothing is written
     TAfterSave after = TAfterSave::ReloadSaved;
-    QString keyField{}; // by which the row is found again after a reload
+    QString keyField{}; // fields by which the row is found again after a reload, separated by ";"
     QString success = QStringLiteral("详细：数据保存成功！");
     QString failure{}; // empty: "详细：" and the server's words, which else stand in the status bar
     TMessageIcon failureIcon = TMessageIcon::Warning;

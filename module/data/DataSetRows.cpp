@@ -13,3 +13,11 @@ QStringList ColumnTexts(const TClientDataSetEx& dataSet, QStringView fieldName)
         texts += dataSet.ViewText(row, field);
     return texts;
 }
+
+QStringList KeyTexts(const TClientDataSetEx& dataSet, int viewRow, QStringView keyFields)
+{
+    QStringList texts;
+    for (const QStringView field : keyFields.split(u';'))
+        texts += dataSet.ViewText(viewRow, dataSet.FieldByName(field).Index());
+    return texts;
+}
