@@ -6,6 +6,7 @@ include("tour/acceptance.js");
 include("tour/layout.js");
 include("tour/headquarters.js");
 include("tour/pickup.js");
+include("tour/correction.js");
 include("tour/distribution.js");
 include("tour/query.js");
 include("tour/overdue.js");

@@ -3,6 +3,7 @@
 #include "dispatch/frm_UnDispartBill.h"
 #include "orders/frm_AcceptBill.h"
 #include "orders/frm_RecBill.h"
+#include "orders/frm_RecBillQuery.h"
 #include "reports/frm_BillQuery.h"
 #include "reports/frm_UnAccept.h"
 #include "reports/frm_UnRec.h"
@@ -27,6 +28,7 @@ std::span<TScreenSlot> ScreenSlots()
         Slot<Tfrm_BillQuery>(),
         Slot<Tfrm_AcceptBill>(),
         Slot<Tfrm_RecBill>(),
+        Slot<Tfrm_RecBillQuery>(),
         Slot<Tfrm_UnDispartBill>(),
         Slot<Tfrm_UnAccept>(),
         Slot<Tfrm_UnRec>(),

@@ -4,31 +4,15 @@
 #include "company/PayType.h"
 #include "module/data/HostBridge.h"
 #include "orders/Destinations.h"
-#include "orders/WaybillChecks.h"
 #include "orders/WaybillStock.h"
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QString OrderOf(const TClientDataSetEx& cds)
-{
-    return TextOf(cds, u"TX_LOGISTIC_ID");
-}
-
-QString NumberOf(const TClientDataSetEx& cds)
-{
-    return TextOf(cds, u"BILL_CODE");
-}
-
 bool HasNumber(const TClientDataSetEx& cds)
 {
     return !NumberOf(cds).trimmed().isEmpty();
-}
-
-[[noreturn]] void RefuseNumber(const QString& message)
-{
-    throw TRuleViolation{message, u"BILL_CODE"_s};
 }
 
 [[noreturn]] void RefuseCoupon(const QString& message)
@@ -42,12 +26,6 @@ void RequireNumber(TClientDataSetEx& cds)
 {
     if (!HasNumber(cds))
         RefuseNumber(u"详细：网点揽件一定要输入运单号！"_s);
-}
-
-void RequireWaybillRule(TClientDataSetEx& cds)
-{
-    if (!FitsWaybillRule(NumberOf(cds)))
-        RefuseNumber(u"详细：单号规则错误！"_s);
 }
 
 void RequireGoodCoupon(TClientDataSetEx& cds)
@@ -65,18 +43,6 @@ void RequireGoodCoupon(TClientDataSetEx& cds)
     }
     if (!complaint.isEmpty())
         RefuseCoupon(complaint);
-}
-
-void RequireUnusedNumber(TClientDataSetEx& cds, const TEnteredNumbers& entered)
-{
-    if (entered.OtherOrderHas(cds, OrderOf(cds), NumberOf(cds)) || WaybillUsed(NumberOf(cds)))
-        RefuseNumber(u"详细：该运单号已使用，请使用新的运单号！"_s);
-}
-
-void RequireEnabledNumber(TClientDataSetEx& cds)
-{
-    if (WaybillDisabled(NumberOf(cds).trimmed()))
-        RefuseNumber(u"详细：该单号已经禁用，请使用其他单号！"_s);
 }
 
 void RequireIssuedNumber(TClientDataSetEx& cds, const TClerk& clerk)
@@ -127,10 +93,10 @@ void CheckPickup(TClientDataSetEx& cds, TClientDataSetEx& destinations, const TE
     const QString& numberBefore, const TClerk& clerk)
 {
     RequireNumber(cds);
-    RequireWaybillRule(cds);
+    RequireWaybillRule(NumberOf(cds));
     RequireGoodCoupon(cds);
     RequireUnusedNumber(cds, entered);
-    RequireEnabledNumber(cds);
+    RequireEnabledNumber(NumberOf(cds).trimmed());
     RequireIssuedNumber(cds, clerk);
     RequirePickedUp(cds, numberBefore);
     DropUnknownDestination(cds, destinations);

@@ -1,18 +1,15 @@
 #pragma once
 
 #include "orders/Coupon.h"
-#include "orders/EnteredNumbers.h"
+#include "orders/NumberRules.h"
 #include "orders/OrderStamps.h"
 
 // The rules of pickup registration, each a step of the before-post handler, in the order in which they run.
 
 // No row leaves the screen without a number, a failed pickup neither.
 void RequireNumber(TClientDataSetEx& cds);
-void RequireWaybillRule(TClientDataSetEx& cds);
 // A coupon pays for nothing that the consignee pays for; any other must be good, and good for the parcel.
 void RequireGoodCoupon(TClientDataSetEx& cds);
-void RequireUnusedNumber(TClientDataSetEx& cds, const TEnteredNumbers& entered);
-void RequireEnabledNumber(TClientDataSetEx& cds);
 // The number must have been issued to those whose stock the login site uses.
 void RequireIssuedNumber(TClientDataSetEx& cds, const TClerk& clerk);
 // Binding a number means that the order was picked up. The number that the row had when this edit began stays

@@ -11,13 +11,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-bool AnyRow(const QString& sqlText)
-{
-    TClientDataSetEx& comm = *dm_BasicData->comm;
-    OpenQuery(comm, sqlText);
-    return !comm.IsEmpty();
-}
-
 int DigitAt(const QString& code, qsizetype index)
 {
     const QChar character = code.at(index);
@@ -64,17 +57,14 @@ QString WaybillIssuedQuery(const QString& code, const QString& siteList)
 
 bool WaybillIssued(const QString& code, const QString& siteList)
 {
-    return AnyRow(WaybillIssuedQuery(code, siteList));
+    return WaybillFound(WaybillIssuedQuery(code, siteList));
 }
 
 bool CheckWaybillFormat(const QString& code, const QString& pattern)
 {
     bool matched = false;
     try {
-        TPerlRegEx& regEx = SharedRegEx();
-        regEx.SetRegEx(pattern);
-        regEx.SetSubject(code);
-        matched = regEx.Match();
+        matched = MatchesPattern(code, pattern);
     } catch (const wire::Error&) {
         return false; // a pattern that cannot be used matches nothing
     }
@@ -83,12 +73,22 @@ bool CheckWaybillFormat(const QString& code, const QString& pattern)
     return matched;
 }
 
+bool MatchesPattern(const QString& number, const QString& pattern)
+{
+    TPerlRegEx& regEx = SharedRegEx();
+    regEx.SetRegEx(pattern);
+    regEx.SetSubject(number);
+    return regEx.Match();
+}
+
 bool FitsWaybillRule(const QString& number)
 {
-    TPerlRegEx& rule = SharedRegEx();
-    rule.SetRegEx(GlobalValue(u"MainBill"_s));
-    rule.SetSubject(number);
-    return rule.Match();
+    return MatchesPattern(number, GlobalValue(u"MainBill"_s));
+}
+
+QString WithoutCheckDigit(const QString& number)
+{
+    return number.left(std::max<qsizetype>(number.size() - 1, 0));
 }
 
 QString WaybillUsedQuery(const QString& number)
@@ -97,18 +97,25 @@ QString WaybillUsedQuery(const QString& number)
         + QuotedStr(number);
 }
 
-QString WaybillDisabledQuery(const QString& number)
+QString WaybillDisabledQuery(const QString& number, QStringView index)
 {
-    return u"select /*+index(a,TAB_BILL_DEL_P)*/ * from tab_bill_del a where a.bill_code="_s
+    return u"select /*+index(a,"_s + index.toString() + u")*/ * from tab_bill_del a where a.bill_code="_s
         + QuotedStr(number);
 }
 
 bool WaybillUsed(const QString& number)
 {
-    return AnyRow(WaybillUsedQuery(number));
+    return WaybillFound(WaybillUsedQuery(number));
 }
 
-bool WaybillDisabled(const QString& number)
+bool WaybillDisabled(const QString& number, QStringView index)
 {
-    return AnyRow(WaybillDisabledQuery(number));
+    return WaybillFound(WaybillDisabledQuery(number, index));
+}
+
+bool WaybillFound(const QString& sqlText)
+{
+    TClientDataSetEx& comm = *dm_BasicData->comm;
+    OpenQuery(comm, sqlText);
+    return !comm.IsEmpty();
 }

@@ -24,11 +24,18 @@ QString WaybillIssuedQuery(const QString& code, const QString& siteList);
 // Whether the number matches the pattern; tells the user when it does not.
 bool CheckWaybillFormat(const QString& code, const QString& pattern);
 
-// Whether the number matches the host's rule "MainBill". Raises wire::Error for a rule that cannot be used.
+// Whether the number matches. Raises wire::Error for a pattern that cannot be used.
+bool MatchesPattern(const QString& number, const QString& pattern);
+// The same with the host's rule "MainBill".
 bool FitsWaybillRule(const QString& number);
+// The number as stock counts it.
+QString WithoutCheckDigit(const QString& number);
 
 QString WaybillUsedQuery(const QString& number);
-QString WaybillDisabledQuery(const QString& number);
-// Whether any order on the server has the number; whether it was withdrawn. Raise wire::Error.
+// `index` is the one that the screen's query names.
+QString WaybillDisabledQuery(const QString& number, QStringView index = u"TAB_BILL_DEL_P");
+// Whether any order on the server has the number; whether it was withdrawn; whether a query about one gives
+// any row. Raise wire::Error.
 bool WaybillUsed(const QString& number);
-bool WaybillDisabled(const QString& number);
+bool WaybillDisabled(const QString& number, QStringView index = u"TAB_BILL_DEL_P");
+bool WaybillFound(const QString& sqlText);

@@ -43,7 +43,7 @@ std::optional<TIssueCheck> IssueCheckFor(const QString& billCode, const TStockSi
     const std::function<std::optional<TStockSite>(const QString& name)>& findSite)
 {
     const QString number = billCode.trimmed();
-    const QString withoutCheckDigit = number.left(std::max<qsizetype>(number.size() - 1, 0));
+    const QString withoutCheckDigit = WithoutCheckDigit(number);
     const QString notIssued = u"详细：此面单没有发放，不能进行扫描！"_s;
     if (site.type == u"同行"_s && site.material == 0)
         return std::nullopt;

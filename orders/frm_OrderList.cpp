@@ -58,7 +58,8 @@ void Tfrm_OrderList::GoToColumn(const QString& field)
 
 TSaveOutcome Tfrm_OrderList::SaveOrders(TSave save)
 {
-    save.caption = Caption();
+    if (save.caption.isEmpty())
+        save.caption = Caption();
     save.keyField = u"TX_LOGISTIC_ID"_s;
     const TSaveOutcome outcome = SaveChanges(*cds, save);
     if (SaveReloads(save.after, outcome))

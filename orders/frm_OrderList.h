@@ -29,8 +29,8 @@ protected:
     void CheckRow(const std::function<void()>& rules);
     // To the column that a rule complains of.
     virtual void GoToColumn(const QString& field);
-    // The save with the screen's caption, found again by order number; the current order's goods are read
-    // again with the list.
+    // The save under the screen's caption where it has none of its own, found again by order number; the
+    // current order's goods are read again with the list.
     TSaveOutcome SaveOrders(TSave save);
 
     TDataView* DataView1 = nullptr; // the orders
