@@ -1,10 +1,12 @@
 #include "module/Registry.h"
 
+#include "dispatch/frm_CenterBillBack.h"
 #include "dispatch/frm_UnDispartBill.h"
 #include "orders/frm_AcceptBill.h"
 #include "orders/frm_RecBill.h"
 #include "orders/frm_RecBillQuery.h"
 #include "reports/frm_BillQuery.h"
+#include "reports/frm_CenterBillQuery.h"
 #include "reports/frm_UnAccept.h"
 #include "reports/frm_UnRec.h"
 
@@ -32,6 +34,8 @@ std::span<TScreenSlot> ScreenSlots()
         Slot<Tfrm_UnDispartBill>(),
         Slot<Tfrm_UnAccept>(),
         Slot<Tfrm_UnRec>(),
+        Slot<Tfrm_CenterBillBack>(),
+        Slot<Tfrm_CenterBillQuery>(),
     };
     return slots;
 }

@@ -40,6 +40,14 @@ void OfferStatusFilter(TDBComboBoxEh& box, company::StatusUse use, std::initiali
     box.SetText(AnyValue());
 }
 
+void OfferSearchStatuses(TDBComboBoxEh& box, company::StatusUse use)
+{
+    using namespace company;
+    OfferStatusFilter(box, use,
+        {kStatusCancelled, kStatusWaiting, kStatusAccepted, kStatusRefused, kStatusPickedUp,
+            kStatusPickupFailed, kStatusInTransit, kStatusDelivered, kStatusDeliveryFailed});
+}
+
 void OfferReasonFilter(TDBComboBoxEh& box)
 {
     const QStringList reasons = QStringList{AnyValue()} + company::CancelReasons();

@@ -17,6 +17,8 @@ QString FilterKey(const TDBComboBoxEh& box);
 
 // Statuses by name, the codes behind them; a list to choose from, not to type into.
 void OfferStatusFilter(TDBComboBoxEh& box, company::StatusUse use, std::initializer_list<int> statuses);
+// The same with every status but those of the handhelds.
+void OfferSearchStatuses(TDBComboBoxEh& box, company::StatusUse use);
 void OfferReasonFilter(TDBComboBoxEh& box);
 void OfferProvinceFilter(TDBComboBoxEh& box, const QStringList& provinces);
 

@@ -162,6 +162,7 @@ TColumnEh OrderColumn(const OrderColumnUse& use)
     column.width = look->width;
     column.visible = use.visible;
     column.readOnly = !use.editable;
+    column.nullText = use.nullText.toString();
     if (!use.title.isEmpty())
         column.title = use.title.toString();
     else

@@ -16,6 +16,7 @@ struct OrderColumnUse {
     bool summed = false; // in the footer
     QStringView sumWord{}; // above the sum
     QStringView title{}; // where the screen has its own
+    QStringView nullText{}; // shown where there is no value
 };
 
 // Grid columns for these fields, with caption, width, alignment and the lists of values that every screen

@@ -1,6 +1,5 @@
 #include "reports/OrderQueryCriteria.h"
 
-#include "company/OrderStatus.h"
 #include "module/data/SqlText.h"
 #include "orders/FilterBoxes.h"
 
@@ -33,11 +32,7 @@ QString OfSource(const TCriterion& criterion, const TOrderCriteria& criteria)
 
 void OfferStatuses(TDBComboBoxEh& box)
 {
-    using namespace company;
-    OfferStatusFilter(box, StatusUse::OrderQuery,
-        {company::kStatusCancelled, company::kStatusWaiting, company::kStatusAccepted,
-            company::kStatusRefused, company::kStatusPickedUp, company::kStatusPickupFailed,
-            company::kStatusInTransit, company::kStatusDelivered, company::kStatusDeliveryFailed});
+    OfferSearchStatuses(box, company::StatusUse::OrderQuery);
 }
 
 void OfferSources(TDBComboBoxEh& box)

@@ -1,5 +1,5 @@
 #include "reports/OrderQueryCriteria.h"
-#include "reports/TrailQuery.h"
+#include "orders/TrailQuery.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "module/data/PastedNumbers.h"
 #include "orders/FilterBoxes.h"
 #include "reports/OrderQueryCriteria.h"
-#include "reports/TrailQuery.h"
+#include "orders/TrailQuery.h"
 #include "tests/server/ServerFixture.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "reports/TrailQuery.h"
+#include "orders/TrailQuery.h"
 
 #include "module/data/SqlText.h"
 
