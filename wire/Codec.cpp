@@ -1,5 +1,6 @@
 #include "wire/Codec.h"
 
+#include "wire/Budgets.h"
 #include "wire/Reader.h"
 
 #include <algorithm>
@@ -9,8 +10,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace wire {
 namespace {
 
-// A null takes a byte on its way and forty in memory.
-constexpr qint64 kMaxPresentValues = 8'000'000;
 // More of a message than a box can show.
 constexpr qsizetype kMostShown = 16'384;
 
@@ -108,14 +107,50 @@ qint64 CellsOf(qint64 count)
     return std::max<qint64>(count, 1);
 }
 
+[[noreturn]] void RaiseTooLarge(qint64 bytes)
+{
+    throw Error(ErrorKind::Data, u"一次保存的数据过大（%1 MB），请分批保存！"_s.arg(bytes >> 20));
+}
+
+// What a change log takes in memory, asked for some at a time before it is taken.
+class ChangeMemory {
+public:
+    explicit ChangeMemory(MemoryBudget* budget = nullptr)
+        : budget_(budget)
+    {
+    }
+    void AddCells(qint64 count) { Add(count * qint64(sizeof(CellChange))); }
+    void AddRows(qint64 count) { Add(count * qint64(sizeof(RowChange))); }
+    // Characters of texts that take so many bytes on their way.
+    void AddTextBytes(qint64 bytes) { Add(bytes * qint64(sizeof(QChar))); }
+    void AddTextHead(const Value& value) { Add(std::holds_alternative<QString>(value) ? kTextHead : 0); }
+
+private:
+    void Add(qint64 bytes)
+    {
+        constexpr qint64 kAtATime = 64 << 10;
+        if ((total_ += bytes) > kMaxChangeMemory)
+            RaiseTooLarge(total_);
+        if (budget_ != nullptr && (due_ += bytes) >= kAtATime)
+            budget_->Take(std::exchange(due_, 0));
+    }
+
+    MemoryBudget* budget_;
+    qint64 total_ = 0;
+    qint64 due_ = 0;
+};
+
 void PutChanges(Packet& out, const ChangeLog& changes)
 {
     qint64 cells = 0;
+    ChangeMemory memory;
+    memory.AddRows(static_cast<qint64>(changes.rows.size()));
     out.PutText(changes.commandText);
     PutInfos(out, changes.columns);
     out.Put(static_cast<quint32>(changes.rows.size()));
     for (const RowChange& row : changes.rows) {
         RequireCells(cells += CellsOf(static_cast<qint64>(row.cells.size())));
+        memory.AddCells(static_cast<qint64>(row.cells.size()));
         out.Put(static_cast<quint8>(row.kind));
         out.Put(row.rowId);
         out.Put(static_cast<quint32>(row.cells.size()));
@@ -123,20 +158,26 @@ void PutChanges(Packet& out, const ChangeLog& changes)
             out.Put(cell.column);
             PutValue(out, cell.original);
             PutValue(out, cell.current);
+            memory.AddTextHead(cell.original);
+            memory.AddTextHead(cell.current);
         }
     }
-    if (out.Size() - kHeaderSize > qsizetype(kMaxRequestBody))
-        throw Error(ErrorKind::Data,
-            u"一次保存的数据过大（%1 MB），请分批保存！"_s.arg((out.Size() - kHeaderSize) >> 20));
+    const qint64 bytes = out.Size() - kHeaderSize;
+    if (bytes > kMaxRequestBody)
+        RaiseTooLarge(bytes);
+    memory.AddTextBytes(bytes);
 }
 
-ChangeLog GetChanges(Reader& in)
+ChangeLog GetChanges(Reader& in, MemoryBudget* budget)
 {
+    ChangeMemory memory(budget);
+    memory.AddTextBytes(in.Left()); // more than all of them
     ChangeLog changes;
     changes.commandText = in.GetText();
     changes.columns = GetInfos(in);
     const quint32 rows = in.GetCount(9);
     RequireCells(rows);
+    memory.AddRows(rows);
     qint64 cells = 0;
     changes.rows.resize(rows);
     for (RowChange& row : changes.rows) {
@@ -147,6 +188,7 @@ ChangeLog GetChanges(Reader& in)
         row.rowId = in.Get<quint32>();
         const quint32 count = in.GetCount(4);
         RequireCells(cells += CellsOf(count));
+        memory.AddCells(count);
         row.cells.resize(count);
         for (CellChange& cell : row.cells) {
             cell.column = in.Get<quint16>();
@@ -154,6 +196,8 @@ ChangeLog GetChanges(Reader& in)
                 Malformed(u"change of column %1 of %2"_s.arg(cell.column).arg(changes.columns.size()));
             cell.original = GetValue(in);
             cell.current = GetValue(in);
+            memory.AddTextHead(cell.original);
+            memory.AddTextHead(cell.current);
         }
     }
     return changes;
@@ -225,7 +269,7 @@ Packet EncodeRequest(const Request& request, quint32 number, bool compressionWel
     return out;
 }
 
-Request DecodeRequest(const Frame& frame)
+Request DecodeRequest(const Frame& frame, MemoryBudget* budget)
 {
     Reader in(frame);
     Request request;
@@ -236,6 +280,8 @@ Request DecodeRequest(const Frame& frame)
         break;
     case FrameKind::Query:
     case FrameKind::Execute:
+        if (budget != nullptr)
+            budget->Take(in.Left() * qint64(sizeof(QChar)));
         request.text = in.GetText();
         break;
     case FrameKind::ApplyUpdates:
@@ -243,7 +289,7 @@ Request DecodeRequest(const Frame& frame)
             request.name.client.size());
         request.name.number = in.Get<quint64>();
         request.maxErrors = in.Get<qint32>();
-        request.changes = GetChanges(in);
+        request.changes = GetChanges(in, budget);
         break;
     case FrameKind::Clock:
         break;

@@ -11,7 +11,8 @@ namespace wire {
 // that its sender knows that nothing of it was stored.
 
 WIRE_EXPORT Packet EncodeRequest(const Request& request, quint32 number, bool compressionWelcome = false);
-WIRE_EXPORT Request DecodeRequest(const Frame& frame);
+// `budget` answers for what the request takes; none: nobody does.
+WIRE_EXPORT Request DecodeRequest(const Frame& frame, MemoryBudget* budget = nullptr);
 
 WIRE_EXPORT Packet EncodeColumns(const ColumnInfos& infos, quint32 number);
 WIRE_EXPORT ColumnInfos DecodeColumns(const Frame& frame);

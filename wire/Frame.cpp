@@ -1,5 +1,6 @@
 #include "wire/Frame.h"
 
+#include "wire/Budgets.h"
 #include "wire/Reader.h"
 
 #include <QtEndian>
@@ -27,7 +28,7 @@ bool IsKind(quint8 kind)
         || (kind >= quint8(FrameKind::Columns) && kind <= quint8(FrameKind::Error));
 }
 
-Array<char> Decompress(const Array<char>& body, quint32 limit)
+Array<char> Decompress(const Array<char>& body, quint32 limit, MemoryBudget* budget)
 {
     if (body.Size() < 4)
         Malformed(u"compressed frame without a size"_s);
@@ -37,6 +38,8 @@ Array<char> Decompress(const Array<char>& body, quint32 limit)
     // zstd knows the size too: nothing is allocated on the sender's word alone.
     if (ZSTD_getFrameContentSize(body.Begin() + 4, static_cast<size_t>(body.Size() - 4)) != size)
         Malformed(u"compressed frame contradicts its size"_s);
+    if (budget != nullptr)
+        budget->Take(size);
     Array<char> plain;
     const size_t got =
         ZSTD_decompress(plain.Extend(size), size, body.Begin() + 4, static_cast<size_t>(body.Size() - 4));
@@ -110,12 +113,19 @@ void Packet::Seal(bool compress)
     qToLittleEndian(static_cast<quint32>(bytes_.Size() - kHeaderSize), bytes_.Begin());
 }
 
-FrameChannel::FrameChannel()
+FrameChannel::FrameChannel(MemoryBudget* budget)
+    : budget_(budget)
 {
     buffer_.Extend(kReadAhead);
 }
 
 FrameChannel::~FrameChannel() = default;
+
+void FrameChannel::TakeMemory(qsizetype bytes)
+{
+    if (budget_ != nullptr)
+        budget_->Take(bytes);
+}
 
 // Reads until `size` bytes (at most the buffer's) are there; false at the end of the stream.
 bool FrameChannel::Fill(qsizetype size, bool idle)
@@ -149,12 +159,16 @@ bool FrameChannel::Read(Frame& frame, quint32 limit)
     const qsizetype length = frame.header.length;
     const qsizetype ahead = std::min(length, end_ - begin_);
     // The body grows with what arrives: a length alone costs nobody memory.
+    TakeMemory(ahead);
     frame.body.Append(buffer_.Begin() + begin_, ahead);
     begin_ += ahead;
     constexpr qsizetype kStep = 1 << 20;
+    qsizetype taken = ahead;
     while (frame.body.Size() < length) {
         const qsizetype have = frame.body.Size();
         const qsizetype want = std::min(length - have, kStep);
+        TakeMemory(want - (taken - have));
+        taken = have + want;
         char* const to = frame.body.Extend(want);
         const qsizetype got = ReadSome(to, want, false);
         frame.body.Truncate(have + got);
@@ -163,7 +177,7 @@ bool FrameChannel::Read(Frame& frame, quint32 limit)
                 u"connection ended after %1 of %2 bytes of a frame"_s.arg(have).arg(length));
     }
     if ((frame.header.flags & frameFlag::Compressed) != 0)
-        frame.body = Decompress(frame.body, limit);
+        frame.body = Decompress(frame.body, limit, budget_);
     return true;
 }
 

@@ -6,6 +6,8 @@
 
 namespace wire {
 
+class MemoryBudget;
+
 // A message on its way: twelve bytes of header, little-endian, then the body.
 //
 //   0  length of the body, 4 bytes
@@ -88,12 +90,13 @@ private:
 // A connection as a sequence of frames; what carries the bytes is added below it.
 class WIRE_EXPORT FrameChannel {
 public:
-    FrameChannel();
+    // `budget`: answers for the bodies that are read; must outlive this. None: nobody does.
+    explicit FrameChannel(MemoryBudget* budget = nullptr);
     virtual ~FrameChannel();
 
     // Waits for the next frame; false where the other side closed the connection between two frames.
     // Raises Error(Protocol) for what is no frame or has a body above `limit`, compressed or not;
-    // Error(Connection) where the stream ends in the middle of a frame; and what ReadSome raises.
+    // Error(Connection) where the stream ends in the middle of a frame; what the budget and ReadSome raise.
     bool Read(Frame& frame, quint32 limit);
     // Raises what WriteAll raises.
     void Write(const Packet& packet) { WriteAll(packet.Data(), packet.Size()); }
@@ -106,7 +109,9 @@ protected:
 
 private:
     bool Fill(qsizetype size, bool idle);
+    void TakeMemory(qsizetype bytes);
 
+    MemoryBudget* budget_;
     Array<char> buffer_; // read ahead, so that a small frame is one read
     qsizetype begin_ = 0;
     qsizetype end_ = 0;

@@ -62,6 +62,7 @@ public:
             Malformed(QStringLiteral("unknown column type %1").arg(type));
         return static_cast<ColumnType>(type);
     }
+    qsizetype Left() const noexcept { return left_; }
     void Finish() const
     {
         if (left_ != 0)

@@ -2,6 +2,7 @@
 
 #include "server/provider/RowRule.h"
 #include "server/refusal/UserTexts.h"
+#include "wire/Budgets.h"
 
 #include <QStringList>
 
@@ -64,6 +65,7 @@ public:
                     waitingVerdicts_[waiting_++] = number;
             } catch (Refusal& refusal) {
                 verdict.reason = std::move(refusal.reason);
+                CountRefused(verdict);
             }
             if (waiting_ == kRowsAtOnce)
                 Flush();
@@ -281,9 +283,22 @@ private:
             return;
         const std::span<const RowWrite> writes(writes_.data(), waiting_);
         writer_->Write(writes, std::span(results_).first(waiting_));
-        for (size_t i = 0; i < waiting_; ++i)
-            Judge(writes[i], results_[i], verdicts_[waitingVerdicts_[i]]);
+        for (size_t i = 0; i < waiting_; ++i) {
+            RowVerdict& verdict = verdicts_[waitingVerdicts_[i]];
+            Judge(writes[i], results_[i], verdict);
+            if (!verdict.accepted)
+                CountRefused(verdict);
+        }
         waiting_ = 0;
+    }
+
+    // Few bytes of a log may be refused with very many: it ends as soon as no reply could hold them.
+    void CountRefused(const RowVerdict& verdict)
+    {
+        ++refused_;
+        size_.Add(verdict);
+        if (size_.IsTooLarge())
+            throw wire::Error(wire::ErrorKind::Limit, texts::TooManyRefusals(refused_));
     }
 
     void Judge(const RowWrite& write, RowResult& result, RowVerdict& verdict)
@@ -358,6 +373,8 @@ private:
     std::unique_ptr<storage::RowWriter> writer_;
     ForbiddenRows& forbidden_;
     std::vector<RowVerdict> verdicts_;
+    wire::OutcomeSize size_; // of those that are refused
+    int refused_ = 0;
     // Rows on their way to the storage, kept from one batch to the next for their memory.
     std::vector<RowWrite> writes_;
     std::array<RowResult, kRowsAtOnce> results_;

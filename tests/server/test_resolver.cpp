@@ -301,6 +301,22 @@ TEST(OutcomeTest, WhatNoReplyCanHoldIsKnownBeforeTheCommit)
     EXPECT_EQ(ErrorOf([&] { RequireSendable(outcome); }).Kind(), wire::ErrorKind::Limit);
 }
 
+// A few hundred kilobytes on their way; each refused row comes back with a value for every column.
+TEST_P(ResolverTest, FalseRowsOfManyColumnsEndBeforeTheirVerdictsFillTheMemory)
+{
+    Changes changes = Log();
+    changes.log.columns.resize(1'900, {u"Z"_s, wire::ColumnType::Text});
+    changes.Update(0, {{u"STATUS"_s, qint64(1)}});
+    Raw("update tab_zelmor_bill set STATUS = 3 where TX_LOGISTIC_ID = 'A'");
+    changes.log.rows.resize(2'500, changes.log.rows.front());
+    changes.log.rows.front() = {
+        wire::ChangeKind::Insert, 1, {{changes.log.rows.back().cells.front().column, {}, u"NEW"_s}}};
+    const wire::Error error = ErrorOf([&] { client_.Apply(changes.log); });
+    EXPECT_EQ(error.Kind(), wire::ErrorKind::Limit);
+    EXPECT_TRUE(error.Message().contains(u"全部没有保存"_s)) << error.what();
+    EXPECT_EQ(Of("STATUS", "NEW"), u"(no row)"_s);
+}
+
 ZELMOR_FOR_EACH_STORAGE(ResolverTest);
 INSTANTIATE_TEST_SUITE_P(
     Odbc, ResolverTest, ::testing::Values(StorageKind::OdbcToSqlite, StorageKind::OdbcToPostgres), NameOf);

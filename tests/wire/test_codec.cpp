@@ -1,3 +1,4 @@
+#include "wire/Budgets.h"
 #include "wire/Codec.h"
 
 #include <gtest/gtest.h>
@@ -476,11 +477,11 @@ TEST(CodecTest, RepliesAreBounded)
         out.Put(quint32(1));
         out.Put(quint8(2));
         out.PutText({});
-        out.Put(quint32(8'000'001));
-        const QByteArray values(8'000'001, '\0');
+        out.Put(quint32(kMaxPresentValues + 1));
+        const QByteArray values(kMaxPresentValues + 1, '\0');
         out.Put(values.constData(), values.size());
     });
-    EXPECT_TRUE(ReasonOf([&] { DecodeDone(nulls); }).contains(u"more than 8000000"));
+    EXPECT_TRUE(ReasonOf([&] { DecodeDone(nulls); }).contains(u"more than 4194304"));
     const Frame columns = frame(FrameKind::Columns, [](Packet& out) {
         out.Put(quint32(kMaxColumns + 1));
         const QByteArray rest((kMaxColumns + 1) * 10, '\1');
@@ -539,6 +540,22 @@ TEST(CodecTest, ChangeLogsThatAreTooLargeAreRefusedByBothSides)
     EXPECT_EQ(DecodeRequest(packet(1, most, qsizetype(most) * 4)).changes.rows.at(0).cells.size(), most);
     EXPECT_TRUE(refused([&] { DecodeRequest(packet(1, most + 1, qsizetype(most + 1) * 4)); }));
     EXPECT_TRUE(refused([&] { DecodeRequest(packet(most + 1, 0, qsizetype(most + 1) * 9)); }));
+
+    // Short texts take ten times in memory what they take on their way; whoever answers for it is asked
+    // first.
+    struct : MemoryBudget {
+        void Take(qint64 bytes) override { taken += bytes; }
+        qint64 taken = 0;
+    } budget;
+    Request texts = SampleApply();
+    texts.changes.rows.resize(1);
+    texts.changes.rows[0].cells.assign(500'000, CellChange{0, u"a"_s, u"b"_s});
+    const Packet sent = EncodeRequest(texts, 1);
+    EXPECT_EQ(DecodeRequest(FrameOf(BytesOf(sent)), &budget).changes.rows[0].cells.size(), 500'000u);
+    EXPECT_GT(budget.taken, 500'000 * qint64(sizeof(CellChange)) + sent.Size());
+    EXPECT_LT(budget.taken, kMaxChangeMemory);
+    texts.changes.rows[0].cells.resize(1'250'000, CellChange{0, u"a"_s, u"b"_s});
+    EXPECT_TRUE(refused([&] { EncodeRequest(texts, 1); }));
 
     Request apply = SampleApply();
     apply.changes.rows.resize(1);
