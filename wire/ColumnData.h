@@ -318,6 +318,12 @@ public:
     }
     // Bytes of its texts.
     qsizetype TextBytes() const noexcept { return bytes_.Size(); }
+    // Bytes held, those that wait for the next rows included.
+    size_t MemoryUse() const noexcept
+    {
+        return flags_.MemoryUse() + ints_.MemoryUse() + numbers_.MemoryUse() + bytes_.MemoryUse()
+            + ends_.MemoryUse();
+    }
 
     qsizetype Nulls() const noexcept { return nulls_; }
     // The cells in order: of a text its bytes, and where each ends in them (a null is empty); of other types

@@ -69,6 +69,10 @@ inline QString TooManyRows(qint64 limit)
 {
     return QStringLiteral("查询结果超过%1行，请缩小查询范围！").arg(limit);
 }
+inline QString RowTooLong()
+{
+    return QStringLiteral("查询结果里有一行过长，请减少查询的列！");
+}
 inline QString TimeOver(int seconds)
 {
     return QStringLiteral("执行时间超过%1秒，已停止，请缩小查询范围！").arg(seconds);

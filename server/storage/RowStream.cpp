@@ -15,6 +15,7 @@ namespace storage {
 namespace {
 
 constexpr size_t kBlocksInFlight = 4;
+constexpr qsizetype kBytesAhead = 8 << 20; // of texts that wait to be taken
 // Usual rows stay below it.
 constexpr qsizetype kBytesPerReply = 16 << 20;
 
@@ -74,6 +75,7 @@ public:
         {
             const std::lock_guard lock(mutex_);
             free_.push_back(blocks);
+            bytesAhead_ -= TextBytes(*blocks);
         }
         changed_.notify_all();
     }
@@ -87,7 +89,8 @@ private:
                 CellBlocks* blocks = nullptr;
                 {
                     std::unique_lock lock(mutex_);
-                    changed_.wait(lock, [this] { return cancelled_ || !free_.empty(); });
+                    changed_.wait(
+                        lock, [this] { return cancelled_ || (!free_.empty() && bytesAhead_ < kBytesAhead); });
                     if (cancelled_)
                         break;
                     blocks = free_.front();
@@ -96,8 +99,10 @@ private:
                 more = FillBlocks(source_, *blocks);
                 {
                     const std::lock_guard lock(mutex_);
-                    if (RowCount(*blocks) > 0)
+                    if (RowCount(*blocks) > 0) {
                         full_.push_back(blocks);
+                        bytesAhead_ += TextBytes(*blocks);
+                    }
                 }
                 changed_.notify_all();
             }
@@ -117,6 +122,7 @@ private:
     std::condition_variable changed_;
     std::deque<CellBlocks*> free_;
     std::deque<CellBlocks*> full_;
+    qsizetype bytesAhead_ = 0;
     bool cancelled_ = false;
     bool finished_ = false;
     std::exception_ptr error_;
@@ -182,6 +188,12 @@ private:
 } // namespace
 
 RowSource::~RowSource() = default;
+
+void RaiseRowTooLong()
+{
+    throw server::RefusedError(
+        server::RefusalReason::Size, wire::ErrorKind::Limit, server::texts::RowTooLong());
+}
 
 CellBlocks MakeCellBlocks(std::span<const wire::ColumnInfo> infos)
 {

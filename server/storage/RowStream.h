@@ -18,6 +18,8 @@ using CellBlocks = std::vector<wire::CellBlock>;
 
 CellBlocks MakeCellBlocks(std::span<const wire::ColumnInfo> infos);
 
+[[noreturn]] void RaiseRowTooLong();
+
 inline qsizetype TextBytes(const CellBlocks& blocks)
 {
     qsizetype bytes = 0;
@@ -26,11 +28,26 @@ inline qsizetype TextBytes(const CellBlocks& blocks)
     return bytes;
 }
 
-// Rows with texts of unusual length fill a block before it has kRows of them.
+// Rows with texts of unusual length fill a block before it has kRows of them. Raises wire::Error (Limit)
+// where the last row alone is more than anybody reads.
 inline bool AreFull(const CellBlocks& blocks)
 {
     constexpr qsizetype kManyBytes = 4 << 20;
-    return blocks.front().RowCount() >= wire::CellBlock::kRows || TextBytes(blocks) > kManyBytes;
+    constexpr qsizetype kLongestRow = 8 << 20;
+    if (blocks.front().RowCount() >= wire::CellBlock::kRows)
+        return true;
+    const qsizetype bytes = TextBytes(blocks);
+    if (bytes > kManyBytes + kLongestRow)
+        RaiseRowTooLong();
+    return bytes > kManyBytes;
+}
+
+inline size_t MemoryUse(const CellBlocks& blocks)
+{
+    size_t bytes = 0;
+    for (const wire::CellBlock& cells : blocks)
+        bytes += cells.MemoryUse();
+    return bytes;
 }
 
 // Asked after each row. A row of many columns may hold many bytes.

@@ -7,6 +7,10 @@
 
 #include <QFile>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 namespace server::testing {
 namespace {
 
@@ -225,6 +229,40 @@ TEST(RowStream, LongTextsAreHandedOnInSmallParts)
     EXPECT_EQ(sink.rows, kRows);
     EXPECT_LT(sink.most, size_t(64) << 20); // of 94 MB
 }
+
+TEST_F(StorageFaultTest, ARowIsNoLongerThanAnybodyReads)
+{
+    QStringList columns;
+    for (int i = 0; i < 400; ++i)
+        columns += u"replace(lpad('a',4000,'a'),'a','%1') c%1"_s.arg(i, 12, 10, QChar(u'0'));
+    const wire::Error error =
+        ErrorOf([&] { LoggedIn().Query(u"select %1 from dual"_s.arg(columns.join(u','))); });
+    EXPECT_EQ(error.Kind(), wire::ErrorKind::Limit);
+    EXPECT_TRUE(error.Message().contains(u"过长"_s)) << error.what();
+}
+
+#ifdef __GLIBC__
+// Statements keep what their rows were read into; wide ones megabytes each.
+TEST_F(StorageFaultTest, WhatStatementsKeepHasABudget)
+{
+    Raw("with recursive n(i) as (select 1 union all select i + 1 from n where i < 1000) insert into "
+        "tab_zelmor_bill(TX_LOGISTIC_ID, STATUS) select 'X' || i, i from n");
+    const auto held = [] {
+        const auto info = mallinfo2();
+        return info.uordblks + info.hblkhd;
+    };
+    Client client = LoggedIn();
+    client.Query(kOrders);
+    const size_t before = held();
+    for (int statement = 0; statement < 20; ++statement) {
+        QStringList columns;
+        for (int i = 0; i < 900; ++i)
+            columns += u"a.STATUS s%1_%2"_s.arg(statement).arg(i);
+        client.Query(u"select %1 from tab_zelmor_bill a where rownum <= 1000"_s.arg(columns.join(u',')));
+    }
+    EXPECT_LT(held() - before, size_t(60) << 20); // of 160 MB
+}
+#endif
 
 TEST_F(StorageFaultTest, TextsLargerThanTheDatabaseTakesAreRefusedAsSuch)
 {

@@ -8,6 +8,7 @@ namespace {
 
 constexpr size_t kPreparedStatements = 300;
 constexpr size_t kPreparedBytes = 8 << 20; // of their texts, here as there
+constexpr size_t kKeptBytes = 24 << 20; // by what their last rows were read into
 // So many rows, the last time, may come together.
 constexpr qint64 kRowsTogether = wire::CellBlock::kRows;
 constexpr int kMostReads = 256; // of 16 KB each: what rows that come together may take of the memory
@@ -34,6 +35,15 @@ PreparedPtr Pipeline::Prepare(const std::string& sql, const std::vector<Oid>& ty
     return found;
 }
 
+void Pipeline::Weigh(Prepared& statement)
+{
+    const size_t kept = MemoryUse(statement.scratch);
+    keptBytes_ += kept - statement.keptBytes;
+    statement.keptBytes = kept;
+    while (keptBytes_ > kKeptBytes && statements_.size() > 1)
+        DropLeastUsed();
+}
+
 void Pipeline::DropLeastUsed()
 {
     const auto least =
@@ -41,6 +51,7 @@ void Pipeline::DropLeastUsed()
     if (least->second->sent)
         retired_.push_back("deallocate " + least->second->name);
     textBytes_ -= least->second->sql.size();
+    keptBytes_ -= least->second->keptBytes;
     statements_.erase(least);
 }
 

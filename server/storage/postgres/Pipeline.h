@@ -21,6 +21,7 @@ struct Prepared {
     quint64 lastUse = 0;
     std::optional<CellReaders> readers; // once its first rows have come
     CellBlocks scratch;
+    size_t keptBytes = 0; // by `scratch`
     qint64 rows = kUnknownRows; // the last time
 };
 using PreparedPtr = std::shared_ptr<Prepared>;
@@ -36,6 +37,9 @@ public:
 
     // Keeps the last few hundred, by text and parameter types.
     PreparedPtr Prepare(const std::string& sql, const std::vector<Oid>& types);
+
+    // Drops others where they keep too much between their runs. To be called after a run of this one.
+    void Weigh(Prepared& statement);
 
     // Travels with what is sent next.
     void Defer(const char* command) { deferred_.emplace_back(command); }
@@ -92,6 +96,7 @@ private:
     Link& link_;
     std::unordered_map<std::string, PreparedPtr> statements_;
     size_t textBytes_ = 0; // of all of them
+    size_t keptBytes_ = 0; // by all of them
     std::string key_; // memory for look-ups
     quint64 uses_ = 0;
     quint64 names_ = 0;

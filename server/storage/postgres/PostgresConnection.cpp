@@ -14,6 +14,8 @@ namespace {
 // saves (from about 300 rows of 72 columns on).
 constexpr qint64 kCopiedRows = 400;
 
+constexpr qint64 kFewRows = 32; // keep next to nothing
+
 constexpr auto kBegin = "begin";
 constexpr auto kSetPoint = "savepoint zelmor_point";
 constexpr auto kToPoint = "rollback to savepoint zelmor_point";
@@ -179,6 +181,7 @@ qint64 PostgresConnection::Query(
             const qint64 count = StreamRows(rows, statement->scratch, limits, sink);
             if (HoldMuch(statement->scratch))
                 statement->scratch = MakeCellBlocks(*select.translation->columns);
+            pipeline_.Weigh(*statement);
             return statement->rows = count;
         }
     }
@@ -204,6 +207,8 @@ qint64 PostgresConnection::Read(const PreparedPtr& statement, const std::vector<
             const qint64 count = StreamRows(rows, statement->scratch, limits, sink);
             if (HoldMuch(statement->scratch))
                 statement->scratch = MakeCellBlocks(columns);
+            if (count > kFewRows)
+                pipeline_.Weigh(*statement);
             pipeline_.Finish();
             return statement->rows = count;
         } catch (...) {

@@ -10,6 +10,7 @@ namespace {
 
 constexpr size_t kPreparedStatements = 200;
 constexpr size_t kPreparedBytes = 32 << 20; // of all of them, far more than the screens' need
+constexpr qint64 kFewRows = 32; // keep next to nothing
 // Virtual machine instructions between two questions whether to stop.
 constexpr int kStopInterval = 5000;
 
@@ -102,6 +103,8 @@ qint64 SqliteConnection::Query(
     const qint64 count = StreamRows(rows, prepared.scratch, limits, sink);
     if (HoldMuch(prepared.scratch))
         prepared.scratch = MakeCellBlocks(*prepared.translation->columns);
+    if (count > kFewRows)
+        Weigh(prepared);
     return count;
 }
 
@@ -211,6 +214,17 @@ SqliteConnection::Prepared& SqliteConnection::Prepare(
             prepared.statement.Bind(number, translated.literals[static_cast<size_t>(parameter.literal)]);
     }
     return prepared;
+}
+
+// What it keeps for its next run may be many times what it is itself.
+void SqliteConnection::Weigh(Prepared& prepared)
+{
+    const size_t kept = MemoryUse(prepared.scratch);
+    prepared.bytes += kept - prepared.keptBytes;
+    preparedBytes_ += kept - prepared.keptBytes;
+    prepared.keptBytes = kept;
+    while (preparedBytes_ > kPreparedBytes && prepared_.size() > 1)
+        DropLeastUsed();
 }
 
 void SqliteConnection::DropLeastUsed()

@@ -38,10 +38,12 @@ private:
         Statement statement;
         CellBlocks scratch;
         size_t bytes = 0; // that it holds
+        size_t keptBytes = 0; // of them, by `scratch`
         quint64 lastUse = 0;
     };
     // Valid until the next call; bound.
     Prepared& Prepare(const dialect::Translated& translated, wire::DateTime now);
+    void Weigh(Prepared& prepared);
     void DropLeastUsed();
     Statement& Own(std::string_view sql, std::span<const wire::Value> parameters);
 
