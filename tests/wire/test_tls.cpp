@@ -140,6 +140,35 @@ TEST(TlsTest, OnlyAServerThatProvesItselfIsSpokenTo)
     EXPECT_FALSE(Failure([&] { LogIn(WayTo(fake.Port())); }));
 }
 
+// No server of ours would serve with it.
+TEST(TlsTest, AnExpiredCertificateIsNotSpokenTo)
+{
+    const TestAuthority::Files files = Authority().Issue(u"IP:127.0.0.1"_s, -1);
+    QFile pem(files.key);
+    ASSERT_TRUE(pem.open(QFile::ReadOnly));
+    QSslConfiguration configuration;
+    configuration.setLocalCertificateChain(QSslCertificate::fromPath(files.certificates));
+    configuration.setPrivateKey(QSslKey(pem.readAll(), QSsl::Ec));
+    struct : QTcpServer {
+        void incomingConnection(qintptr descriptor) override { client = descriptor; }
+        qintptr client = -1;
+    } server;
+    ASSERT_TRUE(server.listen(QHostAddress::LocalHost));
+    std::optional<Error> error;
+    std::thread client([&, port = server.serverPort()] { error = Failure([&] { LogIn(WayTo(port)); }); });
+    server.waitForNewConnection(5000);
+    QSslSocket socket;
+    socket.setSslConfiguration(configuration);
+    socket.setSocketDescriptor(server.client);
+    socket.startServerEncryption();
+    socket.waitForEncrypted(5000);
+    socket.waitForDisconnected(5000);
+    client.join();
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->Kind(), ErrorKind::Policy);
+    EXPECT_TRUE(error->Message().contains(u"过期")) << qUtf8Printable(error->Message());
+}
+
 TEST(TlsTest, PlainAndEncryptedDoNotMixAndSaySo)
 {
     FakeListener encrypted(0, With(Authority().Issue()));
