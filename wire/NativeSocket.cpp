@@ -198,6 +198,23 @@ bool NativeSocket::Send(const char* bytes, qsizetype size, int timeout)
     return true;
 }
 
+qsizetype NativeSocket::SendSome(const char* bytes, qsizetype size, const QDeadlineTimer& deadline)
+{
+    const auto socket = static_cast<Handle>(descriptor_);
+    qsizetype done = 0;
+    while (done < size) {
+        const auto sent =
+            send(socket, bytes + done, static_cast<Length>(std::min(size - done, kLargestStep)), kSendFlags);
+        if (sent > 0)
+            done += static_cast<qsizetype>(sent);
+        else if (sent < 0 && !WasInterrupted(LastError()) && !WouldBlock(LastError()))
+            RaiseLast();
+        else if (!(sent < 0 && WasInterrupted(LastError())) && !Wait(socket, POLLOUT, deadline))
+            break;
+    }
+    return done;
+}
+
 bool NativeSocket::WaitToSend(const QDeadlineTimer& deadline)
 {
     return Wait(static_cast<Handle>(descriptor_), POLLOUT, deadline);

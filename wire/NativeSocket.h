@@ -26,6 +26,8 @@ public:
     // Sends everything. False when the next 128 KB (or what is left) could not be sent within `timeout`
     // milliseconds. Raises Error(Connection).
     bool Send(const char* bytes, qsizetype size, int timeout);
+    // Sends what can be sent until then; gives the number of bytes. Raises Error(Connection).
+    qsizetype SendSome(const char* bytes, qsizetype size, const QDeadlineTimer& deadline);
     // As Receive, but what came stays to be received.
     qsizetype Peek(char* to, qsizetype size, int timeout);
     // False when nothing could be sent until then. Raises Error(Connection).

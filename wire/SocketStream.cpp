@@ -71,25 +71,49 @@ qsizetype SocketStream::ReceiveDecrypted(char* to, qsizetype size, int timeout)
     return tls_->read(to, size);
 }
 
+qsizetype SocketStream::SendSome(const char* bytes, qsizetype size, const QDeadlineTimer& deadline)
+{
+    sent_ = true;
+    if (tls_ == nullptr)
+        return native_.SendSome(bytes, size, deadline);
+    qsizetype done = 0;
+    while (done < size && SendEncryptedRest(deadline)) {
+        const qsizetype piece = std::min(size - done, kPiece);
+        if (tls_->write(bytes + done, piece) != piece)
+            Raise(*tls_);
+        done += piece;
+        tls_->flush();
+    }
+    return done;
+}
+
 bool SocketStream::SendEncrypted(const char* bytes, qsizetype size, int timeout)
 {
+    if (!SendEncryptedRest(QDeadlineTimer(timeout)))
+        return false;
     while (size > 0) {
         const qsizetype piece = std::min(size, kPiece);
-        const QDeadlineTimer deadline(timeout);
         if (tls_->write(bytes, piece) != piece)
             Raise(*tls_);
         bytes += piece;
         size -= piece;
         tls_->flush();
-        while (tls_->state() == QAbstractSocket::ConnectedState && tls_->encryptedBytesToWrite() > 0) {
-            // Waited for here: Qt, while it waits to write, would read on without measure.
-            if (!native_.WaitToSend(deadline))
-                return false;
-            tls_->flush();
-        }
-        if (tls_->state() != QAbstractSocket::ConnectedState)
-            Raise(*tls_);
+        if (!SendEncryptedRest(QDeadlineTimer(timeout)))
+            return false;
     }
+    return true;
+}
+
+bool SocketStream::SendEncryptedRest(const QDeadlineTimer& deadline)
+{
+    while (tls_->state() == QAbstractSocket::ConnectedState && tls_->encryptedBytesToWrite() > 0) {
+        // Waited for here: Qt, while it waits to write, would read on without measure.
+        if (!native_.WaitToSend(deadline))
+            return false;
+        tls_->flush();
+    }
+    if (tls_->state() != QAbstractSocket::ConnectedState)
+        Raise(*tls_);
     return true;
 }
 

@@ -23,6 +23,8 @@ public:
     // As NativeSocket's. Raise Error(Connection).
     qsizetype Receive(char* to, qsizetype size, int timeout);
     bool Send(const char* bytes, qsizetype size, int timeout);
+    // Takes over what it can until then; gives the number of bytes, which Send may only be called to follow.
+    qsizetype SendSome(const char* bytes, qsizetype size, const QDeadlineTimer& deadline);
     // Tells the other side that nothing more will come.
     void EndSending() noexcept;
 
@@ -33,6 +35,8 @@ public:
 private:
     qsizetype ReceiveDecrypted(char* to, qsizetype size, int timeout);
     bool SendEncrypted(const char* bytes, qsizetype size, int timeout);
+    // What Qt has taken over is on its way; false where it is not until then.
+    bool SendEncryptedRest(const QDeadlineTimer& deadline);
 
     std::unique_ptr<QTcpSocket> socket_;
     QSslSocket* tls_; // the socket, where it is one

@@ -145,6 +145,8 @@ ListenerOptions ReadListenerOptions(const Settings& settings, const monitoring::
         static_cast<int>(settings.Number(u"max-newcomers"_s, options.maxNewcomers, 1, 100'000));
     options.maxRequestBytes = static_cast<quint32>(settings.Number(
         u"max-request-bytes"_s, wire::kMaxRequestBody, wire::kMaxLoginBody, wire::kMaxRequestBody));
+    options.requestMemory =
+        settings.Number(u"request-memory"_s, options.requestMemory, qint64(64) << 20, qint64(1) << 40);
     options.tls = {settings.Value(u"tls-certificate"_s), settings.Value(u"tls-key"_s)};
     options.monitor = monitor;
     return options;
@@ -220,9 +222,9 @@ int Serve(const QStringList& arguments)
         {u"config"_s, u"data"_s, u"storage"_s, u"connections"_s, u"demo"_s, u"now"_s, u"listen"_s,
             u"tls-certificate"_s, u"tls-key"_s, u"plain-network"_s, u"max-sessions"_s,
             u"max-sessions-per-account"_s, u"max-sessions-per-address"_s, u"max-newcomers"_s,
-            u"wait-timeout"_s, u"max-rows"_s, u"max-request-bytes"_s, u"statement-timeout"_s,
-            u"slow-statement"_s, u"login-timeout"_s, u"idle-timeout"_s, u"stop-timeout"_s, u"metrics"_s,
-            u"log-level"_s, u"log-format"_s});
+            u"wait-timeout"_s, u"max-rows"_s, u"max-request-bytes"_s, u"request-memory"_s,
+            u"statement-timeout"_s, u"slow-statement"_s, u"login-timeout"_s, u"idle-timeout"_s,
+            u"stop-timeout"_s, u"metrics"_s, u"log-level"_s, u"log-format"_s});
     settings.Read(arguments);
     settings.RequireNoWords();
     TakeTurns();

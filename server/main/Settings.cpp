@@ -36,6 +36,8 @@ constexpr Option kOptions[] = {
         u"A request that waits longer for the database is refused; 30 unless given."},
     {u"max-rows", u"N", u"Rows of one query; 2000000 unless given."},
     {u"max-request-bytes", u"N", u"Bytes of one request; 33554432 unless given, and at most."},
+    {u"request-memory", u"BYTES",
+        u"What the requests of all clients may hold together; 1073741824 unless given."},
     {u"statement-timeout", u"SECONDS", u"A request that runs longer is stopped; 300 unless given."},
     {u"slow-statement", u"MS", u"A request that takes longer is logged; 1000 unless given."},
     {u"login-timeout", u"SECONDS", u"From connecting to being logged in; 60 unless given."},

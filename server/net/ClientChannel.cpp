@@ -7,6 +7,7 @@
 #include <QSslSocket>
 
 #include <algorithm>
+#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 using wire::Error;
@@ -28,8 +29,11 @@ bool IsClientHello(const char* bytes, qsizetype size)
 
 } // namespace
 
-ClientChannel::ClientChannel(const ListenerOptions& options)
-    : options_(options)
+ClientChannel::ClientChannel(const ListenerOptions& options, RequestMemory& requests, ReplyRoom& replies)
+    : FrameChannel(&memory_)
+    , options_(options)
+    , memory_(requests)
+    , aside_(replies)
     , loginDeadline_(options.loginTimeout)
 {
 }
@@ -88,18 +92,72 @@ void ClientChannel::Encrypt(const Certificates& certificates)
         RefusalReason::Tls, ErrorKind::Connection, u"TLS handshake failed: %1"_s.arg(socket.errorString()));
 }
 
+void ClientChannel::BeginReply()
+{
+    patience_ = options_.readerPatience;
+    lastPatience_ = options_.frameTimeout;
+}
+
 void ClientChannel::Queue(const wire::Packet& packet)
 {
-    if (queued_.Size() + packet.Size() > kQueueBytes)
-        Flush();
+    if (queued_.Size() + packet.Size() > kQueueBytes) {
+        Pass(queued_.Begin(), queued_.Size());
+        queued_.Truncate(0);
+    }
     if (packet.Size() > kQueueBytes)
-        Write(packet);
+        Pass(packet.Data(), packet.Size());
     else
         queued_.Append(packet.Data(), packet.Size());
 }
 
+void ClientChannel::Pass(const char* bytes, qsizetype size)
+{
+    const qsizetype sent = Drain(patience_) ? Send(bytes, size, patience_) : 0;
+    bytes += sent;
+    size -= sent;
+    if (size == 0 || aside_.Append(bytes, size))
+        return;
+    // Nowhere to put it.
+    if (!Drain(lastPatience_) || Send(bytes, size, lastPatience_) < size)
+        RaiseTakesNothing();
+}
+
+bool ClientChannel::Drain(qint64& patience)
+{
+    while (!aside_.IsEmpty()) {
+        if (!DrainPiece(patience))
+            return false;
+    }
+    return true;
+}
+
+bool ClientChannel::DrainPiece(qint64& patience)
+{
+    std::array<char, 16 * 1024> piece;
+    const qsizetype got = aside_.Peek(piece.data(), qsizetype(piece.size()));
+    if (got == 0)
+        throw Error(ErrorKind::Storage, u"服务器内部错误，请稍后重试！"_s);
+    const qsizetype sent = Send(piece.data(), got, patience);
+    aside_.Skip(sent);
+    return sent == got;
+}
+
+qsizetype ClientChannel::Send(const char* bytes, qsizetype size, qint64& patience)
+{
+    const QDeadlineTimer deadline(patience);
+    const qsizetype sent = Guarded([&] { return stream_->SendSome(bytes, size, deadline); });
+    patience = deadline.remainingTime();
+    options_.monitor->metrics.bytesSent.Add(static_cast<quint64>(sent));
+    return sent;
+}
+
 void ClientChannel::Flush()
 {
+    while (!aside_.IsEmpty()) {
+        qint64 patience = options_.frameTimeout;
+        if (!DrainPiece(patience))
+            RaiseTakesNothing();
+    }
     WriteAll(queued_.Begin(), queued_.Size());
     queued_.Truncate(0);
     if (queued_.MemoryUse() > kKeptBytes)
@@ -151,6 +209,11 @@ void ClientChannel::WriteAll(const char* bytes, qsizetype size)
         options_.monitor->metrics.bytesSent.Add(static_cast<quint64>(size));
         return;
     }
+    RaiseTakesNothing();
+}
+
+void ClientChannel::RaiseTakesNothing()
+{
     broken_ = true;
     throw RefusedError(RefusalReason::FrameTime, ErrorKind::Connection, u"the client takes nothing"_s);
 }

@@ -113,7 +113,7 @@ ClientConnection::ClientConnection(qintptr descriptor, const ClientContext& cont
 
 void ClientConnection::Run() noexcept
 {
-    ClientChannel channel(context_.options);
+    ClientChannel channel(context_.options, context_.requests, context_.replies);
     try {
         Open(channel);
         session_ = context_.newSession(peer_);
@@ -156,16 +156,17 @@ void ClientConnection::Serve(ClientChannel& channel)
 {
     wire::Frame frame;
     while (channel.Read(frame, loggedIn_ ? context_.options.maxRequestBytes : wire::kMaxLoginBody)) {
-        const wire::Request request = wire::DecodeRequest(frame);
+        const wire::Request request = wire::DecodeRequest(frame, &channel.Memory());
+        if (frame.body.MemoryUse() > kKeptBytes)
+            frame.body = {};
         if (!Begin())
             throw RefusedError(
                 RefusalReason::Stopping, ErrorKind::Connection, u"服务器正在停止，请稍后重试！"_s);
         Answer(channel, request, frame.header.request,
             (frame.header.flags & wire::frameFlag::CompressionWelcome) != 0);
+        channel.Memory().GiveBack();
         if (!End())
             return;
-        if (frame.body.MemoryUse() > kKeptBytes)
-            frame.body = {};
     }
 }
 
@@ -188,13 +189,15 @@ void ClientConnection::Answer(
             return wire::EncodeError(Error(ErrorKind::Storage, u"服务器内部错误，请稍后重试！"_s), number);
         }
     };
+    channel.BeginReply();
     const wire::Packet packet = lastPacket();
     if (loggedIn) {
         Admit(session_->Identity().account);
-        channel.LoggedIn();
+        channel.LoggedIn(account_);
         loggedIn_ = true;
     }
     channel.Queue(packet);
+    BeginSending();
     channel.Flush();
 }
 
@@ -239,10 +242,16 @@ bool ClientConnection::Begin()
     return running_;
 }
 
+void ClientConnection::BeginSending()
+{
+    const std::lock_guard lock(mutex_);
+    sending_ = true;
+}
+
 bool ClientConnection::End()
 {
     const std::lock_guard lock(mutex_);
-    running_ = false;
+    running_ = sending_ = false;
     return !finishing_;
 }
 
@@ -265,14 +274,16 @@ void ClientConnection::Displace() noexcept
 void ClientConnection::Interrupt() noexcept
 {
     const std::lock_guard lock(mutex_);
-    if (running_)
+    if (sending_)
+        wire::NativeSocket(descriptor_).EndSending(); // a client may take its time, a stop may not
+    else if (running_)
         session_->Interrupt();
 }
 
 void ClientConnection::InterruptIfAbandoned() noexcept
 {
     const std::lock_guard lock(mutex_);
-    if (running_ && wire::NativeSocket(descriptor_).PeerHasClosed())
+    if (running_ && !sending_ && wire::NativeSocket(descriptor_).PeerHasClosed())
         session_->Interrupt();
 }
 

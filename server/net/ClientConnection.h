@@ -11,6 +11,8 @@ namespace server {
 
 class Certificates;
 class ClientChannel;
+class ReplyRoom;
+class RequestMemory;
 
 // How many sessions each account has. Safe to use from any thread.
 class AccountSessions {
@@ -31,6 +33,8 @@ struct ClientContext {
     const ListenerOptions& options;
     const Certificates* certificates; // null: nothing is encrypted
     AccountSessions& accounts;
+    RequestMemory& requests;
+    ReplyRoom& replies;
 };
 
 // One client: `Run` on its thread, everything else from the listener's.
@@ -48,7 +52,9 @@ public:
     void Interrupt() noexcept;
     // Makes room for another client, where this one has not logged in.
     void Displace() noexcept;
-    bool IsNewcomer() const noexcept { return !loggedIn_ && !displaced_; }
+    bool IsNewcomer() const noexcept { return !loggedIn_ && !IsLeaving(); }
+    // Its place is another's already.
+    bool IsLeaving() const noexcept { return !welcome_ || displaced_; }
     // Interrupts a request that runs for a client that has gone.
     void InterruptIfAbandoned() noexcept;
 
@@ -64,6 +70,7 @@ private:
     void Left(const wire::Error* reason);
     // Around a request; false where none, or no further one, may run.
     bool Begin();
+    void BeginSending();
     bool End();
 
     const ClientContext& context_;
@@ -78,6 +85,7 @@ private:
     qintptr descriptor_; // -1 once it is being closed
     bool ownDescriptor_ = false; // a duplicate of the socket's
     bool running_ = false; // a request
+    bool sending_ = false; // what is left of its reply
     bool finishing_ = false;
 };
 

@@ -4,6 +4,8 @@
 #include "server/net/ClientConnection.h"
 #include "server/net/ConnectionRate.h"
 #include "server/net/Peer.h"
+#include "server/net/RequestMemory.h"
+#include "server/net/WaitingReply.h"
 #include "server/refusal/Place.h"
 
 #include <QDeadlineTimer>
@@ -34,6 +36,8 @@ namespace {
 constexpr int kFarewells = 32;
 // So many from one address may be logging in, whatever the limits.
 constexpr int kNewcomersAnywhere = 64;
+// So many clients that are about to go have places beyond the limit while they do.
+constexpr int kMostLeaving = 64;
 
 constexpr std::chrono::milliseconds kInterruptAgain(500);
 constexpr qint64 kQuiet = 5'000; // milliseconds without a request
@@ -94,16 +98,23 @@ private:
     void Listen();
     void Watch();
     void Accept(qintptr descriptor);
-    // Where too many are not logged in, closes a silent one of the address that has most of them; counts
-    // those from `place`.
-    int MakeRoomFor(const QString& place);
+    struct Places {
+        int free = 0; // for the one who comes now
+        int here = 0; // taken from the same address
+        int leaving = 0; // of those who are about to go
+    };
+    // Where too many are not logged in, or no place is left, closes a silent one of the address that has most
+    // of them.
+    Places MakeRoomFor(const QString& place);
     void Forget(std::list<Client>::iterator client);
 
     const SessionFactory newSession_;
     const ListenerOptions options_;
     const std::unique_ptr<Certificates> certificates_; // null: nothing is encrypted
     AccountSessions accounts_;
-    const ClientContext context_{newSession_, options_, certificates_.get(), accounts_};
+    RequestMemory requests_{options_.requestMemory};
+    ReplyRoom replies_;
+    const ClientContext context_{newSession_, options_, certificates_.get(), accounts_, requests_, replies_};
     QThread thread_;
     std::unique_ptr<QObject> worker_; // on the thread: what is to run there is posted to it
     std::unique_ptr<Acceptor> acceptor_;
@@ -191,11 +202,11 @@ void Listener::Private::Accept(qintptr descriptor)
         close(u"%1 connects too often"_s.arg(place));
         return;
     }
-    const int here = MakeRoomFor(place);
-    const bool tooMany =
-        options_.maxPerAddress > 0 && here >= options_.maxPerAddress && !QHostAddress(place).isLoopback();
-    const int free = tooMany ? 0 : options_.maxConnections - count_;
-    if (free <= -kFarewells) {
+    const Places places = MakeRoomFor(place);
+    const bool tooMany = options_.maxPerAddress > 0 && places.here >= options_.maxPerAddress
+        && !QHostAddress(place).isLoopback();
+    const int free = tooMany ? 0 : places.free;
+    if (free <= 0 && places.leaving >= kFarewells) {
         close(u"%1 clients are connected"_s.arg(count_));
         return;
     }
@@ -216,30 +227,35 @@ void Listener::Private::Accept(qintptr descriptor)
     ++count_;
 }
 
-int Listener::Private::MakeRoomFor(const QString& place)
+Listener::Private::Places Listener::Private::MakeRoomFor(const QString& place)
 {
-    int here = 0;
+    Places places;
     int newcomers = 0;
     QHash<QString, int> byPlace;
     for (const Client& client : clients_) {
-        here += client.place == place ? 1 : 0;
+        places.leaving += client.connection->IsLeaving() ? 1 : 0;
+        if (client.connection->IsLeaving())
+            continue;
+        places.here += client.place == place ? 1 : 0;
         if (client.connection->IsNewcomer()) {
             ++newcomers;
             ++byPlace[client.place];
         }
     }
-    const int most = std::min(options_.maxNewcomers, options_.maxConnections);
+    places.free = options_.maxConnections - count_ + std::min(places.leaving, kMostLeaving);
     QString crowded;
-    if (byPlace.value(place) >= std::max(most / 2, kNewcomersAnywhere))
+    if (byPlace.value(place) >= std::max(options_.maxNewcomers / 2, kNewcomersAnywhere))
         crowded = place;
-    else if (newcomers >= most && newcomers > 0)
+    else if (newcomers > 0 && (newcomers >= options_.maxNewcomers || places.free <= 0))
         crowded = std::max_element(byPlace.cbegin(), byPlace.cend()).key();
     else
-        return here;
+        return places;
     const auto silent = std::ranges::find_if(clients_,
         [&](const Client& client) { return client.place == crowded && client.connection->IsNewcomer(); });
     silent->connection->Displace();
-    return here;
+    if (places.leaving++ < kMostLeaving)
+        ++places.free;
+    return places;
 }
 
 void Listener::Private::Forget(std::list<Client>::iterator client)

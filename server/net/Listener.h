@@ -22,15 +22,19 @@ struct ListenerOptions {
     // The most from one address (IPv6: network), this machine's own excepted; 0: no limit, and none on how
     // fast they come.
     int maxPerAddress = 500;
-    // The most that are connected without being logged in; one address may have half of them. Beyond that,
-    // the one that has been silent longest is closed. All other places are for those who are logged in.
+    // The most that are connected without being logged in; one address may have half of them (64 at least).
+    // Beyond that, and where every place is taken, the one that has been silent longest is closed.
     int maxNewcomers = 250;
     int maxPerAccount =
         0; // sessions of one account at a time (a desk has two, three while it logs in); 0: any
     quint32 maxRequestBytes = wire::kMaxRequestBody; // no more than this
+    qint64 requestMemory = qint64(1) << 30; // of all requests together, half of it for one account's
     // Milliseconds.
     int loginTimeout = 60'000; // from connecting, over the TLS handshake, to being logged in
     int frameTimeout = 30'000; // without a byte inside a frame, and without progress when sending
+    // Of a reply, while its request runs: so long may the client keep it waiting by not reading. Then the
+    // rest goes into a file, and the request ends without the client.
+    int readerPatience = 1'000;
     int idleTimeout = 12 * 3600'000; // between two requests; clients reconnect by themselves
     int watchInterval = 500; // how often clients of long requests are looked after
     int stopTimeout = 30'000; // what still runs then is interrupted

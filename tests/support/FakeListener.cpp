@@ -51,6 +51,7 @@ private:
     qint64 Query(const QString& text, wire::ReplySink& sink)
     {
         ++owner_.running;
+        ++owner_.begun;
         const auto done = qScopeGuard([this] { --owner_.running; });
         const qint64 count = text.section(u' ', 1).toLongLong();
         if (text.startsWith(u"rows"))

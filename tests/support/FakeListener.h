@@ -35,7 +35,8 @@ private:
 public:
     TFakeServer server;
     std::atomic<int> sessions{0}; // that exist
-    std::atomic<int> running{0}; // queries
+    std::atomic<int> begun{0}; // queries
+    std::atomic<int> running{0}; // of them
     std::atomic<int> interrupted{0};
     std::atomic<int> brokenReplies{0}; // whose sink raised
     std::unique_ptr<server::Listener> listener; // last: its threads use all of the above
