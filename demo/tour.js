@@ -10,5 +10,6 @@ include("tour/correction.js");
 include("tour/distribution.js");
 include("tour/query.js");
 include("tour/overdue.js");
+include("tour/centre.js");
 include("tour/desk.js");
 print("Tour complete.");
