@@ -2,6 +2,9 @@
 
 #include "dispatch/frm_CenterBillBack.h"
 #include "dispatch/frm_UnDispartBill.h"
+#include "dispatch/frm_order_pda_EMP.h"
+#include "dispatch/frm_order_pda_control.h"
+#include "dispatch/frm_order_pda_depute.h"
 #include "orders/frm_AcceptBill.h"
 #include "orders/frm_RecBill.h"
 #include "orders/frm_RecBillQuery.h"
@@ -32,6 +35,9 @@ std::span<TScreenSlot> ScreenSlots()
         Slot<Tfrm_RecBill>(),
         Slot<Tfrm_RecBillQuery>(),
         Slot<Tfrm_UnDispartBill>(),
+        Slot<Tfrm_order_pda_control>(),
+        Slot<Tfrm_order_pda_EMP>(),
+        Slot<Tfrm_order_pda_depute>(),
         Slot<Tfrm_UnAccept>(),
         Slot<Tfrm_UnRec>(),
         Slot<Tfrm_CenterBillBack>(),

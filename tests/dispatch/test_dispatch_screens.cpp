@@ -1,0 +1,353 @@
+#include "dispatch/frm_order_pda_EMP.h"
+#include "dispatch/frm_order_pda_control.h"
+#include "dispatch/frm_order_pda_depute.h"
+#include "framework/PageLookup.h"
+#include "tests/dispatch/DispatchScreen.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString kOffer = u"btn_Select"_s;
+const QString kDrive = u"Button1"_s;
+const QString kCancel = u"btn_CANEL"_s;
+const QString kRefuse = u"btn_Fail"_s;
+
+OrderFields Order(int status, const std::map<QString, QString>& texts = {})
+{
+    OrderFields fields{{u"STATUS"_s, status}};
+    for (const auto& [field, text] : texts)
+        fields[field] = wire::TextValue(text);
+    return fields;
+}
+
+const std::map<QString, QString> kWithWaybill{{u"BILL_CODE"_s, u"1"_s}};
+const std::map<QString, QString> kWithDriver{{u"REC_BILL_MAN"_s, u"旧"_s}};
+const std::map<QString, QString> kOurs{{u"CREATER_SITE"_s, u"浦东一部"_s}};
+const std::map<QString, QString> kOfferedHere{{u"PREPARE_SITE"_s, u";浦东一部;"_s}};
+
+std::map<QString, QString> With(std::map<QString, QString> texts, const QString& field, const QString& text)
+{
+    texts[field] = text;
+    return texts;
+}
+
+template <typename Screen> class GivingScreen : public DispatchScreen<Screen> {
+protected:
+    void OpenReady(std::vector<OrderFields> orders)
+    {
+        this->OpenWith(std::move(orders));
+        this->template Find<TDBLookupComboboxEh>(u"SITE_NAME"_s)->SetText(u"浦东二部"_s);
+        auto* driver = this->template Find<TDBPageLookup_Employee>(u"EMP_NAME"_s);
+        driver->DropDown();
+        driver->ListDataSet().SetRecNo(2);
+        driver->CloseUp(true);
+    }
+    struct Case {
+        QString button;
+        OrderFields order;
+        bool taken;
+        QStringList answers{u"yes"_s, u"原因"_s};
+    };
+    // Each order alone, by its button.
+    void CheckEach(const std::vector<Case>& cases)
+    {
+        std::vector<OrderFields> orders;
+        for (const Case& each : cases)
+            orders.push_back(each.order);
+        OpenReady(orders);
+        for (size_t i = 0; i < cases.size(); ++i) {
+            this->Select({i});
+            const QStringList told = this->Answer(cases[i].button, cases[i].answers);
+            this->GoTo(i);
+            EXPECT_EQ(this->cds->UpdateStatus() == TRowStatus::Modified, cases[i].taken)
+                << i << ' ' << qUtf8Printable(cases[i].button);
+            EXPECT_TRUE(!told.isEmpty() && told.last().startsWith(Summary(cases[i].taken, !cases[i].taken)))
+                << i;
+        }
+    }
+    void CheckFields(size_t order, const std::map<QString, QString>& fields)
+    {
+        this->GoTo(order);
+        for (const auto& [field, text] : fields)
+            EXPECT_EQ(this->Text(field), text) << order << ' ' << qUtf8Printable(field);
+    }
+};
+
+using ControlScreen = GivingScreen<Tfrm_order_pda_control>;
+using DeputeScreen = GivingScreen<Tfrm_order_pda_depute>;
+using WorklistScreen = DispatchScreen<Tfrm_order_pda_EMP>;
+
+} // namespace
+
+TEST_F(ControlScreen, TakesTheOrdersThatMeetTheConditions)
+{
+    const auto driverless = [](int status) { return Order(status, kOurs); };
+    OrderFields unknown = Order(0);
+    unknown[u"STATUS"_s] = {};
+    CheckEach({
+        {kOffer, Order(0), true},
+        {kOffer, unknown, true},
+        {kOffer, Order(10), true},
+        {kOffer, Order(0, {{u"PREPARE_SITE"_s, u";浦东一部;"_s}}), false},
+        {kOffer, Order(0, kWithWaybill), false},
+        {kOffer, Order(-1), false},
+        {kOffer, Order(1), false},
+        {kDrive, Order(0), true},
+        {kDrive, Order(12), true},
+        {kDrive, Order(10, kWithDriver), true},
+        {kDrive, Order(10, kWithDriver), false, {u"yes"_s, {}}},
+        {kDrive, Order(-1), false},
+        {kDrive, Order(3), false},
+        {kDrive, Order(4), false},
+        {kDrive, Order(0, kWithWaybill), false},
+        {kCancel, driverless(0), true},
+        {kCancel, driverless(11), true},
+        {kCancel, Order(0, With(kOurs, u"REC_BILL_MAN"_s, u"旧"_s)), false},
+        {kCancel, driverless(-1), false},
+        {kCancel, driverless(3), false},
+        {kCancel, driverless(4), false},
+        {kCancel, driverless(10), false},
+        {kCancel, driverless(12), false},
+        {kCancel, Order(0, {{u"CREATER_SITE"_s, u"浦东二部"_s}}), false},
+        {kRefuse, Order(1, kOfferedHere), true},
+        {kRefuse, Order(11, kOfferedHere), true},
+        {kRefuse, Order(0, kOfferedHere), false},
+        {kRefuse, Order(10, kOfferedHere), false},
+        {kRefuse, Order(1, With(kOfferedHere, u"BILL_CODE"_s, u"1"_s)), false},
+        {kRefuse, Order(1, {{u"PREPARE_SITE"_s, u";浦东一部;浦东二部;"_s}}), false},
+        {kRefuse, Order(1), false},
+    });
+}
+
+TEST_F(ControlScreen, HeadquartersCancelsWhatAnyoneMadeAndAsksForEveryonesOrders)
+{
+    desk.host.SetValue(u"site"_s, u"快运本部"_s);
+    CheckEach({{kCancel, Order(0, {{u"CREATER_SITE"_s, u"浦东二部"_s}}), true}});
+    EXPECT_FALSE(cds->CommandText().contains(u"CREATER_SITE"_s));
+    delete screen;
+    desk.host.DataSet(u"loginSite"_s).SetFieldAndPost(u"TYPE", wire::TextValue(u"中心"_s));
+    OpenWith({});
+    EXPECT_TRUE(cds->CommandText().contains(u"CREATER_SITE in ('浦东二部')"_s)) << "but not as a centre";
+}
+
+TEST_F(ControlScreen, ADayAtTheDesk)
+{
+    const std::map<QString, QString> before{{u"CANCEL_DESC"_s, u"旧原因"_s}, {u"REC_SITE"_s, u"旧网点"_s},
+        {u"ACCEPT_DATE"_s, {}}, {u"CREATER_SITE"_s, u"浦东一部"_s}};
+    OpenReady({Order(0, before), Order(11, With(before, u"REC_BILL_MAN"_s, u"旧"_s)), Order(0),
+        Order(0, kOurs), Order(1, kOfferedHere), Order(10, kWithDriver), Order(10, kWithDriver)});
+    const QStringList opening = desk.host.Server.Queries().first(3);
+    EXPECT_TRUE(opening[0].contains(u"start with SITE_NAME='浦东一部'"_s)
+        && opening[1].contains(u"BL_GOODS_MARKET"_s) && opening[2].contains(u"TAB_PAY_MODE"_s));
+    EXPECT_EQ(screen->QueryButton()->objectName(), u"btn_open"_s);
+    EXPECT_EQ(screen->SaveButton()->objectName(), u"btn_Save"_s);
+    EXPECT_TRUE(screen->QueryButton()->isHidden() && screen->SaveButton()->isHidden());
+    EXPECT_EQ(Find<TDBComboBoxEh>(u"PAY_TYPE"_s)->Items(), QStringList({u"全部"_s, u"现付"_s, u"月结"_s}));
+    EXPECT_EQ(Find<TDBComboBoxEh>(u"STATUS"_s)->Items().size(), 10);
+    EXPECT_TRUE(cds->CommandText().contains(
+        u"to_date('2024-01-31 23:59:59','yyyy-mm-dd hh24:mi:ss')  and nvl(a.status, -2)=0 and "
+        u"(((CREATER_SITE in "
+        "('浦东二部'))) or (substr(a.PREPARE_SITE, 2, length(a.PREPARE_SITE) -2)='浦东一部')) order by"_s));
+
+    for (const QString& button : {kOffer, kDrive, kCancel, kRefuse})
+        EXPECT_TRUE(Answer(button, {}).isEmpty()) << "no row is selected";
+    EXPECT_EQ(desk.host.MainForm.Notices.size(), 4) << "but not without a hint";
+
+    Select({0, 4});
+    const QString site = Find<TDBLookupComboboxEh>(u"SITE_NAME"_s)->Text();
+    Find<TDBLookupComboboxEh>(u"SITE_NAME"_s)->SetText({});
+    EXPECT_EQ(Answer(kOffer, {}), QStringList(u"详细：请输入可接单网点！"_s));
+    Find<TDBLookupComboboxEh>(u"SITE_NAME"_s)->SetText(site);
+    EXPECT_EQ(Answer(kOffer, {u"no"_s}), QStringList(u"是否进行批量修改可接单网点?"_s));
+    EXPECT_EQ(Answer(kOffer, {u"yes"_s}), QStringList({u"是否进行批量修改可接单网点?"_s, Summary(1, 1)}));
+    CheckFields(0,
+        {{u"PREPARE_SITE"_s, u";浦东二部;"_s}, {u"CANCEL_DESC"_s, {}}, {u"REC_SITE"_s, {}},
+            {u"BL_DISPART"_s, u"1"_s}, {u"STATUS"_s, u"1"_s}, {u"MODIFIER"_s, u"李雷"_s},
+            {u"MODIFY_CODE"_s, u"E001"_s}, {u"MODIFY_SITE"_s, u"浦东一部"_s}});
+
+    // A name alone is no driver.
+    auto* driver = Find<TDBPageLookup_Employee>(u"EMP_NAME"_s);
+    driver->SetText(u"王芳"_s);
+    Select({1, 2});
+    EXPECT_EQ(Answer(kDrive, {}), QStringList(u"详细：请输入可接单司机！"_s));
+    driver->DropDown();
+    driver->ListDataSet().SetRecNo(2);
+    driver->CloseUp(true);
+    EXPECT_EQ(Answer(kDrive, {u"yes"_s, u"车坏了"_s}),
+        QStringList(
+            {u"是否进行批量修改接单司机?"_s, u"请输入重新分派的原因               "_s, Summary(2, 0)}));
+    std::map<QString, QString> driven{{u"REC_SITE"_s, u"浦东二部"_s}, {u"REC_BILL_MAN"_s, u"王芳"_s},
+        {u"REC_BILL_CODE"_s, u"E102"_s}, {u"PREPARE_SITE"_s, u";浦东二部;"_s}, {u"STATUS"_s, u"10"_s},
+        {u"BL_DISPART"_s, u"1"_s}, {u"CANCEL_DESC"_s, u"车坏了"_s}};
+    CheckFields(1, driven);
+    CheckFields(2, driven); // the reason of the order before it
+    EXPECT_TRUE(Text(u"ACCEPT_DATE").startsWith(u"2024-01-31 10:59"_s));
+    // Who gives up the question is not asked again.
+    Select({5, 6});
+    EXPECT_EQ(Answer(kDrive, {u"yes"_s, u"cancel"_s}).size(), 3);
+    CheckFields(6, {{u"REC_BILL_MAN"_s, u"旧"_s}});
+
+    Select({3});
+    EXPECT_EQ(Answer(kCancel, {u"yes"_s, {}}),
+        QStringList({u"是否进行批量取消订单?"_s, u"请输入取消订单的原因                "_s}));
+    EXPECT_EQ(Answer(kCancel, {u"yes"_s, u"不要了"_s}).last(), Summary(1, 0));
+    CheckFields(3,
+        {{u"STATUS"_s, u"-1"_s}, {u"CANCEL_DESC"_s, u"不要了"_s}, {u"CANCEL_MAN"_s, u"pudong1"_s},
+            {u"CANCEL_SITE"_s, u"浦东一部"_s}, {u"BL_DISPART"_s, u"1"_s}});
+    Select({4});
+    EXPECT_EQ(Answer(kRefuse, {u"yes"_s, u"太远"_s}),
+        QStringList(
+            {u"是否进行批量接单失败?"_s, u"请输入接单失败的描述                    "_s, Summary(1, 0)}));
+    CheckFields(4,
+        {{u"STATUS"_s, u"2"_s}, {u"CANCEL_DESC"_s, u"太远"_s}, {u"CANCEL_MAN"_s, u"pudong1"_s},
+            {u"PREPARE_SITE"_s, {}}, {u"BL_DISPART"_s, u"0"_s}, {u"BL_DEPUTE"_s, u"0"_s}});
+
+    // One order refused: all stay, and the clerk sees which and why.
+    desk.onSave = [](const wire::ChangeLog& changes) {
+        wire::ApplyOutcome outcome = RejectAll(changes, {});
+        outcome.rows[1].reason = u"该记录已被其他用户修改！"_s;
+        outcome.rolledBack = true;
+        return outcome;
+    };
+    Press(u"btn_Save"_s);
+    EXPECT_EQ(desk.host.App.ShownMessages().back().icon, TMessageIcon::Information);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：保存失败"_s));
+    EXPECT_EQ(desk.host.Server.Requests.back().maxErrors, 0);
+    EXPECT_EQ(cds->ChangeCount(), 5);
+    EXPECT_FALSE(Find<QWidget>(u"RefusedRows"_s)->isHidden());
+    EXPECT_TRUE(desk.host.MainForm.Notices.back().contains(u"该记录已被其他用户修改！"_s));
+    desk.onSave = nullptr;
+    EXPECT_EQ(Answer(u"btn_Save"_s, {}), QStringList(u"详细：数据保存成功！"_s));
+    EXPECT_EQ(Answer(u"btn_Save"_s, {}), QStringList(u"详细：没有改变任何数据，因此不需要保存！"_s));
+
+    auto* numbers = Find<QWidget>(u"NumberBox"_s);
+    numbers->findChild<QCheckBox*>(u"CheckBox1"_s)->setChecked(true);
+    EXPECT_EQ(Answer(u"btn_open"_s, {}), QStringList(u"详细：没有输入任何运单编号！"_s));
+    numbers->findChild<QPlainTextEdit*>(u"Memo1"_s)->setPlainText(u"T1\n T2"_s);
+    EXPECT_TRUE(Answer(u"btn_open"_s, {}).isEmpty());
+    EXPECT_TRUE(cds->CommandText().contains(u"TX_LOGISTIC_ID in ('T1','T2') and (((CREATER_SITE"_s));
+    numbers->findChild<QCheckBox*>(u"CheckBox1"_s)->setChecked(false);
+    Find<TDBDateTimeEditEh>(u"DBDateTimeEditEh1"_s)->SetText(u"2023-12-31 23:59:58"_s);
+    EXPECT_EQ(Answer(u"btn_open"_s, {}), QStringList(u"详细：结束日期不能超过开始日期\"31\"天！"_s));
+}
+
+TEST_F(DeputeScreen, TakesTheOrdersThatMeetTheConditions)
+{
+    CheckEach({
+        {kOffer, Order(0), true},
+        {kOffer, Order(1), true},
+        {kOffer, Order(10), true},
+        {kOffer, Order(2), false},
+        {kOffer, Order(-1), false},
+        {kOffer, Order(11), false},
+        {kOffer, Order(0, kWithWaybill), false},
+        {kOffer, Order(0, {{u"ORDERSOURCE"_s, u"芮讯"_s}}), false},
+        {kOffer, Order(0, kWithDriver), false},
+        {kDrive, Order(0), true},
+        {kDrive, Order(0, kWithDriver), false},
+        {kCancel, Order(0, kOurs), true},
+    });
+    EXPECT_FALSE(cds->CommandText().contains(u"PREPARE_SITE"_s)) << "orders of every site";
+}
+
+TEST_F(DeputeScreen, EntrustsOrdersToASite)
+{
+    OpenReady({Order(0, {{u"CANCEL_DESC"_s, u"旧"_s}}), Order(0, {{u"ORDERSOURCE"_s, u"芮讯"_s}}),
+        Order(0, {{u"ORDERSOURCE"_s, u"芮讯"_s}}), Order(10, kWithDriver), Order(10, kWithDriver), Order(0)});
+    EXPECT_EQ(Find<QWidget>(kRefuse), nullptr);
+    Select({0, 1, 2, 3, 4});
+    const QStringList told = Answer(kOffer, {u"yes"_s});
+    EXPECT_EQ(told,
+        QStringList({u"是否进行批量修改委托网点?"_s, u"详细：该订单已分派给员工，不能修改可接单网点！"_s,
+            u"存在订单来源不为空的订单！这些订单只可以快运本部可以委托"_s,
+            Summary(1, 4) + u"订单状态不符"_s}))
+        << "each reason once";
+    CheckFields(0,
+        {{u"PREPARE_SITE"_s, u";浦东二部;"_s}, {u"CANCEL_DESC"_s, {}}, {u"STATUS"_s, u"1"_s},
+            {u"BL_DISPART"_s, u"1"_s}, {u"BL_DEPUTE"_s, u"1"_s}, {u"MODIFIER"_s, u"李雷"_s}});
+    Select({5});
+    EXPECT_EQ(Answer(kDrive, {u"yes"_s}), QStringList({u"是否进行批量修改可接单网点?"_s, Summary(1, 0)}));
+    CheckFields(5, {{u"REC_BILL_MAN"_s, u"王芳"_s}, {u"STATUS"_s, u"1"_s}, {u"BL_DEPUTE"_s, u"1"_s}});
+    GoTo(1);
+    const auto post = [this](const QString& sites) {
+        cds->Edit();
+        cds->FieldByName(u"PREPARE_SITE").SetAsString(sites);
+        Guarded([this] { cds->Post(); });
+        return desk.host.TakeMessages();
+    };
+    EXPECT_EQ(post({}), QStringList(u"详细：该可接单网点不能为空！"_s));
+    EXPECT_TRUE(cds->IsEditing());
+    EXPECT_TRUE(post(u";"_s).isEmpty());
+    CheckFields(1, {{u"BL_DISPART"_s, u"0"_s}, {u"STATUS"_s, u"0"_s}});
+
+    desk.host.SetValue(u"site"_s, u"快运本部"_s);
+    Select({2});
+    EXPECT_EQ(Answer(kOffer, {u"yes"_s}).last(), Summary(1, 0) + u"订单状态不符"_s);
+}
+
+TEST_F(WorklistScreen, GivesOrdersToDriversInTheList)
+{
+    OpenWith({Order(1, kOfferedHere), Order(1), Order(10, With(kOfferedHere, u"REC_BILL_MAN"_s, u"旧"_s)),
+        Order(11, With(With(kOfferedHere, u"REC_BILL_MAN"_s, u"旧"_s), u"REC_BILL_CODE"_s, u"E9"_s)),
+        Order(1, kOfferedHere), Order(1, kOfferedHere)});
+    EXPECT_TRUE(cds->CommandText().contains(
+        u" and nvl(a.status, -2)=1 and ((substr(prepare_site,2,length(prepare_site)-2) in ('浦东二部'))) order by"_s));
+    EXPECT_EQ(Find<QWidget>(u"BL_DEPUTE"_s), nullptr);
+    desk.host.MainForm.show();
+    QApplication::setActiveWindow(&desk.host.MainForm);
+    // Types into the driver's cell and takes the first row of the list, if any.
+    const auto type = [this](size_t order, const QString& typed) {
+        GoTo(order);
+        grid->SelectField(u"REC_BILL_MAN");
+        grid->setFocus();
+        EXPECT_TRUE(grid->EditCurrentCell());
+        for (const QChar key : typed) {
+            if (desk.host.App.ShownMessages().empty())
+                QTest::keyClick(QApplication::focusWidget(), key.toLatin1());
+        }
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        QCoreApplication::processEvents();
+        Guarded([this] { cds->Post(); });
+        GoTo(order);
+        return desk.host.TakeMessages();
+    };
+    EXPECT_EQ(type(1, u"E102"_s), QStringList(u"详细：该订单未分派给网点，不能分派给司机！"_s));
+    EXPECT_EQ(
+        type(2, u"E102"_s), QStringList(u"详细：该运单已分派给司机，未拒收情况下，不能进行再次分派！"_s));
+    EXPECT_EQ(cds->ChangeCount(), 0);
+    EXPECT_TRUE(type(3, u"E102"_s).isEmpty());
+    EXPECT_EQ(Text(u"REC_BILL_MAN") + Text(u"REC_BILL_CODE") + Text(u"STATUS"), u"王芳E10210"_s);
+    EXPECT_TRUE(type(0, u"E103"_s).isEmpty());
+    EXPECT_EQ(Text(u"REC_BILL_MAN") + Text(u"REC_BILL_CODE"), u"张伟E103"_s) << "the namesake that was taken";
+    EXPECT_EQ(Text(u"MODIFIER"), u"李雷"_s);
+    EXPECT_TRUE(type(4, u"nobody"_s).isEmpty());
+    EXPECT_EQ(Text(u"REC_BILL_MAN") + Text(u"REC_BILL_CODE"), u"nobody"_s) << "no terminal has it";
+
+    // A refusal needs its reason before its cell is left, and takes driver and offer away.
+    GoTo(5);
+    cds->Edit();
+    cds->FieldByName(u"STATUS").SetAsInteger(2);
+    grid->SelectField(u"CANCEL_DESC");
+    QTest::keyClick(grid, Qt::Key_Left);
+    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：接单失败请输入撤消原因！"_s));
+    EXPECT_EQ(grid->SelectedField(), u"CANCEL_DESC"_s);
+    cds->FieldByName(u"CANCEL_DESC").SetAsString(u"禁运品"_s);
+    cds->FieldByName(u"REC_BILL_MAN").SetAsString(u"王芳"_s);
+    QTest::keyClick(grid, Qt::Key_Left);
+    EXPECT_NE(grid->SelectedField(), u"CANCEL_DESC"_s);
+    cds->Post();
+    for (const QStringView field : {u"PREPARE_SITE", u"REC_BILL_MAN", u"REC_BILL_CODE"})
+        EXPECT_TRUE(Text(field).isEmpty());
+    EXPECT_EQ(Text(u"BL_DISPART"), u"0"_s);
+
+    // No button refuses a batch here; the handler is there.
+    EXPECT_EQ(Find<QAbstractButton>(kRefuse), nullptr);
+    cds->CancelUpdates();
+    Select({4});
+    desk.host.App.QueueAnswer({u"yes"_s});
+    desk.host.App.QueueAnswer({u"太远"_s});
+    QMetaObject::invokeMethod(screen, "btn_FailClick");
+    EXPECT_EQ(desk.host.TakeMessages(),
+        QStringList({u"是否进行批量接单失败?"_s, u"请输入接单失败的描述"_s, Summary(1, 0)}));
+}
