@@ -8,6 +8,7 @@ include("tour/headquarters.js");
 include("tour/pickup.js");
 include("tour/correction.js");
 include("tour/distribution.js");
+include("tour/dispatch.js");
 include("tour/query.js");
 include("tour/overdue.js");
 include("tour/centre.js");
