@@ -18,5 +18,6 @@ for bench in bench_postgres bench_mix; do
     ZELMOR_TEST_POSTGRES_FILE=$cluster/uri "$build/bin/$bench"
 done
 # The screens themselves, on the demo company's largest size.
+"$build/bin/bench_screens" "$cache"
 QT_QPA_PLATFORM=offscreen "$build/bin/zelmor-host" --data "$cache/large" --demo large \
     --now "2026-11-20 15:30:00" --script bench/host/screens.js --screenshots "$cache"
