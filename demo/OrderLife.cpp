@@ -166,6 +166,8 @@ void OrderFactory::FillOffer(const OrderPlan& plan, Order& order, const OrderTra
         order.candidates = roll < 98 ? random_.Pick(offers.several) : offers.longest;
     if (byHand)
         order.depute = qint64{random_.Chance(80) ? 1 : 0};
+    else if (roll < 50) // nobody else may take it
+        order.dutySite = site_->name;
 }
 
 void OrderFactory::FillAcceptance(Order& order, const OrderTrace& trace)

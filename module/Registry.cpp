@@ -10,6 +10,7 @@
 #include "orders/frm_RecBillQuery.h"
 #include "reports/frm_BillQuery.h"
 #include "reports/frm_CenterBillQuery.h"
+#include "reports/frm_Collect.h"
 #include "reports/frm_UnAccept.h"
 #include "reports/frm_UnRec.h"
 
@@ -40,6 +41,7 @@ std::span<TScreenSlot> ScreenSlots()
         Slot<Tfrm_order_pda_depute>(),
         Slot<Tfrm_UnAccept>(),
         Slot<Tfrm_UnRec>(),
+        Slot<Tfrm_Collect>(),
         Slot<Tfrm_CenterBillBack>(),
         Slot<Tfrm_CenterBillQuery>(),
     };

@@ -62,6 +62,11 @@ void OfferProvinceFilter(TDBComboBoxEh& box, const QStringList& provinces)
     box.SetText(AnyValue());
 }
 
+QStringList OrderSources()
+{
+    return {u"洛维卡特"_s, u"泽摩"_s, u"运泊通"_s};
+}
+
 QString OrderProvincesQuery()
 {
     return u"select /*+index(a,TAB_ZELMOR_BILL_I3)*/ distinct a.prov  from tab_zelmor_bill a"_s;

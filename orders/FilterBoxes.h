@@ -22,5 +22,7 @@ void OfferSearchStatuses(TDBComboBoxEh& box, company::StatusUse use);
 void OfferReasonFilter(TDBComboBoxEh& box);
 void OfferProvinceFilter(TDBComboBoxEh& box, const QStringList& provinces);
 
+// The sources of orders, as the boxes offer them.
+QStringList OrderSources();
 // The provinces that orders come from.
 QString OrderProvincesQuery();

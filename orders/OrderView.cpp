@@ -14,7 +14,9 @@ void PrepareOrdersView(Tfrm_Basic* screen, TDataView& view, std::vector<TColumnE
     TDBGridEh* grid = view.DataViewGrid;
     grid->SetColumns(std::move(columns));
     grid->SetFrozenCols(frozen + 1);
-    grid->OnCellClick = [screen, items](const TColumnEh&) { RunHandler(screen, [items] { items->Load(); }); };
+    if (items)
+        grid->OnCellClick = [screen, items](
+                                const TColumnEh&) { RunHandler(screen, [items] { items->Load(); }); };
     view.DS->SetDataSet(orders);
     view.Loaded();
 }

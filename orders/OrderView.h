@@ -12,7 +12,7 @@
 // The list of orders over the list of their goods, as every order screen sets them out.
 
 // Sets up a view over orders: row numbers, the columns, the first `frozen` of them kept in sight. A click on
-// a row shows its goods.
+// a row shows its goods, where the screen has them.
 void PrepareOrdersView(Tfrm_Basic* screen, TDataView& view, std::vector<TColumnEh> columns,
     TClientDataSetEx* orders, TOrderItems* items, int frozen = 1);
 // The panels in rows at the top, below them the orders and what belongs to the current one, which share the

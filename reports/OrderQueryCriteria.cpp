@@ -37,9 +37,8 @@ void OfferStatuses(TDBComboBoxEh& box)
 
 void OfferSources(TDBComboBoxEh& box)
 {
-    const QStringList sources{kOwnSource.toString(), u"泽摩"_s, u"运泊通"_s};
-    box.SetItems(sources, sources);
-    box.SetText(sources.first());
+    box.SetItems(OrderSources(), OrderSources());
+    box.SetText(kOwnSource.toString());
 }
 
 constexpr std::array kCriteria = std::to_array<TCriterion>({

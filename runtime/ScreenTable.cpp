@@ -19,7 +19,7 @@ constexpr auto kScreens = std::to_array<TScreenInfo>({
     {"Tfrm_UnDispartBill", u"未分件泽摩订单", kDispatchMenu, u"Ctrl+4", "000", kBuilt},
     {"Tfrm_UnAccept", u"未接单查询", kReportMenu, u"Ctrl+Shift+4", "000", kBuilt},
     {"Tfrm_UnRec", u"未揽件查询", kReportMenu, u"Ctrl+Shift+5", "000", kBuilt},
-    {"Tfrm_Collect", u"汇总分析", kReportMenu, u"", ""},
+    {"Tfrm_Collect", u"汇总分析", kReportMenu, u"Ctrl+Shift+6", "", kBuilt},
     {"Tfrm_CenterChange", u"", kDispatchMenu, u"", ""},
     {"Tfrm_Collect1", u"", kReportMenu, u"", ""},
     {"Tfrm_CustomQry", u"", kReportMenu, u"", ""},
