@@ -25,6 +25,11 @@ QString CouriersQuery(const QString& root)
           "a.BL_GOODS_MARKET=1) a "_s;
 }
 
+QString AllCouriersQuery()
+{
+    return u" select employee_name,employee_code from tab_employee a "_s;
+}
+
 TLookupParams CourierLookup(TDataSource* couriers)
 {
     return {

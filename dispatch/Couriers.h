@@ -12,4 +12,6 @@ bool IsAtCentre();
 QString DispatchRoot();
 // The employees at and below the site, and those who collect for every site.
 QString CouriersQuery(const QString& root);
+// Every employee, for the sites of big customers.
+QString AllCouriersQuery();
 TLookupParams CourierLookup(TDataSource* couriers);

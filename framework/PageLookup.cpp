@@ -309,7 +309,8 @@ void TDBPageLookup::focusOutEvent(QFocusEvent* event)
         TakeExactMatch();
     // Not at once: the focus also goes when the window around the box does.
     QMetaObject::invokeMethod(this, &TDBPageLookup::MarkUnknown, Qt::QueuedConnection);
-    if (OnExit)
+    // Another window in front, a message box above all, leaves the box where it was.
+    if (OnExit && event->reason() != Qt::ActiveWindowFocusReason)
         Guarded(OnExit);
 }
 

@@ -2,6 +2,7 @@
 
 #include "dispatch/frm_CenterBillBack.h"
 #include "dispatch/frm_UnDispartBill.h"
+#include "dispatch/frm_order_pda.h"
 #include "dispatch/frm_order_pda_EMP.h"
 #include "dispatch/frm_order_pda_control.h"
 #include "dispatch/frm_order_pda_depute.h"
@@ -44,6 +45,7 @@ std::span<TScreenSlot> ScreenSlots()
         Slot<Tfrm_Collect>(),
         Slot<Tfrm_CenterBillBack>(),
         Slot<Tfrm_CenterBillQuery>(),
+        Slot<Tfrm_order_pda>(),
     };
     return slots;
 }

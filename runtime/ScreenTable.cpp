@@ -30,7 +30,7 @@ constexpr auto kScreens = std::to_array<TScreenInfo>({
     {"Tfrm_YDOrderQuery", u"", kReportMenu, u"", ""},
     {"Tfrm_CustomerAndStie", u"", kReportMenu, u"", ""},
     {"Tfrm_RecBillQuery", u"网点揽件查询", kSiteMenu, u"Ctrl+Shift+1", "001", kBuilt},
-    {"Tfrm_order_pda", u"订单录入", kDispatchMenu, u"", ""},
+    {"Tfrm_order_pda", u"订单录入", kDispatchMenu, u"Ctrl+5", "", kBuilt},
     {"Tfrm_order_pda_control", u"订单分派", kDispatchMenu, u"Ctrl+6", "", kBuilt},
     {"Tfrm_order_pda_EMP", u"订单查询", kDispatchMenu, u"Ctrl+7", "", kBuilt},
     {"Tfrm_order_pda_depute", u"订单委托", kDispatchMenu, u"Ctrl+8", "", kBuilt},

@@ -158,6 +158,7 @@ bool TDBBinding::Changed()
     bool allowed = field && !d_->readOnly;
     if (allowed) {
         allowed = false;
+        d_->writing = true; // a row that begins here does not take the letter away that began it
         Guarded([&] {
             if (d_->dataSet->State() == TDataSetState::Browse && d_->dataSet->IsEmpty())
                 d_->dataSet->Append();
@@ -165,6 +166,7 @@ bool TDBBinding::Changed()
                 d_->dataSet->Edit();
             allowed = d_->dataSet->State() != TDataSetState::Browse;
         });
+        d_->writing = false;
     }
     d_->modified = allowed;
     if (!allowed)
