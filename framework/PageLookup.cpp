@@ -202,16 +202,29 @@ void TDBPageLookup::TakeExactMatch()
     const QString typed = text().trimmed();
     if (!list_->Active() || typed.isEmpty())
         return;
-    if (list_->Locate(fields_.key, {typed}, true) || list_->Locate(fields_.name, {typed}))
+    if (list_->Locate(fields_.key, {typed}, true)
+        || (Namesakes(typed) == 1 && list_->RecordCount() < kPageSize
+            && list_->Locate(fields_.name, {typed})))
         Take();
+}
+
+int TDBPageLookup::Namesakes(const QString& name) const
+{
+    const int field = list_->FieldIndex(fields_.name);
+    int rows = 0;
+    for (int row = 0; row < list_->RecordCount(); ++row)
+        rows += list_->ViewText(row, field) == name ? 1 : 0;
+    return rows;
 }
 
 // Where the page is full the row may stand on a later one: that is not known.
 void TDBPageLookup::MarkUnknown()
 {
-    const bool none = typing_ && !text().trimmed().isEmpty() && lastError_.isEmpty() && list_->Active()
-        && list_->RecordCount() < kPageSize;
-    mark_->Set(none ? u"无此记录"_s : QString());
+    const bool open = typing_ && !text().trimmed().isEmpty() && lastError_.isEmpty() && list_->Active();
+    if (open && Namesakes(text().trimmed()) > 0)
+        mark_->Set(u"请从列表中选"_s);
+    else
+        mark_->Set(open && list_->RecordCount() < kPageSize ? u"无此记录"_s : QString());
 }
 
 void TDBPageLookup::ShowList()

@@ -25,9 +25,9 @@ QString CustomerPageQuery(const TPageRequest& request);
 
 // A box whose drop-down list comes from the server a page at a time: typing asks, after a short pause, for
 // the rows that begin with the text; Page Up and Page Down turn pages; Enter or a click takes the row; Esc
-// closes the list. A text that is a row's code or name to the letter is that row when the box is left; any
-// other stays as typed, and is marked where the server has no such row. A server's refusal is shown in the
-// list's foot, and typing goes on.
+// closes the list. A text that is a row's code to the letter, or the name of one row alone, is that row when
+// the box is left; any other stays as typed, and is marked where the server has no such row, or maybe
+// several. A server's refusal is shown in the list's foot, and typing goes on.
 class TDBPageLookup : public QLineEdit {
     Q_OBJECT
     Q_PROPERTY(QString Text READ Text WRITE SetText)
@@ -95,6 +95,7 @@ private:
     bool AskPage(const QString& afterKey);
     void Take();
     void TakeExactMatch();
+    int Namesakes(const QString& name) const; // rows of that very name on the page
     void MarkUnknown();
     void ShowList();
     void ShowFoot();

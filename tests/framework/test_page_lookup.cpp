@@ -160,6 +160,23 @@ TEST_F(PageLookup, LeavingTakesAnExactCodeAndKeepsAnythingElse)
     EXPECT_TRUE(box->property("unknown").toBool()) << "no row of that code or name";
     EXPECT_FALSE(box->ListVisible());
 
+    // A name stands for its row only where nobody else has it.
+    for (const int namesakes : {1, 2}) {
+        host.Server.OnQuery = [namesakes](const QString&) {
+            std::vector<QStringList> rows{{u"E9"_s, u"Ann Lee"_s}};
+            for (int i = 0; i < namesakes; ++i)
+                rows.push_back({u"E%1"_s.arg(i), u"Ann"_s});
+            return MakeTextRows({u"EMPLOYEE_CODE"_s, u"EMPLOYEE_NAME"_s}, rows);
+        };
+        box->setFocus();
+        box->clear();
+        QTest::keyClicks(box, u"Ann"_s);
+        other->setFocus();
+        EXPECT_EQ(box->KeyValue(), namesakes == 1 ? u"E0"_s : QString());
+        QCoreApplication::processEvents();
+        EXPECT_EQ(box->property("unknown").toBool(), namesakes > 1);
+    }
+
     const size_t asked = Asked();
     box->SetText(u"张三"_s);
     EXPECT_FALSE(box->property("unknown").toBool());
