@@ -39,7 +39,6 @@ public:
     {
         return Has(column) ? std::get<qint64>((*this)[column]) : -100;
     }
-    double Number(QStringView column) const { return std::get<double>((*this)[column]); }
     // 0 where null.
     qint64 Moment(QStringView column) const
     {

@@ -19,11 +19,6 @@ QStringList SitesOf(const QString& list)
     return list.mid(1, list.size() - 2).split(u';');
 }
 
-qint64 Midnight()
-{
-    return wire::DateTime::FromParts(2024, 1, 31).seconds;
-}
-
 } // namespace
 
 TEST(Orders, ComeInEveryStatusAndFromEverySource)
@@ -95,34 +90,6 @@ TEST(Orders, CandidateListsAreWellFormed)
     EXPECT_LE(longest, 200);
     for (const qsizetype count : {0, 1, 2, 3, 4})
         EXPECT_GT(lengths[count], 0) << count;
-}
-
-TEST(Orders, LoginsFindWorkToday)
-{
-    std::map<QString, int> waiting;
-    std::map<QString, int> accepted;
-    int contested = 0;
-    int undistributed = 0;
-    ForEach(Orders(), [&](const Row& row) {
-        if (row.Moment(u"CREATE_DATE") < Midnight() || row.Integer(u"BL_DISPART") != 1)
-            return;
-        const QStringList sites = SitesOf(row.Text(u"PREPARE_SITE"));
-        if (row.Integer(u"STATUS") == 1)
-            ++accepted[row.Text(u"REC_SITE")];
-        if (row.Integer(u"STATUS") != 0)
-            return;
-        for (const QString& site : sites)
-            ++waiting[site];
-        contested += sites.contains(u"安徽合肥一部"_s) && sites.contains(u"安徽合肥二部"_s) ? 1 : 0;
-        undistributed += sites.isEmpty() ? 1 : 0;
-    });
-    for (const QString& site : {u"安徽合肥一部"_s, u"安徽合肥二部"_s, u"安徽合肥三部"_s, u"安徽宣城同行"_s}) {
-        EXPECT_GE(waiting[site], 40) << qUtf8Printable(site);
-        EXPECT_GE(accepted[site], 60) << qUtf8Printable(site);
-    }
-    EXPECT_GE(waiting[u"快运本部"_s], 20) << "headquarters refuses only what is offered to it";
-    EXPECT_GE(contested, 40);
-    EXPECT_GE(undistributed, 10);
 }
 
 TEST(Orders, ItemsAddUpToTheOrder)
