@@ -12,6 +12,7 @@ public:
     struct Cell {
         quint16 field;
         wire::Value value;
+        bool operator==(const Cell&) const = default;
     };
 
     // nullptr where the cell below stands.
@@ -39,6 +40,7 @@ public:
     auto begin() const noexcept { return cells_.begin(); }
     auto end() const noexcept { return cells_.end(); }
     size_t MemoryUse() const noexcept;
+    bool operator==(const Cells&) const = default;
 
 private:
     std::vector<Cell>::const_iterator Place(int field) const noexcept

@@ -225,6 +225,7 @@ void TClientDataSetEx::Private::Abandon() noexcept
     modified = false;
     ranks.Clear();
     lookup.Clear();
+    undo.Clear();
     unresolved.reset();
     SetState(TDataSetState::Inactive);
     if (wasOpen) {
@@ -440,6 +441,7 @@ void TClientDataSetEx::EnableControls()
 {
     if (d_->disableCount == 0 || --d_->disableCount > 0)
         return;
+    d_->undo.EndStep();
     if (std::exchange(d_->resetHeldBack, false)) {
         d_->NotifyReset();
         d_->NotifyMoved();

@@ -182,6 +182,13 @@ public:
     void MergeChangeLog(); // present values become the originals; the log is empty
     void CancelUpdates(); // back to the originals
     bool UndoCurrentRow(); // the current row back to its original; false when it was not changed
+    // The last unsaved step (a posted row, a deletion, all that was posted while controls were disabled)
+    // taken back, or done again; the cursor goes there. An edit under way is the last step: it is cancelled.
+    // False where there is none.
+    bool UndoStep();
+    bool RedoStep();
+    bool CanUndo() const noexcept;
+    bool CanRedo() const noexcept;
     // Of the current row after a refused save: why, and what the server holds now.
     QString RejectReason() const;
     bool WasRejected() const;
@@ -196,6 +203,10 @@ public:
     TBookmark ViewBookmark(int viewRow) const;
     int ViewRowOf(TBookmark bookmark) const; // -1 when not in view
     TRowStatus ViewStatus(int viewRow) const;
+    // Whether the cell, typed text included, differs from what was read or last saved; not in a row that the
+    // server does not have. And what that was.
+    bool ViewCellChanged(int viewRow, int field) const;
+    wire::Value ViewOldValue(int viewRow, int field) const;
     // Exact sum over every view row, as a decimal text without trailing zeros; nulls count nothing.
     QString Sum(int field) const;
 

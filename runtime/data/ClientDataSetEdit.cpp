@@ -115,7 +115,9 @@ void TClientDataSetEx::Post()
         return; // the handler gave the edit up
     const RowNumber row = d_->editRow;
     const bool inserted = d_->state == TDataSetState::Insert;
+    RowState before = inserted ? RowState{TRowStatus::Unmodified, true, {}} : d_->rows.StateOf(row);
     d_->rows.Post(row, d_->pending, inserted);
+    d_->Record(row, std::move(before));
     d_->EndEdit(TDataSetState::Browse);
     const int index = d_->view.IndexOf(row);
     if (d_->filtered && !d_->PassesFilter(row))
@@ -190,7 +192,10 @@ void TClientDataSetEx::Delete()
         return;
     if (d_->IsEditing())
         d_->EndEdit(TDataSetState::Browse);
-    d_->rows.Delete(d_->CurrentRow());
+    const RowNumber row = d_->CurrentRow();
+    RowState before = d_->rows.StateOf(row);
+    d_->rows.Delete(row);
+    d_->Record(row, std::move(before));
     d_->RemoveFromView(d_->cursor);
     Run(AfterDelete);
 }

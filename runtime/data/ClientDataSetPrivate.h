@@ -7,6 +7,7 @@
 #include "runtime/data/RowOrder.h"
 #include "runtime/data/RowView.h"
 #include "runtime/data/TextLookup.h"
+#include "runtime/data/UndoLog.h"
 
 #include <QHash>
 
@@ -88,6 +89,10 @@ public:
     std::vector<SortKey> ActiveKeys() const;
     bool Matches(RowNumber row, const WantedCell& wanted) const;
 
+    // Steps to take back.
+    void Record(RowNumber row, RowState before);
+    void PutBack(const UndoLog::Step& step, bool before);
+
     // The change log.
     SendResult SendUnresolved();
     SendResult SendLog(int maxErrors, const SendResult& before);
@@ -135,6 +140,7 @@ public:
     QString indexName;
     RankCache ranks;
     TextLookup lookup;
+    UndoLog undo;
 
     // An apply-updates on its way, or one whose outcome is not known.
     std::optional<wire::Request> unresolved;

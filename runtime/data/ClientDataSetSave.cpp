@@ -81,6 +81,7 @@ TClientDataSetEx::Private::SendResult TClientDataSetEx::Private::SendUnresolved(
         }
     }
     unresolved.reset();
+    undo.Clear(); // its steps lead to originals that are no more
     return result;
 }
 
@@ -125,8 +126,10 @@ void TClientDataSetEx::ApplyUpdates(int maxErrors)
             for (const QString& reason : second.reasons)
                 if (!result.reasons.contains(reason))
                     result.reasons.append(reason);
-            if (!result.rolledBack)
+            if (!result.rolledBack) {
                 d_->rows.AcceptUnsendable();
+                d_->undo.Clear();
+            }
         }
     } catch (...) {
         d_->NotifyReset();
@@ -152,6 +155,7 @@ void TClientDataSetEx::MergeChangeLog()
     d_->RequireActive();
     d_->Settle();
     d_->rows.Merge();
+    d_->undo.Clear();
     d_->NotifyReset();
     d_->NotifyMoved();
 }
@@ -165,6 +169,7 @@ void TClientDataSetEx::CancelUpdates()
     const RowNumber current = d_->CurrentRow();
     for (const RowNumber row : d_->rows.ChangedRows())
         d_->rows.Undo(row);
+    d_->undo.Clear();
     d_->RebuildView(current);
 }
 
@@ -173,13 +178,83 @@ bool TClientDataSetEx::UndoCurrentRow()
     d_->RequireActive();
     Cancel();
     const RowNumber row = d_->CurrentRow();
-    if (row == kNoRow || !d_->rows.Undo(row))
+    if (row == kNoRow)
         return false;
+    RowState before = d_->rows.StateOf(row);
+    if (!d_->rows.Undo(row))
+        return false;
+    d_->Record(row, std::move(before));
     if (d_->rows.IsLive(row) && (!d_->filtered || d_->PassesFilter(row)))
         d_->NotifyRow(d_->cursor);
     else
         d_->RemoveFromView(d_->cursor);
     return true;
+}
+
+// --- Steps ---
+
+void TClientDataSetEx::Private::Record(RowNumber row, RowState before)
+{
+    RowState after = rows.StateOf(row);
+    if (before != after)
+        undo.Add({row, std::move(before), std::move(after)}, disableCount > 0);
+}
+
+// The rows of the step as they were before it, or after it.
+void TClientDataSetEx::Private::PutBack(const UndoLog::Step& step, bool before)
+{
+    const RowNumber current = CurrentRow();
+    const RowNumber aim = step.front().row;
+    if (before)
+        for (auto change = step.rbegin(); change != step.rend(); ++change)
+            rows.PutBack(change->row, change->before);
+    else
+        for (const UndoLog::RowStep& change : step)
+            rows.PutBack(change.row, change.after);
+    // One row keeps its place, or gives it up alone.
+    const int index = step.size() == 1 ? view.IndexOf(aim) : -1;
+    const bool stays = index >= 0 && rows.IsLive(aim) && (!filtered || PassesFilter(aim));
+    if (index >= 0 && !stays) {
+        RemoveFromView(index);
+        return;
+    }
+    if (!stays)
+        RebuildView(current);
+    q->GotoBookmark(aim + 1);
+    if (stays)
+        NotifyRow(index);
+}
+
+bool TClientDataSetEx::UndoStep()
+{
+    d_->RequireActive();
+    if (d_->IsEditing()) {
+        Cancel();
+        return true;
+    }
+    if (!d_->undo.CanUndo())
+        return false;
+    d_->PutBack(d_->undo.Undo(), true);
+    return true;
+}
+
+bool TClientDataSetEx::RedoStep()
+{
+    d_->RequireActive();
+    if (d_->IsEditing() || !d_->undo.CanRedo())
+        return false;
+    d_->PutBack(d_->undo.Redo(), false);
+    return true;
+}
+
+bool TClientDataSetEx::CanUndo() const noexcept
+{
+    return d_->IsEditing() || d_->undo.CanUndo();
+}
+
+bool TClientDataSetEx::CanRedo() const noexcept
+{
+    return !d_->IsEditing() && d_->undo.CanRedo();
 }
 
 QString TClientDataSetEx::RejectReason() const

@@ -61,6 +61,22 @@ TRowStatus TClientDataSetEx::ViewStatus(int viewRow) const
     return d_->rows.Status(row);
 }
 
+bool TClientDataSetEx::ViewCellChanged(int viewRow, int field) const
+{
+    if (viewRow < 0 || viewRow >= d_->view.Count() || field < 0 || field >= FieldCount())
+        return false;
+    const wire::Value* edited = d_->Edited(d_->view.RowAt(viewRow), field);
+    return edited && ViewStatus(viewRow) != TRowStatus::Inserted
+        && !wire::SameValue(*edited, ViewOldValue(viewRow, field));
+}
+
+wire::Value TClientDataSetEx::ViewOldValue(int viewRow, int field) const
+{
+    if (viewRow < 0 || viewRow >= d_->view.Count() || field < 0 || field >= FieldCount())
+        return {};
+    return d_->rows.Original(d_->view.RowAt(viewRow), field);
+}
+
 QString TClientDataSetEx::Sum(int field) const
 {
     if (field < 0 || field >= FieldCount())

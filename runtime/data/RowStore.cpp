@@ -221,6 +221,19 @@ bool RowStore::Undo(RowNumber row)
     return true;
 }
 
+RowState RowStore::StateOf(RowNumber row) const
+{
+    const RowEdit* edit = FindEdit(row);
+    return edit ? RowState{edit->status, edit->gone, edit->changed} : RowState{};
+}
+
+void RowStore::PutBack(RowNumber row, const RowState& state)
+{
+    RowEdit& edit = EditOf(row);
+    edit.changed = state.changed;
+    SetStatus(edit, state.status, state.gone);
+}
+
 void RowStore::Merge()
 {
     for (RowEdit& edit : edits_) {

@@ -17,6 +17,15 @@ struct Rejection {
     std::vector<wire::Value> values; // by field; null for fields that were not sent
 };
 
+// A row's part in the change log, to be put back later.
+struct RowState {
+    TRowStatus status = TRowStatus::Unmodified;
+    bool gone = false; // no longer anywhere
+    Cells changed;
+
+    bool operator==(const RowState&) const = default;
+};
+
 // The rows of a dataset and its change log.
 //
 // A cell is looked for in three layers: the present value where it differs from the original, the original
@@ -65,6 +74,9 @@ public:
     void Delete(RowNumber row);
     // Back to the original; false when the row is not in the log.
     bool Undo(RowNumber row);
+    // The row as it stands, and back to that: while no original has changed since.
+    RowState StateOf(RowNumber row) const;
+    void PutBack(RowNumber row, const RowState& state);
     void Merge();
 
     int ChangeCount() const noexcept { return changeCount_; }

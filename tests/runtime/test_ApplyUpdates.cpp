@@ -153,6 +153,7 @@ TEST_F(ApplyUpdatesTest, SendsKeyGuardAndChangesOnly)
     Add(u"D4"_s);
     EXPECT_EQ(Apply(), std::nullopt);
     EXPECT_EQ(set.ChangeCount(), 0);
+    EXPECT_FALSE(set.CanUndo());
     ASSERT_EQ(server.Requests.size(), 1U);
     const wire::ChangeLog& log = server.Requests[0].changes;
     EXPECT_EQ(log.columns.size(), 5U);

@@ -180,6 +180,56 @@ TEST_F(ClientDataSetTest, CursorEndsAsLoopsExpect)
     EXPECT_EQ(RaisedBy([&] { set.Edit(); }), wire::ErrorKind::Usage);
 }
 
+TEST_F(ClientDataSetTest, StepsAreTakenBackOneByOneAndDoneAgain)
+{
+    const auto shown = [this] {
+        return Joined(set, u"ID") + u'|' + Joined(set, u"SITE") + u'|' + QString::number(set.ChangeCount());
+    };
+    QStringList states{shown()};
+    Put(u"SITE", u"广州"_s);
+    states += shown();
+    Put(u"SITE", u"上海"_s);
+    EXPECT_TRUE(set.UndoStep());
+    const auto batch = [&] {
+        set.DisableControls();
+        for (set.First(); !set.Eof(); set.Next())
+            Put(u"SITE", u"批量"_s);
+        set.EnableControls();
+    };
+    const auto remove = [&] {
+        set.SetRecNo(2);
+        set.Delete();
+    };
+    const auto add = [&] {
+        set.Append();
+        set.FieldByName(u"ID").SetAsString(u"D4"_s);
+        set.Post();
+    };
+    for (const auto& step :
+        std::vector<std::function<void()>>{[&] { set.UndoCurrentRow(); }, batch, remove, add}) {
+        step(); // what was taken back before is then gone for good
+        states += shown();
+    }
+    for (qsizetype i = states.size() - 2; i >= 0; --i) {
+        EXPECT_TRUE(set.UndoStep());
+        EXPECT_EQ(shown(), states[i]) << i;
+    }
+    EXPECT_FALSE(set.CanUndo());
+    for (qsizetype i = 1; i < states.size(); ++i) {
+        EXPECT_TRUE(set.RedoStep());
+        EXPECT_EQ(shown(), states[i]) << i;
+    }
+    EXPECT_FALSE(set.CanRedo());
+    set.Edit();
+    set.FieldByName(u"SITE").SetAsString(u"武汉"_s);
+    EXPECT_TRUE(set.ViewCellChanged(0, 2));
+    EXPECT_EQ(set.ViewOldValue(0, 2), T(u"上海"));
+    set.UndoStep();
+    EXPECT_EQ(shown(), states.last()) << "an edit under way is the last step";
+    set.MergeChangeLog();
+    EXPECT_FALSE(set.CanUndo() || set.ViewCellChanged(0, 2));
+}
+
 TEST_F(ClientDataSetTest, OldValuesWhileEditing)
 {
     QString seen;
