@@ -1,10 +1,14 @@
 #include "framework/DataView.h"
 
 #include "framework/DataViewLayout.h"
+#include "framework/frm_Basic.h"
 #include "module/data/LayoutStorage.h"
 #include "runtime/ui/Style.h"
 
+#include <QAbstractButton>
+#include <QAction>
 #include <QLabel>
+#include <QMenu>
 #include <QPainter>
 #include <QVBoxLayout>
 
@@ -57,6 +61,7 @@ TDataView::TDataView(QWidget* parent, const QString& name)
         return DataViewGridDrawColumnCell(painter, rect, column, viewRow);
     };
     DataViewGrid->OnTitleBtnClick = [this](int column) { DataViewGridTitleBtnClick(column); };
+    DataViewGrid->OnContextMenu = [this](QMenu& menu) { DataViewGridContextMenu(menu); };
     DS->OnStateChange = [this] { DSStateChange(); };
 }
 
@@ -128,6 +133,24 @@ bool TDataView::DataViewGridDrawColumnCell(QPainter& painter, const QRect& rect,
 void TDataView::DataViewGridTitleBtnClick(int)
 {
     DataViewGrid->ClearSelectedRows();
+}
+
+void TDataView::DataViewGridContextMenu(QMenu& menu)
+{
+    QWidget* widget = parentWidget();
+    while (widget && !qobject_cast<Tfrm_Basic*>(widget))
+        widget = widget->parentWidget();
+    const auto* screen = static_cast<Tfrm_Basic*>(widget);
+    if (!screen || screen->DataView() != this)
+        return;
+    menu.addSeparator();
+    menu.addActions(screen->findChildren<QAction*>(Qt::FindDirectChildrenOnly));
+    for (const auto& [button, text] : {std::pair(screen->QueryButton(), u"查询(&Q)\tF5"_s),
+             std::pair(screen->SaveButton(), u"保存(&S)\tCtrl+S"_s)}) {
+        if (button)
+            menu.addAction(text, button, [button = button] { button->click(); })
+                ->setEnabled(button->isEnabled());
+    }
 }
 
 void TDataView::DSStateChange()

@@ -7,6 +7,7 @@
 #include <QFrame>
 
 class QLabel;
+class QMenu;
 
 // The list control of every screen: a grid over one dataset with row numbers, a record count, sorting by
 // title clicks and optional stripes, which remembers the user's column layout in the module's settings file.
@@ -39,6 +40,8 @@ public:
     bool DataViewGridDrawColumnCell(QPainter& painter, const QRect& rect, int column, int viewRow);
     void DataViewGridTitleBtnClick(int column);
     void DSStateChange();
+    // The screen's own actions, in the menu of its main list.
+    void DataViewGridContextMenu(QMenu& menu);
 
 private:
     void PrepareFooters();

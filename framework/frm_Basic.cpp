@@ -11,6 +11,9 @@
 #include <QKeyEvent>
 #include <QPlainTextEdit>
 #include <QTextEdit>
+#include <QTimer>
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -69,6 +72,7 @@ void Tfrm_Basic::Create()
     }
     CreateControls();
     FormCreate();
+    WatchUnsavedEdits();
     const BusyCursor busy;
     FirstLoad();
 }
@@ -84,6 +88,25 @@ void Tfrm_Basic::FormCreate()
     HostMainForm = Application->MainForm();
     for (TClientDataSetEx* dataSet : OwnedDataSets())
         dataSet->SetRemoteServer(dm_BasicData->HostConnection);
+}
+
+void Tfrm_Basic::WatchUnsavedEdits()
+{
+    auto* soon = new QTimer(this); // once for all that a batch changes
+    soon->setSingleShot(true);
+    connect(soon, &QTimer::timeout, this, [this] {
+        const std::vector<TClientDataSetEx*> dataSets = OwnedDataSets();
+        setWindowModified(
+            !Quiet && std::ranges::any_of(dataSets, [](const auto* set) { return set->HasUnsavedEdits(); }));
+    });
+    const auto changed = [soon] { soon->start(); };
+    for (TClientDataSetEx* dataSet : OwnedDataSets()) {
+        connect(dataSet, &TClientDataSetEx::StateChanged, soon, changed);
+        connect(dataSet, &TClientDataSetEx::DataReset, soon, changed);
+        connect(dataSet, &TClientDataSetEx::RowChanged, soon, changed);
+        connect(dataSet, &TClientDataSetEx::RowRemoved, soon, changed);
+        connect(dataSet, &TClientDataSetEx::FieldChanged, soon, changed);
+    }
 }
 
 TDataView* Tfrm_Basic::DataView() const noexcept

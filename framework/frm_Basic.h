@@ -80,6 +80,8 @@ protected:
     // Closes what is still open; the destructor's part.
     void FormDestroy();
 
+    // Keeps the mark of unsaved edits on the window's tab.
+    void WatchUnsavedEdits();
     // Every dataset of the screen, in the order of creation.
     std::vector<TClientDataSetEx*> OwnedDataSets() const;
 

@@ -1,12 +1,15 @@
 #include "host/WindowList.h"
 
 #include <QAction>
+#include <QEvent>
 #include <QMenu>
 #include <QSignalBlocker>
 #include <QTabBar>
 #include <QWidget>
 
 #include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
 
 TWindowList::TWindowList(QTabBar* tabs, QMenu* menu, QObject* owner)
     : QObject(owner)
@@ -45,6 +48,7 @@ void TWindowList::Add(QWidget* screen)
     tabs_->addTab(QString());
     ShowTitle(screen);
     connect(screen, &QWidget::windowTitleChanged, this, [this, screen] { ShowTitle(screen); });
+    screen->installEventFilter(this); // tells when there is something to save
     connect(screen, &QObject::destroyed, this, &TWindowList::Remove);
     Q_EMIT CountChanged(Count());
 }
@@ -65,6 +69,7 @@ void TWindowList::Remove(QObject* screen)
     if (index < 0)
         return;
     disconnect(screen, nullptr, this, nullptr);
+    screen->removeEventFilter(this);
     delete screens_[index].action;
     screens_.erase(screens_.begin() + index);
     const QSignalBlocker quiet(tabs_);
@@ -92,7 +97,14 @@ void TWindowList::ShowTitle(const QWidget* screen)
     const int index = IndexOf(screen);
     if (index < 0)
         return;
-    const QString title = screen->windowTitle();
+    const QString title = screen->windowTitle() + (screen->isWindowModified() ? u" ●"_s : QString());
     tabs_->setTabText(index, title);
     screens_[index].action->setText(title);
+}
+
+bool TWindowList::eventFilter(QObject* screen, QEvent* event)
+{
+    if (event->type() == QEvent::ModifiedChange)
+        ShowTitle(static_cast<QWidget*>(screen));
+    return false;
 }

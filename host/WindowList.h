@@ -24,6 +24,8 @@ public:
     // By object name, in the order of the tabs.
     QStringList ScreenNames() const;
 
+    bool eventFilter(QObject* screen, QEvent* event) override;
+
 Q_SIGNALS:
     void Chosen(QWidget* screen);
     void CloseWanted(QWidget* screen);

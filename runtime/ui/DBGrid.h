@@ -13,6 +13,7 @@
 #include <memory>
 #include <vector>
 
+class QMenu;
 class TDBGridEh;
 class TDBLookupComboboxEh;
 
@@ -199,6 +200,9 @@ public:
     std::function<void(QKeyEvent* event)> OnKeyDown; // accept the event to eat it
     // A row was taken from the list of a lookup cell's editor, before the cell is written.
     std::function<void(const TColumnEh& column, const TDBLookupComboboxEh& editor)> OnLookupUpdateData;
+    // At the end of a cell's menu, behind the grid's own entries and its actions() (what a list can do with
+    // all its rows is added as an action, with its key).
+    std::function<void(QMenu& menu)> OnContextMenu;
     std::function<bool(int column)> OnColExit; // false keeps the column
     std::function<void()> OnColEnter;
 
@@ -220,6 +224,7 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     bool viewportEvent(QEvent* event) override;

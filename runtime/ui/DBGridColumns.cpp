@@ -362,33 +362,38 @@ QString TDBGridEh::CellText(int viewRow, int column) const
         return QString::number(viewRow + 1);
     if (entry.field < 0)
         return {};
+    return d_->ShownText(entry, open->ViewValue(viewRow, entry.field));
+}
+
+QString TDBGridEh::Private::ShownText(const TGridColumn& entry, const wire::Value& value) const
+{
     const TColumnEh& info = entry.info;
-    if (!info.nullText.isEmpty() && open->ViewIsNull(viewRow, entry.field))
+    const bool null = wire::IsNull(value);
+    if (null && !info.nullText.isEmpty())
         return info.nullText;
+    const QString text = wire::ToText(value);
     switch (info.style) {
     case TColumnStyle::CheckBox:
-        return open->ViewText(viewRow, entry.field) == info.keyList.value(0, u"1"_s) ? u"1"_s : u"0"_s;
+        return text == info.keyList.value(0, u"1"_s) ? u"1"_s : u"0"_s;
     case TColumnStyle::KeyPickList: {
-        const QString key = open->ViewText(viewRow, entry.field);
-        const qsizetype index = info.keyList.indexOf(key);
+        const qsizetype index = info.keyList.indexOf(text);
         return index >= 0 && index < info.pickList.size() ? info.pickList[index]
-                                                          : info.namedKeys.value(key, key);
+                                                          : info.namedKeys.value(text, text);
     }
     case TColumnStyle::Lookup:
-        return d_->LookupTextOf(entry, open->ViewText(viewRow, entry.field)).shown;
+        return LookupTextOf(entry, text).shown;
     case TColumnStyle::Memo:
-        return open->ViewText(viewRow, entry.field).simplified();
+        return text.simplified();
     default:
         break;
     }
-    if (info.displayFormat.isEmpty() || open->ViewIsNull(viewRow, entry.field))
-        return open->ViewText(viewRow, entry.field);
-    const wire::Value value = open->ViewValue(viewRow, entry.field);
+    if (info.displayFormat.isEmpty() || null)
+        return text;
     if (const auto* moment = std::get_if<wire::DateTime>(&value))
         return moment->Format(info.displayFormat);
     if (const auto* number = std::get_if<double>(&value))
         return FormatNumber(*number, info.displayFormat);
     if (const auto* number = std::get_if<qint64>(&value))
         return FormatNumber(double(*number), info.displayFormat);
-    return wire::ToText(value);
+    return text;
 }

@@ -212,11 +212,19 @@ bool TDBGridEh::Private::Command(QKeyEvent* event)
         return control;
     case Qt::Key_C:
         if (control)
-            CopyToClipboard();
+            CopyRows(event->modifiers() & Qt::ShiftModifier);
         return control;
     case Qt::Key_F:
         if (control)
             q->ShowFindDialog();
+        return control;
+    case Qt::Key_Z:
+        if (control)
+            event->modifiers() & Qt::ShiftModifier ? UndoRow() : UndoStep();
+        return control;
+    case Qt::Key_Y:
+        if (control)
+            RedoStep();
         return control;
     case Qt::Key_Space:
         if (control && CurrentRow() >= 0) {
@@ -319,6 +327,8 @@ void TDBGridEh::mousePressEvent(QMouseEvent* event)
     if (!d_->MoveTo(index.row(), index.column()))
         return;
     const int row = d_->OpenDataSet()->ViewRowOf(aim);
+    if (event->button() == Qt::RightButton && row >= 0 && !IsRowSelected(aim))
+        d_->SelectOnly(row); // its menu is for it, not for those selected elsewhere
     if (event->button() != Qt::LeftButton || row < 0)
         return;
     d_->pressed = d_->model->index(row, index.column());
@@ -396,10 +406,50 @@ bool TDBGridEh::viewportEvent(QEvent* event)
         return QTableView::viewportEvent(event);
     const auto* help = static_cast<QHelpEvent*>(event);
     const QModelIndex index = indexAt(help->pos());
-    const bool unknown = index.isValid() && d_->ShowsUnknown(index.row(), index.column());
-    QToolTip::showText(
-        help->globalPos(), unknown ? Column(index.column()).lookup.unknownText : QString(), this);
+    QToolTip::showText(help->globalPos(), index.isValid() ? d_->ToolTipAt(index) : QString(), this);
     return true;
+}
+
+// Of a cell: the whole text where the column cuts it, why it has its colour, what stood there before.
+QString TDBGridEh::Private::ToolTipAt(const QModelIndex& index) const
+{
+    const TClientDataSetEx* open = OpenDataSet();
+    const TGridColumn& column = columns[size_t(index.column())];
+    QStringList lines;
+    const QString text = q->CellText(index.row(), index.column());
+    if (column.info.style != TColumnStyle::CheckBox
+        && q->fontMetrics().horizontalAdvance(text) > q->columnWidth(index.column()) - 7)
+        lines += text;
+    if (ShowsUnknown(index.row(), index.column()))
+        lines += column.info.lookup.unknownText;
+    if (open->ViewCellChanged(index.row(), column.field)) {
+        const QString before = ShownText(column, open->ViewOldValue(index.row(), column.field));
+        lines += u"未保存，原值：%1"_s.arg(before.isEmpty() ? u"（空）"_s : before);
+    }
+    return lines.join(u'\n').toHtmlEscaped().replace(u'\n', u"<br>"_s);
+}
+
+void TDBGridEh::Private::UndoStep()
+{
+    TClientDataSetEx* open = OpenDataSet();
+    CloseEditor();
+    if (open)
+        Guarded([&] { open->UndoStep(); });
+}
+
+void TDBGridEh::Private::RedoStep()
+{
+    TClientDataSetEx* open = OpenDataSet();
+    if (open && !editor)
+        Guarded([&] { open->RedoStep(); });
+}
+
+void TDBGridEh::Private::UndoRow()
+{
+    TClientDataSetEx* open = OpenDataSet();
+    CloseEditor();
+    if (open && CurrentRow() >= 0)
+        Guarded([&] { open->UndoCurrentRow(); });
 }
 
 void TDBGridEh::currentChanged(const QModelIndex& current, const QModelIndex& previous)

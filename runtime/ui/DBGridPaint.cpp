@@ -129,6 +129,13 @@ void TDBGridEh::Private::PaintRows(QPainter& painter, const QRect& dirty, bool f
         for (size_t i = 0; i < places.size(); ++i)
             PaintCell(painter, QRect(places[i].left, top, places[i].width - 1, rowHeight - 1), row,
                 places[i].column, params[i]);
+        const bool editing = row == currentRow && open.State() == TDataSetState::Edit;
+        if (!editing && open.ViewStatus(row) != TRowStatus::Modified)
+            continue;
+        for (const Place& place : places) {
+            if (open.ViewCellChanged(row, columns[size_t(place.column)].field))
+                PaintChanged(painter, QRect(place.left, top, place.width - 1, rowHeight - 1));
+        }
     }
 
     const QColor line = Mixed(base, palette.color(QPalette::Text), 0.16);
@@ -218,6 +225,18 @@ void TDBGridEh::Private::PaintCell(
     // The cache may let go of the text for the word's sake: nothing of it is needed any more.
     if (unknown)
         PaintUnknown(painter, inner, entry, left + fitted.width);
+}
+
+// What is not saved yet has a corner of its own, over whatever colour the row has.
+void TDBGridEh::Private::PaintChanged(QPainter& painter, const QRect& rect)
+{
+    const int side = std::max(5, rowHeight / 3);
+    const QPoint corner[] = {
+        rect.topLeft(), rect.topLeft() + QPoint(side, 0), rect.topLeft() + QPoint(0, side)};
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(ChangedCellColor());
+    painter.drawPolygon(corner, 3);
+    painter.setBrush(Qt::NoBrush);
 }
 
 // The letters found, where the cell is wide enough to show them.

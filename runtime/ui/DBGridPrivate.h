@@ -12,6 +12,8 @@
 
 #include <unordered_set>
 
+class QMenu;
+
 // One column with what the grid knows of it beyond its description.
 struct TGridColumn {
     TColumnEh info;
@@ -94,6 +96,7 @@ public:
     QString rowNumberTitle;
     const TGridColumn::LookupText& LookupTextOf(const TGridColumn& column, const QString& key) const;
     bool ShowsUnknown(int viewRow, int column) const; // a lookup cell whose text its list does not hold
+    QString ShownText(const TGridColumn& column, const wire::Value& value) const;
     bool ShownColumn(int column) const;
     int NextShownColumn(int column, int step) const; // -1 when there is none
     int FrozenWidth() const;
@@ -122,6 +125,7 @@ public:
     void AskHandler(const TColumnEh& column, int viewRow, TCellParams& params) const;
     void PaintCell(QPainter& painter, const QRect& rect, int viewRow, int column, TCellParams& params);
     void PaintCheck(QPainter& painter, const QRect& rect, bool checked);
+    void PaintChanged(QPainter& painter, const QRect& rect);
     void PaintFound(QPainter& painter, const QRect& inner, const QString& text, int left);
     void PaintUnknown(QPainter& painter, const QRect& inner, const TGridColumn& column, int textEnd);
     void UpdateRow(int viewRow);
@@ -148,7 +152,14 @@ public:
     bool Navigate(QKeyEvent* event);
     bool Command(QKeyEvent* event);
     void Escape();
-    void CopyToClipboard() const;
+    void UndoStep();
+    void RedoStep();
+    void UndoRow();
+    void Copy(const std::vector<int>& rows, const std::vector<int>& copied, bool withTitles) const;
+    void CopyRows(bool withTitles) const;
+    void CopyColumn() const;
+    void FillMenu(QMenu& menu);
+    QString ToolTipAt(const QModelIndex& index) const;
 
     // Rows selected together.
     std::unordered_set<TBookmark> selected;

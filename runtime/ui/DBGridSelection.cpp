@@ -1,8 +1,5 @@
 #include "runtime/ui/DBGridPrivate.h"
 
-#include <QApplication>
-#include <QClipboard>
-
 #include <algorithm>
 
 std::vector<TBookmark> TDBGridEh::SelectedRows() const
@@ -93,32 +90,4 @@ void TDBGridEh::Private::SelectAfterMove(Qt::KeyboardModifiers modifiers)
         SelectTo(row);
     else
         SelectOnly(row);
-}
-
-void TDBGridEh::Private::CopyToClipboard() const
-{
-    const TClientDataSetEx* open = OpenDataSet();
-    if (!open || CurrentRow() < 0)
-        return;
-    const std::vector<TBookmark> rows = q->SelectedRows();
-    if (rows.size() < 2) {
-        QApplication::clipboard()->setText(q->CellText(CurrentRow(), currentColumn));
-        return;
-    }
-    // Rows as a spreadsheet takes them: tabs between cells, titles first.
-    QString text;
-    const auto addLine = [&](const auto& cell) {
-        QStringList line;
-        for (int column = 0; column < int(columns.size()); ++column) {
-            if (ShownColumn(column))
-                line += QString(cell(column)).simplified();
-        }
-        text += line.join(u'\t') + u'\n';
-    };
-    addLine([this](int column) { return columns[size_t(column)].info.title.section(u'|', -1); });
-    for (const TBookmark bookmark : rows) {
-        const int row = open->ViewRowOf(bookmark);
-        addLine([this, row](int column) { return q->CellText(row, column); });
-    }
-    QApplication::clipboard()->setText(text);
 }

@@ -91,6 +91,11 @@ QColor UnknownTextColor()
     return {0xb3, 0x26, 0x1e};
 }
 
+QColor ChangedCellColor()
+{
+    return {0xD9, 0x5F, 0x0E};
+}
+
 QColor FoundCellColor()
 {
     return {0xff, 0xf1, 0xb8};

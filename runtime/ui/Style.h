@@ -24,6 +24,8 @@ RUNTIME_EXPORT QFont ScreenFont();
 
 // The colour of a text that the list it is chosen from does not hold, or that is no date.
 RUNTIME_EXPORT QColor UnknownTextColor();
+// The corner of a cell that is not saved yet.
+RUNTIME_EXPORT QColor ChangedCellColor();
 // Behind the cell that a search found, and behind the letters found in it.
 RUNTIME_EXPORT QColor FoundCellColor();
 RUNTIME_EXPORT QColor FoundTextColor();

@@ -121,8 +121,12 @@ TEST_F(BasicScreen, ARowStillInEditIsUnsavedTooAndAskedOnceADataSet)
     screen->cds->FieldByName(u"NOTE").SetAsString(u"typed"_s);
     EXPECT_FALSE(close());
     EXPECT_EQ(host.App.ShownMessages().size(), 1U);
+    RunEvents();
+    EXPECT_TRUE(screen->isWindowModified());
     screen->cds->Cancel();
     screen->cds->CancelUpdates();
+    RunEvents();
+    EXPECT_FALSE(screen->isWindowModified());
 
     // Text in a cell's editor, written nowhere yet.
     TDBGridEh* grid = screen->DataView1->DataViewGrid;

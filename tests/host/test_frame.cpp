@@ -96,7 +96,8 @@ TEST_F(FrameTest, WindowListFollowsTheScreens)
     ASSERT_EQ(Tabs()->count(), 1);
     EXPECT_EQ(Tabs()->tabText(0), u"示例"_s);
     screen->SetCaption(u"改名"_s);
-    EXPECT_EQ(Tabs()->tabText(0), u"改名"_s);
+    screen->setWindowModified(true);
+    EXPECT_EQ(Tabs()->tabText(0), u"改名 ●"_s) << "something to save";
     EXPECT_EQ(OpenSample(), screen) << "a second call brings the same screen forward";
     EXPECT_EQ(Tabs()->count(), 1);
     screen->Close();

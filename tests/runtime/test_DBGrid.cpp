@@ -6,6 +6,7 @@
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QMenu>
+#include <QMimeData>
 #include <QPainter>
 #include <QSignalSpy>
 #include <QTimer>
@@ -85,6 +86,11 @@ TEST_F(DBGridTest, CellsShowWhatTheirColumnSays)
     EXPECT_EQ(grid.CellText(3, 0), QString());
     grid.selectAll();
     Key(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QApplication::clipboard()->text().section(u'\t', 0, 0), u"D1"_s);
+    Key(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_TRUE(
+        QApplication::clipboard()->mimeData()->html().contains(u"mso-number-format:'\\@'\">D1</td>"_s))
+        << "text stays text in a spreadsheet";
     const QStringList lines = QApplication::clipboard()->text().split(u'\n');
     EXPECT_EQ(lines.value(0).section(u'\t', 8, 8) + lines.value(3).section(u'\t', 8, 8), u"序号3"_s);
     grid.SetSumListActive(false);

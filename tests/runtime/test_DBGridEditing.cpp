@@ -2,6 +2,12 @@
 #include "runtime/ui/Style.h"
 #include "tests/runtime/GridFixture.h"
 
+#include <QContextMenuEvent>
+#include <QHelpEvent>
+#include <QMenu>
+#include <QTimer>
+#include <QToolTip>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -51,6 +57,49 @@ TEST_F(DBGridEditingTest, EscapeGivesUpTheCellThenTheRow)
     EXPECT_EQ(orders.State(), TDataSetState::Browse);
     EXPECT_EQ(Cell(0, u"SITE"), u"上海"_s);
     EXPECT_EQ(orders.ChangeCount(), 0);
+}
+
+TEST_F(DBGridEditingTest, WhatIsNotSavedIsMarkedToldAndTakenBackByKeyAndMenu)
+{
+    Open(OrderGridColumns());
+    const auto marked = [&] {
+        const QPoint corner = grid.visualRect(grid.model()->index(0, 2)).topLeft() + QPoint(1, 1);
+        return grid.viewport()->grab().toImage().pixelColor(corner) == ChangedCellColor();
+    };
+    grid.SelectField(u"SITE");
+    Type(u"甲");
+    Key(Qt::Key_Tab);
+    EXPECT_TRUE(marked()) << "before the row is posted, too";
+    Key(Qt::Key_Down);
+    QHelpEvent asked(QEvent::ToolTip, CellCentre(0, 2), grid.viewport()->mapToGlobal(CellCentre(0, 2)));
+    QApplication::sendEvent(grid.viewport(), &asked);
+    EXPECT_TRUE(QToolTip::text().contains(u"原值：上海"_s)) << QToolTip::text();
+    Key(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(Cell(0, u"SITE"), u"上海"_s);
+    EXPECT_FALSE(marked());
+    EXPECT_EQ(orders.RecNo(), 1) << "where it was";
+    Key(Qt::Key_Y, Qt::ControlModifier);
+    EXPECT_EQ(Cell(0, u"SITE"), u"甲"_s);
+
+    QAction whole(u"导出"_s);
+    grid.addAction(&whole);
+    grid.OnContextMenu = [](QMenu& menu) { menu.addAction(u"批量"_s); };
+    QStringList offered;
+    QTimer::singleShot(0, &grid, [&] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        ASSERT_NE(menu, nullptr);
+        for (QAction* action : menu->actions()) {
+            offered += action->text().section(u'\t', 0, 0);
+            if (offered.last() == u"撤销此行"_s)
+                action->trigger();
+        }
+        menu->close();
+    });
+    QContextMenuEvent byKey(QContextMenuEvent::Keyboard, {}, {});
+    QApplication::sendEvent(grid.viewport(), &byKey);
+    EXPECT_EQ(offered.mid(offered.size() - 3).join(u','), u",导出,批量"_s);
+    EXPECT_EQ(orders.ChangeCount(), 0);
+    grid.removeAction(&whole);
 }
 
 TEST_F(DBGridEditingTest, AnEditRefusedBeforeItBeginsChangesNothing)
