@@ -5,7 +5,7 @@ SIZE ?= medium
 SECONDS ?= 60
 SOURCES = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: run test bench build setup sanitize fuzz chaos pictures format check-format lint clean
+.PHONY: run test bench build setup sanitize fuzz attack chaos pictures format check-format lint clean
 
 run: build
 	$(BUILD)/bin/zelmor-host --demo $(SIZE) --screenshots $(BUILD)/tour
@@ -31,6 +31,10 @@ sanitize: setup
 # Every fuzz target for SECONDS; a finding fails.
 fuzz: setup
 	scripts/fuzz.sh $(SECONDS)
+
+# Every attack that once went through, against a server of its own; one that does again fails.
+attack: build
+	$(BUILD)/bin/zelmor_attack
 
 # Desks work for SECONDS while servers, connections and the database die; a broken promise fails.
 chaos: build

@@ -46,8 +46,10 @@ LikePattern::LikePattern(const QString& pattern, QChar escape)
         }
     }
     flush();
-    for (Piece& piece : pieces_)
+    for (Piece& piece : pieces_) {
         Prepare(piece);
+        stepsAByte_ = std::max(stepsAByte_, piece.hasAny ? piece.places.begin()->second.size() : 0);
+    }
 }
 
 void LikePattern::Prepare(Piece& piece)

@@ -16,6 +16,8 @@ public:
     // Raises wire::Error (Data) for a pattern of more characters than a literal may have.
     explicit LikePattern(const QString& pattern, QChar escape = {});
     bool Matches(std::string_view utf8) const;
+    // What a byte of a text may cost, in bytes of a text that is only read.
+    size_t StepsAByte() const noexcept { return stepsAByte_; }
 
 private:
     // A stretch between two %.
@@ -38,6 +40,7 @@ private:
     static bool FindWithAny(const Piece& piece, std::string_view text, size_t from, size_t& end);
 
     std::vector<Piece> pieces_; // one more than there are %
+    size_t stepsAByte_ = 0;
 };
 
 } // namespace dialect

@@ -304,13 +304,15 @@ void Like(Context context, int count, Arguments arguments)
 {
     if (AnyNull(count, arguments))
         return;
-    if (count == 2) {
-        sqlite3_result_int(context, Parsed<LikePattern>(context, arguments, 1)->Matches(Bytes(arguments[0])));
-        return;
-    }
+    const auto match = [&](const LikePattern& pattern) {
+        const std::string_view text = Bytes(arguments[0]);
+        CountWork(context, text.size() * pattern.StepsAByte());
+        sqlite3_result_int(context, pattern.Matches(text));
+    };
+    if (count == 2)
+        return match(*Parsed<LikePattern>(context, arguments, 1));
     const QString escape = Text(arguments[2]);
-    const LikePattern pattern(Text(arguments[1]), escape.isEmpty() ? QChar() : escape.front());
-    sqlite3_result_int(context, pattern.Matches(Bytes(arguments[0])));
+    match(LikePattern(Text(arguments[1]), escape.isEmpty() ? QChar() : escape.front()));
 }
 
 // The texts that match a pattern lie from its plain beginning up to, not including, the next such beginning.

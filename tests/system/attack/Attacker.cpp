@@ -1,0 +1,138 @@
+#include "tests/system/attack/Attacker.h"
+
+#include "demo/Generator.h"
+
+#include <QElapsedTimer>
+#include <QHostAddress>
+#include <QTcpSocket>
+
+using wire::Error;
+using wire::ErrorKind;
+
+namespace attack {
+namespace {
+
+constexpr int kPatience = 60'000; // milliseconds; whoever waits longer has been frozen out
+
+} // namespace
+
+wire::Request Login(const QString& account, const QString& password)
+{
+    wire::Request request;
+    request.kind = wire::RequestKind::Login;
+    request.account = account;
+    request.password = password;
+    return request;
+}
+
+wire::Request Query(const QString& text)
+{
+    wire::Request request;
+    request.kind = wire::RequestKind::Query;
+    request.text = text;
+    return request;
+}
+
+wire::Request Execute(const QString& text)
+{
+    wire::Request request = Query(text);
+    request.kind = wire::RequestKind::Execute;
+    return request;
+}
+
+wire::Packet Compressed(const wire::Packet& packet)
+{
+    wire::Packet smaller(static_cast<wire::FrameKind>(packet.Data()[6]), 1);
+    smaller.Put(packet.Data() + wire::kHeaderSize, packet.Size() - wire::kHeaderSize);
+    smaller.Seal(true);
+    return smaller;
+}
+
+Attacker::Attacker(int port, const QString& from)
+{
+    auto socket = std::make_unique<QTcpSocket>();
+    socket->bind(QHostAddress(from));
+    socket->connectToHost(QHostAddress(QHostAddress::LocalHost), quint16(port));
+    if (!socket->waitForConnected(5000))
+        throw Error(ErrorKind::Connection, socket->errorString());
+    stream_.emplace(std::move(socket));
+}
+
+Answer Attacker::Ask(const wire::Request& request, bool compressed)
+{
+    QElapsedTimer time;
+    time.start();
+    Answer answer;
+    try {
+        const wire::Packet packet = wire::EncodeRequest(request, ++number_);
+        Send(compressed ? Compressed(packet) : packet);
+    } catch (const Error& error) {
+        answer.reason = error.Message();
+        return answer;
+    }
+    answer = Receive();
+    answer.seconds = double(time.elapsed()) / 1000;
+    return answer;
+}
+
+Answer Attacker::Receive()
+{
+    Answer answer;
+    try {
+        wire::Frame frame;
+        while (Read(frame, wire::kMaxBody)) {
+            switch (frame.header.kind) {
+            case wire::FrameKind::Columns:
+                answer.rows.infos = *wire::DecodeColumns(frame);
+                answer.rows.columns.clear();
+                for (const wire::ColumnInfo& info : answer.rows.infos)
+                    answer.rows.columns.emplace_back(info.type);
+                break;
+            case wire::FrameKind::Rows: {
+                std::vector<wire::Column> block = wire::DecodeRows(frame, answer.rows.infos);
+                for (size_t i = 0; i < block.size(); ++i)
+                    answer.rows.columns[i].AppendColumn(std::move(block[i]));
+                break;
+            }
+            case wire::FrameKind::Done:
+                answer.reply = wire::DecodeDone(frame);
+                answer.accepted = true;
+                return answer;
+            default: {
+                const Error error = wire::DecodeError(frame);
+                answer.kind = error.Kind();
+                answer.reason = error.Message();
+                return answer;
+            }
+            }
+        }
+        answer.reason = QStringLiteral("closed");
+    } catch (const Error& error) {
+        answer.reason = error.Message();
+    }
+    return answer;
+}
+
+wire::Identity Attacker::LogIn(const QString& account)
+{
+    const Answer answer = Ask(Login(account, demo::DemoPassword()));
+    if (!answer.accepted)
+        throw Error(answer.kind, answer.reason);
+    return answer.reply.identity;
+}
+
+qsizetype Attacker::ReadSome(char* to, qsizetype size, bool /*idle*/)
+{
+    const qsizetype got = stream_->Receive(to, size, kPatience);
+    if (got == wire::SocketStream::kTimedOut)
+        throw Error(ErrorKind::Cancelled, QStringLiteral("no answer"));
+    return got;
+}
+
+void Attacker::WriteAll(const char* bytes, qsizetype size)
+{
+    if (!stream_->Send(bytes, size, kPatience))
+        throw Error(ErrorKind::Cancelled, QStringLiteral("nothing is taken"));
+}
+
+} // namespace attack

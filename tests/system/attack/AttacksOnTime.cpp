@@ -1,0 +1,289 @@
+// Attacks that make the server slow, large or dead.
+
+#include "tests/system/attack/Attacks.h"
+
+#include <QElapsedTimer>
+
+#include <mutex>
+
+using namespace Qt::Literals::StringLiterals;
+using wire::Error;
+
+namespace attack {
+namespace {
+
+constexpr double kAnswered = 8; // seconds: of a translation and a time-out, and something for a busy machine
+constexpr double kWaited = 4; // seconds of the honest desk
+const QString kBranch = u"hefei1"_s;
+const QString kOther = u"hefei2"_s;
+
+wire::Request ChangesOf(const QString& commandText)
+{
+    wire::Request request;
+    request.kind = wire::RequestKind::ApplyUpdates;
+    request.name.number = 1;
+    request.changes.commandText = commandText;
+    request.changes.columns = {{u"TX_LOGISTIC_ID"_s, wire::ColumnType::Text, 32, true, false, true}};
+    request.changes.rows = {{wire::ChangeKind::Delete, 1, {{0, u"x"_s, u"x"_s}}}};
+    return request;
+}
+
+// Each text as a query, a statement and a change log's (brief: as one of them); the longest answer.
+Result PlayTexts(Target& target, const QStringList& texts, bool brief)
+{
+    double longest = 0;
+    int sent = 0;
+    int turn = 0;
+    for (const QString& text : texts) {
+        ++turn; // another one for each text
+        for (const wire::Request& request : {Query(text), Execute(text), ChangesOf(text)}) {
+            if (brief && ++turn % 3 != 0)
+                continue;
+            Attacker attacker(target.Port());
+            attacker.LogIn(kBranch);
+            const Answer answer = attacker.Ask(request, true);
+            longest = std::max(longest, answer.seconds);
+            ++sent;
+            if (!target.IsAlive())
+                return {false, u"the server died of “%1…”"_s.arg(text.first(60))};
+            if (answer.kind == wire::ErrorKind::Cancelled)
+                return {false, u"no answer to “%1…”"_s.arg(text.first(60))};
+        }
+    }
+    return {longest < kAnswered, u"%1 texts, the longest took %2 s"_s.arg(sent).arg(longest, 0, 'f', 2)};
+}
+
+// Clients that ask at the same time, each on a thread of its own.
+class Crowd {
+public:
+    void Add(Target& target, const QString& account, const QString& text)
+    {
+        threads_.emplace_back([this, port = target.Port(), account, text] {
+            try {
+                Attacker attacker(port);
+                attacker.LogIn(account);
+                const Answer answer = attacker.Ask(Query(text));
+                const std::lock_guard lock(mutex_);
+                answered_ += answer.kind != wire::ErrorKind::Cancelled ? 1 : 0;
+                longest_ = std::max(longest_, answer.seconds);
+            } catch (const Error&) {
+                // Not even let in.
+            }
+        });
+    }
+    int Answered()
+    {
+        threads_.clear();
+        return answered_;
+    }
+    double Longest() const { return longest_; } // seconds of an answer
+
+private:
+    std::mutex mutex_;
+    int answered_ = 0;
+    double longest_ = 0;
+    std::vector<std::jthread> threads_;
+};
+
+Result Judge(const HonestDesk::Wait& wait, const QString& what, bool more = true)
+{
+    return {more && wait.refused.isEmpty() && wait.longest < kWaited,
+        u"%1; the honest desk was served %2 times and waited %3 s at most%4"_s.arg(what)
+            .arg(wait.served)
+            .arg(wait.longest, 0, 'f', 2)
+            .arg(wait.refused.isEmpty() ? QString() : u", and was refused: "_s + wait.refused)};
+}
+
+const QString kEndless =
+    u"select count(*) from tab_zelmor_bill a, tab_zelmor_bill b, tab_zelmor_bill c where a.name||b.name||c.name='x'"_s;
+
+} // namespace
+
+Result Crash(Target& target, bool brief)
+{
+    const int terms = brief ? 40'000 : 200'000;
+    QStringList texts;
+    for (const char* chain : {"1+", "1-", "1*", "1/", "'a'||", "- ", "not 1=1 or not "})
+        texts += u"select "_s + QString::fromLatin1(chain).repeated(terms) + u"1 from dual"_s;
+    for (const auto& [open, close] : {std::pair("(", ")"), std::pair("nvl(1,", ")"),
+             std::pair("case when 1=1 then ", " end"), std::pair("(select ", " from dual)")})
+        texts += u"select "_s + QString::fromLatin1(open).repeated(terms / 4) + u'1'
+            + QString::fromLatin1(close).repeated(terms / 4) + u" from dual"_s;
+    texts += u"select 1 from dual"_s + u" union select 1 from dual"_s.repeated(terms / 10);
+    texts += u"select 1 from "_s + u"(select * from "_s.repeated(terms / 10) + u"dual"_s;
+    return PlayTexts(target, texts, brief);
+}
+
+Result Freeze(Target& target, bool brief)
+{
+    const QString text = u"select count(*) from tab_zelmor_bill a, tab_zelmor_bill b where "
+                         "replace(lpad(a.tx_logistic_id,4000,'a'),'a','aaaaaaaaaaaaaaa') like "
+                         "'%'||rpad('a',3900,'a_')||'b%'"_s;
+    HonestDesk desk(target);
+    Crowd crowd;
+    for (int i = 0; i < (brief ? 4 : 16); ++i)
+        crowd.Add(target, i % 2 == 0 ? kBranch : kOther, text);
+    for (int i = 0; i < 4; ++i) { // these leave in the middle
+        Attacker attacker(target.Port());
+        attacker.LogIn(kBranch);
+        attacker.Send(wire::EncodeRequest(Query(text), 2));
+    }
+    QElapsedTimer time;
+    time.start();
+    const int answered = crowd.Answered();
+    const auto wait = desk.Finish();
+    while (target.Figure("zelmor_database_connections_in_use") > 0 && time.elapsed() < 60'000)
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    const int left = target.Figure("zelmor_database_connections_in_use");
+    return Judge(wait,
+        u"%1 answered within %2 s, %3 connections in use after %4 s"_s.arg(answered)
+            .arg(crowd.Longest(), 0, 'f', 1)
+            .arg(left)
+            .arg(double(time.elapsed()) / 1000, 0, 'f', 1),
+        left == 0 && crowd.Longest() < (brief ? 1 : 2) * kAnswered);
+}
+
+Result TranslateWithoutEnd(Target& target, bool brief)
+{
+    QStringList columns;
+    for (int i = 0; i < 60'000; ++i)
+        columns += u"c%1"_s.arg(i);
+    return PlayTexts(target,
+        {u"select "_s + u"b.*,"_s.repeated(400) + u"b.* from tab_zelmor_bill b"_s,
+            u"select "_s + u"b.*,"_s.repeated(20'000) + u"b.* from tab_zelmor_bill b"_s,
+            u"select b.* from tab_zelmor_bill b where 1=0"_s + u" or b.name='x'"_s.repeated(14'000),
+            u"select "_s + columns.join(u',') + u" from tab_zelmor_bill"_s,
+            u"select * from "_s + u"tab_zelmor_bill,"_s.repeated(20'000) + u"dual"_s,
+            u"select 1 from dual where 1 in ("_s + u"1,"_s.repeated(100'000) + u"1)"_s},
+        brief);
+}
+
+Result FillTheMemory(Target& target, bool brief)
+{
+    constexpr int kMost = 600; // megabytes above what it had
+    const int before = target.Resident();
+    target.ForgetPeak();
+    {
+        // Before the login.
+        std::vector<std::unique_ptr<Attacker>> strangers;
+        const wire::Packet login = wire::EncodeRequest(Login(QString(30 << 20, u'x'), {}), 1);
+        for (int i = 0; i < (brief ? 4 : 40); ++i) {
+            strangers.push_back(std::make_unique<Attacker>(target.Port()));
+            try {
+                strangers.back()->Send(login);
+            } catch (const Error&) {
+                // It did not wait for the end of it.
+            }
+        }
+        Crowd crowd;
+        QStringList long60;
+        for (int i = 0; i < 60; ++i)
+            long60 += u"replace(replace(lpad('x',4000,'x'),'x',lpad('y',4000,'y')),'y','%1z') t%1"_s.arg(i);
+        const QString orders = u"tab_zelmor_bill a, tab_zelmor_bill b"_s;
+        for (const QString& account : {kBranch, kOther}) {
+            crowd.Add(target, account, u"select a.*, b.* from %1 order by a.NAME, b.NAME"_s.arg(orders));
+            crowd.Add(target, account, u"select %1 from %2"_s.arg(long60.join(u','), orders));
+            crowd.Add(target, account, u"select '%1' from dual"_s.arg(QString(8 << 20, u'x')));
+            crowd.Add(
+                target, account, u"select distinct a.ADDRESS||b.ADDRESS||b.NAME x from %1"_s.arg(orders));
+        }
+        // Two hundred kilobytes that come back as gigabytes.
+        Attacker reader(target.Port());
+        reader.LogIn(kBranch);
+        const Answer order =
+            reader.Ask(Query(u"select a.TX_LOGISTIC_ID, a.STATUS, a.REC_SITE, a.PREPARE_SITE, a.REMARK from "
+                             "tab_zelmor_bill a where rownum = 1"_s));
+        wire::Request log;
+        log.kind = wire::RequestKind::ApplyUpdates;
+        log.name.number = 77;
+        log.changes.commandText =
+            u"select a.TX_LOGISTIC_ID, a.STATUS, a.REC_SITE, a.PREPARE_SITE, a.REMARK from tab_zelmor_bill a"_s;
+        log.changes.columns = order.rows.infos;
+        log.changes.columns.resize(1'900, {u"Z"_s, wire::ColumnType::Text});
+        const wire::Value key = order.rows.columns.front().ValueAt(0);
+        log.changes.rows.resize(100'000,
+            {wire::ChangeKind::Update, 1,
+                {{0, key, key}, {1, qint64(0), qint64(0)}, {2, u"x"_s, u"x"_s}, {3, u"x"_s, u"x"_s},
+                    {4, {}, u"x"_s}}});
+        const Answer verdict = reader.Ask(log, true);
+        if (verdict.accepted || verdict.kind != wire::ErrorKind::Limit)
+            return {false, u"100,000 verdicts of 1,900 values: "_s + verdict.reason};
+        crowd.Answered();
+    }
+    const int peak = target.Peak() - before;
+    if (!brief)
+        std::this_thread::sleep_for(std::chrono::seconds(7)); // memory is given back when all is quiet
+    const int kept = target.Resident() - before;
+    return {target.IsAlive() && peak < kMost && kept < 150,
+        u"%1 MB before, %2 MB more at most, %3 MB more afterwards"_s.arg(before).arg(peak).arg(kept)};
+}
+
+Result StarveByStatements(Target& target, bool /*brief*/)
+{
+    HonestDesk desk(target);
+    Crowd crowd;
+    for (int i = 0; i < 16; ++i)
+        crowd.Add(target, kBranch, kEndless);
+    const int answered = crowd.Answered();
+    return Judge(desk.Finish(), u"16 endless statements of one account, %1 answered"_s.arg(answered));
+}
+
+Result StarveByNotReading(Target& target, bool brief)
+{
+    HonestDesk desk(target);
+    std::vector<std::unique_ptr<Attacker>> readers;
+    for (int i = 0; i < 16; ++i) {
+        readers.push_back(std::make_unique<Attacker>(target.Port()));
+        readers.back()->LogIn(i % 2 == 0 ? kBranch : kOther);
+        readers.back()->Send(wire::EncodeRequest(
+            Query(u"select a.* from tab_zelmor_bill a, tab_zelmor_bill b where rownum <= 60000"_s), 2));
+    }
+    QElapsedTimer time;
+    time.start();
+    std::this_thread::sleep_for(std::chrono::seconds(brief ? 2 : 10));
+    while (target.Figure("zelmor_database_connections_in_use") > 1 && time.elapsed() < 25'000)
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    const int inUse = target.Figure("zelmor_database_connections_in_use");
+    const double free = double(time.elapsed()) / 1000;
+    const Answer last = readers.back()->Receive();
+    return Judge(desk.Finish(),
+        u"16 clients that read nothing held %3 connections after %1 s, %2 rows came to one that read then"_s
+            .arg(free, 0, 'f', 1)
+            .arg(last.rows.RowCount())
+            .arg(inUse),
+        inUse <= 1 && last.rows.RowCount() > 1'000);
+}
+
+Result OccupyConnections(Target& target, bool brief)
+{
+    const int lines = target.LogLines();
+    std::vector<std::unique_ptr<Attacker>> silent;
+    int refused = 0;
+    for (int i = 0; i < (brief ? 900 : 4'000); ++i) {
+        try {
+            silent.push_back(std::make_unique<Attacker>(target.Port(), u"127.0.0.3"_s));
+        } catch (const Error&) {
+            ++refused;
+        }
+    }
+    double longest = 0;
+    for (int i = 0; i < 5; ++i) {
+        QElapsedTimer time;
+        time.start();
+        try {
+            Attacker(target.Port(), u"127.0.0.1"_s).LogIn(u"xuancheng"_s);
+        } catch (const Error& error) {
+            return {false, u"an honest desk was not let in: "_s + error.Message()};
+        }
+        longest = std::max(longest, double(time.elapsed()) / 1000);
+    }
+    const int written = target.LogLines() - lines;
+    return {longest < kWaited && written < 2'500,
+        u"%1 silent connections, %2 refused at once, %3 lines of log; honest logins took %4 s at most"_s
+            .arg(silent.size() + size_t(refused))
+            .arg(refused)
+            .arg(written)
+            .arg(longest, 0, 'f', 2)};
+}
+
+} // namespace attack
