@@ -7,6 +7,7 @@ include("tour/layout.js");
 include("tour/headquarters.js");
 include("tour/pickup.js");
 include("tour/correction.js");
+include("tour/sites.js");
 include("tour/distribution.js");
 include("tour/dispatch.js");
 include("tour/query.js");

@@ -26,8 +26,10 @@ TRecordButtons::TRecordButtons(QWidget* parent, const QString& name)
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
     AddButton = NewStripButton(this, u"AddButton"_s, u"增加(&A)"_s);
+    EditButton = NewStripButton(this, u"EditButton"_s, u"修改(&E)"_s);
     DiscardButton = NewStripButton(this, u"DiscardButton"_s, u"放弃(&U)"_s);
     DeleteButton = NewStripButton(this, u"DeleteButton"_s, u"删除(&D)"_s);
+    EditButton->hide();
     DeleteButton->hide();
     row->addStretch(1);
     connect(AddButton, &QPushButton::clicked, this, [this] {
@@ -36,6 +38,7 @@ TRecordButtons::TRecordButtons(QWidget* parent, const QString& name)
             dataSet_->Append();
         });
     });
+    connect(EditButton, &QPushButton::clicked, this, [this] { Guarded([this] { dataSet_->Edit(); }); });
     connect(DiscardButton, &QPushButton::clicked, this, [this] { Guarded([this] { Discard(); }); });
     connect(DeleteButton, &QPushButton::clicked, this, [this] { Guarded([this] { Delete(); }); });
     ShowState();
@@ -49,6 +52,11 @@ void TRecordButtons::SetDataSource(TDataSource* source)
     if (source)
         connect(source, &TDataSource::DataSetChanged, this, &TRecordButtons::Attach);
     Attach(source ? source->DataSet() : nullptr);
+}
+
+void TRecordButtons::SetOfferEdit(bool on)
+{
+    EditButton->setVisible(on);
 }
 
 void TRecordButtons::SetAllowDelete(bool on)
@@ -77,6 +85,7 @@ void TRecordButtons::ShowState()
     const bool open = dataSet_ && dataSet_->Active();
     const bool onRow = open && !dataSet_->IsEmpty();
     AddButton->setEnabled(open);
+    EditButton->setEnabled(onRow && !dataSet_->IsEditing());
     DiscardButton->setEnabled(
         onRow && (dataSet_->IsEditing() || dataSet_->UpdateStatus() != TRowStatus::Unmodified));
     DeleteButton->setEnabled(onRow);

@@ -13,10 +13,12 @@ class TRecordButtons : public QWidget {
 public:
     TRecordButtons(QWidget* parent, const QString& name);
     void SetDataSource(TDataSource* source);
-    // Off at first: most screens keep the rows that the server has.
+    // Off at first: most screens edit in the list itself, and keep the rows that the server has.
+    void SetOfferEdit(bool on);
     void SetAllowDelete(bool on);
 
     QPushButton* AddButton; // 增加: posts the row in edit, then begins a new one
+    QPushButton* EditButton; // 修改: the current row, for controls that wait for it
     QPushButton* DiscardButton; // 放弃: what was not saved of the current row; an added row goes
     QPushButton* DeleteButton; // 删除: the current row, after a question
 

@@ -63,7 +63,7 @@ void TRefusedRows::ShowReason()
     if (reasons_.isEmpty())
         return;
     const int row = rows_->RecNo() - 1;
-    const QString reason = row < 0 ? QString() : reasons_.value(KeyTexts(*rows_, row, keyFields_));
+    const QString reason = Holds(row) ? reasons_.value(KeyTexts(*rows_, row, keyFields_)) : QString();
     reason_->setText(u"当前行："_s + reason);
     reason_->setVisible(!reason.isEmpty());
 }
@@ -71,5 +71,6 @@ void TRefusedRows::ShowReason()
 bool TRefusedRows::Holds(int viewRow) const
 {
     return !reasons_.isEmpty() && viewRow >= 0 && viewRow < rows_->RecordCount()
+        && rows_->ViewStatus(viewRow) != TRowStatus::Unmodified
         && reasons_.contains(KeyTexts(*rows_, viewRow, keyFields_));
 }

@@ -9,6 +9,7 @@
 #include "orders/frm_AcceptBill.h"
 #include "orders/frm_RecBill.h"
 #include "orders/frm_RecBillQuery.h"
+#include "orders/frm_Site.h"
 #include "reports/frm_BillQuery.h"
 #include "reports/frm_CenterBillQuery.h"
 #include "reports/frm_Collect.h"
@@ -32,6 +33,7 @@ template <typename TScreenClass> TScreenSlot Slot()
 std::span<TScreenSlot> ScreenSlots()
 {
     static std::array slots{
+        Slot<Tfrm_Site>(),
         Slot<Tfrm_BillQuery>(),
         Slot<Tfrm_AcceptBill>(),
         Slot<Tfrm_RecBill>(),

@@ -27,10 +27,7 @@ bool Tfrm_OrderList::HasSelectedOrders() const
 
 void Tfrm_OrderList::ShowOrders(const QString& sqlText)
 {
-    if (cds->HasUnsavedEdits()
-        && !AskYesNo(u"详细：您所做的操作并未保存，重新查询将丢失这些修改，确定要查询吗？"_s, Caption(),
-            TDefaultAnswer::No))
-        Abort();
+    AskToDropEdits(*cds, Caption());
     const BusyCursor busy;
     OpenQuery(*cds, sqlText);
     items_->Load();

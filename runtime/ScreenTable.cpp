@@ -12,7 +12,7 @@ constexpr std::array kMenus{kSiteMenu, kDispatchMenu, kReportMenu};
 constexpr bool kBuilt = true;
 
 constexpr auto kScreens = std::to_array<TScreenInfo>({
-    {"Tfrm_Site", u"网点揽派区/县", kSiteMenu, u"", ""},
+    {"Tfrm_Site", u"网点揽派区/县", kSiteMenu, u"Ctrl+Shift+2", "", kBuilt},
     {"Tfrm_BillQuery", u"泽摩订单查询", kReportMenu, u"Ctrl+3", "", kBuilt},
     {"Tfrm_AcceptBill", u"网点接单", kSiteMenu, u"Ctrl+1", "000", kBuilt},
     {"Tfrm_RecBill", u"网点揽件", kSiteMenu, u"Ctrl+2", "000", kBuilt},

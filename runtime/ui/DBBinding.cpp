@@ -29,6 +29,10 @@ public:
         if (marked == !reason.isEmpty())
             return;
         control->setProperty("invalid", !reason.isEmpty());
+        Repolish();
+    }
+    void Repolish() const
+    {
         control->style()->unpolish(control);
         control->style()->polish(control);
     }
@@ -124,6 +128,10 @@ bool TDBBinding::ReadOnly() const noexcept
 void TDBBinding::SetReadOnly(bool on)
 {
     d_->readOnly = on;
+    // A box that is ticked or chosen from has no text to be copied from it.
+    if (!d_->control->setProperty("readOnly", on))
+        d_->control->setEnabled(!on);
+    d_->Repolish();
 }
 
 void TDBBinding::Forget()

@@ -37,6 +37,7 @@ public:
     bool Bound() const noexcept;
     TField* Field() const noexcept; // nullptr while closed or unbound
     bool ReadOnly() const noexcept;
+    // The control looks it, too.
     void SetReadOnly(bool on);
 
     std::function<void()> Show; // field → control

@@ -21,7 +21,7 @@ QToolTip { color: #1f2933; background: #fffbe6; border: 1px solid #c9b458; paddi
 QLineEdit, QPlainTextEdit { border: 1px solid #aab4c0; border-radius: 2px; padding: 1px 3px; background: #ffffff;
     selection-background-color: #2f6fb3; selection-color: #ffffff; }
 QLineEdit:focus, QPlainTextEdit:focus { border: 1px solid #2f6fb3; }
-QLineEdit:disabled, QPlainTextEdit:disabled, QLineEdit[readOnly="true"] { background: #eef1f4; color: #5c6773; }
+QLineEdit:disabled, QPlainTextEdit:disabled, QLineEdit[readOnly="true"], QPlainTextEdit[readOnly="true"] { background: #eef1f4; color: #5c6773; }
 QLineEdit[invalid="true"], QPlainTextEdit[invalid="true"], QComboBox[invalid="true"] {
     border: 1px solid #c0392b; background: #fdecea; }
 QLineEdit[unknown="true"] { color: %1; }

@@ -327,13 +327,13 @@ TEST_P(PolicyTest, ServicesAreThoseOfTheSitesBelow)
     };
     struct Case {
         const char* account;
-        int row; // -1: a new one; 0: the branch's, 1: its superior's
-        Edits edits;
+        int row; // -1: a new one; 0: the branch's, 1: its closed one, 2: its superior's
+        Edits edits; // none: deleted
         bool accepted;
     };
     const Case cases[]{
         {"branch", 0, {{u"BL_REC"_s, 0LL}}, true},
-        {"branch", 1, {{u"BL_REC"_s, 0LL}}, false},
+        {"branch", 2, {{u"BL_REC"_s, 0LL}}, false},
         {"branch", 0, {{u"SITE_NAME"_s, u"合肥中心"_s}}, false},
         {"branch", 0, {{u"BL_OPEN"_s, 0LL}}, false},
         {"branch", -1, add(u"合肥一部分点"_s, 1), true},
@@ -341,23 +341,36 @@ TEST_P(PolicyTest, ServicesAreThoseOfTheSitesBelow)
         {"branch", -1, add(u"合肥二部"_s, 1), false},
         {"centre", 0, {{u"BL_REC"_s, 0LL}}, true},
         {"centre", -1, add(u"芜湖中心"_s, 1), false},
-        {"headquarters", 1, {{u"BL_REC"_s, 0LL}}, true},
-        {"headquarters", 1, {{u"BL_OPEN"_s, 0LL}}, false},
+        {"headquarters", 2, {{u"BL_REC"_s, 0LL}}, true},
+        {"headquarters", 2, {{u"BL_OPEN"_s, 0LL}}, false},
         {"opener", 1, {{u"BL_OPEN"_s, 0LL}}, true},
         {"opener", -1, add(u"上海一部"_s, 0), true},
         {"opener", -1, add(u"火星"_s, 1), false},
         {"branch", -1, Without(add(u"合肥一部"_s, 1), u"BL_OPEN"_s), false},
         {"branch", 0, {{u"BL_REC"_s, 2LL}}, false},
+        {"branch", 1, {{u"BL_REC"_s, 0LL}}, true},
+        {"branch", 1, {{u"BL_OPEN"_s, 1LL}}, false},
+        // Deleted or renamed, it could be entered anew, and open.
+        {"branch", 1, {}, false},
+        {"branch", 1, {{u"COUNTY_NAME"_s, u"新"_s}}, false},
+        {"branch", 1, {{u"SITE_NAME"_s, u"合肥一部"_s}}, false},
+        {"branch", 0, {{u"COUNTY_NAME"_s, u"新"_s}}, true},
+        {"branch", 0, {}, false},
+        {"opener", 1, {{u"COUNTY_NAME"_s, u"新"_s}}, true},
+        {"opener", 1, {}, true},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.account) + ", case " + std::to_string(&c - cases));
         Raw("delete from tab_zelmor_site; insert into tab_zelmor_site(SITE_NAME, COUNTY_NAME, CITY_NAME, "
-            "BL_OPEN) values('合肥一部', '区', '合肥', 1), ('合肥中心', '区', '合肥', 1)");
+            "BL_OPEN) values('合肥一部', '区', '合肥', 1), ('合肥一部分点', '区', '合肥', 0), "
+            "('合肥中心', '区', '合肥', 1)");
         Client client = At(QString::fromLatin1(c.account));
         const wire::RowSet rows = client.Query(kServices);
         Changes changes(kServices, rows);
         // The server's order of texts puts 一 before 中.
-        c.row < 0 ? changes.Insert(c.edits) : changes.Update(c.row, c.edits);
+        c.row < 0             ? changes.Insert(c.edits)
+            : c.edits.empty() ? changes.Delete(c.row)
+                              : changes.Update(c.row, c.edits);
         const wire::RowVerdict verdict = client.Apply(changes.log).rows.at(0);
         EXPECT_EQ(verdict.accepted, c.accepted) << verdict.reason.toStdString();
     }
