@@ -3,9 +3,10 @@ BUILD := build/release
 JOBS ?= $(shell nproc)
 SIZE ?= medium
 SECONDS ?= 60
+MINUTES ?= 20
 SOURCES = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: run test bench build setup sanitize fuzz attack chaos pictures format check-format lint clean
+.PHONY: run test bench build setup sanitize fuzz attack chaos soak pictures format check-format lint clean
 
 run: build
 	$(BUILD)/bin/zelmor-host --demo $(SIZE) --screenshots $(BUILD)/tour
@@ -39,6 +40,10 @@ attack: build
 # Desks work for SECONDS while servers, connections and the database die; a broken promise fails.
 chaos: build
 	$(BUILD)/bin/zelmor_chaos --seconds $(SECONDS) --folder $(BUILD)/chaos
+
+# The work of a day in MINUTES: 200 desks; a server that nobody kills holds no more at the end than at first.
+soak: build
+	$(BUILD)/bin/zelmor_chaos --soak --desks 200 --seconds $$(($(MINUTES) * 60)) --folder $(BUILD)/soak
 
 # The user guide's pictures, taken anew.
 pictures: build

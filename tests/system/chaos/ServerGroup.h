@@ -25,6 +25,8 @@ public:
     ServerGroup(const ServerGroup&) = delete;
     ServerGroup& operator=(const ServerGroup&) = delete;
 
+    // Of the database; empty where there is none but the embedded one.
+    const QString& Uri() const noexcept { return uri_; }
     // By way of the proxies.
     const std::vector<TServerAddress>& Addresses() const noexcept { return addresses_; }
     int ServerCount() const noexcept { return int(servers_.size()); }

@@ -1,7 +1,10 @@
 // Desks work while servers, connections and the database die at random; then the audit table is held against
 // what the desks sent and heard.
 //
-//   zelmor_chaos [--seconds N] [--seed N] [--desks N] [--storage postgres|embedded] [--folder DIR]
+//   zelmor_chaos [--seconds N] [--seed N] [--desks N] [--storage postgres|embedded] [--folder DIR] [--soak]
+//
+// --soak: half of the desks are at a server that nobody kills, and what it holds at the end must be what it
+// held after a quarter of the time.
 
 #include "demo/Generator.h"
 #include "tests/support/ServerProcess.h"
@@ -9,6 +12,7 @@
 #include "tests/system/chaos/ChaosDesk.h"
 #include "tests/system/chaos/ServerGroup.h"
 #include "tests/system/chaos/Verdict.h"
+#include "tests/system/chaos/WatchedServer.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -19,6 +23,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -28,6 +33,7 @@ namespace {
 constexpr int kShared = 120; // orders that every site may take
 constexpr double kFaultRate = 0.002; // of frames, at all times
 constexpr size_t kProblemsPrinted = 20;
+constexpr int kReload = 5'000; // milliseconds between two certificates
 
 const QStringList kSites{u"安徽合肥一部"_s, u"安徽合肥二部"_s, u"安徽合肥三部"_s, u"安徽宣城同行"_s};
 const QString kHeadquarters = u"快运本部"_s;
@@ -43,6 +49,7 @@ struct Plan {
     int desks = 50;
     ServerGroup::Storage storage = ServerGroup::Storage::Postgres;
     QString folder;
+    bool soak = false;
 };
 
 States OrdersOf(const ServerGroup& servers)
@@ -132,8 +139,8 @@ private:
     std::vector<Blow> deck_;
 };
 
-ChaosDesk::Settings SettingsOf(
-    const Plan& plan, const ServerGroup& servers, int number, const QString& account)
+ChaosDesk::Settings SettingsOf(const Plan& plan, const ServerGroup& servers, int number,
+    const QString& account, const WatchedServer* watched = nullptr)
 {
     ChaosDesk::Settings settings;
     settings.account = account;
@@ -141,6 +148,8 @@ ChaosDesk::Settings SettingsOf(
     settings.way.addresses = servers.Addresses();
     std::rotate(settings.way.addresses.begin(),
         settings.way.addresses.begin() + number % servers.ServerCount(), settings.way.addresses.end());
+    if (watched != nullptr && number % 2 == 1)
+        settings.way = watched->Way();
     settings.ledgerPath = plan.folder + u"/desk-%1.log"_s.arg(number, 2, 10, QChar(u'0'));
     settings.number = number;
     settings.seed = plan.seed + quint32(number);
@@ -151,14 +160,14 @@ ChaosDesk::Settings SettingsOf(
     return settings;
 }
 
-void LetRun(const Plan& plan, ServerGroup& servers, Killer& killer)
+void LetRun(const Plan& plan, ServerGroup& servers, Killer& killer, WatchedServer* watched)
 {
     std::atomic<bool> stop = false;
     std::vector<std::unique_ptr<DeskThread>> desks;
     for (int number = 1; number <= plan.desks; ++number) {
         // One in eight at headquarters, which brings the orders back.
         const QString site = number % 8 == 0 ? kHeadquarters : kSites[number % kSites.size()];
-        const ChaosDesk::Settings settings = SettingsOf(plan, servers, number, DemoAccountOf(site));
+        const ChaosDesk::Settings settings = SettingsOf(plan, servers, number, DemoAccountOf(site), watched);
         desks.push_back(std::make_unique<DeskThread>([settings, &stop] {
             try {
                 ChaosDesk(settings).Work(stop);
@@ -169,14 +178,26 @@ void LetRun(const Plan& plan, ServerGroup& servers, Killer& killer)
     }
     servers.SetFaultRate(kFaultRate, plan.seed);
     QDeadlineTimer nextBlow(2'000);
+    QDeadlineTimer nextReload(kReload);
+    QDeadlineTimer early(plan.seconds * 250);
     for (const QDeadlineTimer end(plan.seconds * 1'000); !end.hasExpired();) {
         if (nextBlow.hasExpired()) {
             killer.Strike();
             nextBlow = QDeadlineTimer(killer.Pause());
         }
+        if (watched != nullptr && nextReload.hasExpired()) {
+            watched->Reload();
+            nextReload = QDeadlineTimer(kReload);
+        }
+        if (watched != nullptr && early.hasExpired()) {
+            watched->NoteEarly();
+            early = QDeadlineTimer(QDeadlineTimer::Forever);
+        }
         servers.Supervise();
         QThread::msleep(20);
     }
+    if (watched != nullptr)
+        watched->NoteLate();
     // What is on its way must come to its end on servers that live.
     servers.SetFaultRate(0, 0);
     stop = true;
@@ -191,7 +212,8 @@ void LetRun(const Plan& plan, ServerGroup& servers, Killer& killer)
     }
 }
 
-int Report(const Plan& plan, const Verdict& verdict, const Killer& killer, const ServerGroup& servers)
+int Report(const Plan& plan, const Verdict& verdict, const Killer& killer, const ServerGroup& servers,
+    const WatchedServer* watched)
 {
     std::printf("desks                 %d, for %d seconds, seed %u\n", plan.desks, plan.seconds, plan.seed);
     std::printf(
@@ -210,6 +232,13 @@ int Report(const Plan& plan, const Verdict& verdict, const Killer& killer, const
     if (verdict.problems.size() > kProblemsPrinted)
         std::printf("WRONG: … and %zu more\n", verdict.problems.size() - kProblemsPrinted);
     bool good = verdict.problems.empty();
+    if (watched != nullptr) {
+        std::printf("watched server        %s\n", qUtf8Printable(watched->Report()));
+        for (const QString& problem : watched->Problems()) {
+            std::printf("WRONG: of the watched server: %s\n", qUtf8Printable(problem));
+            good = false;
+        }
+    }
     if (servers.Crashes() > 0) {
         std::printf("WRONG: servers ended %d times although nobody had killed them\n", servers.Crashes());
         good = false;
@@ -232,13 +261,19 @@ int Run(const Plan& plan)
     const States before = OrdersOf(servers);
     ChaosDesk(SettingsOf(plan, servers, 0, DemoAccountOf(kHeadquarters))).OfferToAll(kShared, kSites);
     Killer killer(servers, plan.seed);
-    LetRun(plan, servers, killer);
+    std::optional<WatchedServer> watched;
+    if (plan.soak)
+        watched.emplace(servers.Uri(), plan.folder);
+    WatchedServer* const atWork = watched ? &*watched : nullptr;
+    LetRun(plan, servers, killer, atWork);
+    if (watched)
+        watched->Stop();
     servers.CloseDown();
 
     std::vector<Ledger> ledgers;
     for (int number = 0; number <= plan.desks; ++number)
         ledgers.push_back(ReadLedger(SettingsOf(plan, servers, number, {}).ledgerPath));
-    return Report(plan, Judge(ledgers, AuditOf(servers), before, OrdersOf(servers)), killer, servers);
+    return Report(plan, Judge(ledgers, AuditOf(servers), before, OrdersOf(servers)), killer, servers, atWork);
 }
 
 Plan PlanOf(const QStringList& arguments)
@@ -250,6 +285,7 @@ Plan PlanOf(const QStringList& arguments)
         {u"desks"_s, u"50 unless given."_s, u"N"_s, u"50"_s},
         {u"storage"_s, u"postgres (two servers) unless given; or embedded (one)."_s, u"KIND"_s,
             u"postgres"_s},
+        {u"soak"_s, u"Half of the desks at a server that nobody kills; needs PostgreSQL."_s},
         {u"folder"_s, u"For ledgers and logs; what is in it is deleted."_s, u"DIR"_s, u"chaos"_s}});
     parser.process(arguments);
     Plan plan;
@@ -259,6 +295,9 @@ Plan PlanOf(const QStringList& arguments)
         parser.isSet(u"seed"_s) ? parser.value(u"seed"_s).toUInt() : QRandomGenerator::system()->generate();
     plan.storage = parser.value(u"storage"_s) == u"embedded" ? ServerGroup::Storage::Embedded
                                                              : ServerGroup::Storage::Postgres;
+    plan.soak = parser.isSet(u"soak"_s);
+    if (plan.soak && plan.storage == ServerGroup::Storage::Embedded)
+        throw wire::Error(wire::ErrorKind::Usage, u"--soak needs --storage postgres"_s);
     plan.folder = QDir(parser.value(u"folder"_s)).absolutePath();
     return plan;
 }
