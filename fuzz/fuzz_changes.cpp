@@ -10,6 +10,7 @@
 #include "fuzz/WritableTables.h"
 #include "server/provider/ApplicationServer.h"
 #include "server/storage/sqlite/SqliteStorage.h"
+#include "wire/Budgets.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -241,13 +242,16 @@ private:
         Require(std::ranges::equal(rows, outcome.rows, {}, &wire::RowChange::rowId, &wire::RowVerdict::rowId),
             "verdicts are not parallel to the rows");
         int accepted = 0;
+        wire::OutcomeSize size;
         for (const wire::RowVerdict& verdict : outcome.rows) {
+            size.Add(verdict);
             accepted += verdict.accepted ? 1 : 0;
             Require(
                 verdict.accepted != !verdict.reason.isEmpty(), "a refusal without a reason, or the reverse");
             Require(!verdict.present || verdict.presentValues.size() == request.changes.columns.size(),
                 "present values are not parallel to the columns");
         }
+        Require(!size.IsTooLarge(), "verdicts take more memory than they may");
         const int refused = static_cast<int>(rows.size()) - accepted;
         Require(outcome.rolledBack ? accepted == 0 && request.maxErrors >= 0
                                    : request.maxErrors < 0 || refused <= request.maxErrors,

@@ -10,7 +10,8 @@ build=build/fuzz
 seconds=$1
 shift
 targets=${*:-fuzz_frame fuzz_sql fuzz_changes}
-options="-timeout=10 -rss_limit_mb=2048 -max_len=8192"
+# No input takes longer than ten seconds, a gigabyte in all or, but for a frame, much of it at once.
+options="-timeout=10 -rss_limit_mb=1024 -malloc_limit_mb=256 -max_len=8192"
 
 [ -f $build/build.ninja ] || cmake --preset fuzz
 # shellcheck disable=SC2086
