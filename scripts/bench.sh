@@ -9,6 +9,7 @@ if [ -x "$build/bin/bench_startup" ]; then
     "$build/bin/bench_startup"
 fi
 "$build/bin/bench_link"
+"$build/bin/bench_dispatch" "$cache"
 "$build/bin/bench_tls"
 # On PostgreSQL, in a cluster that ends with this script.
 cluster=/tmp/zelmor-bench-$$
