@@ -15,7 +15,9 @@
 #include "orders/FilterBoxes.h"
 #include "orders/OrderView.h"
 #include "reports/OrderQueryColumns.h"
+#include "reports/ServiceCharts.h"
 
+#include <QSplitter>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
@@ -24,6 +26,7 @@ namespace {
 
 constexpr int kMaxDays = 31;
 constexpr int kFrozenColumns = 2;
+const QList<int> kTableAndCharts{4500, 5500}; // more than there is: they share it
 
 struct FigureColumn {
     QStringView field;
@@ -153,7 +156,32 @@ void Tfrm_Collect::CreateFiguresPage()
     DataView1->DataViewGrid->OnDblClick = [this] {
         RunHandler(this, [this] { DataView1DataViewGridDblClick(); });
     };
-    TabSheet1->layout()->addWidget(DataView1);
+    auto* halves = new QSplitter(Qt::Vertical, TabSheet1);
+    halves->addWidget(DataView1);
+    halves->addWidget(CreateCharts());
+    halves->setSizes(kTableAndCharts);
+    halves->setChildrenCollapsible(false);
+    TabSheet1->layout()->addWidget(halves);
+}
+
+QWidget* Tfrm_Collect::CreateCharts()
+{
+    auto* charts = new QSplitter(Qt::Horizontal, TabSheet1);
+    const auto add = [&](const QString& name, QString (*column)(int)) {
+        auto* chart = new TBarChart(charts, name);
+        chart->OnBarClick = [this, column](const TChartBar& bar, int series) {
+            RunHandler(this, [this, bar, figure = column(series)] { ChartBarClick(bar, figure); });
+        };
+        charts->addWidget(chart);
+        return chart;
+    };
+    acceptance_ = add(u"Chart1"_s, AcceptanceColumn);
+    pickup_ = add(u"Chart2"_s, PickupColumn);
+    connect(cds, &TClientDataSetEx::DataReset, charts, [this] {
+        acceptance_->Show(AcceptanceChart(*cds));
+        pickup_->Show(PickupChart(*cds));
+    });
+    return charts;
 }
 
 void Tfrm_Collect::CreateOrdersPage()
@@ -240,6 +268,19 @@ void Tfrm_Collect::DataView1DataViewGridDblClick()
 {
     if (!OrdersQuery().isEmpty())
         PageControl1->setCurrentWidget(TabSheet2);
+}
+
+void Tfrm_Collect::ChartBarClick(const TChartBar& bar, const QString& figure)
+{
+    if (!cds->GotoBookmark(bar.rows.front()))
+        return;
+    DataView1->DataViewGrid->SelectField(figure);
+    if (!bar.rest) {
+        DataView1DataViewGridDblClick();
+        return;
+    }
+    DataView1->DataViewGrid->SelectRows(bar.rows);
+    ShowNotice(u"选中了其他网点的%1行，双击一个票数看明细。"_s.arg(bar.rows.size()));
 }
 
 void Tfrm_Collect::PageControl1Change()

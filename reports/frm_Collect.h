@@ -3,6 +3,7 @@
 #include "framework/DataView.h"
 #include "framework/frm_BasicBoot.h"
 #include "orders/DateWindow.h"
+#include "reports/BarChart.h"
 #include "reports/CollectQuery.h"
 
 #include <QLabel>
@@ -23,6 +24,7 @@ protected:
 private:
     QWidget* CreateFilterPanel();
     void CreateFiguresPage();
+    QWidget* CreateCharts();
     void CreateOrdersPage();
 
     void Button1Click();
@@ -31,6 +33,7 @@ private:
     void DataView1DataViewGridDblClick();
     void PageControl1Change();
     void TabSheet2Show();
+    void ChartBarClick(const TChartBar& bar, const QString& figure);
 
     TCollectCriteria Criteria() const;
     void AppendRegions();
@@ -49,6 +52,8 @@ private:
     QWidget* TabSheet1 = nullptr; // 汇总数据
     QWidget* TabSheet2 = nullptr; // 明细数据
     TDataView* DataView1 = nullptr; // the figures
+    TBarChart* acceptance_ = nullptr; // of the sites shown
+    TBarChart* pickup_ = nullptr;
     TDataView* DataView2 = nullptr; // the orders behind one
 
     TClientDataSetEx* cds; // figures of the sites, and of the regions appended to them

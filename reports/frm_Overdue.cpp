@@ -7,7 +7,9 @@
 #include "module/data/ServerLink.h"
 #include "orders/OrderView.h"
 #include "reports/OrderQueryColumns.h"
+#include "reports/ServiceCharts.h"
 
+#include <QSplitter>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
@@ -87,7 +89,19 @@ void Tfrm_Overdue::CreateSummaryPage()
     DataView2->DataViewGrid->OnDblClick = [this] {
         RunHandler(this, [this] { DataView2DataViewGridDblClick(); });
     };
-    TabSheet1->layout()->addWidget(DataView2);
+    chart_ = new TBarChart(TabSheet1, u"Chart1"_s);
+    chart_->OnBarClick = [this](const TChartBar& bar, int) {
+        RunHandler(this, [this, bar] { ChartBarClick(bar); });
+    };
+    connect(cdsSum, &TClientDataSetEx::DataReset, chart_,
+        [this] { chart_->Show(OverdueChart(*cdsSum, u"超时最多的地区"_s)); });
+    auto* halves = new QSplitter(Qt::Horizontal, TabSheet1);
+    halves->addWidget(DataView2);
+    halves->addWidget(chart_);
+    halves->setStretchFactor(0, 1);
+    halves->setStretchFactor(1, 1);
+    halves->setChildrenCollapsible(false);
+    TabSheet1->layout()->addWidget(halves);
 }
 
 void Tfrm_Overdue::CreateOrdersPage()
@@ -148,6 +162,18 @@ void Tfrm_Overdue::DataView2DataViewGridDblClick()
 {
     if (HasRows(*cdsSum))
         PageControl1->setCurrentWidget(TabSheet2);
+}
+
+// A region may have a row for each site: the largest is listed, all are marked.
+void Tfrm_Overdue::ChartBarClick(const TChartBar& bar)
+{
+    if (!cdsSum->GotoBookmark(bar.rows.front()))
+        return;
+    DataView2->DataViewGrid->SelectRows(bar.rows);
+    if (bar.rest)
+        ShowNotice(u"选中了其他地区的%1行，双击其中一行看明细。"_s.arg(bar.rows.size()));
+    else
+        DataView2DataViewGridDblClick();
 }
 
 TOverdueGroup Tfrm_Overdue::CurrentGroup() const

@@ -2,6 +2,7 @@
 
 #include "orders/OrderDetails.h"
 #include "orders/frm_OrderList.h"
+#include "reports/BarChart.h"
 #include "reports/OverdueQuery.h"
 
 #include <QLabel>
@@ -25,6 +26,7 @@ private:
     void PageControl1Change();
     void TabSheet2Show();
     void DataView2DataViewGridDblClick();
+    void ChartBarClick(const TChartBar& bar);
 
     TOverdueGroup CurrentGroup() const;
     // Whose orders the page shows, or why it shows none.
@@ -36,6 +38,7 @@ private:
     TDBComboBoxEh* DBComboBoxEh1 = nullptr; // 超时(小时)
     QPushButton* Button1 = nullptr; // 查询
     TDataView* DataView2 = nullptr; // the summary
+    TBarChart* chart_ = nullptr; // of the summary's rows
     QLabel* whose_ = nullptr;
     TOrderDetails* details_ = nullptr; // of the current order, with its goods
 

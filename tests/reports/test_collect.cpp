@@ -216,7 +216,10 @@ TEST_F(CollectScreen, ShowsSitesAndRegionsInOneTable)
     EXPECT_EQ(grid->CellText(2, grid->ColumnIndex(u"accept_count")), QString()) << "no figure of regions";
     EXPECT_FALSE(cds->HasUnsavedEdits());
 
+    const auto* chart = screen->findChild<TBarChart*>(u"Chart1"_s);
+    EXPECT_EQ(chart->Content().bars.size(), 2U);
     area->setCurrentIndex(1);
+    EXPECT_EQ(chart->Content().bars.size(), 1U) << "the sites shown";
     EXPECT_EQ(Sites(), QStringList({u"浦东一部"_s, u"空"_s}));
     Press(u"Button1"_s);
     EXPECT_EQ(Sites(), QStringList({u"浦东一部"_s, u"空"_s})) << "the area stays chosen";
@@ -243,6 +246,11 @@ TEST_F(CollectScreen, ListsTheOrdersBehindAFigure)
     EXPECT_TRUE(whose->text().contains(u"没有明细"_s));
     EXPECT_TRUE(DrillDown(3, u"accept_count"_s).isEmpty());
     EXPECT_TRUE(DrillDown(1, u"CITY"_s).isEmpty());
+    desk.host.Server.Requests.clear();
+    const auto* chart = screen->findChild<TBarChart*>(u"Chart1"_s);
+    chart->OnBarClick(chart->Content().bars.back(), 1);
+    EXPECT_TRUE(
+        desk.host.Server.Queries().value(0).contains(u" * 24 * 60) > 30  and a.duty_site='天河一部'"_s));
     Press(u"Button1"_s);
     EXPECT_TRUE(whose->text().contains(u"重新查询以前"_s));
 }
