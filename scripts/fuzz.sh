@@ -50,7 +50,8 @@ for target in $targets; do
     # "cov: EDGES ft: FEATURES corp: FILES/BYTES ..."
     # shellcheck disable=SC2086
     set -- $last
-    printf '%-14s %12s %8s %16s %10s %8s\n' $target "$runs" "$rate" "${2:-0} of $edges" "${4:-0}" "${6%%/*}"
+    corpus=${6:-0}
+    printf '%-14s %12s %8s %16s %10s %8s\n' $target "$runs" "$rate" "${2:-0} of $edges" "${4:-0}" "${corpus%%/*}"
     if ! grep -q '^#.*DONE' "$log"; then
         failed=1
         grep -E 'FINDING|ERROR|SUMMARY|Test unit written' "$log" || tail -5 "$log"
