@@ -1,6 +1,7 @@
 #include "framework/DataView.h"
 
 #include "framework/DataViewLayout.h"
+#include "framework/ViewState.h"
 #include "framework/frm_Basic.h"
 #include "module/data/LayoutStorage.h"
 #include "runtime/ui/Style.h"
@@ -70,6 +71,7 @@ TDataView::~TDataView()
     DS->OnStateChange = nullptr;
     if (LayoutStorage && !layoutSection_.isEmpty())
         WriteLayout(*DataViewGrid, *LayoutStorage, layoutSection_);
+    delete findChild<TViewState*>(QString(), Qt::FindDirectChildrenOnly); // while the grid lives
 }
 
 void TDataView::SetStriped(bool on)
@@ -81,9 +83,15 @@ void TDataView::SetStriped(bool on)
 void TDataView::Loaded()
 {
     layoutSection_ = LayoutSection(*DataViewGrid);
-    if (LayoutStorage)
+    TViewState* state = nullptr;
+    if (LayoutStorage) {
         ReadLayout(*DataViewGrid, *LayoutStorage, layoutSection_);
+        state = new TViewState(this, *DataViewGrid, layoutSection_);
+        state->RestoreColumns();
+    }
     PrepareFooters();
+    if (state)
+        state->RestoreSorting();
     // Columns that the user makes visible later.
     connect(DataViewGrid, &TDBGridEh::ColumnsChanged, this, &TDataView::PrepareTitleButtons);
 }

@@ -38,7 +38,7 @@ std::optional<TLayoutEntry> ParseEntry(const QString& text)
         return std::nullopt;
     bool isNumber = false;
     const int width = QStringView(text).sliced(last + 1).toInt(&isNumber);
-    if (!isNumber || width <= 0 || width > kWidestColumn)
+    if (!isNumber || !IsColumnWidth(width))
         return std::nullopt;
     return TLayoutEntry{text.first(first), text.sliced(first + 1, last - first - 1), width};
 }
@@ -64,6 +64,25 @@ QStringList StoredTexts(const TIniPropStorageManEh& storage, const QString& sect
 }
 
 } // namespace
+
+bool IsColumnWidth(int width) noexcept
+{
+    return width > 0 && width <= kWidestColumn;
+}
+
+void ArrangeColumns(TDBGridEh& grid, std::vector<TColumnPlace> places)
+{
+    if (places.empty())
+        return;
+    for (int i = 0; i < grid.ColumnCount(); ++i) {
+        if (std::ranges::find(places, i, &TColumnPlace::column) != places.end())
+            continue;
+        const auto neighbour = std::ranges::find(places, i - 1, &TColumnPlace::column);
+        places.insert(
+            i == 0 ? places.begin() : neighbour + 1, {i, grid.Column(i).title, grid.Column(i).width});
+    }
+    grid.ArrangeColumns(places);
+}
 
 QString LayoutSection(const TDBGridEh& grid)
 {
@@ -112,15 +131,5 @@ void ReadLayout(TDBGridEh& grid, const TIniPropStorageManEh& storage, const QStr
             break;
         }
     }
-    if (places.empty())
-        return;
-    for (int i = 0; i < count; ++i) {
-        if (placed[static_cast<size_t>(i)])
-            continue;
-        const auto neighbour = std::find_if(
-            places.begin(), places.end(), [i](const TColumnPlace& place) { return place.column == i - 1; });
-        places.insert(
-            i == 0 ? places.begin() : neighbour + 1, {i, grid.Column(i).title, grid.Column(i).width});
-    }
-    grid.ArrangeColumns(places);
+    ArrangeColumns(grid, std::move(places));
 }

@@ -10,6 +10,11 @@
 // another's.
 QString LayoutSection(const TDBGridEh& grid);
 
+// Whether a stored width can be one, in pixels at 96 dpi.
+bool IsColumnWidth(int width) noexcept;
+// Puts the columns into this order; those that are not named keep their place behind their left neighbour.
+void ArrangeColumns(TDBGridEh& grid, std::vector<TColumnPlace> places);
+
 void WriteLayout(const TDBGridEh& grid, TIniPropStorageManEh& storage, const QString& section);
 // Entries that are damaged or name columns that the grid has no more are passed over; columns without an
 // entry keep their place behind their left neighbour.

@@ -1,5 +1,6 @@
 #include "framework/frm_BasicBoot.h"
 
+#include "framework/LastCriteria.h"
 #include "module/data/LayoutStorage.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -18,8 +19,11 @@ void Tfrm_BasicBoot::FormCreate()
 
 void Tfrm_BasicBoot::showEvent(QShowEvent* event)
 {
-    if (!loaded_ && Prop->Active)
-        Prop->Load();
+    if (!loaded_) {
+        if (Prop->Active)
+            Prop->Load();
+        TLastCriteria::For(*this);
+    }
     loaded_ = true;
     Tfrm_Basic::showEvent(event);
 }

@@ -355,6 +355,11 @@ void TGridHeader::contextMenuEvent(QContextMenuEvent* event)
     QAction* unsorted = menu.addAction(u"清除排序"_s, grid_, &TDBGridEh::ClearSortMarkers);
     unsorted->setEnabled(sorted);
     menu.addAction(u"恢复默认列"_s, grid_, &TDBGridEh::RestoreDefaultColumns);
+    if (const int column = ColumnAt(event->pos().x()); column >= 0) {
+        const bool last = column + 1 == grid_->FrozenCols();
+        menu.addAction(last ? u"取消冻结"_s : u"冻结到此列"_s, grid_,
+            [this, frozen = last ? 0 : column + 1] { grid_->SetFrozenCols(frozen); });
+    }
     menu.exec(event->globalPos());
 }
 

@@ -199,7 +199,7 @@ TEST_F(DBGridTest, TitleMenuStaysForSeveralTicksAndLeadsBackToTheDefaults)
         pick(menu, 3);
         stayed = menu.isVisible();
     });
-    EXPECT_EQ(offered.join(u','), u"状态,网点 · 名称,物流号,网点 · 金额,时间,,清除排序,恢复默认列"_s);
+    EXPECT_EQ(offered.join(u','), u"状态,网点 · 名称,物流号,网点 · 金额,时间,,清除排序,恢复默认列,冻结到此列"_s);
     EXPECT_TRUE(stayed);
     EXPECT_TRUE(grid.isColumnHidden(1) && grid.isColumnHidden(3));
     inMenu([&](QMenu& menu) { pick(menu, 6); });
@@ -208,6 +208,10 @@ TEST_F(DBGridTest, TitleMenuStaysForSeveralTicksAndLeadsBackToTheDefaults)
     EXPECT_EQ(grid.Column(0).fieldName, u"ID"_s);
     for (int column = 0; column < grid.ColumnCount(); ++column)
         EXPECT_EQ(grid.Column(column).visible, column < 4) << column;
+    for (const int frozen : {1, 0}) {
+        inMenu([&](QMenu& menu) { pick(menu, 8); });
+        EXPECT_EQ(grid.FrozenCols(), frozen);
+    }
 }
 
 TEST_F(DBGridTest, HiddenColumnsTakeNoRoomAndKeysGoToTheHandlerFirst)
