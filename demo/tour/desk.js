@@ -9,6 +9,7 @@ chapter("空的主窗口");
     assert(list.visible && list.hasFocus, "the screens are offered to the keyboard");
     host.screenshot("start.png");
     list.key("Down");
+    list.key("Down");
     list.key("Enter");
     assertEqual(host.screens(), ["frm_RecBill"]);
     assert(!list.visible);

@@ -1,4 +1,4 @@
-// The user's column widths come back when the screen is opened again.
+// The user's column widths, hidden columns and last criteria come back when the screen is opened again.
 
 chapter("列宽保存与恢复");
 {
@@ -15,5 +15,17 @@ chapter("列宽保存与恢复");
     assertEqual(widthOf("LOGISTICPROVIDERID"), wider, "the width was kept");
     host.screenshot("11-layout.png");
     host.screen("frm_AcceptBill").grid("DataView1").resize("LOGISTICPROVIDERID", before);
+
+    const warehouse = () => host.screen("frm_AcceptBill").control("仓库编号");
+    warehouse().text = "W00";
+    host.key("F5");
+    assert(host.closeAll());
+    host.exec("frm_AcceptBill111");
+    assertEqual(warehouse().text, "", "a screen opens on its own criteria");
+    warehouse().focus();
+    host.screen("frm_AcceptBill").key("Shift+F5");
+    assertEqual(warehouse().text, "W00");
+    warehouse().text = "";
+    host.key("F5");
     assert(host.closeAll());
 }
