@@ -7,7 +7,6 @@
 #include "framework/ScreenHandlers.h"
 #include "module/data/HostBridge.h"
 #include "module/data/MessageBoxes.h"
-#include "module/data/dm_BasicData.h"
 #include "orders/OrderStamps.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -57,12 +56,6 @@ Tfrm_order_pda_control::Tfrm_order_pda_control(
     : Tfrm_DispatchOrders(owner, filter)
     , words_(std::move(words))
 {
-}
-
-void Tfrm_order_pda_control::FormCreate()
-{
-    Tfrm_DispatchOrders::FormCreate();
-    EMP_NAME->SetRemoteServer(dm_BasicData->HostConnection);
 }
 
 void Tfrm_order_pda_control::AddActions(QHBoxLayout& row, QWidget* panel)

@@ -18,7 +18,6 @@ protected:
     };
     Tfrm_order_pda_control(QObject* owner, const TDispatchFilter::TOptions& filter, TWords words);
 
-    void FormCreate() override;
     void AddActions(QHBoxLayout& row, QWidget* panel) override;
     void AddGivingActions(QHBoxLayout& row, QWidget* panel);
     QString SiteCondition() const override;
