@@ -159,6 +159,15 @@ struct OrderRule::Order {
     }
     // Without a look at the database: the log carries the guards.
     const Value& StatusBecomes() const { return ValueOr(Set(u"STATUS"), *statusWas); }
+    // Entrusting does not set the status of dispatch.
+    bool GoesToDriver() const
+    {
+        const qint64 becomes = NumberOf(StatusBecomes());
+        const Value* code = Set(u"REC_BILL_CODE");
+        return becomes == company::kStatusDispatched
+            || (becomes == company::kStatusAccepted && code != nullptr && !wire::IsNull(*code)
+                && NumberOf(Becomes(u"BL_DEPUTE")) == 1);
+    }
     const Value& CandidatesBecome() const { return ValueOr(Set(u"PREPARE_SITE"), *candidatesWere); }
 
 private:
@@ -314,9 +323,6 @@ std::optional<QString> OrderRule::RefusalOfCell(const Order& order, const Cell& 
             return texts::NoSuchSite(CaptionOf(cell), text.toString());
         return own ? std::nullopt : std::optional(texts::ForeignSite(CaptionOf(cell), text.toString()));
     };
-    const auto isDispatched = [&order] {
-        return NumberOf(order.StatusBecomes()) == company::kStatusDispatched;
-    };
     switch (Of(cell).part) {
     case Part::Other:
         if (IsBadFlag(cell))
@@ -354,15 +360,16 @@ std::optional<QString> OrderRule::RefusalOfCell(const Order& order, const Cell& 
         break;
     case Part::RecSite:
         // A driver takes the order to the driver's own site.
-        return empty ? std::nullopt
-                     : refuseUnlessSite(everything_ || sites_.Has(text)
-                         || (isDispatched() && SoleCandidate(TextOf(order.CandidatesBecome())) == text));
+        return empty
+            ? std::nullopt
+            : refuseUnlessSite(everything_ || sites_.Has(text)
+                || (order.GoesToDriver() && SoleCandidate(TextOf(order.CandidatesBecome())) == text));
     case Part::DutySite:
         return empty ? std::nullopt : refuseUnlessSite(everything_ || sites_.Has(text));
     case Part::SendSite:
         return empty ? std::nullopt : refuseUnlessSite(true);
     case Part::BillMan:
-        return refuseUnless(empty || isDispatched() || text == who.employeeName);
+        return refuseUnless(empty || order.GoesToDriver() || text == who.employeeName);
     case Part::RecMan:
         return refuseUnless(empty || text == who.employeeName);
     case Part::CancelSite:
@@ -409,11 +416,10 @@ bool OrderRule::IsOursAsStored(const Order& order) const
     if (SoleCandidate(TextOf(order.CandidatesBecome())).isEmpty())
         return false;
     const qint64 was = NumberOf(*order.statusWas);
-    const bool inTime = NumberOf(order.StatusBecomes()) == company::kStatusDispatched
-        ? was != company::kStatusCancelled && was != company::kStatusPickedUp
-            && was != company::kStatusPickupFailed
-        : was == company::kStatusWaiting || was == company::kStatusAccepted
-            || was == company::kStatusDispatched;
+    const bool inTime = order.GoesToDriver() ? was != company::kStatusCancelled
+            && was != company::kStatusPickedUp && was != company::kStatusPickupFailed
+                                             : was == company::kStatusWaiting
+            || was == company::kStatusAccepted || was == company::kStatusDispatched;
     return inTime && NumberOf(order.Becomes(u"BL_DEPUTE")) == 1;
 }
 

@@ -124,6 +124,13 @@ Edits ToDriverAt(const QString& site, const QString& candidates)
         {u"REC_BILL_MAN"_s, u"司机"_s}, {u"BL_DEPUTE"_s, 1LL}};
 }
 
+Edits AcceptedForDriver(qint64 entrusted)
+{
+    return {{u"STATUS"_s, 1LL}, {u"REC_SITE"_s, u"上海一部"_s}, {u"PREPARE_SITE"_s, u";上海一部;"_s},
+        {u"REC_BILL_MAN"_s, u"司机"_s}, {u"REC_BILL_CODE"_s, u"E9"_s},
+        {u"BL_DEPUTE"_s, wire::Value(entrusted)}};
+}
+
 const std::vector<OrderCase>& OrderCases()
 {
     static const std::vector<OrderCase> cases{
@@ -174,6 +181,9 @@ const std::vector<OrderCase>& OrderCases()
         {"entrust what nobody works on", ", STATUS, PREPARE_SITE", ", 0, ';上海一部;'", kEntrust, "HCB"},
         {"entrust to a driver", ", STATUS, PREPARE_SITE", ", 2, ';上海一部;'",
             ToDriverAt(u"上海一部"_s, u";上海一部;"_s), "HCB"},
+        {"entrust to a driver, accepted", ", STATUS, PREPARE_SITE", ", 2, ';上海一部;'", AcceptedForDriver(1),
+            "HCB"},
+        {"accept for a driver", ", STATUS, PREPARE_SITE", ", 0, ';合肥一部;'", AcceptedForDriver(0), ""},
         {"entrust a refused order", ", STATUS, PREPARE_SITE", ", 2, ';上海一部;'", kEntrust, "H"},
         {"entrust a partner's order", ", STATUS, PREPARE_SITE, ORDERSOURCE", ", 0, ';上海一部;', '泽摩'",
             kEntrust, "H"},
