@@ -9,6 +9,7 @@ include("tour/pickup.js");
 include("tour/correction.js");
 include("tour/sites.js");
 include("tour/distribution.js");
+include("tour/entry.js");
 include("tour/dispatch.js");
 include("tour/query.js");
 include("tour/overdue.js");

@@ -358,7 +358,8 @@ void Tfrm_order_pda::btn_ExcelClick()
         const ControlsOff still(*CDS_ORDER_PDA);
         import_.Run(DataView1->DataViewGrid, kFirstImportRow, kFirstImportColumn);
     }
-    CDS_ORDER_PDA->First();
+    if (!CDS_ORDER_PDA->IsEditing()) // nothing was imported then
+        CDS_ORDER_PDA->First();
 }
 
 void Tfrm_order_pda::ShowHint()

@@ -11,6 +11,7 @@ fi
 "$build/bin/bench_link"
 "$build/bin/bench_dispatch" "$cache"
 "$build/bin/bench_tls"
+"$build/bin/bench_import"
 # On PostgreSQL, in a cluster that ends with this script.
 cluster=/tmp/zelmor-bench-$$
 trap 'tests/support/postgres-cluster.sh stop "$cluster"' EXIT

@@ -44,6 +44,7 @@ ALLOWED = {
     "runtime": ["wire", "company"],
     "runtime/data": ["wire", "runtime/Export.h"],
     "runtime/ui": ["wire", "runtime"],
+    "import": ["wire", "runtime"],
     "module/data": ["wire", "company", "runtime"],
     "framework": ["wire", "company", "runtime", "module/data"],
     "orders": ["wire", "company", "runtime", "module/data", "framework"],

@@ -55,6 +55,7 @@ extern "C" Q_DECL_EXPORT int zelmor_automation_run(
     global.setProperty(u"assert"_s, test.property(u"assertThat"_s));
     global.setProperty(u"assertEqual"_s, test.property(u"assertEqual"_s));
     global.setProperty(u"include"_s, test.property(u"include"_s));
+    global.setProperty(u"fullPath"_s, test.property(u"fullPath"_s));
 
     const QJSValue result = engine.evaluate(program, name);
     if (!result.isError())

@@ -21,6 +21,8 @@ public:
         const QJSValue& actual, const QJSValue& expected, const QString& message = {});
     // Runs another file; its functions and `var` variables stay.
     Q_INVOKABLE QJSValue include(const QString& fileName);
+    // The full path of a file that lies beside the script.
+    Q_INVOKABLE QString fullPath(const QString& fileName) const { return folder_.absoluteFilePath(fileName); }
 
 private:
     QDir folder_;
