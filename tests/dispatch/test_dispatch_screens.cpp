@@ -2,11 +2,89 @@
 #include "dispatch/frm_order_pda_control.h"
 #include "dispatch/frm_order_pda_depute.h"
 #include "framework/PageLookup.h"
-#include "tests/dispatch/DispatchScreen.h"
+#include "tests/orders/OrderDesk.h"
+#include "tests/orders/OrderScreen.h"
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+// A desk whose server also knows sites below the login site, couriers, drivers and kinds of payment.
+class DispatchDesk : public OrderDesk {
+public:
+    DispatchDesk()
+    {
+        host.SetValue(u"user"_s, u"pudong1"_s);
+        host.SetValue(u"FinanceCenter"_s, u"上海财务中心"_s);
+        host.Server.OnQuery = [answer = host.Server.OnQuery](const QString& sqlText) {
+            if (sqlText.contains(u"tab_employee"_s))
+                return Employees();
+            if (sqlText.contains(u"TAB_PAY_MODE"_s))
+                return MakeTextRows(
+                    {u"MODE_CODE"_s, u"MODE_NAME"_s}, {{u"1"_s, u"现付"_s}, {u"2"_s, u"月结"_s}});
+            return answer(sqlText);
+        };
+    }
+
+    // Two of a name.
+    static wire::RowSet Employees()
+    {
+        const QString site = u"浦东二部"_s;
+        return MakeTextRows({u"EMPLOYEE_CODE"_s, u"EMPLOYEE_NAME"_s, u"OWNER_SITE"_s, u"PHONE"_s},
+            {{u"E101"_s, u"张伟"_s, u"浦东一部"_s, {}}, {u"E102"_s, u"王芳"_s, site, {}},
+                {u"E103"_s, u"张伟"_s, site, {}}});
+    }
+};
+
+// One of the three screens over orders that are dispatched.
+template <typename Screen> class DispatchScreen : public OrderScreen<Screen, DispatchDesk> {
+protected:
+    using Base = OrderScreen<Screen, DispatchDesk>;
+
+    void OpenWith(std::vector<OrderFields> orders)
+    {
+        for (size_t i = 0; i < orders.size(); ++i)
+            orders[i][u"TX_LOGISTIC_ID"_s] = Number(i);
+        this->desk.orders = std::move(orders);
+        Base::Open();
+        this->cds = this->screen->template findChild<TClientDataSetEx*>(u"CDS_ORDER_PDA"_s);
+        this->Press(u"btn_open"_s);
+    }
+    static QString Number(size_t order) { return u"T%1"_s.arg(order); }
+    void GoTo(size_t order)
+    {
+        ASSERT_TRUE(this->cds->Locate(u"TX_LOGISTIC_ID", {wire::TextValue(Number(order))}));
+    }
+    QString Text(QStringView field) { return this->cds->FieldByName(field).AsString(); }
+
+    void Select(const std::vector<size_t>& orders)
+    {
+        std::vector<TBookmark> rows;
+        for (const size_t order : orders) {
+            GoTo(order);
+            rows.push_back(this->cds->Bookmark());
+        }
+        this->grid->SelectRows(rows);
+    }
+    // Presses with these answers to come; what was shown.
+    QStringList Answer(const QString& button, const QStringList& answers)
+    {
+        for (const QString& answer : answers)
+            this->desk.host.App.QueueAnswer({answer});
+        this->Press(button);
+        for (QStringList left; this->desk.host.App.TakeAnswer(left);) { }
+        return this->desk.host.TakeMessages();
+    }
+    template <typename Box> Box* Find(const QString& name)
+    {
+        return this->screen->template findChild<Box*>(name);
+    }
+};
+
+QString Summary(int changed, int unchanged)
+{
+    return u"详细：批量修改完毕！%1条数据修改成功，%2条数据未改变！"_s.arg(changed).arg(unchanged);
+}
 
 const QString kOffer = u"btn_Select"_s;
 const QString kDrive = u"Button1"_s;
@@ -45,25 +123,29 @@ protected:
     }
     struct Case {
         QString button;
-        OrderFields order;
-        bool taken;
-        QStringList answers{u"yes"_s, u"原因"_s};
+        std::vector<OrderFields> taken;
+        std::vector<OrderFields> left; // each for one reason alone
     };
     // Each order alone, by its button.
     void CheckEach(const std::vector<Case>& cases)
     {
         std::vector<OrderFields> orders;
-        for (const Case& each : cases)
-            orders.push_back(each.order);
+        for (const Case& each : cases) {
+            orders.insert(orders.end(), each.taken.begin(), each.taken.end());
+            orders.insert(orders.end(), each.left.begin(), each.left.end());
+        }
         OpenReady(orders);
-        for (size_t i = 0; i < cases.size(); ++i) {
-            this->Select({i});
-            const QStringList told = this->Answer(cases[i].button, cases[i].answers);
-            this->GoTo(i);
-            EXPECT_EQ(this->cds->UpdateStatus() == TRowStatus::Modified, cases[i].taken)
-                << i << ' ' << qUtf8Printable(cases[i].button);
-            EXPECT_TRUE(!told.isEmpty() && told.last().startsWith(Summary(cases[i].taken, !cases[i].taken)))
-                << i;
+        size_t order = 0;
+        for (const Case& each : cases) {
+            for (size_t i = 0; i < each.taken.size() + each.left.size(); ++i, ++order) {
+                const bool taken = i < each.taken.size();
+                this->Select({order});
+                const QStringList told = this->Answer(each.button, {u"yes"_s, u"原因"_s});
+                this->GoTo(order);
+                EXPECT_EQ(this->cds->UpdateStatus() == TRowStatus::Modified, taken)
+                    << qUtf8Printable(each.button) << ' ' << i;
+                EXPECT_TRUE(!told.isEmpty() && told.last().startsWith(Summary(taken, !taken)));
+            }
         }
     }
     void CheckFields(size_t order, const std::map<QString, QString>& fields)
@@ -86,44 +168,25 @@ TEST_F(ControlScreen, TakesTheOrdersThatMeetTheConditions)
     OrderFields unknown = Order(0);
     unknown[u"STATUS"_s] = {};
     CheckEach({
-        {kOffer, Order(0), true},
-        {kOffer, unknown, true},
-        {kOffer, Order(10), true},
-        {kOffer, Order(0, {{u"PREPARE_SITE"_s, u";浦东一部;"_s}}), false},
-        {kOffer, Order(0, kWithWaybill), false},
-        {kOffer, Order(-1), false},
-        {kOffer, Order(1), false},
-        {kDrive, Order(0), true},
-        {kDrive, Order(12), true},
-        {kDrive, Order(10, kWithDriver), true},
-        {kDrive, Order(10, kWithDriver), false, {u"yes"_s, {}}},
-        {kDrive, Order(-1), false},
-        {kDrive, Order(3), false},
-        {kDrive, Order(4), false},
-        {kDrive, Order(0, kWithWaybill), false},
-        {kCancel, driverless(0), true},
-        {kCancel, driverless(11), true},
-        {kCancel, Order(0, With(kOurs, u"REC_BILL_MAN"_s, u"旧"_s)), false},
-        {kCancel, driverless(-1), false},
-        {kCancel, driverless(3), false},
-        {kCancel, driverless(4), false},
-        {kCancel, driverless(10), false},
-        {kCancel, driverless(12), false},
-        {kCancel, Order(0, {{u"CREATER_SITE"_s, u"浦东二部"_s}}), false},
-        {kRefuse, Order(1, kOfferedHere), true},
-        {kRefuse, Order(11, kOfferedHere), true},
-        {kRefuse, Order(0, kOfferedHere), false},
-        {kRefuse, Order(10, kOfferedHere), false},
-        {kRefuse, Order(1, With(kOfferedHere, u"BILL_CODE"_s, u"1"_s)), false},
-        {kRefuse, Order(1, {{u"PREPARE_SITE"_s, u";浦东一部;浦东二部;"_s}}), false},
-        {kRefuse, Order(1), false},
+        {kOffer, {Order(0), unknown, Order(10)},
+            {Order(0, kOfferedHere), Order(0, kWithWaybill), Order(-1), Order(1)}},
+        {kDrive, {Order(0), Order(12), Order(10, kWithDriver)},
+            {Order(-1), Order(3), Order(4), Order(0, kWithWaybill)}},
+        {kCancel, {driverless(0), driverless(11)},
+            {driverless(-1), driverless(3), driverless(4), driverless(10), driverless(12),
+                Order(0, With(kOurs, u"REC_BILL_MAN"_s, u"旧"_s)),
+                Order(0, {{u"CREATER_SITE"_s, u"浦东二部"_s}})}},
+        {kRefuse, {Order(1, kOfferedHere), Order(11, kOfferedHere)},
+            {Order(0, kOfferedHere), Order(10, kOfferedHere), Order(1),
+                Order(1, With(kOfferedHere, u"BILL_CODE"_s, u"1"_s)),
+                Order(1, {{u"PREPARE_SITE"_s, u";浦东一部;浦东二部;"_s}})}},
     });
 }
 
 TEST_F(ControlScreen, HeadquartersCancelsWhatAnyoneMadeAndAsksForEveryonesOrders)
 {
     desk.host.SetValue(u"site"_s, u"快运本部"_s);
-    CheckEach({{kCancel, Order(0, {{u"CREATER_SITE"_s, u"浦东二部"_s}}), true}});
+    CheckEach({{kCancel, {Order(0, {{u"CREATER_SITE"_s, u"浦东二部"_s}})}, {}}});
     EXPECT_FALSE(cds->CommandText().contains(u"CREATER_SITE"_s));
     delete screen;
     desk.host.DataSet(u"loginSite"_s).SetFieldAndPost(u"TYPE", wire::TextValue(u"中心"_s));
@@ -135,8 +198,9 @@ TEST_F(ControlScreen, ADayAtTheDesk)
 {
     const std::map<QString, QString> before{{u"CANCEL_DESC"_s, u"旧原因"_s}, {u"REC_SITE"_s, u"旧网点"_s},
         {u"ACCEPT_DATE"_s, {}}, {u"CREATER_SITE"_s, u"浦东一部"_s}};
-    OpenReady({Order(0, before), Order(11, With(before, u"REC_BILL_MAN"_s, u"旧"_s)), Order(0),
-        Order(0, kOurs), Order(1, kOfferedHere), Order(10, kWithDriver), Order(10, kWithDriver)});
+    OpenReady(
+        {Order(0, before), Order(11, With(before, u"REC_BILL_MAN"_s, u"旧"_s)), Order(0), Order(0, kOurs),
+            Order(1, kOfferedHere), Order(10, kWithDriver), Order(10, kWithDriver), Order(10, kWithDriver)});
     const QStringList opening = desk.host.Server.Queries().first(3);
     EXPECT_TRUE(opening[0].contains(u"start with SITE_NAME='浦东一部'"_s)
         && opening[1].contains(u"BL_GOODS_MARKET"_s) && opening[2].contains(u"TAB_PAY_MODE"_s));
@@ -183,10 +247,11 @@ TEST_F(ControlScreen, ADayAtTheDesk)
     CheckFields(1, driven);
     CheckFields(2, driven); // the reason of the order before it
     EXPECT_TRUE(Text(u"ACCEPT_DATE").startsWith(u"2024-01-31 10:59"_s));
-    // Who gives up the question is not asked again.
-    Select({5, 6});
-    EXPECT_EQ(Answer(kDrive, {u"yes"_s, u"cancel"_s}).size(), 3);
-    CheckFields(6, {{u"REC_BILL_MAN"_s, u"旧"_s}});
+    // No reason leaves the order as it is; who gives up the question is not asked again.
+    Select({5, 6, 7});
+    EXPECT_EQ(Answer(kDrive, {u"yes"_s, {}, u"cancel"_s}).size(), 4);
+    for (size_t order = 5; order <= 7; ++order)
+        CheckFields(order, {{u"REC_BILL_MAN"_s, u"旧"_s}});
 
     Select({3});
     EXPECT_EQ(Answer(kCancel, {u"yes"_s, {}}),
@@ -235,18 +300,11 @@ TEST_F(ControlScreen, ADayAtTheDesk)
 TEST_F(DeputeScreen, TakesTheOrdersThatMeetTheConditions)
 {
     CheckEach({
-        {kOffer, Order(0), true},
-        {kOffer, Order(1), true},
-        {kOffer, Order(10), true},
-        {kOffer, Order(2), false},
-        {kOffer, Order(-1), false},
-        {kOffer, Order(11), false},
-        {kOffer, Order(0, kWithWaybill), false},
-        {kOffer, Order(0, {{u"ORDERSOURCE"_s, u"芮讯"_s}}), false},
-        {kOffer, Order(0, kWithDriver), false},
-        {kDrive, Order(0), true},
-        {kDrive, Order(0, kWithDriver), false},
-        {kCancel, Order(0, kOurs), true},
+        {kOffer, {Order(0), Order(1), Order(10)},
+            {Order(2), Order(-1), Order(11), Order(0, kWithWaybill), Order(0, kWithDriver),
+                Order(0, {{u"ORDERSOURCE"_s, u"芮讯"_s}})}},
+        {kDrive, {Order(0)}, {Order(0, kWithDriver)}},
+        {kCancel, {Order(0, kOurs)}, {}},
     });
     EXPECT_FALSE(cds->CommandText().contains(u"PREPARE_SITE"_s)) << "orders of every site";
 }
