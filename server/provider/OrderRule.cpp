@@ -169,6 +169,7 @@ struct OrderRule::Order {
                 && NumberOf(Becomes(u"BL_DEPUTE")) == 1);
     }
     const Value& CandidatesBecome() const { return ValueOr(Set(u"PREPARE_SITE"), *candidatesWere); }
+    const Value& RecSiteBecomes() const { return ValueOr(Set(u"REC_SITE"), *recSiteWas); }
 
 private:
     static const Value& ValueOr(const Value* set, const Value& was) { return set != nullptr ? *set : was; }
@@ -303,10 +304,18 @@ std::optional<QString> OrderRule::RefusalOfValues(const Order& order) const
     }
     const Value* status = order.Set(u"STATUS");
     const qint64 becomes = status != nullptr ? NumberOf(*status) : 0;
-    const bool needsReason = becomes == company::kStatusCancelled || becomes == company::kStatusPickupFailed;
+    const bool needsReason = becomes == company::kStatusCancelled || becomes == company::kStatusPickupFailed
+        || (becomes == company::kStatusRefused && !IsHandedBack(order));
     if (needsReason && TextOf(order.Becomes(u"CANCEL_DESC")).trimmed().isEmpty())
         return texts::ReasonMissing();
     return std::nullopt;
+}
+
+// A courier's order that becomes nobody's again: whoever gets it next needs no reason.
+bool OrderRule::IsHandedBack(const Order& order)
+{
+    const bool wasSomebodys = !wire::IsNull(*order.candidatesWere) || !wire::IsNull(*order.recSiteWas);
+    return wasSomebodys && wire::IsNull(order.CandidatesBecome()) && wire::IsNull(order.RecSiteBecomes());
 }
 
 std::optional<QString> OrderRule::RefusalOfCell(const Order& order, const Cell& cell) const

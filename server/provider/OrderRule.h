@@ -29,6 +29,7 @@ private:
     std::optional<QString> RefusalOfUpdate(const Order& order) const;
     std::optional<QString> RefusalOfRevocation(const Order& order) const;
     std::optional<QString> RefusalOfValues(const Order& order) const;
+    static bool IsHandedBack(const Order& order);
     std::optional<QString> RefusalOfCell(const Order& order, const storage::Cell& cell) const;
     bool IsOurs(const Order& order) const;
     bool IsOursAsStored(const Order& order) const;
