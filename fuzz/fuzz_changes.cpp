@@ -246,8 +246,10 @@ private:
         for (const wire::RowVerdict& verdict : outcome.rows) {
             size.Add(verdict);
             accepted += verdict.accepted ? 1 : 0;
+            // What was merely undone with others has no reason of its own.
             Require(
-                verdict.accepted != !verdict.reason.isEmpty(), "a refusal without a reason, or the reverse");
+                verdict.accepted ? verdict.reason.isEmpty() : outcome.rolledBack || !verdict.reason.isEmpty(),
+                "a refusal without a reason, or the reverse");
             Require(!verdict.present || verdict.presentValues.size() == request.changes.columns.size(),
                 "present values are not parallel to the columns");
         }
