@@ -14,6 +14,7 @@ include("tour/dispatch.js");
 include("tour/query.js");
 include("tour/overdue.js");
 include("tour/centre.js");
+include("tour/lists.js");
 include("tour/collect.js");
 include("tour/desk.js");
 print("Tour complete.");

@@ -1,10 +1,14 @@
-// What leaves the grid by the clipboard.
+// What leaves the grid and what comes into it by the clipboard.
 
+#include "runtime/ui/Application.h"
 #include "runtime/ui/DBGridPrivate.h"
+#include "wire/Error.h"
 
 #include <QApplication>
 #include <QClipboard>
 #include <QMimeData>
+
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -93,4 +97,144 @@ void TDBGridEh::Private::CopyColumn() const
             rows[i] = int(i);
     }
     Copy(rows, {currentColumn}, false);
+}
+
+namespace {
+
+constexpr int kReasonsShown = 10;
+
+// Boxes that the rules of many rows would show one after the other are gathered instead.
+class GatheredMessages {
+public:
+    GatheredMessages()
+        : unattended_(std::exchange(Application->Unattended, true))
+        , heard_(QObject::connect(Application, &TApplication::MessageShown, Application,
+              [this](const QString& text) { said_ += text; }))
+    {
+    }
+    ~GatheredMessages()
+    {
+        QObject::disconnect(heard_);
+        Application->Unattended = unattended_;
+    }
+    Q_DISABLE_COPY_MOVE(GatheredMessages)
+    // Since the last time.
+    QString Take() { return std::exchange(said_, {}).join(u' ').remove(u"详细："_s).simplified(); }
+
+private:
+    bool unattended_;
+    QStringList said_;
+    QMetaObject::Connection heard_;
+};
+
+// Lines of cells as a spreadsheet gives them; what follows the last line break is no line.
+std::vector<QStringList> PastedLines(QString text)
+{
+    text.replace(u"\r\n"_s, u"\n"_s).replace(u'\r', u'\n');
+    if (text.endsWith(u'\n'))
+        text.chop(1);
+    std::vector<QStringList> lines;
+    for (const QString& line : text.split(u'\n'))
+        lines.push_back(line.split(u'\t'));
+    return lines;
+}
+
+} // namespace
+
+// One row through the rules; empty where it was taken, else why not.
+QString TDBGridEh::Private::PasteRow(const std::vector<int>& into, const QStringList& cells)
+{
+    TClientDataSetEx& open = *OpenDataSet();
+    QString refusal;
+    const auto refuse = [&](const QString& reason) { refusal = reason; };
+    bool posted = false;
+    Guarded(
+        [&] {
+            open.Edit();
+            if (open.State() != TDataSetState::Edit)
+                return;
+            for (size_t i = 0; i < into.size(); ++i) {
+                QString text = cells.value(qsizetype(i)).trimmed();
+                if (!AcceptableText(into[i], text))
+                    throw wire::Error(wire::ErrorKind::Data, u"“%1”不在列表中"_s.arg(text));
+                open.Field(columns[size_t(into[i])].field).SetAsString(StoredText(into[i], text));
+            }
+            open.Post();
+            posted = true;
+        },
+        refuse);
+    if (posted)
+        return {};
+    if (open.IsEditing())
+        Guarded([&] { open.Cancel(); }, refuse);
+    return refusal.isEmpty() ? u"没有接受"_s : refusal;
+}
+
+// A column of values, or several, from the current column on: over the selected rows where several are, else
+// from the current row down; one value goes into each selected row. All of it is one step to take back.
+void TDBGridEh::Private::Paste()
+{
+    TClientDataSetEx* open = OpenDataSet();
+    const QString text = QApplication::clipboard()->text();
+    if (!open || !Application || text.isEmpty() || CurrentRow() < 0 || !PostRow())
+        return;
+    std::vector<QStringList> lines = PastedLines(text);
+    std::vector<int> into{currentColumn};
+    while (qsizetype(into.size()) < lines.front().size()) {
+        const int next = NextShownColumn(into.back(), 1);
+        if (next < 0)
+            break;
+        into.push_back(next);
+    }
+    for (const int column : into) {
+        if (!Editable(column)) {
+            Application->MessageBox(u"列“%1”不能修改，没有粘贴。"_s.arg(columns[size_t(column)].info.title),
+                u"粘贴"_s, TMessageIcon::Warning);
+            return;
+        }
+    }
+    std::vector<TBookmark> rows = q->SelectedRows();
+    if (rows.size() < 2) {
+        rows.clear();
+        for (int row = CurrentRow(); row < open->RecordCount() && rows.size() < lines.size(); ++row)
+            rows.push_back(open->ViewBookmark(row));
+    } else if (lines.size() == 1) {
+        lines.resize(rows.size(), lines.front());
+    }
+    const size_t count = std::min(rows.size(), lines.size());
+    const TBookmark current = open->Bookmark();
+    QStringList refused;
+    size_t taken = 0;
+    const QPointer<TDBGridEh> alive(q);
+    {
+        const BusyCursor busy;
+        GatheredMessages messages;
+        open->DisableControls();
+        for (size_t i = 0; i < count && alive && open->Active(); ++i) {
+            if (!open->GotoBookmark(rows[i]))
+                continue;
+            const QString name = u"第%1行"_s.arg(CurrentRow() + 1);
+            const QString refusal = PasteRow(into, lines[i]);
+            const QString said = messages.Take();
+            if (refusal.isEmpty())
+                ++taken;
+            else
+                refused += u"%1：%2"_s.arg(name, said.isEmpty() ? refusal : said);
+        }
+        if (!alive)
+            return;
+        open->GotoBookmark(current);
+        open->EnableControls();
+    }
+    QString summary = u"粘贴了%1行。"_s.arg(taken);
+    if (lines.size() > count)
+        summary += u"\n还有%1行没有对应的行，没有粘贴。"_s.arg(lines.size() - count);
+    if (!refused.isEmpty()) {
+        summary += u"\n%1行没有接受：\n"_s.arg(refused.size()) + refused.mid(0, kReasonsShown).join(u'\n');
+        if (refused.size() > kReasonsShown)
+            summary += u"\n……"_s;
+    }
+    if (lines.size() > 1 || count > 1 || !refused.isEmpty())
+        Application->MessageBox(
+            summary, u"粘贴"_s, refused.isEmpty() ? TMessageIcon::Information : TMessageIcon::Warning);
 }

@@ -235,9 +235,9 @@ QString TDBGridEh::Private::EditorText() const
 }
 
 // A list with keys behind it takes its own texts only; the beginning of one stands for it.
-bool TDBGridEh::Private::AcceptableText(QString& text) const
+bool TDBGridEh::Private::AcceptableText(int column, QString& text) const
 {
-    const TColumnEh& info = columns[size_t(editorColumn)].info;
+    const TColumnEh& info = columns[size_t(column)].info;
     if (info.style != TColumnStyle::KeyPickList || text.isEmpty() || info.pickList.contains(text))
         return true;
     const qsizetype key = info.keyList.indexOf(text);
@@ -265,7 +265,7 @@ bool TDBGridEh::CommitEditor()
     d_->committing = true;
     const QPointer<TDBGridEh> alive(this);
     QString text = d_->EditorText();
-    bool written = d_->AcceptableText(text);
+    bool written = d_->AcceptableText(d_->editorColumn, text);
     auto* date = qobject_cast<TDBDateTimeEditEh*>(d_->editor);
     const auto* lookup = qobject_cast<TDBLookupComboboxEh*>(d_->editor);
     if (date) {

@@ -218,6 +218,10 @@ bool TDBGridEh::Private::Command(QKeyEvent* event)
         if (control)
             q->ShowFindDialog();
         return control;
+    case Qt::Key_V:
+        if (control)
+            Paste();
+        return control;
     case Qt::Key_Z:
         if (control)
             event->modifiers() & Qt::ShiftModifier ? UndoRow() : UndoStep();

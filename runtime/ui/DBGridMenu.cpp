@@ -3,6 +3,8 @@
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBGridPrivate.h"
 
+#include <QApplication>
+#include <QClipboard>
 #include <QContextMenuEvent>
 #include <QMenu>
 
@@ -30,6 +32,8 @@ void TDBGridEh::Private::FillMenu(QMenu& menu)
     add(u"复制（含标题）\tCtrl+Shift+C"_s, true, [this] { CopyRows(true); });
     add(u"复制此列"_s, true, [this] { CopyColumn(); });
     if (!q->ReadOnly) {
+        add(u"粘贴(&V)\tCtrl+V"_s, Editable(currentColumn) && !QApplication::clipboard()->text().isEmpty(),
+            [this] { Paste(); });
         menu.addSeparator();
         add(u"修改(&E)\tF2"_s, Editable(currentColumn), [this] { q->EditCurrentCell(); });
         add(u"撤销此行\tCtrl+Shift+Z"_s, open.IsEditing() || open.UpdateStatus() != TRowStatus::Unmodified,

@@ -158,6 +158,8 @@ public:
     void Copy(const std::vector<int>& rows, const std::vector<int>& copied, bool withTitles) const;
     void CopyRows(bool withTitles) const;
     void CopyColumn() const;
+    void Paste();
+    QString PasteRow(const std::vector<int>& into, const QStringList& cells);
     void FillMenu(QMenu& menu);
     QString ToolTipAt(const QModelIndex& index) const;
 
@@ -184,7 +186,7 @@ public:
     void PlaceEditor();
     void EditorChanged();
     QString EditorText() const;
-    bool AcceptableText(QString& text) const;
+    bool AcceptableText(int column, QString& text) const;
     void CloseEditor();
     bool WriteCell(int column, const QString& stored);
     bool BeginEdit();

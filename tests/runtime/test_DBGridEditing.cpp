@@ -2,6 +2,7 @@
 #include "runtime/ui/Style.h"
 #include "tests/runtime/GridFixture.h"
 
+#include <QClipboard>
 #include <QContextMenuEvent>
 #include <QHelpEvent>
 #include <QMenu>
@@ -100,6 +101,39 @@ TEST_F(DBGridEditingTest, WhatIsNotSavedIsMarkedToldAndTakenBackByKeyAndMenu)
     EXPECT_EQ(offered.mid(offered.size() - 3).join(u','), u",导出,批量"_s);
     EXPECT_EQ(orders.ChangeCount(), 0);
     grid.removeAction(&whole);
+}
+
+TEST_F(DBGridEditingTest, APastedColumnGoesThroughTheRulesRowByRow)
+{
+    Open(OrderGridColumns());
+    orders.BeforePost = [this] {
+        if (orders.FieldByName(u"SITE").AsString() != u"禁"_s)
+            return;
+        Application->MessageBox(u"详细：此网点已停用！"_s, u"规则"_s, TMessageIcon::Warning);
+        Abort();
+    };
+    const auto paste = [&](const QString& text) {
+        Application->ClearShownMessages();
+        QApplication::clipboard()->setText(text);
+        Key(Qt::Key_V, Qt::ControlModifier);
+        return Application->ShownMessages().empty() ? QString() : Application->ShownMessages().back().text;
+    };
+    grid.SelectField(u"SITE");
+    EXPECT_EQ(paste(u"甲\r\n禁\r\n乙\r\n丙\r\n"_s),
+        u"粘贴了2行。\n还有1行没有对应的行，没有粘贴。\n1行没有接受：\n第2行：此网点已停用！"_s);
+    EXPECT_EQ(Joined(orders, u"SITE"), u"甲 北京 乙"_s);
+    EXPECT_EQ(orders.State(), TDataSetState::Browse);
+    Key(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(Joined(orders, u"SITE"), u"上海 北京 "_s) << "one step";
+    grid.selectAll();
+    grid.SelectField(u"STATUS");
+    EXPECT_EQ(paste(u"接单失败"_s), u"粘贴了3行。"_s) << "one value for all of them";
+    EXPECT_EQ(Joined(orders, u"STATUS"), u"2 2 2"_s);
+    EXPECT_TRUE(paste(u"没有的状态"_s).contains(u"第3行：“没有的状态”不在列表中"_s));
+    grid.SelectField(u"ID");
+    EXPECT_TRUE(paste(u"D9"_s).contains(u"不能修改"_s));
+    EXPECT_EQ(Joined(orders, u"ID"), u"D1 D2 D3"_s);
+    EXPECT_TRUE(Application->Unattended);
 }
 
 TEST_F(DBGridEditingTest, AnEditRefusedBeforeItBeginsChangesNothing)
