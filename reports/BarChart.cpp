@@ -82,6 +82,12 @@ QString Heading(const TChartContent& content)
     return text;
 }
 
+// Names come with the orders: nothing in them is markup.
+QString PlainTip(const QString& text)
+{
+    return u"<p style='white-space:pre'>"_s + text.toHtmlEscaped() + u"</p>"_s;
+}
+
 void LookLikeTheScreen(QAbstractAxis& axis)
 {
     axis.setLabelsFont(ScreenFont());
@@ -124,7 +130,7 @@ QString BarTip(const TChartContent& content, const TChartBar& bar)
 TBarChart::TBarChart(QWidget* parent, const QString& name)
     : QWidget(parent)
     , title_(new QLabel(this))
-    , nothing_(new QLabel(u"查询以后，这里画出列表中的数"_s, this))
+    , nothing_(new QLabel(u"列表中没有可以画的数"_s, this))
     , view_(new QChartView)
 {
     setObjectName(name);
@@ -207,14 +213,13 @@ void TBarChart::Draw()
     if (!any)
         return;
 
-    const qint64 longest = LongestBar();
     auto* names = new QBarCategoryAxis;
-    for (int place = 0; place < int(content_.bars.size()); ++place) {
-        names->append(QString::number(place));
-    }
+    for (int place = 0; place < int(content_.bars.size()); ++place)
+        names->append(QString::number(place)); // written beside it instead
     names->setLabelsVisible(false);
     WriteNames();
     auto* numbers = new QValueAxis;
+    const qint64 longest = LongestBar();
     const double step = StepOf(longest);
     numbers->setRange(0, std::max(step, std::ceil(double(longest) / step) * step));
     numbers->setTickType(QValueAxis::TicksDynamic);
@@ -279,13 +284,17 @@ QAbstractBarSeries* TBarChart::NewBars()
         for (int place = 0; place < int(content_.bars.size()); ++place)
             set->append(double(BarAt(place).values[size_t(i)]) * scale(BarAt(place)));
         bars->append(set);
+        // Later: what a click does may draw the chart anew, and the set that tells of it would be gone.
         connect(set, &QBarSet::clicked, this, [this, i](int place) {
-            if (OnBarClick)
-                OnBarClick(BarAt(place), int(i));
+            const auto tell = [this, bar = BarAt(place), i] {
+                if (OnBarClick)
+                    OnBarClick(bar, int(i));
+            };
+            QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
         });
         connect(set, &QBarSet::hovered, this, [this](bool inside, int place) {
             if (inside)
-                QToolTip::showText(QCursor::pos(), BarTip(content_, BarAt(place)), view_);
+                QToolTip::showText(QCursor::pos(), PlainTip(BarTip(content_, BarAt(place))), view_);
             else
                 QToolTip::hideText();
         });

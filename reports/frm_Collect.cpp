@@ -191,6 +191,7 @@ void Tfrm_Collect::CreateOrdersPage()
     DataView2->DataViewGrid->ReadOnly = true;
     PrepareOrdersView(this, *DataView2, OrderQueryColumns(), cds_detail, nullptr);
     DataView2->Panel1->setText(u"在汇总数据里双击一个票数，列出它的订单"_s);
+    DataView2->Panel1->setTextFormat(Qt::PlainText);
     DataView2->Panel1->show();
     TabSheet2->layout()->addWidget(DataView2);
 }
@@ -246,11 +247,19 @@ void Tfrm_Collect::Button1Click()
 void Tfrm_Collect::AppendRegions()
 {
     cds->SetFiltered(false);
-    for (cds1->First(); !cds1->Eof(); cds1->Next()) {
+    struct Copied {
+        int from;
+        TField& to;
+    };
+    std::vector<Copied> fields;
+    for (const QStringView field : kRegionFields)
+        fields.push_back({cds1->FieldIndex(field), cds->FieldByName(field)});
+    TField& site = cds->FieldByName(u"duty_site");
+    for (int row = 0; row < cds1->RecordCount(); ++row) {
         cds->Append();
-        for (const QStringView field : kRegionFields)
-            cds->FieldByName(field).SetValue(cds1->FieldByName(field).Value());
-        SetText(*cds, u"duty_site", kNoSite.toString());
+        for (const Copied& field : fields)
+            field.to.SetValue(cds1->ViewValue(row, field.from));
+        site.SetAsString(kNoSite.toString());
         cds->Post();
     }
     cds->MergeChangeLog();

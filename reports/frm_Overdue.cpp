@@ -110,6 +110,7 @@ void Tfrm_Overdue::CreateOrdersPage()
     auto* content = new QWidget(TabSheet2);
     whose_ = new QLabel(content);
     whose_->setObjectName(u"Whose"_s);
+    whose_->setTextFormat(Qt::PlainText);
     DataView1 = new TDataView(content, u"DataView1"_s);
     DataView1->DataViewGrid->ReadOnly = true;
     PrepareOrdersView(this, *DataView1, OrderQueryColumns(), cds, items_);

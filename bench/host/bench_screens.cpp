@@ -1,9 +1,11 @@
 // The screens on a million orders: from the menu to painted against an empty window, and the centres' query,
 // which reads the waybills as well, against the order query of the same orders.
+#include "bench/host/Statistics.h"
 #include "bench/system/Measure.h"
 #include "host/Host.h"
 #include "host/LoginWindow.h"
 #include "host/MainForm.h"
+#include "reports/BarChart.h"
 #include "runtime/ScreenTable.h"
 #include "runtime/data/ClientDataSet.h"
 #include "runtime/ui/DBControls.h"
@@ -170,6 +172,79 @@ void BenchJoinedColumns(Desk& desk)
         Milliseconds(queries.subject), u"order query: "_s + Milliseconds(queries.peer), queries.ratio, 2.0);
 }
 
+// Both queries of the statistics and their pictures against the same sums in one statement.
+void BenchStatistics(Desk& desk, const QString& dataDir)
+{
+    TForm& screen = desk.Open(u"frm_Collect"_s);
+    const wire::DateTime from = kNow.AddDays(-31);
+    Control<TDBDateTimeEditEh>(screen, u"DBDateTimeEditEh1"_s).SetText(from.ToText());
+    Control<TDBDateTimeEditEh>(screen, u"DBDateTimeEditEh2"_s).SetText(kNow.ToText());
+    auto& figures = *screen.findChild<TClientDataSetEx*>(u"cds"_s);
+    HandWrittenStatistics peer(dataDir);
+    const Comparison statistics = Compare(
+        kRounds,
+        [&] {
+            figures.Close();
+            desk.Paint();
+            return MillisecondsOf([&] {
+                Control<QPushButton>(screen, u"Button1"_s).click();
+                desk.Paint();
+            });
+        },
+        [&] { return MillisecondsOf([&] { peer.Run(from, kNow); }); });
+    if (figures.RecordCount() != peer.Rows())
+        throw std::runtime_error("the statistics have " + std::to_string(figures.RecordCount())
+            + " rows, by hand " + std::to_string(peer.Rows()));
+    PrintRow(u"statistics of 31 days, %1 rows and two charts, shown"_s.arg(figures.RecordCount()),
+        Milliseconds(statistics.subject),
+        u"the same sums in one statement, by the C interface: "_s + Milliseconds(statistics.peer),
+        statistics.ratio, 1.5);
+}
+
+void BenchMonitors(Desk& desk)
+{
+    for (const QString& name : {u"frm_UnAccept"_s, u"frm_UnRec"_s}) {
+        TForm& screen = desk.Open(name);
+        auto& sums = *screen.findChild<TClientDataSetEx*>(u"cdsSum"_s);
+        const auto query = [&] {
+            sums.Close();
+            desk.Paint();
+            return MillisecondsOf([&] {
+                Control<QPushButton>(screen, u"Button1"_s).click();
+                desk.Paint();
+            });
+        };
+        const Comparison summary = Compare(kRounds, query, [] { return 1; });
+        PrintRow(screen.Caption() + u", summary of %1 rows and its chart, shown"_s.arg(sums.RecordCount()),
+            Milliseconds(summary.subject), u"ms"_s, summary.subject, 150);
+    }
+}
+
+void BenchChart()
+{
+    constexpr int kSites = 400;
+    TChartContent content{
+        .title = u"接单是否及时"_s, .series = {u"准时"_s, u"超时"_s, u"未接单"_s}, .shareName = u"准时率"_s};
+    for (int site = kSites; site > 0; --site)
+        content.bars.push_back({.name = u"安徽合肥%1部"_s.arg(site), .values = {site, site / 2, site / 3}});
+    const Comparison painted = Compare(
+        kRounds,
+        [&] {
+            TBarChart chart(nullptr, u"Chart1"_s);
+            chart.resize(640, 320);
+            return MillisecondsOf([&] {
+                TChartContent shown = content;
+                shown.bars = WithRestSummed(std::move(shown.bars));
+                chart.Show(shown);
+                chart.show();
+                chart.repaint();
+            });
+        },
+        [] { return 1; });
+    PrintRow(u"chart of %1 sites, first paint"_s.arg(kSites), Milliseconds(painted.subject), u"ms"_s,
+        painted.subject, 50);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -192,6 +267,9 @@ int main(int argc, char** argv)
         PrintHead();
         BenchOpening(desk);
         BenchJoinedColumns(desk);
+        BenchStatistics(desk, options.dataDir);
+        BenchMonitors(desk);
+        BenchChart();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bench_screens: %s\n", error.what());
         return 1;

@@ -112,6 +112,7 @@ TEST(BarCharts, AreClickedAndCopied)
     const auto click = [&](double value, int place) {
         const QPoint at = view->mapFromScene(view->chart()->mapToPosition({value, double(place)}, bars));
         QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, at);
+        QApplication::processEvents();
         return std::exchange(clicked, {});
     };
     EXPECT_EQ(click(1, 10), u"网点120"_s) << "the topmost bar, in time";
