@@ -51,11 +51,11 @@ TEST_F(DeskTest, AnEmptyDeskListsTheScreensAndTakesTheKeyboard)
     ASSERT_TRUE(LogIn(u"benbu"_s));
     auto* list = host->MainForm()->findChild<QTreeWidget*>(u"StartList"_s);
     ASSERT_TRUE(list->isVisible());
-    EXPECT_EQ(list->currentItem()->text(1), u"Ctrl+1"_s);
+    EXPECT_EQ(list->currentItem()->text(1), u"Ctrl+Shift+2"_s) << "the first of the first menu";
     EXPECT_EQ(QApplication::focusWidget(), list);
     QTest::keyClick(list, Qt::Key_Down);
     QTest::keyClick(list, Qt::Key_Return);
-    EXPECT_EQ(ScreenNames(), QStringList{u"frm_RecBill"_s});
+    EXPECT_EQ(ScreenNames(), QStringList{u"frm_AcceptBill"_s});
     EXPECT_FALSE(list->isVisible());
     EXPECT_TRUE(host->CloseScreens());
     EXPECT_TRUE(list->isVisible());

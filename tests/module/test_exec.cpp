@@ -73,7 +73,7 @@ TEST_F(Exec, OneInstanceAScreen)
 TEST_F(Exec, NamesThatAreNotInTheTable)
 {
     for (const char* name : {"frm_acceptBill000", "frm_AcceptBill", "frm_AcceptBill 000", "abc", "",
-             "frm_ChangeSite000", "frm_Site000", "frm_AcceptBill000 "})
+             "frm_ChangeSite000", "frm_CenterChange000", "frm_AcceptBill000 "})
         Call(name);
     Call(nullptr);
     const std::vector<TShownMessage>& shown = host.App.ShownMessages();
