@@ -17,29 +17,20 @@
 #include <QPushButton>
 #include <QTimer>
 
-#include <future>
+#include <new>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
 constexpr int kStepMilliseconds = 100;
-constexpr auto kReadPoll = std::chrono::milliseconds(20);
+constexpr int kReadPollMilliseconds = 20;
 
 // Titles of two levels on one line, as a heading is written.
 QString Heading(const QString& title)
 {
     QString heading = title;
     return heading.replace(u'|', u' ');
-}
-
-// The window stays alive while the file is read.
-TSheet ReadBeside(const QString& path)
-{
-    std::future<TSheet> reading = std::async(std::launch::async, [path] { return ReadSheet(path); });
-    while (reading.wait_for(kReadPoll) != std::future_status::ready)
-        QCoreApplication::processEvents();
-    return reading.get();
 }
 
 } // namespace
@@ -51,6 +42,7 @@ Tfrm_Import::Tfrm_Import(
     , Grid1(new TDBGridEh(this, u"Grid1"_s))
     , ProgressBar1(new QProgressBar(this))
     , list_(new TClientDataSetEx(this, u"list"_s))
+    , poll_(new QTimer(this))
     , target_(grid)
     , save_(save)
     , firstRow_(firstRow)
@@ -90,6 +82,7 @@ Tfrm_Import::Tfrm_Import(
     layout->addLayout(buttons);
     resize(fontMetrics().averageCharWidth() * 100, fontMetrics().lineSpacing() * 28);
     SetBusy(false);
+    connect(poll_, &QTimer::timeout, this, &Tfrm_Import::TakeSheet);
 }
 
 QPushButton* Tfrm_Import::AddButton(
@@ -125,27 +118,43 @@ void Tfrm_Import::Button1Click()
         Load(path);
 }
 
+// Beside the window, which stays alive.
 void Tfrm_Import::Load(const QString& path)
 {
+    path_ = path;
     plan_ = {};
     refused_.clear();
     list_->Close();
     Label1->setText(u"正在读取 %1 …"_s.arg(QFileInfo(path).fileName()));
     SetBusy(true);
+    reading_ = std::async(std::launch::async, [path] { return ReadSheet(path); });
+    poll_->start(kReadPollMilliseconds);
+}
+
+void Tfrm_Import::TakeSheet()
+{
+    if (reading_.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+        return;
+    poll_->stop();
     try {
-        const BusyCursor cursor;
-        sheet_ = ReadBeside(path);
+        sheet_ = reading_.get();
         plan_ = PlanImport(sheet_, target_.targets, firstRow_, firstColumn_);
     } catch (const wire::Error& error) {
         plan_.problem = error.Message();
+    } catch (const std::bad_alloc&) {
+        plan_.problem = u"内存不够，文件太大。"_s;
     }
     SetBusy(false);
-    ShowPlan(path);
+    ShowPlan();
+    if (Application->Unattended && isVisible()) { // nobody is there to press it
+        Button3->click();
+        Close();
+    }
 }
 
-void Tfrm_Import::ShowPlan(const QString& path)
+void Tfrm_Import::ShowPlan()
 {
-    const QString file = QFileInfo(path).fileName();
+    const QString file = QFileInfo(path_).fileName();
     QStringList told;
     if (!plan_.problem.isEmpty()) {
         told = {u"%1 不能导入：%2"_s.arg(file, plan_.problem)};
@@ -315,18 +324,15 @@ TCloseAction Tfrm_Import::FormClose()
     return busy_ ? TCloseAction::None : TCloseAction::Free;
 }
 
-// A file named beforehand is read and imported; with nobody there to choose one the dialog closes.
+// A file named beforehand is read at once; with nobody there to name one the dialog closes.
 void Tfrm_Import::showEvent(QShowEvent* event)
 {
     TForm::showEvent(event);
     Button1->setFocus();
     QTimer::singleShot(0, this, [this] {
-        if (!Application->Unattended && Application->QueuedAnswers() == 0)
-            return;
-        Button1->click();
-        if (Application->Unattended) {
-            Button3->click();
+        if (Application->QueuedAnswers() > 0)
+            Button1->click();
+        if (Application->Unattended && !busy_)
             Close();
-        }
     });
 }

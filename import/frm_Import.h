@@ -5,9 +5,12 @@
 
 #include <QPointer>
 
+#include <future>
+
 class QLabel;
 class QProgressBar;
 class QPushButton;
+class QTimer;
 
 // The dialog of an import: a file, what of it goes where, the run, and what was left over. Frees itself when
 // it closes.
@@ -34,7 +37,8 @@ private:
     // The path typed, chosen, or given beforehand; empty: none.
     QString AskPath(bool toSave, const QString& suggestion);
     void Load(const QString& path);
-    void ShowPlan(const QString& path);
+    void TakeSheet();
+    void ShowPlan();
     void ShowOutcome(const TImportOutcome& outcome);
     void ShowRows(std::vector<TColumnEh> columns, const std::vector<QStringList>& cells);
     void SetBusy(bool busy);
@@ -48,11 +52,14 @@ private:
     QPushButton* Button4; // 另存未导入的
     QPushButton* Button5; // 关闭, 停止 during the run
     TClientDataSetEx* list_;
+    QTimer* poll_; // until the file is read
 
     TImportGrid target_;
     QPointer<QAbstractButton> save_;
     int firstRow_;
     int firstColumn_;
+    QString path_; // of the file
+    std::future<TSheet> reading_;
     TSheet sheet_;
     TImportPlan plan_;
     std::vector<TImportRefusal> refused_;

@@ -60,6 +60,8 @@ protected:
     {
         dialog = new Tfrm_Import(&desk.host.MainForm, *grid, screen->SaveButton(), 2, 2);
         Click(u"Button1"_s, path);
+        EXPECT_TRUE(
+            QTest::qWaitFor([this] { return dialog->findChild<QPushButton*>(u"Button1"_s)->isEnabled(); }));
         Click(u"Button3"_s);
         return dialog->findChild<QLabel*>(u"Label1"_s)->text();
     }
