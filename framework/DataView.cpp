@@ -3,6 +3,7 @@
 #include "framework/DataViewLayout.h"
 #include "framework/ViewState.h"
 #include "framework/frm_Basic.h"
+#include "framework/frm_Export.h"
 #include "module/data/LayoutStorage.h"
 #include "runtime/ui/Style.h"
 
@@ -63,6 +64,7 @@ TDataView::TDataView(QWidget* parent, const QString& name)
     };
     DataViewGrid->OnTitleBtnClick = [this](int column) { DataViewGridTitleBtnClick(column); };
     DataViewGrid->OnContextMenu = [this](QMenu& menu) { DataViewGridContextMenu(menu); };
+    Tfrm_Export::AddAction(*DataViewGrid);
     DS->OnStateChange = [this] { DSStateChange(); };
 }
 

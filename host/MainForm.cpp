@@ -320,6 +320,13 @@ void TMainForm::BuildToolBar()
     saveAction_->setObjectName(u"SaveAction"_s);
     saveAction_->setShortcut(QKeySequence(u"Ctrl+S"_s));
     saveAction_->setToolTip(u"当前窗口的保存（Ctrl+S）"_s);
+    exportAction_ = bar->addAction(style()->standardIcon(QStyle::SP_FileIcon), u"导出"_s, this, [this] {
+        if (QAction* action = ExportAction())
+            action->trigger();
+    });
+    exportAction_->setObjectName(u"ExportListAction"_s);
+    exportAction_->setShortcut(QKeySequence(u"Ctrl+E"_s));
+    exportAction_->setToolTip(u"把当前窗口的列表导出到文件（Ctrl+E）"_s);
     bar->addSeparator();
 
     auto* label = new QLabel(u" 查找(&G) "_s);
@@ -396,9 +403,17 @@ void TMainForm::UpdateActions()
 {
     queryAction_->setEnabled(ScreenButton(kQueryButton));
     saveAction_->setEnabled(ScreenButton(kSaveButton));
+    exportAction_->setEnabled(ExportAction());
     searchEdit_->setEnabled(searchGrid_);
     for (QAction* action : std::as_const(windowActions_))
         action->setEnabled(windows_->Count() > 0);
+}
+
+// What the list of the screen in front offers, known by its name.
+QAction* TMainForm::ExportAction() const
+{
+    return searchGrid_ ? searchGrid_->findChild<QAction*>(u"ExportAction"_s, Qt::FindDirectChildrenOnly)
+                       : nullptr;
 }
 
 void TMainForm::FindNext(bool backwards)

@@ -75,6 +75,7 @@ private:
     void ShowAbout();
     void ShowClock();
     QAbstractButton* ScreenButton(const char* property) const;
+    QAction* ExportAction() const;
 
     TPublishedData& published_;
     std::function<wire::DateTime()> clock_;
@@ -85,6 +86,7 @@ private:
     QPointer<TDBGridEh> searchGrid_;
     QAction* queryAction_ = nullptr;
     QAction* saveAction_ = nullptr;
+    QAction* exportAction_ = nullptr;
     QAction* reconnectAction_ = nullptr;
     QList<QAction*> windowActions_; // of use only while a screen is open
     QLineEdit* searchEdit_ = nullptr;

@@ -38,5 +38,16 @@ host.key("Ctrl+Shift+1");
     screen.control("按运单号查询").click();
     host.key("F5");
     assertEqual(list.rowCount, 2);
+
+    // What is listed goes out of the program, as a workbook and as text.
+    host.onDialog(dialog => {
+        if (!dialog.has("Edit1"))
+            return "确定";
+        assert(dialog.control("Edit1").text.endsWith(".xlsx"), "a name is proposed");
+        host.screenshot("export.png");
+        return "Button2";
+    });
+    host.key("Ctrl+E");
+    host.onDialog(null);
     assert(host.closeAll());
 }

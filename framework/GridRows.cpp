@@ -1,0 +1,92 @@
+#include "framework/GridRows.h"
+
+#include "wire/Error.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+TGridRows::TGridRows(const TDBGridEh& grid, bool selectedOnly)
+    : grid_(grid)
+    , dataSet_(*grid.DataSet())
+{
+    for (int i = 0; i < grid.ColumnCount(); ++i) {
+        if (grid.Column(i).visible)
+            AddColumn(i);
+    }
+    if (selectedOnly)
+        rows_ = grid.SelectedRows();
+    else {
+        rows_.resize(static_cast<size_t>(dataSet_.RecordCount()));
+        for (size_t i = 0; i < rows_.size(); ++i)
+            rows_[i] = dataSet_.ViewBookmark(static_cast<int>(i));
+        footerRows_ = grid.FooterRowCount(); // its sums are those of all rows
+    }
+    watch_ = QObject::connect(&dataSet_, &TClientDataSetEx::DataReset, [this] { changed_ = true; });
+}
+
+TGridRows::~TGridRows()
+{
+    QObject::disconnect(watch_);
+}
+
+int TGridRows::ViewRow(int row)
+{
+    if (changed_)
+        throw wire::Error(wire::ErrorKind::Usage, u"列表在导出时变了，没有导出。"_s);
+    if (row != row_) {
+        row_ = row;
+        viewRow_ = dataSet_.ViewRowOf(rows_[static_cast<size_t>(row)]);
+    }
+    return viewRow_;
+}
+
+void TGridRows::AddColumn(int index)
+{
+    const TColumnEh& shown = grid_.Column(index);
+    const int field = dataSet_.FieldIndex(shown.fieldName);
+    const bool plainStyle = shown.style == TColumnStyle::Text || shown.style == TColumnStyle::DateTime;
+    TExportColumn column{.title = shown.title, .width = shown.width, .format = shown.displayFormat};
+    const bool valued = field >= 0 && plainStyle && shown.nullText.isEmpty();
+    const wire::ColumnType type = field >= 0 ? dataSet_.FieldInfo(field).type : wire::ColumnType::Integer;
+    if (valued && type == wire::ColumnType::DateTime)
+        column.kind = TExportKind::Moment;
+    else if ((valued && type != wire::ColumnType::Text) || field < 0)
+        column.kind = TExportKind::Number;
+    columns_.push_back(std::move(column));
+    sources_.push_back({.column = index,
+        .field = field,
+        .plain = valued && shown.displayFormat.isEmpty(),
+        .tick = shown.style == TColumnStyle::CheckBox});
+    if (index < grid_.FrozenCols())
+        ++frozen_;
+}
+
+TExportCell TGridRows::Cell(int row, int column)
+{
+    const TSource& source = sources_[static_cast<size_t>(column)];
+    if (source.field < 0)
+        return {.empty = false, .number = double(row + 1)};
+    const int viewRow = ViewRow(row);
+    const TExportKind kind = columns_[static_cast<size_t>(column)].kind;
+    if (kind != TExportKind::Text) {
+        const wire::Value value = dataSet_.ViewValue(viewRow, source.field);
+        if (const auto* moment = std::get_if<wire::DateTime>(&value))
+            return {.empty = false, .moment = *moment};
+        if (const auto* whole = std::get_if<qint64>(&value))
+            return {.empty = false, .number = double(*whole)};
+        const auto* number = std::get_if<double>(&value);
+        return number ? TExportCell{.empty = false, .number = *number} : TExportCell{};
+    }
+    if (source.tick && dataSet_.ViewIsNull(viewRow, source.field))
+        return {};
+    QString text =
+        source.plain ? dataSet_.ViewText(viewRow, source.field) : grid_.CellText(viewRow, source.column);
+    if (source.tick)
+        text = text == u"1"_s ? u"是"_s : u"否"_s;
+    text_ = text.toUtf8();
+    return {.empty = text_.isEmpty(), .text = text_};
+}
+
+QString TGridRows::Footer(int row, int column) const
+{
+    return grid_.FooterText(row, sources_[static_cast<size_t>(column)].column);
+}

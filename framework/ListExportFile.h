@@ -1,0 +1,42 @@
+#pragma once
+
+#include "framework/ListExport.h"
+
+#include <QElapsedTimer>
+
+// What the writers of lists share.
+
+// A file under a name of its own beside the one that it takes the place of when it is complete; gone where it
+// is not.
+class TPartFile {
+public:
+    explicit TPartFile(const QString& path);
+    ~TPartFile();
+    TPartFile(const TPartFile&) = delete;
+    TPartFile& operator=(const TPartFile&) = delete;
+
+    const QString& Name() const noexcept { return name_; }
+    // Raises wire::Error (Storage).
+    void Finish();
+    [[noreturn]] void RaiseUnwritable(const QString& reason) const;
+
+private:
+    QString path_;
+    QString name_;
+    bool finished_ = false;
+};
+
+// Asks for leave to go on, at the first row and then a few times a second.
+class TPacedProgress {
+public:
+    explicit TPacedProgress(const TExportProgress& progress)
+        : progress_(progress)
+    {
+        sinceLast_.start();
+    }
+    bool GoOn(int rows);
+
+private:
+    const TExportProgress& progress_;
+    QElapsedTimer sinceLast_;
+};

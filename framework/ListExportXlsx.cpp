@@ -1,0 +1,255 @@
+#include "framework/ListExportFile.h"
+
+#include "wire/Error.h"
+
+#include <QDir>
+#include <QFile>
+#include <QHash>
+#include <QStorageInfo>
+
+#include <xlsxwriter.h>
+
+#include <chrono>
+#include <future>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int kFirstDataRoom = 16 * 1024 * 1024; // bytes, for the parts of the file besides the rows
+constexpr double kPixelsPerCharacter = 7;
+constexpr auto kCloseLook = std::chrono::milliseconds(50);
+
+// Rows leave memory as soon as the next one begins, so what is written before never is touched again.
+class Workbook {
+public:
+    Workbook(TExportRows& rows, const QString& path)
+        : rows_(rows)
+        , file_(path)
+        , columns_(rows.Columns())
+        , levels_(TitleLevels(columns_))
+        , temporary_(QDir::tempPath().toUtf8())
+    {
+        lxw_workbook_options options{};
+        options.constant_memory = LXW_TRUE;
+        options.tmpdir = temporary_.data();
+        options.use_zip64 = LXW_TRUE;
+        book_ = workbook_new_opt(QFile::encodeName(file_.Name()).constData(), &options);
+        if (!book_)
+            file_.RaiseUnwritable(u"没有内存"_s);
+        title_ = NewFormat();
+        format_set_bold(title_);
+        format_set_align(title_, LXW_ALIGN_CENTER);
+        format_set_align(title_, LXW_ALIGN_VERTICAL_CENTER);
+        format_set_border(title_, LXW_BORDER_THIN);
+        format_set_bg_color(title_, 0xE6EBF1);
+        for (const TExportColumn& column : columns_)
+            formats_.push_back(FormatOf(column, false));
+        for (const TExportColumn& column : columns_)
+            totals_.push_back(FormatOf(column, true));
+    }
+    ~Workbook()
+    {
+        if (book_)
+            lxw_workbook_free(book_);
+    }
+    Workbook(const Workbook&) = delete;
+    Workbook& operator=(const Workbook&) = delete;
+
+    // False when it was given up.
+    bool Write(const TExportProgress& progress)
+    {
+        TPacedProgress paced(progress);
+        const int room = kSheetRows - levels_ - rows_.FooterRows();
+        const int count = rows_.RowCount();
+        NewSheet();
+        for (int row = 0; row < count; ++row) {
+            if (row > 0 && row % room == 0)
+                NewSheet();
+            WriteRow(row);
+            if (!paced.GoOn(row))
+                return false;
+        }
+        WriteFooters();
+        return Close(progress, count);
+    }
+
+private:
+    lxw_format* NewFormat() { return workbook_add_format(book_); }
+    lxw_format* FormatOf(const TExportColumn& column, bool total)
+    {
+        lxw_format* format = NewFormat();
+        if (column.kind == TExportKind::Moment) {
+            QString pattern = column.format.isEmpty() ? u"yyyy-mm-dd hh:nn:ss"_s : column.format;
+            format_set_num_format(format, pattern.replace(u"nn"_s, u"mm"_s).toUtf8().constData());
+        } else if (column.kind == TExportKind::Number && !column.format.isEmpty()) {
+            format_set_num_format(format, column.format.toUtf8().constData());
+        } else if (column.kind == TExportKind::Text) {
+            format_set_num_format(format, "@"); // what is typed over it stays text, too
+        }
+        if (total) {
+            format_set_bold(format);
+            format_set_bg_color(format, 0xDDDDFF);
+        }
+        return format;
+    }
+
+    void NewSheet()
+    {
+        if (sheet_)
+            RequireWritten();
+        sheet_ = workbook_add_worksheet(book_, nullptr);
+        if (!sheet_)
+            file_.RaiseUnwritable(u"不能建立工作表"_s);
+        next_ = 0;
+        for (size_t i = 0; i < columns_.size(); ++i) {
+            const auto column = static_cast<lxw_col_t>(i);
+            worksheet_set_column(sheet_, column, column, columns_[i].width / kPixelsPerCharacter, nullptr);
+        }
+        WriteTitles();
+        worksheet_freeze_panes(sheet_, next_,
+            static_cast<lxw_col_t>(std::min<size_t>(size_t(rows_.FrozenColumns()), columns_.size())));
+    }
+
+    // A group stands over its columns, a title of fewer levels reaches down to the rows.
+    void WriteTitles()
+    {
+        std::vector<QStringList> titles;
+        for (const TExportColumn& column : columns_)
+            titles.push_back(column.title.split(u'|'));
+        const auto same = [&](size_t a, size_t b, int level) {
+            return level + 1 < titles[a].size() && level + 1 < titles[b].size()
+                && titles[a].first(level + 1) == titles[b].first(level + 1);
+        };
+        for (int level = 0; level < levels_; ++level) {
+            for (size_t i = 0; i < titles.size(); ++i) {
+                const bool begins = level < titles[i].size() && (i == 0 || !same(i - 1, i, level));
+                WriteText(level, i, begins ? titles[i][level].toUtf8() : QByteArray(), title_);
+                if (!begins)
+                    continue;
+                size_t last = i;
+                while (last + 1 < titles.size() && same(last, last + 1, level))
+                    ++last;
+                const int bottom = level + 1 == titles[i].size() ? levels_ - 1 : level;
+                Merge(level, bottom, i, last);
+            }
+        }
+        next_ = static_cast<lxw_row_t>(levels_);
+    }
+
+    // The library's own call would write the cells once more, and come back to rows that are gone.
+    void Merge(int top, int bottom, size_t left, size_t right)
+    {
+        if (top == bottom && left == right)
+            return;
+        auto* range = static_cast<lxw_merged_range*>(calloc(1, sizeof(lxw_merged_range)));
+        if (!range)
+            return;
+        range->first_row = static_cast<lxw_row_t>(top);
+        range->last_row = static_cast<lxw_row_t>(bottom);
+        range->first_col = static_cast<lxw_col_t>(left);
+        range->last_col = static_cast<lxw_col_t>(right);
+        STAILQ_INSERT_TAIL(sheet_->merged_ranges, range, list_pointers);
+        ++sheet_->merged_range_count;
+    }
+
+    void WriteText(int row, size_t column, const QByteArray& text, lxw_format* format)
+    {
+        if (text.isEmpty())
+            worksheet_write_blank(
+                sheet_, static_cast<lxw_row_t>(row), static_cast<lxw_col_t>(column), format);
+        else
+            worksheet_write_string(sheet_, static_cast<lxw_row_t>(row), static_cast<lxw_col_t>(column),
+                text.constData(), format);
+    }
+
+    void WriteRow(int row)
+    {
+        for (size_t i = 0; i < columns_.size(); ++i) {
+            const TExportCell cell = rows_.Cell(row, static_cast<int>(i));
+            if (cell.empty)
+                continue;
+            const auto column = static_cast<lxw_col_t>(i);
+            lxw_error error = LXW_NO_ERROR;
+            switch (columns_[i].kind) {
+            case TExportKind::Text:
+                error = worksheet_write_string(sheet_, next_, column, cell.text.data(), formats_[i]);
+                break;
+            case TExportKind::Number:
+                error = worksheet_write_number(sheet_, next_, column, cell.number, formats_[i]);
+                break;
+            case TExportKind::Moment:
+                error = worksheet_write_number(sheet_, next_, column, cell.moment.ToSerial(), formats_[i]);
+                break;
+            }
+            if (error != LXW_NO_ERROR)
+                file_.RaiseUnwritable(QString::fromUtf8(lxw_strerror(error)));
+        }
+        ++next_;
+    }
+
+    void WriteFooters()
+    {
+        for (int line = 0; line < rows_.FooterRows(); ++line) {
+            for (size_t i = 0; i < columns_.size(); ++i) {
+                const QString text = rows_.Footer(line, static_cast<int>(i));
+                bool isNumber = false;
+                const double number = text.toDouble(&isNumber);
+                if (isNumber)
+                    worksheet_write_number(sheet_, next_, static_cast<lxw_col_t>(i), number, totals_[i]);
+                else
+                    WriteText(static_cast<int>(next_), i, text.toUtf8(), totals_[i]);
+            }
+            ++next_;
+        }
+    }
+
+    // The library does not look whether its own files took what it wrote.
+    void RequireWritten()
+    {
+        FILE* rows = sheet_->optimize_tmpfile;
+        if (rows && (fflush(rows) != 0 || ferror(rows) != 0))
+            file_.RaiseUnwritable(u"临时文件夹“%1”已满"_s.arg(QDir::tempPath()));
+    }
+
+    bool Close(const TExportProgress& progress, int count)
+    {
+        RequireWritten();
+        const long size = sheet_->optimize_tmpfile ? ftell(sheet_->optimize_tmpfile) : 0;
+        if (QStorageInfo(QDir::tempPath()).bytesAvailable() < size + kFirstDataRoom)
+            file_.RaiseUnwritable(u"临时文件夹“%1”放不下"_s.arg(QDir::tempPath()));
+        // Packing takes as long as the rows did, and cannot be broken off: a file given up is dropped when it
+        // is done.
+        std::future<lxw_error> closed = std::async(
+            std::launch::async, [book = std::exchange(book_, nullptr)] { return workbook_close(book); });
+        bool wanted = true;
+        while (closed.wait_for(kCloseLook) != std::future_status::ready)
+            wanted = wanted && (!progress || progress(count));
+        const lxw_error error = closed.get();
+        if (!wanted)
+            return false;
+        if (error != LXW_NO_ERROR)
+            file_.RaiseUnwritable(QString::fromUtf8(lxw_strerror(error)));
+        file_.Finish();
+        return true;
+    }
+
+    TExportRows& rows_;
+    TPartFile file_;
+    const std::vector<TExportColumn>& columns_;
+    const int levels_;
+    QByteArray temporary_;
+    lxw_workbook* book_ = nullptr;
+    lxw_worksheet* sheet_ = nullptr;
+    lxw_row_t next_ = 0;
+    lxw_format* title_ = nullptr;
+    std::vector<lxw_format*> formats_; // by column
+    std::vector<lxw_format*> totals_;
+};
+
+} // namespace
+
+bool WriteXlsx(TExportRows& rows, const QString& path, const TExportProgress& progress)
+{
+    return Workbook(rows, path).Write(progress);
+}

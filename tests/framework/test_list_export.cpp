@@ -1,0 +1,257 @@
+#include "framework/GridRows.h"
+#include "framework/frm_Export.h"
+#include "tests/framework/ProbeScreen.h"
+
+#include <QDir>
+#include <QFile>
+#include <QStringDecoder>
+#include <QXmlStreamReader>
+
+#include <gtest/gtest.h>
+
+#include <orcus/csv_parser.hpp>
+#include <orcus/orcus_xlsx.hpp>
+#include <orcus/spreadsheet/document.hpp>
+#include <orcus/spreadsheet/factory.hpp>
+#include <orcus/zip_archive.hpp>
+#include <orcus/zip_archive_stream.hpp>
+
+#include <sstream>
+
+using namespace Qt::Literals::StringLiterals;
+namespace ss = orcus::spreadsheet;
+
+namespace {
+
+const wire::DateTime kMoment = wire::DateTime::FromParts(2024, 2, 29, 13, 5, 9);
+const QString kQuoted = u"他说\"好\",\r\n就走"_s;
+
+// Two orders and their total.
+class Orders final : public TExportRows {
+public:
+    const std::vector<TExportColumn>& Columns() const override { return columns; }
+    int FrozenColumns() const override { return 1; }
+    int RowCount() const override { return 2; }
+    TExportCell Cell(int row, int column) override
+    {
+        if (row == 1 && column > 0)
+            return {};
+        if (column == 3)
+            return {.empty = false, .number = -12.5};
+        if (column == 4)
+            return {.empty = false, .moment = kMoment};
+        text = (row == 1 ? u"=1+1"_s : QStringList{u"168000000000000017"_s, kQuoted, u"0551"_s}[column])
+                   .toUtf8();
+        return {.empty = false, .text = text};
+    }
+    int FooterRows() const override { return 1; }
+    QString Footer(int, int column) const override
+    {
+        return column == 0 ? u"合计"_s : column == 3 ? u"-12.5"_s : QString();
+    }
+
+    QByteArray text;
+    std::vector<TExportColumn> columns{{.title = u"运单编号"_s}, {.title = u"收货|姓名"_s},
+        {.title = u"收货|电话"_s}, {.title = u"代收货款"_s, .kind = TExportKind::Number, .format = u"0.00"_s},
+        {.title = u"订单时间"_s, .kind = TExportKind::Moment}};
+};
+
+class Sheets {
+public:
+    explicit Sheets(const QString& path)
+    {
+        ss::import_factory factory(document_);
+        orcus::orcus_xlsx reader(&factory);
+        reader.read_file(path.toStdString());
+    }
+    // "row/column:type:value" of every cell that has one.
+    QStringList Cells() const
+    {
+        std::ostringstream cells;
+        document_.dump_check(cells);
+        QStringList lines = QString::fromStdString(cells.str()).split(u'\n', Qt::SkipEmptyParts);
+        for (QString& line : lines)
+            line = line.section(u'/', 1);
+        return lines;
+    }
+
+private:
+    ss::document document_{{1'048'576, 16'384}};
+};
+
+// A part of the workbook as it lies in it.
+QString Part(const QString& path, std::string_view name)
+{
+    orcus::zip_archive_stream_fd stream(path.toUtf8().constData());
+    orcus::zip_archive archive(&stream);
+    archive.load();
+    std::vector<unsigned char> bytes;
+    archive.read_file_entry(name, bytes);
+    return QString::fromUtf8(reinterpret_cast<const char*>(bytes.data()), qsizetype(bytes.size()));
+}
+
+// The texts, as the form of the file spells them, of the sheet's cells, which the library passes over where
+// they stand in the cells themselves.
+QStringList Texts(const QString& path)
+{
+    QXmlStreamReader sheet(Part(path, "xl/worksheets/sheet1.xml"));
+    QStringList texts;
+    QString cell;
+    while (!sheet.atEnd()) {
+        if (sheet.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        if (sheet.name() == u"c"_s)
+            cell = sheet.attributes().value(u"r"_s).toString();
+        else if (sheet.name() == u"t"_s)
+            texts += cell + u':' + sheet.readElementText();
+    }
+    return texts;
+}
+
+struct CsvCells {
+    void begin_parse() { }
+    void end_parse() { }
+    void begin_row() { rows.emplace_back(); }
+    void end_row()
+    {
+        if (rows.back().last().endsWith(u'\r')) // this reader ends lines at LF
+            rows.back().last().chop(1);
+    }
+    void cell(const char* text, size_t size, bool)
+    {
+        rows.back() += QString::fromUtf8(text, qsizetype(size));
+    }
+    std::vector<QStringList> rows;
+};
+
+QByteArray Content(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+std::vector<QStringList> ReadCsv(const std::string& content)
+{
+    CsvCells cells;
+    orcus::csv::parser_config config;
+    config.delimiters.push_back(',');
+    config.text_qualifier = '"';
+    orcus::csv_parser<CsvCells> parser(content.data(), content.size(), cells, config);
+    parser.parse();
+    return cells.rows;
+}
+
+class ListExport : public ::testing::Test {
+protected:
+    QString File(const QString& name) const { return folder.filePath(name); }
+
+    QTemporaryDir folder;
+    Orders orders;
+};
+
+} // namespace
+
+TEST_F(ListExport, AnotherLibraryReadsEveryValueAndTypeOfAWorkbook)
+{
+    const QString path = File(u"单.xlsx"_s);
+    ASSERT_TRUE(WriteXlsx(orders, path, {}));
+    EXPECT_EQ(Sheets(path).Cells().join(u' ').toStdString(),
+        "2/3:numeric:-12.5 2/4:numeric:45351.54524305555 4/3:numeric:-12.5 "
+        "0/0:merge-width:1 0/0:merge-height:2 0/1:merge-width:2 0/1:merge-height:1 0/3:merge-width:1 "
+        "0/3:merge-height:2 0/4:merge-width:1 0/4:merge-height:2");
+    EXPECT_EQ(Texts(path).join(u'|').toStdString(),
+        u"A1:运单编号|B1:收货|D1:代收货款|E1:订单时间|B2:姓名|C2:电话|A3:168000000000000017|B3:%1|C3:0551|A4:=1+1|A5:合计"_s
+            .arg(QString(kQuoted).replace(u"\r"_s, u"_x000D_"_s))
+            .toStdString());
+    const QString sheet = Part(path, "xl/worksheets/sheet1.xml");
+    EXPECT_TRUE(sheet.contains(u"xSplit=\"1\" ySplit=\"2\""_s)) << "frozen as on the screen";
+    // Text, amount and moment are shown each in its way.
+    const auto styleOf = [&sheet](const QString& cell) {
+        return sheet.section(u"r=\"%1\" s=\""_s.arg(cell), 1).section(u'"', 0, 0);
+    };
+    const QString styles = Part(path, "xl/styles.xml");
+    const QString formats = styles.section(u"<cellXfs"_s, 1).section(u"</cellXfs>"_s, 0, 0);
+    const auto formatOf = [&](const QString& cell) {
+        const QString id = formats.section(u"<xf "_s, styleOf(cell).toInt() + 1)
+                               .section(u"numFmtId=\""_s, 1)
+                               .section(u'"', 0, 0);
+        return styles.contains(u"numFmtId=\"%1\" formatCode="_s.arg(id))
+            ? styles.section(u"numFmtId=\"%1\" formatCode=\""_s.arg(id), 1).section(u'"', 0, 0)
+            : id;
+    };
+    EXPECT_EQ(formatOf(u"A3"_s), u"@"_s);
+    EXPECT_EQ(formatOf(u"D3"_s), u"0.00"_s);
+    EXPECT_EQ(formatOf(u"E3"_s), u"yyyy-mm-dd hh:mm:ss"_s);
+}
+
+TEST_F(ListExport, CsvKeepsQuotesBreaksAndTextThatLooksLikeAFormula)
+{
+    const std::vector<QStringList> expected = {
+        {u"运单编号"_s, u"收货 姓名"_s, u"收货 电话"_s, u"代收货款"_s, u"订单时间"_s},
+        {u"168000000000000017"_s, kQuoted, u"0551"_s, u"-12.5"_s, u"2024-02-29 13:05:09"_s},
+        {u"'=1+1"_s, {}, {}, {}, {}}, {u"合计"_s, {}, {}, u"-12.5"_s, {}}};
+    const QString utf8 = File(u"a.csv"_s);
+    ASSERT_TRUE(WriteCsv(orders, utf8, TCsvEncoding::Utf8, {}));
+    QByteArray content = Content(utf8);
+    ASSERT_TRUE(content.startsWith("\xEF\xBB\xBF"));
+    EXPECT_EQ(ReadCsv(content.mid(3).toStdString()), expected);
+
+    const QString local = File(u"b.csv"_s);
+    ASSERT_TRUE(WriteCsv(orders, local, TCsvEncoding::CodePage936, {}));
+    content = Content(local);
+    EXPECT_TRUE(content.startsWith("\xD4\xCB\xB5\xA5\xB1\xE0\xBA\xC5,")) << "运单编号";
+    EXPECT_EQ(ReadCsv(QString(QStringDecoder("GBK")(content)).toStdString()), expected);
+}
+
+TEST_F(ListExport, AFileIsThereWholeOrNotAtAll)
+{
+    const QString path = File(u"a"_s);
+    const std::vector<std::function<bool(const QString&, const TExportProgress&)>> writers = {
+        [&](const QString& to, const TExportProgress& progress) { return WriteXlsx(orders, to, progress); },
+        [&](const QString& to, const TExportProgress& progress) {
+            return WriteCsv(orders, to, TCsvEncoding::Utf8, progress);
+        }};
+    for (const auto& write : writers) {
+        QFile before(path);
+        ASSERT_TRUE(before.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        before.write("before");
+        before.close();
+        EXPECT_FALSE(write(path, [](int) { return false; }));
+        EXPECT_EQ(Content(path), "before");
+        EXPECT_THROW(write(File(u"none/a"_s), {}), wire::Error);
+        EXPECT_THROW(write(folder.path(), {}), wire::Error) << "a folder bears the name";
+        EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList(u"a"_s)) << "nothing is left lying";
+        EXPECT_TRUE(write(path, {}));
+        EXPECT_NE(Content(path), "before");
+    }
+}
+
+TEST_F(ListExport, AGridGivesWhatItShowsAndTheFormWritesIt)
+{
+    TProbeHost host;
+    auto* screen = MakeScreen<Tfrm_Probe>(&host.App);
+    TDBGridEh& grid = *screen->DataView1->DataViewGrid;
+    screen->cds->OpenRows(
+        MakeRows({{.name = u"ID"_s}, {.name = u"NOTE"_s, .type = wire::ColumnType::DateTime},
+                     {.name = u"EXTRA"_s, .type = wire::ColumnType::Integer}, {.name = u"HIDDEN"_s}},
+            {{u"007"_s, kMoment, 3, u"x"_s}, {u"008"_s, {}, {}, u"y"_s}}));
+    screen->cds->SetFieldAndPost(u"EXTRA", 4);
+    TGridRows all(grid, false);
+    ASSERT_EQ(all.Columns().size(), 4u) << "row number and what is visible";
+    EXPECT_EQ(all.Cell(1, 0).number, 2);
+    EXPECT_EQ(all.Cell(0, 1).text, "007");
+    EXPECT_EQ(all.Cell(0, 2).moment, kMoment);
+    EXPECT_TRUE(all.Cell(1, 2).empty);
+    EXPECT_EQ(all.Cell(0, 3).number, 4) << "as edited";
+    EXPECT_EQ(all.Footer(1, 1), u"2"_s);
+    grid.SelectRows({screen->cds->ViewBookmark(1)});
+    EXPECT_EQ(TGridRows(grid, true).RowCount(), 1);
+    grid.ClearSelectedRows();
+
+    const QString path = File(u"list.xlsx"_s);
+    host.App.QueueAnswer({path});
+    grid.actions().first()->trigger();
+    EXPECT_TRUE(Texts(path).contains(u"B2:007"_s)) << Texts(path).join(u'\n').toStdString();
+    screen->cds->Close();
+    EXPECT_THROW(all.Cell(0, 1), wire::Error) << "the rows are others";
+}
