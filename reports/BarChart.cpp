@@ -146,8 +146,11 @@ TBarChart::TBarChart(QWidget* parent, const QString& name)
     connect(chart, &QChart::plotAreaChanged, this, &TBarChart::PlaceNames);
     chart->legend()->hide(); // the heading names the colours, and takes less room
 
-    auto* copy = new QAction(u"复制图"_s, this);
-    auto* save = new QAction(u"图存为PNG…"_s, this);
+    title_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    auto* copy = new QAction(u"复制"_s, this);
+    auto* save = new QAction(u"存图…"_s, this);
+    copy->setToolTip(u"把图复制到剪贴板"_s);
+    save->setToolTip(u"把图存为PNG文件"_s);
     copy->setObjectName(name + u"Copy"_s);
     save->setObjectName(name + u"Save"_s);
     connect(copy, &QAction::triggered, this, &TBarChart::Copy);
@@ -206,6 +209,7 @@ void TBarChart::Draw()
     names_.clear();
     const bool any = !content_.bars.empty();
     title_->setText(Heading(content_));
+    title_->setToolTip(title_->text()); // whole, where there is too little room
     nothing_->setVisible(!any);
     view_->parentWidget()->parentWidget()->setVisible(any); // with the room it scrolls in
     for (QAction* action : actions())
@@ -326,14 +330,17 @@ void TBarChart::DrawShares(QBarCategoryAxis* names)
 
 QPixmap TBarChart::Picture() const
 {
-    const int heading = title_->sizeHint().height();
-    QPixmap picture(QSize(view_->width(), heading + view_->height()) * kPictureScale);
+    QLabel heading(title_->text());
+    heading.setFont(title_->font());
+    heading.adjustSize();
+    const int top = heading.height();
+    QPixmap picture(QSize(view_->width(), top + view_->height()) * kPictureScale);
     picture.setDevicePixelRatio(kPictureScale);
     picture.fill(Qt::white);
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);
-    title_->render(&painter, QPoint(0, 0));
-    view_->render(&painter, QRect(0, heading, view_->width(), view_->height()));
+    heading.render(&painter, {}, {}, QWidget::DrawChildren);
+    view_->render(&painter, QRect(0, top, view_->width(), view_->height()));
     return picture;
 }
 

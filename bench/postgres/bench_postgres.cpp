@@ -1,5 +1,6 @@
 // The server over PostgreSQL, each figure against libpq by itself in the same run. Needs a cluster:
 // tests/support/postgres-cluster.sh start /tmp/… --durable, and its address in ZELMOR_TEST_POSTGRES_FILE.
+// An argument says how many orders (10,000 at least); 100,000 unless given.
 
 #include "bench/postgres/PostgresFloor.h"
 #include "bench/system/Measure.h"
