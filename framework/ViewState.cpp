@@ -1,6 +1,7 @@
 #include "framework/ViewState.h"
 
 #include "framework/DataViewLayout.h"
+#include "framework/ScreenHandlers.h"
 #include "module/data/HostBridge.h"
 #include "module/data/LayoutStorage.h"
 
@@ -93,6 +94,7 @@ void TViewState::RestoreSorting()
         return;
     QStringList fields;
     QStringList descending;
+    QStringList titles;
     for (QString field : LayoutStorage->ReadString(section_, kSorting).split(u';', Qt::SkipEmptyParts)) {
         const bool descends = field.startsWith(u'-');
         field.remove(0, descends ? 1 : 0);
@@ -100,6 +102,7 @@ void TViewState::RestoreSorting()
         if (column < 0)
             continue;
         fields += field;
+        titles += grid_.Column(column).title;
         if (descends)
             descending += field;
         grid_.ClickTitle(column);
@@ -113,6 +116,15 @@ void TViewState::RestoreSorting()
     // The dataset may be gone when the view goes.
     sorting_ = Sorting();
     connect(rows, &TClientDataSetEx::DataReset, this, [this] { sorting_ = Sorting(); });
+    if (titles.isEmpty())
+        return;
+    // The sorted title may lie out of sight, and the list is not in the order of its query.
+    connect(
+        rows, &TClientDataSetEx::DataReset, this,
+        [titles] {
+            ShowNotice(u"按上次的排序列出："_s + titles.join(u"、"_s).replace(u'|', u" · "_s) + u"。"_s);
+        },
+        Qt::SingleShotConnection);
 }
 
 QString TViewState::Sorting() const

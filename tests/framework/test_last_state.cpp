@@ -103,7 +103,10 @@ TEST_F(LastState, AListComesBackAsItsAccountLeftIt)
     EXPECT_EQ(grid->Column(grid->ColumnIndex(u"ID")).width, 123);
     EXPECT_EQ(grid->FrozenCols(), 3);
     EXPECT_EQ(grid->FooterText(0, grid->ColumnIndex(u"NOTE")), u"记录数"_s) << "under what shows first";
+    EXPECT_TRUE(host.MainForm.Notices.isEmpty());
     screen->OpenBoth();
+    EXPECT_EQ(host.MainForm.Notices, QStringList(u"按上次的排序列出：备注。"_s))
+        << "the title may be out of sight";
     EXPECT_EQ(Ids(), u"21"_s);
     EXPECT_EQ(grid->Column(grid->ColumnIndex(u"NOTE")).sortMarker, TSortMarker::Down);
     grid->ClearSortMarkers();
