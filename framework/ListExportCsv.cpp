@@ -6,6 +6,7 @@
 #include <QStringEncoder>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 using namespace Qt::Literals::StringLiterals;
@@ -14,7 +15,14 @@ namespace {
 
 constexpr qsizetype kBufferBytes = 1 << 20;
 constexpr QByteArrayView kFormulaBegins = "=+-@";
-constexpr QByteArrayView kNeedsQuotes = "\",\r\n";
+
+// By byte: whether a cell that holds it stands in quotes.
+constexpr auto kNeedsQuotes = [] {
+    std::array<bool, 256> needs{};
+    for (const char character : {'"', ',', '\r', '\n'})
+        needs[static_cast<unsigned char>(character)] = true;
+    return needs;
+}();
 
 class CsvFile {
 public:
@@ -91,7 +99,8 @@ private:
     {
         Separate(column);
         const bool formula = !text.isEmpty() && kFormulaBegins.contains(text.front());
-        const bool quoted = std::ranges::any_of(text, [](char c) { return kNeedsQuotes.contains(c); });
+        const bool quoted =
+            std::ranges::any_of(text, [](char c) { return kNeedsQuotes[static_cast<unsigned char>(c)]; });
         if (quoted)
             line_ += '"';
         if (formula)

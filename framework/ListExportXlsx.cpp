@@ -48,10 +48,16 @@ public:
         for (const TExportColumn& column : columns_)
             totals_.push_back(FormatOf(column, true));
     }
+    // Given up: the library leaves the files of its rows open.
     ~Workbook()
     {
-        if (book_)
-            lxw_workbook_free(book_);
+        if (!book_)
+            return;
+        for (lxw_worksheet* sheet : sheets_) {
+            if (sheet->optimize_tmpfile)
+                fclose(std::exchange(sheet->optimize_tmpfile, nullptr));
+        }
+        lxw_workbook_free(book_);
     }
     Workbook(const Workbook&) = delete;
     Workbook& operator=(const Workbook&) = delete;
@@ -101,6 +107,7 @@ private:
         sheet_ = workbook_add_worksheet(book_, nullptr);
         if (!sheet_)
             file_.RaiseUnwritable(u"不能建立工作表"_s);
+        sheets_.push_back(sheet_);
         next_ = 0;
         for (size_t i = 0; i < columns_.size(); ++i) {
             const auto column = static_cast<lxw_col_t>(i);
@@ -215,8 +222,10 @@ private:
     bool Close(const TExportProgress& progress, int count)
     {
         RequireWritten();
-        const long size = sheet_->optimize_tmpfile ? ftell(sheet_->optimize_tmpfile) : 0;
-        if (QStorageInfo(QDir::tempPath()).bytesAvailable() < size + kFirstDataRoom)
+        qint64 size = kFirstDataRoom;
+        for (const lxw_worksheet* sheet : sheets_)
+            size += sheet->optimize_tmpfile ? ftell(sheet->optimize_tmpfile) : 0;
+        if (QStorageInfo(QDir::tempPath()).bytesAvailable() < size)
             file_.RaiseUnwritable(u"临时文件夹“%1”放不下"_s.arg(QDir::tempPath()));
         // Packing takes as long as the rows did, and cannot be broken off: a file given up is dropped when it
         // is done.
@@ -240,7 +249,8 @@ private:
     const int levels_;
     QByteArray temporary_;
     lxw_workbook* book_ = nullptr;
-    lxw_worksheet* sheet_ = nullptr;
+    std::vector<lxw_worksheet*> sheets_;
+    lxw_worksheet* sheet_ = nullptr; // the last of them
     lxw_row_t next_ = 0;
     lxw_format* title_ = nullptr;
     std::vector<lxw_format*> formats_; // by column

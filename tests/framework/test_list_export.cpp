@@ -141,6 +141,11 @@ std::vector<QStringList> ReadCsv(const std::string& content)
     return cells.rows;
 }
 
+qsizetype OpenFiles()
+{
+    return QDir(u"/proc/self/fd"_s).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
+}
+
 class ListExport : public ::testing::Test {
 protected:
     QString File(const QString& name) const { return folder.filePath(name); }
@@ -216,7 +221,9 @@ TEST_F(ListExport, AFileIsThereWholeOrNotAtAll)
         ASSERT_TRUE(before.open(QIODevice::WriteOnly | QIODevice::Truncate));
         before.write("before");
         before.close();
+        const qsizetype files = OpenFiles();
         EXPECT_FALSE(write(path, [](int) { return false; }));
+        EXPECT_EQ(OpenFiles(), files);
         EXPECT_EQ(Content(path), "before");
         EXPECT_THROW(write(File(u"none/a"_s), {}), wire::Error);
         EXPECT_THROW(write(folder.path(), {}), wire::Error) << "a folder bears the name";
