@@ -78,17 +78,24 @@ TArchive ReadDirectory(QByteArrayView bytes)
     return archive;
 }
 
-bool NamesEncryption(const QByteArray& bytes)
+bool EntryContains(const QByteArray& bytes, const QByteArray& name, QByteArrayView text)
 {
     orcus::zip_archive_stream_blob stream(
         reinterpret_cast<const unsigned char*>(bytes.constData()), static_cast<size_t>(bytes.size()));
     orcus::zip_archive archive(&stream);
     archive.load();
-    std::vector<unsigned char> manifest;
-    if (!archive.read_file_entry("META-INF/manifest.xml", manifest))
-        return false;
-    return QByteArrayView(manifest.data(), static_cast<qsizetype>(manifest.size()))
-        .contains("encryption-data");
+    std::vector<unsigned char> entry;
+    return archive.read_file_entry(name.toStdString(), entry)
+        && QByteArrayView(entry.data(), static_cast<qsizetype>(entry.size())).contains(text);
+}
+
+// Texts that stand in the cells themselves, as some programs write them, are lost on liborcus.
+void RefuseInlineTexts(const QByteArray& bytes, const TArchive& archive)
+{
+    for (const QByteArray& name : archive.names) {
+        if (name.startsWith("xl/worksheets/") && EntryContains(bytes, name, "\"inlineStr\""))
+            RaiseData(u"这个文件不是表格软件保存的，文字读不出来。请用表格软件打开，另存以后再导入。"_s);
+    }
 }
 
 TSheetKind KindOfArchive(const QByteArray& bytes, const TSheetBudget& budget)
@@ -99,11 +106,13 @@ TSheetKind KindOfArchive(const QByteArray& bytes, const TSheetBudget& budget)
             u"文件解开以后有%1MB，超过了%2MB，没有读取。请分成几个文件再导入。"_s
                 .arg(archive.unpackedBytes >> 20)
                 .arg(budget.unpackedBytes >> 20));
-    if (archive.names.contains("xl/workbook.xml"))
+    if (archive.names.contains("xl/workbook.xml")) {
+        RefuseInlineTexts(bytes, archive);
         return TSheetKind::Xlsx;
+    }
     if (!archive.names.contains("content.xml"))
         RaiseBroken();
-    if (NamesEncryption(bytes))
+    if (EntryContains(bytes, "META-INF/manifest.xml", "encryption-data"))
         RaisePassword();
     return TSheetKind::Ods;
 }

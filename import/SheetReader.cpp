@@ -94,10 +94,9 @@ int TSheet::ColumnCount() const
 
 TSheet ReadSheet(const QString& path, const TSheetBudget& budget)
 {
-    const TSheetFile file = LoadSheetFile(path, budget);
     TSheetCells cells(budget);
     try {
-        Parse(file, cells);
+        Parse(LoadSheetFile(path, budget), cells);
     } catch (const wire::Error&) {
         throw;
     } catch (const std::exception& failure) {

@@ -183,9 +183,9 @@ void Tfrm_Import::ShowPlan()
         cells.push_back({ColumnName(column.sheetColumn), Heading(column.heading), goes, example});
     }
     ShowRows({{.fieldName = u"COLUMN"_s, .title = u"列"_s, .width = 40},
-                 {.fieldName = u"HEADING"_s, .title = u"文件里的标题"_s, .width = 180},
-                 {.fieldName = u"TARGET"_s, .title = u"导入到"_s, .width = 180},
-                 {.fieldName = u"EXAMPLE"_s, .title = u"第一张订单"_s, .width = 240}},
+                 {.fieldName = u"HEADING"_s, .title = u"文件里的标题"_s, .width = 150},
+                 {.fieldName = u"TARGET"_s, .title = u"导入到"_s, .width = 150},
+                 {.fieldName = u"EXAMPLE"_s, .title = u"第一张订单"_s, .width = 190}},
         cells);
     Button3->setFocus();
 }

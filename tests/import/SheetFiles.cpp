@@ -75,6 +75,10 @@ QByteArray XlsxOf(const std::vector<QStringList>& rows, const QByteArray& more)
             const QString& text = rows[row][column];
             if (text.isEmpty())
                 continue;
+            if (text.startsWith(u'<')) {
+                sheet += text.toUtf8();
+                continue;
+            }
             sheet += "<c r=\"" + ColumnLetters(column) + number + '"';
             if (text.startsWith(u'=') || text.startsWith(u'@')) {
                 sheet += (text.startsWith(u'@') ? " s=\"1\"" : "") + QByteArray("><v>") + text.mid(1).toUtf8()

@@ -19,8 +19,8 @@ struct TZipEntry {
 // An archive whose entries are stored as they are.
 QByteArray ZipOf(const QList<TZipEntry>& entries);
 
-// Cells beginning with "=" are written as numbers, with "@" as dates (serial numbers), others as shared
-// strings. `more`: elements after the rows.
+// Cells beginning with "=" are written as numbers, with "@" as dates (serial numbers), with "<" as they
+// stand, others as shared strings. `more`: elements after the rows.
 QByteArray XlsxOf(const std::vector<QStringList>& rows, const QByteArray& more = {});
 // Of a body of table rows.
 QByteArray OdsOf(const QByteArray& rows, const QByteArray& manifest = "<m/>");

@@ -72,6 +72,14 @@ TEST_F(SheetReader, ReadsTheSameOrdersFromEveryKindOfFile)
         Rows(QStringEncoder(QStringConverter::Utf16LE, QStringConverter::Flag::WriteBom).encode(csv)), rows);
 }
 
+TEST_F(SheetReader, TakesWhatFormulasCameTo)
+{
+    EXPECT_EQ(
+        Rows(XlsxOf({{u"<c r=\"A1\"><f>1+1</f><v>2</v></c>"_s,
+            u"<c r=\"B1\" t=\"str\"><f>A1</f><v>李雷</v></c>"_s, u"<c r=\"C1\" t=\"b\"><v>1</v></c>"_s}})),
+        (std::vector<QStringList>{{u"2"_s, u"李雷"_s, u"1"_s}}));
+}
+
 TEST_F(SheetReader, RowsWrittenOnceForSeveralAreSeveral)
 {
     const QByteArray row = ">" + kCell + "a</text:p></table:table-cell></table:table-row>";
@@ -107,6 +115,9 @@ TEST_F(SheetReader, SaysWhatIsWrongWithAFile)
     EXPECT_TRUE(Refusal(ZipOf({{"xl/workbook.xml", "x", 0, 1}}), wire::ErrorKind::Data).contains(u"密码"_s));
     EXPECT_TRUE(Refusal(OdsOf({}, "<m:manifest><m:encryption-data/></m:manifest>"), wire::ErrorKind::Data)
                     .contains(u"密码"_s));
+    EXPECT_TRUE(
+        Refusal(XlsxOf({{u"<c r=\"A1\" t=\"inlineStr\"><is><t>王芳</t></is></c>"_s}}), wire::ErrorKind::Data)
+            .contains(u"另存"_s));
     EXPECT_EQ(KindOf([] { ReadSheet(u"/no/such/file.xlsx"_s); }), wire::ErrorKind::Usage);
 }
 
