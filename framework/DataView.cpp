@@ -12,6 +12,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QPainter>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
@@ -33,6 +34,7 @@ TDataView::TDataView(QWidget* parent, const QString& name)
     , DataViewPrint(new TPrintDBGridEh(DataViewGrid, u"DataViewPrint"_s))
     , DS(new TDataSource(this, u"DS"_s))
     , Panel1(new QLabel(u"在这里描述您下面的表的意义"_s, this))
+    , FilterBar(new QFrame(this))
 {
     setObjectName(name);
     Panel1->setObjectName(u"Panel1"_s);
@@ -42,7 +44,14 @@ TDataView::TDataView(QWidget* parent, const QString& name)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(Panel1);
+    layout->addWidget(FilterBar);
     layout->addWidget(DataViewGrid, 1);
+    FilterBar->setObjectName(u"FilterBar"_s);
+    FilterBar->hide();
+    connect(DataViewGrid, &TDBGridEh::FiltersChanged, this, &TDataView::ShowFilters);
+    connect(
+        DataViewGrid->model(), &QAbstractItemModel::modelReset, this, [this] { ShowFilteredCount(); },
+        Qt::QueuedConnection);
     setFocusProxy(DataViewGrid);
 
     DataViewGrid->setFont(ScreenFont());
@@ -161,6 +170,48 @@ void TDataView::DataViewGridContextMenu(QMenu& menu)
             menu.addAction(text, button, [button = button] { button->click(); })
                 ->setEnabled(button->isEnabled());
     }
+}
+
+// A chip for each filter, which ends it, and one for all.
+void TDataView::ShowFilters()
+{
+    qDeleteAll(FilterBar->findChildren<QWidget*>(Qt::FindDirectChildrenOnly));
+    delete FilterBar->layout();
+    auto* row = new QHBoxLayout(FilterBar);
+    row->setContentsMargins(4, 2, 4, 2);
+    const auto chip = [&](const QString& text, const QString& hint, const std::function<void()>& run) {
+        auto* button = new QToolButton(FilterBar);
+        button->setText(FilterBar->fontMetrics().elidedText(text, Qt::ElideRight, Scaled(*this, 260)));
+        button->setToolTip(hint);
+        // The chip goes with what it stands for.
+        connect(button, &QToolButton::clicked, this, run, Qt::QueuedConnection);
+        row->addWidget(button);
+    };
+    const std::vector<TDBGridEh::Filter>& filters = DataViewGrid->Filters();
+    for (const TDBGridEh::Filter& filter : filters) {
+        const int column = DataViewGrid->ColumnIndex(filter.field);
+        const QString title = column < 0 ? filter.field : DataViewGrid->Column(column).title;
+        chip(u"%1：%2  ✕"_s.arg(QString(title).replace(u'|', u" · "_s), filter.Words()), u"点击取消此筛选"_s,
+            [this, field = filter.field] {
+                DataViewGrid->SetFilter({field, {}, {}, {}});
+            });
+    }
+    if (filters.size() > 1)
+        chip(u"清除全部"_s, {}, [this] { DataViewGrid->ClearFilters(); });
+    auto* count = new QLabel(FilterBar);
+    count->setObjectName(u"FilteredCount"_s);
+    row->addWidget(count);
+    row->addStretch(1);
+    FilterBar->setVisible(!filters.empty());
+    ShowFilteredCount();
+}
+
+void TDataView::ShowFilteredCount()
+{
+    auto* count = FilterBar->findChild<QLabel*>(u"FilteredCount"_s);
+    const TClientDataSetEx* rows = DataViewGrid->DataSet();
+    if (count && rows && !FilterBar->isHidden())
+        count->setText(u"显示%1行，共%2行"_s.arg(rows->RecordCount()).arg(rows->UnnarrowedCount()));
 }
 
 void TDataView::DSStateChange()

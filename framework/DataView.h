@@ -29,6 +29,7 @@ public:
     TPrintDBGridEh* DataViewPrint;
     TDataSource* DS;
     QLabel* Panel1; // caption above the grid, hidden
+    QFrame* FilterBar; // what the list is filtered by, hidden without a filter
 
     bool Striped() const noexcept { return striped_; }
     void SetStriped(bool on);
@@ -46,6 +47,8 @@ public:
 private:
     void PrepareFooters();
     void PrepareTitleButtons();
+    void ShowFilters();
+    void ShowFilteredCount();
 
     QString layoutSection_; // empty until loaded
     bool striped_ = false;

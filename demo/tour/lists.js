@@ -1,20 +1,37 @@
-// What every list can do, on the acceptance screen: mark what is not saved and take it back.
+// What every list can do, on the acceptance screen: narrow its rows, mark what is not saved and take it back.
 
-chapter("列表：标记、撤销");
+chapter("列表：筛选、标记、撤销");
 {
     host.login(BRANCH.account, PASSWORD);
     const screen = openAcceptance();
     const grid = screen.grid("DataView1");
+    const all = grid.rowCount;
+    const source = grid.cell(0, "LOGISTICPROVIDERID");
+    host.clearSql();
+    grid.click(0, "LOGISTICPROVIDERID");
+    grid.key("Ctrl+L");
+    assert(grid.rowCount > 0 && grid.rowCount < all, "some orders are of another source");
+    for (let row = 0; row < grid.rowCount; ++row)
+        assertEqual(grid.cell(row, "LOGISTICPROVIDERID"), source);
+    assertEqual(grid.footer("TX_LOGISTIC_ID"), String(grid.rowCount), "the footer counts what is shown");
+    const narrowed = grid.rowCount;
+
     grid.edit(0, "STATUS", "接单成功");
     grid.key("Down");
     assertEqual(grid.value(0, "REC_SITE"), BRANCH.site);
     grid.click(0, "STATUS");
     host.screenshot("lists.png");
+    grid.key("Ctrl+Shift+L");
+    host.screenshot("lists-filter.png");
+    host.key("Escape");
     grid.key("Ctrl+Z");
     assertEqual(grid.value(0, "STATUS"), 0, "one step back");
     grid.key("Ctrl+Y");
     assertEqual(grid.value(0, "STATUS"), 1);
     grid.key("Ctrl+Shift+Z");
     assertEqual(grid.value(0, "REC_SITE"), null, "with what the rules had stamped");
+    assertEqual(grid.rowCount, narrowed);
+    assertEqual(host.control("FilteredCount").text, "显示" + narrowed + "行，共" + all + "行");
+    assert(host.sql().every(sent => !sent.text.includes("from tab_zelmor_bill")), "no query was sent");
     assert(screen.close(), "nothing is left to save");
 }

@@ -178,6 +178,7 @@ void TClientDataSetEx::OpenRows(wire::RowSet rows)
 void TClientDataSetEx::Private::OpenOn(RowStore fetched)
 {
     const bool sameColumns = fetched.Infos() == rows.Infos();
+    valueFilters.Forget();
     rows = std::move(fetched);
     if (!sameColumns) {
         names.Build(rows.Infos());
@@ -189,7 +190,7 @@ void TClientDataSetEx::Private::OpenOn(RowStore fetched)
     try {
         ++generation;
         state = TDataSetState::Browse;
-        if (indexName.isEmpty() && !filtered) {
+        if (indexName.isEmpty() && !filtered && valueFilters.IsEmpty()) {
             view.SetAll(rows.RowCount());
             MoveTo(rows.RowCount() > 0 ? 0 : -1, true, rows.RowCount() == 0);
         } else {
@@ -226,6 +227,7 @@ void TClientDataSetEx::Private::Abandon() noexcept
     ranks.Clear();
     lookup.Clear();
     undo.Clear();
+    valueFilters.Forget();
     unresolved.reset();
     SetState(TDataSetState::Inactive);
     if (wasOpen) {

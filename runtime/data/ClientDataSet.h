@@ -156,6 +156,23 @@ public:
     // Called with the row as the current one; has its say beside the filter text.
     std::function<bool(const TClientDataSetEx&)> OnFilterRecord;
 
+    // Narrows the rows by one field's values, beside filter, handler and other fields' conditions; an empty
+    // condition ends it. It is asked once a value, not once a row. Rows with unsaved edits stay in view.
+    // Stays set when the dataset is opened again; a result that lacks the field is not narrowed by it.
+    void FilterValues(const QString& field, std::function<bool(const wire::Value&)> passes);
+    void ClearValueFilters();
+    // The field's values, with their rows among those that everything but its own condition leaves; in no
+    // particular order, null among them where it occurs.
+    struct ValueCount {
+        wire::Value value;
+        int rows = 0;
+    };
+    std::vector<ValueCount> CountValues(int field) const;
+    // Whether the row is there, in view or not.
+    bool HasRow(TBookmark bookmark) const noexcept;
+    // The rows in view without conditions on values.
+    int UnnarrowedCount() const;
+
     // Order by fields separated by ";"; those also named in `descendingFields` descend. Text is in Chinese
     // collation order, nulls first ascending. Adding an index under a name in use replaces it.
     void AddIndex(const QString& name, QStringView fields, QStringView descendingFields = {});

@@ -8,6 +8,7 @@
 #include "runtime/data/RowView.h"
 #include "runtime/data/TextLookup.h"
 #include "runtime/data/UndoLog.h"
+#include "runtime/data/ValueFilter.h"
 
 #include <QHash>
 
@@ -85,6 +86,7 @@ public:
     // Filter and index applied anew; the cursor stays on its row where that is still in view.
     void RebuildView(RowNumber current);
     bool PassesFilter(RowNumber row);
+    void BindValueFilters(int without = -1);
     // Of the active index, none without one; fields that the dataset lacks come out as -1.
     std::vector<SortKey> ActiveKeys() const;
     bool Matches(RowNumber row, const WantedCell& wanted) const;
@@ -135,6 +137,7 @@ public:
 
     RowFilter filter;
     bool filtered = false;
+    ValueFilters valueFilters;
     RowNumber filterRow = kNoRow; // the row that a filter handler looks at
     std::map<QString, Index> indexes;
     QString indexName;

@@ -135,7 +135,10 @@ void TClientDataSetEx::ApplyUpdates(int maxErrors)
         d_->NotifyReset();
         throw;
     }
-    d_->NotifyReset();
+    if (d_->valueFilters.IsEmpty())
+        d_->NotifyReset();
+    else
+        d_->RebuildView(d_->CurrentRow()); // what is saved may be hidden now
     if (!result.refused.isEmpty() || result.rolledBack)
         throw wire::Error(wire::ErrorKind::Conflict, Private::RefusalMessage(result));
 }

@@ -111,7 +111,7 @@ QString TClientDataSetEx::Sum(int field) const
 size_t TClientDataSetEx::MemoryUse() const noexcept
 {
     return d_->rows.MemoryUse() + d_->view.MemoryUse() + d_->ranks.MemoryUse() + d_->lookup.MemoryUse()
-        + d_->pending.MemoryUse();
+        + d_->pending.MemoryUse() + d_->valueFilters.MemoryUse();
 }
 
 // --- Search ---
@@ -230,17 +230,94 @@ bool TClientDataSetEx::Private::PassesFilter(RowNumber row)
     return q->OnFilterRecord(*q);
 }
 
+void TClientDataSetEx::Private::BindValueFilters(int without)
+{
+    valueFilters.Bind(
+        rows, [this](const QString& field) { return q->FieldIndex(field); }, without);
+}
+
+void TClientDataSetEx::FilterValues(const QString& field, std::function<bool(const wire::Value&)> passes)
+{
+    if (Active())
+        d_->Settle();
+    d_->valueFilters.Set(field, std::move(passes));
+    if (Active())
+        d_->RebuildView(d_->CurrentRow());
+}
+
+void TClientDataSetEx::ClearValueFilters()
+{
+    if (d_->valueFilters.IsEmpty())
+        return;
+    d_->valueFilters.Clear(); // first of all: who asked for them may be going
+    if (!Active())
+        return;
+    d_->Settle();
+    d_->RebuildView(d_->CurrentRow());
+}
+
+std::vector<TClientDataSetEx::ValueCount> TClientDataSetEx::CountValues(int field) const
+{
+    std::vector<ValueCount> counts;
+    if (!Active() || field < 0 || field >= FieldCount())
+        return counts;
+    const FieldValues& values = d_->valueFilters.Values(d_->rows, field);
+    d_->BindValueFilters(field);
+    const bool filtering = d_->filtered && (!d_->filter.IsEmpty() || OnFilterRecord);
+    std::vector<int> byCode(size_t(values.Count()), 0);
+    QHash<QString, ValueCount> typed; // what no row was read with stands in no column
+    for (RowNumber row = 0; row < d_->rows.RowCount(); ++row) {
+        if (!d_->rows.IsLive(row) || !d_->valueFilters.Pass(d_->rows, row)
+            || (filtering && !d_->PassesFilter(row)))
+            continue;
+        if (const wire::Value* edited = d_->Edited(row, field)) {
+            ValueCount& count = typed[wire::ToText(*edited)];
+            count.value = *edited;
+            ++count.rows;
+        } else {
+            ++byCode[values.CodeOf(row)];
+        }
+    }
+    for (quint32 code = 0; code < quint32(byCode.size()); ++code) {
+        if (byCode[code] > 0)
+            counts.push_back({values.Value(code), byCode[code]});
+    }
+    for (const ValueCount& count : std::as_const(typed))
+        counts.push_back(count);
+    return counts;
+}
+
+bool TClientDataSetEx::HasRow(TBookmark bookmark) const noexcept
+{
+    return bookmark != 0 && Active() && d_->rows.IsLive(bookmark - 1);
+}
+
+int TClientDataSetEx::UnnarrowedCount() const
+{
+    if (d_->valueFilters.IsEmpty())
+        return RecordCount();
+    const bool filtering = d_->filtered && (!d_->filter.IsEmpty() || OnFilterRecord);
+    int count = 0;
+    for (RowNumber row = 0; row < d_->rows.RowCount(); ++row)
+        count += d_->rows.IsLive(row) && (!filtering || d_->PassesFilter(row)) ? 1 : 0;
+    return count;
+}
+
 void TClientDataSetEx::Private::RebuildView(RowNumber current)
 {
     const bool filtering = filtered && (!filter.IsEmpty() || q->OnFilterRecord);
+    const bool narrowed = !valueFilters.IsEmpty();
     const std::vector<SortKey> keys = ActiveKeys();
-    if (!filtering && keys.empty() && !rows.HasHidden()) {
+    if (narrowed)
+        BindValueFilters();
+    if (!filtering && !narrowed && keys.empty() && !rows.HasHidden()) {
         view.SetAll(rows.RowCount());
     } else {
         std::vector<RowNumber> order;
-        order.reserve(filtering ? 0 : rows.RowCount());
+        order.reserve(filtering || narrowed ? 0 : rows.RowCount());
         for (RowNumber row = 0; row < rows.RowCount(); ++row)
-            if (rows.IsLive(row) && (!filtering || PassesFilter(row)))
+            if (rows.IsLive(row) && (!narrowed || valueFilters.Pass(rows, row))
+                && (!filtering || PassesFilter(row)))
                 order.push_back(row);
         if (!keys.empty())
             SortRows(rows, ranks, keys, order);

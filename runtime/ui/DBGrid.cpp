@@ -65,6 +65,7 @@ TDBGridEh::TDBGridEh(QWidget* parent, const QString& name)
 
 TDBGridEh::~TDBGridEh()
 {
+    blockSignals(true);
     d_->Attach(nullptr);
     delete d_->editor.data();
 }
@@ -90,12 +91,24 @@ TClientDataSetEx* TDBGridEh::DataSet() const noexcept
     return d_->dataSet;
 }
 
+// They ask this grid. A row in edit that may not be posted is left to who takes the rows over.
+void TDBGridEh::Private::DropFilters()
+{
+    if (filters.empty())
+        return;
+    if (dataSet)
+        Guarded([&] { dataSet->ClearValueFilters(); });
+    filters.clear();
+    Q_EMIT q->FiltersChanged();
+}
+
 void TDBGridEh::Private::Attach(TClientDataSetEx* newDataSet)
 {
     for (const QMetaObject::Connection& connection : connections)
         QObject::disconnect(connection);
     connections.clear();
     CloseEditor();
+    DropFilters();
     dataSet = newDataSet;
     if (dataSet) {
         connections = {
@@ -174,7 +187,7 @@ void TDBGridEh::Private::DataReset()
     BindFields();
     const TClientDataSetEx* open = OpenDataSet();
     // A query run anew names no row of the one before.
-    std::erase_if(selected, [open](TBookmark row) { return !open || !open->BookmarkValid(row); });
+    std::erase_if(selected, [open](TBookmark row) { return !open || !open->HasRow(row); });
     // Markers speak of the order shown; another order, or none, takes them away.
     if (open && open->IndexName() != u"SortIndexEh"_s) {
         for (TGridColumn& column : columns) {

@@ -177,6 +177,24 @@ public:
     void ClickTitle(int column);
     void ClearSortMarkers();
 
+    // A filter by title: the texts that a column may show (of date-times the day), or bounds, both inclusive,
+    // of dates and numbers, empty where there is none.
+    struct Filter {
+        QString field;
+        QStringList shown; // an empty text among them: blank cells
+        QString from, to;
+        bool IsEmpty() const { return shown.isEmpty() && from.isEmpty() && to.isEmpty(); }
+        QString Words() const; // what passes, for a chip
+    };
+    // Narrows the dataset's rows, in memory; an empty filter ends the field's. Edits and selection stay.
+    void SetFilter(const Filter& filter);
+    void ClearFilters();
+    const std::vector<Filter>& Filters() const noexcept;
+    // What the current column shows of the current row, and nothing else.
+    void FilterByCurrentValue();
+    // The window to choose from the column's values.
+    void ShowFilter(int column);
+
     // The cell as shown (pick-list text, formatted number, check mark as 1 or 0).
     QString CellText(int viewRow, int column) const;
     // Opens the editor of the current cell, as F2 or typing does; false when it may not be edited.
@@ -216,6 +234,7 @@ public:
 
 Q_SIGNALS:
     void ColumnsChanged();
+    void FiltersChanged();
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -243,6 +262,7 @@ private:
     friend class TGridHeader;
     friend class TGridFooter;
     friend class TGridIndicator;
+    friend class TFilterPopup;
     class Private;
     std::unique_ptr<Private> d_;
 };

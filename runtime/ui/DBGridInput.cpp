@@ -222,6 +222,14 @@ bool TDBGridEh::Private::Command(QKeyEvent* event)
         if (control)
             Paste();
         return control;
+    case Qt::Key_L:
+        if (control && CanFilter(currentColumn)) {
+            if (event->modifiers() & Qt::ShiftModifier)
+                q->ShowFilter(currentColumn);
+            else
+                q->FilterByCurrentValue();
+        }
+        return control;
     case Qt::Key_Z:
         if (control)
             event->modifiers() & Qt::ShiftModifier ? UndoRow() : UndoStep();

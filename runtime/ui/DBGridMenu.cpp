@@ -42,6 +42,10 @@ void TDBGridEh::Private::FillMenu(QMenu& menu)
         add(u"重做(&R)\tCtrl+Y"_s, open.CanRedo(), [this] { RedoStep(); });
     }
     menu.addSeparator();
+    add(u"按此值筛选(&T)\tCtrl+L"_s, CanFilter(currentColumn), [this] { q->FilterByCurrentValue(); });
+    add(u"筛选此列…\tCtrl+Shift+L"_s, CanFilter(currentColumn), [this] { q->ShowFilter(currentColumn); });
+    add(u"清除筛选"_s, !filters.empty(), [this] { q->ClearFilters(); });
+    menu.addSeparator();
     add(u"查找(&F)…\tCtrl+F"_s, true, [this] { q->ShowFindDialog(); });
     add(u"全选(&A)\tCtrl+A"_s, true, [this] { q->selectAll(); });
     if (!q->actions().isEmpty()) {

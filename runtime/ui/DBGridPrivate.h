@@ -105,6 +105,14 @@ public:
     void ApplySorting();
     bool sortLocal = false;
 
+    // Filters by title.
+    std::vector<TDBGridEh::Filter> filters;
+    void DropFilters();
+    bool CanFilter(int column) const;
+    // What a filter's list names a value by.
+    QString FilterText(const TGridColumn& column, const wire::Value& value) const;
+    bool Passes(const TDBGridEh::Filter& filter, const wire::Value& value) const;
+
     // Footers.
     int footerRows = 0;
     QColor footerColor{0xdd, 0xdd, 0xff};

@@ -170,6 +170,27 @@ void TGridHeader::PaintCell(QPainter& painter, const Cell& cell)
     painter.drawLine(rect.bottomLeft(), rect.bottomRight());
 
     QRect inner = rect.adjusted(3, 1, -4, -2);
+    const bool filtered = cell.leaf && HasFilter(cell.first);
+    if (const QRect funnel = cell.leaf ? FunnelRect(cell.first) : QRect();
+        !funnel.isEmpty() && (hot || filtered)) {
+        const double unit = funnel.width() / 12.0;
+        const QPointF corner = QRectF(funnel).topLeft();
+        QPainterPath path;
+        path.moveTo(corner + QPointF(1.5, 2) * unit);
+        path.lineTo(corner + QPointF(10.5, 2) * unit);
+        path.lineTo(corner + QPointF(7.2, 6) * unit);
+        path.lineTo(corner + QPointF(7.2, 10.5) * unit);
+        path.lineTo(corner + QPointF(4.8, 9) * unit);
+        path.lineTo(corner + QPointF(4.8, 6) * unit);
+        path.closeSubpath();
+        painter.setRenderHint(QPainter::Antialiasing);
+        if (filtered)
+            painter.fillPath(path, ChangedCellColor());
+        else
+            painter.strokePath(path, QPen(grid_->palette().color(QPalette::ButtonText).lighter(170), unit));
+        painter.setRenderHint(QPainter::Antialiasing, false);
+        inner.setRight(funnel.left() - 1);
+    }
     if (cell.leaf && column.info.sortMarker != TSortMarker::None) {
         const bool several = std::any_of(grid_->d_->columns.begin(), grid_->d_->columns.end(),
             [](const TGridColumn& other) { return other.markOrder > 1; });
@@ -206,6 +227,22 @@ void TGridHeader::PaintCell(QPainter& painter, const Cell& cell)
     else
         painter.drawText(inner, Qt::AlignLeft | Qt::AlignVCenter,
             metrics.elidedText(cell.text, Qt::ElideRight, inner.width()));
+}
+
+bool TGridHeader::HasFilter(int column) const
+{
+    return std::ranges::any_of(grid_->Filters(), [&](const TDBGridEh::Filter& filter) {
+        return filter.field.compare(grid_->Column(column).fieldName, Qt::CaseInsensitive) == 0;
+    });
+}
+
+QRect TGridHeader::FunnelRect(int column) const
+{
+    const int side = Scaled(*this, 12);
+    if (!grid_->d_->CanFilter(column) || !grid_->Column(column).titleButton || sectionSize(column) < 3 * side)
+        return {};
+    const int right = grid_->d_->ColumnLeft(column) + sectionSize(column) - Scaled(*this, 5);
+    return {right - side, height() - side - Scaled(*this, 4), side, side};
 }
 
 int TGridHeader::ColumnAt(int x) const
@@ -306,7 +343,11 @@ void TGridHeader::mouseReleaseEvent(QMouseEvent* event)
     dropAt_ = -1;
     unsetCursor();
     viewport()->update();
-    if (drag == Drag::Pressed && rect().contains(event->position().toPoint()))
+    const QRect funnel = column >= 0 ? FunnelRect(column) : QRect();
+    if (drag == Drag::Pressed && funnel.contains(event->position().toPoint())
+        && funnel.contains(dragStart_, funnel.top()))
+        grid_->ShowFilter(column);
+    else if (drag == Drag::Pressed && rect().contains(event->position().toPoint()))
         grid_->ClickTitle(column);
     else if (drag == Drag::Move && drop >= 0 && drop != column && drop != column + 1)
         grid_->MoveColumn(column, drop > column ? drop - 1 : drop);

@@ -38,6 +38,8 @@ private:
     int LineHeight() const;
     QRect CellRect(const Cell& cell) const;
     void PaintCell(QPainter& painter, const Cell& cell);
+    bool HasFilter(int column) const;
+    QRect FunnelRect(int column) const; // the lower right corner of its title; empty where it has none
     int ColumnAt(int x) const;
     int EdgeAt(int x) const; // the column whose right edge is there; -1
     int DropPlace(int x) const;

@@ -5,7 +5,9 @@
 #include "wire/Error.h"
 
 #include <QApplication>
+#include <QLabel>
 #include <QPainter>
+#include <QToolButton>
 
 #include <gtest/gtest.h>
 
@@ -147,6 +149,30 @@ TEST_F(DataView, TheLayoutComesBack)
     fresh.SetIniFileName(LayoutStorage->IniFileName());
     EXPECT_EQ(fresh.ReadString(section, u"FieldIndex0"_s), u"NOTE;备注;200"_s);
     EXPECT_EQ(fresh.ReadString(section, u"FieldIndex1"_s), u"ID;编;号=[1];321"_s);
+}
+
+TEST_F(DataView, FiltersAreChipsThatEndThem)
+{
+    screen->Show();
+    const auto words = [this] {
+        QApplication::processEvents();
+        QStringList texts;
+        for (const QToolButton* chip : screen->DataView1->FilterBar->findChildren<QToolButton*>())
+            texts += chip->text();
+        if (const auto* count = screen->DataView1->FilterBar->findChild<QLabel*>(u"FilteredCount"_s))
+            texts += count->text();
+        return texts.join(u'|');
+    };
+    EXPECT_TRUE(screen->DataView1->FilterBar->isHidden());
+    grid->SetFilter({u"NOTE"_s, {u"b"_s}, {}, {}});
+    grid->SetFilter({u"ID"_s, {u"1"_s}, {}, {}});
+    EXPECT_EQ(words(), u"备注：b  ✕|编号：1  ✕|清除全部|显示0行，共2行"_s);
+    screen->DataView1->FilterBar->findChildren<QToolButton*>().at(1)->click();
+    EXPECT_EQ(words(), u"备注：b  ✕|显示1行，共2行"_s);
+    screen->DataView1->FilterBar->findChildren<QToolButton*>().at(0)->click();
+    QApplication::processEvents();
+    EXPECT_TRUE(screen->DataView1->FilterBar->isHidden());
+    EXPECT_EQ(screen->cds->RecordCount(), 2);
 }
 
 TEST_F(DataView, AViewOutsideItsScreenIsRefused)

@@ -5,9 +5,12 @@
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QHeaderView>
+#include <QLineEdit>
+#include <QListWidget>
 #include <QMenu>
 #include <QMimeData>
 #include <QPainter>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QTimer>
 
@@ -212,6 +215,61 @@ TEST_F(DBGridTest, TitleMenuStaysForSeveralTicksAndLeadsBackToTheDefaults)
         inMenu([&](QMenu& menu) { pick(menu, 8); });
         EXPECT_EQ(grid.FrozenCols(), frozen);
     }
+}
+
+TEST_F(DBGridTest, AFunnelOffersTheValuesOfItsColumnAndNarrowsTheRows)
+{
+    auto columns = OrderGridColumns();
+    columns[0].footers = {{TFooterValueType::Count, {}, TAlignment::Center}};
+    Open(columns);
+    grid.selectAll();
+    const auto inPopup = [&](const std::function<void(QWidget&, QListWidget&)>& work) {
+        auto* popup = grid.findChild<QWidget*>(u"FilterPopup"_s);
+        ASSERT_NE(popup, nullptr);
+        work(*popup, *popup->findChild<QListWidget*>());
+        if (auto* ok = popup->findChild<QPushButton*>(u"FilterOk"_s))
+            ok->click();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    };
+    QWidget* titles = grid.horizontalHeader()->viewport();
+    const QRect title = grid.visualRect(grid.model()->index(0, 1));
+    QTest::mouseClick(titles, Qt::LeftButton, {}, QPoint(title.right() - 10, titles->height() - 9));
+    EXPECT_EQ(grid.Column(1).sortMarker, TSortMarker::None) << "the funnel does not sort";
+    inPopup([](QWidget&, QListWidget& list) {
+        ASSERT_EQ(list.count(), 3);
+        EXPECT_EQ(list.item(0)->text(), u"（空白）  (1)"_s);
+        EXPECT_EQ(list.item(2)->text(), u"接单成功  (1)"_s);
+        list.item(2)->setCheckState(Qt::Unchecked);
+    });
+    EXPECT_EQ(Joined(orders, u"ID"), u"D1 D3"_s);
+    EXPECT_EQ(grid.FooterText(0, 0), u"2"_s);
+    EXPECT_EQ(grid.Filters().at(0).Words(), u"（空白）、等待接单"_s);
+    EXPECT_EQ(Selected(), u"D1 D3"_s);
+    grid.ShowFilter(0);
+    inPopup([](QWidget& popup, QListWidget& list) {
+        EXPECT_EQ(list.count(), 2) << "of the rows that other columns leave";
+        popup.findChild<QLineEdit*>(u"FilterSearch"_s)->setText(u"3"_s);
+    });
+    EXPECT_EQ(Joined(orders, u"ID"), u"D3"_s);
+    grid.ClearFilters();
+    EXPECT_EQ(Selected(), u"D1 D2 D3"_s) << "hidden rows come back as they were";
+    const struct {
+        int column;
+        QString from, to, shown;
+    } ranges[] = {{3, u"-2"_s, u"1"_s, u"D3"_s}, {3, u"0"_s, {}, u"D1"_s},
+        {4, u"2024-1-1"_s, u"2024-01-01"_s, u"D1"_s}, {4, u"20240102"_s, {}, u"D2"_s}};
+    for (const auto& range : ranges) {
+        grid.ShowFilter(range.column);
+        inPopup([&](QWidget& popup, QListWidget&) {
+            popup.findChild<QLineEdit*>(u"FilterFrom"_s)->setText(range.from);
+            popup.findChild<QLineEdit*>(u"FilterTo"_s)->setText(range.to);
+        });
+        EXPECT_EQ(Joined(orders, u"ID"), range.shown) << range.from << ".." << range.to;
+        grid.ClearFilters();
+    }
+    grid.SelectField(u"SITE");
+    Key(Qt::Key_L, Qt::ControlModifier);
+    EXPECT_EQ(Joined(orders, u"ID"), orders.FieldByName(u"ID").AsString());
 }
 
 TEST_F(DBGridTest, HiddenColumnsTakeNoRoomAndKeysGoToTheHandlerFirst)

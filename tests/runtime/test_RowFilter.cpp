@@ -2,6 +2,9 @@
 
 #include "tests/runtime/DataSetRows.h"
 
+#include <algorithm>
+#include <map>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -134,6 +137,59 @@ TEST_F(RowFilterTest, StaysOverReopening)
     EXPECT_FALSE(set.Active());
     set.SetFilter({});
     EXPECT_EQ(RaisedBy(other), std::nullopt);
+}
+
+// Against counting and comparing row by row: texts that repeat and texts that do not, integers, numbers,
+// times.
+TEST_F(RowFilterTest, ValuesAreCountedAndNarrowTheRowsWhateverTheirColumn)
+{
+    std::vector<Row> rows;
+    for (int i = 0; i < 3000; ++i) {
+        const int site = i * 7 % 5;
+        rows.push_back({wire::Value{u"D%1"_s.arg(i)}, site == 0 ? Null : I(site),
+            site == 4 ? Null : wire::Value{u"网点%1"_s.arg(i * 3 % 7)}, i % 11 == 0 ? Null : N(i % 13 / 4.0),
+            wire::Value{wire::DateTime{1'700'000'000 + i % 17}}, Null});
+    }
+    set.OpenRows(MakeRows(OrderColumns(), rows));
+    const auto passes = [](const wire::Value& value) { return wire::ToText(value).endsWith(u'1'); };
+    set.FilterValues(u"site"_s, passes);
+    for (int field = 0; field < 5; ++field) {
+        std::map<QString, int> expected;
+        for (const Row& row : rows)
+            expected[wire::ToText(row[size_t(field)])] += field == 2 || passes(row[2]) ? 1 : 0;
+        std::erase_if(expected, [](const auto& count) { return count.second == 0; });
+        std::map<QString, int> counted;
+        for (const auto& count : set.CountValues(field))
+            counted[wire::ToText(count.value)] += count.rows;
+        EXPECT_EQ(counted, expected) << field;
+        if (field == 2)
+            continue;
+        set.FilterValues(OrderColumns()[size_t(field)].name, passes);
+        EXPECT_EQ(set.RecordCount(), std::ranges::count_if(rows, [&](const Row& row) {
+            return passes(row[2]) && passes(row[size_t(field)]);
+        })) << field;
+        set.FilterValues(OrderColumns()[size_t(field)].name, {});
+    }
+    EXPECT_EQ(set.UnnarrowedCount(), 3000);
+}
+
+TEST_F(RowFilterTest, WhatIsNotSavedStaysInSightAndTheFilterStaysOverReopening)
+{
+    const auto shanghai = [](const wire::Value& value) { return value == T(u"上海"); };
+    set.FilterValues(u"SITE"_s, shanghai);
+    set.SetFieldAndPost(u"SITE", T(u"广州"));
+    EXPECT_EQ(Joined(set, u"ID"), u"D1"_s);
+    set.FilterValues(u"SITE"_s, shanghai);
+    EXPECT_EQ(Joined(set, u"ID"), u"D1"_s) << "asked anew, too";
+    EXPECT_EQ(set.CountValues(2).size(), 3u) << "the typed one among them";
+    set.MergeChangeLog();
+    set.FilterValues(u"STATUS"_s, {});
+    EXPECT_EQ(set.RecordCount(), 0);
+    EXPECT_TRUE(set.HasRow(1));
+    set.OpenRows(ThreeOrders());
+    EXPECT_EQ(Joined(set, u"ID"), u"D1"_s);
+    set.OpenRows(MakeRows({Column(u"ID", wire::ColumnType::Text)}, {{T(u"a")}, {T(u"b")}}));
+    EXPECT_EQ(set.RecordCount(), 2) << "nothing to narrow by";
 }
 
 } // namespace

@@ -1,0 +1,124 @@
+#include "runtime/data/ValueFilter.h"
+
+#include <QHash>
+
+#include <bit>
+
+namespace {
+
+// Numbers the cells by their bits, equal ones alike.
+template <typename Key, typename KeyOf>
+void NumberCells(RowNumber rows, const wire::Column& column, const KeyOf& keyOf, std::vector<quint32>& codes,
+    std::vector<RowNumber>& firstRows)
+{
+    std::vector<quint32> table(std::bit_ceil(size_t(rows) * 2 + 1), 0); // code; 0 free
+    for (RowNumber row = 0; row < rows; ++row) {
+        if (column.IsNull(row))
+            continue;
+        const Key key = keyOf(row);
+        size_t slot = qHash(key, 0x9e3779b9u) & (table.size() - 1);
+        while (table[slot] != 0 && keyOf(firstRows[table[slot]]) != key)
+            slot = (slot + 1) & (table.size() - 1);
+        if (table[slot] == 0) {
+            table[slot] = quint32(firstRows.size());
+            firstRows.push_back(row);
+        }
+        codes[row] = table[slot];
+    }
+}
+
+} // namespace
+
+FieldValues::FieldValues(const RowStore& rows, int field)
+    : column_(&rows.Column(field))
+    , codes_(rows.BaseCount(), 0)
+    , firstRows_(1, kNoRow)
+{
+    const wire::Column& column = *column_;
+    const RowNumber count = rows.BaseCount();
+    if (column.Type() == wire::ColumnType::Text && column.IsDictionary()) {
+        firstRows_.resize(size_t(column.EntryCount()) + 1, kNoRow);
+        for (RowNumber row = count; row-- > 0;)
+            firstRows_[codes_[row] = quint32(column.EntryAt(row) + 1)] = row;
+        return;
+    }
+    if (column.Type() == wire::ColumnType::Text)
+        NumberCells<QByteArrayView>(
+            count, column, [&](RowNumber row) { return column.TextAt(row); }, codes_, firstRows_);
+    else if (column.Type() == wire::ColumnType::Number)
+        NumberCells<double>(
+            count, column, [&](RowNumber row) { return column.NumberAt(row) + 0.0; }, codes_, firstRows_);
+    else
+        NumberCells<qint64>(
+            count, column, [&](RowNumber row) { return column.IntegerAt(row); }, codes_, firstRows_);
+}
+
+wire::Value FieldValues::Value(quint32 code) const
+{
+    return code == 0 || firstRows_[code] == kNoRow ? wire::Value{} : column_->ValueAt(firstRows_[code]);
+}
+
+size_t FieldValues::MemoryUse() const noexcept
+{
+    return codes_.capacity() * sizeof(quint32) + firstRows_.capacity() * sizeof(RowNumber);
+}
+
+void ValueFilters::Set(const QString& field, Passes passes)
+{
+    bound_.clear();
+    std::erase_if(filters_,
+        [&](const Filter& filter) { return filter.field.compare(field, Qt::CaseInsensitive) == 0; });
+    if (passes)
+        filters_.push_back({field, std::move(passes)});
+}
+
+void ValueFilters::Clear() noexcept
+{
+    bound_.clear();
+    filters_.clear();
+}
+
+const FieldValues& ValueFilters::Values(const RowStore& rows, int field)
+{
+    for (const auto& [known, values] : values_) {
+        if (known == field)
+            return *values;
+    }
+    return *values_.emplace_back(field, std::make_unique<FieldValues>(rows, field)).second;
+}
+
+void ValueFilters::Bind(
+    const RowStore& rows, const std::function<int(const QString&)>& fieldIndex, int without)
+{
+    bound_.clear();
+    for (const Filter& filter : filters_) {
+        const int field = fieldIndex(filter.field);
+        if (field < 0 || field == without)
+            continue;
+        const FieldValues& values = Values(rows, field);
+        Bound& bound = bound_.emplace_back(Bound{&values, field, {}, &filter.passes});
+        bound.passing.resize(size_t(values.Count()));
+        for (quint32 code = 0; code < quint32(values.Count()); ++code)
+            bound.passing[code] = filter.passes(values.Value(code));
+    }
+}
+
+bool ValueFilters::Pass(const RowStore& rows, RowNumber row) const
+{
+    if (rows.Status(row) != TRowStatus::Unmodified)
+        return true;
+    for (const Bound& bound : bound_) {
+        const wire::Value* edited = rows.Edited(row, bound.field);
+        if (edited ? !(*bound.passes)(*edited) : !bound.passing[bound.values->CodeOf(row)])
+            return false;
+    }
+    return true;
+}
+
+size_t ValueFilters::MemoryUse() const noexcept
+{
+    size_t bytes = 0;
+    for (const auto& [field, values] : values_)
+        bytes += values->MemoryUse();
+    return bytes;
+}

@@ -1,0 +1,206 @@
+#include "runtime/ui/FilterPopup.h"
+
+#include "runtime/data/Collation.h"
+#include "runtime/ui/DBGridPrivate.h"
+#include "runtime/ui/Style.h"
+
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QScreen>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr size_t kMostItems = 2000; // in the list at once; the search reaches all
+const QString kBlank = u"（空白）"_s;
+
+} // namespace
+
+TFilterPopup::TFilterPopup(TDBGridEh* grid, int column)
+    : QFrame(grid, Qt::Popup)
+    , grid_(grid)
+    , column_(column)
+    , search_(new QLineEdit(this))
+    , list_(new QListWidget(this))
+    , more_(new QLabel(this))
+{
+    setObjectName(u"FilterPopup"_s);
+    setAttribute(Qt::WA_DeleteOnClose);
+    setFrameShape(QFrame::StyledPanel);
+    setFont(grid->font());
+    search_->setObjectName(u"FilterSearch"_s);
+    search_->setPlaceholderText(u"查找值"_s);
+    search_->setClearButtonEnabled(true);
+    list_->setObjectName(u"FilterList"_s);
+    list_->setUniformItemSizes(true);
+    list_->setAccessibleName(u"值"_s);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(search_);
+    const TGridColumn& entry = grid->d_->columns[size_t(column)];
+    const wire::ColumnType type = grid->DataSet()->FieldInfo(entry.field).type;
+    const bool plain = entry.info.style == TColumnStyle::Text || entry.info.style == TColumnStyle::DateTime;
+    if (plain && type != wire::ColumnType::Text) {
+        from_ = new QLineEdit(this);
+        to_ = new QLineEdit(this);
+        from_->setObjectName(u"FilterFrom"_s);
+        to_->setObjectName(u"FilterTo"_s);
+        auto* bounds = new QHBoxLayout;
+        bounds->addWidget(new QLabel(u"从"_s, this));
+        bounds->addWidget(from_);
+        bounds->addWidget(new QLabel(u"到"_s, this));
+        bounds->addWidget(to_);
+        layout->addLayout(bounds);
+    }
+    layout->addWidget(list_, 1);
+    layout->addWidget(more_);
+    auto* buttons = new QHBoxLayout;
+    const auto button = [&](const QString& text, const QString& name, const std::function<void()>& run) {
+        auto* made = new QPushButton(text, this);
+        made->setObjectName(name);
+        made->setAutoDefault(false);
+        connect(made, &QPushButton::clicked, this, run);
+        buttons->addWidget(made);
+        return made;
+    };
+    button(u"全选"_s, u"FilterAll"_s, [this] { TickAll(true); });
+    button(u"全不选"_s, u"FilterNone"_s, [this] { TickAll(false); });
+    buttons->addStretch(1);
+    button(u"清除"_s, u"FilterClear"_s, [this] {
+        grid_->SetFilter({grid_->Column(column_).fieldName, {}, {}, {}});
+        close();
+    });
+    button(u"确定"_s, u"FilterOk"_s, [this] { Apply(); });
+    layout->addLayout(buttons);
+
+    Read();
+    for (const TDBGridEh::Filter& filter : grid->Filters()) {
+        if (filter.field.compare(entry.info.fieldName, Qt::CaseInsensitive) != 0)
+            continue;
+        if (!filter.shown.isEmpty())
+            ticked_ = {filter.shown.begin(), filter.shown.end()};
+        if (from_) {
+            from_->setText(filter.from);
+            to_->setText(filter.to);
+        }
+    }
+    Fill();
+    connect(search_, &QLineEdit::textChanged, this, [this] { Fill(); });
+    for (QLineEdit* edit : {search_, from_, to_}) {
+        if (edit)
+            connect(edit, &QLineEdit::returnPressed, this, [this] { Apply(); });
+    }
+    connect(list_, &QListWidget::itemChanged, this, [this](const QListWidgetItem* item) {
+        const QString text = item->data(Qt::UserRole).toString();
+        if (item->checkState() == Qt::Checked)
+            ticked_.insert(text);
+        else
+            ticked_.remove(text);
+    });
+}
+
+// Values that are shown alike are one; all are ticked at first.
+void TFilterPopup::Read()
+{
+    const TGridColumn& entry = grid_->d_->columns[size_t(column_)];
+    QHash<QString, size_t> places;
+    for (const TClientDataSetEx::ValueCount& count : grid_->DataSet()->CountValues(entry.field)) {
+        const QString text = grid_->d_->FilterText(entry, count.value);
+        const auto known = places.constFind(text);
+        if (known != places.constEnd()) {
+            items_[*known].rows += count.rows;
+            continue;
+        }
+        places.insert(text, items_.size());
+        items_.push_back({text, count.value, count.rows});
+        ticked_.insert(text);
+    }
+    // A list too long to be read is in the order of its rows, for searching.
+    if (items_.size() > kMostItems)
+        return;
+    std::ranges::sort(items_, [](const Item& a, const Item& b) {
+        if (a.value.index() != b.value.index() || a.value.index() == 0)
+            return a.value.index() < b.value.index();
+        return std::holds_alternative<QString>(a.value) ? CompareChinese(a.text, b.text) < 0
+                                                        : a.value < b.value;
+    });
+}
+
+void TFilterPopup::Fill()
+{
+    const QSignalBlocker quiet(list_);
+    list_->clear();
+    size_t found = 0;
+    for (const Item& item : items_) {
+        const QString shown = item.text.isEmpty() ? kBlank : item.text;
+        if (!shown.contains(search_->text().trimmed(), Qt::CaseInsensitive) || ++found > kMostItems)
+            continue;
+        auto* line = new QListWidgetItem(u"%1  (%2)"_s.arg(shown).arg(item.rows), list_);
+        line->setData(Qt::UserRole, item.text);
+        line->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable);
+        line->setCheckState(ticked_.contains(item.text) ? Qt::Checked : Qt::Unchecked);
+    }
+    const size_t hidden = found > kMostItems ? found - kMostItems : 0;
+    more_->setText(hidden > 0 ? u"还有%1个值，请用查找缩小"_s.arg(hidden) : u"%1个值"_s.arg(found));
+}
+
+// Of those that the search leaves.
+void TFilterPopup::TickAll(bool on)
+{
+    for (const Item& item : items_) {
+        const QString shown = item.text.isEmpty() ? kBlank : item.text;
+        if (!shown.contains(search_->text().trimmed(), Qt::CaseInsensitive))
+            continue;
+        if (on)
+            ticked_.insert(item.text);
+        else
+            ticked_.remove(item.text);
+    }
+    Fill();
+}
+
+// With a search typed, what it leaves of the ticked ones; nothing left unticked is no filter.
+void TFilterPopup::Apply()
+{
+    TDBGridEh::Filter filter{grid_->Column(column_).fieldName, {}, {}, {}};
+    bool all = true;
+    for (const Item& item : items_) {
+        const QString shown = item.text.isEmpty() ? kBlank : item.text;
+        const bool taken =
+            ticked_.contains(item.text) && shown.contains(search_->text().trimmed(), Qt::CaseInsensitive);
+        all = all && taken;
+        if (taken)
+            filter.shown += item.text;
+    }
+    const bool none = filter.shown.isEmpty();
+    if (all)
+        filter.shown.clear();
+    if (from_) {
+        filter.from = from_->text().trimmed();
+        filter.to = to_->text().trimmed();
+    }
+    if (none && !all) {
+        more_->setText(u"请至少选择一个值"_s);
+        return;
+    }
+    close();
+    grid_->SetFilter(filter);
+}
+
+void TFilterPopup::ShowBelow(const QRect& title)
+{
+    const QRect room = grid_->screen()->availableGeometry();
+    const QSize size = QSize(Scaled(*grid_, 280), Scaled(*grid_, 340)).boundedTo(room.size());
+    QPoint place = title.bottomLeft() + QPoint(0, 1);
+    place.setX(std::clamp(place.x(), room.left(), room.right() + 1 - size.width()));
+    place.setY(std::clamp(place.y(), room.top(), room.bottom() + 1 - size.height()));
+    setGeometry(QRect(place, size));
+    show();
+    search_->setFocus();
+}
