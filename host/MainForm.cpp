@@ -237,6 +237,8 @@ bool TMainForm::event(QEvent* event)
         return QMainWindow::event(event);
 
     QWidget* screen = static_cast<TFormMessage*>(event)->First();
+    if (number != kMessageActivated)
+        statusBar()->clearMessage(); // it was said of the window in front until now
     if (number == kMessageCreating) {
         windows_->Add(screen);
     } else if (number == kMessageActivated) {

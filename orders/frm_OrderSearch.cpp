@@ -158,14 +158,19 @@ void Tfrm_OrderSearch::DataView1DataViewGridDblClick()
         return;
     const BusyCursor busy;
     items_->Load();
-    const QString trail = CDSStatus
-        ? TrailQuery(TextOf(*cds, u"LOGISTICPROVIDERID"), orderNumber, TextOf(*cds, u"BILL_CODE"))
-        : QString();
-    if (!trail.isEmpty()) {
-        OpenQuery(*CDSStatus, trail);
-        details_->SetTrailOrder(orderNumber);
-    }
+    if (CDSStatus)
+        LoadTrail(orderNumber);
     PageControl1->setCurrentWidget(TabSheet2);
+}
+
+void Tfrm_OrderSearch::LoadTrail(const QString& orderNumber)
+{
+    const QString sql =
+        TrailQuery(TextOf(*cds, u"LOGISTICPROVIDERID"), orderNumber, TextOf(*cds, u"BILL_CODE"));
+    if (sql.isEmpty())
+        return;
+    OpenQuery(*CDSStatus, sql);
+    details_->SetTrailOrder(orderNumber);
 }
 
 void Tfrm_OrderSearch::PageControl1Change()

@@ -51,6 +51,7 @@ private:
     void TabSheet1Show();
     void TabSheet2Show();
     void DataView1DataViewGridDblClick();
+    void LoadTrail(const QString& orderNumber);
 
     // The text of the search; empty where it is refused.
     QString SearchByNumbers();

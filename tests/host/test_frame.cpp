@@ -155,6 +155,8 @@ TEST_F(FrameTest, ARefusalFindsTheOtherWindowsStillOpen)
     EXPECT_EQ(::Screen->ActiveForm(), asking) << "what asks is in front";
     EXPECT_TRUE(host->MainForm()->statusBar()->currentMessage().contains(u"示例"_s));
     EXPECT_EQ(sites->FieldByName(u"SITE_NAME").AsString(), u"改过"_s);
+    SendFormMessage(host->MainForm(), kMessageClosed, other); // as a screen says that closes
+    EXPECT_EQ(host->MainForm()->statusBar()->currentMessage(), QString()) << "said before that window closed";
 }
 
 TEST_F(FrameTest, QtsOwnTextsAreChinese)
