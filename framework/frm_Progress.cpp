@@ -16,6 +16,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int kExposeMilliseconds = 200;
+constexpr int kPaintMilliseconds = 40; // often enough to look alive and to hear a cancel
 
 } // namespace
 
@@ -99,11 +100,13 @@ void Tfrm_Progress::Step(const QString& text, int done)
     Label1->setText(text);
     Label2->setText(u"%1 / %2"_s.arg(done).arg(Total()));
     ProgressBar1->setValue(done);
-    if (!isVisible())
+    const bool last = done == Total();
+    if (!isVisible() || (!last && painted_.isValid() && !painted_.hasExpired(kPaintMilliseconds)))
         return;
     if (Button1)
         QCoreApplication::processEvents();
     repaint();
+    painted_.start();
 }
 
 void Tfrm_Progress::Finish(const QString& text)

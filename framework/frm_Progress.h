@@ -2,6 +2,8 @@
 
 #include "runtime/ui/Forms.h"
 
+#include <QElapsedTimer>
+
 class QLabel;
 class QProgressBar;
 class QPushButton;
@@ -21,7 +23,7 @@ public:
 
     // Opens with the text and nothing done.
     void Start(const QString& text, int total);
-    // Shows text and count at once.
+    // Takes text and count; painted as often as the eye can follow, and for the last step.
     void Step(const QString& text, int done);
     void Finish(const QString& text);
 
@@ -40,4 +42,5 @@ private:
     QProgressBar* ProgressBar1;
     QPushButton* Button1 = nullptr; // 取消
     bool cancelled_ = false;
+    QElapsedTimer painted_;
 };
