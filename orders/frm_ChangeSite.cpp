@@ -76,8 +76,11 @@ void Tfrm_ChangeSite::FormCreate()
 // The text typed stays.
 void Tfrm_ChangeSite::CheckBox1Click()
 {
-    PrepareLookup(*DBLookupComboboxEh1,
-        SiteLookup(CheckBox1->isChecked() ? dm_GlobalData->ds_AllSite : dm_GlobalData->ds_site));
+    const bool all = CheckBox1->isChecked();
+    TLookupParams sites = SiteLookup(all ? dm_GlobalData->ds_AllSite : dm_GlobalData->ds_site);
+    if (!all)
+        sites.unknownText = u"不是下属网点"_s; // there may be such a site all the same
+    PrepareLookup(*DBLookupComboboxEh1, sites);
 }
 
 void Tfrm_ChangeSite::Button1Click()
