@@ -12,8 +12,13 @@
 // Binds what a user or a timer does to a screen's handler. A silent abort ends the handler quietly; any other
 // failure is shown as the screens show failures, under the screen's caption.
 
-template <typename Handler> void RunHandler(Tfrm_Basic* screen, Handler&& handler)
+// Controls outlive the class that their handlers belong to, and lose focus or pages as they go: then nothing
+// runs.
+template <typename TScreenClass, typename Handler> void RunHandler(TScreenClass* screen, Handler&& handler)
 {
+    QObject* object = screen;
+    if (!qobject_cast<TScreenClass*>(object))
+        return;
     Guarded(std::forward<Handler>(handler),
         [screen](const QString& message) { ShowFailure(message, screen->Caption()); });
 }
