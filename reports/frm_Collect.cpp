@@ -177,7 +177,7 @@ QWidget* Tfrm_Collect::CreateCharts()
     };
     acceptance_ = add(u"Chart1"_s, AcceptanceColumn);
     pickup_ = add(u"Chart2"_s, PickupColumn);
-    connect(cds, &TClientDataSetEx::DataReset, charts, [this] {
+    connect(cds, &TClientDataSetEx::DataReset, this, [this] {
         acceptance_->Show(AcceptanceChart(*cds));
         pickup_->Show(PickupChart(*cds));
     });

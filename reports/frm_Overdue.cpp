@@ -93,7 +93,7 @@ void Tfrm_Overdue::CreateSummaryPage()
     chart_->OnBarClick = [this](const TChartBar& bar, int) {
         RunHandler(this, [this, bar] { ChartBarClick(bar); });
     };
-    connect(cdsSum, &TClientDataSetEx::DataReset, chart_,
+    connect(cdsSum, &TClientDataSetEx::DataReset, this,
         [this] { chart_->Show(OverdueChart(*cdsSum, u"超时最多的地区"_s)); });
     auto* halves = new QSplitter(Qt::Horizontal, TabSheet1);
     halves->addWidget(DataView2);
