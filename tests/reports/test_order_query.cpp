@@ -1,5 +1,5 @@
-#include "reports/OrderQueryCriteria.h"
 #include "orders/TrailQuery.h"
+#include "reports/OrderQueryCriteria.h"
 
 #include <gtest/gtest.h>
 

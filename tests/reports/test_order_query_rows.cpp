@@ -2,8 +2,8 @@
 
 #include "module/data/PastedNumbers.h"
 #include "orders/FilterBoxes.h"
-#include "reports/OrderQueryCriteria.h"
 #include "orders/TrailQuery.h"
+#include "reports/OrderQueryCriteria.h"
 #include "tests/server/ServerFixture.h"
 
 namespace {

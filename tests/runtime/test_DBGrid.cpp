@@ -202,7 +202,8 @@ TEST_F(DBGridTest, TitleMenuStaysForSeveralTicksAndLeadsBackToTheDefaults)
         pick(menu, 3);
         stayed = menu.isVisible();
     });
-    EXPECT_EQ(offered.join(u','), u"状态,网点 · 名称,物流号,网点 · 金额,时间,,清除排序,恢复默认列,冻结到此列"_s);
+    EXPECT_EQ(
+        offered.join(u','), u"状态,网点 · 名称,物流号,网点 · 金额,时间,,清除排序,恢复默认列,冻结到此列"_s);
     EXPECT_TRUE(stayed);
     EXPECT_TRUE(grid.isColumnHidden(1) && grid.isColumnHidden(3));
     inMenu([&](QMenu& menu) { pick(menu, 6); });
