@@ -1,7 +1,8 @@
 #include "server/dialect/Analyzer.h"
 
-#include "server/dialect/DateAndNumberFormats.h"
+#include "server/dialect/DateFormats.h"
 #include "server/dialect/Limits.h"
+#include "server/dialect/NumberFormats.h"
 #include "server/dialect/Refusals.h"
 
 #include <algorithm>

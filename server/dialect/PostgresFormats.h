@@ -1,6 +1,7 @@
 #pragma once
 
-#include "server/dialect/DateAndNumberFormats.h"
+#include "server/dialect/DateFormats.h"
+#include "server/dialect/NumberFormats.h"
 
 // Formats of dates and numbers as PostgreSQL's own functions and ours understand them.
 namespace dialect {

@@ -1,8 +1,9 @@
 #include "server/dialect/SqliteFunctions.h"
 
-#include "server/dialect/DateAndNumberFormats.h"
+#include "server/dialect/DateFormats.h"
 #include "server/dialect/LikePattern.h"
 #include "server/dialect/Limits.h"
+#include "server/dialect/NumberFormats.h"
 #include "server/dialect/Refusals.h"
 #include "wire/Error.h"
 

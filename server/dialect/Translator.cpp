@@ -1,5 +1,6 @@
-#include "server/dialect/DateAndNumberFormats.h"
+#include "server/dialect/DateFormats.h"
 #include "server/dialect/Limits.h"
+#include "server/dialect/NumberFormats.h"
 #include "server/dialect/Parse.h"
 #include "server/dialect/Printer.h"
 #include "server/dialect/Refusals.h"

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-// The formats of to_date, to_char and to_number, read and written as the company's database does.
+// The formats of dates, read and written as the company's database does.
 namespace dialect {
 
 // A date format: yyyy, yyy, yy, rrrr, rr, mm, mon, month, dd, day, dy, hh24, hh12, hh, mi, ss, am, pm; for
@@ -95,31 +95,5 @@ wire::DateTime Round(wire::DateTime date, DateUnit unit);
 wire::DateTime AddMonths(wire::DateTime date, qint64 months);
 wire::DateTime LastDay(wire::DateTime date);
 double MonthsBetween(wire::DateTime later, wire::DateTime earlier);
-
-// A number format of 9, 0, one point (. or d), groups (, or g) and fm.
-class NumberMask {
-public:
-    // Raises wire::Error (Data).
-    explicit NumberMask(const QString& mask);
-    QString Write(double value) const; // # signs where it does not fit
-    std::optional<double> Read(QStringView text) const;
-
-    const QString& Whole() const noexcept { return whole_; }
-    const QString& Fraction() const noexcept { return fraction_; }
-    bool Fills() const noexcept { return fill_; }
-    qsizetype Width() const noexcept; // of what is written, its sign included
-
-private:
-    QString whole_; // 9, 0 and commas before the point
-    QString fraction_; // 9 and 0 after it
-    bool fill_ = true; // blanks to the full width
-};
-
-// Without a format: plain digits, no zero before the point.
-QString NumberText(double value);
-std::optional<double> ReadNumber(QStringView text);
-// Half away from zero, at `places` digits after the point, of the number as its 15 digits read.
-double RoundNumber(double value, qint64 places);
-double TruncateNumber(double value, qint64 places);
 
 } // namespace dialect
