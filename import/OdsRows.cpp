@@ -1,33 +1,16 @@
 #include "import/OdsRows.h"
 
+#include "import/ZipEntry.h"
+
 #include <QXmlStreamReader>
 
-#include <orcus/zip_archive.hpp>
-#include <orcus/zip_archive_stream.hpp>
-
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-std::vector<unsigned char> ContentOf(const QByteArray& odsFile)
-{
-    orcus::zip_archive_stream_blob stream(
-        reinterpret_cast<const unsigned char*>(odsFile.constData()), static_cast<size_t>(odsFile.size()));
-    orcus::zip_archive archive(&stream);
-    archive.load();
-    std::vector<unsigned char> content;
-    archive.read_file_entry("content.xml", content);
-    return content;
-}
-
-} // namespace
 
 std::vector<std::vector<TRepeatedRow>> RepeatedRows(const QByteArray& odsFile)
 {
     std::vector<std::vector<TRepeatedRow>> tables;
-    const std::vector<unsigned char> content = ContentOf(odsFile);
-    QXmlStreamReader xml(QByteArray::fromRawData(
-        reinterpret_cast<const char*>(content.data()), static_cast<qsizetype>(content.size())));
+    const std::vector<unsigned char> content = ZipEntry(odsFile, "content.xml");
+    QXmlStreamReader xml(BytesOf(content));
     int row = 0;
     int count = 0;
     bool filled = false;

@@ -23,35 +23,11 @@ QString FromUtf8(std::string_view text)
     throw wire::Error(wire::ErrorKind::Limit, u"文件超过了%1，没有读取。请分成几个文件再导入。"_s.arg(what));
 }
 
-// "AB12". Letters and digits of a damaged file may be anything.
-address_t ParseAddress(std::string_view text)
-{
-    address_t address{0, 0};
-    size_t i = 0;
-    for (; i < text.size() && address.column < 100'000; ++i) {
-        const char letter = text[i];
-        if (letter == '$')
-            continue;
-        if (letter < 'A' || letter > 'Z')
-            break;
-        address.column = address.column * 26 + (letter - 'A' + 1);
-    }
-    for (; i < text.size() && address.row < 10'000'000; ++i) {
-        if (text[i] >= '0' && text[i] <= '9')
-            address.row = address.row * 10 + (text[i] - '0');
-        else if (text[i] != '$')
-            break;
-    }
-    --address.row;
-    --address.column;
-    return address;
-}
-
 class TAddresses : public iface::import_reference_resolver {
 public:
     src_address_t resolve_address(std::string_view text) override
     {
-        const address_t address = ParseAddress(text);
+        const address_t address = CellAddress(text);
         return {0, address.row, address.column};
     }
     src_range_t resolve_range(std::string_view text) override
@@ -199,6 +175,8 @@ public:
     void set_result_empty() override { }
     void commit() override { }
 
+    void SetText(int row, int column, const QString& text) { Put(row, column, text); }
+
     void Repeat(int row, int count)
     {
         if (row < 0 || static_cast<size_t>(row) >= rows_.size())
@@ -286,6 +264,29 @@ private:
 
 } // namespace
 
+address_t CellAddress(std::string_view text)
+{
+    address_t address{0, 0};
+    size_t i = 0;
+    for (; i < text.size() && address.column < 100'000; ++i) {
+        const char letter = text[i];
+        if (letter == '$')
+            continue;
+        if (letter < 'A' || letter > 'Z')
+            break;
+        address.column = address.column * 26 + (letter - 'A' + 1);
+    }
+    for (; i < text.size() && address.row < 10'000'000; ++i) {
+        if (text[i] >= '0' && text[i] <= '9')
+            address.row = address.row * 10 + (text[i] - '0');
+        else if (text[i] != '$')
+            break;
+    }
+    --address.row;
+    --address.column;
+    return address;
+}
+
 class TSheetCells::Private {
 public:
     explicit Private(const TSheetBudget& budget)
@@ -317,6 +318,14 @@ void TSheetCells::RepeatRow(size_t table, int row, int count)
 {
     if (table < d_->tables.size())
         d_->tables[table]->Repeat(row, count);
+}
+
+void TSheetCells::SetText(const QString& table, int row, int column, const QString& text)
+{
+    for (const auto& each : d_->tables) {
+        if (each->name == table)
+            each->SetText(row, column, text);
+    }
 }
 
 iface::import_global_settings* TSheetCells::get_global_settings()

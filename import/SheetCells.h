@@ -6,6 +6,9 @@
 
 #include <memory>
 
+// The place that "AB12" names, from 0. Letters and digits of a damaged file may be anything.
+orcus::spreadsheet::address_t CellAddress(std::string_view text);
+
 // Takes the cells of all tables from liborcus, as it parses the file, and hands out the first table that
 // holds anything.
 class TSheetCells : public orcus::spreadsheet::iface::import_factory {
@@ -14,6 +17,8 @@ public:
     ~TSheetCells() override;
 
     TSheet FirstTable() const;
+    // Sets a cell that liborcus left out.
+    void SetText(const QString& table, int row, int column, const QString& text);
     // Copies a row of the table into those below it, until there are `count` of them.
     void RepeatRow(size_t table, int row, int count);
 

@@ -1,13 +1,11 @@
 #include "import/SheetFile.h"
 
+#include "import/ZipEntry.h"
 #include "wire/Error.h"
 
 #include <QFile>
 #include <QStringDecoder>
 #include <QtEndian>
-
-#include <orcus/zip_archive.hpp>
-#include <orcus/zip_archive_stream.hpp>
 
 #include <optional>
 
@@ -78,26 +76,6 @@ TArchive ReadDirectory(QByteArrayView bytes)
     return archive;
 }
 
-bool EntryContains(const QByteArray& bytes, const QByteArray& name, QByteArrayView text)
-{
-    orcus::zip_archive_stream_blob stream(
-        reinterpret_cast<const unsigned char*>(bytes.constData()), static_cast<size_t>(bytes.size()));
-    orcus::zip_archive archive(&stream);
-    archive.load();
-    std::vector<unsigned char> entry;
-    return archive.read_file_entry(name.toStdString(), entry)
-        && QByteArrayView(entry.data(), static_cast<qsizetype>(entry.size())).contains(text);
-}
-
-// Texts that stand in the cells themselves, as some programs write them, are lost on liborcus.
-void RefuseInlineTexts(const QByteArray& bytes, const TArchive& archive)
-{
-    for (const QByteArray& name : archive.names) {
-        if (name.startsWith("xl/worksheets/") && EntryContains(bytes, name, "\"inlineStr\""))
-            RaiseData(u"这个文件不是表格软件保存的，文字读不出来。请用表格软件打开，另存以后再导入。"_s);
-    }
-}
-
 TSheetKind KindOfArchive(const QByteArray& bytes, const TSheetBudget& budget)
 {
     const TArchive archive = ReadDirectory(bytes);
@@ -106,13 +84,11 @@ TSheetKind KindOfArchive(const QByteArray& bytes, const TSheetBudget& budget)
             u"文件解开以后有%1MB，超过了%2MB，没有读取。请分成几个文件再导入。"_s
                 .arg(archive.unpackedBytes >> 20)
                 .arg(budget.unpackedBytes >> 20));
-    if (archive.names.contains("xl/workbook.xml")) {
-        RefuseInlineTexts(bytes, archive);
+    if (archive.names.contains("xl/workbook.xml"))
         return TSheetKind::Xlsx;
-    }
     if (!archive.names.contains("content.xml"))
         RaiseBroken();
-    if (EntryContains(bytes, "META-INF/manifest.xml", "encryption-data"))
+    if (BytesOf(ZipEntry(bytes, "META-INF/manifest.xml")).contains("encryption-data"))
         RaisePassword();
     return TSheetKind::Ods;
 }

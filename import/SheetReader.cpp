@@ -1,5 +1,6 @@
 #include "import/SheetReader.h"
 
+#include "import/InlineTexts.h"
 #include "import/OdsRows.h"
 #include "import/SheetCells.h"
 #include "import/SheetFile.h"
@@ -50,6 +51,14 @@ void ParseCsv(QByteArray text, TSheetCells& cells)
     parser.parse();
 }
 
+void ParseXlsx(const QByteArray& file, TSheetCells& cells)
+{
+    orcus::orcus_xlsx(&cells).read_stream({file.constData(), static_cast<size_t>(file.size())});
+    ReadInlineTexts(file, [&](const QString& table, int row, int column, const QString& text) {
+        cells.SetText(table, row, column, text);
+    });
+}
+
 void ParseOds(const QByteArray& file, TSheetCells& cells)
 {
     orcus::orcus_ods(&cells).read_stream({file.constData(), static_cast<size_t>(file.size())});
@@ -64,8 +73,7 @@ void Parse(const TSheetFile& file, TSheetCells& cells)
 {
     switch (file.kind) {
     case TSheetKind::Xlsx:
-        orcus::orcus_xlsx(&cells).read_stream(
-            {file.bytes.constData(), static_cast<size_t>(file.bytes.size())});
+        ParseXlsx(file.bytes, cells);
         break;
     case TSheetKind::Ods:
         ParseOds(file.bytes, cells);

@@ -1,5 +1,7 @@
 #include "dispatch/frm_order_pda.h"
+#include "framework/GridRows.h"
 #include "framework/RowFields.h"
+#include "import/SheetWriter.h"
 #include "import/frm_Import.h"
 #include "module/data/dm_GlobalData.h"
 #include "tests/import/SheetFiles.h"
@@ -147,6 +149,36 @@ TEST_F(Import, EveryOrderIsCheckedAndSavedUnderItsOwnNumberAndTheRestCanBeCorrec
     Click(u"Button2"_s, desk.host.Folder.filePath(u"t.csv"_s));
     EXPECT_EQ(ReadSheet(desk.host.Folder.filePath(u"t.csv"_s)).Text(0, 0), u"业务员"_s)
         << "the number is given";
+}
+
+TEST_F(Import, ListsAndTemplatesThatTheClientWroteAreReadBack)
+{
+    OpenForm();
+    const QString csv = desk.host.Folder.filePath(u"a.csv"_s);
+    const QString list = desk.host.Folder.filePath(u"list.xlsx"_s);
+    WriteSheet(csv, {kHeadings, With(kOrder, 1, u"2024-02-01 08:00:00"_s)});
+    ImportFile(csv);
+    ASSERT_EQ(desk.saves.size(), 1U);
+    cds->Append();
+    for (const QString& field :
+        {u"REC_GOODS_MAN"_s, u"SEND_START_TIME"_s, u"PHONE"_s, u"NAME"_s, u"PROV"_s, u"CITY"_s, u"COUNTY"_s,
+            u"ADDRESS"_s, u"SEND_PROV"_s, u"SEND_CITY"_s, u"SEND_COUNTY"_s, u"BL_INSURANCE"_s})
+        cds->FieldByName(field).SetAsString(wire::ToText(SavedValue(desk.saves[0], 0, field)));
+    cds->FieldByName(u"TOTAL_WEIGHT").SetAsFloat(2.5);
+    cds->Post();
+    {
+        TGridRows rows(*grid, false);
+        ASSERT_TRUE(WriteXlsx(rows, list, {}));
+    }
+    cds->Cancel();
+    cds->UndoCurrentRow();
+    EXPECT_EQ(ImportFile(list), u"保存了 1 张订单，0 张没有导入。"_s);
+    ASSERT_EQ(desk.saves.size(), 2U);
+    for (const QString& field : {u"REC_GOODS_MAN"_s, u"SEND_START_TIME"_s, u"PHONE"_s, u"SEND_COUNTY"_s,
+             u"ADDRESS"_s, u"BL_INSURANCE"_s})
+        EXPECT_EQ(SavedValue(desk.saves[1], 0, field), SavedValue(desk.saves[0], 0, field))
+            << qUtf8Printable(field);
+    EXPECT_EQ(wire::ToText(SavedValue(desk.saves[1], 0, u"TOTAL_WEIGHT"_s)), u"2.5"_s);
 }
 
 TEST_F(Import, ANumberTakenMeanwhileIsAskedForAgainAndARefusedOrderIsLeftOut)
