@@ -54,7 +54,6 @@ TDataView::TDataView(QWidget* parent, const QString& name)
         Qt::QueuedConnection);
     setFocusProxy(DataViewGrid);
 
-    DataViewGrid->setFont(ScreenFont());
     DataViewGrid->setAccessibleName(u"列表"_s);
     DataViewGrid->AllowInsert = false;
     DataViewGrid->AllowDelete = false;

@@ -2,16 +2,11 @@
 
 #include "framework/LabelledControls.h"
 #include "module/data/DataSetRows.h"
+#include "runtime/ui/ListStyle.h"
 
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-const QColor kRefusedColor(0xFF, 0xC8, 0x8A);
-
-} // namespace
 
 TRefusedRows::TRefusedRows(TDataView& view, QStringView keyFields, const QString& legend)
     : QWidget(&view)
@@ -25,7 +20,13 @@ TRefusedRows::TRefusedRows(TDataView& view, QStringView keyFields, const QString
     auto* lines = new QVBoxLayout(this);
     lines->setContentsMargins(0, 0, 0, 3);
     lines->setSpacing(0);
-    lines->addWidget(NewLegend(this, kRefusedColor, legend));
+    QWidget* line = NewLegend(this, ListStyle().refused, legend);
+    lines->addWidget(line);
+    connect(&TListStyles::Instance(), &TListStyles::Changed, line, [patch = line->findChild<QFrame*>()] {
+        QPalette palette = patch->palette();
+        palette.setColor(QPalette::Window, ListStyle().refused);
+        patch->setPalette(palette);
+    });
     lines->addWidget(reason_);
     reason_->setContentsMargins(8, 0, 8, 0);
     view.layout()->addWidget(this);
@@ -36,7 +37,7 @@ TRefusedRows::TRefusedRows(TDataView& view, QStringView keyFields, const QString
         if (before)
             before(column, viewRow, params);
         if (Holds(viewRow))
-            params.background = kRefusedColor;
+            params.background = ListStyle().refused;
     };
     connect(rows_, &TClientDataSetEx::DataReset, this, &TRefusedRows::Read);
     connect(rows_, &TClientDataSetEx::CursorMoved, this, &TRefusedRows::ShowReason);

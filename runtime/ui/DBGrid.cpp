@@ -3,6 +3,7 @@
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBGridPrivate.h"
 #include "runtime/ui/Forms.h"
+#include "runtime/ui/ListStyle.h"
 #include "runtime/ui/Style.h"
 
 #include <QAbstractButton>
@@ -36,7 +37,8 @@ TDBGridEh::TDBGridEh(QWidget* parent, const QString& name)
 {
     setObjectName(name);
     InstallFontSubstitutes();
-    setFont(ScreenFont());
+    setFont(ListFont());
+    connect(&TListStyles::Instance(), &TListStyles::Changed, this, [this] { d_->ApplyListStyle(); });
     setEditTriggers(NoEditTriggers);
     setSelectionMode(NoSelection);
     setSelectionBehavior(SelectItems);

@@ -1,5 +1,6 @@
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBGridPrivate.h"
+#include "runtime/ui/ListStyle.h"
 #include "runtime/ui/LookupCompletion.h"
 #include "runtime/ui/Style.h"
 
@@ -165,7 +166,7 @@ int TDBGridEh::FrozenCols() const noexcept
 void TDBGridEh::Private::ApplyColumns()
 {
     const QFontMetrics metrics(q->font());
-    rowHeight = metrics.height() + Scaled(*q, 4);
+    rowHeight = metrics.height() + Scaled(*q, ListStyle().rowSpace);
     frozen = std::min(frozen, int(columns.size()));
     texts.Clear();
     indicator->setMinimumSectionSize(rowHeight);
@@ -176,7 +177,7 @@ void TDBGridEh::Private::ApplyColumns()
         columns[size_t(i)].rowNumber = !rowNumberTitle.isEmpty() && column.title == rowNumberTitle;
         header->setSectionHidden(i, !column.visible);
         if (column.visible)
-            header->resizeSection(i, std::max(Scaled(*q, column.width), Scaled(*q, 8)));
+            header->resizeSection(i, std::max(ShownWidth(*q, column.width), Scaled(*q, 8)));
     }
     header->blockSignals(blocked);
     if (!ShownColumn(currentColumn))
@@ -185,6 +186,19 @@ void TDBGridEh::Private::ApplyColumns()
     q->updateGeometries();
     q->viewport()->update();
     footer->update();
+}
+
+// Rows of another height move: the current one stays in sight if it was.
+void TDBGridEh::Private::ApplyListStyle()
+{
+    const bool seen = q->isVisible() && RowPlace() >= 0;
+    q->setFont(ListFont());
+    if (editor)
+        editor->setFont(q->font());
+    ApplyColumns();
+    if (seen)
+        q->scrollTo(q->currentIndex());
+    indicator->viewport()->update();
 }
 
 bool TDBGridEh::Private::ShownColumn(int column) const

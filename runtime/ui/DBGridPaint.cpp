@@ -1,4 +1,5 @@
 #include "runtime/ui/DBGridPrivate.h"
+#include "runtime/ui/ListStyle.h"
 #include "runtime/ui/Style.h"
 #include "wire/Error.h"
 
@@ -96,10 +97,12 @@ void TDBGridEh::Private::PaintRows(QPainter& painter, const QRect& dirty, bool f
     const QColor base = palette.color(QPalette::Base);
     const QColor highlight = palette.color(QPalette::Highlight);
     const int currentRow = CurrentRow();
-    const TCellParams plain{base, palette.color(QPalette::Text), q->font()};
+    const QColor stripe = ListStyle().stripes ? Mixed(base, highlight, 0.09) : base;
+    TCellParams plain{base, palette.color(QPalette::Text), q->font()};
     std::vector<TCellParams> params(places.size());
     for (int row = firstRow; row <= lastRow; ++row) {
         const int top = row * rowHeight - offset;
+        plain.background = row % 2 == 0 ? base : stripe;
         const bool marked = !selected.empty() && selected.contains(open.ViewBookmark(row));
         const int foundColumn = found.row && open.ViewBookmark(row) == found.row ? found.column : -1;
         for (size_t i = 0; i < places.size(); ++i) {
@@ -109,7 +112,7 @@ void TDBGridEh::Private::PaintRows(QPainter& painter, const QRect& dirty, bool f
             // stand out, and each still shows its own.
             QColor& background = params[i].background;
             if (!background.isValid())
-                background = base;
+                background = plain.background;
             if (marked)
                 background = Mixed(background, highlight, 0.34);
             if (row == currentRow)

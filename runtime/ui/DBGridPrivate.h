@@ -91,6 +91,7 @@ public:
     int frozen = 0;
     int currentColumn = 0;
     void ApplyColumns();
+    void ApplyListStyle();
     void ColumnsReordered();
     void ShowColumn(int column, bool on); // the user's wish, not the program's
     QString rowNumberTitle;

@@ -1,6 +1,7 @@
 #include "runtime/ui/GridHeader.h"
 
 #include "runtime/ui/DBGridPrivate.h"
+#include "runtime/ui/ListStyle.h"
 #include "runtime/ui/Style.h"
 
 #include <QApplication>
@@ -299,7 +300,7 @@ void TGridHeader::mouseMoveEvent(QMouseEvent* event)
     case Drag::Resize: {
         const int width = std::max(Scaled(*this, 8), dragWidth_ + x - dragStart_);
         resizeSection(dragColumn_, width);
-        grid_->d_->columns[size_t(dragColumn_)].info.width = qRound(width * 96.0 / logicalDpiX());
+        grid_->d_->columns[size_t(dragColumn_)].info.width = DescribedWidth(*this, width);
         viewport()->update();
         grid_->updateGeometries();
         grid_->viewport()->update();
@@ -376,7 +377,7 @@ void TGridHeader::FitColumn(int column)
     for (int row = first; row <= last; ++row)
         width = std::max(width, metrics.horizontalAdvance(grid_->CellText(row, column)) + Scaled(*this, 9));
     width = std::min(width, Scaled(*this, 600));
-    grid_->ModifyColumn(column, [&](TColumnEh& info) { info.width = qRound(width * 96.0 / logicalDpiX()); });
+    grid_->ModifyColumn(column, [&](TColumnEh& info) { info.width = DescribedWidth(*this, width); });
 }
 
 // Which columns are shown, and the ways back.

@@ -1,5 +1,7 @@
 #include "runtime/ui/Style.h"
 
+#include "runtime/ui/ListStyle.h"
+
 #include <QApplication>
 #include <QColor>
 #include <QFont>
@@ -93,17 +95,20 @@ QColor UnknownTextColor()
 
 QColor ChangedCellColor()
 {
-    return {0xD9, 0x5F, 0x0E};
+    return ListStyle().unsaved;
 }
 
 QColor FoundCellColor()
 {
-    return {0xff, 0xf1, 0xb8};
+    // Lighter than the letters' own, which lie over it.
+    const QColor letters = FoundTextColor();
+    const auto paler = [](int part) { return part + (255 - part) * 3 / 5; };
+    return {paler(letters.red()), paler(letters.green()), paler(letters.blue())};
 }
 
 QColor FoundTextColor()
 {
-    return {0xff, 0xc5, 0x3d};
+    return ListStyle().found;
 }
 
 QIcon DropDownIcon()

@@ -52,7 +52,7 @@ for (;;) {
     } else {
         assertEqual(told, "详细：保存失败");
         assert(screen.control("RefusedRows").visible, "which orders");
-        const refused = free.filter(row => grid.color(row) === "#ffc88a");
+        const refused = free.filter(row => grid.color(row) === "#f2a65e");
         assert(refused.length > 0 && refused.length <= free.length, "are marked");
         grid.current = refused[0];
         assert(screen.control("RefusedReason").visible, "and why");
