@@ -1,5 +1,6 @@
 // What leaves the grid and what comes into it by the clipboard.
 
+#include "runtime/data/SocketConnection.h"
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBGridPrivate.h"
 #include "wire/Error.h"
@@ -203,14 +204,19 @@ void TDBGridEh::Private::Paste()
     }
     const size_t count = std::min(rows.size(), lines.size());
     const TBookmark current = open->Bookmark();
+    // Rules that ask a server which is gone would make every further row wait for it anew.
+    const TSocketConnectionEx* server = open->RemoteServer();
+    const bool connected = server && server->Connected();
+    bool lost = false;
     QStringList refused;
     size_t taken = 0;
+    size_t left = count;
     const QPointer<TDBGridEh> alive(q);
     {
         const BusyCursor busy;
         GatheredMessages messages;
         open->DisableControls();
-        for (size_t i = 0; i < count && alive && open->Active(); ++i) {
+        for (size_t i = 0; i < count && alive && open->Active() && !lost; ++i, --left) {
             if (!open->GotoBookmark(rows[i]))
                 continue;
             const QString name = u"第%1行"_s.arg(CurrentRow() + 1);
@@ -220,6 +226,7 @@ void TDBGridEh::Private::Paste()
                 ++taken;
             else
                 refused += u"%1：%2"_s.arg(name, said.isEmpty() ? refusal : said);
+            lost = connected && !refusal.isEmpty() && !server->Connected();
         }
         if (!alive)
             return;
@@ -229,6 +236,8 @@ void TDBGridEh::Private::Paste()
     QString summary = u"粘贴了%1行。"_s.arg(taken);
     if (lines.size() > count)
         summary += u"\n还有%1行没有对应的行，没有粘贴。"_s.arg(lines.size() - count);
+    if (lost && left > 0)
+        summary += u"\n连接断开了，余下的%1行没有粘贴。"_s.arg(left);
     if (!refused.isEmpty()) {
         summary += u"\n%1行没有接受：\n"_s.arg(refused.size()) + refused.mid(0, kReasonsShown).join(u'\n');
         if (refused.size() > kReasonsShown)

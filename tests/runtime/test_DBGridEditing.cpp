@@ -1,4 +1,6 @@
+#include "runtime/data/SocketConnection.h"
 #include "runtime/ui/DBControls.h"
+#include "runtime/ui/ListStyle.h"
 #include "runtime/ui/Style.h"
 #include "tests/runtime/GridFixture.h"
 
@@ -130,10 +132,45 @@ TEST_F(DBGridEditingTest, APastedColumnGoesThroughTheRulesRowByRow)
     EXPECT_EQ(paste(u"接单失败"_s), u"粘贴了3行。"_s) << "one value for all of them";
     EXPECT_EQ(Joined(orders, u"STATUS"), u"2 2 2"_s);
     EXPECT_TRUE(paste(u"没有的状态"_s).contains(u"第3行：“没有的状态”不在列表中"_s));
+    EXPECT_TRUE(paste(u"0\n1\n2\n0\n1"_s).startsWith(u"粘贴了3行。\n还有2行没有对应的行"_s))
+        << "no more than selected";
+    grid.SelectField(u"AMOUNT");
+    EXPECT_TRUE(paste(u"7\n七\n9"_s).startsWith(u"粘贴了2行。\n1行没有接受：\n第2行："_s));
+    EXPECT_EQ(Joined(orders, u"AMOUNT"), u"7  9"_s);
     grid.SelectField(u"ID");
     EXPECT_TRUE(paste(u"D9"_s).contains(u"不能修改"_s));
     EXPECT_EQ(Joined(orders, u"ID"), u"D1 D2 D3"_s);
     EXPECT_TRUE(Application->Unattended);
+}
+
+TEST_F(DBGridEditingTest, APasteEndsWhereItsRulesLoseTheServer)
+{
+    Open(OrderGridColumns());
+    TFakeServer server;
+    TSocketConnectionEx connection;
+    connection.SetTransport(server.MakeTransport());
+    connection.Open(u"a"_s, u"right"_s);
+    orders.SetRemoteServer(&connection);
+    orders.BeforePost = [&] {
+        if (orders.RecNo() == 2)
+            server.Faults = {Fault::LoseRequest};
+        wire::Request rule;
+        rule.kind = wire::RequestKind::Execute;
+        struct : wire::ReplySink {
+            void Columns(const wire::ColumnInfos&) override { }
+            void Rows(std::vector<wire::Column>) override { }
+        } nothing;
+        connection.Send(rule, nothing);
+    };
+    grid.SelectField(u"SITE");
+    QApplication::clipboard()->setText(u"甲\n乙\n丙"_s);
+    Key(Qt::Key_V, Qt::ControlModifier);
+    const QString summary = Application->ShownMessages().back().text;
+    EXPECT_TRUE(summary.startsWith(u"粘贴了1行。\n连接断开了，余下的1行没有粘贴。\n1行没有接受：\n第2行："_s))
+        << summary;
+    EXPECT_EQ(Joined(orders, u"SITE"), u"甲 北京 "_s);
+    EXPECT_EQ(orders.State(), TDataSetState::Browse);
+    orders.SetRemoteServer(nullptr);
 }
 
 TEST_F(DBGridEditingTest, AnEditRefusedBeforeItBeginsChangesNothing)
@@ -374,6 +411,38 @@ TEST_F(DBGridEditingTest, LeavingTheGridKeepsWhatWasTyped)
     EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"成都"_s);
     EXPECT_EQ(QApplication::focusWidget(), &elsewhere);
     EXPECT_EQ(orders.State(), TDataSetState::Edit) << "the row itself is not posted by that";
+}
+
+TEST_F(DBGridEditingTest, AnotherListStyleLosesNeitherEditNorSelection)
+{
+    Open(OrderGridColumns());
+    orders.First();
+    grid.SelectRows({orders.ViewBookmark(0), orders.ViewBookmark(2)});
+    grid.SelectField(u"SITE");
+    Type(u"苏");
+    QWidget* editor = QApplication::focusWidget();
+    const int height = grid.RowHeight();
+    const int width = grid.columnWidth(grid.SelectedIndex());
+    TListStyles::Instance().Set({.fontSize = 24, .rowSpace = 10, .stripes = true});
+    EXPECT_GT(grid.RowHeight(), height * 3 / 2);
+    EXPECT_EQ(grid.columnWidth(grid.SelectedIndex()), width * 2) << "wide enough for the same text";
+    ASSERT_EQ(QApplication::focusWidget(), editor);
+    EXPECT_TRUE(grid.visualRect(grid.currentIndex()).contains(editor->geometry()));
+    EXPECT_EQ(editor->font().pixelSize(), grid.font().pixelSize());
+    EXPECT_EQ(Selected(), u"D1 D3"_s);
+    const QImage rows = grid.viewport()->grab().toImage();
+    const auto ground = [&](int row) {
+        return rows.pixelColor(CellCentre(row, 0).x(), grid.RowHeight() * row + 2);
+    };
+    EXPECT_NE(ground(1), QColor(Qt::white)) << "every other row";
+
+    Type(u"州");
+    Key(Qt::Key_Return);
+    TListStyles::Instance().Set({});
+    EXPECT_EQ(grid.RowHeight(), height);
+    EXPECT_EQ(grid.columnWidth(grid.ColumnIndex(u"SITE")), width);
+    EXPECT_EQ(orders.ViewText(0, 2), u"苏州"_s);
+    EXPECT_TRUE(orders.IsEditing());
 }
 
 TEST_F(DBGridEditingTest, ClosingTheDataSetUnderAnOpenEditorIsHarmless)
