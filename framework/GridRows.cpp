@@ -55,7 +55,8 @@ void TGridRows::AddColumn(int index)
     sources_.push_back({.column = index,
         .field = field,
         .plain = valued && shown.displayFormat.isEmpty(),
-        .tick = shown.style == TColumnStyle::CheckBox});
+        .tick = shown.style == TColumnStyle::CheckBox,
+        .stored = field >= 0 ? &dataSet_.StoredColumn(field) : nullptr});
     if (index < grid_.FrozenCols())
         ++frozen_;
 }
@@ -67,23 +68,44 @@ TExportCell TGridRows::Cell(int row, int column)
         return {.empty = false, .number = double(row + 1)};
     const int viewRow = ViewRow(row);
     const TExportKind kind = columns_[static_cast<size_t>(column)].kind;
-    if (kind != TExportKind::Text) {
-        const wire::Value value = dataSet_.ViewValue(viewRow, source.field);
-        if (const auto* moment = std::get_if<wire::DateTime>(&value))
-            return {.empty = false, .moment = *moment};
-        if (const auto* whole = std::get_if<qint64>(&value))
-            return {.empty = false, .number = double(*whole)};
-        const auto* number = std::get_if<double>(&value);
-        return number ? TExportCell{.empty = false, .number = *number} : TExportCell{};
+    if (kind != TExportKind::Text || source.plain) {
+        const qint64 stored = dataSet_.StoredRow(viewRow, source.field);
+        return stored >= 0 ? StoredCell(source, kind, stored) : EditedCell(source, kind, viewRow);
     }
     if (source.tick && dataSet_.ViewIsNull(viewRow, source.field))
         return {};
-    QString text =
-        source.plain ? dataSet_.ViewText(viewRow, source.field) : grid_.CellText(viewRow, source.column);
-    if (source.tick)
-        text = text == u"1"_s ? u"是"_s : u"否"_s;
-    text_ = text.toUtf8();
+    const QString text = grid_.CellText(viewRow, source.column);
+    text_ = source.tick ? (text == u"1"_s ? "是"_ba : "否"_ba) : text.toUtf8();
     return {.empty = text_.isEmpty(), .text = text_};
+}
+
+TExportCell TGridRows::StoredCell(const TSource& source, TExportKind kind, qint64 row) const
+{
+    const wire::Column& cells = *source.stored;
+    if (kind == TExportKind::Text) {
+        const QByteArrayView text = cells.TextAt(row);
+        return {.empty = text.isEmpty(), .text = text};
+    }
+    if (cells.IsNull(row))
+        return {};
+    if (kind == TExportKind::Moment)
+        return {.empty = false, .moment = {cells.IntegerAt(row)}};
+    return {.empty = false, .number = cells.NumberAt(row)};
+}
+
+TExportCell TGridRows::EditedCell(const TSource& source, TExportKind kind, int viewRow)
+{
+    if (kind == TExportKind::Text) {
+        text_ = dataSet_.ViewText(viewRow, source.field).toUtf8();
+        return {.empty = text_.isEmpty(), .text = text_};
+    }
+    const wire::Value value = dataSet_.ViewValue(viewRow, source.field);
+    if (const auto* moment = std::get_if<wire::DateTime>(&value))
+        return {.empty = false, .moment = *moment};
+    if (const auto* whole = std::get_if<qint64>(&value))
+        return {.empty = false, .number = double(*whole)};
+    const auto* number = std::get_if<double>(&value);
+    return number ? TExportCell{.empty = false, .number = *number} : TExportCell{};
 }
 
 QString TGridRows::Footer(int row, int column) const

@@ -22,17 +22,21 @@ public:
     QString Footer(int row, int column) const override;
 
 private:
-    void AddColumn(int index);
-    int ViewRow(int row);
-
-    const TDBGridEh& grid_;
-    const TClientDataSetEx& dataSet_;
     struct TSource {
         int column; // of the grid
         int field; // -1: its row number
         bool plain; // the text as stored
         bool tick;
+        const wire::Column* stored; // nullptr: a row number
     };
+
+    void AddColumn(int index);
+    int ViewRow(int row);
+    TExportCell StoredCell(const TSource& source, TExportKind kind, qint64 row) const;
+    TExportCell EditedCell(const TSource& source, TExportKind kind, int viewRow);
+
+    const TDBGridEh& grid_;
+    const TClientDataSetEx& dataSet_;
     std::vector<TSource> sources_; // parallel to columns_
     std::vector<TExportColumn> columns_;
     std::vector<TBookmark> rows_;

@@ -19,7 +19,7 @@ struct TExportColumn {
     QString format{}; // numbers: decimals as "0.00"; moments: "yyyy-mm-dd hh:nn:ss"
 };
 
-// What stands in a cell, by the kind of its column. The text is UTF-8, ended by a zero that does not count.
+// What stands in a cell, by the kind of its column. The text is UTF-8, without a zero at its end.
 struct TExportCell {
     bool empty = true;
     QByteArrayView text{};

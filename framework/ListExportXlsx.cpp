@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <future>
+#include <string>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -180,7 +181,8 @@ private:
             lxw_error error = LXW_NO_ERROR;
             switch (columns_[i].kind) {
             case TExportKind::Text:
-                error = worksheet_write_string(sheet_, next_, column, cell.text.data(), formats_[i]);
+                text_.assign(cell.text.data(), static_cast<size_t>(cell.text.size()));
+                error = worksheet_write_string(sheet_, next_, column, text_.c_str(), formats_[i]);
                 break;
             case TExportKind::Number:
                 error = worksheet_write_number(sheet_, next_, column, cell.number, formats_[i]);
@@ -252,6 +254,7 @@ private:
     std::vector<lxw_worksheet*> sheets_;
     lxw_worksheet* sheet_ = nullptr; // the last of them
     lxw_row_t next_ = 0;
+    std::string text_; // of a cell, ended by a zero for the library
     lxw_format* title_ = nullptr;
     std::vector<lxw_format*> formats_; // by column
     std::vector<lxw_format*> totals_;

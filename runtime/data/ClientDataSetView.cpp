@@ -41,6 +41,19 @@ qint64 TClientDataSetEx::ViewInteger(int viewRow, int field) const
     return CellInteger(d_->Edited(row, field), d_->rows.Column(field), row);
 }
 
+const wire::Column& TClientDataSetEx::StoredColumn(int field) const
+{
+    return d_->rows.Column(field);
+}
+
+qint64 TClientDataSetEx::StoredRow(int viewRow, int field) const
+{
+    if (viewRow < 0 || viewRow >= d_->view.Count())
+        return -1;
+    const RowNumber row = d_->view.RowAt(viewRow);
+    return d_->Edited(row, field) ? -1 : qint64(row);
+}
+
 TBookmark TClientDataSetEx::ViewBookmark(int viewRow) const
 {
     return viewRow < 0 || viewRow >= d_->view.Count() ? 0 : d_->view.RowAt(viewRow) + 1;

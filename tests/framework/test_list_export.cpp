@@ -56,6 +56,22 @@ public:
         {.title = u"订单时间"_s, .kind = TExportKind::Moment}};
 };
 
+// A column of amounts.
+class Numbers final : public TExportRows {
+public:
+    const std::vector<TExportColumn>& Columns() const override { return columns_; }
+    int FrozenColumns() const override { return 0; }
+    int RowCount() const override { return static_cast<int>(values.size()); }
+    TExportCell Cell(int row, int) override { return {.empty = false, .number = values[size_t(row)]}; }
+    int FooterRows() const override { return 0; }
+    QString Footer(int, int) const override { return {}; }
+
+    std::vector<double> values;
+
+private:
+    std::vector<TExportColumn> columns_{{.title = u"金额"_s, .kind = TExportKind::Number}};
+};
+
 class Sheets {
 public:
     explicit Sheets(const QString& path)
@@ -206,6 +222,22 @@ TEST_F(ListExport, CsvKeepsQuotesBreaksAndTextThatLooksLikeAFormula)
     content = Content(local);
     EXPECT_TRUE(content.startsWith("\xD4\xCB\xB5\xA5\xB1\xE0\xBA\xC5,")) << "运单编号";
     EXPECT_EQ(ReadCsv(QString(QStringDecoder("GBK")(content)).toStdString()), expected);
+}
+
+TEST_F(ListExport, CsvHoldsEachDigitOfANumberAndNoExponentThatSpreadsheetsRound)
+{
+    const std::vector<std::pair<double, QByteArray>> cases = {{0, "0"}, {100'000, "100000"}, {0.1, "0.1"},
+        {-0.05, "-0.05"}, {12.30, "12.3"}, {-7, "-7"}, {1.005, "1.005"}, {0.1 + 0.2, "0.30000000000000004"},
+        {9'007'199'254'740.99, "9007199254740.99"}, {1e15, "1e+15"}, {1e300, "1e+300"}, {5e-324, "5e-324"},
+        {0.000001, "0.000001"}};
+    Numbers numbers;
+    for (const auto& [number, text] : cases)
+        numbers.values.push_back(number);
+    const QString path = File(u"numbers.csv"_s);
+    ASSERT_TRUE(WriteCsv(numbers, path, TCsvEncoding::Utf8, {}));
+    const QList<QByteArray> lines = Content(path).split('\n');
+    for (size_t i = 0; i < cases.size(); ++i)
+        EXPECT_EQ(lines[qsizetype(i) + 1].trimmed(), cases[i].second);
 }
 
 TEST_F(ListExport, AFileIsThereWholeOrNotAtAll)
