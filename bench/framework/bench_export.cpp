@@ -1,13 +1,17 @@
 // A list into a file: 500,000 rows of 72 columns from a grid over a dataset. The peers are the library that
-// packs workbooks, given the same cells from memory, and a plain write of the file's own bytes.
+// packs workbooks, given the same cells from memory, and a plain write of the file's own bytes. And 34,000 of
+// them to the clipboard.
 
 #include "framework/GridRows.h"
 #include "runtime/ui/Application.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QKeyEvent>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <benchmark/benchmark.h>
 #include <xlsxwriter.h>
@@ -20,6 +24,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int kColumns = 72;
+constexpr int kCopiedRows = 34'000;
 constexpr int kDistinctRows = 2'000; // they come round again
 constexpr wire::DateTime kFirst{1'700'000'000};
 
@@ -62,10 +67,9 @@ wire::DateTime MomentAt(int row, int column)
     return {kFirst.seconds + row * 61 + column};
 }
 
-wire::RowSet Orders()
+wire::RowSet Orders(int rows)
 {
     wire::RowSet set;
-    const int rows = Rows();
     for (int column = 0; column < kColumns; ++column) {
         set.infos.push_back({u"F%1"_s.arg(column), TypeOf(column)});
         wire::Column& cells = set.columns.emplace_back(TypeOf(column));
@@ -132,9 +136,9 @@ void WriteBare(const QString& path)
 
 class List {
 public:
-    List()
+    explicit List(int rows)
     {
-        orders_.OpenRows(Orders());
+        orders_.OpenRows(Orders(rows));
         source_.SetDataSet(&orders_);
         std::vector<TColumnEh> columns;
         for (int i = 0; i < kColumns; ++i)
@@ -142,7 +146,7 @@ public:
         grid_.SetColumns(std::move(columns));
         grid_.SetDataSource(&source_);
     }
-    const TDBGridEh& Grid() const { return grid_; }
+    TDBGridEh& Grid() { return grid_; }
 
 private:
     TClientDataSetEx orders_;
@@ -153,7 +157,7 @@ private:
 void BM_Xlsx(benchmark::State& state)
 {
     const QTemporaryDir folder;
-    const List list;
+    List list(Rows());
     for (auto _ : state) {
         const qint64 before = Resident();
         qint64 most = before;
@@ -176,7 +180,7 @@ void BM_Csv(benchmark::State& state)
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"list.csv"_s);
-    const List list;
+    List list(Rows());
     for (auto _ : state) {
         const double ours = Seconds([&] {
             TGridRows rows(list.Grid(), false);
@@ -199,6 +203,48 @@ void BM_Csv(benchmark::State& state)
     }
 }
 BENCHMARK(BM_Csv)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+// The longest time that the event loop was not come back to.
+class Gaps {
+public:
+    Gaps()
+    {
+        QObject::connect(&beat_, &QTimer::timeout, &beat_, [this] { Note(); });
+        beat_.start(1);
+        since_.start();
+    }
+    double Longest()
+    {
+        Note();
+        return longest_;
+    }
+
+private:
+    void Note()
+    {
+        longest_ = std::max(longest_, double(since_.nsecsElapsed()) / 1e6);
+        since_.restart();
+    }
+
+    QTimer beat_;
+    QElapsedTimer since_;
+    double longest_ = 0;
+};
+
+void BM_Copy(benchmark::State& state)
+{
+    List list(std::min(Rows(), kCopiedRows));
+    list.Grid().selectAll();
+    for (auto _ : state) {
+        Gaps gaps;
+        QKeyEvent key(QEvent::KeyPress, Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+        const double seconds = Seconds([&] { QApplication::sendEvent(&list.Grid(), &key); });
+        state.counters["copied_ms"] = seconds * 1000;
+        state.counters["longest_gap_ms"] = gaps.Longest();
+        state.counters["lines"] = double(QApplication::clipboard()->text().count(u'\n'));
+    }
+}
+BENCHMARK(BM_Copy)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

@@ -7,59 +7,151 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QElapsedTimer>
 #include <QMimeData>
+#include <QPointer>
+#include <QScopeGuard>
 
+#include <algorithm>
+#include <memory>
+#include <string>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// Tabs and line breaks would split a cell.
-QString OneLine(QString text)
-{
-    for (const QChar separator : {u'\t', u'\r', u'\n'})
-        text.replace(separator, u' ');
-    return text;
-}
+constexpr int kRowsBetweenLooks = 64; // at the clock
+constexpr int kSliceMilliseconds = 40; // of copying, before the window may paint
+
+// Lines of cells as a spreadsheet takes them, between tabs; and, made when somebody asks for it, a table in
+// which whatever is text says so, since a spreadsheet would take a long number for one and round it.
+class CopiedCells final : public QMimeData {
+public:
+    explicit CopiedCells(std::vector<bool> numbers)
+        : numbers_(std::move(numbers))
+    {
+    }
+    // Tabs and line breaks would split the cell.
+    void AddCell(QByteArrayView text)
+    {
+        const auto begin = static_cast<std::ptrdiff_t>(lines_.size());
+        lines_.append(text.data(), static_cast<size_t>(text.size()));
+        std::replace_if(
+            lines_.begin() + begin, lines_.end(),
+            [](char character) { return character == '\t' || character == '\r' || character == '\n'; }, ' ');
+        lines_ += '\t';
+    }
+    void EndLine() { lines_.back() = '\n'; }
+
+    QStringList formats() const override { return {u"text/plain"_s, u"text/html"_s}; }
+
+protected:
+    QVariant retrieveData(const QString& format, QMetaType) const override
+    {
+        if (format == u"text/plain"_s)
+            return QByteArray::fromStdString(lines_);
+        return format == u"text/html"_s ? QVariant(Table()) : QVariant();
+    }
+
+private:
+    QByteArray Table() const
+    {
+        QByteArray table = "<meta charset=\"utf-8\"><table><tr>";
+        size_t column = 0;
+        bool cellBegins = true;
+        for (const char character : lines_) {
+            if (std::exchange(cellBegins, false))
+                table += numbers_[column] ? "<td>" : "<td style=\"mso-number-format:'\\@'\">";
+            switch (character) {
+            case '\t':
+            case '\n':
+                table += "</td>";
+                cellBegins = true;
+                ++column;
+                if (character == '\n') {
+                    table += "</tr><tr>";
+                    column = 0;
+                }
+                break;
+            case '<':
+                table += "&lt;";
+                break;
+            case '>':
+                table += "&gt;";
+                break;
+            case '&':
+                table += "&amp;";
+                break;
+            case '"':
+                table += "&quot;";
+                break;
+            default:
+                table += character;
+            }
+        }
+        table.chop(4); // the row that nothing stands in
+        return table + "</table>";
+    }
+
+    std::vector<bool> numbers_; // by column
+    std::string lines_; // UTF-8
+};
 
 } // namespace
 
-// As a spreadsheet takes them: lines of cells between tabs; and a table in which whatever is text says so,
-// since a spreadsheet would take a long number for one and round it.
+// In slices, between which the window paints. Raises wire::Error (Usage) where the rows are read anew
+// meanwhile; what was copied before then stays.
 void TDBGridEh::Private::Copy(
     const std::vector<int>& rows, const std::vector<int>& copied, bool withTitles) const
 {
+    if (copied.empty())
+        return;
     const TClientDataSetEx& open = *OpenDataSet();
-    std::vector<QString> openings; // of a cell, by column
+    std::vector<bool> numbers;
+    std::vector<const wire::Column*> stored; // shown as they were read; else nullptr
     for (const int column : copied) {
         const TGridColumn& entry = columns[size_t(column)];
-        const bool number = entry.field >= 0 && entry.info.style == TColumnStyle::Text
-            && open.FieldInfo(entry.field).type == wire::ColumnType::Number;
-        openings.push_back(number ? u"<td>"_s : u"<td style=\"mso-number-format:'\\@'\">"_s);
+        const bool plain = entry.field >= 0 && entry.info.style == TColumnStyle::Text;
+        const auto type = plain ? open.FieldInfo(entry.field).type : wire::ColumnType::Integer;
+        numbers.push_back(type == wire::ColumnType::Number);
+        stored.push_back(type == wire::ColumnType::Text && entry.info.nullText.isEmpty()
+                ? &open.StoredColumn(entry.field)
+                : nullptr);
     }
-    QString text;
-    QString html = u"<meta charset=\"utf-8\"><table>"_s;
-    const auto addLine = [&](const auto& cell) {
-        html += u"<tr>"_s;
-        for (size_t i = 0; i < copied.size(); ++i) {
-            const QString shown = OneLine(cell(copied[i]));
-            if (i > 0)
-                text += u'\t';
-            text += shown;
-            html += openings[i] + shown.toHtmlEscaped() + u"</td>"_s;
+    auto cells = std::make_unique<CopiedCells>(std::move(numbers));
+    if (withTitles) {
+        for (const int column : copied)
+            cells->AddCell(columns[size_t(column)].info.title.toUtf8());
+        cells->EndLine();
+    }
+    bool changed = false;
+    const QPointer<TDBGridEh> grid = q;
+    const auto watch =
+        QObject::connect(&open, &TClientDataSetEx::DataReset, q, [&changed] { changed = true; });
+    const auto watched = qScopeGuard([&watch] { QObject::disconnect(watch); });
+    QElapsedTimer slice;
+    slice.start();
+    for (size_t i = 0; i < rows.size(); ++i) {
+        for (size_t k = 0; k < copied.size(); ++k) {
+            const qint64 row =
+                stored[k] ? open.StoredRow(rows[i], columns[size_t(copied[k])].field) : qint64(-1);
+            if (row >= 0)
+                cells->AddCell(stored[k]->TextAt(row));
+            else
+                cells->AddCell(q->CellText(rows[i], copied[k]).toUtf8());
         }
-        text += u'\n';
-        html += u"</tr>"_s;
-    };
-    if (withTitles)
-        addLine([this](int column) { return columns[size_t(column)].info.title; });
-    for (const int row : rows)
-        addLine([this, row](int column) { return q->CellText(row, column); });
-    auto* data = new QMimeData;
-    data->setText(text);
-    data->setHtml(html + u"</table>"_s);
-    QApplication::clipboard()->setMimeData(data);
+        cells->EndLine();
+        if (i % kRowsBetweenLooks != 0 || slice.elapsed() < kSliceMilliseconds)
+            continue;
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+        if (!grid)
+            return;
+        if (changed)
+            throw wire::Error(wire::ErrorKind::Usage, u"列表在复制时变了，没有复制。"_s);
+        slice.restart();
+    }
+    QApplication::clipboard()->setMimeData(cells.release());
 }
 
 // The selected rows; the current cell alone where none or one is selected, unless its title is wanted, too.
@@ -81,7 +173,7 @@ void TDBGridEh::Private::CopyRows(bool withTitles) const
         if (ShownColumn(column))
             shown.push_back(column);
     }
-    Copy(rows, shown, withTitles);
+    Guarded([&] { Copy(rows, shown, withTitles); });
 }
 
 // The current column of the selected rows, of all where fewer than two are.
@@ -97,7 +189,7 @@ void TDBGridEh::Private::CopyColumn() const
         for (size_t i = 0; i < rows.size(); ++i)
             rows[i] = int(i);
     }
-    Copy(rows, {currentColumn}, false);
+    Guarded([&] { Copy(rows, {currentColumn}, false); });
 }
 
 namespace {
