@@ -27,9 +27,9 @@ int TitleLevels(const std::vector<TExportColumn>& columns)
     return static_cast<int>(levels);
 }
 
-int SheetsFor(const TExportRows& rows)
+int SheetsFor(const TExportRows& rows, int sheetRows)
 {
-    const int room = kSheetRows - TitleLevels(rows.Columns()) - rows.FooterRows();
+    const int room = sheetRows - TitleLevels(rows.Columns()) - rows.FooterRows();
     return std::max(1, (rows.RowCount() + room - 1) / room);
 }
 

@@ -47,13 +47,15 @@ using TExportProgress = std::function<bool(int rows)>;
 
 enum class TCsvEncoding { Utf8, CodePage936 };
 
-// The most rows of a sheet, titles and footers counted. A longer list goes on in a further one.
+// The most rows of a sheet, titles and footers counted. A longer list goes on in a further one, under its
+// titles.
 inline constexpr int kSheetRows = 1'048'576;
-int SheetsFor(const TExportRows& rows);
+int SheetsFor(const TExportRows& rows, int sheetRows = kSheetRows);
 
 // Write the file whole or not at all: what stood under its name stays until the new one is complete. False
 // when it was given up. Raise wire::Error (Storage) where it cannot be written.
-bool WriteXlsx(TExportRows& rows, const QString& path, const TExportProgress& progress);
+bool WriteXlsx(
+    TExportRows& rows, const QString& path, const TExportProgress& progress, int sheetRows = kSheetRows);
 // Cells that a spreadsheet would take for formulas get an apostrophe before them.
 bool WriteCsv(TExportRows& rows, const QString& path, TCsvEncoding encoding, const TExportProgress& progress);
 

@@ -24,8 +24,9 @@ constexpr auto kCloseLook = std::chrono::milliseconds(50);
 // Rows leave memory as soon as the next one begins, so what is written before never is touched again.
 class Workbook {
 public:
-    Workbook(TExportRows& rows, const QString& path)
+    Workbook(TExportRows& rows, const QString& path, int sheetRows)
         : rows_(rows)
+        , sheetRows_(sheetRows)
         , file_(path)
         , columns_(rows.Columns())
         , levels_(TitleLevels(columns_))
@@ -67,7 +68,7 @@ public:
     bool Write(const TExportProgress& progress)
     {
         TPacedProgress paced(progress);
-        const int room = kSheetRows - levels_ - rows_.FooterRows();
+        const int room = sheetRows_ - levels_ - rows_.FooterRows();
         const int count = rows_.RowCount();
         NewSheet();
         for (int row = 0; row < count; ++row) {
@@ -246,6 +247,7 @@ private:
     }
 
     TExportRows& rows_;
+    const int sheetRows_;
     TPartFile file_;
     const std::vector<TExportColumn>& columns_;
     const int levels_;
@@ -262,7 +264,7 @@ private:
 
 } // namespace
 
-bool WriteXlsx(TExportRows& rows, const QString& path, const TExportProgress& progress)
+bool WriteXlsx(TExportRows& rows, const QString& path, const TExportProgress& progress, int sheetRows)
 {
-    return Workbook(rows, path).Write(progress);
+    return Workbook(rows, path, sheetRows).Write(progress);
 }

@@ -240,6 +240,20 @@ TEST_F(ListExport, CsvHoldsEachDigitOfANumberAndNoExponentThatSpreadsheetsRound)
         EXPECT_EQ(lines[qsizetype(i) + 1].trimmed(), cases[i].second);
 }
 
+TEST_F(ListExport, ALongListGoesOnInFurtherSheetsUnderItsTitles)
+{
+    Numbers numbers;
+    numbers.values = {1, 2, 3, 4, 5};
+    constexpr int kThreeRows = 3; // of a sheet: the titles and two numbers
+    ASSERT_EQ(SheetsFor(numbers, kThreeRows), 3);
+    const QString path = File(u"long.xlsx"_s);
+    ASSERT_TRUE(WriteXlsx(numbers, path, {}, kThreeRows));
+    const QStringList expected = {
+        u"1/0:numeric:1"_s, u"2/0:numeric:2"_s, u"1/0:numeric:3"_s, u"2/0:numeric:4"_s, u"1/0:numeric:5"_s};
+    EXPECT_TRUE(Part(path, "xl/worksheets/sheet3.xml").contains(u"金额"_s));
+    EXPECT_EQ(Sheets(path).Cells(), expected);
+}
+
 TEST_F(ListExport, AFileIsThereWholeOrNotAtAll)
 {
     const QString path = File(u"a"_s);
