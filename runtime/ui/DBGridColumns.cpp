@@ -168,7 +168,6 @@ void TDBGridEh::Private::ApplyColumns()
     const QFontMetrics metrics(q->font());
     rowHeight = metrics.height() + Scaled(*q, ListStyle().rowSpace);
     frozen = std::min(frozen, int(columns.size()));
-    texts.Clear();
     indicator->setMinimumSectionSize(rowHeight);
     indicator->setDefaultSectionSize(rowHeight);
     const bool blocked = header->blockSignals(true);

@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr int kCacheLimit = 6000;
-
 QColor Mixed(const QColor& a, const QColor& b, double share)
 {
     return QColor::fromRgbF(float(a.redF() + (b.redF() - a.redF()) * share),
@@ -22,29 +20,6 @@ QColor Mixed(const QColor& a, const QColor& b, double share)
 }
 
 } // namespace
-
-const TTextCache::Entry& TTextCache::Fit(
-    const QString& text, int width, const QFontMetrics& metrics, const QFont& font)
-{
-    const auto known = entries_.constFind({text, width});
-    if (known != entries_.constEnd())
-        return *known;
-    if (entries_.size() >= kCacheLimit)
-        entries_.clear();
-    Entry entry;
-    const auto layOut = [&](const QString& fitting) {
-        entry.text.setText(fitting);
-        entry.text.prepare({}, font);
-        entry.width = qCeil(entry.text.size().width());
-    };
-    entry.text.setTextFormat(Qt::PlainText);
-    entry.text.setPerformanceHint(QStaticText::AggressiveCaching);
-    // One line, whatever the text holds.
-    layOut(text.contains(u'\n') ? QString(text).replace(u'\n', u' ') : text);
-    if (entry.width > width)
-        layOut(metrics.elidedText(entry.text.text(), Qt::ElideRight, width));
-    return *entries_.insert({text, width}, entry);
-}
 
 void TDBGridEh::paintEvent(QPaintEvent* event)
 {
@@ -120,13 +95,15 @@ void TDBGridEh::Private::PaintRows(QPainter& painter, const QRect& dirty, bool f
             if (places[i].column == foundColumn)
                 background = FoundCellColor();
         }
-        // Neighbours of one colour are filled together.
+        // Neighbours of one colour are filled together, and what has the colour of the ground is there
+        // already.
         for (size_t i = 0, from = 0; i < places.size(); ++i) {
-            if (i + 1 < places.size() && params[i + 1].background == params[from].background)
+            const QColor& background = params[from].background;
+            if (i + 1 < places.size() && params[i + 1].background == background)
                 continue;
             const int left = places[from].left;
-            painter.fillRect(
-                left, top, places[i].left + places[i].width - left, rowHeight, params[from].background);
+            if (background != base)
+                painter.fillRect(left, top, places[i].left + places[i].width - left, rowHeight, background);
             from = i + 1;
         }
         for (size_t i = 0; i < places.size(); ++i)
@@ -216,18 +193,17 @@ void TDBGridEh::Private::PaintCell(
         return;
     }
     const QFontMetrics& metrics = q->fontMetrics();
-    const TTextCache::Entry& fitted = texts.Fit(text, inner.width(), metrics, font);
+    const int width = texts.Fit(text, inner.width(), font);
     int left = inner.left();
     if (entry.info.alignment == TAlignment::Right)
-        left = inner.right() + 1 - fitted.width;
+        left = inner.right() + 1 - width;
     else if (entry.info.alignment == TAlignment::Center)
-        left = inner.left() + (inner.width() - fitted.width) / 2;
+        left = inner.left() + (inner.width() - width) / 2;
     if (column == found.column && IsFound(viewRow, column))
         PaintFound(painter, inner, text, left);
-    painter.drawStaticText(left, rect.top() + (rect.height() - metrics.height()) / 2, fitted.text);
-    // The cache may let go of the text for the word's sake: nothing of it is needed any more.
+    texts.Draw(painter, left, rect.top() + (rect.height() - metrics.height()) / 2);
     if (unknown)
-        PaintUnknown(painter, inner, entry, left + fitted.width);
+        PaintUnknown(painter, inner, entry, left + width);
 }
 
 // What is not saved yet has a corner of its own, over whatever colour the row has.
@@ -261,12 +237,10 @@ void TDBGridEh::Private::PaintUnknown(
     const int room = inner.right() - textEnd - inner.height() / 2;
     if (room <= 0)
         return;
-    const QFontMetrics& metrics = q->fontMetrics();
-    const TTextCache::Entry& word =
-        texts.Fit(column.info.lookup.unknownText, inner.width(), metrics, q->font());
-    if (word.width <= room)
-        painter.drawStaticText(
-            inner.right() - word.width, inner.top() + (inner.height() - metrics.height()) / 2, word.text);
+    const int width = texts.Fit(column.info.lookup.unknownText, inner.width(), q->font());
+    if (width <= room)
+        texts.Draw(
+            painter, inner.right() - width, inner.top() + (inner.height() - q->fontMetrics().height()) / 2);
 }
 
 void TDBGridEh::Private::PaintCheck(QPainter& painter, const QRect& rect, bool checked)

@@ -3,11 +3,11 @@
 #include "runtime/ui/DBGrid.h"
 #include "runtime/ui/GridFooter.h"
 #include "runtime/ui/GridHeader.h"
+#include "runtime/ui/GridText.h"
 
 #include <QElapsedTimer>
 #include <QHash>
 #include <QPointer>
-#include <QStaticText>
 #include <QTimer>
 
 #include <unordered_set>
@@ -33,27 +33,6 @@ struct TGridColumn {
         int width = 0;
         bool visible = true;
     } initial;
-};
-
-// Texts laid out once and painted many times.
-class TTextCache {
-public:
-    struct Entry {
-        QStaticText text;
-        int width = 0;
-    };
-    // The text as it fits into the width.
-    const Entry& Fit(const QString& text, int width, const QFontMetrics& metrics, const QFont& font);
-    void Clear() { entries_.clear(); }
-
-private:
-    struct Key {
-        QString text;
-        int width;
-        bool operator==(const Key&) const = default;
-        friend size_t qHash(const Key& key, size_t seed = 0) { return qHashMulti(seed, key.text, key.width); }
-    };
-    QHash<Key, Entry> entries_;
 };
 
 class TDBGridEh::Private {
@@ -128,7 +107,7 @@ public:
     int InForm(int y) const; // a height in the viewport, as one in the form
     int RowPlace() const;
     void RestoreRowPlace(int place);
-    mutable TTextCache texts;
+    TGridText texts;
     int rowHeight = 18;
     void PaintRows(QPainter& painter, const QRect& dirty, bool frozenPart);
     void AskHandler(const TColumnEh& column, int viewRow, TCellParams& params) const;

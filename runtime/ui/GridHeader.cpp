@@ -465,26 +465,29 @@ void TGridIndicator::paintSection(QPainter* painter, const QRect& rect, int row)
     const TClientDataSetEx* open = d.OpenDataSet();
     if (!open || row >= open->RecordCount())
         return;
+    const bool current = row == d.CurrentRow();
+    if (!current && !grid_->IsRowSelected(open->ViewBookmark(row)))
+        return;
     const QColor ink = grid_->palette().color(QPalette::ButtonText);
     const double unit = rect.height() / 18.0;
     const QPointF middle = QRectF(rect).center();
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
-    if (row == d.CurrentRow() && open->State() == TDataSetState::Insert) {
+    if (current && open->State() == TDataSetState::Insert) {
         painter->setPen(ink);
         painter->drawText(rect, Qt::AlignCenter, u"*"_s);
-    } else if (row == d.CurrentRow() && open->State() == TDataSetState::Edit) {
+    } else if (current && open->State() == TDataSetState::Edit) {
         // A pencil stroke: the row holds what has not been posted.
         painter->setPen(QPen(ink, 2 * unit, Qt::SolidLine, Qt::RoundCap));
         painter->drawLine(middle + QPointF(-2.5, 3.5) * unit, middle + QPointF(2.5, -3.5) * unit);
-    } else if (row == d.CurrentRow()) {
+    } else if (current) {
         QPainterPath path;
         path.moveTo(middle + QPointF(-2.5, -4) * unit);
         path.lineTo(middle + QPointF(2.5, 0) * unit);
         path.lineTo(middle + QPointF(-2.5, 4) * unit);
         path.closeSubpath();
         painter->fillPath(path, ink);
-    } else if (grid_->IsRowSelected(open->ViewBookmark(row))) {
+    } else {
         painter->setPen(Qt::NoPen);
         painter->setBrush(grid_->palette().color(QPalette::Highlight));
         painter->drawEllipse(middle, 2.5 * unit, 2.5 * unit);

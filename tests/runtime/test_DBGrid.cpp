@@ -1,3 +1,4 @@
+#include "runtime/ui/GridText.h"
 #include "runtime/ui/Style.h"
 #include "tests/runtime/GridFixture.h"
 
@@ -98,6 +99,38 @@ TEST_F(DBGridTest, CellsShowWhatTheirColumnSays)
     EXPECT_EQ(lines.value(0).section(u'\t', 8, 8) + lines.value(3).section(u'\t', 8, 8), u"序号3"_s);
     grid.SetSumListActive(false);
     EXPECT_EQ(grid.CellText(1, 8), QString());
+}
+
+TEST_F(DBGridTest, TextsPutTogetherLookAsIfLaidOut)
+{
+    QFont font(u"宋体"_s);
+    font.setPixelSize(12);
+    TGridText texts;
+    for (const QString& text :
+        {u"安徽合肥1部"_s, u"ZM2024050200000013"_s, u"2026-11-20 15:30:00"_s, u"AVATo Type, 3 P0"_s,
+            u"100号(东门)A座：“浦东”，b1"_s, u"office fjord"_s, u"あアー"_s, u"𠮷野\t家"_s, u"é…ü"_s}) {
+        for (const double scale : {1.0, 1.5}) {
+            for (const int width : {400, 61}) {
+                QImage seen(600, 60, QImage::Format_RGB32);
+                seen.setDevicePixelRatio(scale);
+                seen.fill(Qt::white);
+                QImage wanted = seen;
+                const QString shown = QFontMetrics(font).elidedText(text, Qt::ElideRight, width);
+                {
+                    QPainter painter(&wanted);
+                    painter.setFont(font);
+                    painter.drawText(QPointF(5, 3 + QFontMetrics(font).ascent()), shown);
+                }
+                {
+                    QPainter painter(&seen);
+                    painter.setFont(font);
+                    EXPECT_LE(texts.Fit(text, width, font), width);
+                    texts.Draw(painter, 5, 3);
+                }
+                EXPECT_EQ(seen, wanted) << qUtf8Printable(text) << " " << scale << " " << width;
+            }
+        }
+    }
 }
 
 TEST_F(DBGridTest, TitleClicksMarkSeveralColumnsAndSortTheDataSet)
