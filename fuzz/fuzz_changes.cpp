@@ -29,6 +29,9 @@ namespace {
 constexpr size_t kMostRows = 300;
 constexpr qsizetype kLongestText = 4'000;
 constexpr double kRequestSeconds = 20; // with everything that checks the program built in
+const QString kSite = u"合肥一部"_s; // of every account
+const QString kEmployee = u"张三"_s;
+const QString kEmployeeCode = u"E1"_s;
 
 class ColumnsKeeper final : public wire::ReplySink {
 public:
@@ -101,6 +104,7 @@ public:
             CheckStood(*row);
             for (const auto& [at, value] : sets_)
                 (*row)[at] = value;
+            Stamp(*row);
             return true;
         }
         case ChangeKind::Delete: {
@@ -150,6 +154,18 @@ private:
                 "accepted a change over a value that its sender had not read");
     }
 
+    // An order tells who changed it last, whatever its sender says.
+    void Stamp(std::vector<Value>& row) const
+    {
+        const std::vector<company::Column>& columns = state_.table->columns;
+        for (const auto& [name, text] : {std::pair(u"MODIFIER"_s, kEmployee),
+                 std::pair(u"MODIFY_CODE"_s, kEmployeeCode), std::pair(u"MODIFY_SITE"_s, kSite)}) {
+            const auto column = std::ranges::find(columns, name, &company::Column::name);
+            if (column != columns.end())
+                row[size_t(column - columns.begin())] = text;
+        }
+    }
+
     std::vector<std::vector<Value>>::iterator Find(const std::vector<Value>& like)
     {
         return std::ranges::find_if(state_.rows, [&](const std::vector<Value>& row) {
@@ -181,9 +197,10 @@ class Desk {
 public:
     Desk()
     {
-        database_.Base().Execute("insert into tab_site(SITE_CODE, SITE_NAME) values('S1', '合肥一部');"
-                                 "insert into tab_employee(EMPLOYEE_CODE, EMPLOYEE_NAME, OWNER_SITE)"
-                                 " values('E1', '张三', '合肥一部')");
+        const QString people = u"insert into tab_site(SITE_CODE, SITE_NAME) values('S1', '%1');"
+                               "insert into tab_employee(EMPLOYEE_CODE, EMPLOYEE_NAME, OWNER_SITE)"
+                               " values('%2', '%3', '%1')"_s;
+        database_.Base().Execute(people.arg(kSite, kEmployeeCode, kEmployee).toUtf8().constData());
         database_.Restore();
         server::Options options;
         options.open = storage::SqliteIn(database_.Folder());
@@ -194,7 +211,7 @@ public:
             login.kind = wire::RequestKind::Login;
             login.account = u"role%1"_s.arg(int(role));
             login.password = u"secret"_s;
-            server_->AddAccount({login.account, login.password, u"E1"_s, u"2"_s, u"111"_s, role});
+            server_->AddAccount({login.account, login.password, kEmployeeCode, u"2"_s, u"111"_s, role});
             sessions_.push_back(server_->NewSession(u"10.0.0.1:1"_s));
             ColumnsKeeper none;
             sessions_.back()->Handle(login, none);

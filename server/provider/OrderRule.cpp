@@ -20,11 +20,6 @@ using wire::Value;
 
 namespace {
 
-// A desk stamps a row when it is edited, and may save it after the weekend; its clock is the server's, give
-// or take a slow connection.
-constexpr qint64 kOldestStamp = 4 * 24 * 3600;
-constexpr qint64 kNewestStamp = 10 * 60;
-
 // What desks make of an order. The others are written by the delivery side and by the handhelds.
 constexpr std::array kDeskStatuses{company::kStatusCancelled, company::kStatusWaiting,
     company::kStatusAccepted, company::kStatusRefused, company::kStatusPickedUp, company::kStatusPickupFailed,
@@ -116,65 +111,6 @@ const OrderRule::Column* OrderRule::KnownColumn(QStringView name)
     return found != kColumns.end() ? &*found : &kOther;
 }
 
-// An order as it was read and as it becomes; what the log leaves out is looked up when it is asked for.
-struct OrderRule::Order {
-    const OrderRule& rule;
-    const RowWrite& write;
-    storage::RowWriter& writer;
-    const Value* statusWas = nullptr;
-    const Value* candidatesWere = nullptr;
-    const Value* recSiteWas = nullptr;
-    bool giving = true; // nothing changes but what giving on changes
-    bool revoking = true;
-    mutable std::optional<storage::Row> row = std::nullopt;
-
-    const Value* Set(QStringView name) const
-    {
-        for (const Cell& cell : write.sets) {
-            if (cell.column->name.compare(name, Qt::CaseInsensitive) == 0)
-                return &cell.value;
-        }
-        return nullptr;
-    }
-    // Null where the log lacks the column.
-    const Value& Stored(QStringView name) const
-    {
-        static constexpr Value kNull;
-        if (write.kind == ChangeKind::Insert)
-            return kNull;
-        if (!row)
-            row = writer.Present(write.keys);
-        const int position = rule.Position(name);
-        return position < 0 || row->empty() ? kNull : (*row)[static_cast<size_t>(position)];
-    }
-    bool IsThere() const
-    {
-        Stored({});
-        return row && !row->empty();
-    }
-    const Value& Becomes(QStringView name) const
-    {
-        const Value* set = Set(name);
-        return set != nullptr ? *set : Stored(name);
-    }
-    // Without a look at the database: the log carries the guards.
-    const Value& StatusBecomes() const { return ValueOr(Set(u"STATUS"), *statusWas); }
-    // Entrusting does not set the status of dispatch.
-    bool GoesToDriver() const
-    {
-        const qint64 becomes = NumberOf(StatusBecomes());
-        const Value* code = Set(u"REC_BILL_CODE");
-        return becomes == company::kStatusDispatched
-            || (becomes == company::kStatusAccepted && code != nullptr && !wire::IsNull(*code)
-                && NumberOf(Becomes(u"BL_DEPUTE")) == 1);
-    }
-    const Value& CandidatesBecome() const { return ValueOr(Set(u"PREPARE_SITE"), *candidatesWere); }
-    const Value& RecSiteBecomes() const { return ValueOr(Set(u"REC_SITE"), *recSiteWas); }
-
-private:
-    static const Value& ValueOr(const Value* set, const Value& was) { return set != nullptr ? *set : was; }
-};
-
 OrderRule::OrderRule(storage::OwnStatements& statements, const Permissions& permissions, const Caller& caller,
     const RowTarget& target)
     : statements_(statements)
@@ -182,6 +118,7 @@ OrderRule::OrderRule(storage::OwnStatements& statements, const Permissions& perm
     , caller_(caller)
     , target_(target)
     , sites_(permissions.Sites())
+    , stamps_(caller, target)
     , everything_(permissions.TheRole() == Role::Headquarters)
 {
     for (const company::Column& known : company::OrderTable().columns) {
@@ -199,27 +136,28 @@ const OrderRule::Column& OrderRule::Of(const Cell& cell) const
     return *columns_[static_cast<size_t>(cell.column - target_.Table().columns.data())];
 }
 
-int OrderRule::Position(QStringView name) const
-{
-    const TargetColumn* column = target_.Find(name);
-    return column != nullptr ? static_cast<int>(column->position) : -1;
-}
-
 std::optional<QString> OrderRule::RefusalOf(const RowWrite& write, storage::RowWriter& stored) const
 {
     if (write.kind == ChangeKind::Delete)
         return everything_ ? std::nullopt : std::optional(texts::NoDeleting());
-    const Order order = Read(write, stored);
+    const OrderChange order = Read(write, stored);
     std::optional<QString> reason = RefusalOfValues(order);
     if (!reason)
         reason = write.kind == ChangeKind::Insert ? RefusalOfInsert(order) : RefusalOfUpdate(order);
     return reason;
 }
 
-OrderRule::Order OrderRule::Read(const RowWrite& write, storage::RowWriter& stored) const
+// A new order's are those of who made it.
+void OrderRule::Stamp(RowWrite& write) const
+{
+    if (write.kind == ChangeKind::Update)
+        stamps_.Complete(write);
+}
+
+OrderChange OrderRule::Read(const RowWrite& write, storage::RowWriter& stored) const
 {
     static constexpr Value kNull;
-    Order order{*this, write, stored};
+    OrderChange order{target_, write, stored};
     if (write.kind == ChangeKind::Insert || everything_)
         order.statusWas = order.candidatesWere = order.recSiteWas = &kNull;
     for (const Cell& cell : write.checks) {
@@ -241,7 +179,7 @@ OrderRule::Order OrderRule::Read(const RowWrite& write, storage::RowWriter& stor
 }
 
 // Entered by hand at the account's own site, just now, and waiting.
-std::optional<QString> OrderRule::RefusalOfInsert(const Order& order) const
+std::optional<QString> OrderRule::RefusalOfInsert(const OrderChange& order) const
 {
     if (NumberOf(order.StatusBecomes()) != company::kStatusWaiting)
         return texts::NewOrderHandled(company::OrderTable().Find(u"STATUS")->caption);
@@ -258,7 +196,7 @@ std::optional<QString> OrderRule::RefusalOfInsert(const Order& order) const
     return std::nullopt;
 }
 
-std::optional<QString> OrderRule::RefusalOfUpdate(const Order& order) const
+std::optional<QString> OrderRule::RefusalOfUpdate(const OrderChange& order) const
 {
     if (everything_)
         return std::nullopt;
@@ -278,7 +216,7 @@ std::optional<QString> OrderRule::RefusalOfUpdate(const Order& order) const
 
 // Any order of the distributed, by a centre: as long as its pickup has not been reported, with the reason and
 // all stamps.
-std::optional<QString> OrderRule::RefusalOfRevocation(const Order& order) const
+std::optional<QString> OrderRule::RefusalOfRevocation(const OrderChange& order) const
 {
     if (!order.IsThere() || NumberOf(order.Stored(u"BL_DISPART")) != 1)
         return texts::ForeignOrder();
@@ -288,7 +226,8 @@ std::optional<QString> OrderRule::RefusalOfRevocation(const Order& order) const
         && TextOf(order.Becomes(u"CANCEL_MAN")) == who.employeeName
         && TextOf(order.Becomes(u"MODIFIER")) == who.employeeName
         && TextOf(order.Becomes(u"MODIFY_CODE")) == who.employeeCode
-        && TextOf(order.Becomes(u"MODIFY_SITE")) == who.site && IsRecent(order.Becomes(u"CANCEL_DATE"));
+        && TextOf(order.Becomes(u"MODIFY_SITE")) == who.site
+        && stamps_.IsRecent(order.Becomes(u"CANCEL_DATE"));
     if (!stamped)
         return texts::RevocationUnstamped();
     if (IsReported(order))
@@ -296,7 +235,7 @@ std::optional<QString> OrderRule::RefusalOfRevocation(const Order& order) const
     return std::nullopt;
 }
 
-std::optional<QString> OrderRule::RefusalOfValues(const Order& order) const
+std::optional<QString> OrderRule::RefusalOfValues(const OrderChange& order) const
 {
     for (const Cell& cell : order.write.sets) {
         if (std::optional<QString> reason = RefusalOfCell(order, cell))
@@ -305,20 +244,13 @@ std::optional<QString> OrderRule::RefusalOfValues(const Order& order) const
     const Value* status = order.Set(u"STATUS");
     const qint64 becomes = status != nullptr ? NumberOf(*status) : 0;
     const bool needsReason = becomes == company::kStatusCancelled || becomes == company::kStatusPickupFailed
-        || (becomes == company::kStatusRefused && !IsHandedBack(order));
+        || (becomes == company::kStatusRefused && !order.IsHandedBack());
     if (needsReason && TextOf(order.Becomes(u"CANCEL_DESC")).trimmed().isEmpty())
         return texts::ReasonMissing();
-    return std::nullopt;
+    return stamps_.RefusalOf(order);
 }
 
-// A courier's order that becomes nobody's again: whoever gets it next needs no reason.
-bool OrderRule::IsHandedBack(const Order& order)
-{
-    const bool wasSomebodys = !wire::IsNull(*order.candidatesWere) || !wire::IsNull(*order.recSiteWas);
-    return wasSomebodys && wire::IsNull(order.CandidatesBecome()) && wire::IsNull(order.RecSiteBecomes());
-}
-
-std::optional<QString> OrderRule::RefusalOfCell(const Order& order, const Cell& cell) const
+std::optional<QString> OrderRule::RefusalOfCell(const OrderChange& order, const Cell& cell) const
 {
     const bool insert = order.write.kind == ChangeKind::Insert;
     const wire::Identity& who = caller_.identity;
@@ -353,10 +285,11 @@ std::optional<QString> OrderRule::RefusalOfCell(const Order& order, const Cell& 
     case Part::CreateDate:
         if (!insert)
             return everything_ ? std::nullopt : std::optional(texts::ColumnFixed(CaptionOf(cell)));
-        return IsRecent(cell.value) ? std::nullopt
-                                    : std::optional(texts::NotNow(CaptionOf(cell), wire::ToText(cell.value)));
+        return stamps_.IsRecent(cell.value)
+            ? std::nullopt
+            : std::optional(texts::NotNow(CaptionOf(cell), wire::ToText(cell.value)));
     case Part::Moment:
-        if (!empty && !IsRecent(cell.value))
+        if (!empty && !stamps_.IsRecent(cell.value))
             return texts::NotNow(CaptionOf(cell), wire::ToText(cell.value));
         break;
     case Part::Status:
@@ -378,7 +311,7 @@ std::optional<QString> OrderRule::RefusalOfCell(const Order& order, const Cell& 
     case Part::SendSite:
         return empty ? std::nullopt : refuseUnlessSite(true);
     case Part::BillMan:
-        return refuseUnless(empty || order.GoesToDriver() || text == who.employeeName);
+        return refuseUnless(empty || text == who.employeeName || order.GoesToDriver());
     case Part::RecMan:
         return refuseUnless(empty || text == who.employeeName);
     case Part::CancelSite:
@@ -396,7 +329,7 @@ std::optional<QString> OrderRule::RefusalOfCell(const Order& order, const Cell& 
     return std::nullopt;
 }
 
-bool OrderRule::IsOurs(const Order& order) const
+bool OrderRule::IsOurs(const OrderChange& order) const
 {
     const QStringView candidates = TextOf(*order.candidatesWere);
     const bool waiting = NumberOf(*order.statusWas) == company::kStatusWaiting;
@@ -411,14 +344,14 @@ bool OrderRule::IsOurs(const Order& order) const
 }
 
 // Made here; or nobody works on it yet, and it is given on to somebody.
-bool OrderRule::IsOursAsStored(const Order& order) const
+bool OrderRule::IsOursAsStored(const OrderChange& order) const
 {
     if (!order.IsThere())
         return false;
     if (sites_.Dispatches(TextOf(order.Stored(u"CREATER_SITE"))))
         return true;
     const auto isUnheld = [&](QStringView name) {
-        return Position(name) >= 0 && wire::IsNull(order.Stored(name));
+        return target_.Find(name) != nullptr && wire::IsNull(order.Stored(name));
     };
     if (!order.giving || !isUnheld(u"ORDERSOURCE") || !isUnheld(u"REC_BILL_MAN") || !isUnheld(u"BILL_CODE"))
         return false;
@@ -433,7 +366,7 @@ bool OrderRule::IsOursAsStored(const Order& order) const
 }
 
 // Its pickup, to where the order came from.
-bool OrderRule::IsReported(const Order& order) const
+bool OrderRule::IsReported(const OrderChange& order) const
 {
     if (wire::IsNull(order.Stored(u"BILL_CODE")))
         return false;
@@ -444,13 +377,6 @@ bool OrderRule::IsReported(const Order& order) const
                         "BILL_CODE = ? and TX_LOGISTIC_ID = ?",
                     key, types)
                 .empty();
-}
-
-bool OrderRule::IsRecent(const Value& value) const
-{
-    const auto* moment = std::get_if<wire::DateTime>(&value);
-    return moment != nullptr && moment->seconds >= caller_.now.seconds - kOldestStamp
-        && moment->seconds <= caller_.now.seconds + kNewestStamp;
 }
 
 // ";A;B;", of sites that there are; what stood in the list before may stay.

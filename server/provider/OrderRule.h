@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/provider/RowRule.h"
+#include "server/provider/OrderStamps.h"
 
 #include <array>
 
@@ -14,27 +14,24 @@ public:
         const RowTarget& target);
     std::optional<QString> RefusalOf(
         const storage::RowWrite& write, storage::RowWriter& stored) const override;
+    void Stamp(storage::RowWrite& write) const override;
 
 private:
     enum class Part : quint8;
     struct Column;
-    struct Order;
 
     static const Column* KnownColumn(QStringView name);
     const Column& Of(const storage::Cell& cell) const;
-    int Position(QStringView name) const;
-    Order Read(const storage::RowWrite& write, storage::RowWriter& stored) const;
+    OrderChange Read(const storage::RowWrite& write, storage::RowWriter& stored) const;
 
-    std::optional<QString> RefusalOfInsert(const Order& order) const;
-    std::optional<QString> RefusalOfUpdate(const Order& order) const;
-    std::optional<QString> RefusalOfRevocation(const Order& order) const;
-    std::optional<QString> RefusalOfValues(const Order& order) const;
-    static bool IsHandedBack(const Order& order);
-    std::optional<QString> RefusalOfCell(const Order& order, const storage::Cell& cell) const;
-    bool IsOurs(const Order& order) const;
-    bool IsOursAsStored(const Order& order) const;
-    bool IsReported(const Order& order) const;
-    bool IsRecent(const wire::Value& value) const;
+    std::optional<QString> RefusalOfInsert(const OrderChange& order) const;
+    std::optional<QString> RefusalOfUpdate(const OrderChange& order) const;
+    std::optional<QString> RefusalOfRevocation(const OrderChange& order) const;
+    std::optional<QString> RefusalOfValues(const OrderChange& order) const;
+    std::optional<QString> RefusalOfCell(const OrderChange& order, const storage::Cell& cell) const;
+    bool IsOurs(const OrderChange& order) const;
+    bool IsOursAsStored(const OrderChange& order) const;
+    bool IsReported(const OrderChange& order) const;
     bool IsKnownList(QStringView list, QStringView before) const;
 
     storage::OwnStatements& statements_;
@@ -42,6 +39,7 @@ private:
     const Caller& caller_;
     const RowTarget& target_;
     const SiteScope& sites_;
+    const OrderStamps stamps_;
     const bool everything_; // the headquarters
     std::vector<const Column*> columns_; // parallel to the table's
 };

@@ -121,6 +121,8 @@ private:
     {
         ReadCells(row, write);
         RequireAllowed(write);
+        if (!write.sets.empty())
+            Stamp(write);
         switch (row.kind) {
         case ChangeKind::Insert:
             PlanInsert(write);
@@ -159,7 +161,7 @@ private:
                 RequireWidth(*column, current);
                 fields_.Add(column->stored->name, original, current);
                 write.sets.push_back({column->stored, std::move(current)});
-                Sign(write, *column, u'=');
+                Sign(write, *column->stored, u'=');
             }
             if (row.kind == ChangeKind::Insert)
                 continue;
@@ -168,7 +170,7 @@ private:
                 ++keysSeen;
             } else if (changed || column->guard) {
                 write.checks.push_back({column->stored, std::move(original)});
-                Sign(write, *column, u'?');
+                Sign(write, *column->stored, u'?');
             }
         }
         if (row.kind != ChangeKind::Insert && keysSeen != write.keys.size())
@@ -187,9 +189,18 @@ private:
         throw Refusal{std::move(*reason)};
     }
 
-    void Sign(RowWrite& write, const TargetColumn& column, char16_t role) const
+    // Whose the old values were is in the audit already, under whoever wrote them.
+    void Stamp(RowWrite& write) const
     {
-        write.statementKey += static_cast<char16_t>(column.stored - target_.Table().columns.data());
+        const size_t known = write.sets.size();
+        rule_->Stamp(write);
+        for (size_t i = known; i < write.sets.size(); ++i)
+            Sign(write, *write.sets[i].column, u'=');
+    }
+
+    void Sign(RowWrite& write, const dialect::CatalogColumn& column, char16_t role) const
+    {
+        write.statementKey += static_cast<char16_t>(&column - target_.Table().columns.data());
         write.statementKey += role;
     }
 

@@ -139,6 +139,10 @@ inline QString StampMissing(const QString& column)
 {
     return QStringLiteral("新订单必须填写“%1”！").arg(column);
 }
+inline QString StampIncomplete(const QString& column)
+{
+    return QStringLiteral("“%1”与这次修改不符，必须同时填写或清除！").arg(column);
+}
 inline QString NewOrderHandled(const QString& column)
 {
     return QStringLiteral("新订单必须为“等待接单”状态，不能填写“%1”！").arg(column);

@@ -28,7 +28,7 @@ TEST_P(ConcurrencyTest, OfTwoClientsRacingForARowOneWins)
         std::atomic<int> accepted = 0;
         InParallel(2, [&](int i) {
             Changes changes(text, rows);
-            changes.Update(0, {{u"STATUS"_s, qint64(1)}, {u"REC_SITE"_s, u"合肥一部"_s}});
+            changes.Update(0, {{u"STATUS"_s, qint64(1)}, {u"DUTY_SITE"_s, u"合肥一部"_s}});
             if (clients[i]
                     .Apply(changes.log, {.client = {quint8(i + 1)}, .number = quint64(round)}, -1)
                     .rows[0]

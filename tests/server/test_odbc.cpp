@@ -151,7 +151,7 @@ TEST_P(OdbcTest, OneOfManyWins)
         desks.emplace_back([&, desk] {
             Client own = LoggedIn();
             Changes changes(kOrders, rows);
-            changes.Update(0, {{u"STATUS"_s, qint64(1)}, {u"REC_SITE"_s, u"合肥一部"_s}});
+            changes.Update(0, {{u"STATUS"_s, qint64(1)}, {u"DUTY_SITE"_s, u"合肥一部"_s}});
             won += own.Apply(changes.log, {.client = {9}, .number = quint64(desk)}, -1).rows.at(0).accepted
                 ? 1
                 : 0;

@@ -98,7 +98,7 @@ Edits As(const wire::Identity& who, Edits edits)
 }
 
 const Edits kAccept{{u"STATUS"_s, 1LL}, {u"REC_SITE"_s, u"合肥一部"_s}, {u"DUTY_SITE"_s, u"合肥一部"_s},
-    {u"MODIFY_SITE"_s, kSite}};
+    {u"REC_BILL_MAN"_s, kMan}, {u"ACCEPT_DATE"_s, kNow}, {u"MODIFY_SITE"_s, kSite}};
 const Edits kEntrust{{u"PREPARE_SITE"_s, u";合肥一部;"_s}, {u"BL_DEPUTE"_s, 1LL}, {u"MODIFIER"_s, kMan}};
 const Edits kStamped{{u"STATUS"_s, 4LL}, {u"BL_CANCEL"_s, 1LL}, {u"CANCEL_SITE"_s, kSite},
     {u"CANCEL_MAN"_s, kMan}, {u"CANCEL_DATE"_s, kNow}, {u"MODIFIER"_s, kMan}, {u"MODIFY_CODE"_s, kCode},
@@ -116,18 +116,22 @@ Edits Without(Edits edits, const QString& column)
     return edits;
 }
 
+const Edits kCancel{{u"STATUS"_s, -1LL}, {u"CANCEL_DESC"_s, u"其它错误"_s}, {u"CANCEL_SITE"_s, kSite},
+    {u"CANCEL_MAN"_s, kMan}};
+const Edits kPickUp{
+    {u"STATUS"_s, 3LL}, {u"BILL_CODE"_s, u"1"_s}, {u"REC_MAN"_s, kMan}, {u"REC_DATE"_s, kNow}};
 const Edits kRevoke = With(kStamped, u"CANCEL_DESC"_s, u"其它错误"_s);
 
 Edits ToDriverAt(const QString& site, const QString& candidates)
 {
     return {{u"STATUS"_s, 10LL}, {u"REC_SITE"_s, site}, {u"PREPARE_SITE"_s, candidates},
-        {u"REC_BILL_MAN"_s, u"司机"_s}, {u"BL_DEPUTE"_s, 1LL}};
+        {u"REC_BILL_MAN"_s, u"司机"_s}, {u"ACCEPT_DATE"_s, kNow}, {u"BL_DEPUTE"_s, 1LL}};
 }
 
 Edits AcceptedForDriver(qint64 entrusted)
 {
     return {{u"STATUS"_s, 1LL}, {u"REC_SITE"_s, u"上海一部"_s}, {u"PREPARE_SITE"_s, u";上海一部;"_s},
-        {u"REC_BILL_MAN"_s, u"司机"_s}, {u"REC_BILL_CODE"_s, u"E9"_s},
+        {u"REC_BILL_MAN"_s, u"司机"_s}, {u"REC_BILL_CODE"_s, u"E9"_s}, {u"ACCEPT_DATE"_s, kNow},
         {u"BL_DEPUTE"_s, wire::Value(entrusted)}};
 }
 
@@ -141,17 +145,17 @@ const std::vector<OrderCase>& OrderCases()
         {"accept what is offered to a namesake", ", STATUS, PREPARE_SITE", ", 0, ';上海合肥一部;合肥;'",
             kAccept, "H"},
         {"take what another candidate accepted", ", STATUS, PREPARE_SITE, REC_SITE",
-            ", 1, ';合肥一部;上海一部;', '上海一部'", {{u"REC_SITE"_s, u"合肥一部"_s}}, "H"},
+            ", 1, ';合肥一部;上海一部;', '上海一部'",
+            {{u"REC_SITE"_s, u"合肥一部"_s}, {u"REC_BILL_MAN"_s, kMan}, {u"ACCEPT_DATE"_s, kNow}}, "H"},
         {"accept in another's name", ", STATUS, PREPARE_SITE", ", 0, ';合肥一部;'",
-            {{u"STATUS"_s, 1LL}, {u"REC_SITE"_s, u"上海一部"_s}}, "H"},
+            With(Without(kAccept, u"REC_SITE"_s), u"REC_SITE"_s, u"上海一部"_s), "H"},
         {"transfer", ", STATUS, PREPARE_SITE", ", 0, ';合肥一部;'", {{u"PREPARE_SITE"_s, u";上海一部;"_s}},
             "HCB"},
         {"undo an acceptance", ", STATUS, PREPARE_SITE, REC_SITE, DUTY_SITE",
             ", 1, ';合肥一部;', '合肥一部', '合肥一部'",
             {{u"STATUS"_s, 0LL}, {u"REC_SITE"_s, kNull}, {u"DUTY_SITE"_s, kNull}}, "HCB"},
         // Pickup and its correction
-        {"pickup", ", STATUS, PREPARE_SITE, REC_SITE", ", 1, ';上海一部;', '合肥一部'",
-            {{u"STATUS"_s, 3LL}, {u"BILL_CODE"_s, u"1"_s}}, "HCB"},
+        {"pickup", ", STATUS, PREPARE_SITE, REC_SITE", ", 1, ';上海一部;', '合肥一部'", kPickUp, "HCB"},
         {"pickup of a site below", ", STATUS, REC_SITE", ", 3, '合肥一部分点'", {{u"BILL_CODE"_s, u"1"_s}},
             "HCB"},
         {"pickup of the site above", ", STATUS, REC_SITE", ", 3, '合肥中心'", {{u"BILL_CODE"_s, u"1"_s}},
@@ -172,7 +176,7 @@ const std::vector<OrderCase>& OrderCases()
         {"dispatch to a site that it is not offered to", ", STATUS, CREATER_SITE", ", 0, '合肥一部'",
             ToDriverAt(u"上海一部"_s, u";合肥一部;"_s), "H"},
         {"cancel what was entered elsewhere", ", STATUS, CREATER_SITE, PREPARE_SITE",
-            ", 0, '上海一部', ';上海一部;'", {{u"STATUS"_s, -1LL}, {u"CANCEL_DESC"_s, u"其它错误"_s}}, "H"},
+            ", 0, '上海一部', ';上海一部;'", kCancel, "H"},
         {"a centre dispatches for its finance centre", ", STATUS, PREPARE_SITE", ", 1, ';芜湖中心;'",
             {{u"REC_BILL_MAN"_s, u"司机"_s}, {u"STATUS"_s, 10LL}}, "HC"},
         {"but does not pick up for it", ", STATUS, REC_SITE", ", 3, '芜湖中心'", {{u"BILL_CODE"_s, u"1"_s}},
@@ -205,7 +209,7 @@ const std::vector<OrderCase>& OrderCases()
         {"revoke what nobody distributed", ", STATUS, REC_SITE", ", 1, '上海一部'", kRevoke, "H"},
         {"revoke and more", ", STATUS, BL_DISPART", ", 1, 1", With(kRevoke, u"ADDRESS"_s, u"1"_s), "H"},
         {"revoke without a reason", ", STATUS, BL_DISPART", ", 1, 1", kStamped, ""},
-        {"revoke without a stamp", ", STATUS, BL_DISPART", ", 1, 1", Without(kRevoke, u"CANCEL_MAN"_s), "H"},
+        {"revoke without a stamp", ", STATUS, BL_DISPART", ", 1, 1", Without(kRevoke, u"CANCEL_MAN"_s), ""},
         {"revoke for somebody else", ", STATUS, BL_DISPART", ", 1, 1",
             With(Without(kRevoke, u"CANCEL_MAN"_s), u"CANCEL_MAN"_s, u"王"_s), ""},
         // What an order's own site may not write either
@@ -214,11 +218,11 @@ const std::vector<OrderCase>& OrderCases()
         {"a status that there is not", ", STATUS, REC_SITE", ", 3, '合肥一部'", {{u"STATUS"_s, 99999LL}}, ""},
         {"a flag that there is not", ", STATUS, REC_SITE", ", 3, '合肥一部'", {{u"BL_CANCEL"_s, 2LL}}, ""},
         {"fail a pickup without a reason", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"STATUS"_s, 4LL}}, ""},
-        {"fail it for the reason there is", ", STATUS, REC_SITE, CANCEL_DESC", ", 1, '合肥一部', '超规格'",
-            {{u"STATUS"_s, 4LL}}, "HCB"},
+        {"fail it for the reason there is", ", STATUS, REC_SITE, CANCEL_DESC, BL_CANCEL",
+            ", 1, '合肥一部', '超规格', 1", {{u"STATUS"_s, 4LL}}, "HCB"},
         {"refuse without a reason", ", STATUS, PREPARE_SITE", ", 0, ';合肥一部;'", {{u"STATUS"_s, 2LL}}, ""},
         {"refuse for a reason", ", STATUS, PREPARE_SITE", ", 0, ';合肥一部;'",
-            {{u"STATUS"_s, 2LL}, {u"CANCEL_DESC"_s, u"超规格"_s}}, "HCB"},
+            With(Without(kCancel, u"STATUS"_s), u"STATUS"_s, 2LL), "HCB"},
         {"refuse what is nobody's without one", ", STATUS", ", 0", {{u"STATUS"_s, 2LL}}, ""},
         {"hand back a courier's order", ", STATUS, PREPARE_SITE, REC_SITE", ", 10, ';合肥一部;', '合肥一部'",
             {{u"STATUS"_s, 2LL}, {u"PREPARE_SITE"_s, kNull}, {u"REC_SITE"_s, kNull}}, "HCB"},
@@ -237,8 +241,8 @@ const std::vector<OrderCase>& OrderCases()
             {{u"ORDERSOURCE"_s, kNull}}, "H"},
         {"stamps of one's own", ", STATUS, REC_SITE", ", 1, '合肥一部'",
             {{u"MODIFIER"_s, kMan}, {u"MODIFY_CODE"_s, kCode}, {u"MODIFY_SITE"_s, kSite},
-                {u"REC_MAN"_s, kMan}, {u"REC_BILL_MAN"_s, kMan}, {u"CANCEL_MAN"_s, kMan},
-                {u"CANCEL_SITE"_s, kSite}, {u"ACCEPT_DATE"_s, kNow}},
+                {u"REC_MAN"_s, kMan}, {u"REC_DATE"_s, kNow}, {u"REC_BILL_MAN"_s, kMan},
+                {u"CANCEL_MAN"_s, kMan}, {u"CANCEL_SITE"_s, kSite}, {u"ACCEPT_DATE"_s, kNow}},
             "HCB"},
         {"another modifier", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"MODIFIER"_s, u"王"_s}}, ""},
         {"no modifier", ", STATUS, REC_SITE, MODIFIER", ", 1, '合肥一部', '王'", {{u"MODIFIER"_s, kNull}},
@@ -249,6 +253,42 @@ const std::vector<OrderCase>& OrderCases()
         {"another's acceptance", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"REC_BILL_MAN"_s, u"王"_s}}, ""},
         {"another's cancelling", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"CANCEL_SITE"_s, u"合肥二部"_s}},
             ""},
+        // Stamps that were left, or left to another
+        {"accept without the time", ", STATUS, PREPARE_SITE", ", 0, ';合肥一部;'",
+            Without(kAccept, u"ACCEPT_DATE"_s), ""},
+        {"accept under the name that stands there", ", STATUS, PREPARE_SITE, REC_BILL_MAN",
+            ", 0, ';合肥一部;', '王'", Without(kAccept, u"REC_BILL_MAN"_s), ""},
+        {"dispatch without the time", ", STATUS, CREATER_SITE", ", 0, '合肥一部'",
+            Without(ToDriverAt(u"合肥二部"_s, u";合肥二部;"_s), u"ACCEPT_DATE"_s), ""},
+        {"move another's acceptance", ", STATUS, REC_SITE, REC_BILL_MAN", ", 1, '合肥一部', '王'",
+            {{u"ACCEPT_DATE"_s, kNow}}, ""},
+        {"take over another's acceptance", ", STATUS, REC_SITE, REC_BILL_MAN", ", 1, '合肥一部', '王'",
+            {{u"REC_BILL_MAN"_s, kMan}}, ""},
+        {"pick up unsigned", ", STATUS, REC_SITE", ", 1, '合肥一部'",
+            {{u"STATUS"_s, 3LL}, {u"BILL_CODE"_s, u"1"_s}}, ""},
+        {"pick up what another began to", ", STATUS, REC_SITE, REC_MAN", ", 4, '合肥一部', '王'",
+            {{u"STATUS"_s, 3LL}, {u"BILL_CODE"_s, u"1"_s}}, "HCB"},
+        {"move another's pickup", ", STATUS, REC_SITE, REC_MAN", ", 3, '合肥一部', '王'",
+            {{u"REC_DATE"_s, kNow}}, ""},
+        {"take over another's pickup", ", STATUS, REC_SITE, REC_MAN", ", 3, '合肥一部', '王'",
+            {{u"REC_MAN"_s, kMan}}, ""},
+        {"undo a pickup", ", STATUS, REC_SITE, REC_MAN", ", 3, '合肥一部', '王'",
+            {{u"STATUS"_s, 1LL}, {u"REC_MAN"_s, kNull}}, "HCB"},
+        {"cancel as dispatch does", ", STATUS, CREATER_SITE", ", 0, '合肥一部'", kCancel, "HCB"},
+        {"cancel unsigned", ", STATUS, CREATER_SITE", ", 0, '合肥一部'", Without(kCancel, u"CANCEL_MAN"_s),
+            ""},
+        {"cancel under the name that stands there", ", STATUS, CREATER_SITE, CANCEL_MAN",
+            ", 0, '合肥一部', '王'", Without(kCancel, u"CANCEL_MAN"_s), ""},
+        {"mark as cancelled, and no more", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"BL_CANCEL"_s, 1LL}},
+            ""},
+        {"wipe out who cancelled", ", STATUS, REC_SITE, BL_CANCEL, CANCEL_MAN", ", 4, '合肥一部', 1, '王'",
+            {{u"CANCEL_MAN"_s, kNull}}, ""},
+        {"take a cancellation back", ", STATUS, REC_SITE, BL_CANCEL, CANCEL_MAN, CANCEL_DESC",
+            ", 4, '合肥一部', 1, '王', '超规格'",
+            With(With(With(kPickUp, u"BL_CANCEL"_s, 0LL), u"CANCEL_MAN"_s, kNull), u"CANCEL_DESC"_s, kNull),
+            "HCB"},
+        {"sign another's cancellation", ", STATUS, REC_SITE, BL_CANCEL, CANCEL_SITE",
+            ", 4, '合肥一部', 1, '合肥二部'", {{u"CANCEL_MAN"_s, kMan}}, ""},
         // Columns that tell whose an order is
         {"another's duty", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"DUTY_SITE"_s, u"上海一部"_s}}, "H"},
         {"another's stamp", ", STATUS, REC_SITE", ", 1, '合肥一部'", {{u"MODIFY_SITE"_s, u"上海一部"_s}}, ""},
@@ -292,6 +332,31 @@ TEST_P(PolicyTest, OrdersAreWrittenByThoseWhoHaveToDoWithThem)
         }
         EXPECT_EQ(RawText("select count(*) from zelmor_audit").toULongLong(),
             cases.size() - static_cast<size_t>(outcome.Rejected()));
+    }
+}
+
+// Whether the sender leaves the stamps alone, or lies about what they were.
+TEST_P(PolicyTest, WhoChangesAnOrderLastStandsInIt)
+{
+    for (const QString& account : {u"headquarters"_s, u"centre"_s, u"branch"_s}) {
+        for (const bool lies : {false, true}) {
+            SCOPED_TRACE(account.toStdString());
+            Order(", STATUS, REC_SITE, MODIFIER, MODIFY_CODE, MODIFY_SITE",
+                ", 1, '合肥一部', '王', 'E9', '上海一部'");
+            Client client = At(account);
+            const wire::Identity& who = client.Conversation().Identity();
+            const wire::RowSet rows = client.Query(kOrders);
+            Changes changes(kOrders, rows);
+            changes.Update(0, {{u"ADDRESS"_s, u"x"_s}});
+            if (lies) {
+                const auto at = quint16(rows.IndexOf(u"MODIFIER"));
+                changes.log.rows[0].cells.push_back({at, who.employeeName, who.employeeName});
+            }
+            EXPECT_EQ(client.Apply(changes.log).Rejected(), 0);
+            EXPECT_EQ(
+                RawText("select MODIFIER || ' ' || MODIFY_CODE || ' ' || MODIFY_SITE from tab_zelmor_bill"),
+                who.employeeName + u' ' + who.employeeCode + u' ' + who.site);
+        }
     }
 }
 

@@ -29,6 +29,7 @@ void AcceptAll(int port, const QString& account, const QStringList& numbers, std
         desk.orders.FieldByName(u"REC_SITE").SetAsString(site);
         desk.orders.FieldByName(u"DUTY_SITE").SetAsString(site);
         desk.orders.FieldByName(u"REC_BILL_MAN").SetAsString(desk.connection.Identity().employeeName);
+        desk.orders.FieldByName(u"ACCEPT_DATE").SetAsDateTime(desk.connection.ServerTime());
         desk.orders.Post();
         start.arrive_and_wait();
         try {
@@ -68,7 +69,7 @@ TEST(Race, ExactlyOneDeskGetsEachOrder)
             orders.join(u"','"_s)));
         for (; !desk.orders.Eof(); desk.orders.Next()) {
             desk.orders.Edit();
-            for (const char16_t* field : {u"REC_SITE", u"DUTY_SITE", u"REC_BILL_MAN"})
+            for (const char16_t* field : {u"REC_SITE", u"DUTY_SITE", u"REC_BILL_MAN", u"ACCEPT_DATE"})
                 desk.orders.FieldByName(QStringView(field)).Clear();
             desk.orders.FieldByName(u"STATUS").SetAsInteger(0);
             desk.orders.FieldByName(u"PREPARE_SITE").SetAsString(u";安徽合肥一部;安徽合肥二部;"_s);
