@@ -170,12 +170,12 @@ void ConnectionPool::GiveBack(std::unique_ptr<Connection> connection, Share& sha
     }
 }
 
-std::unique_lock<std::timed_mutex> ConnectionPool::TurnToWrite()
+WriterTurn::Held ConnectionPool::TurnToWrite(const QString& account)
 {
     if (!backend_->HasOneWriter())
         return {};
-    std::unique_lock turn(writer_, patience_);
-    if (!turn.owns_lock())
+    WriterTurn::Held turn = writer_.Take(account, patience_);
+    if (!turn)
         RaiseBusy(patience_);
     return turn;
 }
@@ -190,7 +190,7 @@ PoolState ConnectionPool::State()
 }
 
 Transaction::Transaction(ConnectionPool& pool, const QString& account)
-    : turn_(pool.TurnToWrite())
+    : turn_(pool.TurnToWrite(account))
     , lease_(pool.Lend(account))
 {
     lease_->Begin();

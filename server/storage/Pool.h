@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/storage/Backend.h"
+#include "server/storage/WriterTurn.h"
 
 #include <QHash>
 #include <QSemaphore>
@@ -71,8 +72,8 @@ private:
     Share& ShareOf(const QString& account);
     bool MayTake(const Share& share) const noexcept;
     void Forget(Share& share) noexcept;
-    // Where the database takes one writer at a time, held by the one whose turn it is.
-    std::unique_lock<std::timed_mutex> TurnToWrite();
+    // Where the database takes one writer at a time. Raises Limit after `patience`.
+    WriterTurn::Held TurnToWrite(const QString& account);
 
     using Clock = std::chrono::steady_clock;
     // Shared: who wakes it may still be at it when it has gone on.
@@ -103,8 +104,7 @@ private:
     std::vector<Idle> idle_; // the last used last, its memory still warm
     Clock::time_point lostAt_; // when a connection was last found lost: the others may be, too
     PoolState state_;
-    std::timed_mutex
-        writer_; // where the database takes one writer at a time, they queue here instead of polling
+    WriterTurn writer_; // where the database takes one at a time, they queue here instead of polling
 };
 
 // A transaction that writes, on a connection lent for it. Undone unless it is committed.
@@ -121,7 +121,7 @@ public:
 
 private:
     // Waiting for the turn holds no connection: readers go on.
-    std::unique_lock<std::timed_mutex> turn_;
+    WriterTurn::Held turn_;
     ConnectionPool::Lease lease_;
     bool open_ = false;
 };

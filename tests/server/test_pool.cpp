@@ -257,5 +257,29 @@ TEST_F(PoolTest, NoAccountTakesAllAndWhoHasNoneIsServedFirst)
     EXPECT_EQ(pool.State().waiting, 0);
 }
 
+TEST(WriterTurnTest, GoesToTheAccountThatWroteLongestAgo)
+{
+    storage::WriterTurn turn;
+    QStringList order;
+    std::vector<std::jthread> threads;
+    {
+        const auto held = turn.Take(QStringLiteral("greedy"), 10s);
+        ASSERT_TRUE(held);
+        EXPECT_FALSE(turn.Take(QStringLiteral("hurried"), 10ms));
+        for (const QString& account : {QStringLiteral("greedy"), QStringLiteral("greedy"),
+                 QStringLiteral("other"), QStringLiteral("greedy"), QStringLiteral("third")}) {
+            threads.emplace_back([&turn, &order, account] {
+                const auto own = turn.Take(account, 10s);
+                order += own ? account : QString();
+            });
+            while (turn.Waiting() < int(threads.size()))
+                std::this_thread::sleep_for(1ms);
+        }
+    }
+    threads.clear();
+    EXPECT_EQ(order.join(u' '), QStringLiteral("other third greedy greedy greedy"));
+    EXPECT_TRUE(turn.Take(QStringLiteral("greedy"), 0ms));
+}
+
 } // namespace
 } // namespace storage
