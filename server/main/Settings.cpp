@@ -28,7 +28,7 @@ constexpr Option kOptions[] = {
     {u"tls-key", u"FILE", u"Private key of the certificate (PEM)."},
     {u"plain-network", nullptr, u"Serve other machines although connections are not encrypted."},
     {u"max-sessions", u"N", u"Clients connected at a time; 1000 unless given."},
-    {u"max-sessions-per-account", u"N", u"The same of one account, two a desk; any number unless given."},
+    {u"max-sessions-per-account", u"N", u"The same of one account, two a desk; half of all unless given."},
     {u"max-sessions-per-address", u"N",
         u"The same of one address but this machine's own; 500 unless given, 0: any number."},
     {u"max-newcomers", u"N", u"Clients connected and not logged in; 250 unless given."},

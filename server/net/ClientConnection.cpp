@@ -15,6 +15,7 @@ namespace server {
 
 namespace {
 
+constexpr int kOfADesk = 3; // sessions, while it logs in
 constexpr size_t kKeptBytes = 16 * 1024; // of a request, for the next one
 // A block of rows above this many bytes is sent in parts, far below what a frame may hold.
 constexpr size_t kBlockBytes = wire::kMaxBody / 4;
@@ -86,13 +87,18 @@ private:
     bool compress_;
 };
 
-bool AccountSessions::Enter(const QString& account, int most)
+bool AccountSessions::Enter(const QString& account, const ListenerOptions& options)
 {
     const std::lock_guard lock(mutex_);
-    int& count = counts_[account];
-    if (most > 0 && count >= most)
+    const int count = counts_.value(account);
+    const int places = options.maxConnections;
+    const bool fits = options.maxPerAccount > 0
+        ? count < options.maxPerAccount
+        : count < kOfADesk || (count < (places + 1) / 2 && all_ < places - places / 4);
+    if (!fits)
         return false;
-    ++count;
+    ++counts_[account];
+    ++all_;
     return true;
 }
 
@@ -100,7 +106,10 @@ void AccountSessions::Leave(const QString& account)
 {
     const std::lock_guard lock(mutex_);
     const auto at = counts_.find(account);
-    if (at != counts_.end() && --*at == 0)
+    if (at == counts_.end())
+        return;
+    --all_;
+    if (--*at == 0)
         counts_.erase(at);
 }
 
@@ -206,7 +215,7 @@ void ClientConnection::Admit(const QString& account)
     if (account == account_)
         return;
     context_.accounts.Leave(std::exchange(account_, {}));
-    if (!context_.accounts.Enter(account, context_.options.maxPerAccount))
+    if (!context_.accounts.Enter(account, context_.options))
         throw RefusedError(RefusalReason::Sessions, ErrorKind::Limit,
             u"账号 %1 的连接数已满，请先退出别处的登录！"_s.arg(account));
     account_ = account;

@@ -17,14 +17,16 @@ class RequestMemory;
 // How many sessions each account has. Safe to use from any thread.
 class AccountSessions {
 public:
-    // False where the account has `most` already; 0: any number.
-    bool Enter(const QString& account, int most);
+    // False where the account has as many as it may. Unless the options say how many that is, it is half of
+    // all clients, and the last quarter of them is for accounts that have no more than a desk needs.
+    bool Enter(const QString& account, const ListenerOptions& options);
     // Does nothing for an account that has none.
     void Leave(const QString& account);
 
 private:
     std::mutex mutex_;
     QHash<QString, int> counts_;
+    int all_ = 0;
 };
 
 // What the connections of one listener share; outlives them.

@@ -25,8 +25,9 @@ struct ListenerOptions {
     // The most that are connected without being logged in; one address may have half of them (64 at least).
     // Beyond that, and where every place is taken, the one that has been silent longest is closed.
     int maxNewcomers = 250;
-    int maxPerAccount =
-        0; // sessions of one account at a time (a desk has two, three while it logs in); 0: any
+    // Sessions of one account at a time (a desk has two, three while it logs in); 0: half of all, the last
+    // quarter of which is for accounts that have fewer than three.
+    int maxPerAccount = 0;
     quint32 maxRequestBytes = wire::kMaxRequestBody; // no more than this
     qint64 requestMemory = qint64(1) << 30; // of all requests together, half of it for one account's
     // Milliseconds.

@@ -1,4 +1,5 @@
 #include "runtime/data/TcpTransport.h"
+#include "server/net/ClientConnection.h"
 #include "tests/support/FakeListener.h"
 #include "tests/support/Raised.h"
 #include "tests/support/TestAuthority.h"
@@ -326,7 +327,7 @@ TEST_P(ListenerTest, WhatDoesNotEndByItselfIsInterruptedWhenStopping)
 TEST_P(ListenerTest, ServesManyClientsAtOnceUpToItsLimit)
 {
     server::ListenerOptions options = Options();
-    options.maxConnections = 40;
+    options.maxConnections = options.maxPerAccount = 40;
     FakeListener fake(0, options);
     std::vector<std::thread> threads;
     std::atomic<int> good{0};
@@ -376,6 +377,26 @@ TEST_P(ListenerTest, AnAccountHasSoManySessionsAndNoMore)
     two.reset();
     EXPECT_TRUE(FakeListener::Reaches(fake.sessions, 1));
     EXPECT_EQ(RowsOf(*LoggedInClient(fake.Port()), u"rows 1"_s), 1);
+}
+
+TEST(AccountSessionsTest, NoAccountTakesThePlacesOfAll)
+{
+    server::ListenerOptions options;
+    options.maxConnections = 20;
+    server::AccountSessions sessions;
+    const auto come = [&](const QString& account) {
+        int let = 0;
+        while (let < 100 && sessions.Enter(account, options))
+            ++let;
+        return let;
+    };
+    EXPECT_EQ(come(u"greedy"_s), 10);
+    EXPECT_EQ(come(u"other"_s), 5) << "the last quarter is for those that have few";
+    EXPECT_EQ(come(u"desk"_s), 3);
+    sessions.Leave(u"greedy"_s);
+    EXPECT_EQ(come(u"greedy"_s), 0);
+    options.maxPerAccount = 4;
+    EXPECT_EQ(come(u"desk"_s), 1) << "as the administrator says";
 }
 
 TEST_P(ListenerTest, SilentOnesLeaveRoomForThoseWhoLogIn)
