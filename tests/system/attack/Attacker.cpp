@@ -48,6 +48,29 @@ wire::Packet Compressed(const wire::Packet& packet)
     return smaller;
 }
 
+wire::Request Save(const QString& query, const wire::RowSet& rows, qsizetype row,
+    const std::vector<std::pair<QString, wire::Value>>& edits, quint64 number)
+{
+    wire::Request request;
+    request.kind = wire::RequestKind::ApplyUpdates;
+    request.name.client = {9, 9, 9};
+    request.name.number = number;
+    request.changes.commandText = query;
+    request.changes.columns = rows.infos;
+    wire::RowChange change{wire::ChangeKind::Update, 1, {}};
+    for (size_t i = 0; i < rows.infos.size(); ++i) {
+        const wire::Value read = rows.columns[i].ValueAt(row);
+        const auto edit =
+            std::ranges::find_if(edits, [&](const auto& item) { return item.first == rows.infos[i].name; });
+        if (edit != edits.end())
+            change.cells.push_back({quint16(i), read, edit->second});
+        else if (rows.infos[i].key || rows.infos[i].guard)
+            change.cells.push_back({quint16(i), read, read});
+    }
+    request.changes.rows = {change};
+    return request;
+}
+
 Attacker::Attacker(int port, const QString& from)
 {
     auto socket = std::make_unique<QTcpSocket>();

@@ -21,6 +21,10 @@ wire::Request Login(const QString& account, const QString& password);
 wire::Request Query(const QString& text);
 wire::Request Execute(const QString& text);
 
+// A save of one row that was read, with some values changed as a desk that may do anything would.
+wire::Request Save(const QString& query, const wire::RowSet& rows, qsizetype row,
+    const std::vector<std::pair<QString, wire::Value>>& edits, quint64 number);
+
 // A client made of sockets and the wire format, which sends what no desk would. Used by one thread.
 class Attacker final : public wire::FrameChannel {
 public:

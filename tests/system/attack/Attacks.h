@@ -25,6 +25,7 @@ Result Freeze(Target& target, bool brief);
 Result TranslateWithoutEnd(Target& target, bool brief);
 Result FillTheMemory(Target& target, bool brief);
 Result StarveByStatements(Target& target, bool brief);
+Result StarveBySaving(Target& target, bool brief);
 Result StarveByNotReading(Target& target, bool brief);
 Result OccupyConnections(Target& target, bool brief);
 Result GuessPasswords(Target& target, bool brief);

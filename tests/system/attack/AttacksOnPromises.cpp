@@ -23,6 +23,8 @@ const QString kColumns = u"TX_LOGISTIC_ID,STATUS,REC_SITE,PREPARE_SITE,REMARK,MO
                          u"SITE,CANCEL_MAN,CREATER_MAN,"
                          "CANCEL_DESC,CREATE_DATE,CREATER_SITE"_s;
 
+const QString kQuery = u"select %1 from tab_zelmor_bill"_s.arg(kColumns);
+
 bool WasLookedAt(const Answer& answer)
 {
     return answer.kind == ErrorKind::Login && !answer.reason.contains(u"次数过多");
@@ -35,30 +37,6 @@ Answer Guess(Target& target, const QString& from, const QString& account)
     } catch (const Error& error) {
         return {.reason = error.Message()};
     }
-}
-
-// One row that was read, with some values changed as a desk that may do anything would.
-wire::Request Save(const wire::RowSet& rows, qsizetype row,
-    const std::vector<std::pair<QString, wire::Value>>& edits, quint64 number)
-{
-    wire::Request request;
-    request.kind = wire::RequestKind::ApplyUpdates;
-    request.name.client = {9, 9, 9};
-    request.name.number = number;
-    request.changes.commandText = u"select %1 from tab_zelmor_bill"_s.arg(kColumns);
-    request.changes.columns = rows.infos;
-    wire::RowChange change{wire::ChangeKind::Update, 1, {}};
-    for (size_t i = 0; i < rows.infos.size(); ++i) {
-        const wire::Value read = rows.columns[i].ValueAt(row);
-        const auto edit =
-            std::ranges::find_if(edits, [&](const auto& item) { return item.first == rows.infos[i].name; });
-        if (edit != edits.end())
-            change.cells.push_back({quint16(i), read, edit->second});
-        else if (rows.infos[i].key || rows.infos[i].guard)
-            change.cells.push_back({quint16(i), read, read});
-    }
-    request.changes.rows = {change};
-    return request;
 }
 
 // Of a server that must not come up; empty where it did.
@@ -128,13 +106,13 @@ Result SaveTwice(Target& target, bool /*brief*/)
     desk.LogIn(u"benbu"_s);
     const QString query = u"select %1 from tab_zelmor_bill where rownum <= 2 and STATUS = 0"_s.arg(kColumns);
     const wire::RowSet rows = desk.Ask(Query(query)).rows;
-    const wire::Request first = Save(rows, 0, {{u"REMARK"_s, u"first"_s}}, 1);
+    const wire::Request first = Save(kQuery, rows, 0, {{u"REMARK"_s, u"first"_s}}, 1);
     const Answer once = desk.Ask(first);
     const Answer twice = desk.Ask(first);
-    const Answer other = desk.Ask(Save(rows, 1, {{u"REMARK"_s, u"other"_s}}, 1));
+    const Answer other = desk.Ask(Save(kQuery, rows, 1, {{u"REMARK"_s, u"other"_s}}, 1));
     // One good row, and more refused ones than a reply can hold.
-    wire::Request large = Save(rows, 1, {{u"REMARK"_s, u"large"_s}}, 2);
-    wire::RowChange bad = Save(rows, 0, {{u"REMARK"_s, u"bad"_s}}, 2).changes.rows.front();
+    wire::Request large = Save(kQuery, rows, 1, {{u"REMARK"_s, u"large"_s}}, 2);
+    wire::RowChange bad = Save(kQuery, rows, 0, {{u"REMARK"_s, u"bad"_s}}, 2).changes.rows.front();
     bad.cells[1].original = qint64(-7);
     large.changes.columns.resize(1'000, {u"Z"_s, wire::ColumnType::Text});
     large.changes.rows.resize(6'000, bad);
@@ -173,6 +151,8 @@ Result WriteWhatIsOthers(Target& target, bool /*brief*/)
         {u"hefei1"_s, own, {{u"PREPARE_SITE"_s, u";没有这个网点;"_s}}},
         {u"hefei1"_s, u"REC_SITE = '安徽合肥二部'"_s, {{u"REMARK"_s, u"x"_s}}},
         {u"benbu"_s, u"STATUS = 0"_s, {{u"STATUS"_s, qint64(99'999)}}},
+        {u"hefei1"_s, own, {{u"STATUS"_s, qint64(2)}, {u"CANCEL_DESC"_s, u"超规格"_s}}}, // unsigned
+        {u"hefei1"_s, own, {{u"REC_SITE"_s, u"安徽合肥一部"_s}}},
     };
     int refused = 0;
     QStringList through;
@@ -189,7 +169,7 @@ Result WriteWhatIsOthers(Target& target, bool /*brief*/)
             through += u"no order where "_s + forgery.order;
             continue;
         }
-        const Answer answer = attacker.Ask(Save(rows, 0, forgery.edits, ++number));
+        const Answer answer = attacker.Ask(Save(kQuery, rows, 0, forgery.edits, ++number));
         if (!answer.accepted) // as a whole, for another reason
             through += answer.reason;
         else if (answer.reply.outcome.Rejected() == 0)
@@ -197,6 +177,22 @@ Result WriteWhatIsOthers(Target& target, bool /*brief*/)
         else
             ++refused;
     }
+    // An order that another has changed last, with its stamps left as they are.
+    Attacker first(target.Port(), u"127.0.0.8"_s);
+    const wire::Identity headquarters = first.LogIn(u"benbu"_s);
+    Attacker second(target.Port(), u"127.0.0.8"_s);
+    const wire::Identity branch = second.LogIn(u"hefei1"_s);
+    const QString query = u"select %1 from tab_zelmor_bill where rownum <= 1 and %2"_s.arg(kColumns, own);
+    const auto modifier = [&](Attacker& by, const QString& remark) {
+        by.Ask(Save(kQuery, by.Ask(Query(query)).rows, 0, {{u"REMARK"_s, remark}}, ++number));
+        const wire::RowSet rows = by.Ask(Query(query)).rows;
+        return wire::ToText(rows.columns[size_t(rows.IndexOf(u"MODIFIER"))].ValueAt(0));
+    };
+    if (modifier(first, u"one"_s) == headquarters.employeeName
+        && modifier(second, u"two"_s) == branch.employeeName)
+        ++refused;
+    else
+        through += u"a change under the stamps of another"_s;
     for (const QString& text : {u"delete from tab_zelmor_bill"_s, u"select * from zelmor_account"_s,
              u"update zelmor_audit set ACCOUNT='x'"_s, u"update tab_zelmor_bill set STATUS = 1"_s}) {
         Attacker attacker(target.Port(), u"127.0.0.8"_s);

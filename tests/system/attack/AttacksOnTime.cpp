@@ -236,6 +236,72 @@ Result StarveByStatements(Target& target, bool /*brief*/)
     return Judge(desk.Finish(), u"16 endless statements of one account, %1 answered"_s.arg(answered));
 }
 
+// SQLite takes one writer at a time.
+Result StarveBySaving(Target& target, bool brief)
+{
+    const QString query =
+        u"select TX_LOGISTIC_ID, STATUS, REC_SITE, PREPARE_SITE, REMARK from tab_zelmor_bill"_s;
+    const auto ordersOf = [&](Attacker& desk, const QString& site) {
+        return desk
+            .Ask(Query(query + u" where rownum <= 6 and STATUS = 0 and PREPARE_SITE = ';%1;'"_s.arg(site)))
+            .rows;
+    };
+    // The same row, over and over: as many as fit into a request.
+    const int changes = brief ? 10'000 : 100'000;
+    std::vector<std::jthread> crowd;
+    std::mutex mutex;
+    int accepted = 0;
+    QString refusal;
+    double longest = 0;
+    std::atomic<int> left = 6;
+    for (int i = 0; i < 6; ++i) {
+        crowd.emplace_back([&, i] {
+            try {
+                Attacker attacker(target.Port());
+                attacker.LogIn(kBranch);
+                const wire::RowSet rows = ordersOf(attacker, u"安徽合肥一部"_s);
+                wire::Request log =
+                    Save(query, rows, i % rows.RowCount(), {{u"REMARK"_s, u"0"_s}}, quint64(1'000 + i));
+                log.changes.rows.resize(size_t(changes), log.changes.rows.front());
+                for (int n = 1; n < changes; ++n) {
+                    wire::CellChange& remark = log.changes.rows[size_t(n)].cells.back();
+                    remark = {remark.column, QString::number(n - 1), QString::number(n)};
+                }
+                const Answer answer = attacker.Ask(log, true);
+                const std::lock_guard lock(mutex);
+                accepted += answer.accepted && answer.reply.outcome.Rejected() == 0 ? 1 : 0;
+                longest = std::max(longest, answer.seconds);
+                if (!answer.accepted)
+                    refusal = answer.reason;
+            } catch (const Error& error) {
+                const std::lock_guard lock(mutex);
+                refusal = error.Message();
+            }
+            --left;
+        });
+    }
+    HonestDesk::Wait wait;
+    Attacker desk(target.Port(), u"127.0.0.1"_s);
+    desk.LogIn(u"xuancheng"_s);
+    for (quint64 number = 2'000; left > 0 || wait.served == 0; ++number) {
+        const wire::RowSet row = ordersOf(desk, u"安徽宣城同行"_s);
+        if (row.RowCount() == 0)
+            return {false, u"no order to save"_s};
+        const Answer answer = desk.Ask(Save(query, row, 0, {{u"REMARK"_s, QString::number(number)}}, number));
+        wait.longest = std::max(wait.longest, answer.seconds);
+        ++wait.served;
+        if (!answer.accepted)
+            wait.refused = answer.reason;
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    crowd.clear();
+    return Judge(wait,
+        u"6 saves of %1 changes by one account, %2 stored within %3 s, the others: “%4”"_s.arg(changes)
+            .arg(accepted)
+            .arg(longest, 0, 'f', 1)
+            .arg(refusal));
+}
+
 Result StarveByNotReading(Target& target, bool brief)
 {
     HonestDesk desk(target);

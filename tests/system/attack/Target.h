@@ -15,8 +15,9 @@ namespace attack {
 // The server that is attacked, over a database of its own, with a log, figures and a desk at work beside.
 class Target {
 public:
-    // `seconds`: after so many it stops a statement. `log`: the file of its log; empty: none that stays.
-    Target(int seconds, const QString& log);
+    // `seconds`: after so many it stops a statement. `storage`: an empty database in the place of the
+    // embedded one. `log`: the file of its log. Either may be empty.
+    Target(int seconds, const QString& storage, const QString& log);
     ~Target();
     Target(const Target&) = delete;
     Target& operator=(const Target&) = delete;

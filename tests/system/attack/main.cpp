@@ -1,6 +1,6 @@
 // Plays every attack that once went through against a server of its own; fails where one does again.
 //
-//   zelmor_attack [--brief] [--only NAME] [--log FILE]
+//   zelmor_attack [--brief] [--only NAME] [--storage URI] [--log FILE]
 
 #include "tests/system/attack/Attacks.h"
 
@@ -24,6 +24,7 @@ const std::vector<Attack>& Attacks()
         {"translation", TranslateWithoutEnd},
         {"memory", FillTheMemory},
         {"statements", StarveByStatements},
+        {"saves", StarveBySaving},
         {"readers", StarveByNotReading},
         {"connections", OccupyConnections},
         {"passwords", GuessPasswords},
@@ -36,7 +37,7 @@ const std::vector<Attack>& Attacks()
 
 namespace {
 
-int Run(bool brief, const QString& only, const QString& log)
+int Run(bool brief, const QString& only, const QString& storage, const QString& log)
 {
     int through = 0;
     const auto tell = [&](const char* name, const Result& result, double seconds) {
@@ -45,7 +46,7 @@ int Run(bool brief, const QString& only, const QString& log)
             qUtf8Printable(result.what));
         std::fflush(stdout);
     };
-    Target target(brief ? 1 : 3, log);
+    Target target(brief ? 1 : 3, storage, log);
     for (const Attack& attack : Attacks()) {
         if (!only.isEmpty() && only != QLatin1StringView(attack.name))
             continue;
@@ -90,10 +91,13 @@ int main(int argc, char** argv)
     QCommandLineParser parser;
     parser.addHelpOption();
     parser.addOptions({{u"brief"_s, u"In some seconds, with fewer clients."_s},
-        {u"only"_s, u"This attack alone."_s, u"NAME"_s}, {u"log"_s, u"For the server's log."_s, u"FILE"_s}});
+        {u"only"_s, u"This attack alone."_s, u"NAME"_s},
+        {u"storage"_s, u"An empty database in the place of the embedded one."_s, u"URI"_s},
+        {u"log"_s, u"For the server's log."_s, u"FILE"_s}});
     parser.process(application);
     try {
-        return attack::Run(parser.isSet(u"brief"_s), parser.value(u"only"_s), parser.value(u"log"_s));
+        return attack::Run(parser.isSet(u"brief"_s), parser.value(u"only"_s), parser.value(u"storage"_s),
+            parser.value(u"log"_s));
     } catch (const wire::Error& error) {
         std::fprintf(stderr, "attack: %s\n", error.what());
         return 2;
