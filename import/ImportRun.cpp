@@ -92,6 +92,7 @@ public:
         , grid_(grid)
         , rows_(grid.rows)
         , save_(save)
+        , shown_(!grid.rows.ControlsDisabled())
     {
         for (const TImportColumn& column : plan.columns) {
             if (column.target < 0 || grid.targets[static_cast<size_t>(column.target)].given)
@@ -101,9 +102,20 @@ public:
         }
     }
 
+    ~TRun()
+    {
+        if (shown_ && rows_.ControlsDisabled())
+            rows_.EnableControls();
+    }
+    TRun(const TRun&) = delete;
+    TRun& operator=(const TRun&) = delete;
+
     // Why the order was not entered, if it was not. `lost`: it is entered, but nothing more can be saved.
     QString Enter(int row, bool& lost)
     {
+        // A view switches on again what it finds switched off between two rows.
+        if (!rows_.ControlsDisabled())
+            rows_.DisableControls();
         const QString reason = Post(row);
         if (!reason.isEmpty()) {
             rows_.Cancel();
@@ -161,6 +173,7 @@ private:
     TImportGrid& grid_;
     TClientDataSetEx& rows_;
     QAbstractButton* save_;
+    bool shown_; // its controls were on
     std::vector<TCell> cells_;
     THeldBoxes boxes_;
 };

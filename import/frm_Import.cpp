@@ -23,7 +23,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kStepMilliseconds = 100;
+constexpr int kStepMilliseconds = 40; // between two looks at what the user does
 constexpr int kReadPollMilliseconds = 20;
 
 // Titles of two levels on one line, as a heading is written.
