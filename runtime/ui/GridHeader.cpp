@@ -79,42 +79,24 @@ QSize TGridHeader::sizeHint() const
     return {length(), levels_ * LineHeight() + 1};
 }
 
-// Neighbouring columns whose titles begin alike share the cells of those lines; a frozen column's group ends
-// where the scrolled ones begin.
 void TGridHeader::Relayout()
 {
     const auto& d = *grid_->d_;
     std::vector<int> shown;
-    std::vector<QStringList> parts;
-    levels_ = 1;
+    QStringList titles;
+    int frozen = 0;
     for (int column = 0; column < int(d.columns.size()); ++column) {
         if (!d.ShownColumn(column))
             continue;
         shown.push_back(column);
-        parts.push_back(d.columns[size_t(column)].info.title.split(u'|'));
-        levels_ = std::max(levels_, int(parts.back().size()));
+        titles += d.columns[size_t(column)].info.title;
+        frozen += column < d.frozen;
     }
-    cells_.clear();
-    const auto together = [&](size_t a, size_t b, qsizetype level) {
-        if ((shown[a] < d.frozen) != (shown[b] < d.frozen) || parts[b].size() <= level + 1)
-            return false;
-        for (qsizetype i = 0; i <= level; ++i) {
-            if (parts[a][i] != parts[b][i])
-                return false;
-        }
-        return true;
-    };
-    for (size_t i = 0; i < shown.size(); ++i) {
-        const qsizetype own = parts[i].size();
-        for (qsizetype level = 0; level + 1 < own; ++level) {
-            if (i > 0 && parts[i - 1].size() > level + 1 && together(i - 1, i, level))
-                continue; // the cell began with a column before
-            size_t end = i;
-            while (end + 1 < shown.size() && together(i, end + 1, level))
-                ++end;
-            cells_.push_back({shown[i], shown[end], int(level), 1, parts[i][level], false});
-        }
-        cells_.push_back({shown[i], shown[i], int(own) - 1, levels_ - int(own) + 1, parts[i].back(), true});
+    levels_ = TitleLines(titles);
+    cells_ = TitleCells(titles, frozen);
+    for (Cell& cell : cells_) {
+        cell.first = shown[size_t(cell.first)];
+        cell.last = shown[size_t(cell.last)];
     }
     updateGeometry();
     viewport()->update();

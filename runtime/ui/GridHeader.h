@@ -1,5 +1,7 @@
 #pragma once
 
+#include "runtime/ui/TitleCells.h"
+
 #include <QElapsedTimer>
 #include <QHeaderView>
 
@@ -27,14 +29,7 @@ protected:
     bool event(QEvent* event) override;
 
 private:
-    struct Cell {
-        int first; // columns first…last
-        int last;
-        int level;
-        int levels; // lines it spans
-        QString text;
-        bool leaf;
-    };
+    using Cell = TTitleCell; // columns are the grid's
     int LineHeight() const;
     QRect CellRect(const Cell& cell) const;
     void PaintCell(QPainter& painter, const Cell& cell);
