@@ -2,10 +2,10 @@
 
 #include "framework/GridRows.h"
 #include "framework/LabelledControls.h"
+#include "framework/ProposedFile.h"
 #include "framework/Questions.h"
 #include "framework/frm_Progress.h"
 #include "module/data/DataSetRows.h"
-#include "module/data/HostBridge.h"
 #include "module/data/MessageBoxes.h"
 #include "runtime/ui/Application.h"
 #include "wire/Error.h"
@@ -17,39 +17,10 @@
 #include <QFileDialog>
 #include <QGridLayout>
 #include <QKeyEvent>
-#include <QRegularExpression>
-#include <QStandardPaths>
 #include <QTimer>
 #include <QUrl>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-// Where the last file went, for as long as the program runs.
-QString& LastFolder()
-{
-    static QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
-    return folder;
-}
-
-QString ProposedPath(QString title)
-{
-    title.replace(QRegularExpression(uR"([\\/:*?"<>|])"_s), u"_"_s); // no system's names hold these
-    const QString moment = ServerDateTime().Format(u"yyyymmdd-hhnnss");
-    return QDir::toNativeSeparators(QDir(LastFolder()).filePath(title + u'-' + moment + u".xlsx"_s));
-}
-
-QString ListTitle(const TDBGridEh& grid)
-{
-    for (const QWidget* above = grid.parentWidget(); above; above = above->parentWidget()) {
-        if (const auto* form = qobject_cast<const TForm*>(above))
-            return form->Caption();
-    }
-    return u"列表"_s;
-}
-
-} // namespace
 
 Tfrm_Export::Tfrm_Export(QObject* owner, TDBGridEh& grid, const QString& title)
     : TForm(owner, u"frm_Export"_s)
@@ -59,7 +30,7 @@ Tfrm_Export::Tfrm_Export(QObject* owner, TDBGridEh& grid, const QString& title)
     , RadioButton3(new QRadioButton(u"CSV 文本，简体中文 936 (*.csv)"_s, this))
     , RadioButton4(new QRadioButton(this))
     , RadioButton5(new QRadioButton(this))
-    , Edit1(new QLineEdit(ProposedPath(title), this))
+    , Edit1(new QLineEdit(ProposedFile(title, u".xlsx"), this))
     , Label1(new QLabel(this))
     , Button1(NewButton(this, u"Button1"_s, u"导出(&X)"_s))
     , Button2(NewButton(this, u"Button2"_s, u"关闭(&C)"_s))
@@ -210,7 +181,7 @@ void Tfrm_Export::Button1Click()
             Label1->setText(u"已取消，没有写入文件。"_s);
             return;
         }
-        LastFolder() = file.absolutePath();
+        KeepFolder(file.absolutePath());
         Label1->setText(u"已导出 %L1 行：%2"_s.arg(rows.RowCount())
                             .arg(QDir::toNativeSeparators(file.absoluteFilePath())));
         Button4->show();
@@ -232,6 +203,6 @@ void Tfrm_Export::Button3Click()
 
 void Tfrm_Export::Button4Click()
 {
-    QDesktopServices::openUrl(QUrl::fromLocalFile(LastFolder()));
+    QDesktopServices::openUrl(QUrl::fromLocalFile(KeptFolder()));
     Close();
 }

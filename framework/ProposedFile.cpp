@@ -1,0 +1,46 @@
+#include "framework/ProposedFile.h"
+
+#include "module/data/HostBridge.h"
+#include "runtime/ui/Forms.h"
+
+#include <QDir>
+#include <QRegularExpression>
+#include <QStandardPaths>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QString& Folder()
+{
+    static QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    return folder;
+}
+
+} // namespace
+
+QString ListTitle(const QWidget& list)
+{
+    for (const QWidget* above = list.parentWidget(); above; above = above->parentWidget()) {
+        if (const auto* form = qobject_cast<const TForm*>(above))
+            return form->Caption();
+    }
+    return u"列表"_s;
+}
+
+QString ProposedFile(QString title, QStringView ending)
+{
+    title.replace(QRegularExpression(uR"([\\/:*?"<>|])"_s), u"_"_s); // no system's names hold these
+    const QString moment = ServerDateTime().Format(u"yyyymmdd-hhnnss");
+    return QDir::toNativeSeparators(QDir(Folder()).filePath(title + u'-' + moment + ending.toString()));
+}
+
+QString KeptFolder()
+{
+    return Folder();
+}
+
+void KeepFolder(const QString& folder)
+{
+    Folder() = folder;
+}
