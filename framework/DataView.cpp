@@ -1,9 +1,11 @@
 #include "framework/DataView.h"
 
+#include "framework/CriteriaWords.h"
 #include "framework/DataViewLayout.h"
 #include "framework/ViewState.h"
 #include "framework/frm_Basic.h"
 #include "framework/frm_Export.h"
+#include "framework/frm_Print.h"
 #include "module/data/LayoutStorage.h"
 #include "runtime/ui/Style.h"
 
@@ -73,6 +75,8 @@ TDataView::TDataView(QWidget* parent, const QString& name)
     DataViewGrid->OnTitleBtnClick = [this](int column) { DataViewGridTitleBtnClick(column); };
     DataViewGrid->OnContextMenu = [this](QMenu& menu) { DataViewGridContextMenu(menu); };
     Tfrm_Export::AddAction(*DataViewGrid);
+    Tfrm_Print::AddAction(*this);
+    new TCriteriaWords(*this);
     DS->OnStateChange = [this] { DSStateChange(); };
 }
 

@@ -112,3 +112,28 @@ QString TGridRows::Footer(int row, int column) const
 {
     return grid_.FooterText(row, sources_[static_cast<size_t>(column)].column);
 }
+
+QString TGridRows::Text(int row, int column)
+{
+    const TSource& source = sources_[static_cast<size_t>(column)];
+    if (source.field < 0)
+        return QString::number(row + 1);
+    const int viewRow = ViewRow(row);
+    if (source.tick)
+        return dataSet_.ViewIsNull(viewRow, source.field)      ? QString()
+            : grid_.CellText(viewRow, source.column) == u"1"_s ? u"是"_s
+                                                               : u"否"_s;
+    return grid_.CellText(viewRow, source.column);
+}
+
+TAlignment TGridRows::Alignment(int column) const
+{
+    return grid_.Column(sources_[static_cast<size_t>(column)].column).alignment;
+}
+
+TAlignment TGridRows::FooterAlignment(int row, int column) const
+{
+    const auto& footers = grid_.Column(sources_[static_cast<size_t>(column)].column).footers;
+    return static_cast<size_t>(row) < footers.size() ? footers[static_cast<size_t>(row)].alignment
+                                                     : TAlignment::Left;
+}

@@ -20,6 +20,10 @@ public:
     TExportCell Cell(int row, int column) override;
     int FooterRows() const override { return footerRows_; }
     QString Footer(int row, int column) const override;
+    // For the eye: as the list shows it. Raises wire::Error as Cell() does.
+    QString Text(int row, int column);
+    TAlignment Alignment(int column) const;
+    TAlignment FooterAlignment(int row, int column) const;
 
 private:
     struct TSource {

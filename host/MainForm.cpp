@@ -43,6 +43,9 @@ constexpr QColor kLostColor(0xb0, 0x1e, 0x1e);
 // Screens publish their buttons under these names.
 constexpr const char* kQueryButton = "QueryButton";
 constexpr const char* kSaveButton = "SaveButton";
+// And their lists what they offer.
+const QString kExportAction = u"ExportAction"_s;
+const QString kPrintAction = u"PrintAction"_s;
 
 // A text of the status bar that gives way on a narrow screen instead of widening the frame.
 class TStatusLabel : public QLabel {
@@ -323,12 +326,20 @@ void TMainForm::BuildToolBar()
     saveAction_->setShortcut(QKeySequence(u"Ctrl+S"_s));
     saveAction_->setToolTip(u"当前窗口的保存（Ctrl+S）"_s);
     exportAction_ = bar->addAction(style()->standardIcon(QStyle::SP_FileIcon), u"导出"_s, this, [this] {
-        if (QAction* action = ExportAction())
+        if (QAction* action = ListAction(kExportAction))
             action->trigger();
     });
     exportAction_->setObjectName(u"ExportListAction"_s);
     exportAction_->setShortcut(QKeySequence(u"Ctrl+E"_s));
     exportAction_->setToolTip(u"把当前窗口的列表导出到文件（Ctrl+E）"_s);
+    printAction_ =
+        bar->addAction(style()->standardIcon(QStyle::SP_FileDialogContentsView), u"打印"_s, this, [this] {
+            if (QAction* action = ListAction(kPrintAction))
+                action->trigger();
+        });
+    printAction_->setObjectName(u"PrintListAction"_s);
+    printAction_->setShortcut(QKeySequence(u"Ctrl+P"_s));
+    printAction_->setToolTip(u"预览和打印当前窗口的列表（Ctrl+P）"_s);
     bar->addSeparator();
 
     auto* label = new QLabel(u" 查找(&G) "_s);
@@ -405,17 +416,17 @@ void TMainForm::UpdateActions()
 {
     queryAction_->setEnabled(ScreenButton(kQueryButton));
     saveAction_->setEnabled(ScreenButton(kSaveButton));
-    exportAction_->setEnabled(ExportAction());
+    exportAction_->setEnabled(ListAction(kExportAction));
+    printAction_->setEnabled(ListAction(kPrintAction));
     searchEdit_->setEnabled(searchGrid_);
     for (QAction* action : std::as_const(windowActions_))
         action->setEnabled(windows_->Count() > 0);
 }
 
-// What the list of the screen in front offers, known by its name.
-QAction* TMainForm::ExportAction() const
+// What the list of the screen in front offers.
+QAction* TMainForm::ListAction(const QString& name) const
 {
-    return searchGrid_ ? searchGrid_->findChild<QAction*>(u"ExportAction"_s, Qt::FindDirectChildrenOnly)
-                       : nullptr;
+    return searchGrid_ ? searchGrid_->findChild<QAction*>(name, Qt::FindDirectChildrenOnly) : nullptr;
 }
 
 void TMainForm::FindNext(bool backwards)

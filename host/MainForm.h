@@ -75,7 +75,7 @@ private:
     void ShowAbout();
     void ShowClock();
     QAbstractButton* ScreenButton(const char* property) const;
-    QAction* ExportAction() const;
+    QAction* ListAction(const QString& name) const;
 
     TPublishedData& published_;
     std::function<wire::DateTime()> clock_;
@@ -87,6 +87,7 @@ private:
     QAction* queryAction_ = nullptr;
     QAction* saveAction_ = nullptr;
     QAction* exportAction_ = nullptr;
+    QAction* printAction_ = nullptr;
     QAction* reconnectAction_ = nullptr;
     QList<QAction*> windowActions_; // of use only while a screen is open
     QLineEdit* searchEdit_ = nullptr;

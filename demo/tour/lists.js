@@ -21,6 +21,15 @@ chapter("列表：筛选、标记、撤销");
     assertEqual(grid.value(0, "REC_SITE"), BRANCH.site);
     grid.click(0, "STATUS");
     host.screenshot("lists.png");
+    host.onDialog(dialog => {
+        assert(dialog.control("Label1").text.startsWith("共 1 页"), dialog.control("Label1").text);
+        host.wait(1000);
+        host.screenshot("print.png");
+        return "关闭";
+    });
+    host.key("Ctrl+P");
+    host.onDialog(null);
+    assertEqual(screen.grid("DataView1").rowCount, narrowed, "back on the list");
     grid.key("Ctrl+Shift+L");
     host.screenshot("lists-filter.png");
     host.key("Escape");
