@@ -15,6 +15,8 @@ include("tour/query.js");
 include("tour/overdue.js");
 include("tour/centre.js");
 include("tour/lists.js");
+include("tour/preferences.js");
 include("tour/collect.js");
+include("tour/keyboard.js");
 include("tour/desk.js");
 print("Tour complete.");

@@ -38,6 +38,7 @@ Tfrm_Export::Tfrm_Export(QObject* owner, TDBGridEh& grid, const QString& title)
     , Button4(NewButton(this, u"Button4"_s, u"打开文件夹(&F)"_s))
 {
     SetCaption(u"导出 - "_s + title);
+    setProperty("guide", u"export"_s);
     KeyPreview = true;
     auto* forms = new QButtonGroup(this);
     auto* extents = new QButtonGroup(this);

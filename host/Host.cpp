@@ -3,6 +3,7 @@
 #include "host/HostApplication.h"
 #include "host/LoginWindow.h"
 #include "host/MainForm.h"
+#include "host/PreferencesWindow.h"
 #include "host/WindowList.h"
 #include "runtime/ScreenTable.h"
 #include "server/storage/sqlite/SqliteStorage.h"
@@ -42,6 +43,7 @@ THost::THost(THostOptions options)
               else if (loginWindow_)
                   loginWindow_->ShowRemark(message);
           })
+    , helpKey_([this] { return mainForm_ ? mainForm_->ScreenPage() : QString(); })
     , module_(std::make_unique<TModuleLibrary>(QCoreApplication::applicationDirPath() + u"/Zelmor"_s))
     , automation_(QCoreApplication::applicationDirPath() + u"/zelmor-automation"_s)
 {
@@ -225,6 +227,7 @@ void THost::EnterFrame()
         connect(mainForm_.get(), &TMainForm::ScreenWanted, this, &THost::OpenScreen);
         connect(mainForm_.get(), &TMainForm::ReconnectWanted, this, &THost::Reconnect);
         connect(mainForm_.get(), &TMainForm::ChangeUserWanted, this, [this] { OpenLoginWindow(); });
+        connect(mainForm_.get(), &TMainForm::PreferencesWanted, this, &THost::AskPreferences);
         connect(mainForm_.get(), &TMainForm::Leaving, this, [this](const QStringList& screens) {
             LogOut(screens);
             Leave();
@@ -232,6 +235,7 @@ void THost::EnterFrame()
         mainForm_->restoreGeometry(settings_.WindowGeometry());
         application_.SetMainForm(mainForm_.get());
     }
+    TListStyles::Instance().Set(settings_.ListStyle(main_->Identity().account));
     mainForm_->ShowUser(main_->Identity(), Place());
     connect(main_, &TSocketConnectionEx::ConnectedChanged, mainForm_.get(), &TMainForm::ShowConnection);
     mainForm_->show();
@@ -283,6 +287,14 @@ void THost::Reconnect()
         }
         mainForm_->ShowNotice(u"已重新连接。"_s);
     });
+}
+
+void THost::AskPreferences()
+{
+    TPreferencesWindow window(mainForm_.get());
+    if (window.exec() == QDialog::Accepted)
+        settings_.RememberListStyle(main_->Identity().account, ListStyle());
+    mainForm_->activateWindow(); // not every window system gives the keyboard back
 }
 
 void THost::LogOut(const QStringList& openScreens)

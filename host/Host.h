@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/EmbeddedServer.h"
+#include "host/HelpView.h"
 #include "host/HostSettings.h"
 #include "host/ModuleLibrary.h"
 #include "host/PublishedData.h"
@@ -58,6 +59,7 @@ private:
     void LoadPublishedData();
     void OpenScreen(const QString& name);
     void Reconnect();
+    void AskPreferences();
     // Brings back what the user had open last.
     void ReopenScreens();
     void LogOut(const QStringList& openScreens);
@@ -71,6 +73,7 @@ private:
     TScreen screen_;
     TSqlTrace trace_;
     TWaitingNote waitingNote_;
+    THelpKey helpKey_;
     TEmbeddedServer embedded_;
     TPublishedData published_;
     std::unique_ptr<TModuleLibrary> module_;

@@ -9,6 +9,12 @@ namespace {
 constexpr qsizetype kServersKept = 8;
 const QString kAlways = u"always"_s;
 const QString kNever = u"never"_s;
+const QString kLists = u"lists."_s; // and the account
+const QString kStripes = u"stripes"_s;
+const std::pair<QString, int TListStyle::*> kListNumbers[] = {
+    {u"font"_s, &TListStyle::fontSize}, {u"space"_s, &TListStyle::rowSpace}};
+const std::pair<QString, QColor TListStyle::*> kListColors[] = {{u"unsaved"_s, &TListStyle::unsaved},
+    {u"refused"_s, &TListStyle::refused}, {u"found"_s, &TListStyle::found}};
 
 // An account may hold what a key may not.
 QString KeyOf(const QString& account)
@@ -84,6 +90,60 @@ QStringList THostSettings::OpenScreens(const QString& account) const
 void THostSettings::RememberOpenScreens(const QString& account, const QStringList& names)
 {
     file_.WriteString(u"screens"_s, KeyOf(account), names.join(u';'));
+    file_.Flush();
+}
+
+TListStyle THostSettings::ListStyle(const QString& account) const
+{
+    const QString section = kLists + KeyOf(account);
+    const QStringList kept = file_.ReadKeys(section);
+    TListStyle style;
+    const auto read = [&](const QString& key, auto&& take) {
+        const QString text = file_.ReadString(section, key);
+        if (kept.contains(key) && !take(text))
+            qWarning("host.ini [%s]: %s=%s is not understood, the standard is used", qUtf8Printable(section),
+                qUtf8Printable(key), qUtf8Printable(text));
+    };
+    for (const auto& [key, number] : kListNumbers) {
+        read(key, [&style, number = number](const QString& text) {
+            bool ok = false;
+            const int value = text.toInt(&ok);
+            if (ok)
+                style.*number = value;
+            return ok;
+        });
+    }
+    for (const auto& [key, color] : kListColors) {
+        read(key, [&style, color = color](const QString& text) {
+            const QColor value = QColor::fromString(text);
+            if (value.isValid())
+                style.*color = value;
+            return value.isValid();
+        });
+    }
+    read(kStripes, [&style](const QString& text) {
+        style.stripes = text == u"1";
+        return text == u"1" || text == u"0";
+    });
+    return style.Bounded();
+}
+
+void THostSettings::RememberListStyle(const QString& account, const TListStyle& style)
+{
+    const QString section = kLists + KeyOf(account);
+    file_.EraseSection(section);
+    // What is as it was delivered follows a later version of the program.
+    const TListStyle standard;
+    for (const auto& [key, number] : kListNumbers) {
+        if (style.*number != standard.*number)
+            file_.WriteString(section, key, QString::number(style.*number));
+    }
+    for (const auto& [key, color] : kListColors) {
+        if (style.*color != standard.*color)
+            file_.WriteString(section, key, (style.*color).name());
+    }
+    if (style.stripes != standard.stripes)
+        file_.WriteString(section, kStripes, QString::number(int(style.stripes)));
     file_.Flush();
 }
 

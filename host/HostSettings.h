@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/HostOptions.h"
+#include "runtime/ui/ListStyle.h"
 #include "runtime/ui/PropStorage.h"
 
 #include <QByteArray>
@@ -25,6 +26,10 @@ public:
     // The screens that were open when the account left last, the current one last.
     QStringList OpenScreens(const QString& account) const;
     void RememberOpenScreens(const QString& account, const QStringList& names);
+
+    // How the account wants its lists; what is damaged in the file is the standard's, with a line in the log.
+    TListStyle ListStyle(const QString& account) const;
+    void RememberListStyle(const QString& account, const TListStyle& style);
 
     QByteArray WindowGeometry() const;
     void RememberWindowGeometry(const QByteArray& geometry);

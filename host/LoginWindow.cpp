@@ -71,6 +71,7 @@ protected:
 TLoginWindow::TLoginWindow()
 {
     setObjectName(u"LoginWindow"_s);
+    setProperty("guide", u"login"_s);
     setWindowTitle(u"登录 - 快运业务系统"_s);
 
     form_ = new QFormLayout;

@@ -1,5 +1,7 @@
 #include "host/MainForm.h"
 
+#include "host/HelpView.h"
+#include "host/KeysPage.h"
 #include "host/StartPage.h"
 #include "host/WindowList.h"
 #include "runtime/ScreenTable.h"
@@ -10,6 +12,7 @@
 #include <QAbstractButton>
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QDockWidget>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QLineEdit>
@@ -271,6 +274,9 @@ void TMainForm::BuildMenus()
     reconnectAction_->setObjectName(u"ReconnectAction"_s);
     QAction* changeUser = system->addAction(u"更换用户(&U)…"_s, this, &TMainForm::ChangeUserWanted);
     changeUser->setObjectName(u"ChangeUserAction"_s);
+    QAction* preferences = system->addAction(u"首选项(&P)…"_s, this, &TMainForm::PreferencesWanted);
+    preferences->setObjectName(u"PreferencesAction"_s);
+    preferences->setShortcut(QKeySequence(u"Ctrl+,"_s));
     system->addSeparator();
     QAction* quit = system->addAction(u"退出(&X)"_s, this, &QWidget::close);
     quit->setShortcut(QKeySequence(u"Alt+F4"_s));
@@ -303,6 +309,14 @@ void TMainForm::BuildMenus()
     window->addSeparator();
 
     QMenu* help = menuBar()->addMenu(u"帮助(&H)"_s);
+    QAction* thisWindow = help->addAction(u"本窗口的说明(&H)"_s, this, [this] { ShowHelp(); });
+    thisWindow->setObjectName(u"HelpAction"_s);
+    thisWindow->setShortcut(QKeySequence(Qt::Key_F1));
+    help->addAction(u"手册目录(&C)"_s, this, [this] { ShowHelp(guide::kContents); });
+    QAction* keys = help->addAction(u"全部按键(&K)"_s, this, [this] { ShowHelp(guide::kKeys); });
+    keys->setObjectName(u"KeysAction"_s);
+    keys->setShortcut(QKeySequence(u"Ctrl+F1"_s));
+    help->addSeparator();
     help->addAction(u"关于(&A)…"_s, this, &TMainForm::ShowAbout);
 }
 
@@ -436,6 +450,37 @@ void TMainForm::FindNext(bool backwards)
         return;
     if (!searchGrid_->FindText(text, true, backwards) && !searchGrid_->FindText(text, false, backwards))
         ShowNotice(u"当前列中没有找到“"_s + text + u"”。"_s);
+}
+
+QString TMainForm::ScreenPage() const
+{
+    return guide::PageOf(Screen->ActiveForm());
+}
+
+void TMainForm::ShowHelp(QString page)
+{
+    if (!help_) {
+        help_ = new QDockWidget(u"帮助"_s, this);
+        help_->setObjectName(u"HelpDock"_s);
+        help_->setAllowedAreas(Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea);
+        auto* view = new THelpView(help_);
+        view->Browser().KeysPage = [this] { return KeysPage(*this, Screen->ActiveForm()); };
+        // Back to the work, where it was left.
+        connect(view, &THelpView::CloseWanted, this, [this] {
+            help_->hide();
+            if (TForm* screen = Screen->ActiveForm())
+                screen->setFocus();
+        });
+        help_->setWidget(view);
+        addDockWidget(Qt::RightDockWidgetArea, help_);
+        resizeDocks({help_}, {width() * 2 / 5}, Qt::Horizontal);
+    }
+    if (page.isEmpty())
+        page = ScreenPage();
+    help_->show();
+    auto* view = static_cast<THelpView*>(help_->widget());
+    view->ShowPage(page);
+    view->setFocus();
 }
 
 void TMainForm::ShowAbout()

@@ -8,6 +8,7 @@
 #include <functional>
 
 class QAbstractButton;
+class QDockWidget;
 class QLabel;
 class QLineEdit;
 class QMdiArea;
@@ -54,10 +55,15 @@ public:
     // status bar then names, and gives false.
     bool CloseScreens();
 
+    // The guide's page beside the screens; empty: of the screen in front, or the contents.
+    void ShowHelp(QString page = {});
+    QString ScreenPage() const;
+
 Q_SIGNALS:
     void ScreenWanted(const QString& name);
     void ReconnectWanted();
     void ChangeUserWanted();
+    void PreferencesWanted();
     // All screens are closed; `screens` were open before.
     void Leaving(const QStringList& screens);
 
@@ -83,6 +89,7 @@ private:
     QStackedWidget* desk_; // the start page, or the area with the screens
     QMdiArea* area_;
     TWindowList* windows_ = nullptr;
+    QDockWidget* help_ = nullptr; // made when first wanted
     QPointer<TDBGridEh> searchGrid_;
     QAction* queryAction_ = nullptr;
     QAction* saveAction_ = nullptr;

@@ -15,6 +15,7 @@ struct TScreenInfo {
     const char16_t* menu; // with its access key
     const char16_t* shortcut; // portable text; empty: none
     const char* fixedRights; // given whatever the caller passed; empty: the caller's code
+    const char* guide = ""; // its page of the user guide, without ".md"
     bool built = false; // otherwise neither offered nor found
 
     // The class's name without its T, as `exec` knows it.
