@@ -3,6 +3,8 @@
 #include "module/data/ServerLink.h"
 #include "module/data/dm_BasicData.h"
 #include "runtime/ui/Application.h"
+#include "runtime/ui/DropDownBox.h"
+#include "runtime/ui/ListStyle.h"
 #include "runtime/ui/Style.h"
 
 #include <QAction>
@@ -45,6 +47,20 @@ TDBPageLookup::TDBPageLookup(QWidget* parent, const QString& name, TFields field
             DropDown();
     });
 
+    // With the name the row comes back that was taken for it.
+    const auto kept = std::make_shared<QHash<QString, QString>>();
+    new TTypedText(this,
+        {[this, kept] {
+             if (HasTaken())
+                 *kept = taken_;
+             return text();
+         },
+            [this, kept](const QString& text) {
+                SetText(text);
+                if (kept->value(fields_.name.toUpper()) == text)
+                    taken_ = *kept;
+            },
+            [this] { return ListVisible(); }});
     // The list never takes the focus: its keys come through the box.
     popup_->setAttribute(Qt::WA_ShowWithoutActivating);
     popup_->setFrameShape(QFrame::Box);
@@ -233,7 +249,7 @@ void TDBPageLookup::ShowList()
     popup_->setFont(font());
     int width = Scaled(*this, 30);
     for (const TColumnEh& column : fields_.columns)
-        width += Scaled(*this, column.width);
+        width += ShownWidth(*this, column.width);
     const int rowHeight = grid_->verticalHeader()->defaultSectionSize();
     const int height = rowHeight * (kRowsShown + 2) + foot_->sizeHint().height();
     PlacePopup(*popup_, *this, QSize(std::max(width, this->width()), height));

@@ -1,6 +1,7 @@
 #include "runtime/ui/DBControls.h"
 
 #include "runtime/ui/Application.h"
+#include "runtime/ui/DropDownBox.h"
 
 #include <QAbstractItemView>
 #include <QFocusEvent>
@@ -104,6 +105,10 @@ TDBComboBoxEh::TDBComboBoxEh(QWidget* parent, const QString& name)
     setObjectName(name);
     setEditable(true);
     setInsertPolicy(NoInsert);
+    new TFixedList(this);
+    new TTypedText(this,
+        {[this] { return currentText(); }, [this](const QString& text) { SetText(text); },
+            [this] { return view()->isVisible(); }});
     setFocusPolicy(Qt::StrongFocus);
     binding_->Show = [this] {
         const TField* field = binding_->Field();

@@ -1,5 +1,6 @@
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBControls.h"
+#include "runtime/ui/DropDownBox.h"
 #include "runtime/ui/LookupCompletion.h"
 #include "runtime/ui/LookupPopup.h"
 #include "runtime/ui/Style.h"
@@ -64,6 +65,9 @@ TDBLookupComboboxEh::TDBLookupComboboxEh(QWidget* parent, const QString& name)
 {
     setObjectName(name);
     d_->mark = new TTextMark(this);
+    new TTypedText(this,
+        {[this] { return text(); }, [this](const QString& text) { SetText(text); },
+            [this] { return ListVisible(); }});
     QAction* button = addAction(DropDownIcon(), TrailingPosition);
     button->setToolTip(u"打开列表 (Alt+↓)"_s);
     connect(button, &QAction::triggered, this, [this] {

@@ -1,5 +1,6 @@
 #include "runtime/ui/LookupPopup.h"
 
+#include "runtime/ui/ListStyle.h"
 #include "runtime/ui/LookupCompletion.h"
 #include "runtime/ui/Style.h"
 
@@ -113,7 +114,7 @@ void TLookupPopup::ShowRows(const TLookupParams& params, const QString& typed, i
 {
     params_ = params;
     chosen_ = false;
-    setFont(edit_->font());
+    setFont(ListFont());
     Narrow(typed);
     const bool titled = std::any_of(model_->Columns().begin(), model_->Columns().end(),
         [](const TLookupColumn& column) { return !column.title.isEmpty(); });
@@ -122,10 +123,10 @@ void TLookupPopup::ShowRows(const TLookupParams& params, const QString& typed, i
     for (int i = 0; i < model_->columnCount(); ++i) {
         const TLookupColumn& column = model_->Columns()[size_t(i)];
         const int titleWidth = fontMetrics().horizontalAdvance(column.title) + Scaled(*this, 16);
-        table_->setColumnWidth(i, std::max(Scaled(*this, column.width), titleWidth));
+        table_->setColumnWidth(i, std::max(ShownWidth(*this, column.width), titleWidth));
         width += table_->columnWidth(i);
     }
-    const int rowHeight = fontMetrics().height() + Scaled(*this, 4);
+    const int rowHeight = ListRowHeight(*this);
     table_->verticalHeader()->setDefaultSectionSize(rowHeight);
     const int rows = std::clamp(model_->rowCount(), 3, 12);
     const int height = rows * rowHeight + (titled ? table_->horizontalHeader()->sizeHint().height() : 0) + 6;

@@ -1,5 +1,6 @@
 #include "runtime/ui/Style.h"
 
+#include "runtime/ui/ClientStyle.h"
 #include "runtime/ui/ListStyle.h"
 
 #include <QApplication>
@@ -10,7 +11,6 @@
 #include <QPainterPath>
 #include <QPalette>
 #include <QScreen>
-#include <QStyleFactory>
 #include <QWidget>
 
 using namespace Qt::Literals::StringLiterals;
@@ -22,6 +22,7 @@ constexpr QStringView kStyleSheet = uR"(
 QToolTip { color: #1f2933; background: #fffbe6; border: 1px solid #c9b458; padding: 2px; }
 QLineEdit, QPlainTextEdit { border: 1px solid #aab4c0; border-radius: 2px; padding: 1px 3px; background: #ffffff;
     selection-background-color: #2f6fb3; selection-color: #ffffff; }
+QComboBox QLineEdit { border: none; padding: 0; background: transparent; }
 QLineEdit:focus, QPlainTextEdit:focus { border: 1px solid #2f6fb3; }
 QLineEdit:disabled, QPlainTextEdit:disabled, QLineEdit[readOnly="true"], QPlainTextEdit[readOnly="true"] { background: #eef1f4; color: #5c6773; }
 QLineEdit[invalid="true"], QPlainTextEdit[invalid="true"], QComboBox[invalid="true"] {
@@ -67,7 +68,7 @@ QFont ScreenFont()
 void ApplyStyle(QApplication& application)
 {
     InstallFontSubstitutes();
-    QApplication::setStyle(QStyleFactory::create(u"Fusion"_s));
+    QApplication::setStyle(new TClientStyle);
     QPalette palette;
     palette.setColor(QPalette::Window, QColor(0xf3, 0xf5, 0xf7));
     palette.setColor(QPalette::WindowText, QColor(0x1f, 0x29, 0x33));

@@ -6,7 +6,9 @@
 #include <QAction>
 #include <QApplication>
 #include <QCalendarWidget>
+#include <QCompleter>
 #include <QLabel>
+#include <QTableView>
 #include <QTest>
 #include <QVBoxLayout>
 
@@ -422,6 +424,67 @@ TEST_F(DBControlsTest, LookupStoresTheKeyAndShowsTheText)
     EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"3001"_s);
     orders.Post();
     EXPECT_EQ(lookup->Text(), u"广州天河"_s);
+}
+
+TEST_F(DBControlsTest, BoxesWithADropDownListAreOneFamily)
+{
+    auto* combo = new TDBComboBoxEh(&window);
+    combo->SetItems(
+        {u"全部"_s, u"A1 浦东"_s, u"A2 一个很长的名字，比这个框宽得多，也看得全"_s, u"B1 天河"_s});
+    auto* fixed = new TDBComboBoxEh(&window);
+    fixed->setEditable(false);
+    auto* lookup = new TDBLookupComboboxEh(&window);
+    lookup->SetLookup(byName);
+    auto* boxes = new QVBoxLayout(&window);
+    for (QWidget* box : std::initializer_list<QWidget*>{combo, fixed, lookup})
+        boxes->addWidget(box);
+    Show();
+    EXPECT_EQ(combo->height(), lookup->height());
+    EXPECT_EQ(fixed->height(), lookup->height());
+
+    lookup->setFocus();
+    QTest::keyClick(lookup, Qt::Key_F4);
+    const int rowHeight = lookup->findChild<QTableView*>()->rowHeight(0);
+    QTest::keyClick(lookup, Qt::Key_Escape);
+    combo->setFocus();
+    combo->resize(80, combo->height());
+    const QAbstractItemView& list = *combo->view();
+    for (const auto& [key, modifier] :
+        {std::pair(Qt::Key_F4, Qt::NoModifier), std::pair(Qt::Key_Down, Qt::AltModifier)}) {
+        QTest::keyClick(combo, key, modifier);
+        ASSERT_TRUE(list.isVisible());
+        EXPECT_EQ(list.sizeHintForRow(0), rowHeight);
+        EXPECT_GE(list.viewport()->width(), list.sizeHintForColumn(0)) << "the longest text is not cut";
+        QTest::keyClick(combo->view(), Qt::Key_Escape);
+        EXPECT_FALSE(list.isVisible());
+    }
+
+    // Typing narrows, what nothing holds is marked, Esc gives the text back.
+    struct TKind {
+        QWidget* box;
+        QLineEdit* edit;
+        std::function<bool()> listVisible;
+    };
+    QAbstractItemView* narrowed = combo->completer()->popup();
+    combo->SetText(u"全部"_s);
+    lookup->SetText(u"苏州"_s);
+    for (const TKind& kind : {TKind{combo, combo->lineEdit(), [&] { return narrowed->isVisible(); }},
+             TKind{lookup, lookup, [&] { return lookup->ListVisible(); }}}) {
+        const QString before = kind.edit->text();
+        other->setFocus();
+        kind.box->setFocus();
+        kind.edit->selectAll();
+        QTest::keyClicks(kind.box, kind.box == combo ? u"a"_s : u"3"_s);
+        EXPECT_TRUE(kind.listVisible()) << before;
+        QTest::keyClicks(kind.box, u"zz"_s);
+        EXPECT_TRUE(kind.edit->property("unknown").toBool()) << before;
+        for (int presses = 0; presses < 2 && kind.edit->text() != before; ++presses) {
+            QWidget* popup = QApplication::activePopupWidget();
+            QTest::keyClick(popup ? popup : kind.box, Qt::Key_Escape);
+        }
+        EXPECT_EQ(kind.edit->text(), before);
+        EXPECT_FALSE(kind.edit->property("unknown").toBool()) << before;
+    }
 }
 
 } // namespace
