@@ -11,6 +11,7 @@
 #include <QKeyEvent>
 #include <QMdiArea>
 #include <QMdiSubWindow>
+#include <QMenu>
 #include <QScreen>
 
 using namespace Qt::Literals::StringLiterals;
@@ -207,6 +208,10 @@ void TForm::EnterMdiArea()
         Qt::SubWindow | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint
             | Qt::WindowMaximizeButtonHint | Qt::WindowCloseButtonHint);
     window->setWindowIcon(mainForm->windowIcon());
+    // The frame's menu closes the window in front by the same key; of two that have it, neither is run.
+    const QList<QAction*> commands = window->systemMenu()->actions();
+    for (QAction* command : commands)
+        command->setShortcut({});
     d_->window = window;
     connect(area, &QMdiArea::subWindowActivated, this, [this](QMdiSubWindow* active) {
         if (active && active == d_->window)
