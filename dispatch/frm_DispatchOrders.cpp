@@ -11,7 +11,6 @@
 #include "module/data/ServerLink.h"
 #include "module/data/dm_BasicData.h"
 #include "orders/OrderColumns.h"
-#include "orders/OrderStamps.h"
 #include "orders/OrderView.h"
 
 #include <QScopeGuard>
@@ -86,7 +85,7 @@ Tfrm_DispatchOrders::Tfrm_DispatchOrders(QObject* owner, const TDispatchFilter::
     cds->BeforePost = [this] {
         CheckRowOnce([this] {
             CDS_ORDER_PDABeforePost();
-            StampModifier(*cds);
+            StampModifier(*cds, run_ ? run_->modifier : PresentModifier());
         });
     };
 }
@@ -157,10 +156,10 @@ void Tfrm_DispatchOrders::CheckRowOnce(const std::function<void()>& rules)
         try {
             rules();
         } catch (const TRuleViolation& violation) {
-            if (told_ && told_->contains(violation.message))
+            if (run_ && run_->told.contains(violation.message))
                 Abort();
-            if (told_)
-                told_->append(violation.message);
+            if (run_)
+                run_->told.append(violation.message);
             throw;
         }
     });
@@ -177,8 +176,8 @@ bool Tfrm_DispatchOrders::HasSelection() const
 void Tfrm_DispatchOrders::RunBatch(TOrderBatch batch)
 {
     batch.caption = Caption();
-    told_.emplace();
-    const auto ended = qScopeGuard([this] { told_.reset(); });
+    run_ = TBatchRun{.told = {}, .modifier = PresentModifier()};
+    const auto ended = qScopeGuard([this] { run_.reset(); });
     RunOrderBatch(*DataView1->DataViewGrid, batch);
 }
 

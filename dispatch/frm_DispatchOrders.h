@@ -2,6 +2,7 @@
 
 #include "dispatch/DispatchFilter.h"
 #include "orders/OrderBatch.h"
+#include "orders/OrderStamps.h"
 #include "orders/frm_OrderList.h"
 
 #include <QHBoxLayout>
@@ -51,7 +52,12 @@ private:
 
     TDispatchFilter::TOptions options_;
     TDispatchFilter* filter_ = nullptr;
-    std::optional<QStringList> told_; // in the batch that runs
+    // What the batch that runs says once for all its rows.
+    struct TBatchRun {
+        QStringList told; // refusals
+        TModifier modifier;
+    };
+    std::optional<TBatchRun> run_;
 };
 
 // The login site, and whether it is the headquarters.

@@ -16,7 +16,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int kExposeMilliseconds = 200;
-constexpr int kPaintMilliseconds = 40; // often enough to look alive and to hear a cancel
+constexpr int kPaintMilliseconds = 100; // often enough to look alive and to hear a cancel
 
 } // namespace
 
@@ -83,26 +83,25 @@ TCloseAction Tfrm_Progress::FormClose()
 void Tfrm_Progress::Start(const QString& text, int total)
 {
     ProgressBar1->setRange(0, total);
-    Step(text, 0);
+    Take(text, 0);
+    ShowTaken();
     Show();
     if (const QWidget* form = Application ? Application->MainForm() : nullptr)
         move(form->window()->frameGeometry().center() - rect().center());
-    // The window system must have shown the window before the action takes the thread; later steps repaint it
-    // without letting any other event in.
+    // The window system must have shown the window, which paints it, before the action takes the thread;
+    // later steps repaint it without letting any other event in.
     const QDeadlineTimer deadline(kExposeMilliseconds);
     while (!(windowHandle() && windowHandle()->isExposed()) && !deadline.hasExpired())
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, 10);
-    repaint();
+    painted_.start();
 }
 
 void Tfrm_Progress::Step(const QString& text, int done)
 {
-    Label1->setText(text);
-    Label2->setText(u"%1 / %2"_s.arg(done).arg(Total()));
-    ProgressBar1->setValue(done);
-    const bool last = done == Total();
-    if (!isVisible() || (!last && painted_.isValid() && !painted_.hasExpired(kPaintMilliseconds)))
+    Take(text, done);
+    if (!isVisible() || (done_ != Total() && !painted_.hasExpired(kPaintMilliseconds)))
         return;
+    ShowTaken();
     if (Button1)
         QCoreApplication::processEvents();
     repaint();
@@ -111,17 +110,33 @@ void Tfrm_Progress::Step(const QString& text, int done)
 
 void Tfrm_Progress::Finish(const QString& text)
 {
-    Step(text, Total());
+    Take(text, Total());
+    ShowTaken();
+    repaint();
+}
+
+void Tfrm_Progress::Take(const QString& text, int done)
+{
+    text_ = text;
+    done_ = done;
+}
+
+// The bar paints itself at once whenever its value changes, so it is told no more often than the eye can see.
+void Tfrm_Progress::ShowTaken()
+{
+    Label1->setText(text_);
+    Label2->setText(u"%1 / %2"_s.arg(done_).arg(Total()));
+    ProgressBar1->setValue(done_);
 }
 
 QString Tfrm_Progress::Text() const
 {
-    return Label1->text();
+    return text_;
 }
 
 int Tfrm_Progress::Done() const
 {
-    return ProgressBar1->value();
+    return done_;
 }
 
 int Tfrm_Progress::Total() const

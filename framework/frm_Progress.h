@@ -37,10 +37,15 @@ protected:
     TCloseAction FormClose() override;
 
 private:
+    void Take(const QString& text, int done);
+    void ShowTaken();
+
     QLabel* Label1; // text
     QLabel* Label2; // done / total
     QProgressBar* ProgressBar1;
     QPushButton* Button1 = nullptr; // 取消
     bool cancelled_ = false;
+    QString text_;
+    int done_ = 0;
     QElapsedTimer painted_;
 };

@@ -59,7 +59,7 @@ std::optional<TBatchCounts> RunOrderBatch(TDBGridEh& grid, const TOrderBatch& ba
                 firstOrder = TextOf(row, u"TX_LOGISTIC_ID");
             ++(ChangesRow(row, batch) ? counts.changed : counts.unchanged);
             const int done = counts.changed + counts.unchanged;
-            if (done % kRowsAStep == 0)
+            if (done % kRowsAStep == 0 && done < selected)
                 progress.Step(u"正在修改."_s, done);
             return !progress.Cancelled();
         });

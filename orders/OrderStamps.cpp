@@ -40,14 +40,24 @@ void RequireReasonFor(TClientDataSetEx& cds, int status, const TClerk& clerk, co
     }
 }
 
+TModifier PresentModifier()
+{
+    return {GlobalValue(u"EmployeeName"_s), GlobalValue(u"EmployeeCode"_s), GlobalValue(u"site"_s)};
+}
+
 void StampModifier(TClientDataSetEx& cds)
 {
-    StampModifier(cds, GlobalValue(u"site"_s));
+    StampModifier(cds, PresentModifier());
+}
+
+void StampModifier(TClientDataSetEx& cds, const TModifier& modifier)
+{
+    SetText(cds, u"MODIFIER", modifier.employeeName);
+    SetText(cds, u"MODIFY_CODE", modifier.employeeCode);
+    SetText(cds, u"MODIFY_SITE", modifier.site);
 }
 
 void StampModifier(TClientDataSetEx& cds, const QString& site)
 {
-    SetText(cds, u"MODIFIER", GlobalValue(u"EmployeeName"_s));
-    SetText(cds, u"MODIFY_CODE", GlobalValue(u"EmployeeCode"_s));
-    SetText(cds, u"MODIFY_SITE", site);
+    StampModifier(cds, {GlobalValue(u"EmployeeName"_s), GlobalValue(u"EmployeeCode"_s), site});
 }
