@@ -103,31 +103,37 @@ TOrderDetails::TOrderDetails(QWidget* parent, TDataSource* order, const TOptions
     : QWidget(parent)
     , order_(order)
 {
-    auto* goods = new TDataView(this, options.itemsView);
-    PrepareItemsView(*goods, options.items);
-
-    auto* lists = new QSplitter(Qt::Horizontal, this);
-    lists->setChildrenCollapsible(false);
-    lists->addWidget(goods);
-    lists->setStretchFactor(0, 2);
-    if (options.trail) {
-        lists->addWidget(CreateTrail(options));
-        lists->setStretchFactor(1, 3);
-    }
-    auto* content = new QWidget;
+    QScrollArea* area = NewScrollArea(this);
+    QWidget* content = area->widget();
+    auto* whole = new QVBoxLayout(this);
+    whole->setContentsMargins(0, 0, 0, 0);
+    whole->addWidget(area);
+    QWidget* lists = CreateLists(content, options);
     // No wider than they need while there is little room.
     auto* parts = new QHBoxLayout(content);
     parts->setContentsMargins(6, 4, 6, 4);
-    parts->addWidget(CreateFields(options), 1);
+    parts->addWidget(CreateFields(content, options), 1);
     parts->addWidget(lists, 2);
-    auto* whole = new QVBoxLayout(this);
-    whole->setContentsMargins(0, 0, 0, 0);
-    whole->addWidget(InScrollArea(content, this));
 }
 
-QWidget* TOrderDetails::CreateFields(const TOptions& options)
+QWidget* TOrderDetails::CreateLists(QWidget* content, const TOptions& options)
 {
-    auto* fields = new QWidget(this);
+    auto* lists = new QSplitter(Qt::Horizontal, content);
+    lists->setChildrenCollapsible(false);
+    auto* goods = new TDataView(lists, options.itemsView);
+    PrepareItemsView(*goods, options.items);
+    lists->addWidget(goods);
+    lists->setStretchFactor(0, 2);
+    if (options.trail) {
+        lists->addWidget(CreateTrail(lists, options));
+        lists->setStretchFactor(1, 3);
+    }
+    return lists;
+}
+
+QWidget* TOrderDetails::CreateFields(QWidget* content, const TOptions& options)
+{
+    auto* fields = new QWidget(content);
     auto* numbers = new QWidget(fields);
     AddFields(numbers, order_, options.numbers, kNumberWidth);
     auto* rows = new QVBoxLayout(fields);
@@ -143,9 +149,9 @@ QWidget* TOrderDetails::CreateFields(const TOptions& options)
     return fields;
 }
 
-QWidget* TOrderDetails::CreateTrail(const TOptions& options)
+QWidget* TOrderDetails::CreateTrail(QWidget* lists, const TOptions& options)
 {
-    auto* group = new QGroupBox(u"订单状态信息"_s, this);
+    auto* group = new QGroupBox(u"订单状态信息"_s, lists);
     auto* view = new TDataView(group, options.trailView);
     view->DataViewGrid->SetColumns({
         {.fieldName = u"infos"_s, .title = u"状态"_s, .width = 130},

@@ -48,8 +48,9 @@ public:
     void SetTrailOrder(const QString& orderNumber);
 
 private:
-    QWidget* CreateFields(const TOptions& options);
-    QWidget* CreateTrail(const TOptions& options);
+    QWidget* CreateFields(QWidget* content, const TOptions& options);
+    QWidget* CreateLists(QWidget* content, const TOptions& options);
+    QWidget* CreateTrail(QWidget* lists, const TOptions& options);
     void ShowTrailOrder();
 
     TDataSource* order_;

@@ -38,26 +38,27 @@ TOrderSearchPanel::TOrderSearchPanel(
     , table_(table)
 {
     setObjectName(name);
-    auto* content = new QWidget;
+    QScrollArea* area = NewScrollArea(this);
+    QWidget* content = area->widget();
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
-    whole->addWidget(InScrollArea(content, this));
+    whole->addWidget(area);
 
     numbers_ =
         new TNumberListInput(content, u"NumberBox"_s, kPasteRule, u"按物流号查询"_s, u"按运单号查询"_s);
     numbers_->setMaximumWidth(Scaled(*this, kNumberBoxWidth));
-    window_ = new TDateWindow(content, {.title = windowTitle, .choosesColumn = true});
     auto* parts = new QHBoxLayout(content);
     parts->setContentsMargins(8, 4, 8, 6);
     parts->setSpacing(10);
     parts->addWidget(numbers_);
-    parts->addWidget(CreateTimePanel());
-    parts->addWidget(CreateFilterPanel(), 1);
+    parts->addWidget(CreateTimePanel(content, windowTitle));
+    parts->addWidget(CreateFilterPanel(content), 1);
 }
 
-QWidget* TOrderSearchPanel::CreateTimePanel()
+QWidget* TOrderSearchPanel::CreateTimePanel(QWidget* content, const QString& windowTitle)
 {
-    auto* panel = new QWidget(this);
+    auto* panel = new QWidget(content);
+    window_ = new TDateWindow(panel, {.title = windowTitle, .choosesColumn = true});
     auto* rows = new QVBoxLayout(panel);
     rows->setContentsMargins(0, 0, 0, 0);
     rows->setSpacing(5);
@@ -113,9 +114,9 @@ QWidget* TOrderSearchPanel::NewBox(const TCriterion& criterion, QWidget* panel)
     return made;
 }
 
-QWidget* TOrderSearchPanel::CreateFilterPanel()
+QWidget* TOrderSearchPanel::CreateFilterPanel(QWidget* content)
 {
-    auto* panel = new QWidget(this);
+    auto* panel = new QWidget(content);
     auto* grid = new QGridLayout(panel);
     grid->setContentsMargins(0, 0, 0, 0);
     grid->setVerticalSpacing(5);
@@ -131,8 +132,10 @@ QWidget* TOrderSearchPanel::CreateFilterPanel()
         QWidget* box = NewBox(*criterion, panel);
         box->setMinimumWidth(Scaled(*this, kLeastBoxWidth));
         QLabel* label = LabelFor(box, criterion->caption.toString(), panel);
-        label->setVisible(criterion->visible);
-        box->setVisible(criterion->visible);
+        if (!criterion->visible) {
+            label->hide();
+            box->hide();
+        }
         grid->addWidget(label, criterion->panelRow, criterion->panelColumn * 2);
         grid->addWidget(box, criterion->panelRow, criterion->panelColumn * 2 + 1);
         grid->setColumnStretch(criterion->panelColumn * 2 + 1, 1);

@@ -28,12 +28,12 @@ public:
     TOrderCriteria Criteria() const;
 
 private:
-    QWidget* CreateTimePanel();
-    QWidget* CreateFilterPanel();
+    QWidget* CreateTimePanel(QWidget* content, const QString& windowTitle);
+    QWidget* CreateFilterPanel(QWidget* content);
     QWidget* NewBox(const TCriterion& criterion, QWidget* panel);
 
     std::span<const TCriterion> table_;
     TNumberListInput* numbers_;
-    TDateWindow* window_;
+    TDateWindow* window_ = nullptr;
     QHash<QString, QWidget*> boxes_; // by column
 };

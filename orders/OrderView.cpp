@@ -24,8 +24,7 @@ void PrepareOrdersView(Tfrm_Basic* screen, TDataView& view, std::vector<TColumnE
 void LayOutScreen(QWidget* screen, std::initializer_list<QWidget*> panels, TDataView* orders, QWidget* below,
     int belowPercent)
 {
-    auto* top = new QWidget(screen);
-    auto* rows = new QVBoxLayout(top);
+    auto* rows = new QVBoxLayout;
     rows->setContentsMargins(8, 8, 8, 6);
     rows->setSpacing(6);
     for (QWidget* panel : panels)
@@ -41,7 +40,7 @@ void LayOutScreen(QWidget* screen, std::initializer_list<QWidget*> panels, TData
     auto* layout = new QVBoxLayout(screen);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    layout->addWidget(top);
+    layout->addLayout(rows);
     layout->addWidget(lists, 1);
 }
 
@@ -63,4 +62,9 @@ QScrollArea* InScrollArea(QWidget* content, QWidget* parent)
     area->setFocusPolicy(Qt::NoFocus);
     area->setWidget(content);
     return area;
+}
+
+QScrollArea* NewScrollArea(QWidget* parent)
+{
+    return InScrollArea(new QWidget, parent);
 }

@@ -23,3 +23,6 @@ void LayOutScreen(QWidget* screen, std::initializer_list<QWidget*> panels, TData
 QWidget* AddPage(QTabWidget& pages, const QString& name, const QString& caption);
 // Shows as much of the content as there is room for; the rest is scrolled to.
 QScrollArea* InScrollArea(QWidget* content, QWidget* parent);
+// The same around an empty widget. What is large is made where it stays: each change of a parent styles all
+// that is below it anew.
+QScrollArea* NewScrollArea(QWidget* parent);

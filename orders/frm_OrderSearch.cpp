@@ -37,42 +37,42 @@ Tfrm_OrderSearch::Tfrm_OrderSearch(QObject* owner, TOrderSearch search)
 
 void Tfrm_OrderSearch::CreateControls()
 {
-    CreateView();
-    CreatePages();
+    QScrollArea* area = NewScrollArea(this);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(area);
+    CreateView(area->widget());
+    CreatePages(area->widget());
     Button1 = NewButton(this, u"Button1"_s, u"查询"_s);
     Button1->hide();
     OnClick(Button1, this, &Tfrm_OrderSearch::Button1Click);
     Memo2 = new QPlainTextEdit(this);
     Memo2->setObjectName(u"Memo2"_s);
     Memo2->hide();
-    LayOut();
+    LayOut(area->widget());
 }
 
-void Tfrm_OrderSearch::LayOut()
+void Tfrm_OrderSearch::LayOut(QWidget* content)
 {
     // The criteria need less room than the details; an order in three lines fills it, so that the list under
     // the mouse stays where it is when the page changes.
-    summary_ = new TOrderSummary(this, DataView1->DS);
+    summary_ = new TOrderSummary(content, DataView1->DS);
     summary_->setFixedHeight(Scaled(*this, kDetailsHeight - kCriteriaHeight));
     summary_->setContentsMargins(8, 0, 8, 0);
     DataView1->setMinimumHeight(Scaled(*this, kLeastListHeight));
-    auto* content = new QWidget(this);
     auto* rows = new QVBoxLayout(content);
     rows->setContentsMargins(0, 0, 0, 0);
     rows->setSpacing(0);
     rows->addWidget(Panel1);
     rows->addWidget(summary_);
     rows->addWidget(DataView1, 1);
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(InScrollArea(content, this));
     setTabOrder(Panel1, DataView1);
 }
 
-void Tfrm_OrderSearch::CreatePages()
+void Tfrm_OrderSearch::CreatePages(QWidget* content)
 {
     // The stored source of orders is found by these names.
-    Panel1 = new QWidget(this);
+    Panel1 = new QWidget(content);
     Panel1->setObjectName(u"Panel1"_s);
     PageControl1 = new QTabWidget(Panel1);
     PageControl1->setObjectName(u"PageControl1"_s);
@@ -89,9 +89,9 @@ void Tfrm_OrderSearch::CreatePages()
     layout->addWidget(PageControl1);
 }
 
-void Tfrm_OrderSearch::CreateView()
+void Tfrm_OrderSearch::CreateView(QWidget* content)
 {
-    DataView1 = new TDataView(this, u"DataView1"_s);
+    DataView1 = new TDataView(content, u"DataView1"_s);
     DataView1->DataViewGrid->ReadOnly = search_.readOnly;
     PrepareOrdersView(this, *DataView1, std::move(search_.columns), cds, items_);
     DataView1->DataViewGrid->OnDblClick = [this] {

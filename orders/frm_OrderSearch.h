@@ -42,9 +42,9 @@ protected:
     TOrderSearchPanel* Panel2 = nullptr; // the criteria
 
 private:
-    void CreatePages();
-    void CreateView();
-    void LayOut();
+    void CreatePages(QWidget* content);
+    void CreateView(QWidget* content);
+    void LayOut(QWidget* content);
 
     void Button1Click();
     void PageControl1Change();

@@ -199,14 +199,17 @@ void TForm::EnterMdiArea()
     auto* window = new ScreenWindow;
     window->OnDestroyed = [this] { d_->window = nullptr; };
     window->setAttribute(Qt::WA_DeleteOnClose);
-    // A window on a small screen, or one of many side by side, is smaller than its screen needs.
-    window->setWidget(new TScrollPane(this));
+    // A window on a small screen, or one of many side by side, is smaller than its screen needs. The screen
+    // comes last, into a window that stands: each change of a parent styles all that is below it anew.
+    auto* pane = new TScrollPane(testAttribute(Qt::WA_Resized) ? size() : sizeHint());
+    window->setWidget(pane);
     window->setWindowTitle(windowTitle());
     connect(this, &QWidget::windowTitleChanged, window, &QWidget::setWindowTitle);
     // No minimise button: a screen is on the window list, never an icon.
     area->addSubWindow(window,
         Qt::SubWindow | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint
             | Qt::WindowMaximizeButtonHint | Qt::WindowCloseButtonHint);
+    pane->Take(this);
     window->setWindowIcon(mainForm->windowIcon());
     // The frame's menu closes the window in front by the same key; of two that have it, neither is run.
     const QList<QAction*> commands = window->systemMenu()->actions();

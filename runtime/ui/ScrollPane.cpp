@@ -21,15 +21,18 @@ int ShiftIntoView(int from, int length, int room)
 } // namespace
 
 TScrollPane::TScrollPane(QWidget* content, QWidget* parent)
+    : TScrollPane(QSize(), parent)
+{
+    Take(content);
+}
+
+TScrollPane::TScrollPane(QSize preferred, QWidget* parent)
     : QAbstractScrollArea(parent)
-    , content_(content)
-    , preferred_(content->testAttribute(Qt::WA_Resized) ? content->size() : QSize())
+    , preferred_(preferred)
 {
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::NoFocus);
     viewport()->setBackgroundRole(QPalette::Window);
-    content->setParent(viewport());
-    content->setVisible(true);
     // A bar moves by lines, as text does.
     for (QScrollBar* bar : {horizontalScrollBar(), verticalScrollBar()})
         bar->setSingleStep(fontMetrics().lineSpacing());
@@ -39,6 +42,14 @@ TScrollPane::TScrollPane(QWidget* content, QWidget* parent)
             && QGuiApplication::mouseButtons() == Qt::NoButton)
             Reveal(*focused);
     });
+}
+
+void TScrollPane::Take(QWidget* content)
+{
+    content_ = content;
+    preferred_ = content->testAttribute(Qt::WA_Resized) ? content->size() : QSize();
+    content->setParent(viewport());
+    content->setVisible(true);
 }
 
 QSize TScrollPane::sizeHint() const

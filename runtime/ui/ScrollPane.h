@@ -11,9 +11,12 @@
 class RUNTIME_EXPORT TScrollPane : public QAbstractScrollArea {
     Q_OBJECT
 public:
-    // Takes the content as its child.
     explicit TScrollPane(QWidget* content, QWidget* parent = nullptr);
+    // Empty until it takes a content, which prefers this size.
+    explicit TScrollPane(QSize preferred, QWidget* parent = nullptr);
 
+    // Makes the content its child.
+    void Take(QWidget* content);
     QWidget* Content() const noexcept { return content_; }
 
     QSize sizeHint() const override;
