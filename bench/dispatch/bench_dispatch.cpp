@@ -1,5 +1,6 @@
-// Dispatch of many orders: a batch at the window against the same edits without one, and the query that names
-// every site against the same over a temporary table. Usage: bench_dispatch [CACHE-FOLDER [batch|sites]]
+// Dispatch of many orders: a batch at the window against the same edits without one, the match of delivery
+// sites against its look-ups alone, and the query that names every site against the same over a temporary
+// table. Usage: bench_dispatch [CACHE-FOLDER [batch|match|sites]]
 
 #include "bench/system/Databases.h"
 #include "bench/system/Floor.h"
@@ -7,7 +8,9 @@
 #include "company/OrderStatus.h"
 #include "demo/Generator.h"
 #include "demo/Network.h"
+#include "dispatch/AddressMatch.h"
 #include "dispatch/DispatchQuery.h"
+#include "dispatch/frm_UnDispartBill.h"
 #include "dispatch/frm_order_pda_control.h"
 #include "orders/OrderStamps.h"
 #include "runtime/ui/Style.h"
@@ -16,6 +19,7 @@
 #include <QApplication>
 #include <QDir>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 
@@ -97,6 +101,69 @@ void BenchBatch()
         u"the same edits without a window: "_s + Milliseconds(batch.peer), batch.ratio, 1.5);
 }
 
+// The texts of the look-ups that the match of the listed orders makes, one after the other.
+QStringList LookUpsOf(const TClientDataSetEx& orders, TClientDataSetEx& scratch)
+{
+    QStringList texts;
+    const auto field = [&](QStringView name) { return orders.FieldIndex(name); };
+    const std::array columns{
+        field(u"SEND_PROV"), field(u"SEND_CITY"), field(u"SEND_COUNTY"), field(u"SEND_ADDRESS")};
+    for (int row = 0; row < orders.RecordCount(); ++row) {
+        const auto text = [&](size_t column) { return orders.ViewText(row, columns[column]); };
+        FindDeliverySite({text(0), text(1), text(2), text(3)}, [&](const QString& sqlText) {
+            texts.append(sqlText);
+            scratch.OpenQuery(sqlText);
+            return scratch.IsEmpty() ? QString() : scratch.Field(0).AsString();
+        });
+    }
+    return texts;
+}
+
+void BenchMatch(const QString& cache)
+{
+    const MeasuredDatabase database = Medium(cache);
+    const auto server = database.Serve();
+    TSocketConnectionEx connection;
+    connection.SetTransport(server->NewTransport());
+    connection.Open(demo::Logins().front().account, demo::DemoPassword());
+    OrderDesk desk;
+    auto* screen = MakeScreen<Tfrm_UnDispartBill>(&desk.host.App);
+    desk.host.MainForm.resize(1280, 800);
+    desk.host.MainForm.show();
+    screen->Show();
+    auto* orders = screen->findChild<TClientDataSetEx*>(u"cds"_s);
+    for (TClientDataSetEx* rows : {orders, screen->findChild<TClientDataSetEx*>(u"cds_Temp"_s)}) {
+        rows->Close();
+        rows->SetRemoteServer(&connection);
+    }
+    orders->OpenQuery(
+        u"select a.* from tab_zelmor_bill a where a.SEND_ADDRESS is not null and rownum<=%1"_s.arg(kOrders));
+    auto* button = screen->findChild<QAbstractButton*>(u"SpeedButton3"_s);
+
+    TClientDataSetEx scratch;
+    scratch.SetRemoteServer(&connection);
+    const QStringList texts = LookUpsOf(*orders, scratch);
+    Require(texts.size() == 4 * kOrders, "not every order was looked up four times");
+    const auto match = Compare(
+        kRounds,
+        [&] {
+            orders->CancelUpdates();
+            QCoreApplication::processEvents();
+            const double elapsed = MillisecondsOf([&] { button->click(); });
+            Require(orders->ChangeCount() > 0, "no order found a site");
+            return elapsed;
+        },
+        [&] {
+            return MillisecondsOf([&] {
+                for (const QString& text : texts)
+                    scratch.OpenQuery(text);
+            });
+        });
+    PrintRow(u"sites matched to 10,000 listed orders, %1 found"_s.arg(orders->ChangeCount()),
+        Milliseconds(match.subject), u"the same 40,000 look-ups alone: "_s + Milliseconds(match.peer),
+        match.ratio, 1.3);
+}
+
 // The sites that there are, and others that there might be.
 wire::RowSet Sites()
 {
@@ -161,6 +228,8 @@ int main(int argc, char** argv)
     PrintHead();
     if (wanted(u"batch"_s))
         BenchBatch();
+    if (wanted(u"match"_s))
+        BenchMatch(cache);
     if (wanted(u"sites"_s))
         BenchSites(cache);
 }
