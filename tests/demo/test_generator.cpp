@@ -138,35 +138,6 @@ TEST(Generator, RegionsAreOfOnePiece)
     });
 }
 
-TEST(Generator, SitesFormOneTreeUnderHeadquarters)
-{
-    std::map<QString, QString> superiors;
-    int branches = 0;
-    std::set<QString> types;
-    ForEach(SmallTable(u"tab_site"_s), [&](const Row& row) {
-        superiors[row.Text(u"SITE_NAME")] = row.Text(u"SUPERIOR_SITE");
-        branches += row.Text(u"TYPE") == u"网点"_s ? 1 : 0;
-        types.insert(row.Text(u"TYPE"));
-        EXPECT_TRUE(row.Has(u"TYPE_KIND"));
-    });
-    EXPECT_GE(branches, 400);
-    for (const QString& type : {u"中心"_s, u"网点"_s, u"同行"_s, u"财务中心"_s})
-        EXPECT_EQ(types.count(type), 1U) << qUtf8Printable(type);
-    std::size_t deepest = 0;
-    for (const auto& [name, superior] : superiors) {
-        QString site = name;
-        std::size_t depth = 0;
-        for (; site != u"快运本部"_s && depth < 10; ++depth) {
-            ASSERT_EQ(superiors.count(site), 1U) << qUtf8Printable(site);
-            site = superiors[site];
-        }
-        ASSERT_EQ(site, u"快运本部"_s) << qUtf8Printable(name);
-        deepest = std::max(deepest, depth);
-    }
-    EXPECT_GE(deepest, 4U);
-    EXPECT_EQ(superiors[u"快运本部"_s], QString());
-}
-
 TEST(Generator, EmployeesCustomersAndServicesBelongToSites)
 {
     const std::set<QString> sites = Texts(SmallTable(u"tab_site"_s), u"SITE_NAME");
@@ -185,6 +156,8 @@ TEST(Generator, EmployeesCustomersAndServicesBelongToSites)
         for (const QString& name : row.Text(u"SITEMATERIAL").split(u',', Qt::SkipEmptyParts))
             EXPECT_EQ(sites.count(name), 1U) << qUtf8Printable(name);
     });
+    for (const QString& type : {u"中心"_s, u"网点"_s, u"同行"_s, u"财务中心"_s})
+        EXPECT_EQ(Texts(SmallTable(u"tab_site"_s), u"TYPE").count(type), 1U) << qUtf8Printable(type);
     EXPECT_EQ(Texts(SmallTable(u"tab_employee"_s), u"BL_GOODS_MARKET").size(), 2U);
     EXPECT_EQ(Texts(SmallTable(u"TAB_PAY_MODE"_s), u"MODE_NAME").count(u"月结"_s), 1U);
 }

@@ -1,6 +1,3 @@
-#include "demo/Addresses.h"
-#include "demo/Random.h"
-#include "demo/Regions.h"
 #include "dispatch/AddressMatch.h"
 
 #include <gtest/gtest.h>
@@ -23,47 +20,6 @@ const TDeliveryAddress kTo{u"广东省"_s, u"广州市"_s, u"天河区"_s, {}};
 const QString kArea = u"select /*+index(a,)*/ a.SITE_NAME from TAB_AREA_DETAIL a where 1=1  and "
                       "(a.PROVICE='广东省' or a.PROVICE='广东') and (a.CITY='广州市' or a.CITY='广州')"
                       " and a.COUNTY = '天河区'"_s;
-
-// The rules once more, read one case after the other.
-TAddressPieces CutAgain(const QString& address, const TKeywords& keywords)
-{
-    const auto place = [&](const QStringList& list) {
-        for (const QString& word : list) {
-            for (int at = 1; at + word.size() - 1 <= address.size(); ++at) {
-                if (QStringView(address).sliced(at - 1, word.size()) == word)
-                    return at;
-            }
-        }
-        return 0;
-    };
-    const auto copy = [&](int from, int count) {
-        QString text;
-        for (int at = from; at < from + count && at <= address.size(); ++at)
-            text += address[at - 1];
-        return text;
-    };
-    const int pn = place(keywords.number) - 1;
-    const int pr = place(keywords.road);
-    const int pt = place(keywords.town);
-    TAddressPieces cut;
-    QString number;
-    if (pn > 0 && pr > 0)
-        number = copy(pr + 1, pn - pr);
-    else if (pn > 0 && pt > 0)
-        number = copy(pt + 1, pn - pt);
-    else if (pn > 0)
-        number = copy(1, pn);
-    bool decimal = false;
-    if (const int value = number.toInt(&decimal); decimal)
-        cut.number = value;
-    if (pr > 0 && pt > 0)
-        cut.road = copy(pt + 1, pr - pt);
-    else if (pr > 0)
-        cut.road = copy(1, pr);
-    if (pt > 0)
-        cut.town = copy(1, pt);
-    return cut;
-}
 
 } // namespace
 
@@ -151,19 +107,4 @@ TEST(AddressMatch, AsksFourTimesAndOfABlankAddressNothing)
                   "and a.BL_NO in (0,2)  and rownum=1 "_s}));
     EXPECT_EQ(FindDeliverySite(to, [](const QString&) { return QString(); }), QString())
         << "an empty keyword table";
-}
-
-TEST(AddressMatch, ASecondReadingOfTheRulesCutsTheDemoAddressesAlike)
-{
-    demo::Random random(7);
-    const auto cities = static_cast<int>(demo::AllRegions().cities.size());
-    for (int i = 0; i < 2000; ++i) {
-        const int city = i % cities;
-        const auto counties =
-            static_cast<int>(demo::AllRegions().cities[static_cast<size_t>(city)].counties.size());
-        const QString address = demo::StreetAddress(city, i % counties, random);
-        const TAddressPieces once = CutAddress(address, FindKeywords(address, kKeywords));
-        const TAddressPieces again = CutAgain(address, kKeywords);
-        ASSERT_EQ(AreaQuery(kTo, once), AreaQuery(kTo, again)) << qUtf8Printable(address);
-    }
 }

@@ -1,7 +1,6 @@
 #include "dispatch/frm_order_pda.h"
 #include "framework/RowFields.h"
 #include "module/data/dm_GlobalData.h"
-#include "tests/orders/OrderDesk.h"
 #include "tests/orders/OrderScreen.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -47,10 +46,9 @@ protected:
     void OpenForm()
     {
         Open();
-        cds = screen->findChild<TClientDataSetEx*>(u"CDS_ORDER_PDA"_s);
-        form = screen->findChild<TEntryForm*>();
+        cds = Find<TClientDataSetEx>(u"CDS_ORDER_PDA"_s);
+        form = Find<TEntryForm>();
     }
-    QString Text(QStringView field) { return TextOf(*cds, field); }
     // Typed into the box, which is then left with Enter; goes to where the focus is by then.
     void Fill(const QString& box, const QString& text)
     {
@@ -96,8 +94,7 @@ TEST_F(EntryScreen, AsksForTheCouriersOfItsKindOfSite)
         .OpenRows(MakeTextRows({u"SITE_NAME"_s, u"BL_BIG_CUSTOMER"_s}, {{u"浦东一部"_s, u"1"_s}}));
     OpenForm();
     EXPECT_FALSE(Asked(u"tab_employee"_s).last().contains(u"where"_s));
-    Press(u"btn_Excel"_s);
-    EXPECT_EQ(desk.host.TakeMessages(),
+    EXPECT_EQ(Told(u"btn_Excel"_s),
         QStringList(u"详细：从Excel导入数据的模块\"ImportFromExcel.dll\"未能成功装载！"_s));
 }
 
@@ -107,8 +104,8 @@ TEST_F(EntryScreen, AnOrderIsTypedCheckedAndSavedWithoutAMouse)
     EXPECT_EQ(FocusedBox(), u"CUSTOMER_NAME"_s);
     Fill(u"PHONE"_s, u"123"_s);
     EXPECT_EQ(cds->State(), TDataSetState::Insert) << "typing begins an order";
-    EXPECT_EQ(Text(u"TX_LOGISTIC_ID"), u"D20240131000042"_s);
-    EXPECT_EQ(Text(u"CREATER_CODE"), u"E001"_s);
+    EXPECT_EQ(Text(u"TX_LOGISTIC_ID"_s), u"D20240131000042"_s);
+    EXPECT_EQ(Text(u"CREATER_CODE"_s), u"E001"_s);
     QStringList walk;
     for (QString box = FocusedBox(); !box.isEmpty() && walk.size() < 20; box = FocusedBox()) {
         walk += box;
@@ -122,41 +119,36 @@ TEST_F(EntryScreen, AnOrderIsTypedCheckedAndSavedWithoutAMouse)
         "REC_GOODS_MAN REMARK"_s);
 
     Fill(u"REC_GOODS_MAN"_s, u"E009"_s);
-    EXPECT_EQ(Text(u"MESSAGE"), u"E009"_s) << "one of two of that name";
-    Press(u"BTN_SAVE"_s);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：发货人电话输入有错，请检查！"_s));
+    EXPECT_EQ(Text(u"MESSAGE"_s), u"E009"_s) << "one of two of that name";
+    EXPECT_EQ(Told(u"BTN_SAVE"_s), QStringList(u"详细：发货人电话输入有错，请检查！"_s));
     EXPECT_EQ(FocusedBox(), u"PHONE"_s);
     EXPECT_EQ(form->PHONE->selectedText(), u"123"_s);
     FillOrder();
-    EXPECT_EQ(Text(u"MESSAGE"), u"E002"_s);
+    EXPECT_EQ(Text(u"MESSAGE"_s), u"E002"_s);
     last = u"D20240131000077"_s; // another desk, meanwhile
     desk.host.Server.Requests.clear();
-    Press(u"BTN_SAVE"_s);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(kSaved));
+    EXPECT_EQ(Told(u"BTN_SAVE"_s), QStringList(kSaved));
     ASSERT_EQ(desk.saves.size(), 1U);
-    for (const auto& [field, text] : std::initializer_list<std::pair<QString, QString>>{
-             {u"TX_LOGISTIC_ID"_s, u"D20240131000078"_s}, {u"REC_GOODS_MAN"_s, u"韩梅梅"_s},
-             {u"MESSAGE"_s, u"E002"_s}, {u"STATUS"_s, u"0"_s}, {u"BL_DISPART"_s, u"0"_s},
-             {u"CREATER_SITE"_s, u"浦东一部"_s}, {u"SEND_NAME"_s, u"空"_s}, {u"MODIFIER"_s, u"李雷"_s}})
-        EXPECT_EQ(wire::ToText(SavedValue(desk.saves[0], 0, field)), text) << qUtf8Printable(field);
+    EXPECT_EQ(
+        SavedFields(desk.saves[0], 0,
+            u"TX_LOGISTIC_ID REC_GOODS_MAN MESSAGE STATUS BL_DISPART CREATER_SITE SEND_NAME MODIFIER"_s),
+        u"D20240131000078|韩梅梅|E002|0|0|浦东一部|空|李雷"_s);
     EXPECT_EQ(desk.host.Server.Queries().value(0),
         u"select /*+index(a,TAB_ZELMOR_BILL_P)*/ 1 from tab_zelmor_bill a where TX_LOGISTIC_ID in "
         "('D20240131000042')"_s);
     EXPECT_TRUE(cds->IsEmpty());
     EXPECT_EQ(FocusedBox(), u"CUSTOMER_NAME"_s) << "ready for the next call";
-    Press(u"BTN_SAVE"_s);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：没有改变任何数据，因此不需要保存！"_s));
+    EXPECT_EQ(Told(u"BTN_SAVE"_s), QStringList(u"详细：没有改变任何数据，因此不需要保存！"_s));
 }
 
 TEST_F(EntryScreen, ACustomerFillsTheShipperAndAnUnknownOneEmptiesIt)
 {
     OpenForm();
     Fill(u"CUSTOMER_NAME"_s, u"K1"_s);
-    EXPECT_EQ(Text(u"CUSTOMER_ID") + Text(u"NAME") + Text(u"PHONE") + Text(u"COMPANYNAME") + Text(u"ADDRESS"),
-        u"K1王芳13911112222晨光文具有限公司中山路1号"_s);
+    EXPECT_EQ(Fields(u"CUSTOMER_ID NAME PHONE COMPANYNAME ADDRESS PAY_TYPE"_s),
+        u"K1|王芳|13911112222|晨光文具有限公司|中山路1号|现付"_s);
     EXPECT_EQ(form->CITY->Text() + form->COUNTY->Text(), u"南京市玄武区"_s);
     EXPECT_EQ(form->PAY_TYPE->Items(), QStringList({{}, u"现付"_s, u"到付"_s}));
-    EXPECT_EQ(Text(u"PAY_TYPE"), u"现付"_s);
     EXPECT_TRUE(form->PHONE->isReadOnly() && form->edt_name->isReadOnly() && form->COMPANYNAME->isReadOnly());
     EXPECT_TRUE(form->CUSTOMER_NAME->Text().isEmpty());
     EXPECT_EQ(dm_GlobalData->cds_city_n->RecordCount(), 2) << "those of the province";
@@ -168,9 +160,7 @@ TEST_F(EntryScreen, ACustomerFillsTheShipperAndAnUnknownOneEmptiesIt)
             : answer(sqlText);
     };
     Fill(u"CUSTOMER_NAME"_s, u"没有"_s);
-    EXPECT_EQ(
-        Text(u"CUSTOMER_ID") + Text(u"NAME") + Text(u"PHONE") + Text(u"PROV") + Text(u"COUNTY"), QString());
-    EXPECT_EQ(Text(u"ADDRESS"), u"中山路1号"_s);
+    EXPECT_EQ(Fields(u"CUSTOMER_ID NAME PHONE PROV COUNTY ADDRESS"_s), u"|||||中山路1号"_s);
     EXPECT_FALSE(form->PHONE->isReadOnly());
     EXPECT_EQ(desk.host.MainForm.Notices.filter(u"没有"_s).size(), 1);
 
@@ -184,22 +174,16 @@ TEST_F(EntryScreen, TwoDesksAtTheSameSecondBothKeepTheirOrders)
 {
     OpenForm();
     FillOrder();
-    desk.onSave = [](const wire::ChangeLog& changes) {
-        wire::ApplyOutcome outcome = RejectAll(changes, u"主键“D20240131000042”已存在！"_s);
-        outcome.rolledBack = true;
-        return outcome;
-    };
+    desk.RefuseSaves(u"主键“D20240131000042”已存在！"_s);
     Press(u"BTN_SAVE"_s);
     EXPECT_EQ(desk.host.App.ShownMessages().back().icon, TMessageIcon::Information);
     EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：保存失败"_s));
     EXPECT_EQ(desk.host.Server.Requests.back().maxErrors, 0);
-    EXPECT_EQ(
-        screen->findChild<QLabel*>(u"RefusedReason"_s)->text(), u"当前行：主键“D20240131000042”已存在！"_s);
-    EXPECT_EQ(Text(u"NAME"), u"王芳"_s);
+    EXPECT_EQ(Find<QLabel>(u"RefusedReason"_s)->text(), u"当前行：主键“D20240131000042”已存在！"_s);
+    EXPECT_EQ(Text(u"NAME"_s), u"王芳"_s);
     last = u"D20240131000042"_s;
     desk.onSave = nullptr;
-    Press(u"BTN_SAVE"_s);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(kSaved));
+    EXPECT_EQ(Told(u"BTN_SAVE"_s), QStringList(kSaved));
     EXPECT_EQ(wire::ToText(SavedValue(desk.saves.back(), 0, u"TX_LOGISTIC_ID"_s)), u"D20240131000043"_s);
 }
 
@@ -209,11 +193,9 @@ TEST_F(EntryScreen, ALostReplyStoresTheOrderOnce)
     FillOrder();
     desk.host.Connection.SavePatience = 0;
     desk.host.Server.Faults = {Fault::LoseReply, Fault::LoseRequest}; // what the connection sends again, too
-    Press(u"BTN_SAVE"_s);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：保存失败"_s));
+    EXPECT_EQ(Told(u"BTN_SAVE"_s), QStringList(u"详细：保存失败"_s));
     last = u"D20240131000042"_s; // its own
-    Press(u"BTN_SAVE"_s);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(kSaved));
+    EXPECT_EQ(Told(u"BTN_SAVE"_s), QStringList(kSaved));
     EXPECT_EQ(desk.saves.size(), 1U);
     EXPECT_TRUE(cds->IsEmpty());
 }

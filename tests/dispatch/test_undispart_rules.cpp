@@ -39,33 +39,23 @@ TEST(UnDispartRules, ARefusalIsStampedItsUndoingClearsTheStampAndEveryPostNamesT
 {
     const OrderDesk desk;
     const QString missing = u"详细：选择\"接单失败\"必须填写\"撤消原因\"！"_s;
-    const OrderFields cancelled = {{u"CANCEL_DESC"_s, u"禁运品"_s}, {u"BL_CANCEL"_s, 1},
-        {u"CANCEL_SITE"_s, u"别处"_s}, {u"CANCEL_MAN"_s, u"别人"_s},
-        {u"CANCEL_DATE"_s, wire::DateTime::FromParts(2024, 1, 1)}};
-    const auto with = [](OrderFields fields, const OrderFields& more) {
-        fields.insert(more.begin(), more.end());
-        return fields;
-    };
+    const QString cancelled =
+        u"CANCEL_DESC=禁运品, BL_CANCEL=1, CANCEL_SITE=别处, CANCEL_MAN=别人, CANCEL_DATE=2024-01-01, "_s;
     const struct {
-        OrderFields order;
-        QString violation;
-        std::map<QString, QString> after;
+        QString order, violation, fields, after;
     } cases[] = {
-        {{{u"STATUS"_s, 2}}, missing, {{u"MODIFIER"_s, {}}, {u"BL_CANCEL"_s, {}}}},
-        {{{u"STATUS"_s, 2}, {u"CANCEL_DESC"_s, u"禁运品"_s}, {u"BL_CANCEL"_s, 0}}, {},
-            {{u"BL_CANCEL"_s, u"1"_s}, {u"CANCEL_SITE"_s, u"上海中心"_s}, {u"CANCEL_MAN"_s, u"李雷"_s}}},
-        {with(cancelled, {{u"STATUS"_s, 2}}), {},
-            {{u"CANCEL_SITE"_s, u"别处"_s}, {u"CANCEL_DATE"_s, u"2024-01-01 00:00:00"_s}}},
-        {with(cancelled, {{u"STATUS"_s, 0}}), {},
-            {{u"BL_CANCEL"_s, u"0"_s}, {u"CANCEL_DESC"_s, {}}, {u"CANCEL_SITE"_s, {}}, {u"CANCEL_MAN"_s, {}},
-                {u"CANCEL_DATE"_s, {}}}},
+        {u"STATUS=2"_s, missing, u"MODIFIER BL_CANCEL"_s, u"|"_s},
+        {u"STATUS=2, CANCEL_DESC=禁运品, BL_CANCEL=0"_s, {}, u"BL_CANCEL CANCEL_SITE CANCEL_MAN"_s,
+            u"1|上海中心|李雷"_s},
+        {cancelled + u"STATUS=2"_s, {}, u"CANCEL_SITE CANCEL_DATE"_s, u"别处|2024-01-01 00:00:00"_s},
+        {cancelled + u"STATUS=0"_s, {}, u"BL_CANCEL CANCEL_DESC CANCEL_SITE CANCEL_MAN CANCEL_DATE"_s,
+            u"0||||"_s},
         // The site is the one that the screen took, not what the host says by now (浦东一部).
-        {{{u"STATUS"_s, 0}}, {},
-            {{u"MODIFIER"_s, u"李雷"_s}, {u"MODIFY_CODE"_s, u"E001"_s}, {u"MODIFY_SITE"_s, u"上海中心"_s}}},
+        {u"STATUS=0"_s, {}, u"MODIFIER MODIFY_CODE MODIFY_SITE"_s, u"李雷|E001|上海中心"_s},
     };
     for (size_t i = 0; i < std::size(cases); ++i) {
         TClientDataSetEx cds;
-        cds.OpenRows(OrderRows({cases[i].order}));
+        cds.OpenRows(OrderRows({Order(cases[i].order)}));
         cds.Edit();
         QString violation;
         try {
@@ -74,8 +64,7 @@ TEST(UnDispartRules, ARefusalIsStampedItsUndoingClearsTheStampAndEveryPostNamesT
             violation = told.message;
         }
         EXPECT_EQ(violation, cases[i].violation) << i;
-        for (const auto& [field, text] : cases[i].after)
-            EXPECT_EQ(TextOf(cds, field), text) << i << ' ' << qUtf8Printable(field);
+        EXPECT_EQ(FieldsOf(cds, cases[i].fields), cases[i].after) << i;
     }
 }
 

@@ -1,6 +1,5 @@
 #include "dispatch/frm_UnDispartBill.h"
 #include "framework/frm_Progress.h"
-#include "tests/orders/OrderDesk.h"
 #include "tests/orders/OrderScreen.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -16,9 +15,9 @@ protected:
     UnDispartScreen()
     {
         for (int i = 1; i <= 3; ++i) {
-            desk.orders.push_back({{u"TX_LOGISTIC_ID"_s, u"T%1"_s.arg(i)}, {u"STATUS"_s, 0},
-                {u"BL_CANCEL"_s, 0}, {u"PIECE"_s, i}, {u"SEND_ADDRESS"_s, u"人民路%1号"_s.arg(i)},
-                {u"SEND_PROV"_s, u"广东省"_s}});
+            desk.orders.push_back(Order(
+                u"STATUS=0, BL_CANCEL=0, SEND_PROV=广东省, TX_LOGISTIC_ID=T%1, PIECE=%1, SEND_ADDRESS=人民路%1号"_s
+                    .arg(i)));
         }
         auto* tree = new TTreeView(&desk.host.MainForm, u"AllSiteTree"_s);
         desk.host.MainForm.Trees.push_back(tree);
@@ -54,7 +53,6 @@ protected:
         Press(u"Button1"_s);
         ASSERT_EQ(cds->RecordCount(), 3);
     }
-    QString Text(QStringView field) { return cds->FieldByName(field).AsString(); }
     void Key(Qt::Key key)
     {
         grid->setFocus();
@@ -79,20 +77,17 @@ TEST_F(UnDispartScreen, AsksForTheCountiesFirstAndForOrdersWhenTold)
     EXPECT_EQ(screen->QueryButton()->objectName(), u"Button1"_s);
     EXPECT_EQ(screen->SaveButton()->objectName(), kSave);
     EXPECT_TRUE(screen->QueryButton()->isHidden() && screen->SaveButton()->isHidden());
-    Press(kOffer);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：没有任何泽摩订单！"_s));
-    Press(kMatch);
-    EXPECT_TRUE(desk.host.TakeMessages().isEmpty());
+    EXPECT_EQ(Told(kOffer), QStringList(u"详细：没有任何泽摩订单！"_s));
+    EXPECT_TRUE(Told(kMatch).isEmpty());
 
-    auto* county = screen->findChild<TDBLookupComboboxEh*>(u"DBLookupComboboxEh1"_s);
+    auto* county = Find<TDBLookupComboboxEh>(u"DBLookupComboboxEh1"_s);
     county->setFocus();
     county->SetText(u"天"_s);
     QTest::keyClick(county, Qt::Key_Return);
     EXPECT_EQ(county->Text(), u"天河区"_s);
-    auto* from = screen->findChild<TDBDateTimeEditEh*>(u"DBDateTimeEditEh1"_s);
+    auto* from = Find<TDBDateTimeEditEh>(u"DBDateTimeEditEh1"_s);
     from->SetText(u"2024-01-28 23:59:58"_s);
-    Press(u"Button1"_s);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：结束日期不能超过开始日期\"3\"天！"_s));
+    EXPECT_EQ(Told(u"Button1"_s), QStringList(u"详细：结束日期不能超过开始日期\"3\"天！"_s));
     EXPECT_FALSE(cds->Active());
     from->SetText(u"2024-01-28 23:59:59"_s);
     Press(u"Button1"_s);
@@ -110,19 +105,18 @@ TEST_F(UnDispartScreen, OffersAnOrderToTheSitesChecked)
     OpenWithOrders();
     desk.host.App.QueueAnswer({u"浦东一部"_s, u"浦东二部"_s});
     grid->OnDblClick();
-    EXPECT_EQ(Text(u"PREPARE_SITE"), u";浦东一部;浦东二部;"_s);
-    EXPECT_EQ(Text(u"MODIFIER"), u"李雷"_s);
+    EXPECT_EQ(Text(u"PREPARE_SITE"_s), u";浦东一部;浦东二部;"_s);
+    EXPECT_EQ(Text(u"MODIFIER"_s), u"李雷"_s);
     desk.host.App.QueueAnswer({u"ok"_s});
     Press(kOffer);
-    EXPECT_EQ(Text(u"PREPARE_SITE"), u";浦东一部;浦东二部;"_s) << "as checked before";
+    EXPECT_EQ(Text(u"PREPARE_SITE"_s), u";浦东一部;浦东二部;"_s) << "as checked before";
     desk.host.App.QueueAnswer({u"浦东一部"_s, QString(196, u'长')});
-    Press(kOffer);
-    EXPECT_EQ(desk.host.TakeMessages(),
-        QStringList(u"详细：您选择的网点列表长度为\"203\"，超过\"200\"个字符的最大长度！"_s));
-    EXPECT_EQ(Text(u"PREPARE_SITE"), u";浦东一部;浦东二部;"_s);
+    EXPECT_EQ(
+        Told(kOffer), QStringList(u"详细：您选择的网点列表长度为\"203\"，超过\"200\"个字符的最大长度！"_s));
+    EXPECT_EQ(Text(u"PREPARE_SITE"_s), u";浦东一部;浦东二部;"_s);
     desk.host.App.QueueAnswer({u"cancel"_s});
     Press(kOffer);
-    EXPECT_TRUE(Text(u"PREPARE_SITE").isEmpty());
+    EXPECT_TRUE(Text(u"PREPARE_SITE"_s).isEmpty());
     EXPECT_FALSE(cds->IsEditing());
     EXPECT_EQ(desk.host.MainForm.Notices.size(), 1) << "not without a word";
     Guarded([this] { cds->Append(); });
@@ -135,37 +129,34 @@ TEST_F(UnDispartScreen, KeysOfTheStatusColumnRefuseAndUndo)
     OpenWithOrders();
     grid->SelectField(u"ADDRESS");
     Key(Qt::Key_2);
-    EXPECT_EQ(Text(u"STATUS"), u"0"_s) << "another column";
+    EXPECT_EQ(Text(u"STATUS"_s), u"0"_s) << "another column";
     grid->SelectField(u"STATUS");
     Key(Qt::Key_1);
     EXPECT_FALSE(cds->IsEditing()) << "nothing to change";
     Key(Qt::Key_2);
-    EXPECT_EQ(Text(u"STATUS"), u"2"_s);
-    Press(kSave);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：选择\"接单失败\"必须填写\"撤消原因\"！"_s));
+    EXPECT_EQ(Text(u"STATUS"_s), u"2"_s);
+    EXPECT_EQ(Told(kSave), QStringList(u"详细：选择\"接单失败\"必须填写\"撤消原因\"！"_s));
     EXPECT_TRUE(cds->IsEditing());
     EXPECT_EQ(grid->SelectedField(), u"CANCEL_DESC"_s);
     cds->FieldByName(u"CANCEL_DESC").SetAsString(u"禁运品"_s);
     cds->Post();
-    EXPECT_EQ(Text(u"CANCEL_MAN"), u"李雷"_s);
+    EXPECT_EQ(Text(u"CANCEL_MAN"_s), u"李雷"_s);
     grid->SelectField(u"STATUS");
     Key(Qt::Key_1);
     cds->Post();
-    EXPECT_TRUE(Text(u"CANCEL_DESC").isEmpty());
+    EXPECT_TRUE(Text(u"CANCEL_DESC"_s).isEmpty());
 }
 
 TEST_F(UnDispartScreen, MatchesEveryOrderAndKeepsWhatItHasWhenTheServerGoes)
 {
-    desk.orders.insert(desk.orders.begin(),
-        OrderFields{
-            {u"TX_LOGISTIC_ID"_s, u"T4"_s}, {u"SEND_SITE"_s, u"旧"_s}, {u"SEND_ADDRESS"_s, u"人民路4号"_s}});
+    desk.orders.insert(
+        desk.orders.begin(), Order(u"TX_LOGISTIC_ID=T4, SEND_SITE=旧, SEND_ADDRESS=人民路4号"_s));
     Open();
     Press(u"Button1"_s);
     for (int click = 0; click < 2; ++click)
         grid->ClickTitle(grid->ColumnIndex(u"SEND_SITE")); // descending; the matching moves no row away
     gone = true;
-    Press(kMatch);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：连接已中断"_s));
+    EXPECT_EQ(Told(kMatch), QStringList(u"详细：连接已中断"_s));
     EXPECT_EQ(cds->ChangeCount(), 1);
     EXPECT_FALSE(cds->ControlsDisabled());
     EXPECT_EQ(Screen->Cursor(), crDefault);
@@ -183,7 +174,7 @@ TEST_F(UnDispartScreen, MatchesEveryOrderAndKeepsWhatItHasWhenTheServerGoes)
     QStringList sites;
     for (const QString& order : {u"T1"_s, u"T2"_s, u"T3"_s, u"T4"_s}) {
         cds->Locate(u"TX_LOGISTIC_ID", {order});
-        sites += Text(u"SEND_SITE");
+        sites += Text(u"SEND_SITE"_s);
     }
     EXPECT_EQ(sites, QStringList({{}, u"天河一部"_s, {}, u"天河一部"_s}));
     EXPECT_TRUE(desk.saves.empty());
@@ -214,13 +205,8 @@ TEST_F(UnDispartScreen, ARefusedSaveKeepsAllAndMarksWhatWasRefusedAndWhy)
         Press(kOffer);
     }
     const QColor plain = Background(0);
-    auto* reason = screen->findChild<QLabel*>(u"RefusedReason"_s);
-    desk.onSave = [](const wire::ChangeLog& changes) {
-        wire::ApplyOutcome outcome = RejectAll(changes, {});
-        outcome.rows[1].reason = u"该记录已被其他用户修改！"_s;
-        outcome.rolledBack = true;
-        return outcome;
-    };
+    auto* reason = Find<QLabel>(u"RefusedReason"_s);
+    desk.RefuseSaves(u"该记录已被其他用户修改！"_s, 1);
     Press(kSave);
     const QStringList told = desk.host.TakeMessages();
     ASSERT_EQ(told.size(), 1);
@@ -234,10 +220,8 @@ TEST_F(UnDispartScreen, ARefusedSaveKeepsAllAndMarksWhatWasRefusedAndWhy)
     EXPECT_TRUE(reason->isHidden());
 
     desk.onSave = nullptr;
-    Press(kSave);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：数据保存成功！"_s));
+    EXPECT_EQ(Told(kSave), QStringList(u"详细：数据保存成功！"_s));
     EXPECT_EQ(Background(1), plain);
-    EXPECT_TRUE(screen->findChild<QWidget*>(u"RefusedRows"_s)->isHidden());
-    Press(kSave);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：没有改变任何数据，因此不需要保存！"_s));
+    EXPECT_TRUE(Find<QWidget>(u"RefusedRows"_s)->isHidden());
+    EXPECT_EQ(Told(kSave), QStringList(u"详细：没有改变任何数据，因此不需要保存！"_s));
 }

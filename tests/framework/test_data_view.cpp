@@ -1,6 +1,5 @@
 #include "framework/DataViewLayout.h"
 #include "framework/RecordButtons.h"
-#include "runtime/ui/Application.h"
 #include "tests/framework/ProbeScreen.h"
 #include "wire/Error.h"
 

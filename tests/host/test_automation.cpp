@@ -1,6 +1,5 @@
 #include "tests/host/HostFixture.h"
 
-#include <QFile>
 #include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -3,7 +3,6 @@
 #include "runtime/ui/DBControls.h"
 #include "runtime/ui/DBGrid.h"
 
-#include <QFile>
 #include <QTreeWidget>
 
 using namespace Qt::Literals::StringLiterals;

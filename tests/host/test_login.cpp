@@ -7,7 +7,6 @@
 
 #include <QComboBox>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QListWidget>
 #include <QProgressBar>
 #include <QSignalSpy>

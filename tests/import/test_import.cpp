@@ -5,7 +5,6 @@
 #include "import/frm_Import.h"
 #include "module/data/dm_GlobalData.h"
 #include "tests/import/SheetFiles.h"
-#include "tests/orders/OrderDesk.h"
 #include "tests/orders/OrderScreen.h"
 
 #include <QFile>
@@ -55,7 +54,7 @@ protected:
     void OpenForm()
     {
         Open();
-        cds = screen->findChild<TClientDataSetEx*>(u"CDS_ORDER_PDA"_s);
+        cds = Find<TClientDataSetEx>(u"CDS_ORDER_PDA"_s);
     }
     // Chooses the file in the dialog, imports it; says what the dialog said.
     QString ImportFile(const QString& path)
@@ -228,8 +227,7 @@ TEST_F(Import, TheScreenFindsTheModuleBesideTheProgram)
     Press(u"btn_Excel"_s);
     EXPECT_EQ(SavedNumbers(), QStringList(u"0042"_s));
     EXPECT_FALSE(cds->ControlsDisabled());
-    screen->findChild<QLineEdit*>(u"PHONE"_s)->insert(u"1"_s);
+    Find<QLineEdit>(u"PHONE"_s)->insert(u"1"_s);
     desk.host.TakeMessages();
-    Press(u"btn_Excel"_s);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：请先保存或者放弃正在录入的订单，然后再导入！"_s));
+    EXPECT_EQ(Told(u"btn_Excel"_s), QStringList(u"详细：请先保存或者放弃正在录入的订单，然后再导入！"_s));
 }

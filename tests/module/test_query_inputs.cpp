@@ -65,11 +65,16 @@ TEST(BuildInList, LeavesThePositionAndSpeaksOfAMissingField)
     EXPECT_THROW(BuildInList(sites, u"no_field"_s, u"x"_s), wire::Error);
 }
 
-TEST(PastedNumbers, EveryKindOfLineBreak)
+TEST(PastedNumbers, AreOneALineByTheRulesOfTheScreen)
 {
     EXPECT_EQ(ParsePastedNumbers(u" a \r\nb\r\rc\n"_s).list, u"('a','b','','c')"_s);
     EXPECT_EQ(ParsePastedNumbers(u"one"_s).list, u"('one')"_s);
     EXPECT_EQ(ParsePastedNumbers(u"\na"_s).list, u"('','a')"_s);
+    EXPECT_EQ(ParsePastedNumbers(u"a \n b"_s, {.maxLines = 999, .trimmed = false, .lastFirst = true}).list,
+        u"(' b','a ')"_s);
+    EXPECT_TRUE(ParsePastedNumbers(Lines(999), {.maxLines = 999}).complaint.isEmpty());
+    EXPECT_EQ(ParsePastedNumbers(Lines(1000), {.maxLines = 999}).complaint,
+        u"详细：您输入了\"1000\"个单号，最多只能输入\"999\"个单号！"_s);
 }
 
 TEST(DelimitedText, CommasAndBlanksSeparateQuotesGroup)
@@ -91,15 +96,6 @@ TEST(SiteAndBelow, IsSpelledAsEachQueryHasIt)
         u" start with SITE_NAME='A' connect by prior SITE_NAME=(case SITE_NAME when 'A' then '' else SUPERIOR_SITE end)"_s);
     EXPECT_TRUE(
         SiteAndBelow(u"A"_s, u" connect by  prior ").contains(u"'A' connect by  prior SITE_NAME=("_s));
-}
-
-TEST(PastedNumbers, RulesOfOtherScreens)
-{
-    EXPECT_EQ(ParsePastedNumbers(u"a \n b"_s, {.maxLines = 999, .trimmed = false, .lastFirst = true}).list,
-        u"(' b','a ')"_s);
-    EXPECT_TRUE(ParsePastedNumbers(Lines(999), {.maxLines = 999}).complaint.isEmpty());
-    EXPECT_EQ(ParsePastedNumbers(Lines(1000), {.maxLines = 999}).complaint,
-        u"详细：您输入了\"1000\"个单号，最多只能输入\"999\"个单号！"_s);
 }
 
 TEST(PastedNumbers, ComplaintsAreTold)
@@ -127,25 +123,30 @@ TEST(CheckDateRange, RejectsWithTheRightWords)
 {
     TFakeHost host;
     const QString start = u"2024-01-01 00:00:00"_s;
-    EXPECT_FALSE(CheckDateRange(start, u"2024-01-31 00:00:00"_s, 30, true));
-    EXPECT_FALSE(CheckDateRange(start, start, 0, true));
     EXPECT_TRUE(CheckDateRange(start, u"2024-01-31 00:00:01"_s, 30, false));
     EXPECT_TRUE(host.App.ShownMessages().empty());
-
-    EXPECT_TRUE(CheckDateRange(start, u"2024-01-31 00:00:01"_s, 30, true));
-    EXPECT_TRUE(CheckDateRange(u"2024-01-02"_s, start, 30, true));
-    EXPECT_TRUE(CheckDateRange(u"2024-02-30"_s, u"2024-03-01"_s, 30, true));
-    EXPECT_TRUE(CheckDateRange({}, start, 30, true));
-    const auto shown = host.App.ShownMessages();
-    ASSERT_EQ(shown.size(), 4U);
-    EXPECT_EQ(shown[0].text, u"详细：结束日期不能超过开始日期\"30\"天！"_s);
-    EXPECT_EQ(shown[0].caption, u"日期时间错误"_s);
-    EXPECT_EQ(shown[1].text, u"详细：结束日期不能比开始日期还早！"_s);
-    EXPECT_EQ(shown[1].caption, u"日期时间错误"_s);
-    EXPECT_EQ(shown[2].text, u"详细：您所输入的日期时间错误！"_s);
-    EXPECT_EQ(shown[2].caption, u"日期时间格式"_s);
-    EXPECT_EQ(shown[3].text, shown[2].text);
-    EXPECT_EQ(shown[3].icon, TMessageIcon::Warning);
+    const QString noTime = u"日期时间格式 详细：您所输入的日期时间错误！"_s;
+    const struct {
+        QString from, to, told;
+        int days = 30;
+    } cases[] = {
+        {start, u"2024-01-31 00:00:00"_s, {}},
+        {start, start, {}, 0},
+        {start, u"2024-01-31 00:00:01"_s, u"日期时间错误 详细：结束日期不能超过开始日期\"30\"天！"_s},
+        {u"2024-01-02"_s, start, u"日期时间错误 详细：结束日期不能比开始日期还早！"_s},
+        {u"2024-02-30"_s, u"2024-03-01"_s, noTime},
+        {{}, start, noTime},
+    };
+    for (const auto& [from, to, told, days] : cases) {
+        EXPECT_EQ(CheckDateRange(from, to, days, true), !told.isEmpty());
+        QString shown;
+        for (const TShownMessage& message : host.App.ShownMessages()) {
+            shown += message.caption + u' ' + message.text;
+            EXPECT_EQ(message.icon, TMessageIcon::Warning);
+        }
+        EXPECT_EQ(shown, told);
+        host.TakeMessages();
+    }
 }
 
 TEST(Today, IsTheServersDay)

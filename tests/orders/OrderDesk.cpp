@@ -6,6 +6,28 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+OrderFields Order(const QString& text)
+{
+    OrderFields fields;
+    for (const QString& field : text.split(u", "_s)) {
+        const QString name = field.section(u'=', 0, 0);
+        const auto& columns = company::OrderTable().columns;
+        const auto column = std::ranges::find(columns, name, &company::Column::name);
+        if (column == columns.end())
+            throw wire::Error(wire::ErrorKind::Usage, name);
+        fields[name] = wire::FromText(column->type, field.section(u'=', 1));
+    }
+    return fields;
+}
+
+QString FieldsOf(const TClientDataSetEx& row, const QString& names)
+{
+    QStringList texts;
+    for (const QString& name : names.split(u' '))
+        texts += row.FieldByName(name).AsString();
+    return texts.join(u'|');
+}
+
 wire::RowSet OrderRows(const std::vector<OrderFields>& orders)
 {
     const company::Table* table = company::FindTable(u"tab_zelmor_bill");
@@ -42,12 +64,7 @@ OrderDesk::OrderDesk()
     };
     host.Server.OnApply = [this](const wire::ChangeLog& changes) {
         saves.push_back(changes);
-        if (onSave)
-            return onSave(changes);
-        wire::ApplyOutcome outcome;
-        for (const wire::RowChange& row : changes.rows)
-            outcome.rows.push_back({.rowId = row.rowId, .accepted = true, .reason = {}});
-        return outcome;
+        return onSave ? onSave(changes) : AcceptAll(changes);
     };
     dm_BasicData = new Tdm_BasicData;
     dm_BasicData->HostConnection = &host.Connection;
@@ -66,6 +83,16 @@ OrderDesk::~OrderDesk()
     delete std::exchange(dm_GlobalData, nullptr);
 }
 
+void OrderDesk::RefuseSaves(const QString& reason, size_t row)
+{
+    onSave = [=](const wire::ChangeLog& changes) {
+        wire::ApplyOutcome outcome = RejectAll(changes, {});
+        outcome.rows.at(row).reason = reason;
+        outcome.rolledBack = true;
+        return outcome;
+    };
+}
+
 wire::Value SavedValue(const wire::ChangeLog& save, size_t row, const QString& field)
 {
     for (const wire::CellChange& cell : save.rows.at(row).cells) {
@@ -73,4 +100,12 @@ wire::Value SavedValue(const wire::ChangeLog& save, size_t row, const QString& f
             return cell.current;
     }
     return {};
+}
+
+QString SavedFields(const wire::ChangeLog& save, size_t row, const QString& names)
+{
+    QStringList texts;
+    for (const QString& name : names.split(u' '))
+        texts += wire::ToText(SavedValue(save, row, name));
+    return texts.join(u'|');
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/orders/OrderDesk.h"
+
 #include "framework/DataView.h"
 #include "framework/frm_ErrorList.h"
 
@@ -20,15 +22,40 @@ protected:
         screen->Show();
         QCoreApplication::processEvents();
         desk.host.TakeMessages();
-        grid = screen->template findChild<TDataView*>(QStringLiteral("DataView1"))->DataViewGrid;
-        cds = screen->template findChild<TClientDataSetEx*>(QStringLiteral("cds"));
+        grid = Find<TDataView>(QStringLiteral("DataView1"))->DataViewGrid;
+        cds = Find<TClientDataSetEx>(QStringLiteral("cds"));
+    }
+    template <typename Control> Control* Find(const QString& name = {})
+    {
+        return screen->template findChild<Control*>(name);
+    }
+    QString Text(const QString& field) { return cds->FieldByName(field).AsString(); }
+    // Several fields of the current row, as FieldsOf gives them.
+    QString Fields(const QString& names) { return FieldsOf(*cds, names); }
+    // The one box that was shown.
+    void ExpectBox(const QString& text, const QString& caption, TMessageIcon icon)
+    {
+        ASSERT_EQ(desk.host.App.ShownMessages().size(), 1u);
+        EXPECT_EQ(desk.host.App.ShownMessages()[0].text, text);
+        EXPECT_EQ(desk.host.App.ShownMessages()[0].caption, caption);
+        EXPECT_EQ(desk.host.App.ShownMessages()[0].icon, icon);
+        desk.host.TakeMessages();
     }
     void Press(const QString& button)
     {
-        auto* control = screen->template findChild<QAbstractButton*>(button);
-        ASSERT_NE(control, nullptr);
+        auto* control = Find<QAbstractButton>(button);
+        ASSERT_NE(control, nullptr) << button.toStdString();
         control->click();
         QCoreApplication::processEvents();
+    }
+    // What is shown after a press, each question answered in turn; a question more takes its default.
+    QStringList Told(const QString& button, const QStringList& answers = {})
+    {
+        for (const QString& answer : answers)
+            desk.host.App.QueueAnswer({answer});
+        Press(button);
+        for (QStringList left; desk.host.App.TakeAnswer(left);) { }
+        return desk.host.TakeMessages();
     }
     struct FailureList {
         QString caption;
@@ -64,8 +91,8 @@ protected:
             QTest::qWait(250);
             return desk.host.TakeMessages();
         };
-        auto* goods = screen->template findChild<TClientDataSetEx*>(QStringLiteral("cdsms"));
-        auto* note = screen->template findChild<TDataView*>(QStringLiteral("DataView2"))->Panel1;
+        auto* goods = Find<TClientDataSetEx>(QStringLiteral("cdsms"));
+        auto* note = Find<TDataView>(QStringLiteral("DataView2"))->Panel1;
         EXPECT_EQ(asked(), QStringLiteral("T1"));
         EXPECT_TRUE(rest(2).isEmpty());
         EXPECT_EQ(asked(), QStringLiteral("T2"));
@@ -85,11 +112,7 @@ protected:
         EXPECT_FALSE(note->isHidden());
         EXPECT_FALSE(goods->Active()) << "another order's goods";
         grid->OnCellClick(grid->Column(1));
-        ASSERT_EQ(desk.host.App.ShownMessages().size(), 1u);
-        EXPECT_EQ(desk.host.App.ShownMessages()[0].text, QStringLiteral("详细：连接已中断"));
-        EXPECT_EQ(desk.host.App.ShownMessages()[0].caption, screen->Caption());
-        EXPECT_EQ(desk.host.App.ShownMessages()[0].icon, TMessageIcon::Warning);
-        desk.host.TakeMessages();
+        ExpectBox(QStringLiteral("详细：连接已中断"), screen->Caption(), TMessageIcon::Warning);
 
         desk.host.Server.OnQuery = answer;
         rest(1);

@@ -24,9 +24,9 @@ protected:
     TRuleViolation Violation(const QString& typed)
     {
         cds.Close();
-        cds.OpenRows(OrderRows({{{u"TX_LOGISTIC_ID"_s, u"T1"_s}, {u"STATUS"_s, 3},
-                                    {u"BILL_CODE"_s, u"168000000017"_s}, {u"REC_SITE"_s, u"浦东'二部"_s}},
-            {{u"TX_LOGISTIC_ID"_s, u"T2"_s}, {u"BILL_CODE"_s, u"168000000033"_s}}}));
+        cds.OpenRows(
+            OrderRows({Order(u"TX_LOGISTIC_ID=T1, STATUS=3, BILL_CODE=168000000017, REC_SITE=浦东'二部"_s),
+                Order(u"TX_LOGISTIC_ID=T2, BILL_CODE=168000000033"_s)}));
         TEnteredNumbers numbers;
         numbers.Refill(cds);
         cds.Edit();

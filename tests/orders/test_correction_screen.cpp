@@ -16,8 +16,8 @@ protected:
     CorrectionScreen()
     {
         for (int i = 1; i <= 3; ++i) {
-            desk.orders.push_back({{u"TX_LOGISTIC_ID"_s, u"T%1"_s.arg(i)}, {u"STATUS"_s, 3},
-                {u"BILL_CODE"_s, u"16800000001%1"_s.arg(i)}, {u"REC_SITE"_s, u"浦东一部"_s}});
+            desk.orders.push_back(
+                Order(u"STATUS=3, REC_SITE=浦东一部, TX_LOGISTIC_ID=T%1, BILL_CODE=16800000001%1"_s.arg(i)));
         }
     }
     QString LastQuery() { return desk.host.Server.Queries().filter(u"from tab_zelmor_bill "_s).last(); }
@@ -44,7 +44,7 @@ TEST_F(CorrectionScreen, AsksWithinTheSitesBelowByTimeOrByNumber)
     for (int i = 0; i < grid->ColumnCount(); ++i)
         EXPECT_EQ(grid->Column(i).readOnly, grid->Column(i).fieldName != u"BILL_CODE"_s) << i;
     const QString own = u" and ((A.REC_SITE in ('浦东一部','浦东二部')))"_s;
-    screen->findChild<TDBLookupComboboxEh*>(u"DBLookupComboboxEh1"_s)->SetText(u"浦东二部"_s);
+    Find<TDBLookupComboboxEh>(u"DBLookupComboboxEh1"_s)->SetText(u"浦东二部"_s);
     Press(kQuery);
     EXPECT_EQ(LastQuery(),
         u"select /*+index(a,TAB_ZELMOR_BILL_I1)*/ * from tab_zelmor_bill a where nvl(a.status, 0)=3  and "
@@ -52,12 +52,11 @@ TEST_F(CorrectionScreen, AsksWithinTheSitesBelowByTimeOrByNumber)
         "23:59:59', 'yyyy-mm-dd hh24:mi:ss') and a.REC_SITE='浦东二部'"_s
             + own);
 
-    auto* byNumber = screen->findChild<TDBCheckBoxEh*>(u"CheckBox1"_s);
-    auto* memo = screen->findChild<TNumberMemo*>(u"Memo1"_s);
+    auto* byNumber = Find<TDBCheckBoxEh>(u"CheckBox1"_s);
+    auto* memo = Find<TNumberMemo>(u"Memo1"_s);
     byNumber->setChecked(true);
     desk.host.Server.Requests.clear();
-    Press(kQuery);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：没有输入任何运单编号！"_s));
+    EXPECT_EQ(Told(kQuery), QStringList(u"详细：没有输入任何运单编号！"_s));
     EXPECT_TRUE(desk.host.Server.Requests.empty());
     memo->setPlainText(u" 168000000011\n168000000012 "_s);
     Press(kQuery);
@@ -70,10 +69,9 @@ TEST_F(CorrectionScreen, AsksWithinTheSitesBelowByTimeOrByNumber)
     EXPECT_EQ(LastQuery(), numbers);
 
     byNumber->setChecked(false);
-    screen->findChild<TDBDateTimeEditEh*>(u"DBDateTimeEditEh1"_s)->SetText(u"2023-12-31 23:59:58"_s);
+    Find<TDBDateTimeEditEh>(u"DBDateTimeEditEh1"_s)->SetText(u"2023-12-31 23:59:58"_s);
     desk.host.Server.Requests.clear();
-    Press(kQuery);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：结束日期不能超过开始日期\"31\"天！"_s));
+    EXPECT_EQ(Told(kQuery), QStringList(u"详细：结束日期不能超过开始日期\"31\"天！"_s));
     EXPECT_TRUE(desk.host.Server.Requests.empty());
 }
 
@@ -81,8 +79,7 @@ TEST_F(CorrectionScreen, ANumberIsCorrectedSavedAndRefused)
 {
     Open();
     Press(kSave);
-    Press(kQuery);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：没有改变任何数据，因此不需要保存！"_s));
+    EXPECT_EQ(Told(kQuery), QStringList(u"详细：没有改变任何数据，因此不需要保存！"_s));
 
     // The number of another order in the list is taken, the one given up for it is not.
     EXPECT_EQ(Correct(1, u"168000000012"_s), QStringList(u"详细：该运单号已使用，请使用新的运单号！"_s));
@@ -103,21 +100,15 @@ TEST_F(CorrectionScreen, ANumberIsCorrectedSavedAndRefused)
         return outcome;
     };
     Press(kSave);
-    ASSERT_EQ(desk.host.App.ShownMessages().size(), 1u);
-    EXPECT_EQ(desk.host.App.ShownMessages()[0].caption, u"数据保存"_s);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：保存数据失败"_s));
+    ExpectBox(u"详细：保存数据失败"_s, u"数据保存"_s, desk.host.App.ShownMessages().back().icon);
     EXPECT_EQ(cds->ChangeCount(), 1) << "the other order is saved";
-    EXPECT_FALSE(screen->findChild<TRefusedRows*>()->isHidden());
-    EXPECT_EQ(wire::ToText(SavedValue(desk.saves[0], 1, u"BILL_CODE"_s)), u"168000000011"_s);
-    EXPECT_EQ(wire::ToText(SavedValue(desk.saves[0], 1, u"MODIFIER"_s)), u"李雷"_s);
+    EXPECT_FALSE(Find<TRefusedRows>()->isHidden());
+    EXPECT_EQ(SavedFields(desk.saves[0], 1, u"BILL_CODE MODIFIER"_s), u"168000000011|李雷"_s);
 
     desk.onSave = nullptr;
     desk.host.Server.Requests.clear();
     Press(kSave);
-    ASSERT_EQ(desk.host.App.ShownMessages().size(), 1u);
-    EXPECT_EQ(desk.host.App.ShownMessages()[0].caption, u"数据保存"_s);
-    EXPECT_EQ(desk.host.App.ShownMessages()[0].icon, TMessageIcon::Information);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：保存数据成功"_s));
+    ExpectBox(u"详细：保存数据成功"_s, u"数据保存"_s, TMessageIcon::Information);
     EXPECT_TRUE(desk.host.Server.Queries().isEmpty()) << "the list stands as it is";
-    EXPECT_TRUE(screen->findChild<TRefusedRows*>()->isHidden());
+    EXPECT_TRUE(Find<TRefusedRows>()->isHidden());
 }

@@ -7,32 +7,30 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-// Worked out by hand: the weights of the first seven positions are 7 4 2 5 3 6 8.
-TEST(CheckANBillCode, EightCharacters)
+// Worked out by hand: the weights of the first seven positions are 7 4 2 5 3 6 8, of twelve characters those
+// of the third to the eleventh.
+TEST(CheckANBillCode, TakesTheCheckDigitWhereTheLengthHasOne)
 {
-    EXPECT_TRUE(CheckANBillCode(u"00000013"_s)); // 8: 11 - 8
-    EXPECT_FALSE(CheckANBillCode(u"00000014"_s));
-    EXPECT_TRUE(CheckANBillCode(u"00000005"_s)); // remainder 0
-    EXPECT_TRUE(CheckANBillCode(u"00001015"_s)); // 3 + 8, remainder 0
-    EXPECT_FALSE(CheckANBillCode(u"00001010"_s));
-    EXPECT_TRUE(CheckANBillCode(u"01000010"_s)); // 4 + 8, remainder 1
-    EXPECT_FALSE(CheckANBillCode(u"01000015"_s));
-    EXPECT_TRUE(CheckANBillCode(u"00100011"_s)); // 2 + 8, remainder 10
-}
-
-TEST(CheckANBillCode, TwelveCharactersUseTheThirdToTheEleventh)
-{
-    EXPECT_TRUE(CheckANBillCode(u"990000000012"_s)); // last of the nine weighs 9: 11 - 9 = 2
-    EXPECT_FALSE(CheckANBillCode(u"990000000013"_s));
-    EXPECT_TRUE(CheckANBillCode(u"AB0000000012"_s)); // the first two take no part
-}
-
-TEST(CheckANBillCode, OtherLengthsPassAndBlanksCountForDigits)
-{
-    EXPECT_TRUE(CheckANBillCode(u"1234567890"_s));
-    EXPECT_TRUE(CheckANBillCode({}));
-    EXPECT_TRUE(CheckANBillCode(u"ABCDEFGHIJKLM"_s));
-    EXPECT_TRUE(CheckANBillCode(u"00000005  "_s));
+    const std::pair<QString, bool> cases[] = {
+        {u"00000013"_s, true}, // 8: 11 - 8
+        {u"00000014"_s, false},
+        {u"00000005"_s, true}, // remainder 0
+        {u"00001015"_s, true}, // 3 + 8, remainder 0
+        {u"00001010"_s, false},
+        {u"01000010"_s, true}, // 4 + 8, remainder 1
+        {u"01000015"_s, false},
+        {u"00100011"_s, true}, // 2 + 8, remainder 10
+        {u"990000000012"_s, true}, // last of the nine weighs 9: 11 - 9 = 2
+        {u"990000000013"_s, false},
+        {u"AB0000000012"_s, true}, // the first two take no part
+        {u"1234567890"_s, true}, // other lengths pass
+        {u"ABCDEFGHIJKLM"_s, true},
+        {{}, true},
+        {u"00000005  "_s, true},
+    };
+    for (const auto& [number, good] : cases)
+        EXPECT_EQ(CheckANBillCode(number), good) << qUtf8Printable(number);
+    // Blanks in front count for digits, and letters are none.
     EXPECT_THROW(CheckANBillCode(u" 00000005"_s), wire::Error);
     EXPECT_THROW(CheckANBillCode(u"00000A05"_s), wire::Error);
 }

@@ -1,7 +1,6 @@
 #include "framework/PageLookup.h"
 #include "reports/CenterQuery.h"
 #include "reports/frm_CenterBillQuery.h"
-#include "tests/orders/OrderDesk.h"
 #include "tests/orders/OrderScreen.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -22,8 +21,7 @@ class CenterQuery : public OrderScreen<Tfrm_CenterBillQuery, OrderDesk> {
 protected:
     CenterQuery()
     {
-        desk.orders = {{{u"TX_LOGISTIC_ID"_s, u"T1"_s}, {u"STATUS"_s, -1}},
-            {{u"TX_LOGISTIC_ID"_s, u"T2"_s}, {u"STATUS"_s, 6}}};
+        desk.orders = {Order(u"TX_LOGISTIC_ID=T1, STATUS=-1"_s), Order(u"TX_LOGISTIC_ID=T2, STATUS=6"_s)};
         desk.host.Server.OnQuery = [answer = desk.host.Server.OnQuery](const QString& sqlText) {
             wire::RowSet rows = answer(sqlText);
             if (sqlText.contains(u"as BL_order_status1"_s)) {
@@ -40,14 +38,10 @@ protected:
     void OpenAt(const QString& site, const QString& type)
     {
         desk.host.SetValue(u"site"_s, site);
-        TClientDataSetEx& loginSite = desk.host.DataSet(u"loginSite"_s);
-        loginSite.Edit();
-        loginSite.FieldByName(u"TYPE").SetAsString(type);
-        loginSite.Post();
+        desk.host.DataSet(u"loginSite"_s).SetFieldAndPost(u"TYPE", type);
         Open();
     }
-    template <typename T> T* Control(const QString& name) { return screen->findChild<T*>(name); }
-    void Choose(const QString& box, const QString& text) { Control<TDBComboBoxEh>(box)->SetText(text); }
+    void Choose(const QString& box, const QString& text) { Find<TDBComboBoxEh>(box)->SetText(text); }
     // What the search asks of the orders.
     QString Search()
     {
@@ -108,13 +102,13 @@ TEST_F(CenterQuery, ASiteSeesItsOwnOrdersOnly)
 {
     OpenAt(u"浦东一部"_s, u"网点"_s);
     for (const QString& name : {u"DBLookupComboboxEh1"_s, u"DBLookupComboboxEh2"_s}) {
-        EXPECT_EQ(Control<TDBLookupComboboxEh>(name)->Text(), u"浦东一部"_s);
-        EXPECT_FALSE(Control<QWidget>(name)->isEnabled());
+        EXPECT_EQ(Find<TDBLookupComboboxEh>(name)->Text(), u"浦东一部"_s);
+        EXPECT_FALSE(Find<QWidget>(name)->isEnabled());
     }
     EXPECT_EQ(
         Search(), kHead + u" and (a.REC_SITE='浦东一部' or a.PREPARE_SITE like '%;浦东一部;%')"_s + kTail);
     Press(u"CheckBox1"_s);
-    Control<TDBMemo>(u"Memo1"_s)->setPlainText(u"T1"_s);
+    Find<TDBMemo>(u"Memo1"_s)->setPlainText(u"T1"_s);
     EXPECT_EQ(Search(), CenterOrdersByNumber(u"('T1')"_s, u"浦东一部"_s));
 }
 
@@ -122,18 +116,18 @@ TEST_F(CenterQuery, ASiteSeesItsOwnOrdersOnly)
 TEST_F(CenterQuery, ACentreChoosesSitesStatusAndSource)
 {
     OpenAt(u"上海中心"_s, u"网点"_s);
-    EXPECT_TRUE(Control<QWidget>(u"DBLookupComboboxEh1"_s)->isEnabled());
+    EXPECT_TRUE(Find<QWidget>(u"DBLookupComboboxEh1"_s)->isEnabled());
     EXPECT_EQ(Search(), kHead + kTail);
     EXPECT_EQ(grid->CellText(0, grid->ColumnIndex(u"STATUS")), u"订单取消"_s);
     EXPECT_EQ(grid->CellText(0, grid->ColumnIndex(u"ONLINE_PRICE1")), u"0"_s) << "no waybill";
     EXPECT_EQ(grid->CellText(1, grid->ColumnIndex(u"BL_ORDER_STATUS1")), u"1"_s);
     EXPECT_EQ(grid->FooterText(1, grid->ColumnIndex(u"ONLINE_PRICE1")), u"12.5"_s);
     Press(u"CheckBox2"_s);
-    Control<TDBMemo>(u"Memo1"_s)->setPlainText(u"B1"_s);
+    Find<TDBMemo>(u"Memo1"_s)->setPlainText(u"B1"_s);
     EXPECT_EQ(Search(), CenterOrdersByWaybill(u"('B1')"_s, u"上海中心"_s));
     Press(u"CheckBox2"_s);
 
-    auto* member = Control<TDBComboBoxEh>(u"ComboBox1"_s);
+    auto* member = Find<TDBComboBoxEh>(u"ComboBox1"_s);
     EXPECT_EQ(member->Items().join(u','), u",等待接单,接单成功,揽件成功,运输途中,派件成功"_s);
     Choose(u"ComboBox1"_s, u"运输途中"_s);
     EXPECT_EQ(Search(), kHead + u" and a.STATUS=5"_s + kTail);
@@ -144,7 +138,7 @@ TEST_F(CenterQuery, ACentreChoosesSitesStatusAndSource)
     EXPECT_TRUE(member->isEnabled() && member->Text().isEmpty());
     Choose(u"ComboBox1"_s, u"派件成功"_s);
     Choose(u"DBComboBoxEh2"_s, u"芮讯"_s);
-    Control<TDBPageLookup_Employee>(u"DBLookupComboboxEh8"_s)->SetText(u"李雷"_s);
+    Find<TDBPageLookup_Employee>(u"DBLookupComboboxEh8"_s)->SetText(u"李雷"_s);
     EXPECT_EQ(Search(),
         kHead
             + u" and a.CANCEL_MAN='李雷' and a.STATUS in (0, 1, 3, 5, 6) and a.STATUS=6 and "
@@ -154,8 +148,8 @@ TEST_F(CenterQuery, ACentreChoosesSitesStatusAndSource)
     // The details know no trail.
     desk.host.Server.Requests.clear();
     grid->OnDblClick();
-    EXPECT_EQ(Control<QTabWidget>(u"PageControl1"_s)->currentIndex(), 1);
+    EXPECT_EQ(Find<QTabWidget>(u"PageControl1"_s)->currentIndex(), 1);
     EXPECT_EQ(desk.host.Server.Queries().filter(u"TAB_ZELMOR_BILL_ITEMS"_s).size(), 1);
     EXPECT_TRUE(desk.host.Server.Queries().filter(u"INSTRUCTION"_s).isEmpty());
-    EXPECT_EQ(Control<TDataView>(u"DataView3"_s), nullptr);
+    EXPECT_EQ(Find<TDataView>(u"DataView3"_s), nullptr);
 }

@@ -1,42 +1,27 @@
 #include "framework/frm_Basic.h"
 #include "reports/frm_UnAccept.h"
 #include "reports/frm_UnRec.h"
-#include "tests/orders/OrderDesk.h"
 #include "tests/orders/OrderScreen.h"
+#include "tests/server/conformance/Suite.h"
 
 using namespace Qt::Literals::StringLiterals;
+using conformance::TextOf;
 
-TEST(OverdueQueries, AreWordedAsTheServerKnowsThem)
+TEST(OverdueQueries, AreTheTextsThatEveryDatabaseAnswers)
 {
-    struct Case {
-        const TOverdueStep& step;
-        QString hours, summary, orders;
+    const auto sums = [](const TOverdueStep& step, const QString& hours) {
+        return OverdueSummaryQuery(step, OverdueCondition(step, hours));
     };
-    const TOverdueGroup group{u"安徽"_s, u"合肥市"_s, u"O'区"_s, u"合肥一部"_s};
-    for (const Case& c : std::initializer_list<Case>{
-             {kNotAccepted, u"0.5"_s,
-                 u"select /*+index(a,TAB_ZELMOR_BILL_I3)*/a.prov,a.city,a.county,count(a.TX_LOGISTIC_ID) as "
-                 "count_sum from tab_zelmor_bill a where a.create_date between (sysdate-(0.5/24)-3) and "
-                 "(sysdate-(0.5/24)) and a.bl_dispart=1 and a.status=0 and a.prepare_site is not null group "
-                 "by a.prov,a.city,a.county order by a.prov,a.city,a.county"_s,
-                 u"select /*+index(a,TAB_ZELMOR_BILL_I3)*/a.* from tab_zelmor_bill a where a.create_date "
-                 "between (sysdate-(0.5/24)-3) and (sysdate-(0.5/24)) and a.bl_dispart=1 and a.status=0 and "
-                 "a.prepare_site is not null and a.prov='安徽' and a.city='合肥市' and a.county='O'区' order "
-                 "by a.TX_LOGISTIC_ID"_s},
-             {kNotPickedUp, u"2"_s,
-                 u"select /*+index(a,TAB_ZELMOR_BILL_I3)*/a.prov,a.city,a.county,a.rec_site,count(a.TX_"
-                 "LOGISTIC_ID) as count_sum from tab_zelmor_bill a where a.create_date between "
-                 "(sysdate-(2/24)-3) and (sysdate-(2/24)) and a.bl_dispart=1 and a.status=1 group by "
-                 "a.prov,a.city,a.county,a.rec_site order by a.prov,a.city,a.county,a.rec_site"_s,
-                 u"select /*+index(a,TAB_ZELMOR_BILL_I3)*/a.* from tab_zelmor_bill a where a.create_date "
-                 "between (sysdate-(2/24)-3) and (sysdate-(2/24)) and a.bl_dispart=1 and a.status=1 and "
-                 "a.prov='安徽' and a.city='合肥市' and a.county='O'区' and a.rec_site='合肥一部' order by "
-                 "a.TX_LOGISTIC_ID"_s},
-         }) {
-        const QString condition = OverdueCondition(c.step, c.hours);
-        EXPECT_EQ(OverdueSummaryQuery(c.step, condition), c.summary);
-        EXPECT_EQ(OverdueOrdersQuery(c.step, condition, group), c.orders);
-    }
+    EXPECT_EQ(sums(kNotAccepted, u"0.5"_s), TextOf(u"not accepted for half an hour"_s));
+    EXPECT_EQ(sums(kNotPickedUp, u"2"_s), TextOf(u"not picked up for two hours"_s));
+    const auto orders = [](const TOverdueStep& step, const QString& hours, const TOverdueGroup& group) {
+        return OverdueOrdersQuery(step, OverdueCondition(step, hours), group);
+    };
+    EXPECT_EQ(orders(kNotAccepted, u"2"_s, {u"安徽"_s, u"合肥市"_s, u"蜀山区"_s, u"合肥一部"_s}),
+        TextOf(u"the orders behind a sum of unaccepted ones"_s));
+    EXPECT_EQ(orders(kNotPickedUp, u"16"_s, {u"安徽"_s, u"合肥市"_s, u"高新区"_s, u"合肥一部甲站"_s}),
+        TextOf(u"the orders behind a sum of those not picked up"_s));
+    EXPECT_TRUE(orders(kNotAccepted, u"2"_s, {{}, {}, u"O'区"_s, {}}).contains(u"a.county='O'区' order"_s));
 }
 
 namespace {
@@ -45,7 +30,7 @@ class OverdueScreen : public OrderScreen<Tfrm_UnRec, OrderDesk> {
 protected:
     OverdueScreen()
     {
-        desk.orders = {{{u"TX_LOGISTIC_ID"_s, u"T1"_s}, {u"PIECE"_s, 2}, {u"STATUS"_s, 1}}};
+        desk.orders = {Order(u"TX_LOGISTIC_ID=T1, PIECE=2, STATUS=1"_s)};
         desk.host.Server.OnQuery = [this, answer = desk.host.Server.OnQuery](const QString& sqlText) {
             if (gone)
                 throw wire::Error(wire::ErrorKind::Storage, u"磁盘已满"_s);
@@ -63,9 +48,9 @@ protected:
     void OpenMonitor()
     {
         Open();
-        sums = screen->findChild<TDataView*>(u"DataView2"_s)->DataViewGrid;
-        cdsSum = screen->findChild<TClientDataSetEx*>(u"cdsSum"_s);
-        pages = screen->findChild<QTabWidget*>(u"PageControl1"_s);
+        sums = Find<TDataView>(u"DataView2"_s)->DataViewGrid;
+        cdsSum = Find<TClientDataSetEx>(u"cdsSum"_s);
+        pages = Find<QTabWidget>(u"PageControl1"_s);
     }
     // The orders' queries since the last call.
     QStringList TakeOrderQueries()
@@ -97,7 +82,7 @@ TEST_F(OverdueScreen, SumsThenListsTheOrdersOfARow)
 {
     OpenMonitor();
     EXPECT_TRUE(desk.host.Server.Queries().isEmpty()) << "nothing is asked before the user asks";
-    auto* hours = screen->findChild<TDBComboBoxEh*>(u"DBComboBoxEh1"_s);
+    auto* hours = Find<TDBComboBoxEh>(u"DBComboBoxEh1"_s);
     EXPECT_EQ(hours->Text(), u"2"_s);
     EXPECT_EQ(hours->Items(), hours->KeyItems());
     pages->setCurrentIndex(1);
@@ -117,7 +102,7 @@ TEST_F(OverdueScreen, SumsThenListsTheOrdersOfARow)
     DrillDown(1);
     EXPECT_TRUE(TakeOrderQueries().isEmpty()) << "read already";
     pages->setCurrentIndex(0);
-    const auto* chart = screen->findChild<TBarChart*>(u"Chart1"_s);
+    const auto* chart = Find<TBarChart>(u"Chart1"_s);
     chart->OnBarClick(chart->Content().bars.front(), 0);
     EXPECT_EQ(pages->currentIndex(), 1);
     EXPECT_TRUE(TakeOrderQueries().value(0).contains(u" and a.county='鼓楼区' and a.rec_site='南京一部' "_s))
@@ -127,8 +112,8 @@ TEST_F(OverdueScreen, SumsThenListsTheOrdersOfARow)
 TEST_F(OverdueScreen, KeepsTheRowReadLastAndTheConditionOfItsSummary)
 {
     OpenMonitor();
-    const auto* whose = screen->findChild<QLabel*>(u"Whose"_s);
-    auto* hours = screen->findChild<TDBComboBoxEh*>(u"DBComboBoxEh1"_s);
+    const auto* whose = Find<QLabel>(u"Whose"_s);
+    auto* hours = Find<TDBComboBoxEh>(u"DBComboBoxEh1"_s);
     Press(u"Button1"_s);
     DrillDown(3);
     TakeOrderQueries();
@@ -147,8 +132,7 @@ TEST_F(OverdueScreen, KeepsTheRowReadLastAndTheConditionOfItsSummary)
     gone = true;
     DrillDown(1);
     EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：磁盘已满"_s));
-    Press(u"Button1"_s);
-    EXPECT_EQ(desk.host.TakeMessages(), QStringList(u"详细：磁盘已满"_s));
+    EXPECT_EQ(Told(u"Button1"_s), QStringList(u"详细：磁盘已满"_s));
     EXPECT_EQ(cdsSum->RecordCount(), 3) << "the old summary, whole";
     EXPECT_EQ(Screen->Cursor(), crDefault);
     gone = false;

@@ -59,20 +59,40 @@ protected:
         return columns;
     }
 
-    // The key goes where the user's would: to whatever has the focus.
-    static void Key(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
+    // As a user types into whatever has the focus; keys by name in braces: "广州{Return}{Ctrl+Z}".
+    static void Type(const QString& typed)
     {
-        ASSERT_NE(QApplication::focusWidget(), nullptr);
-        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
-    }
-
-    static void Type(const char16_t* text)
-    {
-        ASSERT_NE(QApplication::focusWidget(), nullptr);
-        for (const QChar c : QString::fromUtf16(text)) {
-            QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, c);
+        for (qsizetype i = 0; i < typed.size(); ++i) {
+            ASSERT_NE(QApplication::focusWidget(), nullptr);
+            if (typed[i] == u'{') {
+                const qsizetype end = typed.indexOf(u'}', i);
+                const QKeyCombination keys = QKeySequence(typed.sliced(i + 1, end - i - 1))[0];
+                QTest::keyClick(QApplication::focusWidget(), keys.key(), keys.keyboardModifiers());
+                i = end;
+                continue;
+            }
+            QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, typed[i]);
             QApplication::sendEvent(QApplication::focusWidget(), &press);
         }
+    }
+    static void Type(const char16_t* typed) { Type(QString::fromUtf16(typed)); }
+    static void Key(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
+    {
+        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+    }
+    void TypeInto(QStringView field, const QString& typed)
+    {
+        grid.SelectField(field);
+        Type(typed);
+    }
+
+    // What a row shows, with bars between the columns.
+    QString RowText(int row) const
+    {
+        QStringList cells;
+        for (int column = 0; column < grid.ColumnCount(); ++column)
+            cells += grid.CellText(row, column);
+        return cells.join(u'|');
     }
 
     QPoint CellCentre(int row, int column) const

@@ -3,8 +3,6 @@
 #include "runtime/data/SocketConnection.h"
 #include "tests/runtime/DataSetRows.h"
 
-#include <map>
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace {

@@ -64,17 +64,13 @@ TEST_F(ClientDataSetTest, HandlersRunInOrder)
 {
     QStringList calls;
     const auto note = [&calls](const QString& name) { return [&calls, name] { calls.append(name); }; };
-    set.BeforeEdit = note(u"beforeEdit"_s);
-    set.AfterEdit = note(u"afterEdit"_s);
-    set.BeforePost = note(u"beforePost"_s);
-    set.AfterPost = note(u"afterPost"_s);
-    set.BeforeInsert = note(u"beforeInsert"_s);
-    set.AfterInsert = note(u"afterInsert"_s);
-    set.BeforeCancel = note(u"beforeCancel"_s);
-    set.AfterCancel = note(u"afterCancel"_s);
-    set.BeforeDelete = note(u"beforeDelete"_s);
-    set.AfterDelete = note(u"afterDelete"_s);
-    set.AfterScroll = note(u"scroll"_s);
+    for (const auto& [handler, name] : {std::pair(&set.BeforeEdit, u"beforeEdit"_s),
+             {&set.AfterEdit, u"afterEdit"_s}, {&set.BeforePost, u"beforePost"_s},
+             {&set.AfterPost, u"afterPost"_s}, {&set.BeforeInsert, u"beforeInsert"_s},
+             {&set.AfterInsert, u"afterInsert"_s}, {&set.BeforeCancel, u"beforeCancel"_s},
+             {&set.AfterCancel, u"afterCancel"_s}, {&set.BeforeDelete, u"beforeDelete"_s},
+             {&set.AfterDelete, u"afterDelete"_s}, {&set.AfterScroll, u"scroll"_s}})
+        *handler = note(name);
     QObject::connect(&set, &TClientDataSetEx::UpdateRecordRequested, &set, note(u"update"_s));
     Put(u"SITE", u"广州"_s);
     set.Append();
@@ -254,18 +250,19 @@ TEST_F(ClientDataSetTest, OldValuesWhileEditing)
 
 TEST_F(ClientDataSetTest, LocateFindsTheFirstInView)
 {
-    EXPECT_TRUE(set.Locate(u"SITE", {T(u"北京")}));
+    // Where the search ends; 0 where it finds nothing.
+    const auto located = [this](
+                             QStringView fields, const Row& values, bool anyCase = false, bool part = false) {
+        return set.Locate(fields, values, anyCase, part) ? set.RecNo() : 0;
+    };
+    EXPECT_EQ(located(u"SITE", {T(u"北京")}), 2);
+    EXPECT_EQ(located(u"SITE", {T(u"北")}), 0);
     EXPECT_EQ(set.RecNo(), 2);
-    EXPECT_FALSE(set.Locate(u"SITE", {T(u"北")}));
-    EXPECT_EQ(set.RecNo(), 2);
-    EXPECT_TRUE(set.Locate(u"SITE", {T(u"上")}, false, true));
-    EXPECT_TRUE(set.Locate(u"id", {T(u"d3")}, true));
-    EXPECT_EQ(set.RecNo(), 3);
-    EXPECT_TRUE(set.Locate(u"ID;STATUS", {T(u"D2"), T(u"1")}));
-    EXPECT_EQ(set.RecNo(), 2);
-    EXPECT_TRUE(set.Locate(u"AMOUNT", {Null}));
-    EXPECT_TRUE(set.Locate(u"AMOUNT", {I(-2)}));
-    EXPECT_EQ(set.RecNo(), 3);
+    EXPECT_EQ(located(u"SITE", {T(u"上")}, false, true), 1);
+    EXPECT_EQ(located(u"id", {T(u"d3")}, true), 3);
+    EXPECT_EQ(located(u"ID;STATUS", {T(u"D2"), T(u"1")}), 2);
+    EXPECT_EQ(located(u"AMOUNT", {Null}), 2);
+    EXPECT_EQ(located(u"AMOUNT", {I(-2)}), 3);
     EXPECT_FALSE(set.Locate(u"STATUS", {T(u"no number")}));
     EXPECT_EQ(RaisedBy([&] { set.Locate(u"ID;STATUS", {T(u"D2")}); }), wire::ErrorKind::Usage);
     // Edits are seen at once.

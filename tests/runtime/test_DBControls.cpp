@@ -23,10 +23,8 @@ protected:
         orders.OpenRows(ThreeOrders());
         source.SetDataSet(&orders);
         Application->OnException = [this](const QString& message) { problems += message; };
-        sites.OpenRows(MakeRows(
-            {Column(u"SITE_CODE", wire::ColumnType::Text), Column(u"SITE_NAME", wire::ColumnType::Text)},
-            {{T(u"2001"), T(u"上海浦东")}, {T(u"3001"), T(u"广州天河")}, {T(u"2010"), T(u"上海静安")},
-                {T(u"201"), T(u"苏州")}}));
+        ListSites({{u"2001"_s, u"上海浦东"_s}, {u"3001"_s, u"广州天河"_s}, {u"2010"_s, u"上海静安"_s},
+            {u"201"_s, u"苏州"_s}});
         siteSource.SetDataSet(&sites);
         byName = {&siteSource, u"SITE_NAME"_s, {}, {{u"SITE_NAME"_s, u"网点名称"_s, 90}}, {u"SITE_CODE"_s}};
     }
@@ -39,6 +37,25 @@ protected:
         ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
     }
 
+    void ListSites(const std::vector<QStringList>& codesAndNames)
+    {
+        sites.OpenRows(MakeTextRows({u"SITE_CODE"_s, u"SITE_NAME"_s}, codesAndNames));
+    }
+    template <typename Control> Control* Bound(Control* control, QStringView field)
+    {
+        control->Binding().SetDataSource(&source);
+        control->Binding().SetDataField(field);
+        return control;
+    }
+    // Over what the box holds.
+    static void Type(QLineEdit* box, const QString& text)
+    {
+        box->setFocus();
+        box->selectAll();
+        QTest::keyClicks(box, text);
+    }
+    QString Text(QStringView field) { return orders.FieldByName(field).AsString(); }
+
     TClientDataSetEx orders, sites;
     TDataSource source, siteSource;
     TLookupParams byName;
@@ -49,38 +66,30 @@ protected:
 
 TEST_F(DBControlsTest, BoundEditFollowsTheRowAndWritesOnLeaving)
 {
-    auto* edit = new TDBEditEh(&window, u"DBEditEh1"_s);
+    auto* edit = Bound(new TDBEditEh(&window, u"DBEditEh1"_s), u"site");
     Show();
-    edit->Binding().SetDataSource(&source);
-    edit->Binding().SetDataField(u"site");
     EXPECT_EQ(edit->Text(), u"上海"_s);
     orders.Next();
     EXPECT_EQ(edit->Text(), u"北京"_s);
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClicks(edit, u"x"_s);
+    Type(edit, u"x"_s);
     EXPECT_EQ(orders.State(), TDataSetState::Edit);
-    EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"北京"_s);
+    EXPECT_EQ(Text(u"SITE"), u"北京"_s);
     other->setFocus();
-    EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"x"_s);
+    EXPECT_EQ(Text(u"SITE"), u"x"_s);
     orders.Cancel();
     EXPECT_EQ(edit->Text(), u"北京"_s);
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClicks(edit, u"y"_s);
+    Type(edit, u"y"_s);
     orders.FieldByName(u"STATUS").SetAsInteger(2);
     EXPECT_EQ(edit->Text(), u"y"_s) << "another field's change does not disturb typing";
     orders.Post();
-    EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"y"_s) << "a post takes what was typed";
+    EXPECT_EQ(Text(u"SITE"), u"y"_s) << "a post takes what was typed";
     source.SetDataSet(nullptr);
     EXPECT_EQ(edit->Text(), QString());
 }
 
 TEST_F(DBControlsTest, ARefusedEditPutsTheTextBack)
 {
-    auto* edit = new TDBEditEh(&window);
-    edit->Binding().SetDataSource(&source);
-    edit->Binding().SetDataField(u"SITE");
+    auto* edit = Bound(new TDBEditEh(&window), u"SITE");
     Show();
     orders.BeforeEdit = [] { Abort(); };
     edit->setFocus();
@@ -96,13 +105,9 @@ TEST_F(DBControlsTest, ARefusedEditPutsTheTextBack)
 
 TEST_F(DBControlsTest, TextThatTheFieldCannotTakeStaysMarkedAndStopsThePost)
 {
-    auto* edit = new TDBEditEh(&window);
-    edit->Binding().SetDataSource(&source);
-    edit->Binding().SetDataField(u"AMOUNT");
+    auto* edit = Bound(new TDBEditEh(&window), u"AMOUNT");
     Show();
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClicks(edit, u"abc"_s);
+    Type(edit, u"abc"_s);
     other->setFocus();
     EXPECT_EQ(problems.size(), 1);
     EXPECT_TRUE(edit->property("invalid").toBool());
@@ -112,18 +117,14 @@ TEST_F(DBControlsTest, TextThatTheFieldCannotTakeStaysMarkedAndStopsThePost)
     edit->SetText(u"4.5"_s);
     orders.Post();
     EXPECT_FALSE(edit->property("invalid").toBool());
-    EXPECT_EQ(orders.FieldByName(u"AMOUNT").AsString(), u"4.5"_s);
+    EXPECT_EQ(Text(u"AMOUNT"), u"4.5"_s);
 }
 
 TEST_F(DBControlsTest, ALongTextShowsItsBeginningUntilItIsWorkedOn)
 {
     orders.SetFieldAndPost(u"SITE", QString(200, u'长'));
-    auto* edit = new TDBEditEh(&window);
-    auto* combo = new TDBComboBoxEh(&window);
-    for (TDBBinding* binding : {&edit->Binding(), &combo->Binding()}) {
-        binding->SetDataSource(&source);
-        binding->SetDataField(u"SITE");
-    }
+    auto* edit = Bound(new TDBEditEh(&window), u"SITE");
+    auto* combo = Bound(new TDBComboBoxEh(&window), u"SITE");
     Show();
     const auto beginnings = [&] { return edit->cursorPosition() + combo->lineEdit()->cursorPosition(); };
     EXPECT_EQ(beginnings(), 0);
@@ -149,8 +150,7 @@ TEST_F(DBControlsTest, CombosMapItemsToKeys)
     combo.SetText(u"别的"_s);
     EXPECT_EQ(combo.ItemIndex(), -1);
     EXPECT_EQ(combo.Value(), u"别的"_s);
-    combo.Binding().SetDataSource(&source);
-    combo.Binding().SetDataField(u"STATUS");
+    Bound(&combo, u"STATUS");
     EXPECT_EQ(combo.Text(), u"等待接单"_s);
     combo.setCurrentIndex(1);
     orders.Post();
@@ -162,8 +162,7 @@ TEST_F(DBControlsTest, CombosMapItemsToKeys)
 TEST_F(DBControlsTest, CheckBoxWritesAtOnce)
 {
     TDBCheckBoxEh check;
-    check.Binding().SetDataSource(&source);
-    check.Binding().SetDataField(u"STATUS");
+    Bound(&check, u"STATUS");
     EXPECT_FALSE(check.isChecked());
     check.click();
     EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 1);
@@ -243,27 +242,21 @@ TEST_F(DBControlsTest, DatesAreReadAsPeopleTypeThemAndNonsenseIsToldItsForm)
 TEST_F(DBControlsTest, DatesAndTimesReachTheirFields)
 {
     orders.SetFieldAndPost(u"SITE", T(u"08:00:00"));
-    auto* date = new TDBDateTimeEditEh(&window);
+    auto* date = Bound(new TDBDateTimeEditEh(&window), u"CREATE_DATE");
     date->Kind = TDateTimeKind::Date;
-    date->Binding().SetDataSource(&source);
-    date->Binding().SetDataField(u"CREATE_DATE");
-    auto* time = new TDBDateTimeEditEh(&window);
+    auto* time = Bound(new TDBDateTimeEditEh(&window), u"SITE");
     time->Kind = TDateTimeKind::Time;
-    time->Binding().SetDataSource(&source);
-    time->Binding().SetDataField(u"SITE");
     Show();
     EXPECT_EQ(date->Text(), u"2024-01-01"_s);
     EXPECT_EQ(time->Text(), u"08:00:00"_s);
-    const auto type = [this](QLineEdit* edit, const QString& text) {
-        edit->setFocus();
-        edit->selectAll();
-        QTest::keyClicks(edit, text);
+    const auto type = [this](QLineEdit* box, const QString& text) {
+        Type(box, text);
         other->setFocus();
     };
     type(date, u"20261101"_s);
     type(time, u"9:30"_s);
-    EXPECT_EQ(orders.FieldByName(u"CREATE_DATE").AsString(), u"2026-11-01 00:00:00"_s);
-    EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"09:30:00"_s) << "the text in its form";
+    EXPECT_EQ(Text(u"CREATE_DATE"), u"2026-11-01 00:00:00"_s);
+    EXPECT_EQ(Text(u"SITE"), u"09:30:00"_s) << "the text in its form";
     type(date, u"x"_s);
     EXPECT_TRUE(problems.isEmpty()) << "told at the box alone";
     EXPECT_THROW(orders.Post(), EAbort) << "and not stored";
@@ -319,13 +312,12 @@ TEST_F(DBControlsTest, LookupOffersWhatContainsTheTextAfterWhatBeginsSo)
             names += sites.ViewText(row, 1);
         return names.join(u' ');
     };
-    EXPECT_EQ(offered(u"01"_s), u"上海浦东 广州天河 上海静安 苏州"_s);
-    EXPECT_EQ(offered(u"20"_s), u"上海浦东 上海静安 苏州"_s);
-    EXPECT_EQ(offered(u"201"_s), u"上海静安 苏州"_s);
-    EXPECT_EQ(offered(u"州"_s), u"广州天河 苏州"_s);
-    EXPECT_EQ(offered(u"300"_s), u"广州天河"_s);
+    const std::pair<QString, QString> cases[] = {{u"01"_s, u"上海浦东 广州天河 上海静安 苏州"_s},
+        {u"20"_s, u"上海浦东 上海静安 苏州"_s}, {u"201"_s, u"上海静安 苏州"_s}, {u"州"_s, u"广州天河 苏州"_s},
+        {u"300"_s, u"广州天河"_s}, {{}, u"上海浦东 广州天河 上海静安 苏州"_s}};
+    for (const auto& [typed, names] : cases)
+        EXPECT_EQ(offered(typed), names) << typed;
     EXPECT_EQ(MatchingLookupRows(byName, u"天"_s).beginning, 0);
-    EXPECT_EQ(offered({}), u"上海浦东 广州天河 上海静安 苏州"_s);
     EXPECT_EQ(CompleteLookup(byName, u"201"_s), u"苏州"_s) << "a whole code goes before a longer one";
     EXPECT_EQ(CompleteLookup(byName, u"2"_s), u"上海浦东"_s);
     EXPECT_EQ(CompleteLookup(byName, u"海"_s), u"海"_s) << "beginnings only";
@@ -370,9 +362,7 @@ TEST_F(DBControlsTest, LookupMarksATextThatNoRowHolds)
 
 TEST_F(DBControlsTest, LookupKeepsTheRowThatWasChosenAmongEqualNames)
 {
-    sites.OpenRows(
-        MakeRows({Column(u"SITE_CODE", wire::ColumnType::Text), Column(u"SITE_NAME", wire::ColumnType::Text)},
-            {{T(u"01"), T(u"张三")}, {T(u"02"), T(u"张三")}, {T(u"03"), T(u"李四")}}));
+    ListSites({{u"01"_s, u"张三"_s}, {u"02"_s, u"张三"_s}, {u"03"_s, u"李四"_s}});
     byName.keyField = u"SITE_CODE"_s;
     byName.listField = u"SITE_NAME"_s;
     auto* lookup = new TDBLookupComboboxEh(&window);
@@ -400,9 +390,7 @@ TEST_F(DBControlsTest, LookupKeepsTheRowThatWasChosenAmongEqualNames)
     lookup->SetText(u"0"_s);
     lookup->Complete();
     EXPECT_EQ(lookup->ListText(u"SITE_CODE"), u"01"_s);
-    sites.OpenRows(
-        MakeRows({Column(u"SITE_CODE", wire::ColumnType::Text), Column(u"SITE_NAME", wire::ColumnType::Text)},
-            {{T(u"09"), T(u"张三")}}));
+    ListSites({{u"09"_s, u"张三"_s}});
     EXPECT_EQ(lookup->ChosenRow(), 0u) << "rows of a list read anew are others";
 }
 
@@ -411,17 +399,15 @@ TEST_F(DBControlsTest, LookupStoresTheKeyAndShowsTheText)
     TLookupParams byCode = byName;
     byCode.keyField = u"SITE_CODE"_s;
     byCode.listField = u"SITE_NAME"_s;
-    auto* lookup = new TDBLookupComboboxEh(&window);
+    auto* lookup = Bound(new TDBLookupComboboxEh(&window), u"SITE");
     lookup->SetLookup(byCode);
-    lookup->Binding().SetDataSource(&source);
-    lookup->Binding().SetDataField(u"SITE");
     Show();
     EXPECT_EQ(lookup->Text(), u"上海"_s) << "a key that the list lacks is shown as it is";
     lookup->setFocus();
     lookup->SetText(u"广州天河"_s);
     EXPECT_EQ(lookup->KeyValue(), u"3001"_s);
     QTest::keyClick(lookup, Qt::Key_Return);
-    EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"3001"_s);
+    EXPECT_EQ(Text(u"SITE"), u"3001"_s);
     orders.Post();
     EXPECT_EQ(lookup->Text(), u"广州天河"_s);
 }

@@ -29,16 +29,14 @@ TEST_F(DBGridEditingTest, TypingEditsEnterMovesOnAndTheNextRowPosts)
     QStringList events;
     orders.BeforeEdit = [&] { events += u"edit"_s; };
     orders.AfterPost = [&] { events += u"post"_s; };
-    grid.SelectField(u"SITE");
-    Type(u"广州");
+    TypeInto(u"SITE", u"广州"_s);
     EXPECT_EQ(orders.State(), TDataSetState::Edit);
-    Key(Qt::Key_Return);
+    Type(u"{Return}"_s);
     EXPECT_EQ(grid.SelectedField(), u"AMOUNT"_s);
     EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"广州"_s);
-    Type(u"7.25");
-    Key(Qt::Key_Tab);
+    Type(u"7.25{Tab}"_s);
     EXPECT_EQ(events, QStringList{u"edit"_s}) << "a row is one edit, posted when it is left";
-    Key(Qt::Key_Down);
+    Type(u"{Down}"_s);
     EXPECT_EQ(events, (QStringList{u"edit"_s, u"post"_s}));
     EXPECT_EQ(orders.RecNo(), 2);
     EXPECT_EQ(Cell(0, u"AMOUNT"), u"7.25"_s);
@@ -48,15 +46,11 @@ TEST_F(DBGridEditingTest, TypingEditsEnterMovesOnAndTheNextRowPosts)
 TEST_F(DBGridEditingTest, EscapeGivesUpTheCellThenTheRow)
 {
     Open(OrderGridColumns());
-    grid.SelectField(u"SITE");
-    Type(u"甲");
-    Key(Qt::Key_Tab);
-    grid.SelectField(u"SITE");
-    Type(u"乙");
-    Key(Qt::Key_Escape);
+    TypeInto(u"SITE", u"甲{Tab}"_s);
+    TypeInto(u"SITE", u"乙{Esc}"_s);
     EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"甲"_s);
     EXPECT_EQ(orders.State(), TDataSetState::Edit);
-    Key(Qt::Key_Escape);
+    Type(u"{Esc}"_s);
     EXPECT_EQ(orders.State(), TDataSetState::Browse);
     EXPECT_EQ(Cell(0, u"SITE"), u"上海"_s);
     EXPECT_EQ(orders.ChangeCount(), 0);
@@ -69,19 +63,17 @@ TEST_F(DBGridEditingTest, WhatIsNotSavedIsMarkedToldAndTakenBackByKeyAndMenu)
         const QPoint corner = grid.visualRect(grid.model()->index(0, 2)).topLeft() + QPoint(1, 1);
         return grid.viewport()->grab().toImage().pixelColor(corner) == ChangedCellColor();
     };
-    grid.SelectField(u"SITE");
-    Type(u"甲");
-    Key(Qt::Key_Tab);
+    TypeInto(u"SITE", u"甲{Tab}"_s);
     EXPECT_TRUE(marked()) << "before the row is posted, too";
-    Key(Qt::Key_Down);
+    Type(u"{Down}"_s);
     QHelpEvent asked(QEvent::ToolTip, CellCentre(0, 2), grid.viewport()->mapToGlobal(CellCentre(0, 2)));
     QApplication::sendEvent(grid.viewport(), &asked);
     EXPECT_TRUE(QToolTip::text().contains(u"原值：上海"_s)) << QToolTip::text();
-    Key(Qt::Key_Z, Qt::ControlModifier);
+    Type(u"{Ctrl+Z}"_s);
     EXPECT_EQ(Cell(0, u"SITE"), u"上海"_s);
     EXPECT_FALSE(marked());
     EXPECT_EQ(orders.RecNo(), 1) << "where it was";
-    Key(Qt::Key_Y, Qt::ControlModifier);
+    Type(u"{Ctrl+Y}"_s);
     EXPECT_EQ(Cell(0, u"SITE"), u"甲"_s);
 
     QAction whole(u"导出"_s);
@@ -117,7 +109,7 @@ TEST_F(DBGridEditingTest, APastedColumnGoesThroughTheRulesRowByRow)
     const auto paste = [&](const QString& text) {
         Application->ClearShownMessages();
         QApplication::clipboard()->setText(text);
-        Key(Qt::Key_V, Qt::ControlModifier);
+        Type(u"{Ctrl+V}"_s);
         return Application->ShownMessages().empty() ? QString() : Application->ShownMessages().back().text;
     };
     grid.SelectField(u"SITE");
@@ -125,7 +117,7 @@ TEST_F(DBGridEditingTest, APastedColumnGoesThroughTheRulesRowByRow)
         u"粘贴了2行。\n还有1行没有对应的行，没有粘贴。\n1行没有接受：\n第2行：此网点已停用！"_s);
     EXPECT_EQ(Joined(orders, u"SITE"), u"甲 北京 乙"_s);
     EXPECT_EQ(orders.State(), TDataSetState::Browse);
-    Key(Qt::Key_Z, Qt::ControlModifier);
+    Type(u"{Ctrl+Z}"_s);
     EXPECT_EQ(Joined(orders, u"SITE"), u"上海 北京 "_s) << "one step";
     grid.selectAll();
     grid.SelectField(u"STATUS");
@@ -181,14 +173,13 @@ TEST_F(DBGridEditingTest, AnEditRefusedBeforeItBeginsChangesNothing)
         ++asked;
         Abort();
     };
-    grid.SelectField(u"SITE");
-    Type(u"甲");
+    TypeInto(u"SITE", u"甲"_s);
     EXPECT_EQ(asked, 1);
     EXPECT_EQ(QApplication::focusWidget(), &grid) << "the editor is gone";
     EXPECT_EQ(Cell(0, u"SITE"), u"上海"_s);
     grid.SelectField(u"STATUS");
     EXPECT_TRUE(grid.EditCurrentCell()) << "looking is allowed";
-    Key(Qt::Key_Escape);
+    Type(u"{Esc}"_s);
     EXPECT_TRUE(problems.isEmpty());
 }
 
@@ -202,9 +193,9 @@ TEST_F(DBGridEditingTest, ARefusedPostKeepsTheRowInEditWhereItIs)
     };
     grid.SelectField(u"SITE");
     for (const auto& leave :
-        std::vector<std::function<void()>>{[&] { Key(Qt::Key_Down); }, [&] { Click(2, 2); },
-            [&] { Key(Qt::Key_PageDown); }, [&] { grid.setCurrentIndex(grid.model()->index(1, 2)); }}) {
-        Type(u"甲");
+        std::vector<std::function<void()>>{[&] { Type(u"{Down}"_s); }, [&] { Click(2, 2); },
+            [&] { Type(u"{PgDown}"_s); }, [&] { grid.setCurrentIndex(grid.model()->index(1, 2)); }}) {
+        Type(u"甲"_s);
         leave();
         QCoreApplication::processEvents();
         EXPECT_EQ(orders.RecNo(), 1);
@@ -213,7 +204,7 @@ TEST_F(DBGridEditingTest, ARefusedPostKeepsTheRowInEditWhereItIs)
         EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"甲"_s);
     }
     refuse = false;
-    Key(Qt::Key_Down);
+    Type(u"{Down}"_s);
     EXPECT_EQ(orders.RecNo(), 2);
     EXPECT_EQ(Cell(0, u"SITE"), u"甲"_s);
 }
@@ -221,25 +212,21 @@ TEST_F(DBGridEditingTest, ARefusedPostKeepsTheRowInEditWhereItIs)
 TEST_F(DBGridEditingTest, WhatTheFieldCannotTakeStaysInTheEditor)
 {
     Open(OrderGridColumns());
-    grid.SelectField(u"AMOUNT");
-    Type(u"abc");
-    Key(Qt::Key_Return);
+    TypeInto(u"AMOUNT", u"abc{Return}"_s);
     EXPECT_EQ(problems.size(), 1);
     EXPECT_EQ(grid.SelectedField(), u"AMOUNT"_s);
     EXPECT_NE(QApplication::focusWidget(), &grid);
     // A post from elsewhere, a save button's say, is stopped too.
     EXPECT_THROW(orders.Post(), EAbort);
     EXPECT_EQ(orders.State(), TDataSetState::Edit);
-    Key(Qt::Key_Escape);
-    Key(Qt::Key_Escape);
+    Type(u"{Esc}{Esc}"_s);
     EXPECT_EQ(Cell(0, u"AMOUNT"), u"1.5"_s);
 }
 
 TEST_F(DBGridEditingTest, APostTakesWhatTheEditorHolds)
 {
     Open(OrderGridColumns());
-    grid.SelectField(u"SITE");
-    Type(u"深圳");
+    TypeInto(u"SITE", u"深圳"_s);
     orders.Post();
     EXPECT_EQ(Cell(0, u"SITE"), u"深圳"_s);
     EXPECT_EQ(orders.State(), TDataSetState::Browse);
@@ -249,18 +236,14 @@ TEST_F(DBGridEditingTest, APostTakesWhatTheEditorHolds)
 TEST_F(DBGridEditingTest, PickListsStoreKeysAndTakeBeginnings)
 {
     Open(OrderGridColumns());
-    grid.SelectField(u"STATUS");
-    Type(u"接单失");
-    Key(Qt::Key_Return);
+    TypeInto(u"STATUS", u"接单失{Return}"_s);
     EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 2);
-    grid.SelectField(u"STATUS");
-    Key(Qt::Key_F2);
+    TypeInto(u"STATUS", u"{F2}"_s);
     auto* box = grid.viewport()->findChild<TDBComboBoxEh*>();
     ASSERT_NE(box, nullptr);
     EXPECT_EQ(box->Items(), grid.Column(1).pickList);
     box->lineEdit()->selectAll();
-    Type(u"没有");
-    Key(Qt::Key_Return);
+    Type(u"没有{Return}"_s);
     EXPECT_EQ(problems.size(), 1) << "a text that is not in the list is refused";
     EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 2);
 }
@@ -271,8 +254,7 @@ TEST_F(DBGridEditingTest, CheckBoxesToggleBySpaceAndClick)
     columns[1].style = TColumnStyle::CheckBox;
     columns[1].keyList = {u"1"_s, u"0"_s};
     Open(columns);
-    grid.SelectField(u"STATUS");
-    Key(Qt::Key_Space);
+    TypeInto(u"STATUS", u"{Space}"_s);
     EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 1);
     Click(0, 1);
     EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 0);
@@ -280,7 +262,7 @@ TEST_F(DBGridEditingTest, CheckBoxesToggleBySpaceAndClick)
     EXPECT_EQ(orders.RecNo(), 2) << "a click in another row posts the first, then toggles";
     EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 0);
     grid.ReadOnly = true;
-    Key(Qt::Key_Space);
+    Type(u"{Space}"_s);
     EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 0);
 }
 
@@ -297,19 +279,16 @@ TEST_F(DBGridEditingTest, LookupCompletesCodesAndInitials)
     columns[2].lookup = {
         &siteSource, u"SITE_NAME"_s, {}, {{u"SITE_CODE"_s, u"编号"_s, 80}}, {u"SITE_CODE"_s}};
     Open(columns);
-    for (const auto& [typed, expected] : {std::pair{u"30", u"广州天河"_s}, std::pair{u"shp", u"上海浦东"_s},
-             std::pair{u"广", u"广州天河"_s}, std::pair{u"别处", u"别处"_s}}) {
+    for (const auto& [typed, expected] :
+        {std::pair{u"30"_s, u"广州天河"_s}, std::pair{u"shp"_s, u"上海浦东"_s},
+            std::pair{u"广"_s, u"广州天河"_s}, std::pair{u"别处"_s, u"别处"_s}}) {
         grid.SelectField(u"SITE");
-        Type(typed);
-        Key(Qt::Key_Return);
+        Type(typed + u"{Return}"_s);
         EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), expected);
         EXPECT_EQ(grid.SelectedField(), u"AMOUNT"_s);
     }
     // The second row of the list, gone to by key, is taken rather than the first match.
-    grid.SelectField(u"SITE");
-    Key(Qt::Key_F4);
-    Key(Qt::Key_Down);
-    Key(Qt::Key_Return);
+    TypeInto(u"SITE", u"{F4}{Down}{Return}"_s);
     EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"上海浦东"_s);
     // What no row of the list holds is told in its cell, whoever wrote it.
     const auto marked = [&] {
@@ -335,24 +314,17 @@ TEST_F(DBGridEditingTest, LookupCompletesCodesAndInitials)
 TEST_F(DBGridEditingTest, DatesAreTypedShortAndRefusedWhenNone)
 {
     Open(OrderGridColumns());
-    grid.SelectField(u"CREATE_DATE");
-    Type(u"2024-3-5");
-    Key(Qt::Key_Return);
+    TypeInto(u"CREATE_DATE", u"2024-3-5{Return}"_s);
     EXPECT_EQ(orders.RecNo(), 2) << "after the last column comes the next row";
     EXPECT_EQ(Cell(0, u"CREATE_DATE"), u"2024-03-05 00:00:00"_s);
-    grid.SelectField(u"CREATE_DATE");
-    Type(u"2024-13-99");
-    Key(Qt::Key_Up);
+    TypeInto(u"CREATE_DATE", u"2024-13-99{Up}"_s);
     EXPECT_EQ(orders.RecNo(), 2);
     EXPECT_TRUE(QApplication::focusWidget()->toolTip().contains(u"yyyy-mm-dd hh:mm:ss"_s));
     EXPECT_TRUE(problems.isEmpty()) << "told at the cell, not in a box";
-    Key(Qt::Key_Escape);
-    Type(u"2026/11/1 8:00");
-    Key(Qt::Key_Tab);
+    Type(u"{Esc}2026/11/1 8:00{Tab}"_s);
     EXPECT_EQ(Cell(1, u"CREATE_DATE"), u"2026-11-01 08:00:00"_s);
     EXPECT_EQ(Selected(), u"D3"_s);
-    grid.SelectField(u"ID");
-    Key(Qt::Key_Backtab);
+    TypeInto(u"ID", u"{Backtab}"_s);
     EXPECT_EQ(grid.currentIndex(), grid.model()->index(1, 4));
     EXPECT_EQ(Selected(), u"D2"_s) << "the row gone back to";
 }
@@ -363,14 +335,12 @@ TEST_F(DBGridEditingTest, AColumnMayRefuseToBeLeft)
     QStringList entered;
     grid.OnColExit = [&](int column) { return grid.Column(column).fieldName != u"SITE"_s; };
     grid.OnColEnter = [&] { entered += grid.SelectedField(); };
-    grid.SelectField(u"STATUS");
-    Key(Qt::Key_Right);
-    Key(Qt::Key_Right);
+    TypeInto(u"STATUS", u"{Right}{Right}"_s);
     EXPECT_EQ(grid.SelectedField(), u"SITE"_s);
     Click(0, 4);
     EXPECT_EQ(grid.SelectedField(), u"SITE"_s);
     EXPECT_EQ(entered, QStringList{u"SITE"_s});
-    Key(Qt::Key_Down);
+    Type(u"{Down}"_s);
     EXPECT_EQ(orders.RecNo(), 2) << "another row of the same column";
 }
 
@@ -378,24 +348,20 @@ TEST_F(DBGridEditingTest, RowsAreAddedAndDeletedOnlyWhereAllowed)
 {
     Open(OrderGridColumns());
     orders.Last();
-    Key(Qt::Key_Down);
-    Key(Qt::Key_Insert);
-    Key(Qt::Key_Delete, Qt::ControlModifier);
+    Type(u"{Down}{Ins}{Ctrl+Del}"_s);
     EXPECT_EQ(orders.RecordCount(), 3);
     grid.AllowInsert = grid.AllowDelete = true;
-    Key(Qt::Key_Down);
+    Type(u"{Down}"_s);
     EXPECT_EQ(orders.State(), TDataSetState::Insert);
     EXPECT_EQ(grid.currentIndex().row(), 3);
-    grid.SelectField(u"SITE");
-    Type(u"新");
-    Key(Qt::Key_Up);
+    TypeInto(u"SITE", u"新{Up}"_s);
     EXPECT_EQ(orders.RecordCount(), 4);
     EXPECT_EQ(Cell(3, u"SITE"), u"新"_s);
     Application->QueueAnswer({u"cancel"_s});
-    Key(Qt::Key_Delete, Qt::ControlModifier);
+    Type(u"{Ctrl+Del}"_s);
     EXPECT_EQ(orders.RecordCount(), 4);
     Application->QueueAnswer({u"ok"_s});
-    Key(Qt::Key_Delete, Qt::ControlModifier);
+    Type(u"{Ctrl+Del}"_s);
     EXPECT_EQ(orders.RecordCount(), 3);
 }
 
@@ -404,8 +370,7 @@ TEST_F(DBGridEditingTest, LeavingTheGridKeepsWhatWasTyped)
     Open(OrderGridColumns());
     QLineEdit elsewhere(&window);
     elsewhere.show();
-    grid.SelectField(u"SITE");
-    Type(u"成都");
+    TypeInto(u"SITE", u"成都"_s);
     elsewhere.setFocus();
     QCoreApplication::processEvents();
     EXPECT_EQ(orders.FieldByName(u"SITE").AsString(), u"成都"_s);
@@ -448,12 +413,10 @@ TEST_F(DBGridEditingTest, AnotherListStyleLosesNeitherEditNorSelection)
 TEST_F(DBGridEditingTest, ClosingTheDataSetUnderAnOpenEditorIsHarmless)
 {
     Open(OrderGridColumns());
-    grid.SelectField(u"SITE");
-    Type(u"甲");
+    TypeInto(u"SITE", u"甲"_s);
     orders.Close();
     EXPECT_EQ(QApplication::focusWidget(), &grid);
-    Type(u"乙");
-    Key(Qt::Key_Return);
+    Type(u"乙{Return}"_s);
     orders.OpenRows(ThreeOrders());
     EXPECT_EQ(Cell(0, u"SITE"), u"上海"_s);
 }

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "server/storage/postgres/PostgresStorage.h"
-#include "tests/server/ServerFixture.h"
+#include "tests/server/OdbcFixture.h"
 #include "tests/support/PostgresDatabase.h"
 
 // What holds for the server whichever database stands behind it: TEST_P, instantiated for each.
 namespace server::testing {
 
-// The latter two only where a test says so.
+// The latter two only where a test says so, with ZELMOR_FOR_ODBC_TOO.
 enum class StorageKind { Sqlite, Postgres, OdbcToSqlite, OdbcToPostgres };
 
 inline void PrintTo(StorageKind kind, std::ostream* out)
@@ -40,12 +40,24 @@ private:
 class AnyStorageTest : public ServerTest, public ::testing::WithParamInterface<StorageKind> {
 protected:
     AnyStorageTest()
-        : AnyStorageTest(GetParam() == StorageKind::Postgres ? std::make_unique<OtherPostgres>() : nullptr)
+        : ServerTest(MakeDatabase())
     {
     }
-    explicit AnyStorageTest(std::unique_ptr<OtherDatabase> other)
-        : ServerTest(std::move(other))
+
+private:
+    static std::unique_ptr<OtherDatabase> MakeDatabase()
     {
+        switch (GetParam()) {
+        case StorageKind::Sqlite:
+            break;
+        case StorageKind::Postgres:
+            return std::make_unique<OtherPostgres>();
+        case StorageKind::OdbcToSqlite:
+            return std::make_unique<OdbcCompany>(Product::Sqlite);
+        case StorageKind::OdbcToPostgres:
+            return std::make_unique<OdbcCompany>(Product::Postgres);
+        }
+        return nullptr;
     }
 };
 
@@ -57,5 +69,8 @@ inline std::string NameOf(const ::testing::TestParamInfo<StorageKind>& info)
 #define ZELMOR_FOR_EACH_STORAGE(suite)                                                                       \
     INSTANTIATE_TEST_SUITE_P(                                                                                \
         Each, suite, ::testing::Values(StorageKind::Sqlite, StorageKind::Postgres), NameOf)
+#define ZELMOR_FOR_ODBC_TOO(suite)                                                                           \
+    INSTANTIATE_TEST_SUITE_P(                                                                                \
+        Odbc, suite, ::testing::Values(StorageKind::OdbcToSqlite, StorageKind::OdbcToPostgres), NameOf)
 
 } // namespace server::testing

@@ -17,6 +17,14 @@ namespace server::testing {
 
 using namespace Qt::Literals::StringLiterals;
 
+inline wire::Request RequestOf(wire::RequestKind kind, const QString& text = {})
+{
+    wire::Request request;
+    request.kind = kind;
+    request.text = text;
+    return request;
+}
+
 class Client {
 public:
     Client(ApplicationServer& server, const QString& account, const QString& password)
@@ -31,49 +39,41 @@ public:
 
     wire::Identity Login(const QString& account, const QString& password)
     {
-        wire::Request request;
-        request.kind = wire::RequestKind::Login;
+        wire::Request request = RequestOf(wire::RequestKind::Login);
         request.account = account;
         request.password = password;
-        RowKeeper sink;
-        return session_->Handle(request, sink).identity;
+        return Ask(request).identity;
     }
     wire::RowSet Query(const QString& text)
     {
-        wire::Request request;
-        request.kind = wire::RequestKind::Query;
-        request.text = text;
-        RowKeeper sink;
-        const wire::Reply reply = session_->Handle(request, sink);
-        EXPECT_EQ(reply.rowCount, sink.rows.RowCount());
-        return std::move(sink.rows);
+        const wire::Reply reply = Ask(RequestOf(wire::RequestKind::Query, text));
+        EXPECT_EQ(reply.rowCount, sink_.rows.RowCount());
+        return std::move(sink_.rows);
     }
-    qint64 Execute(const QString& text)
-    {
-        wire::Request request;
-        request.kind = wire::RequestKind::Execute;
-        request.text = text;
-        RowKeeper sink;
-        return session_->Handle(request, sink).rowCount;
-    }
+    qint64 Execute(const QString& text) { return Ask(RequestOf(wire::RequestKind::Execute, text)).rowCount; }
     wire::ApplyOutcome Apply(const wire::ChangeLog& log, int maxErrors = -1)
     {
         return Apply(log, {.client = {7, 7}, .number = ++number_}, maxErrors);
     }
     wire::ApplyOutcome Apply(const wire::ChangeLog& log, const wire::ApplyName& name, int maxErrors)
     {
-        wire::Request request;
-        request.kind = wire::RequestKind::ApplyUpdates;
+        wire::Request request = RequestOf(wire::RequestKind::ApplyUpdates);
         request.changes = log;
         request.name = name;
         request.maxErrors = maxErrors;
-        RowKeeper sink;
-        return session_->Handle(request, sink).outcome;
+        return Ask(request).outcome;
     }
     Session& Conversation() { return *session_; }
 
 private:
+    wire::Reply Ask(const wire::Request& request)
+    {
+        sink_ = {};
+        return session_->Handle(request, sink_);
+    }
+
     std::unique_ptr<Session> session_;
+    RowKeeper sink_;
     static inline quint64 number_ = 0;
 };
 
@@ -89,8 +89,11 @@ public:
 
     using Edits = std::vector<std::pair<QString, wire::Value>>;
 
+    // Edits as text: "STATUS=1, NAME=新, REC_SITE=" makes REC_SITE null.
+    Changes& Update(qsizetype row, const QString& edits) { return Update(row, Read(edits)); }
     Changes& Update(qsizetype row, const Edits& edits) { return Add(wire::ChangeKind::Update, row, edits); }
     Changes& Delete(qsizetype row) { return Add(wire::ChangeKind::Delete, row, {}); }
+    Changes& Insert(const QString& values) { return Insert(Read(values)); }
     Changes& Insert(const Edits& values)
     {
         wire::RowChange& change = NewRow(wire::ChangeKind::Insert);
@@ -102,6 +105,16 @@ public:
     wire::ChangeLog log;
 
 private:
+    Edits Read(const QString& text) const
+    {
+        Edits edits;
+        for (const QString& edit : text.split(u", "_s)) {
+            const QString name = edit.section(u'=', 0, 0);
+            edits.emplace_back(
+                name, wire::FromText(rows_.infos.at(Position(name)).type, edit.section(u'=', 1)));
+        }
+        return edits;
+    }
     quint16 Position(const QString& name) const
     {
         const int position = rows_.IndexOf(name);

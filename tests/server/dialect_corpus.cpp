@@ -2,8 +2,6 @@
 
 #include "tests/server/dialect_database.h"
 
-#include <gtest/gtest.h>
-
 #include <QDir>
 #include <QFile>
 

@@ -2,8 +2,6 @@
 
 #include <QRandomGenerator>
 
-#include <gtest/gtest.h>
-
 #include <ctime>
 
 using namespace Qt::Literals::StringLiterals;

@@ -1,7 +1,5 @@
 #include "tests/server/dialect_database.h"
 
-#include <gtest/gtest.h>
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -50,23 +48,23 @@ class OnCompany : public DialectSemantics {
 protected:
     void SetUp() override { database.Load(conformance::ReadTables(), conformance::Now()); }
 
-    // The first column of all rows, joined by commas.
+    // The first column of all rows with commas between, or what is said instead.
     std::string Column(const std::string& sql)
     {
-        const wire::RowSet rows = database.Query(QString::fromStdString(sql));
-        QStringList cells;
-        for (qsizetype row = 0; row < rows.RowCount(); ++row)
-            cells.push_back(wire::ToText(rows.columns.front().ValueAt(row)));
-        return cells.join(u',').toStdString();
-    }
-    std::string ErrorOf(const std::string& sql)
-    {
         try {
-            database.Query(QString::fromStdString(sql));
+            const wire::RowSet rows = database.Query(QString::fromStdString(sql));
+            QStringList cells;
+            for (qsizetype row = 0; row < rows.RowCount(); ++row)
+                cells.push_back(wire::ToText(rows.columns.front().ValueAt(row)));
+            return cells.join(u',').toStdString();
         } catch (const wire::Error& error) {
-            return error.Message().toStdString();
+            return "error: " + error.Message().toStdString();
         }
-        return "(no error)";
+    }
+    void ExpectColumns(std::initializer_list<std::pair<std::string, const char*>> statements)
+    {
+        for (const auto& [sql, column] : statements)
+            EXPECT_EQ(Column(sql), column) << sql;
     }
 };
 
@@ -290,130 +288,103 @@ TEST_P(DialectSemantics, DatesAreReadLeniently)
     }
 }
 
-TEST_P(OnCompany, NullsAreTheGreatest)
+TEST_P(OnCompany, OrderGroupsAndSets)
 {
-    EXPECT_EQ(
-        Column("select type_kind from tab_site where site_code in ('000','102','301') order by type_kind"),
-        "二级网点,总部,");
-    EXPECT_EQ(
-        Column(
-            "select type_kind from tab_site where site_code in ('000','102','301') order by type_kind desc"),
-        ",总部,二级网点");
-    EXPECT_EQ(
-        Column("select type_kind from tab_site where site_code in ('000','301') order by 1 nulls first"),
-        ",总部");
-}
-
-TEST_P(OnCompany, GroupsAndAggregates)
-{
-    EXPECT_EQ(Column("select sum(status) from tab_zelmor_bill where 1=2"), "");
-    EXPECT_EQ(Column("select count(*) from tab_zelmor_bill where 1=2"), "0");
-    EXPECT_EQ(Column("select count(distinct a.superior_site) from tab_site a"), "4");
-    EXPECT_EQ(Column("select superior_site from tab_site group by superior_site having count(*) > 1 order by "
-                     "count(*)"),
-        "华东中心,快运本部");
-    EXPECT_EQ(Column("select avg(piece) from TAB_ZELMOR_BILL_ITEMS"), "2.3333333333333335");
+    const std::string kinds = "select type_kind from tab_site where site_code in ('000','102','301')";
+    const std::string sites = "select site_code from tab_site where site_code";
+    ExpectColumns({
+        // Nulls are the greatest.
+        {kinds + " order by type_kind", "二级网点,总部,"},
+        {kinds + " order by type_kind desc", ",总部,二级网点"},
+        {kinds + " and site_code<>'102' order by 1 nulls first", ",总部"},
+        {"select sum(status) from tab_zelmor_bill where 1=2", ""},
+        {"select count(*) from tab_zelmor_bill where 1=2", "0"},
+        {"select count(distinct a.superior_site) from tab_site a", "4"},
+        {"select superior_site from tab_site group by superior_site having count(*) > 1 order by count(*)",
+            "华东中心,快运本部"},
+        {"select avg(piece) from TAB_ZELMOR_BILL_ITEMS", "2.3333333333333335"},
+        {"select province from tab_site where site_code='100' union select province from tab_site where "
+         "site_code='101'",
+            "安徽"},
+        {"select site_code from tab_site minus " + sites + "<>'301'", "301"},
+        {"(select site_code c from tab_site where site_code='100') union all (select mode_code from "
+         "TAB_PAY_MODE) order by c desc",
+            "100,03,02,01"},
+        // The inner a hides the outer one; an unknown name is looked for outside.
+        {"select a.site_code from tab_site a where exists (select 1 from tab_employee a where a.owner_site = "
+         "site_name and bl_goods_market=1) order by 1",
+            "102,201"},
+        {"select x from (select site_code x from tab_site where rownum=1)", "000"},
+    });
 }
 
 TEST_P(OnCompany, TreesAreWalkedDepthFirst)
 {
-    EXPECT_EQ(Column("select lpad('*', level, '*')||site_code from tab_site start with superior_site is null"
-                     " connect by prior site_name = superior_site"),
-        "*000,**200,***201,**100,***102,***101,****111,**300,**301");
-    // The where clause picks from the finished walk: what is below a row left out stays.
-    EXPECT_EQ(Column("select site_code from tab_site where site_code <> '100' start with site_code = '100'"
-                     " connect by superior_site = prior site_name"),
-        "102,101,111");
-    EXPECT_EQ(
-        Column("select site_code from tab_site connect by prior site_name = superior_site and level <= 2"
-               " start with site_code = '000'"),
-        "000,200,100,300,301");
-    EXPECT_EQ(Column("select count(*) from tab_site start with site_code = '100' connect by prior site_name "
-                     "= superior_site"),
-        "4");
-    EXPECT_EQ(
-        Column("select employee_code from tab_employee where owner_site in (select site_name from tab_site"
-               " start with site_code = '200' connect by prior site_name = superior_site) order by 1"),
-        "E04,E05");
-}
-
-TEST_P(OnCompany, LoopsInATreeAreRefused)
-{
+    const std::string down = " connect by prior site_name = superior_site";
+    ExpectColumns({
+        {"select lpad('*', level, '*')||site_code from tab_site start with superior_site is null" + down,
+            "*000,**200,***201,**100,***102,***101,****111,**300,**301"},
+        // The where clause picks from the finished walk: what is below a row left out stays.
+        {"select site_code from tab_site where site_code <> '100' start with site_code = '100' connect by "
+         "superior_site = prior site_name",
+            "102,101,111"},
+        {"select site_code from tab_site" + down + " and level <= 2 start with site_code = '000'",
+            "000,200,100,300,301"},
+        {"select count(*) from tab_site start with site_code = '100'" + down, "4"},
+        {"select employee_code from tab_employee where owner_site in (select site_name from tab_site start "
+         "with site_code = '200'"
+                + down + ") order by 1",
+            "E04,E05"},
+    });
     database.Execute(u"update tab_site set SUPERIOR_SITE = '合肥一部甲站' where SITE_CODE = '100'"_s);
-    EXPECT_EQ(ErrorOf("select site_code from tab_site start with site_code = '101' connect by prior "
-                      "site_name = superior_site"),
-        "connect by的数据中存在循环！");
-    EXPECT_EQ(ErrorOf("select 1 from dual where '合肥一部' in (select site_name from tab_site start with "
-                      "site_code = '101'"
-                      " connect by prior site_name = superior_site)"),
-        "connect by的数据中存在循环！");
-    // Cut at the start site, as the screens do it, there is none.
-    EXPECT_EQ(Column("select site_code from tab_site start with SITE_NAME='合肥一部' connect by prior"
-                     " SITE_NAME=(case SITE_NAME when '合肥一部' then '' else SUPERIOR_SITE end)"),
-        "101,111,100,102");
+    constexpr auto kLoop = "error: connect by的数据中存在循环！";
+    ExpectColumns({
+        {"select site_code from tab_site start with site_code = '101'" + down, kLoop},
+        {"select 1 from dual where '合肥一部' in (select site_name from tab_site start with site_code = '101'"
+                + down + ")",
+            kLoop},
+        // Cut at the start site, as the screens do it, there is none.
+        {"select site_code from tab_site start with SITE_NAME='合肥一部' connect by prior SITE_NAME=(case "
+         "SITE_NAME when '合肥一部' then '' else SUPERIOR_SITE end)",
+            "101,111,100,102"},
+    });
 }
 
 TEST_P(OnCompany, RownumLimitsBeforeAnythingElse)
 {
-    EXPECT_EQ(Column("select mode_name from TAB_PAY_MODE where rownum<=2"), "到付,现金");
-    EXPECT_EQ(Column("select mode_name from TAB_PAY_MODE where rownum<2"), "到付");
-    EXPECT_EQ(Column("select mode_code from TAB_PAY_MODE where rownum=1 and mode_code>'01'"), "02");
-    EXPECT_EQ(Column("select mode_code from TAB_PAY_MODE where rownum=2"), "");
-    EXPECT_EQ(Column("select mode_code from TAB_PAY_MODE where rownum<=0"), "");
-    EXPECT_EQ(Column("select * from (select mode_code from TAB_PAY_MODE order by mode_code) where rownum<=2"),
-        "01,02");
-    EXPECT_EQ(Column("select mode_code from TAB_PAY_MODE where rownum<=1 and mode_code='01' union all select "
-                     "'x' from dual"),
-        "01,x");
-    for (const char* sql : {"select mode_code from TAB_PAY_MODE where rownum>1",
-             "select mode_code from TAB_PAY_MODE where rownum=1 or mode_code='01'",
-             "select mode_code from TAB_PAY_MODE where rownum<=2 order by mode_code",
-             "select count(*) from TAB_PAY_MODE where rownum<=2", "select rownum from TAB_PAY_MODE"})
-        EXPECT_NE(ErrorOf(sql).find("rownum"), std::string::npos) << sql;
+    const std::string codes = "select mode_code from TAB_PAY_MODE";
+    ExpectColumns({
+        {"select mode_name from TAB_PAY_MODE where rownum<=2", "到付,现金"},
+        {"select mode_name from TAB_PAY_MODE where rownum<2", "到付"},
+        {codes + " where rownum=1 and mode_code>'01'", "02"},
+        {codes + " where rownum=2", ""},
+        {codes + " where rownum<=0", ""},
+        {"select * from (" + codes + " order by mode_code) where rownum<=2", "01,02"},
+        {codes + " where rownum<=1 and mode_code='01' union all select 'x' from dual", "01,x"},
+    });
+    for (const std::string& sql : {codes + " where rownum>1", codes + " where rownum=1 or mode_code='01'",
+             codes + " where rownum<=2 order by mode_code",
+             std::string("select count(*) from TAB_PAY_MODE where rownum<=2"),
+             std::string("select rownum from TAB_PAY_MODE")})
+        EXPECT_NE(Column(sql).find("rownum"), std::string::npos) << sql;
 }
 
 TEST_P(OnCompany, ScalarSubqueriesGiveOneRow)
 {
-    EXPECT_EQ(ErrorOf("select (select b.superior_site from tab_site b where b.superior_site=a.site_name) "
-                      "from tab_site a"),
-        "单行子查询返回多行！");
-    EXPECT_EQ(Column("select (select site_name from tab_site b where b.site_code='nowhere') from dual"), "");
-    EXPECT_EQ(
-        Column("select (select distinct area_name from tab_site where area_name='华东') from dual"), "华东");
-    EXPECT_EQ(ErrorOf("select (select area_name from tab_site group by area_name) from dual"),
-        "单行子查询返回多行！");
-    // What it gives may be of the outer row alone.
-    EXPECT_EQ(
-        Column("select (select a.site_code||'x' from tab_site b where b.site_code='101') from tab_site a "
-               "where a.site_code='100'"),
-        "100x");
-    EXPECT_EQ(
-        ErrorOf("select a.site_code from tab_site a where a.site_code=(select a.site_code from tab_site b)"),
-        "单行子查询返回多行！");
-}
-
-TEST_P(OnCompany, SetsOfRows)
-{
-    EXPECT_EQ(Column("select province from tab_site where site_code='100' union select province from tab_site"
-                     " where site_code='101'"),
-        "安徽");
-    EXPECT_EQ(
-        Column("select site_code from tab_site minus select site_code from tab_site where site_code<>'301'"),
-        "301");
-    EXPECT_EQ(
-        Column("(select site_code c from tab_site where site_code='100') union all (select mode_code from"
-               " TAB_PAY_MODE) order by c desc"),
-        "100,03,02,01");
-}
-
-TEST_P(OnCompany, NamesAreFoundInTheNearestBlock)
-{
-    // The inner a hides the outer one; an unknown name is looked for outside.
-    EXPECT_EQ(Column("select a.site_code from tab_site a where exists (select 1 from tab_employee a where "
-                     "a.owner_site ="
-                     " site_name and bl_goods_market=1) order by 1"),
-        "102,201");
-    EXPECT_EQ(Column("select x from (select site_code x from tab_site where rownum=1)"), "000");
+    constexpr auto kSeveral = "error: 单行子查询返回多行！";
+    ExpectColumns({
+        {"select (select b.superior_site from tab_site b where b.superior_site=a.site_name) from tab_site a",
+            kSeveral},
+        {"select (select area_name from tab_site group by area_name) from dual", kSeveral},
+        {"select a.site_code from tab_site a where a.site_code=(select a.site_code from tab_site b)",
+            kSeveral},
+        {"select (select site_name from tab_site b where b.site_code='nowhere') from dual", ""},
+        {"select (select distinct area_name from tab_site where area_name='华东') from dual", "华东"},
+        // What it gives may be of the outer row alone.
+        {"select (select a.site_code||'x' from tab_site b where b.site_code='101') from tab_site a where "
+         "a.site_code='100'",
+            "100x"},
+    });
 }
 
 TEST_P(OnCompany, ResultColumnsAreDescribed)

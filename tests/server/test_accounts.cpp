@@ -1,5 +1,4 @@
 #include "server/accounts/LoginGuard.h"
-#include "server/storage/sqlite/SqliteStorage.h"
 #include "tests/server/AnyStorage.h"
 
 namespace server::testing {

@@ -28,7 +28,7 @@ TEST_P(ConcurrencyTest, OfTwoClientsRacingForARowOneWins)
         std::atomic<int> accepted = 0;
         InParallel(2, [&](int i) {
             Changes changes(text, rows);
-            changes.Update(0, {{u"STATUS"_s, qint64(1)}, {u"DUTY_SITE"_s, u"合肥一部"_s}});
+            changes.Update(0, u"STATUS=1, DUTY_SITE=合肥一部"_s);
             if (clients[i]
                     .Apply(changes.log, {.client = {quint8(i + 1)}, .number = quint64(round)}, -1)
                     .rows[0]
@@ -49,7 +49,7 @@ TEST_P(ConcurrencyTest, ASaveSentTwiceAtOnceIsAppliedOnce)
     for (quint64 round = 0; round < 50; ++round) {
         Client clients[] = {LoggedIn(), LoggedIn()};
         Changes changes(text, clients[0].Query(text));
-        changes.Insert({{u"TX_LOGISTIC_ID"_s, u"N%1"_s.arg(round)}});
+        changes.Insert(u"TX_LOGISTIC_ID=N%1"_s.arg(round));
         InParallel(2, [&](int i) {
             EXPECT_TRUE(clients[i].Apply(changes.log, {.client = {9}, .number = round}, -1).rows[0].accepted);
         });
@@ -67,7 +67,7 @@ TEST_P(ConcurrencyTest, ReadersSeeSavesWholeOrNotAtAll)
             const wire::RowSet rows = client.Query(text);
             Changes changes(text, rows);
             for (int row = 0; row < 3; ++row)
-                changes.Update(row, {{u"PIECE"_s, qint64(round)}});
+                changes.Update(row, u"PIECE=%1"_s.arg(round));
             EXPECT_EQ(client.Apply(changes.log, {.client = {3}, .number = quint64(round)}, -1).Rejected(), 0);
         }
         done = true;
@@ -84,6 +84,7 @@ TEST_P(ConcurrencyTest, ReadersSeeSavesWholeOrNotAtAll)
 }
 
 ZELMOR_FOR_EACH_STORAGE(ConcurrencyTest);
+ZELMOR_FOR_ODBC_TOO(ConcurrencyTest);
 
 // The embedded database has one writer at a time, and clients' programs may be several.
 class LockedFileTest : public ServerTest { };

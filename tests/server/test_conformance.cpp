@@ -1,4 +1,3 @@
-#include "server/storage/sqlite/SqliteStorage.h"
 #include "tests/server/AnyStorage.h"
 #include "tests/server/dialect_database.h"
 

@@ -16,13 +16,13 @@ class SessionTest : public AnyStorageTest { };
 TEST_P(SessionTest, NothingIsAnsweredBeforeALogin)
 {
     Client client(*server_);
-    EXPECT_EQ(ErrorOf([&] { client.Query(kOrders); }).Kind(), ErrorKind::Login);
+    EXPECT_EQ(KindOf([&] { client.Query(kOrders); }), ErrorKind::Login);
     EXPECT_EQ(ErrorOf([&] { client.Apply({}); }).Kind(), ErrorKind::Login);
     // A failed second login ends the first.
     client.Login(u"clerk"_s, u"secret"_s);
     EXPECT_EQ(client.Query(kOrders).RowCount(), 3);
     ErrorOf([&] { client.Login(u"clerk"_s, u"wrong"_s); });
-    EXPECT_EQ(ErrorOf([&] { client.Query(kOrders); }).Kind(), ErrorKind::Login);
+    EXPECT_EQ(KindOf([&] { client.Query(kOrders); }), ErrorKind::Login);
 }
 
 TEST_P(SessionTest, ColumnsComeWithTypeWidthKeyAndGuard)
@@ -80,9 +80,7 @@ TEST_P(SessionTest, LongResultsComeWholeAndInOrder)
             ASSERT_TRUE(remark.IsNull(row));
         }
     };
-    wire::Request request;
-    request.kind = wire::RequestKind::Query;
-    request.text = text;
+    const wire::Request request = RequestOf(wire::RequestKind::Query, text);
     Client client = LoggedIn();
     RowKeeper parts;
     client.Conversation().Handle(request, parts);
@@ -91,11 +89,10 @@ TEST_P(SessionTest, LongResultsComeWholeAndInOrder)
 
     const auto transport = server_->NewTransport();
     transport->Connect();
-    wire::Request login;
-    login.kind = wire::RequestKind::Login;
+    RowKeeper whole;
+    wire::Request login = RequestOf(wire::RequestKind::Login);
     login.account = u"clerk"_s;
     login.password = u"secret"_s;
-    RowKeeper whole;
     transport->Exchange(login, whole);
     transport->Exchange(request, whole);
     EXPECT_EQ(whole.blocks, 1) << "in process they are moved as one";
@@ -106,7 +103,7 @@ TEST_P(SessionTest, LongResultsComeWholeAndInOrder)
         void Columns(const wire::ColumnInfos&) override { }
         void Rows(std::vector<wire::Column>) override { throw wire::Error(ErrorKind::Connection, u"gone"_s); }
     } failing;
-    EXPECT_EQ(ErrorOf([&] { client.Conversation().Handle(request, failing); }).Kind(), ErrorKind::Connection);
+    EXPECT_EQ(KindOf([&] { client.Conversation().Handle(request, failing); }), ErrorKind::Connection);
     EXPECT_EQ(client.Query(text).RowCount(), 20000);
 }
 
@@ -121,7 +118,7 @@ TEST_P(SessionTest, LimitsOnRowsAndTimeAndInterruption)
     EXPECT_EQ(LoggedIn().Query(kOrders).RowCount(), 5003);
     maxRows_ = 5002;
     Restart();
-    EXPECT_EQ(ErrorOf([&] { LoggedIn().Query(kOrders); }).Kind(), ErrorKind::Limit);
+    EXPECT_EQ(KindOf([&] { LoggedIn().Query(kOrders); }), ErrorKind::Limit);
 
     const QString endless = u"select count(*) from tab_zelmor_bill a, tab_zelmor_bill b, tab_zelmor_bill c"_s;
     maxSeconds_ = 1;
@@ -145,7 +142,7 @@ TEST_P(SessionTest, LimitsOnRowsAndTimeAndInterruption)
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
         client.Conversation().Interrupt();
     });
-    EXPECT_EQ(ErrorOf([&] { client.Query(endless); }).Kind(), ErrorKind::Limit);
+    EXPECT_EQ(KindOf([&] { client.Query(endless); }), ErrorKind::Limit);
     EXPECT_EQ(client.Query(u"select a.* from tab_site a"_s).RowCount(), 1) << "the next request is a new one";
 }
 

@@ -2,7 +2,6 @@
 #include "server/provider/Resolver.h"
 #include "server/storage/Pool.h"
 #include "server/storage/sqlite/SqliteConnection.h"
-#include "server/storage/sqlite/SqliteStorage.h"
 #include "tests/server/ServerFixture.h"
 
 #include <QFile>
@@ -22,6 +21,11 @@ protected:
         ASSERT_TRUE(f.open(QFile::ReadWrite));
         ASSERT_TRUE(f.seek(at));
         ASSERT_EQ(f.write(bytes), bytes.size());
+    }
+    QByteArray Contents() const
+    {
+        QFile file(File());
+        return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
     }
     // The last reader gone, everything is in the database file itself.
     void Stop() { server_.reset(); }
@@ -69,7 +73,7 @@ TEST_F(StorageFaultTest, FolderThatCannotBeMade)
     EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
     EXPECT_TRUE(error.Message().contains(below)) << error.what();
     options.open = storage::SqliteIn({});
-    EXPECT_EQ(ErrorOf([&] { ApplicationServer server(options); }).Kind(), wire::ErrorKind::Storage);
+    EXPECT_EQ(KindOf([&] { ApplicationServer server(options); }), wire::ErrorKind::Storage);
 }
 
 TEST_F(StorageFaultTest, WrongSizeLeavesNothingBehind)
@@ -78,47 +82,39 @@ TEST_F(StorageFaultTest, WrongSizeLeavesNothingBehind)
     Options options;
     options.open = storage::SqliteIn(folder.path());
     options.demo = u"huge"_s;
-    EXPECT_EQ(ErrorOf([&] { ApplicationServer server(options); }).Kind(), wire::ErrorKind::Usage);
+    EXPECT_EQ(KindOf([&] { ApplicationServer server(options); }), wire::ErrorKind::Usage);
     EXPECT_FALSE(QFile::exists(folder.filePath(u"zelmor.db"_s)));
     EXPECT_FALSE(QFile::exists(folder.filePath(u"zelmor.db.unfinished"_s)));
 }
 
-TEST_F(StorageFaultTest, FileThatIsNoDatabase)
+TEST_F(StorageFaultTest, WhatIsNotOursIsRefusedAndLeftAsItIs)
 {
-    Stop();
-    Overwrite(File(), 0, QByteArray(4096, 'x'));
-    const wire::Error error = ErrorOf([&] { Start(); });
-    EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
-    EXPECT_TRUE(error.Message().contains(u"备份"_s)) << error.what();
-}
-
-TEST_F(StorageFaultTest, AnotherProgramsDatabaseIsNotTouched)
-{
-    Stop();
+    const QByteArray good = (Stop(), Contents());
+    Start();
+    Raw("update zelmor_meta set VALUE = '99' where NAME = 'version'");
+    const QByteArray newer = (Stop(), Contents());
     QFile::remove(File());
     storage::sqlite::Database(File(), storage::sqlite::OpenMode::Fill).Execute("create table other(x)");
-    const wire::Error error = ErrorOf([&] { Start(); });
-    EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
-    EXPECT_TRUE(error.Message().contains(u"zelmor.db"_s)) << error.what();
-    EXPECT_EQ(RawText("select count(*) from sqlite_schema"), u"1"_s);
-}
-
-TEST_F(StorageFaultTest, NewerDatabaseIsRefused)
-{
-    Raw("update zelmor_meta set VALUE = '99' where NAME = 'version'");
-    const wire::Error error = ErrorOf([&] { Restart(); });
-    EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
-    EXPECT_TRUE(error.Message().contains(u"99"_s)) << error.what();
-}
-
-TEST_F(StorageFaultTest, AnEmptyFileIsNotTakenForANewDatabase)
-{
-    Stop();
-    ASSERT_TRUE(QFile::resize(File(), 0));
-    const wire::Error error = ErrorOf([&] { Start(); });
-    EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
-    EXPECT_TRUE(error.Message().contains(u"备份"_s)) << error.what();
-    EXPECT_EQ(QFileInfo(File()).size(), 0);
+    const QByteArray foreign = Contents();
+    const struct {
+        const char* what;
+        QByteArray bytes;
+        QString told;
+    } cases[] = {
+        {"no database", QByteArray(4096, 'x') + good.mid(4096), u"备份"_s},
+        {"another program's", foreign, u"zelmor.db"_s},
+        {"of a later version", newer, u"99"_s},
+        {"empty", {}, u"备份"_s},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.what);
+        ASSERT_TRUE(QFile::resize(File(), 0));
+        Overwrite(File(), 0, each.bytes);
+        const wire::Error error = ErrorOf([&] { Start(); });
+        EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
+        EXPECT_TRUE(error.Message().contains(each.told)) << error.what();
+        EXPECT_EQ(Contents(), each.bytes);
+    }
 }
 
 #ifdef Q_OS_UNIX
@@ -273,12 +269,12 @@ TEST_F(StorageFaultTest, TextsLargerThanTheDatabaseTakesAreRefusedAsSuch)
     for (const QString& text : {u"select 1 from "_s + tables.join(u','),
              u"select 1 from dual where "_s + u"1=1 and "_s.repeated(2000) + u"1=1"_s,
              u"select 1 from "_s + u"(select * from "_s.repeated(60) + u"tab_site"_s + u")"_s.repeated(60)}) {
-        EXPECT_EQ(ErrorOf([&] { client.Query(text); }).Kind(), wire::ErrorKind::Syntax);
+        EXPECT_EQ(KindOf([&] { client.Query(text); }), wire::ErrorKind::Syntax);
     }
     // And texts that an expression builds without end.
     const QString large = u"select replace(replace(lpad('x', 4000, 'x'), 'x', lpad('y', 4000, 'y')), "
                           "'y', lpad('z', 4000, 'z')) t from dual"_s;
-    EXPECT_EQ(ErrorOf([&] { client.Query(large); }).Kind(), wire::ErrorKind::Data);
+    EXPECT_EQ(KindOf([&] { client.Query(large); }), wire::ErrorKind::Data);
     EXPECT_EQ(client.Query(u"select 1 from dual"_s).RowCount(), 1);
 }
 

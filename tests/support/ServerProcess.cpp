@@ -4,25 +4,13 @@
 #include "wire/Error.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
+#include <QDeadlineTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QThread>
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
 constexpr int kStartMilliseconds = 60'000;
-
-int FreePort()
-{
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost);
-    return probe.serverPort();
-}
-
-} // namespace
 
 ServerProcess::ServerProcess(const QString& dataFolder, const QStringList& options)
     : port_(FreePort())
@@ -43,23 +31,33 @@ ServerProcess::~ServerProcess()
 void ServerProcess::Start()
 {
     process_.start(QCoreApplication::applicationDirPath() + u"/zelmor-server"_s, arguments_);
-    QElapsedTimer waiting;
-    waiting.start();
-    while (waiting.elapsed() < kStartMilliseconds) {
-        QTcpSocket probe;
-        probe.connectToHost(u"127.0.0.1"_s, quint16(port_));
-        if (probe.waitForConnected(500))
-            return;
-        if (process_.waitForFinished(10))
-            break;
-    }
-    throw wire::Error(wire::ErrorKind::Connection, u"zelmor-server did not start"_s);
+    AwaitServer(process_, port_, kStartMilliseconds);
 }
 
 void ServerProcess::Kill()
 {
     process_.kill();
     process_.waitForFinished(10'000);
+}
+
+int FreePort()
+{
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost);
+    return probe.serverPort();
+}
+
+void AwaitServer(QProcess& program, int port, int milliseconds, const QString& hint)
+{
+    for (const QDeadlineTimer deadline(milliseconds); !deadline.hasExpired();) {
+        QTcpSocket probe;
+        probe.connectToHost(u"127.0.0.1"_s, quint16(port));
+        if (probe.waitForConnected(500))
+            return;
+        if (program.waitForFinished(10))
+            break;
+    }
+    throw wire::Error(wire::ErrorKind::Connection, u"zelmor-server did not start"_s + hint);
 }
 
 QString DemoAccountOf(const QString& site)

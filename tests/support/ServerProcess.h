@@ -25,5 +25,9 @@ private:
     int port_ = 0;
 };
 
+// A port of this machine that nobody listens on.
+int FreePort();
+// Returns when the program answers on the port; raises wire::Error, with the hint, when it does not or ends.
+void AwaitServer(QProcess& program, int port, int milliseconds, const QString& hint = {});
 // An account of the demo company, by its site; empty: the first.
 QString DemoAccountOf(const QString& site = {});

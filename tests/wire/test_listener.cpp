@@ -10,8 +10,6 @@
 #include <QSslConfiguration>
 #include <QSslSocket>
 
-#include <gtest/gtest.h>
-
 #include <thread>
 
 using namespace Qt::Literals::StringLiterals;
@@ -29,9 +27,11 @@ protected:
         static TestAuthority authority;
         return authority;
     }
-    static server::ListenerOptions Options()
+    static server::ListenerOptions Options(const std::function<void(server::ListenerOptions&)>& change = {})
     {
         server::ListenerOptions options;
+        if (change)
+            change(options);
         if (Encrypted()) {
             static const TestAuthority::Files kFiles = Authority().Issue();
             options.tls = {kFiles.certificates, kFiles.key};
@@ -204,10 +204,10 @@ TEST_P(ListenerTest, MalformedFramesEndTheirConnectionWithAReasonAndNothingElse)
 
 TEST_P(ListenerTest, ClientsThatSayNothingOrStopInTheMiddleAreLeft)
 {
-    server::ListenerOptions options = Options();
-    options.loginTimeout = 150;
-    options.frameTimeout = 100;
-    FakeListener fake(0, options);
+    FakeListener fake(0, Options([](auto& o) {
+        o.loginTimeout = 150;
+        o.frameTimeout = 100;
+    }));
     RawClient silent(fake.Port());
     RawClient stalled(fake.Port());
     stalled.Send(QByteArray("\x10\0\0", 3));
@@ -224,10 +224,10 @@ TEST_P(ListenerTest, ClientsThatSayNothingOrStopInTheMiddleAreLeft)
 
 TEST_P(ListenerTest, AClientThatSendsItsLoginByteByByteIsLeftAllTheSame)
 {
-    server::ListenerOptions options = Options();
-    options.loginTimeout = 400;
-    options.frameTimeout = 200;
-    FakeListener fake(0, options);
+    FakeListener fake(0, Options([](auto& o) {
+        o.loginTimeout = 400;
+        o.frameTimeout = 200;
+    }));
     RawClient client(fake.Port());
     const wire::Packet login = wire::EncodeRequest(LoginRequest(), 1);
     const QDeadlineTimer deadline(5000);
@@ -242,9 +242,7 @@ TEST_P(ListenerTest, AClientThatSendsItsLoginByteByByteIsLeftAllTheSame)
 
 TEST_P(ListenerTest, WhoAsksNothingForTooLongIsLeft)
 {
-    server::ListenerOptions options = Options();
-    options.idleTimeout = 300;
-    FakeListener fake(0, options);
+    FakeListener fake(0, Options([](auto& o) { o.idleTimeout = 300; }));
     const auto idle = LoggedInClient(fake.Port());
     const auto busy = LoggedInClient(fake.Port());
     for (int i = 0; i < 10; ++i) {
@@ -310,9 +308,7 @@ TEST_P(ListenerTest, StoppingAnswersWhatRunsAndNoMore)
 
 TEST_P(ListenerTest, WhatDoesNotEndByItselfIsInterruptedWhenStopping)
 {
-    server::ListenerOptions options = Options();
-    options.stopTimeout = 50;
-    FakeListener fake(0, options);
+    FakeListener fake(0, Options([](auto& o) { o.stopTimeout = 50; }));
     ErrorKind kind = ErrorKind::Usage;
     std::thread query([&] {
         auto own = LoggedInClient(fake.Port());
@@ -326,9 +322,7 @@ TEST_P(ListenerTest, WhatDoesNotEndByItselfIsInterruptedWhenStopping)
 
 TEST_P(ListenerTest, ServesManyClientsAtOnceUpToItsLimit)
 {
-    server::ListenerOptions options = Options();
-    options.maxConnections = options.maxPerAccount = 40;
-    FakeListener fake(0, options);
+    FakeListener fake(0, Options([](auto& o) { o.maxConnections = o.maxPerAccount = 40; }));
     std::vector<std::thread> threads;
     std::atomic<int> good{0};
     for (int i = 0; i < 40; ++i) {
@@ -367,9 +361,7 @@ TEST_P(ListenerTest, RefusesAddressesThatItCannotOrMustNotUse)
 
 TEST_P(ListenerTest, AnAccountHasSoManySessionsAndNoMore)
 {
-    server::ListenerOptions options = Options();
-    options.maxPerAccount = 2;
-    FakeListener fake(0, options);
+    FakeListener fake(0, Options([](auto& o) { o.maxPerAccount = 2; }));
     const auto one = LoggedInClient(fake.Port());
     auto two = LoggedInClient(fake.Port());
     EXPECT_EQ(KindOf([&] { LoggedInClient(fake.Port()); }), ErrorKind::Limit);
@@ -401,9 +393,7 @@ TEST(AccountSessionsTest, NoAccountTakesThePlacesOfAll)
 
 TEST_P(ListenerTest, SilentOnesLeaveRoomForThoseWhoLogIn)
 {
-    server::ListenerOptions options = Options();
-    options.maxConnections = 80;
-    FakeListener fake(0, options);
+    FakeListener fake(0, Options([](auto& o) { o.maxConnections = 80; }));
     std::vector<std::unique_ptr<QTcpSocket>> silent;
     for (int i = 0; i < 120; ++i) {
         silent.push_back(std::make_unique<QTcpSocket>());
@@ -418,9 +408,7 @@ TEST_P(ListenerTest, SilentOnesLeaveRoomForThoseWhoLogIn)
 // The rest of the reply waits in a file: what made it goes on to the next request.
 TEST_P(ListenerTest, WhoDoesNotReadHoldsNoRequestUp)
 {
-    server::ListenerOptions options = Options();
-    options.readerPatience = 100;
-    FakeListener fake(0, options);
+    FakeListener fake(0, Options([](auto& o) { o.readerPatience = 100; }));
     RawClient reader(fake.Port());
     reader.socket.setReadBufferSize(1);
     reader.Send(wire::EncodeRequest(LoginRequest(), 1));
@@ -467,9 +455,7 @@ TEST_P(ListenerTest, WhoDoesNotReadHoldsNoRequestUp)
 // Frames that are begun and never ended hold what has come of them.
 TEST_P(ListenerTest, RequestsTogetherTakeNoMoreThanTheyMay)
 {
-    server::ListenerOptions options = Options();
-    options.requestMemory = 16 << 20;
-    FakeListener fake(0, options);
+    FakeListener fake(0, Options([](auto& o) { o.requestMemory = 16 << 20; }));
     wire::Request save;
     save.kind = wire::RequestKind::ApplyUpdates;
     save.changes.commandText = QString(6 << 20, u'x');
@@ -498,11 +484,4 @@ TEST_P(ListenerTest, WhoConnectsWithoutEndIsHeldUpBeforeItCostsAnything)
         ASSERT_TRUE(socket.waitForConnected(5000));
     }
     EXPECT_TRUE(fake.Logged(u"connects too often"_s));
-}
-
-int main(int argc, char** argv)
-{
-    testing::InitGoogleTest(&argc, argv);
-    const QCoreApplication application(argc, argv);
-    return RUN_ALL_TESTS();
 }

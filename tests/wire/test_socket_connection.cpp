@@ -9,10 +9,7 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QTemporaryDir>
 #include <QThread>
-
-#include <gtest/gtest.h>
 
 #include <thread>
 
@@ -32,6 +29,19 @@ wire::Request ApplyRequest(TSocketConnectionEx& connection, int rows)
     for (int row = 0; row < rows; ++row)
         request.changes.rows.push_back({wire::ChangeKind::Delete, quint32(row), {}});
     return request;
+}
+
+// Logged in over TCP.
+void Open(TSocketConnectionEx& connection, const TConnectOptions& way)
+{
+    connection.SetTransport(MakeTcpTransport(way));
+    connection.Open(u"hq"_s, u"right"_s);
+}
+void Open(TSocketConnectionEx& connection, quint16 port)
+{
+    TConnectOptions way;
+    way.addresses = {{u"127.0.0.1"_s, port}};
+    Open(connection, way);
 }
 
 qint64 RowsOf(TSocketConnectionEx& connection, const QString& text)
@@ -74,23 +84,23 @@ TEST(SocketConnectionTest, TracesEveryTextAndNoPassword)
     FakeListener fake;
     TSocketConnectionEx connection;
     connection.SetTransport(MakeTcpTransport(u"127.0.0.1"_s, fake.Port()));
-    std::vector<TTraceEntry> trace;
-    connection.OnTrace = [&](const TTraceEntry& entry) { trace.push_back(entry); };
+    QStringList trace;
+    connection.OnTrace = [&](const TTraceEntry& entry) {
+        trace += u"%1 %2 %3%4"_s.arg(entry.kind, entry.text)
+                     .arg(entry.rows)
+                     .arg(entry.error.isEmpty() ? u"" : u" failed");
+        EXPECT_FALSE((entry.text + entry.error).contains(u"right"));
+    };
     connection.Open(u"hq"_s, u"right"_s);
     RowsOf(connection, u"rows 7"_s);
     EXPECT_EQ(KindOf([&] { RowsOf(connection, u"fail"_s); }), ErrorKind::Syntax);
     RowKeeper nothing;
     connection.Send(ApplyRequest(connection, 3), nothing);
-    ASSERT_EQ(trace.size(), 4u);
-    EXPECT_EQ(trace[0].kind, u"login"_s);
-    EXPECT_EQ(trace[1].kind, u"query"_s);
-    EXPECT_EQ(trace[1].text, u"rows 7"_s);
-    EXPECT_EQ(trace[1].rows, 7);
-    EXPECT_FALSE(trace[2].error.isEmpty());
-    EXPECT_EQ(trace[3].kind, u"apply"_s);
-    EXPECT_EQ(trace[3].rows, 3);
-    for (const TTraceEntry& entry : trace)
-        EXPECT_FALSE((entry.text + entry.error).contains(u"right"));
+    ASSERT_EQ(trace.size(), 4);
+    EXPECT_TRUE(trace[0].startsWith(u"login "_s)) << qUtf8Printable(trace[0]);
+    EXPECT_EQ(trace[1], u"query rows 7 7"_s);
+    EXPECT_TRUE(trace[2].startsWith(u"query fail "_s) && trace[2].endsWith(u" failed"_s));
+    EXPECT_TRUE(trace[3].startsWith(u"apply "_s) && trace[3].endsWith(u" 3"_s));
 }
 
 TEST(SocketConnectionTest, ReconnectsAndLogsInAgainAfterTheServerWasRestarted)
@@ -98,8 +108,7 @@ TEST(SocketConnectionTest, ReconnectsAndLogsInAgainAfterTheServerWasRestarted)
     auto fake = std::make_unique<FakeListener>();
     const quint16 port = fake->Port();
     TSocketConnectionEx connection;
-    connection.SetTransport(MakeTcpTransport(u"127.0.0.1"_s, port));
-    connection.Open(u"hq"_s, u"right"_s);
+    Open(connection, port);
     connection.QueryPatience = 200;
     EXPECT_EQ(RowsOf(connection, u"rows 1"_s), 1);
 
@@ -141,8 +150,7 @@ TEST(SocketConnectionTest, AReplyThatBreaksOffIsNotBegunAgain)
 {
     FakeListener fake;
     TSocketConnectionEx connection;
-    connection.SetTransport(MakeTcpTransport(u"127.0.0.1"_s, fake.Port()));
-    connection.Open(u"hq"_s, u"right"_s);
+    Open(connection, fake.Port());
 
     // A receiver that gives up in the middle: the rest of the reply must not be taken for the next one's.
     struct : RowKeeper {
@@ -172,8 +180,7 @@ TEST(SocketConnectionTest, ABreakBetweenTwoRequestsIsSeenByTheEventLoop)
 {
     FakeListener fake;
     TSocketConnectionEx connection;
-    connection.SetTransport(MakeTcpTransport(u"127.0.0.1"_s, fake.Port()));
-    connection.Open(u"hq"_s, u"right"_s);
+    Open(connection, fake.Port());
     const quint16 port = fake.Port();
     fake.listener.reset();
     const FakeListener next(port);
@@ -209,8 +216,7 @@ TEST_F(ServersTest, WorkGoesOnAtTheNextServer)
     FakeListener second;
     const TConnectOptions way = WayTo({first->Port(), second.Port()});
     TSocketConnectionEx connection;
-    connection.SetTransport(MakeTcpTransport(way));
-    connection.Open(u"hq"_s, u"right"_s);
+    Open(connection, way);
     EXPECT_EQ(RowsOf(connection, u"rows 1"_s), 1);
     EXPECT_EQ(first->server.Logins, 1);
 
@@ -222,8 +228,7 @@ TEST_F(ServersTest, WorkGoesOnAtTheNextServer)
     // Others begin where the last one found an answer, also when the first is back.
     first = std::make_unique<FakeListener>(port);
     TSocketConnectionEx other;
-    other.SetTransport(MakeTcpTransport(way));
-    other.Open(u"hq"_s, u"right"_s);
+    Open(other, way);
     EXPECT_EQ(second.server.Logins, 2);
     EXPECT_EQ(first->server.Logins, 0);
 
@@ -239,8 +244,7 @@ TEST_F(ServersTest, AServerThatIsFullIsPassedBy)
     const FakeListener full(0, options);
     FakeListener other;
     TSocketConnectionEx connection;
-    connection.SetTransport(MakeTcpTransport(WayTo({full.Port(), other.Port()})));
-    connection.Open(u"hq"_s, u"right"_s);
+    Open(connection, WayTo({full.Port(), other.Port()}));
     EXPECT_EQ(other.server.Logins, 1);
     // A refusal that any of them would repeat is not taken elsewhere.
     EXPECT_EQ(KindOf([&] { connection.Open(u"hq"_s, u"wrong"_s); }), ErrorKind::Login);
@@ -251,8 +255,7 @@ TEST_F(ServersTest, ASaveWaitsForAServerThatComesBack)
     auto fake = std::make_unique<FakeListener>();
     const quint16 port = fake->Port();
     TSocketConnectionEx connection;
-    connection.SetTransport(MakeTcpTransport(WayTo({port})));
-    connection.Open(u"hq"_s, u"right"_s);
+    Open(connection, WayTo({port}));
     fake.reset();
     std::thread restart([&] {
         QThread::msleep(500);
@@ -280,8 +283,7 @@ TEST_F(ServersTest, WhereNobodyAnswersNobodyIsKeptWaiting)
 {
     auto fake = std::make_unique<FakeListener>();
     TSocketConnectionEx connection;
-    connection.SetTransport(MakeTcpTransport(WayTo({fake->Port()})));
-    connection.Open(u"hq"_s, u"right"_s);
+    Open(connection, WayTo({fake->Port()}));
     connection.QueryPatience = 500;
     const quint16 port = fake->Port();
     fake.reset();
@@ -410,11 +412,4 @@ TEST(ServerAddressTest, AreReadAsTyped)
     for (const QString& host : {u"localhost"_s, u"127.0.0.1"_s, u"::1"_s})
         EXPECT_TRUE((TServerAddress{host}.IsLoopback()));
     EXPECT_FALSE((TServerAddress{u"localhost.example"_s}.IsLoopback()));
-}
-
-int main(int argc, char** argv)
-{
-    testing::InitGoogleTest(&argc, argv);
-    const QCoreApplication application(argc, argv);
-    return RUN_ALL_TESTS();
 }

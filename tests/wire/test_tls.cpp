@@ -289,10 +289,3 @@ TEST(Tls, CiphersWithoutForwardSecrecyOrSealAreNotSpoken)
     EXPECT_TRUE(speaks(u"ECDHE-ECDSA-AES128-GCM-SHA256"_s));
     EXPECT_FALSE(speaks(u"ECDHE-ECDSA-AES128-SHA"_s));
 }
-
-int main(int argc, char** argv)
-{
-    testing::InitGoogleTest(&argc, argv);
-    const QCoreApplication application(argc, argv);
-    return RUN_ALL_TESTS();
-}

@@ -225,6 +225,13 @@ std::vector<Case> ReadCases()
     return cases;
 }
 
+QString TextOf(const QString& name)
+{
+    const std::vector<Case> cases = ReadCases();
+    const auto found = std::ranges::find(cases, name, &Case::name);
+    return found == cases.end() ? QString() : found->sql;
+}
+
 QString Check(const Case& which, Backend& backend)
 {
     try {

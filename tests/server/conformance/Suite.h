@@ -68,6 +68,8 @@ wire::DateTime Now();
 // Both raise wire::Error (Usage) with file and line where the data are malformed.
 std::vector<TableRows> ReadTables();
 std::vector<Case> ReadCases();
+// The text of the first case of that name; nothing where there is none.
+QString TextOf(const QString& name);
 
 // Runs one case; what is wrong with its outcome, or nothing.
 QString Check(const Case& which, Backend& backend);

@@ -1,12 +1,11 @@
 #include "tests/system/chaos/ServerGroup.h"
 
+#include "tests/support/ServerProcess.h"
 #include "tests/system/Desk.h"
 #include "wire/Error.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QTcpServer>
-#include <QTcpSocket>
 
 #include <libpq-fe.h>
 
@@ -21,13 +20,6 @@ constexpr int kServers = 2;
 constexpr int kStartMilliseconds = 300'000; // with the making of demo data
 constexpr int kRestartMilliseconds = 1'000; // as the service manager's own pause
 constexpr int kStopMilliseconds = 60'000;
-
-int FreePort()
-{
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost);
-    return probe.serverPort();
-}
 
 std::vector<QStringList> AskPostgres(const QString& uri, const QString& sqlText)
 {
@@ -97,7 +89,7 @@ void ServerGroup::AddServer(const QStringList& storage, const QString& demo)
     server.log = folder_ + u"/server-%1.log"_s.arg(servers_.size());
     server.process.setStandardOutputFile(server.log, QIODevice::Append);
     Start(server);
-    AwaitAnswer(server);
+    AwaitServer(server.process, server.port, kStartMilliseconds, u"; see "_s + server.log);
     server.proxy = std::make_unique<FaultProxy>(u"127.0.0.1"_s, quint16(server.port));
     addresses_.push_back({u"127.0.0.1"_s, server.proxy->Port()});
 }
@@ -107,19 +99,6 @@ void ServerGroup::Start(Server& server)
     server.stopped = false;
     server.restart = QDeadlineTimer(QDeadlineTimer::Forever);
     server.process.start(QCoreApplication::applicationDirPath() + u"/zelmor-server"_s, server.arguments);
-}
-
-void ServerGroup::AwaitAnswer(Server& server)
-{
-    for (const QDeadlineTimer deadline(kStartMilliseconds); !deadline.hasExpired();) {
-        QTcpSocket probe;
-        probe.connectToHost(u"127.0.0.1"_s, quint16(server.port));
-        if (probe.waitForConnected(500))
-            return;
-        if (server.process.waitForFinished(50))
-            break;
-    }
-    throw Error(ErrorKind::Connection, u"zelmor-server did not start; see %1"_s.arg(server.log));
 }
 
 void ServerGroup::Kill(int server)

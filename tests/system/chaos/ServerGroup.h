@@ -67,7 +67,6 @@ private:
 
     void AddServer(const QStringList& storage, const QString& demo);
     void Start(Server& server);
-    void AwaitAnswer(Server& server);
     void RunClusterScript(const QStringList& arguments);
 
     const Storage storage_;

@@ -1,11 +1,11 @@
 #include "tests/system/chaos/WatchedServer.h"
 
+#include "tests/support/ServerProcess.h"
 #include "wire/Error.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QTcpServer>
 
 #include <csignal>
 
@@ -15,13 +15,6 @@ using wire::ErrorKind;
 
 namespace chaos {
 namespace {
-
-int FreePort()
-{
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost);
-    return probe.serverPort();
-}
 
 QByteArray TextOf(const QString& path)
 {
