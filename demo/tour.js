@@ -18,5 +18,6 @@ include("tour/lists.js");
 include("tour/preferences.js");
 include("tour/collect.js");
 include("tour/keyboard.js");
+include("tour/road.js");
 include("tour/desk.js");
 print("Tour complete.");
