@@ -179,6 +179,7 @@ void TClientDataSetEx::Private::OpenOn(RowStore fetched)
 {
     const bool sameColumns = fetched.Infos() == rows.Infos();
     valueFilters.Forget();
+    gathered.clear();
     rows = std::move(fetched);
     if (!sameColumns) {
         names.Build(rows.Infos());
@@ -228,6 +229,7 @@ void TClientDataSetEx::Private::Abandon() noexcept
     lookup.Clear();
     undo.Clear();
     valueFilters.Forget();
+    gathered.clear();
     unresolved.reset();
     SetState(TDataSetState::Inactive);
     if (wasOpen) {

@@ -168,6 +168,10 @@ public:
         int rows = 0;
     };
     std::vector<ValueCount> CountValues(int field) const;
+    // These rows first, in this order, the others after them in theirs; none ends it, and so does opening the
+    // dataset anew. The cursor stays on its row.
+    void GatherRows(std::vector<TBookmark> rows);
+    int GatheredCount() const noexcept;
     // Whether the row is there, in view or not.
     bool HasRow(TBookmark bookmark) const noexcept;
     // The rows in view without conditions on values.

@@ -87,6 +87,7 @@ public:
     void RebuildView(RowNumber current);
     bool PassesFilter(RowNumber row);
     void BindValueFilters(int without = -1);
+    void PutGatheredFirst(std::vector<RowNumber>& order) const;
     // Of the active index, none without one; fields that the dataset lacks come out as -1.
     std::vector<SortKey> ActiveKeys() const;
     bool Matches(RowNumber row, const WantedCell& wanted) const;
@@ -138,6 +139,7 @@ public:
     RowFilter filter;
     bool filtered = false;
     ValueFilters valueFilters;
+    std::vector<TBookmark> gathered; // before the others
     RowNumber filterRow = kNoRow; // the row that a filter handler looks at
     std::map<QString, Index> indexes;
     QString indexName;

@@ -300,6 +300,39 @@ std::vector<TClientDataSetEx::ValueCount> TClientDataSetEx::CountValues(int fiel
     return counts;
 }
 
+void TClientDataSetEx::GatherRows(std::vector<TBookmark> rows)
+{
+    if (!Active() || (rows.empty() && d_->gathered.empty()))
+        return;
+    d_->Settle();
+    d_->gathered = std::move(rows);
+    d_->RebuildView(d_->CurrentRow());
+}
+
+int TClientDataSetEx::GatheredCount() const noexcept
+{
+    return int(d_->gathered.size());
+}
+
+void TClientDataSetEx::Private::PutGatheredFirst(std::vector<RowNumber>& order) const
+{
+    enum : char { Out, InView, Placed };
+    std::vector<char> places(rows.RowCount(), Out);
+    for (const RowNumber row : order)
+        places[row] = InView;
+    std::vector<RowNumber> arranged;
+    arranged.reserve(order.size());
+    for (const TBookmark row : gathered) {
+        if (row == 0 || row > rows.RowCount() || places[row - 1] != InView)
+            continue;
+        places[row - 1] = Placed;
+        arranged.push_back(row - 1);
+    }
+    std::ranges::copy_if(
+        order, std::back_inserter(arranged), [&](RowNumber row) { return places[row] == InView; });
+    order = std::move(arranged);
+}
+
 bool TClientDataSetEx::HasRow(TBookmark bookmark) const noexcept
 {
     return bookmark != 0 && Active() && d_->rows.IsLive(bookmark - 1);
@@ -323,7 +356,7 @@ void TClientDataSetEx::Private::RebuildView(RowNumber current)
     const std::vector<SortKey> keys = ActiveKeys();
     if (narrowed)
         BindValueFilters();
-    if (!filtering && !narrowed && keys.empty() && !rows.HasHidden()) {
+    if (!filtering && !narrowed && keys.empty() && gathered.empty() && !rows.HasHidden()) {
         view.SetAll(rows.RowCount());
     } else {
         std::vector<RowNumber> order;
@@ -334,6 +367,8 @@ void TClientDataSetEx::Private::RebuildView(RowNumber current)
                 order.push_back(row);
         if (!keys.empty())
             SortRows(rows, ranks, keys, order);
+        if (!gathered.empty())
+            PutGatheredFirst(order);
         view.SetRows(std::move(order));
     }
     const int kept = view.IndexOf(current);
