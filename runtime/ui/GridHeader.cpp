@@ -111,6 +111,12 @@ QRect TGridHeader::CellRect(const Cell& cell) const
         left, cell.level * line, right - left, cell.levels * line + (cell.level + cell.levels == levels_)};
 }
 
+QRect TGridHeader::SeenOf(const Cell& cell) const
+{
+    const int left = cell.first < grid_->d_->frozen ? 0 : grid_->d_->FrozenWidth();
+    return CellRect(cell).intersected(QRect(left, 0, viewport()->width() - left, height()));
+}
+
 void TGridHeader::paintEvent(QPaintEvent*)
 {
     QPainter painter(viewport());
@@ -153,6 +159,10 @@ void TGridHeader::PaintCell(QPainter& painter, const Cell& cell)
     painter.drawLine(rect.bottomLeft(), rect.bottomRight());
 
     QRect inner = rect.adjusted(3, 1, -4, -2);
+    if (!cell.leaf) // the name of a group stands over what is to be seen of it
+        inner = inner.intersected(SeenOf(cell).adjusted(3, 0, -4, 0));
+    if (inner.isEmpty())
+        return;
     const bool filtered = cell.leaf && HasFilter(cell.first);
     if (const QRect funnel = cell.leaf ? FunnelRect(cell.first) : QRect();
         !funnel.isEmpty() && (hot || filtered)) {
@@ -365,6 +375,17 @@ void TGridHeader::FitColumn(int column)
 // Which columns are shown, and the ways back.
 void TGridHeader::contextMenuEvent(QContextMenuEvent* event)
 {
+    ShowMenu(ColumnAt(event->pos().x()), event->globalPos());
+}
+
+void TGridHeader::ShowMenu(int column)
+{
+    const QPoint below(std::max(0, grid_->d_->ColumnLeft(column)), height());
+    ShowMenu(column, viewport()->mapToGlobal(below));
+}
+
+void TGridHeader::ShowMenu(int at, const QPoint& place)
+{
     TickMenu menu(this);
     for (int column = 0; column < grid_->ColumnCount(); ++column) {
         // A column without a caption was not made to be chosen.
@@ -379,12 +400,12 @@ void TGridHeader::contextMenuEvent(QContextMenuEvent* event)
     QAction* unsorted = menu.addAction(u"清除排序"_s, grid_, &TDBGridEh::ClearSortMarkers);
     unsorted->setEnabled(sorted);
     menu.addAction(u"恢复默认列"_s, grid_, &TDBGridEh::RestoreDefaultColumns);
-    if (const int column = ColumnAt(event->pos().x()); column >= 0) {
-        const bool last = column + 1 == grid_->FrozenCols();
+    if (at >= 0) {
+        const bool last = at + 1 == grid_->FrozenCols();
         menu.addAction(last ? u"取消冻结"_s : u"冻结到此列"_s, grid_,
-            [this, frozen = last ? 0 : column + 1] { grid_->SetFrozenCols(frozen); });
+            [this, frozen = last ? 0 : at + 1] { grid_->SetFrozenCols(frozen); });
     }
-    menu.exec(event->globalPos());
+    menu.exec(place);
 }
 
 void TGridHeader::OfferColumn(QMenu& menu, int column)

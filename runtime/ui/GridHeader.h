@@ -17,6 +17,8 @@ public:
     QSize sizeHint() const override;
     // Called when titles or columns changed.
     void Relayout();
+    // Which columns are shown, frozen and sorted; under the column's title.
+    void ShowMenu(int column);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -32,6 +34,7 @@ private:
     using Cell = TTitleCell; // columns are the grid's
     int LineHeight() const;
     QRect CellRect(const Cell& cell) const;
+    QRect SeenOf(const Cell& cell) const; // what of it lies in the window, beside the frozen columns
     void PaintCell(QPainter& painter, const Cell& cell);
     bool HasFilter(int column) const;
     QRect FunnelRect(int column) const; // the lower right corner of its title; empty where it has none
@@ -40,6 +43,7 @@ private:
     int DropPlace(int x) const;
     void FitColumn(int column);
     void OfferColumn(QMenu& menu, int column);
+    void ShowMenu(int column, const QPoint& place);
 
     TDBGridEh* grid_;
     std::vector<Cell> cells_;

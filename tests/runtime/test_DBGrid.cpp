@@ -422,6 +422,30 @@ TEST_F(DBGridTest, TypingInAReadOnlyColumnSearches)
     EXPECT_EQ(orders.RecNo(), 2);
 }
 
+TEST_F(DBGridTest, AGroupsNameStandsOverWhatIsVisibleOfIt)
+{
+    Open({Titled(u"ID", u"物流号", 100), Titled(u"STATUS", u"客户|一", 700), Titled(u"SITE", u"客户|二", 700),
+        Titled(u"AMOUNT", u"金额", 700)});
+    grid.SetFrozenCols(1);
+    const auto middleOfName = [&] {
+        const QImage picture = grid.horizontalHeader()->viewport()->grab().toImage();
+        int first = -1, last = -1;
+        for (int x = grid.columnWidth(0) + 4; x < picture.width() - 4; ++x) {
+            if (qGray(picture.pixel(x, QFontMetrics(grid.font()).height() / 2 + 3)) < 120) {
+                first = first < 0 ? x : first;
+                last = x;
+            }
+        }
+        return first < 0 ? -1 : (first + last) / 2;
+    };
+    const int width = grid.viewport()->width();
+    for (const int scrolled : {0, 300, 1100}) { // as wide as the window; its last 300 pixels
+        grid.horizontalScrollBar()->setValue(scrolled);
+        const int end = std::min(width, 100 + 1400 - scrolled);
+        EXPECT_NEAR(middleOfName(), (100 + end) / 2, 8) << scrolled;
+    }
+}
+
 TEST_F(DBGridTest, AFoundCellIsColouredAndShownWithItsNeighbours)
 {
     std::vector<Row> rows;
