@@ -2,6 +2,7 @@
 
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBGridPrivate.h"
+#include "runtime/ui/FindBar.h"
 #include "runtime/ui/Forms.h"
 #include "runtime/ui/ListStyle.h"
 #include "runtime/ui/Style.h"
@@ -388,8 +389,12 @@ void TDBGridEh::updateGeometries()
     d_->placing = true;
     const int left = d_->indicator->isHidden() ? 0 : d_->indicator->sizeHint().width();
     const int top = d_->header->isHidden() ? 0 : d_->header->sizeHint().height();
-    setViewportMargins(left, top, 0, d_->FooterHeight());
+    const int findBar = d_->FindBarHeight();
+    setViewportMargins(left, findBar + top, 0, d_->FooterHeight());
     const QRect area = viewport()->geometry();
+    if (d_->findBar)
+        d_->findBar->setGeometry(
+            area.left() - left, area.top() - top - findBar, area.width() + left, findBar);
     d_->indicator->setGeometry(area.left() - left, area.top(), left, area.height());
     d_->header->setGeometry(area.left(), area.top() - top, area.width(), top);
     d_->footer->setGeometry(area.left() - left, area.bottom() + 1, area.width() + left, d_->FooterHeight());

@@ -16,6 +16,7 @@
 class QMenu;
 class TDBGridEh;
 class TDBLookupComboboxEh;
+struct TActionKey;
 
 enum class TAlignment { Left, Right, Center };
 enum class TSortMarker { None, Up, Down }; // Up: ascending
@@ -203,10 +204,11 @@ public:
     bool CommitEditor();
 
     // Jumps to the next row whose current column contains the text, brings the cell and its neighbours into
-    // sight and colours it until the current cell changes; the host's search box and the find dialog (Ctrl+F)
-    // use it. False when there is none.
+    // sight and colours it until the current cell changes; the host's search box uses it. False when there is
+    // none.
     bool FindText(const QString& text, bool fromCurrent = true, bool backwards = false);
-    void ShowFindDialog();
+    // What the list does by keys, in the order of a cell's menu.
+    std::vector<TActionKey> Keys() const;
 
     // Handlers.
     std::function<void(const TColumnEh& column, int viewRow, TCellParams& params)> OnGetCellParams;
@@ -235,6 +237,7 @@ public:
 Q_SIGNALS:
     void ColumnsChanged();
     void FiltersChanged();
+    void SelectionChanged(); // the rows selected, or the current column
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -263,6 +266,8 @@ private:
     friend class TGridFooter;
     friend class TGridIndicator;
     friend class TFilterPopup;
+    friend class TFindBar;
+    friend class TGridFind;
     class Private;
     std::unique_ptr<Private> d_;
 };

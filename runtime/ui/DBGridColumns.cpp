@@ -238,6 +238,7 @@ void TDBGridEh::SetSelectedIndex(int column)
         return;
     d_->currentColumn = column;
     d_->FollowCursor();
+    Q_EMIT SelectionChanged();
 }
 
 QString TDBGridEh::SelectedField() const
@@ -325,6 +326,7 @@ void TDBGridEh::Private::ApplySorting()
             descending += column->info.fieldName;
     }
     Guarded([&] {
+        open->GatherRows({}); // the order that was asked for last
         if (fields.isEmpty()) {
             if (open->IndexName() == kSortIndex) {
                 open->SetIndexName({});

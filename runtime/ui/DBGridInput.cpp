@@ -1,6 +1,7 @@
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBControls.h"
 #include "runtime/ui/DBGridPrivate.h"
+#include "runtime/ui/FindBar.h"
 
 #include <QApplication>
 #include <QHelpEvent>
@@ -59,6 +60,8 @@ bool TDBGridEh::Private::MoveTo(int viewRow, int column)
     const bool entered = column != currentColumn;
     currentColumn = column;
     FollowCursor();
+    if (entered)
+        Q_EMIT q->SelectionChanged();
     if (entered && q->OnColEnter)
         Guarded(q->OnColEnter);
     return true;
@@ -113,6 +116,8 @@ void TDBGridEh::Private::Escape()
         CloseEditor();
     else if (open && open->State() != TDataSetState::Browse)
         Guarded([&] { open->Cancel(); });
+    else if (findBar)
+        findBar->Close();
     else {
         found = {};
         q->ClearSelectedRows();
@@ -161,7 +166,7 @@ bool TDBGridEh::Private::Navigate(QKeyEvent* event)
     }
 }
 
-bool TDBGridEh::Private::Command(QKeyEvent* event)
+bool TDBGridEh::Private::HandleKey(QKeyEvent* event)
 {
     const bool control = event->modifiers() & Qt::ControlModifier;
     TClientDataSetEx* open = OpenDataSet();
@@ -172,26 +177,24 @@ bool TDBGridEh::Private::Command(QKeyEvent* event)
         return !control && MoveOn(-1);
     case Qt::Key_Return:
     case Qt::Key_Enter:
+        if (q->ReadOnly && q->OnDblClick && !(event->modifiers() & ~Qt::KeypadModifier)) {
+            if (CurrentRow() >= 0)
+                Guarded(q->OnDblClick);
+            return true;
+        }
         MoveOn(event->modifiers() & Qt::ShiftModifier ? -1 : 1);
         return true;
     case Qt::Key_Escape: {
-        const bool something =
-            editor || found.row || !selected.empty() || (open && open->State() != TDataSetState::Browse);
+        const bool something = editor || findBar || found.row || selected.size() > 1
+            || (open && open->State() != TDataSetState::Browse);
         Escape();
         return something;
     }
-    case Qt::Key_F2:
-        q->EditCurrentCell();
-        return true;
     case Qt::Key_F4:
     case Qt::Key_Down: // with Alt; without it, a movement
         if (q->EditCurrentCell())
             DropDownEditor();
         return true;
-    case Qt::Key_F3:
-        if (!lastFound.isEmpty())
-            q->FindText(lastFound, true, event->modifiers() & Qt::ShiftModifier);
-        return !lastFound.isEmpty();
     case Qt::Key_Insert:
         if (!q->AllowInsert || q->ReadOnly || !open || !PostRow())
             return false;
@@ -206,38 +209,6 @@ bool TDBGridEh::Private::Command(QKeyEvent* event)
                 == TMessageResult::Ok)
             Guarded([&] { open->Delete(); });
         return true;
-    case Qt::Key_A:
-        if (control)
-            q->selectAll();
-        return control;
-    case Qt::Key_C:
-        if (control)
-            CopyRows(event->modifiers() & Qt::ShiftModifier);
-        return control;
-    case Qt::Key_F:
-        if (control)
-            q->ShowFindDialog();
-        return control;
-    case Qt::Key_V:
-        if (control)
-            Paste();
-        return control;
-    case Qt::Key_L:
-        if (control && CanFilter(currentColumn)) {
-            if (event->modifiers() & Qt::ShiftModifier)
-                q->ShowFilter(currentColumn);
-            else
-                q->FilterByCurrentValue();
-        }
-        return control;
-    case Qt::Key_Z:
-        if (control)
-            event->modifiers() & Qt::ShiftModifier ? UndoRow() : UndoStep();
-        return control;
-    case Qt::Key_Y:
-        if (control)
-            RedoStep();
-        return control;
     case Qt::Key_Space:
         if (control && CurrentRow() >= 0) {
             SelectToggle(CurrentRow());
@@ -263,7 +234,7 @@ void TDBGridEh::keyPressEvent(QKeyEvent* event)
             return;
     }
     event->accept();
-    if (d_->Navigate(event) || d_->Command(event))
+    if (d_->RunCommand(*event) || d_->Navigate(event) || d_->HandleKey(event))
         return;
     const QString typed = event->text();
     const bool printable = !typed.isEmpty() && typed[0].isPrint()

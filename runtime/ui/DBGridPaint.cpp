@@ -1,4 +1,5 @@
 #include "runtime/ui/DBGridPrivate.h"
+#include "runtime/ui/GridFind.h"
 #include "runtime/ui/ListStyle.h"
 #include "runtime/ui/Style.h"
 #include "wire/Error.h"
@@ -201,6 +202,8 @@ void TDBGridEh::Private::PaintCell(
         left = inner.left() + (inner.width() - width) / 2;
     if (column == found.column && IsFound(viewRow, column))
         PaintFound(painter, inner, text, left);
+    if (hits)
+        PaintHit(painter, inner, text, left, column);
     texts.Draw(painter, left, rect.top() + (rect.height() - metrics.height()) / 2);
     if (unknown)
         PaintUnknown(painter, inner, entry, left + width);
@@ -228,6 +231,22 @@ void TDBGridEh::Private::PaintFound(QPainter& painter, const QRect& inner, const
     const QRect letters(left + metrics.horizontalAdvance(text.left(at)), inner.top(),
         metrics.horizontalAdvance(text.mid(at, lastFound.size())), inner.height());
     painter.fillRect(letters.intersected(inner), FoundTextColor());
+}
+
+// Letters found by the line above the titles, told from other marks by the line under them too; all of the
+// cell where it cuts them off.
+void TDBGridEh::Private::PaintHit(
+    QPainter& painter, const QRect& inner, const QString& text, int left, int column)
+{
+    const auto [at, length] = hits->HitIn(column, text);
+    if (at < 0)
+        return;
+    const QFontMetrics& metrics = q->fontMetrics();
+    QRect letters(left + metrics.horizontalAdvance(text.left(at)), inner.top(),
+        metrics.horizontalAdvance(text.mid(at, length)), inner.height());
+    letters = letters.right() > inner.right() + 1 ? inner : letters.intersected(inner);
+    painter.fillRect(letters, HitTextColor());
+    painter.fillRect(letters.left(), letters.bottom() - 1, letters.width(), 2, HitLineColor());
 }
 
 // Beside the text, where it leaves room: why it has that colour.

@@ -10,9 +10,12 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <span>
 #include <unordered_set>
 
 class QMenu;
+class TFindBar;
+class TGridFind;
 
 // One column with what the grid knows of it beyond its description.
 struct TGridColumn {
@@ -136,10 +139,25 @@ public:
     } found;
     void ShowFound(int viewRow, int column);
     bool IsFound(int viewRow, int column) const;
+    // The line that finds in the list, while it is there, and what it marks.
+    TFindBar* findBar = nullptr;
+    const TGridFind* hits = nullptr;
+    QString findText; // of last time
+    bool findInColumn = false;
+    int FindBarHeight() const;
+    bool GoToHit(int viewRow, int column);
+    void ShowNeighbours(int viewRow);
+    void FindAgain(bool backwards);
+    void PaintHit(QPainter& painter, const QRect& inner, const QString& text, int left, int column);
     void SearchTyped(const QString& typed);
     bool Navigate(QKeyEvent* event);
-    bool Command(QKeyEvent* event);
+    bool HandleKey(QKeyEvent* event);
+    struct Command;
+    static std::span<const Command> Commands();
+    bool RunCommand(const QKeyEvent& event);
     void Escape();
+    bool MayUndo() const { return OpenDataSet() && OpenDataSet()->CanUndo(); }
+    bool MayRedo() const { return OpenDataSet() && OpenDataSet()->CanRedo(); }
     void UndoStep();
     void RedoStep();
     void UndoRow();

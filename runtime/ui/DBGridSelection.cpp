@@ -28,6 +28,7 @@ void TDBGridEh::SelectRows(const std::vector<TBookmark>& rows)
     d_->anchor = rows.empty() ? 0 : rows.back();
     viewport()->update();
     d_->indicator->viewport()->update();
+    Q_EMIT SelectionChanged();
 }
 
 void TDBGridEh::ClearSelectedRows()
@@ -63,6 +64,7 @@ void TDBGridEh::Private::SelectToggle(int viewRow)
         selected.insert(bookmark);
     anchor = bookmark;
     UpdateRow(viewRow);
+    Q_EMIT q->SelectionChanged();
 }
 
 // Everything between the row where the selection began and this one.
@@ -78,6 +80,7 @@ void TDBGridEh::Private::SelectTo(int viewRow)
     anchor = keep;
     q->viewport()->update();
     indicator->viewport()->update();
+    Q_EMIT q->SelectionChanged();
 }
 
 // A row that the user goes to by key is selected as one that is clicked.

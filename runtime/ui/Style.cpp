@@ -112,6 +112,16 @@ QColor FoundTextColor()
     return ListStyle().found;
 }
 
+QColor HitTextColor()
+{
+    return {0xa8, 0xe3, 0xd4};
+}
+
+QColor HitLineColor()
+{
+    return {0x00, 0x69, 0x5c};
+}
+
 QIcon DropDownIcon()
 {
     QIcon icon;

@@ -29,6 +29,9 @@ RUNTIME_EXPORT QColor ChangedCellColor();
 // Behind the cell that a search found, and behind the letters found in it.
 RUNTIME_EXPORT QColor FoundCellColor();
 RUNTIME_EXPORT QColor FoundTextColor();
+// Behind and under the letters of every hit that a list's own search marks.
+RUNTIME_EXPORT QColor HitTextColor();
+RUNTIME_EXPORT QColor HitLineColor();
 
 // The little arrow of drop-down buttons.
 RUNTIME_EXPORT QIcon DropDownIcon();
