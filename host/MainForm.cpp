@@ -6,8 +6,10 @@
 #include "host/WindowList.h"
 #include "runtime/ScreenTable.h"
 #include "runtime/data/ClientDataSet.h"
+#include "runtime/ui/ActionKeys.h"
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBGrid.h"
+#include "runtime/ui/SelectionSum.h"
 
 #include <QAbstractButton>
 #include <QCloseEvent>
@@ -332,19 +334,19 @@ void TMainForm::BuildToolBar()
     queryAction_ = bar->addAction(style()->standardIcon(QStyle::SP_BrowserReload), u"查询"_s, this,
         [this] { PressScreenButton(kQueryButton); });
     queryAction_->setObjectName(u"QueryAction"_s);
-    queryAction_->setShortcut(QKeySequence(Qt::Key_F5));
+    queryAction_->setShortcut(QKeySequence(QString::fromUtf16(kQueryKey)));
     queryAction_->setToolTip(u"当前窗口的查询（F5）"_s);
     saveAction_ = bar->addAction(style()->standardIcon(QStyle::SP_DialogSaveButton), u"保存"_s, this,
         [this] { PressScreenButton(kSaveButton); });
     saveAction_->setObjectName(u"SaveAction"_s);
-    saveAction_->setShortcut(QKeySequence(u"Ctrl+S"_s));
+    saveAction_->setShortcut(QKeySequence(QString::fromUtf16(kSaveKey)));
     saveAction_->setToolTip(u"当前窗口的保存（Ctrl+S）"_s);
     exportAction_ = bar->addAction(style()->standardIcon(QStyle::SP_FileIcon), u"导出"_s, this, [this] {
         if (QAction* action = ListAction(kExportAction))
             action->trigger();
     });
     exportAction_->setObjectName(u"ExportListAction"_s);
-    exportAction_->setShortcut(QKeySequence(u"Ctrl+E"_s));
+    exportAction_->setShortcut(QKeySequence(QString::fromUtf16(kExportKey)));
     exportAction_->setToolTip(u"把当前窗口的列表导出到文件（Ctrl+E）"_s);
     printAction_ =
         bar->addAction(style()->standardIcon(QStyle::SP_FileDialogContentsView), u"打印"_s, this, [this] {
@@ -377,6 +379,7 @@ void TMainForm::BuildToolBar()
 
 void TMainForm::BuildStatusBar()
 {
+    statusBar()->addWidget(new TSelectionSum);
     siteLabel_ = new TStatusLabel;
     siteLabel_->setObjectName(u"SiteLabel"_s);
     employeeLabel_ = new TStatusLabel;
@@ -410,20 +413,8 @@ QAbstractButton* TMainForm::ScreenButton(const char* property) const
 
 void TMainForm::PressScreenButton(const char* property)
 {
-    QAbstractButton* button = ScreenButton(property);
-    if (!button || !button->isEnabled())
-        return;
-    // Leaving a field writes what was typed into it, as it does when the button itself is pressed; afterwards
-    // the user goes on where they were.
-    const QPointer<QWidget> before = focusWidget();
-    if (button->isVisible())
-        button->setFocus();
-    else if (before) // pressed from here alone
-        before->clearFocus();
-    const QPointer<QWidget> meanwhile = focusWidget();
-    button->click();
-    if (before && before->isVisible() && focusWidget() == meanwhile)
-        before->setFocus();
+    if (QAbstractButton* button = ScreenButton(property))
+        PressButton(*button);
 }
 
 void TMainForm::UpdateActions()
