@@ -7,6 +7,7 @@
 #include "framework/frm_Export.h"
 #include "framework/frm_Print.h"
 #include "module/data/LayoutStorage.h"
+#include "runtime/ui/ActionKeys.h"
 #include "runtime/ui/Style.h"
 
 #include <QAbstractButton>
@@ -167,10 +168,11 @@ void TDataView::DataViewGridContextMenu(QMenu& menu)
         return;
     menu.addSeparator();
     menu.addActions(screen->findChildren<QAction*>(Qt::FindDirectChildrenOnly));
-    for (const auto& [button, text] : {std::pair(screen->QueryButton(), u"查询(&Q)\tF5"_s),
-             std::pair(screen->SaveButton(), u"保存(&S)\tCtrl+S"_s)}) {
+    for (const auto& [button, text, key] : {std::tuple(screen->QueryButton(), u"查询(&Q)\t"_s, kQueryKey),
+             std::tuple(screen->SaveButton(), u"保存(&S)\t"_s, kSaveKey)}) {
         if (button)
-            menu.addAction(text, button, [button = button] { button->click(); })
+            menu.addAction(
+                    text + QString::fromUtf16(key), button, [button = button] { PressButton(*button); })
                 ->setEnabled(button->isEnabled());
     }
 }

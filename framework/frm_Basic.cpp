@@ -1,5 +1,6 @@
 #include "framework/frm_Basic.h"
 
+#include "framework/ActionKeys.h"
 #include "framework/DataView.h"
 #include "module/data/dm_BasicData.h"
 #include "runtime/ScreenTable.h"
@@ -10,6 +11,7 @@
 #include <QCoreApplication>
 #include <QKeyEvent>
 #include <QPlainTextEdit>
+#include <QTabWidget>
 #include <QTextEdit>
 #include <QTimer>
 
@@ -72,6 +74,7 @@ void Tfrm_Basic::Create()
     }
     CreateControls();
     FormCreate();
+    GiveActionKeys(*this);
     WatchUnsavedEdits();
     const BusyCursor busy;
     FirstLoad();
@@ -137,6 +140,17 @@ void Tfrm_Basic::Setup(
     SetDataSet(dataSet);
     SetSaveButton(saveButton);
     SetQueryButton(queryButton);
+}
+
+QStringList Tfrm_Basic::KeyTexts() const
+{
+    QStringList texts;
+    std::vector<TActionKey> keys = ::ActionKeys(*this);
+    if (dataView_)
+        std::ranges::copy(dataView_->DataViewGrid->Keys(), std::back_inserter(keys));
+    for (const TActionKey& key : keys)
+        texts += key.text + u'\t' + key.keys;
+    return texts;
 }
 
 void Tfrm_Basic::ResetSearch()
@@ -205,6 +219,27 @@ bool Tfrm_Basic::FormKeyDown(QKeyEvent* event)
     }
     if (focusWidget() == focused)
         focusNextChild();
+    return true;
+}
+
+void Tfrm_Basic::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape && ReturnToList())
+        return;
+    TForm::keyPressEvent(event);
+}
+
+bool Tfrm_Basic::ReturnToList()
+{
+    auto* pages = findChild<QTabWidget*>();
+    const bool otherPage = pages && pages->currentIndex() > 0;
+    if (otherPage)
+        pages->setCurrentIndex(0);
+    TDBGridEh* list = dataView_ ? dataView_->DataViewGrid : nullptr;
+    const TDBGridEh* here = GridOf(focusWidget());
+    if (!list || here == list || (!otherPage && !here))
+        return otherPage;
+    list->setFocus();
     return true;
 }
 

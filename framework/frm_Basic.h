@@ -31,6 +31,7 @@ class Tfrm_Basic : public TForm {
     Q_PROPERTY(QAbstractButton* QueryButton READ QueryButton)
     Q_PROPERTY(QAbstractButton* SaveButton READ SaveButton)
     Q_PROPERTY(TClientDataSetEx* DataSet READ DataSet)
+    Q_PROPERTY(QStringList ActionKeys READ KeyTexts) // "words<Tab>keys", its main list's last
     Q_PROPERTY(bool Right1 MEMBER Right1)
     Q_PROPERTY(bool Right2 MEMBER Right2)
     Q_PROPERTY(bool Right3 MEMBER Right3)
@@ -66,10 +67,16 @@ public:
     void Setup(TDataView* view, TClientDataSetEx* dataSet, QAbstractButton* saveButton,
         QAbstractButton* queryButton);
 
+    QStringList KeyTexts() const;
+
     // Turns the host's search to the grid of the main list, or to none.
     void ResetSearch();
 
     bool FormKeyDown(QKeyEvent* event) override;
+
+    // What Esc does that nothing else in the window takes: back to the first page and its list, or from a
+    // list beside it to the main one. False where the user is there already.
+    bool ReturnToList();
 
 protected:
     virtual void CreateControls() = 0;
@@ -77,6 +84,7 @@ protected:
     virtual void FirstLoad() { }
     void FormActivate() override;
     TCloseAction FormClose() override;
+    void keyPressEvent(QKeyEvent* event) override;
     // Closes what is still open; the destructor's part.
     void FormDestroy();
 

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "runtime/ui/ActionKeys.h"
+
+#include <vector>
+
+class Tfrm_Basic;
+
+// The keys of a screen: of its buttons, pages and lists, named by one table after what stands on them, so
+// that the same words have the same key in every window. A button says its key in its tool tip; the menu of
+// the screen's list has all of them.
+
+// Once all controls are there. A button that is hidden or disabled has no key meanwhile.
+void GiveActionKeys(Tfrm_Basic& screen);
+// What the screen does by keys beside its lists, which tell theirs themselves (TDBGridEh::Keys).
+std::vector<TActionKey> ActionKeys(const Tfrm_Basic& screen);
