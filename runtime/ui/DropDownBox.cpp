@@ -1,13 +1,11 @@
 #include "runtime/ui/DropDownBox.h"
 
-#include "runtime/ui/DBGrid.h"
 #include "runtime/ui/ListStyle.h"
 #include "runtime/ui/Style.h"
 #include "runtime/ui/TextMark.h"
 
 #include <QAbstractItemView>
 #include <QComboBox>
-#include <QCompleter>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QScrollBar>
@@ -63,15 +61,6 @@ TFixedList::TFixedList(QComboBox* box)
 {
     box->setMaxVisibleItems(kRowsShown);
     box->setItemDelegate(new TRowDelegate(box));
-    // In a cell one Enter takes the text and goes on: it is completed in place, without a list to close
-    // first.
-    if (QCompleter* completer = GridOf(box) ? nullptr : box->completer()) {
-        completer->setCompletionMode(QCompleter::PopupCompletion);
-        completer->setFilterMode(Qt::MatchContains);
-        completer->setCaseSensitivity(Qt::CaseInsensitive);
-        completer->setMaxVisibleItems(kRowsShown);
-        completer->popup()->setItemDelegate(new TRowDelegate(completer));
-    }
     box->installEventFilter(this);
     connect(box, &QComboBox::currentTextChanged, this, &TFixedList::Mark);
     connect(box->model(), &QAbstractItemModel::rowsInserted, this, &TFixedList::Fit);
@@ -86,8 +75,6 @@ void TFixedList::Fit()
     list->setFont(ListFont());
     list->setMinimumWidth(
         list->sizeHintForColumn(0) + list->verticalScrollBar()->sizeHint().width() + Scaled(*box_, 8));
-    if (QCompleter* completer = box_->completer(); completer && completer->popup()) // not in a cell
-        completer->popup()->setFont(ListFont());
     Mark();
 }
 

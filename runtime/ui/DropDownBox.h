@@ -28,8 +28,8 @@ private:
     QString before_;
 };
 
-// A fixed list's part: rows as high as any list's, a list as wide as its texts, which typing narrows, and a
-// mark on a text that it does not hold.
+// A fixed list's part: rows as high as any list's, a list as wide as its texts, and a mark on a text
+// that it does not hold. What is typed is completed in place: one Enter takes it and goes on.
 class TFixedList : public QObject {
 public:
     explicit TFixedList(QComboBox* box);
