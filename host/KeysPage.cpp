@@ -19,9 +19,11 @@ QString Plain(const QString& text)
 
 QString Row(const QString& text, const QString& keys)
 {
-    // A backslash is the one key of a table's own.
-    return u"| %1 | %2 |\n"_s.arg(
-        QKeySequence(keys).toString(QKeySequence::NativeText).replace(u'\\', u"\\\\"_s), Plain(text));
+    QString shown = QKeySequence(keys).toString(QKeySequence::NativeText);
+    if (shown.isEmpty()) // several keys in words
+        shown = keys;
+    shown.replace(u'\\', u"\\\\"_s).replace(u'|', u"\\|"_s);
+    return u"| %1 | %2 |\n"_s.arg(shown, Plain(text));
 }
 
 void AddTable(QString& page, const QString& heading, const QString& rows)
@@ -51,6 +53,8 @@ QString KeysPage(const QWidget& frame, const QWidget* screen)
         const QStringList keys = screen->property("ActionKeys").toStringList();
         for (const QString& key : keys)
             rows += Row(key.section(u'\t', 0, 0), key.section(u'\t', 1));
+        if (keys.isEmpty())
+            rows = RowsOf(screen->findChildren<QAction*>());
         AddTable(page, u"窗口“%1”和它的列表"_s.arg(screen->windowTitle()), rows);
     }
     const auto* tools = frame.findChild<QToolBar*>();
