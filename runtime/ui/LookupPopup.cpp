@@ -13,6 +13,12 @@
 
 #include <algorithm>
 
+namespace {
+
+constexpr int kRowsMeasured = 50;
+
+} // namespace
+
 class TLookupPopup::Model : public QAbstractTableModel {
 public:
     using QAbstractTableModel::QAbstractTableModel;
@@ -123,7 +129,13 @@ void TLookupPopup::ShowRows(const TLookupParams& params, const QString& typed, i
     for (int i = 0; i < model_->columnCount(); ++i) {
         const TLookupColumn& column = model_->Columns()[size_t(i)];
         const int titleWidth = fontMetrics().horizontalAdvance(column.title) + Scaled(*this, 16);
-        table_->setColumnWidth(i, std::max(ShownWidth(*this, column.width), titleWidth));
+        // Wider than described where its texts are, within reason.
+        int textWidth = 0;
+        for (int row = 0; row < std::min(model_->rowCount(), kRowsMeasured); ++row)
+            textWidth = std::max(textWidth,
+                fontMetrics().horizontalAdvance(model_->index(row, i).data().toString()) + Scaled(*this, 12));
+        const int described = ShownWidth(*this, column.width);
+        table_->setColumnWidth(i, std::max(std::clamp(textWidth, described, 2 * described), titleWidth));
         width += table_->columnWidth(i);
     }
     const int rowHeight = ListRowHeight(*this);
