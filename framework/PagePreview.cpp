@@ -17,6 +17,9 @@ namespace {
 constexpr int kGap = 10; // around pages
 constexpr int kStepMilliseconds = 20;
 constexpr double kMostPixels = 12e6; // of a page's picture; a larger page is blurred a little
+constexpr int kPageWidth = 1; // zooms; 0 is the whole page
+constexpr int kFirstFactor = 2;
+constexpr int kPercents[] = {50, 75, 100, 150, 200};
 constexpr QColor kDesk(0x8A, 0x93, 0x9C);
 constexpr QColor kEdge(0x5C, 0x66, 0x70);
 
@@ -51,23 +54,30 @@ void TPagePreview::Freeze()
     viewport()->update();
 }
 
-void TPagePreview::SetZoom(Zoom zoom, double factor)
+QStringList TPagePreview::Zooms()
+{
+    QStringList zooms{u"整页"_s, u"页宽"_s};
+    for (const int percent : kPercents)
+        zooms += u"%1%"_s.arg(percent);
+    return zooms;
+}
+
+void TPagePreview::SetZoom(int zoom)
 {
     const int page = Page();
     zoom_ = zoom;
-    factor_ = factor;
     Relayout();
     ShowPage(page);
 }
 
 double TPagePreview::Factor() const
 {
-    if (!pages_ || zoom_ == Zoom::Factor)
-        return factor_;
+    if (zoom_ >= kFirstFactor)
+        return kPercents[zoom_ - kFirstFactor] / 100.0;
     const QSizeF sheet = QSizeF(pages_->SheetSize()) * logicalDpiX() / kPageUnits;
     const double across = (viewport()->width() - 2.0 * Gap()) / sheet.width();
     const double down = (viewport()->height() - 2.0 * Gap()) / sheet.height();
-    return std::max(0.05, zoom_ == Zoom::Width ? across : std::min(across, down));
+    return std::max(0.05, zoom_ == kPageWidth ? across : std::min(across, down));
 }
 
 QSize TPagePreview::SheetSize() const

@@ -12,8 +12,6 @@
 class TPagePreview : public QAbstractScrollArea {
     Q_OBJECT
 public:
-    enum class Zoom { Page, Width, Factor };
-
     explicit TPagePreview(QWidget* parent);
 
     // Not owned; begins with the first page. None: the empty pane says `text`.
@@ -23,8 +21,9 @@ public:
 
     int Page() const noexcept { return current_; }
     void ShowPage(int page);
-    void SetZoom(Zoom zoom, double factor = 1);
-    double Factor() const; // 1: as large as on paper
+    // The sizes to choose from: the whole page, its width, then smaller to larger.
+    static QStringList Zooms();
+    void SetZoom(int zoom);
     bool IsPainted(int page) const;
     QImage Picture(int page) const; // none where it is not painted
 
@@ -44,6 +43,7 @@ private:
         QImage image;
         std::unique_ptr<TPagePainter> painter; // none once it is complete
     };
+    double Factor() const; // 1: as large as on paper
     void Relayout();
     void SetCurrent(int page);
     void DropSheets();
@@ -57,8 +57,7 @@ private:
     TListPages* pages_ = nullptr;
     QString text_;
     bool frozen_ = false;
-    Zoom zoom_ = Zoom::Page;
-    double factor_ = 1;
+    int zoom_ = 0; // of the sizes
     int current_ = 0;
     std::map<int, TSheet> sheets_; // those in sight and next to it
     QTimer timer_;

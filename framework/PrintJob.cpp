@@ -7,7 +7,6 @@
 #include <QFile>
 #include <QPainter>
 #include <QPdfWriter>
-#include <QPrinter>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -50,27 +49,6 @@ private:
     std::unique_ptr<QPdfWriter> writer_;
 };
 
-class PrinterTarget final : public TPrintTarget {
-public:
-    explicit PrinterTarget(std::unique_ptr<QPrinter> printer)
-        : printer_(std::move(printer))
-    {
-    }
-    QPagedPaintDevice& Device() override { return *printer_; }
-    void Check() override
-    {
-        const QPrinter::PrinterState state = printer_->printerState();
-        if (state == QPrinter::Error || state == QPrinter::Aborted)
-            throw wire::Error(wire::ErrorKind::Storage,
-                u"打印机“%1”停了。请检查它是否开着、连着，再试一次。"_s.arg(printer_->printerName()));
-    }
-    void Finish() override { Check(); }
-    void GiveUp() override { printer_->abort(); }
-
-private:
-    std::unique_ptr<QPrinter> printer_;
-};
-
 } // namespace
 
 TPrintTarget::~TPrintTarget() = default;
@@ -79,11 +57,6 @@ std::unique_ptr<TPrintTarget> NewPdfTarget(
     const QString& path, const QPageLayout& paper, const QString& title)
 {
     return std::make_unique<PdfTarget>(path, paper, title);
-}
-
-std::unique_ptr<TPrintTarget> NewPrinterTarget(std::unique_ptr<QPrinter> printer)
-{
-    return std::make_unique<PrinterTarget>(std::move(printer));
 }
 
 TPrintJob::TPrintJob(TListPages& pages, std::unique_ptr<TPrintTarget> target, int first, int last)

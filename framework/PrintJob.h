@@ -8,7 +8,6 @@
 #include <memory>
 
 class QPagedPaintDevice;
-class QPrinter;
 
 // Where pages go.
 class TPrintTarget {
@@ -24,9 +23,6 @@ public:
 // A PDF file, whole or not at all: what stood under its name stays until the new one is complete.
 std::unique_ptr<TPrintTarget> NewPdfTarget(
     const QString& path, const QPageLayout& paper, const QString& title);
-// What has gone to a printer cannot always be called back.
-std::unique_ptr<TPrintTarget> NewPrinterTarget(std::unique_ptr<QPrinter> printer);
-
 // Paints pages one after the other, a little at a time between the window's own events.
 class TPrintJob : public QObject {
     Q_OBJECT

@@ -3,14 +3,14 @@
 #include "framework/CriteriaWords.h"
 #include "framework/DataView.h"
 #include "framework/LabelledControls.h"
+#include "framework/PageOptionBoxes.h"
 #include "framework/PagePreview.h"
+#include "framework/Printers.h"
 #include "framework/ProposedFile.h"
 #include "framework/Questions.h"
 #include "framework/ScreenHandlers.h"
-#include "framework/ViewState.h"
 #include "module/data/DataSetRows.h"
 #include "module/data/HostBridge.h"
-#include "module/data/LayoutStorage.h"
 #include "runtime/ui/Style.h"
 #include "wire/Error.h"
 
@@ -18,43 +18,19 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QKeyEvent>
-#include <QPrintDialog>
 #include <QPrinter>
-#include <QPrinterInfo>
 #include <QUrl>
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kEveryPage = -1;
 constexpr int kPanelWidth = 210;
-const QString kSection = u".Print"_s;
+constexpr int kControl = int(Qt::ControlModifier);
 const QString kNoPrinter =
     u"这台电脑上没有打印机。\n可以请管理员添加打印机以后再打印，或者先存为 PDF 文件，拿到别处打印。\n\n现在存为 PDF 吗？"_s;
-
-struct TPaper {
-    const char16_t* name;
-    QPageSize::PageSizeId size;
-};
-constexpr TPaper kPapers[] = {{u"A4", QPageSize::A4}, {u"A3", QPageSize::A3}, {u"A5", QPageSize::A5},
-    {u"B5", QPageSize::JisB5}, {u"Letter", QPageSize::Letter}};
-
-struct TZoom {
-    const char16_t* name;
-    TPagePreview::Zoom zoom;
-    double factor;
-};
-constexpr TZoom kZooms[] = {{u"整页", TPagePreview::Zoom::Page, 1}, {u"页宽", TPagePreview::Zoom::Width, 1},
-    {u"50%", TPagePreview::Zoom::Factor, 0.5}, {u"75%", TPagePreview::Zoom::Factor, 0.75},
-    {u"100%", TPagePreview::Zoom::Factor, 1}, {u"150%", TPagePreview::Zoom::Factor, 1.5},
-    {u"200%", TPagePreview::Zoom::Factor, 2}};
-
-QMarginsF Margins(const TPrintDBGridEh& settings)
-{
-    return QMarginsF(settings.MarginLeft, settings.MarginTop, settings.MarginRight, settings.MarginBottom)
-        * 10;
-}
 
 QString Printed()
 {
@@ -62,19 +38,14 @@ QString Printed()
         ServerDateTime().ToText(), GlobalValue(u"site"_s), GlobalValue(u"EmployeeName"_s));
 }
 
-QString MenuName(const QString& path)
-{
-    return QDir::toNativeSeparators(QFileInfo(path).absoluteFilePath());
-}
-
 } // namespace
 
 Tfrm_Print::Tfrm_Print(QObject* owner, TDataView& view)
     : TForm(owner, u"frm_Print"_s)
     , view_(&view)
-    , paper_(QPageSize(QPageSize::A4), QPageLayout::Landscape, Margins(*view.DataViewPrint),
-          QPageLayout::Millimeter)
     , Preview(new TPagePreview(this))
+    , Boxes(new TPageOptionBoxes(this, *view.DataViewPrint))
+    , ComboBox6(new QComboBox(this))
     , SpinEdit1(new QSpinBox(this))
     , Label1(new QLabel(this))
     , ProgressBar1(new QProgressBar(this))
@@ -87,28 +58,12 @@ Tfrm_Print::Tfrm_Print(QObject* owner, TDataView& view)
     SetCaption(u"打印 - "_s + ListTitle(view));
     KeyPreview = true;
     setWindowFlag(Qt::WindowMaximizeButtonHint);
-    int number = 0;
-    for (QComboBox** box : {&ComboBox1, &ComboBox2, &ComboBox3, &ComboBox4, &ComboBox5, &ComboBox6}) {
-        *box = new QComboBox(this);
-        (*box)->setObjectName(u"ComboBox%1"_s.arg(++number));
-    }
-    const size_t selected = view.DataViewGrid->SelectedRows().size();
-    ComboBox1->addItem(u"全部 %L1 行"_s.arg(view.DataViewGrid->DataSet()->RecordCount()));
-    if (selected > 0)
-        ComboBox1->addItem(u"选中的 %L1 行"_s.arg(selected));
-    for (const TPaper& paper : kPapers)
-        ComboBox2->addItem(QString::fromUtf16(paper.name), int(paper.size));
-    ComboBox3->addItems({u"纵向"_s, u"横向"_s});
-    ComboBox4->addItems({u"缩到页宽"_s, u"原大小，分页"_s});
-    ComboBox5->addItems({u"一行字"_s, u"两行字"_s, u"三行字"_s});
-    for (const TZoom& zoom : kZooms)
-        ComboBox6->addItem(QString::fromUtf16(zoom.name));
-    RecallOptions();
-    ComboBox1->setCurrentIndex(selected > 1 ? 1 : 0);
+    ComboBox6->setObjectName(u"ComboBox6"_s);
+    ComboBox6->addItems(TPagePreview::Zooms());
+    Boxes->OfferRows(*view.DataViewGrid);
     PlaceControls();
-    for (QComboBox* box : {ComboBox1, ComboBox2, ComboBox3, ComboBox4, ComboBox5})
-        connect(box, &QComboBox::currentIndexChanged, this, &Tfrm_Print::MakePages);
-    connect(ComboBox6, &QComboBox::currentIndexChanged, this, &Tfrm_Print::ZoomChosen);
+    connect(Boxes, &TPageOptionBoxes::Changed, this, &Tfrm_Print::MakePages);
+    connect(ComboBox6, &QComboBox::currentIndexChanged, Preview, &TPagePreview::SetZoom);
     connect(SpinEdit1, &QSpinBox::valueChanged, this, [this](int page) { Preview->ShowPage(page - 1); });
     connect(Preview, &TPagePreview::PageChanged, this, [this](int page) {
         const QSignalBlocker still(SpinEdit1);
@@ -177,16 +132,12 @@ void Tfrm_Print::PlaceControls()
     ways->addWidget(Button1);
     ways->addWidget(Button2);
     box->addLayout(ways, 0, 0, 1, 2);
-    int row = 1;
+    box->addWidget(Boxes, 1, 0, 1, 2);
+    int row = 2;
     const auto add = [&](QWidget* control, const QString& label) {
         box->addWidget(LabelFor(control, label, panel), row, 0);
         box->addWidget(control, row++, 1);
     };
-    add(ComboBox1, u"范围(&A)"_s);
-    add(ComboBox2, u"纸张(&Z)"_s);
-    add(ComboBox3, u"方向(&O)"_s);
-    add(ComboBox4, u"列(&L)"_s);
-    add(ComboBox5, u"行高(&H)"_s);
     add(SpinEdit1, u"页(&G)"_s);
     add(ComboBox6, u"缩放(&M)"_s);
     box->addWidget(Label1, row++, 0, 1, 2);
@@ -217,48 +168,14 @@ void Tfrm_Print::WatchList()
     });
 }
 
-// As the account had them last.
-void Tfrm_Print::RecallOptions()
-{
-    const QString section = AccountSection(kSection);
-    ComboBox3->setCurrentIndex(1);
-    if (!LayoutStorage || section.isEmpty())
-        return;
-    for (QComboBox* box : {ComboBox2, ComboBox3, ComboBox4, ComboBox5}) {
-        const int index = box->findText(LayoutStorage->ReadString(section, box->objectName()));
-        box->setCurrentIndex(index < 0 ? box->currentIndex() : index);
-    }
-}
-
-void Tfrm_Print::KeepOptions()
-{
-    const QString section = AccountSection(kSection);
-    if (!LayoutStorage || section.isEmpty())
-        return;
-    for (const QComboBox* box : {ComboBox2, ComboBox3, ComboBox4, ComboBox5})
-        LayoutStorage->WriteString(section, box->objectName(), box->currentText());
-    LayoutStorage->Flush();
-}
-
-TPageOptions Tfrm_Print::Options() const
-{
-    return {.selectedOnly = ComboBox1->currentIndex() == 1,
-        .paper = paper_,
-        .shrink = ComboBox4->currentIndex() == 0,
-        .lines = ComboBox5->currentIndex() + 1};
-}
-
 void Tfrm_Print::MakePages()
 {
     if (!view_ || job_ || !view_->DataViewGrid->DataSet())
         return;
-    if (const QVariant size = ComboBox2->currentData(); size.isValid())
-        paper_.setPageSize(QPageSize(QPageSize::PageSizeId(size.toInt())), QMarginsF());
-    paper_.setOrientation(ComboBox3->currentIndex() == 0 ? QPageLayout::Portrait : QPageLayout::Landscape);
     const auto* words = view_->findChild<TCriteriaWords*>(QString(), Qt::FindDirectChildrenOnly);
     const int page = Preview->Page();
     Preview->SetPages(nullptr);
-    pages_ = std::make_unique<TListPages>(*view_->DataViewGrid, *view_->DataViewPrint, Options(),
+    pages_ = std::make_unique<TListPages>(*view_->DataViewGrid, *view_->DataViewPrint, Boxes->Options(),
         TPageWords{ListTitle(*view_), words ? words->Text() : QString(), Printed()});
     Preview->SetPages(pages_.get(), u"没有可以打印的行"_s);
     {
@@ -285,41 +202,16 @@ void Tfrm_Print::ShowPageCount()
     Label1->setText(text + u"。"_s);
 }
 
-// A paper that was chosen for the printer.
-void Tfrm_Print::TakePaper(const QPageLayout& paper)
-{
-    const QPageSize size = paper.pageSize();
-    if (size.id() == paper_.pageSize().id() && paper.orientation() == paper_.orientation()
-        && size.id() != QPageSize::Custom)
-        return;
-    const QSignalBlocker paperStill(ComboBox2);
-    const QSignalBlocker orientationStill(ComboBox3);
-    int index = ComboBox2->findData(int(size.id()));
-    if (index < 0) {
-        ComboBox2->addItem(size.name());
-        index = ComboBox2->count() - 1;
-    }
-    ComboBox2->setCurrentIndex(index);
-    ComboBox3->setCurrentIndex(paper.orientation() == QPageLayout::Portrait ? 0 : 1);
-    paper_.setPageSize(size);
-    MakePages();
-}
-
 void Tfrm_Print::Outdated()
 {
     if (std::exchange(outdated_, true))
         return;
+    const QString stopped = job_ ? u"打印停了，没有打完。"_s : QString();
     if (job_)
         StopJob();
     Preview->Freeze();
-    Label1->setText(u"列表在预览打开以后变了，这里是以前的样子。按“刷新”(F5) 按现在的行重排。"_s);
+    Label1->setText(stopped + u"列表在预览打开以后变了，这里是以前的样子。按“刷新”(F5) 按现在的行重排。"_s);
     ShowBusy(false);
-}
-
-void Tfrm_Print::ZoomChosen()
-{
-    const TZoom& chosen = kZooms[ComboBox6->currentIndex()];
-    Preview->SetZoom(chosen.zoom, chosen.factor);
 }
 
 void Tfrm_Print::ShowBusy(bool busy)
@@ -327,8 +219,7 @@ void Tfrm_Print::ShowBusy(bool busy)
     const bool ready = !busy && !outdated_ && pages_ && pages_->Count() > 0;
     Button1->setEnabled(ready);
     Button2->setEnabled(ready);
-    for (QComboBox* box : {ComboBox1, ComboBox2, ComboBox3, ComboBox4, ComboBox5})
-        box->setEnabled(!busy && !outdated_);
+    Boxes->setEnabled(!busy && !outdated_);
     Button5->setVisible(outdated_);
     ProgressBar1->setVisible(busy);
     Button3->setText(busy ? u"取消(&N)"_s : u"关闭(&C)"_s);
@@ -349,35 +240,26 @@ void Tfrm_Print::Button1Click()
 {
     if (!Button1->isEnabled())
         return;
-    if (QPrinterInfo::availablePrinterNames().isEmpty()) {
+    if (!HasPrinter()) {
         if (Asked([this] { return AskYesNo(kNoPrinter, Caption()); }))
             Button2Click();
         return;
     }
-    auto printer = std::make_unique<QPrinter>(QPrinter::HighResolution);
-    printer->setPageLayout(paper_);
-    printer->setDocName(ListTitle(*view_));
-    printer->setFromTo(1, pages_->Count());
-    printer->setPrintRange(QPrinter::AllPages);
-    QPrintDialog dialog(printer.get(), this);
-    dialog.setOptions(QAbstractPrintDialog::PrintToFile | QAbstractPrintDialog::PrintPageRange
-        | QAbstractPrintDialog::PrintCollateCopies | QAbstractPrintDialog::PrintCurrentPage);
-    if (!Asked([&dialog] { return dialog.exec() == QDialog::Accepted; }))
+    std::unique_ptr<QPrinter> printer;
+    const bool chosen = Asked([&] {
+        printer = AskPrinter(this, pages_->Paper(), ListTitle(*view_), pages_->Count());
+        return printer != nullptr;
+    });
+    if (!chosen)
         return;
-    TakePaper(printer->pageLayout());
-    printer->setPageMargins(paper_.margins(), paper_.units());
-    int first = 0;
-    int last = pages_->Count() - 1;
-    if (printer->printRange() == QPrinter::PageRange && printer->fromPage() > 0) {
-        first = qMin(printer->fromPage() - 1, last);
-        last = qBound(first, printer->toPage() - 1, last);
-    } else if (printer->printRange() == QPrinter::CurrentPage) {
-        first = last = Preview->Page();
-    }
+    if (Boxes->Take(printer->pageLayout()))
+        MakePages();
+    printer->setPageMargins(pages_->Paper().margins(), pages_->Paper().units());
+    const auto [first, last] = ChosenPages(*printer, pages_->Count(), Preview->Page());
     path_.clear();
     const QString name = printer->printerName();
     Start(NewPrinterTarget(std::move(printer)), first, last,
-        u"%1 页已送到打印机“%2”。"_s.arg(last - first + 1).arg(name));
+        u"%L1 页已送到打印机“%2”。"_s.arg(last - first + 1).arg(name));
 }
 
 void Tfrm_Print::Button2Click()
@@ -397,8 +279,9 @@ void Tfrm_Print::Button2Click()
 void Tfrm_Print::WritePdf(const QString& path)
 {
     path_ = path;
-    Start(NewPdfTarget(path, paper_, ListTitle(*view_)), 0, pages_->Count() - 1,
-        u"已写入 %L1 页：%2"_s.arg(pages_->Count()).arg(MenuName(path)));
+    Start(NewPdfTarget(path, pages_->Paper(), ListTitle(*view_)), 0, pages_->Count() - 1,
+        u"已写入 %L1 页：%2"_s.arg(pages_->Count())
+            .arg(QDir::toNativeSeparators(QFileInfo(path).absoluteFilePath())));
     KeepFolder(QFileInfo(path).absolutePath());
 }
 
@@ -414,19 +297,13 @@ void Tfrm_Print::Button5Click()
     const TClientDataSetEx* rows = view_->DataViewGrid->DataSet();
     if (!rows || !rows->Active())
         return;
-    const QSignalBlocker still(ComboBox1);
-    const size_t selected = view_->DataViewGrid->SelectedRows().size();
-    ComboBox1->setItemText(0, u"全部 %L1 行"_s.arg(rows->RecordCount()));
-    if (selected == 0)
-        ComboBox1->removeItem(1);
-    else if (ComboBox1->count() > 1)
-        ComboBox1->setItemText(1, u"选中的 %L1 行"_s.arg(selected));
+    Boxes->OfferRows(*view_->DataViewGrid);
     MakePages();
 }
 
 void Tfrm_Print::Start(std::unique_ptr<TPrintTarget> target, int first, int last, const QString& done)
 {
-    KeepOptions();
+    Boxes->Keep();
     done_ = done;
     Button4->hide();
     ProgressBar1->setRange(0, last - first + 1);
@@ -467,52 +344,30 @@ void Tfrm_Print::StopJob()
 
 bool Tfrm_Print::FormKeyDown(QKeyEvent* event)
 {
-    const bool control = event->modifiers() & Qt::ControlModifier;
-    switch (event->key()) {
-    case Qt::Key_Escape:
-        Button3->click();
-        return true;
-    case Qt::Key_F5:
-        Button5Click();
-        return true;
-    case Qt::Key_PageUp:
-        Preview->ShowPage(Preview->Page() - 1);
-        return true;
-    case Qt::Key_PageDown:
-        Preview->ShowPage(Preview->Page() + 1);
-        return true;
-    default:
-        break;
-    }
-    if (!control)
-        return false;
+    const int page = Preview->Page();
     const int zoom = ComboBox6->currentIndex();
-    switch (event->key()) {
-    case Qt::Key_P:
-        Button1->click();
-        return true;
-    case Qt::Key_S:
-        Button2->click();
-        return true;
-    case Qt::Key_Home:
-        Preview->ShowPage(0);
-        return true;
-    case Qt::Key_End:
-        Preview->ShowPage(pages_->Count() - 1);
-        return true;
-    case Qt::Key_Plus:
-    case Qt::Key_Equal:
-        ComboBox6->setCurrentIndex(qMin(zoom + 1, ComboBox6->count() - 1));
-        return true;
-    case Qt::Key_Minus:
-        ComboBox6->setCurrentIndex(qMax(zoom - 1, 0));
-        return true;
-    case Qt::Key_0:
-        ComboBox6->setCurrentIndex(0);
-        return true;
-    default:
+    const std::pair<int, std::function<void()>> keys[] = {
+        {Qt::Key_Escape, [this] { Button3->click(); }},
+        {Qt::Key_F5, [this] { Button5Click(); }},
+        {Qt::Key_PageUp, [&] { Preview->ShowPage(page - 1); }},
+        {Qt::Key_PageDown, [&] { Preview->ShowPage(page + 1); }},
+        {kControl + Qt::Key_Home, [this] { Preview->ShowPage(0); }},
+        {kControl + Qt::Key_End, [this] { Preview->ShowPage(SpinEdit1->maximum() - 1); }},
+        {kControl + Qt::Key_P, [this] { Button1->click(); }},
+        {kControl + Qt::Key_S, [this] { Button2->click(); }},
+        {kControl + Qt::Key_Plus,
+            [&] { ComboBox6->setCurrentIndex(qMin(zoom + 1, ComboBox6->count() - 1)); }},
+        {kControl + Qt::Key_Equal,
+            [&] { ComboBox6->setCurrentIndex(qMin(zoom + 1, ComboBox6->count() - 1)); }},
+        {kControl + Qt::Key_Minus, [&] { ComboBox6->setCurrentIndex(qMax(zoom - 1, 0)); }},
+        {kControl + Qt::Key_0, [this] { ComboBox6->setCurrentIndex(0); }},
+    };
+    const int pressed = int(event->modifiers() & Qt::ControlModifier) | event->key();
+    const auto found = std::ranges::find(keys, pressed, [](const auto& key) { return key.first; });
+    if (found == std::end(keys))
         return false;
-    }
+    found->second();
+    return true;
 }
 
 TCloseAction Tfrm_Print::FormClose()

@@ -13,6 +13,7 @@
 
 class QAction;
 class TDataView;
+class TPageOptionBoxes;
 class TPagePreview;
 
 // 打印: shows a list as pages, sends them to a printer or writes them as PDF.
@@ -35,14 +36,9 @@ protected:
 private:
     void PlaceControls();
     void WatchList();
-    void RecallOptions();
-    void KeepOptions();
-    TPageOptions Options() const;
     void MakePages();
-    void TakePaper(const QPageLayout& paper);
     void Outdated();
     void ShowPageCount();
-    void ZoomChosen();
     bool Asked(const std::function<bool()>& dialog);
     void Button1Click();
     void Button2Click();
@@ -55,7 +51,6 @@ private:
     void ShowBusy(bool busy);
 
     TDataView* view_; // none once it is gone
-    QPageLayout paper_;
     QString path_; // of the PDF written last
     QString done_; // said when the job is done
     bool outdated_ = false;
@@ -64,11 +59,7 @@ private:
     std::unique_ptr<TPrintJob> job_;
 
     TPagePreview* Preview;
-    QComboBox* ComboBox1; // 范围
-    QComboBox* ComboBox2; // 纸张
-    QComboBox* ComboBox3; // 方向
-    QComboBox* ComboBox4; // 列
-    QComboBox* ComboBox5; // 行高
+    TPageOptionBoxes* Boxes;
     QComboBox* ComboBox6; // 缩放
     QSpinBox* SpinEdit1; // 页
     QLabel* Label1; // pages, and what became of them
