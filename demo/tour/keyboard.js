@@ -69,6 +69,16 @@ chapter("一天只用键盘");
     host.onDialog(null);
     assertEqual(pages, "frm_Print");
 
+    // Look at it on paper.
+    let pages = "";
+    host.onDialog(dialog => {
+        pages = dialog.control("Label1").text;
+        host.key("Escape");
+    });
+    host.key("Ctrl+P");
+    host.onDialog(null);
+    assert(/^共 \d+ 页/.test(pages), pages);
+
     // Export.
     const file = picture.replace(".png", ".xlsx");
     let written = "";
