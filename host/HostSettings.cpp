@@ -14,7 +14,7 @@ const QString kStripes = u"stripes"_s;
 const std::pair<QString, int TListStyle::*> kListNumbers[] = {
     {u"font"_s, &TListStyle::fontSize}, {u"space"_s, &TListStyle::rowSpace}};
 const std::pair<QString, QColor TListStyle::*> kListColors[] = {{u"unsaved"_s, &TListStyle::unsaved},
-    {u"refused"_s, &TListStyle::refused}, {u"found"_s, &TListStyle::found}};
+    {u"refused"_s, &TListStyle::refused}, {u"found"_s, &TListStyle::found}, {u"hit"_s, &TListStyle::hit}};
 
 // An account may hold what a key may not.
 QString KeyOf(const QString& account)

@@ -53,7 +53,8 @@ TPreferencesWindow::TPreferencesWindow(QWidget* owner)
     auto* markRows = new QGridLayout(marks);
     AddColor(*markRows, u"没有保存的单元格(&U)"_s, u"UnsavedColor"_s, &TListStyle::unsaved);
     AddColor(*markRows, u"服务器拒绝的行(&R)"_s, u"RefusedColor"_s, &TListStyle::refused);
-    AddColor(*markRows, u"查找到的文字(&T)"_s, u"FoundColor"_s, &TListStyle::found);
+    AddColor(*markRows, u"查找框找到的文字(&T)"_s, u"FoundColor"_s, &TListStyle::found);
+    AddColor(*markRows, u"查找栏标出的文字(&K)"_s, u"HitColor"_s, &TListStyle::hit);
 
     auto* hint =
         new QLabel(u"打开着的列表同时按这里的选择显示。颜色太深或太浅，看不清文字的，会自动调整。"_s);

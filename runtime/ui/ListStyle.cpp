@@ -35,7 +35,8 @@ TListStyle TListStyle::Bounded() const
     return {std::clamp(fontSize, kSmallestFont, kLargestFont), std::clamp(rowSpace, kLeastSpace, kMostSpace),
         stripes, ::Bounded(unsaved, standard.unsaved, 0, kPalestCorner),
         ::Bounded(refused, standard.refused, kDarkestGround, 255),
-        ::Bounded(found, standard.found, kDarkestGround, 255)};
+        ::Bounded(found, standard.found, kDarkestGround, 255),
+        ::Bounded(hit, standard.hit, kDarkestGround, 255)};
 }
 
 TListStyles& TListStyles::Instance()

@@ -16,7 +16,8 @@ struct RUNTIME_EXPORT TListStyle {
     bool stripes = false; // under the rows that have no colour for their own reasons
     QColor unsaved{0xD5, 0x5E, 0x00}; // the corner of a cell that is not saved yet
     QColor refused{0xF2, 0xA6, 0x5E}; // behind a row that a save refused
-    QColor found{0xF0, 0xE4, 0x42}; // behind the letters found
+    QColor found{0xF0, 0xE4, 0x42}; // behind the letters that a search stands on
+    QColor hit{0xA8, 0xE3, 0xD4}; // behind those of every hit of the list's own search
 
     static constexpr int kSmallestFont = 9, kLargestFont = 28;
     static constexpr int kLeastSpace = 0, kMostSpace = 24;

@@ -114,7 +114,7 @@ QColor FoundTextColor()
 
 QColor HitTextColor()
 {
-    return {0xa8, 0xe3, 0xd4};
+    return ListStyle().hit;
 }
 
 QColor HitLineColor()

@@ -144,7 +144,7 @@ TEST(PreferencesFile, StandardMarksAreToldApartByColourBlindEyes)
     const double eyes[][3][3] = {{{0.152, 1.053, -0.205}, {0.115, 0.786, 0.099}, {-0.004, -0.048, 1.052}},
         {{0.367, 0.861, -0.228}, {0.280, 0.673, 0.047}, {-0.012, 0.043, 0.969}}};
     const TListStyle style;
-    const QColor marks[] = {style.unsaved, style.refused, style.found, Qt::white};
+    const QColor marks[] = {style.unsaved, style.refused, style.found, style.hit, Qt::white};
     for (const auto& eye : eyes) {
         for (const QColor& one : marks) {
             for (const QColor& other : marks) {
