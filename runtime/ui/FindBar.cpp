@@ -81,6 +81,7 @@ TFindBar::TFindBar(TDBGridEh& grid)
     grid.d_->hits = &find_;
     grid.installEventFilter(this);
     connect(&find_, &TGridFind::Progressed, this, &TFindBar::ShowState);
+    connect(&grid, &TDBGridEh::SelectionChanged, this, &TFindBar::ShowState);
     connect(text_, &QLineEdit::textEdited, this, &TFindBar::FindTyped);
     connect(where_, &QComboBox::activated, this, &TFindBar::FindTyped);
 }
@@ -220,7 +221,9 @@ bool TFindBar::PutBack()
 
 bool TFindBar::Step(bool backwards)
 {
-    return find_.Step(backwards);
+    const bool found = find_.Step(backwards);
+    ShowState();
+    return found;
 }
 
 void TFindBar::Close()
