@@ -1,4 +1,5 @@
-// Two clients dispatch the same orders at the same time, each through its own window, until none is left.
+// Two clients at a time, each through its own window: they dispatch the same orders until none is left, and
+// they enter orders that all want the next number.
 
 #include "tests/support/ServerProcess.h"
 #include "tests/system/Desk.h"
@@ -62,6 +63,38 @@ for (;;) {
     }
 }
 print("won " + won + " lost " + lost);
+)js"_s;
+
+constexpr int kCalls = 20; // that each desk takes
+
+const QString kEntryScript = uR"js(
+host.login("%1", "demo");
+host.exec("frm_order_pda111");
+const screen = host.screen("frm_order_pda");
+const grid = screen.grid("DataView1");
+let lost = 0;
+for (let call = 0; call < %2; ++call) {
+    const phone = "%3" + String(call).padStart(4, "0");
+    for (const [box, text] of [["发货人电话", phone], ["发货人姓名", "王芳"], ["PROV", "安徽"], ["CITY", "合肥"],
+             ["COUNTY", "蜀山"], ["ADDRESS", "长江西路1号"], ["SEND_PROV", "广东"], ["SEND_CITY", "广州"],
+             ["SEND_COUNTY", "天河"], ["业务员", "%4"]])
+        screen.control(box).text = text;
+    const together = Math.ceil(Date.now() / 500) * 500;
+    while (Date.now() < together);
+    for (;;) {
+        host.clearMessages();
+        host.key("Ctrl+S");
+        const told = host.messages()[0].text;
+        if (told === "详细：数据保存成功！")
+            break;
+        assertEqual(told, "详细：保存失败");
+        assert(screen.control("RefusedReason").text.includes("已存在"), "why");
+        assertEqual([grid.rowCount, grid.value(0, "PHONE")], [1, phone], "nothing typed is lost");
+        ++lost;
+    }
+    assertEqual(grid.rowCount, 0);
+}
+print("won %2 lost " + lost);
 )js"_s;
 
 struct TClient {
@@ -144,4 +177,40 @@ TEST(DispatchRace, EveryOrderEndsWithOneDriverAndEveryLoserIsTold)
         AskDatabase(folder.path(),
             u"select count(*) from zelmor_audit where FIELDS like '%\"REC_BILL_CODE\":[null,\"3400030%'"_s),
         std::vector<QStringList>{{QString::number(kOrders)}});
+}
+
+TEST(EntryRace, EveryOrderOfTwoDesksHasItsOwnNumberAndNoneIsLost)
+{
+    const QTemporaryDir folder;
+    const ServerProcess server(folder.path(), {u"--demo"_s, u"small"_s});
+    const QStringList accounts{u"hefei1"_s, u"hefei2"_s};
+    TClient clients[2];
+    for (int i = 0; i < 2; ++i) {
+        const auto couriers = AskDatabase(folder.path(),
+            u"select a.EMPLOYEE_NAME from tab_employee a where a.OWNER_SITE='安徽合肥%1部'"_s.arg(
+                u"一二"_s[i]));
+        ASSERT_FALSE(couriers.empty());
+        clients[i].Start(
+            server.Port(), kEntryScript.arg(accounts[i]).arg(kCalls).arg(1'380'001 + i).arg(couriers[0][0]));
+    }
+    for (TClient& client : clients) {
+        client.Finish();
+        EXPECT_EQ(client.won, kCalls);
+    }
+    EXPECT_GT(clients[0].lost + clients[1].lost, 0) << "they never met";
+
+    // Both wrote under the day's next numbers, without a gap.
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(AskDatabase(folder.path(),
+                      u"select count(distinct a.PHONE), count(*) from tab_zelmor_bill a where a.PHONE like "
+                      u"'%1%' and "
+                      "a.CREATER_SITE='安徽合肥%2部' and a.STATUS=0"_s.arg(1'380'001 + i)
+                          .arg(u"一二"_s[i])),
+            (std::vector<QStringList>{{QString::number(kCalls), QString::number(kCalls)}}));
+    EXPECT_EQ(
+        AskDatabase(folder.path(),
+            u"select count(distinct a.TX_LOGISTIC_ID), "
+            "to_number(substr(max(a.TX_LOGISTIC_ID),10))-to_number(substr(min(a.TX_LOGISTIC_ID),10))+1 from "
+            "tab_zelmor_bill a where a.PHONE like '138000%'"_s),
+        (std::vector<QStringList>{{QString::number(2 * kCalls), QString::number(2 * kCalls)}}));
 }
