@@ -11,6 +11,8 @@
 #else
 #include <cerrno>
 #include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -225,6 +227,23 @@ bool NativeSocket::PeerHasClosed() const noexcept
     // Not by looking for the end of what was sent: the farewell of an encrypted connection stands before it.
     pollfd poll = {static_cast<Handle>(descriptor_), kClosedEvents, 0};
     return Poll(poll, 0) > 0 && (poll.revents & kClosed) != 0;
+}
+
+void NativeSocket::ProbePeer() noexcept
+{
+    const auto set = [this](int level, int option, int value) {
+        setsockopt(static_cast<Handle>(descriptor_), level, option, reinterpret_cast<const char*>(&value),
+            sizeof value);
+    };
+    set(SOL_SOCKET, SO_KEEPALIVE, 1);
+#ifdef TCP_KEEPIDLE
+    set(IPPROTO_TCP, TCP_KEEPIDLE, 60); // seconds; unless told, two hours
+    set(IPPROTO_TCP, TCP_KEEPINTVL, 15);
+    set(IPPROTO_TCP, TCP_KEEPCNT, 4);
+#endif
+#ifdef TCP_USER_TIMEOUT
+    set(IPPROTO_TCP, TCP_USER_TIMEOUT, 120'000); // milliseconds; where something is still on its way
+#endif
 }
 
 void NativeSocket::EndReceiving() noexcept

@@ -227,6 +227,7 @@ void Replace(Context context, int count, Arguments arguments)
     const std::string_view text = Bytes(arguments[0]);
     const std::string_view part = Bytes(arguments[1]);
     const std::string_view by = count > 2 ? Bytes(arguments[2]) : std::string_view();
+    CountWork(context, text.size() * std::min(part.size(), kLongestBuiltText) / kCheapPart); // as in a search
     std::string result;
     size_t from = 0;
     while (!part.empty()) {

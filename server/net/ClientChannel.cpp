@@ -56,8 +56,8 @@ QString ClientChannel::Open(qintptr descriptor, bool encrypted)
     if (!opened_->setSocketDescriptor(descriptor))
         throw Error(ErrorKind::Connection, opened_->errorString());
     opened_->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    opened_->setSocketOption(QAbstractSocket::KeepAliveOption, 1);
     native_ = wire::NativeSocket(descriptor);
+    native_.ProbePeer();
     return u"%1:%2"_s.arg(opened_->peerAddress().toString()).arg(opened_->peerPort());
 }
 

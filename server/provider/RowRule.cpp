@@ -4,6 +4,9 @@
 #include "server/provider/ServiceRule.h"
 #include "server/refusal/UserTexts.h"
 
+#include <cmath>
+#include <limits>
+
 namespace server {
 
 using wire::Value;
@@ -33,7 +36,10 @@ qint64 NumberOf(const Value& value)
     if (const auto* whole = std::get_if<qint64>(&value))
         return *whole;
     const auto* number = std::get_if<double>(&value);
-    return number != nullptr ? static_cast<qint64>(*number) : 0;
+    if (number == nullptr)
+        return 0;
+    constexpr double kTooMuch = 9e18; // for a whole number
+    return std::abs(*number) < kTooMuch ? static_cast<qint64>(*number) : std::numeric_limits<qint64>::max();
 }
 
 bool IsBadFlag(const storage::Cell& cell)

@@ -4,6 +4,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <thread>
+
 namespace server::testing {
 namespace {
 
@@ -283,6 +285,23 @@ TEST(OutcomeTest, WhatNoReplyCanHoldIsKnownBeforeTheCommit)
 }
 
 // A few hundred kilobytes on their way; each refused row comes back with a value for every column.
+// The database answers each look at once: none of them is waited for.
+TEST_P(ResolverTest, ALogOfRowsThatAreOnlyLookedUpIsStopped)
+{
+    Changes changes = Log();
+    changes.Update(0, {{u"STATUS"_s, qint64(3)}}); // picked up, and nobody signed: refused after a look
+    changes.log.rows.resize(20'000, changes.log.rows.front());
+    std::atomic<bool> ended = false;
+    std::jthread impatient([&] {
+        while (!ended) {
+            client_.Conversation().Interrupt();
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    });
+    EXPECT_EQ(ErrorOf([&] { client_.Apply(changes.log); }).Kind(), wire::ErrorKind::Limit);
+    ended = true;
+}
+
 TEST_P(ResolverTest, FalseRowsOfManyColumnsEndBeforeTheirVerdictsFillTheMemory)
 {
     Changes changes = Log();

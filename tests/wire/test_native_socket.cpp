@@ -8,6 +8,8 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 
 using wire::NativeSocket;
@@ -30,6 +32,22 @@ TEST(NativeSocketTest, ASenderLeavesAReaderThatTakesTooLittle)
     NativeSocket::Close(ends[0]);
     reader.join();
     NativeSocket::Close(ends[1]);
+}
+
+// Else every desk that loses its line leaves a session behind for hours.
+TEST(NativeSocketTest, ADeadPeerIsFoundOutWithinMinutes)
+{
+    const int own = socket(AF_INET, SOCK_STREAM, 0);
+    NativeSocket(own).ProbePeer();
+    const auto option = [own](int name) {
+        int value = 0;
+        socklen_t length = sizeof value;
+        EXPECT_EQ(getsockopt(own, IPPROTO_TCP, name, &value, &length), 0);
+        return value;
+    };
+    EXPECT_LE(option(TCP_KEEPIDLE) + option(TCP_KEEPINTVL) * option(TCP_KEEPCNT), 120);
+    EXPECT_LE(option(TCP_USER_TIMEOUT), 120'000);
+    NativeSocket::Close(own);
 }
 
 // The ways out of waiting for an answer: it comes, the time is over, somebody ends it, the peer goes.

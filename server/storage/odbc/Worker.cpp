@@ -27,6 +27,12 @@ Worker::~Worker()
 
 void Worker::Execute(const Task& task)
 {
+    // Much work in short pieces leaves no time to look while one is waited for.
+    const auto now = std::chrono::steady_clock::now();
+    if (now - lastLook_ >= kBetweenLooks) {
+        lastLook_ = now;
+        whileWaiting_();
+    }
     std::unique_lock lock(mutex_);
     task_ = &task;
     changed_.notify_all();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <exception>
 #include <functional>
@@ -16,7 +17,7 @@ namespace storage::odbc {
 // microseconds beside the network's round trip.
 class Worker {
 public:
-    // `whileWaiting` is called now and then on a thread that waits for its work.
+    // `whileWaiting` is called now and then on a thread that waits for its work, or has much of it.
     explicit Worker(std::function<void()> whileWaiting);
     ~Worker();
     Worker(const Worker&) = delete;
@@ -42,6 +43,7 @@ private:
     void Loop();
 
     const std::function<void()> whileWaiting_;
+    std::chrono::steady_clock::time_point lastLook_{}; // of the callers
     std::mutex mutex_;
     std::condition_variable changed_;
     const Task* task_ = nullptr; // handed over, not yet finished

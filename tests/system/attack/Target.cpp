@@ -40,12 +40,13 @@ Target::Target(int seconds, const QString& storage, const QString& log)
     process_.setStandardOutputFile(log_);
     const QStringList database = storage.isEmpty() ? QStringList{u"--data"_s, folder_.filePath(u"data"_s)}
                                                    : QStringList{u"--storage"_s, storage};
+    const QStringList demo =
+        storage.startsWith(u"odbc:"_s) ? QStringList() : QStringList{u"--demo"_s, u"small"_s};
     process_.start(QCoreApplication::applicationDirPath() + u"/zelmor-server"_s,
-        database
-            + QStringList{u"--demo"_s, u"small"_s, u"--listen"_s, u"127.0.0.1:%1"_s.arg(port_),
-                u"--metrics"_s, u"127.0.0.1:%1"_s.arg(metrics_), u"--connections"_s, u"8"_s,
-                u"--statement-timeout"_s, QString::number(seconds), u"--wait-timeout"_s, u"10"_s,
-                u"--stop-timeout"_s, u"1"_s});
+        database + demo
+            + QStringList{u"--listen"_s, u"127.0.0.1:%1"_s.arg(port_), u"--metrics"_s,
+                u"127.0.0.1:%1"_s.arg(metrics_), u"--connections"_s, u"8"_s, u"--statement-timeout"_s,
+                QString::number(seconds), u"--wait-timeout"_s, u"10"_s, u"--stop-timeout"_s, u"1"_s});
     QElapsedTimer waiting;
     waiting.start();
     while (waiting.elapsed() < kStartMilliseconds && !process_.waitForFinished(50)) {

@@ -15,8 +15,8 @@ namespace attack {
 // The server that is attacked, over a database of its own, with a log, figures and a desk at work beside.
 class Target {
 public:
-    // `seconds`: after so many it stops a statement. `storage`: an empty database in the place of the
-    // embedded one. `log`: the file of its log. Either may be empty.
+    // `seconds`: after so many it stops a statement. `storage`: in the place of the embedded database an
+    // empty one, or through odbc: one that has the demo data. `log`: the file of its log. Either may be empty.
     Target(int seconds, const QString& storage, const QString& log);
     ~Target();
     Target(const Target&) = delete;

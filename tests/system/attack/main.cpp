@@ -92,7 +92,7 @@ int main(int argc, char** argv)
     parser.addHelpOption();
     parser.addOptions({{u"brief"_s, u"In some seconds, with fewer clients."_s},
         {u"only"_s, u"This attack alone."_s, u"NAME"_s},
-        {u"storage"_s, u"An empty database in the place of the embedded one."_s, u"URI"_s},
+        {u"storage"_s, u"Another empty database, or through odbc: one with demo data."_s, u"URI"_s},
         {u"log"_s, u"For the server's log."_s, u"FILE"_s}});
     parser.process(application);
     try {

@@ -39,6 +39,7 @@ private:
         qint64 descriptors = 0;
         qint64 threads = 0;
         qint64 logBytes = 0;
+        qint64 workBytes = 0; // of the log
     };
     Figures Now() const;
 
