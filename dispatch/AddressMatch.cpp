@@ -3,6 +3,8 @@
 #include "module/data/DelimitedText.h"
 #include "module/data/SqlText.h"
 
+#include <array>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -31,10 +33,23 @@ int HouseNumber(const QString& text)
     return isNumber ? number : -1;
 }
 
-QString WithOrWithoutLast(const QString& column, const QString& region)
+constexpr qsizetype kAreaQueryLength = 480; // room for most, so that a text grows in place
+
+void AddQuoted(QString& sql, QStringView text)
 {
-    return u" and (a."_s + column + u'=' + QuotedStr(region) + u" or a."_s + column + u'='
-        + QuotedStr(region.left(region.size() - 1)) + u')';
+    if (text.contains(u'\''))
+        sql += QuotedStr(text.toString());
+    else
+        sql.append(u'\'').append(text).append(u'\'');
+}
+
+void AddWithOrWithoutLast(QString& sql, QStringView column, QStringView region)
+{
+    sql.append(u" and (a.").append(column).append(u'=');
+    AddQuoted(sql, region);
+    sql.append(u" or a.").append(column).append(u'=');
+    AddQuoted(sql, region.left(region.size() - 1));
+    sql.append(u')');
 }
 
 } // namespace
@@ -64,28 +79,41 @@ TAddressPieces CutAddress(const QString& address, const TKeywordPlaces& places)
 
 QString KeywordsQuery(TKeywordLevel level)
 {
-    const QString below = level == TKeywordLevel::Number ? QString() : u'-' + QString::number(int(level));
-    return u"select /*+index(a,)*/ a.KEYWORD from TAB_QRYKEY  a where a.LEVELNO=(select max(b.LEVELNO)"_s
-        + below + u" from TAB_QRYKEY b)"_s;
+    const auto text = [](const QString& below) {
+        return u"select /*+index(a,)*/ a.KEYWORD from TAB_QRYKEY  a where a.LEVELNO=(select max(b.LEVELNO)"_s
+            + below + u" from TAB_QRYKEY b)"_s;
+    };
+    static const std::array texts{text({}), text(u"-1"_s), text(u"-2"_s)};
+    return texts[size_t(level)];
 }
 
 QString AreaQuery(const TDeliveryAddress& to, const TAddressPieces& pieces)
 {
-    QString sql = u"select /*+index(a,)*/ a.SITE_NAME from TAB_AREA_DETAIL a where 1=1 "_s
-        + WithOrWithoutLast(u"PROVICE"_s, to.province) + WithOrWithoutLast(u"CITY"_s, to.city)
-        + u" and a.COUNTY = "_s + QuotedStr(to.county);
-    if (!pieces.town.isEmpty())
-        sql += u" and a.TOWN = "_s + QuotedStr(pieces.town);
-    if (!pieces.road.isEmpty()) {
-        sql += pieces.town.isEmpty() ? u" and a.ROAD_NAME like "_s + QuotedStr(u'%' + pieces.road + u'%')
-                                     : u" and a.ROAD_NAME = "_s + QuotedStr(pieces.road);
+    QString sql;
+    sql.reserve(kAreaQueryLength);
+    sql += u"select /*+index(a,)*/ a.SITE_NAME from TAB_AREA_DETAIL a where 1=1 ";
+    AddWithOrWithoutLast(sql, u"PROVICE", to.province);
+    AddWithOrWithoutLast(sql, u"CITY", to.city);
+    sql += u" and a.COUNTY = ";
+    AddQuoted(sql, to.county);
+    if (!pieces.town.isEmpty()) {
+        sql += u" and a.TOWN = ";
+        AddQuoted(sql, pieces.town);
+    }
+    if (!pieces.road.isEmpty() && pieces.town.isEmpty()) {
+        sql += u" and a.ROAD_NAME like ";
+        AddQuoted(sql, u'%' + pieces.road + u'%');
+    } else if (!pieces.road.isEmpty()) {
+        sql += u" and a.ROAD_NAME = ";
+        AddQuoted(sql, pieces.road);
     }
     if (pieces.number > -1) {
         const QString number = QString::number(pieces.number);
-        sql += u" and a.STARTNO <= "_s + number + u" and a.ENDNO >= "_s + number;
-        sql += pieces.number % 2 == 0 ? u" and a.BL_NO in (0,2) "_s : u" and a.BL_NO in (0,1) "_s;
+        sql.append(u" and a.STARTNO <= ").append(number).append(u" and a.ENDNO >= ").append(number);
+        sql += pieces.number % 2 == 0 ? u" and a.BL_NO in (0,2) " : u" and a.BL_NO in (0,1) ";
     }
-    return sql + u" and rownum=1 "_s;
+    sql += u" and rownum=1 ";
+    return sql;
 }
 
 QString FindDeliverySite(const TDeliveryAddress& to, const TLookUp& lookUp)

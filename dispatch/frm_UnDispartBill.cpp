@@ -17,7 +17,6 @@
 #include "orders/OrderColumns.h"
 #include "orders/OrderView.h"
 
-#include <QElapsedTimer>
 #include <QKeyEvent>
 
 #include <array>
@@ -30,7 +29,6 @@ namespace {
 constexpr int kMaxDays = 3;
 constexpr int kFrozenColumns = 3;
 constexpr int kDetailsPercent = 40;
-constexpr int kStepMilliseconds = 100;
 
 constexpr std::array kOffered = {company::kStatusWaiting, company::kStatusRefused};
 
@@ -291,15 +289,9 @@ void Tfrm_UnDispartBill::SpeedButton3Click()
     Tfrm_Progress progress(Application, Caption());
     progress.AllowCancel();
     progress.Start(u"正在匹配派件网点。"_s, cds->RecordCount());
-    QElapsedTimer sinceStep;
-    sinceStep.start();
     WalkAllRows(*cds, [&](TClientDataSetEx& row) {
         matched += MatchRow(row) ? 1 : 0;
-        ++done;
-        if (sinceStep.hasExpired(kStepMilliseconds)) {
-            progress.Step(u"正在匹配派件网点。"_s, done);
-            sinceStep.restart();
-        }
+        progress.Step(u"正在匹配派件网点。"_s, ++done);
         return !progress.Cancelled();
     });
     ShowNotice(u"查了%1张订单，匹配到派件网点的%2张，尚未保存。"_s.arg(done).arg(matched));

@@ -102,9 +102,12 @@ void Tfrm_Progress::Step(const QString& text, int done)
     if (!isVisible() || (done_ != Total() && !painted_.hasExpired(kPaintMilliseconds)))
         return;
     ShowTaken();
-    if (Button1)
-        QCoreApplication::processEvents();
-    repaint();
+    if (Button1) {
+        Label2->repaint();
+        QCoreApplication::processEvents(); // paints whatever else needs it
+    } else {
+        repaint();
+    }
     painted_.start();
 }
 
