@@ -102,7 +102,11 @@ void Tfrm_Basic::WatchUnsavedEdits()
         setWindowModified(
             !Quiet && std::ranges::any_of(dataSets, [](const auto* set) { return set->HasUnsavedEdits(); }));
     });
-    const auto changed = [soon] { soon->start(); };
+    // A look-up's dataset tells of four changes each time it is asked.
+    const auto changed = [soon] {
+        if (!soon->isActive())
+            soon->start();
+    };
     for (TClientDataSetEx* dataSet : OwnedDataSets()) {
         connect(dataSet, &TClientDataSetEx::StateChanged, soon, changed);
         connect(dataSet, &TClientDataSetEx::DataReset, soon, changed);
