@@ -56,6 +56,7 @@ Tfrm_Print::Tfrm_Print(QObject* owner, TDataView& view)
     , Button5(NewButton(this, u"Button5"_s, u"刷新(&U)"_s))
 {
     SetCaption(u"打印 - "_s + ListTitle(view));
+    setProperty("guide", u"lists"_s);
     KeyPreview = true;
     setWindowFlag(Qt::WindowMaximizeButtonHint);
     ComboBox6->setObjectName(u"ComboBox6"_s);
