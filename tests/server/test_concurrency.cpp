@@ -14,15 +14,22 @@ protected:
         for (int i = 0; i < threads; ++i)
             running.emplace_back([&work, i] { work(i); });
     }
+    // Fewer through ODBC, where each look behind the server's back makes a connection.
+    static int Rounds(int rounds)
+    {
+        const bool odbc =
+            GetParam() == StorageKind::OdbcToSqlite || GetParam() == StorageKind::OdbcToPostgres;
+        return odbc ? rounds / 5 : rounds;
+    }
 };
 
 TEST_P(ConcurrencyTest, OfTwoClientsRacingForARowOneWins)
 {
     const QString text = kOrders;
-    constexpr int kRounds = 100;
+    const int rounds = Rounds(100);
     Client clients[] = {LoggedIn(), LoggedIn()};
     int wins[2] = {};
-    for (int round = 0; round < kRounds; ++round) {
+    for (int round = 0; round < rounds; ++round) {
         Raw("update tab_zelmor_bill set STATUS = 0, REC_SITE = null");
         const wire::RowSet rows = clients[0].Query(text);
         std::atomic<int> accepted = 0;
@@ -40,13 +47,13 @@ TEST_P(ConcurrencyTest, OfTwoClientsRacingForARowOneWins)
         ASSERT_EQ(accepted, 1);
         ASSERT_EQ(RawText("select count(*) from zelmor_audit").toInt(), round + 1);
     }
-    EXPECT_EQ(wins[0] + wins[1], kRounds);
+    EXPECT_EQ(wins[0] + wins[1], rounds);
 }
 
 TEST_P(ConcurrencyTest, ASaveSentTwiceAtOnceIsAppliedOnce)
 {
     const QString text = kOrders;
-    for (quint64 round = 0; round < 50; ++round) {
+    for (quint64 round = 0; round < quint64(Rounds(50)); ++round) {
         Client clients[] = {LoggedIn(), LoggedIn()};
         Changes changes(text, clients[0].Query(text));
         changes.Insert(u"TX_LOGISTIC_ID=N%1"_s.arg(round));
@@ -54,7 +61,7 @@ TEST_P(ConcurrencyTest, ASaveSentTwiceAtOnceIsAppliedOnce)
             EXPECT_TRUE(clients[i].Apply(changes.log, {.client = {9}, .number = round}, -1).rows[0].accepted);
         });
     }
-    EXPECT_EQ(RawText("select count(*) from zelmor_audit"), u"50"_s);
+    EXPECT_EQ(RawText("select count(*) from zelmor_audit").toInt(), Rounds(50));
 }
 
 TEST_P(ConcurrencyTest, ReadersSeeSavesWholeOrNotAtAll)
@@ -63,7 +70,7 @@ TEST_P(ConcurrencyTest, ReadersSeeSavesWholeOrNotAtAll)
     std::atomic<bool> done = false;
     std::jthread writer([&] {
         Client client = LoggedIn();
-        for (int round = 1; round <= 60; ++round) {
+        for (int round = 1; round <= Rounds(60); ++round) {
             const wire::RowSet rows = client.Query(text);
             Changes changes(text, rows);
             for (int row = 0; row < 3; ++row)
