@@ -14,6 +14,7 @@
 #include <QLineEdit>
 #include <QMainWindow>
 #include <QRegularExpression>
+#include <QScreen>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextTable>
@@ -325,7 +326,8 @@ bool THelpKey::eventFilter(QObject* watched, QEvent* event)
         auto* layout = new QVBoxLayout(help);
         layout->setContentsMargins(0, 0, 0, 0);
         layout->addWidget(view);
-        help->resize(Scaled(*help, 640), Scaled(*help, 560));
+        const QSize room = window->screen()->availableSize() - QSize(0, Scaled(*help, 40));
+        help->resize(QSize(Scaled(*help, 640), Scaled(*help, 560)).boundedTo(room));
     }
     QString page = guide::PageOf(widget);
     if (page.isEmpty())

@@ -10,6 +10,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QSpinBox>
 #include <QVBoxLayout>
 
@@ -84,7 +85,9 @@ TPreferencesWindow::TPreferencesWindow(QWidget* owner)
     OpenSample();
     Show(before_);
     setModal(true);
-    resize(sizeHint().expandedTo({Scaled(*this, 520), Scaled(*this, 420)}));
+    // With room for the title bar on a screen of few points.
+    const QSize room = screen()->availableSize() - QSize(0, Scaled(*this, 40));
+    resize(sizeHint().expandedTo({Scaled(*this, 520), Scaled(*this, 440)}).boundedTo(room));
 }
 
 TPreferencesWindow::~TPreferencesWindow()
