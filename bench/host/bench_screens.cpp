@@ -254,7 +254,8 @@ int main(int argc, char** argv)
     ApplyStyle(application);
     QApplication::setQuitOnLastWindowClosed(false);
     if (argc < 2) {
-        std::fputs("usage: bench_screens CACHE_FOLDER [SIZE]\n", stderr);
+        std::fputs("usage: bench_screens CACHE_FOLDER [SIZE [opening|joined|statistics|monitors|chart …]]\n",
+            stderr);
         return 1;
     }
     THostOptions options;
@@ -263,13 +264,20 @@ int main(int argc, char** argv)
     options.demo = size;
     options.now = kNow;
     try {
+        const auto wanted = [parts = QCoreApplication::arguments().mid(3)](
+                                const QString& part) { return parts.isEmpty() || parts.contains(part); };
         Desk desk(options);
         PrintHead();
-        BenchOpening(desk);
-        BenchJoinedColumns(desk);
-        BenchStatistics(desk, options.dataDir);
-        BenchMonitors(desk);
-        BenchChart();
+        if (wanted(u"opening"_s))
+            BenchOpening(desk);
+        if (wanted(u"joined"_s))
+            BenchJoinedColumns(desk);
+        if (wanted(u"statistics"_s))
+            BenchStatistics(desk, options.dataDir);
+        if (wanted(u"monitors"_s))
+            BenchMonitors(desk);
+        if (wanted(u"chart"_s))
+            BenchChart();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bench_screens: %s\n", error.what());
         return 1;

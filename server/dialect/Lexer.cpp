@@ -22,7 +22,7 @@ constexpr char16_t kNumberListMark = u'\uE006';
 constexpr size_t kUsualLiterals = 16;
 constexpr qsizetype kLongestShown = 1'000; // of a text that is refused for its length
 
-enum class CharClass : quint8 { Other, Blank, Word, Digit };
+enum class CharClass : quint8 { Other, Blank, Symbol, Word, Digit };
 
 constexpr std::array<CharClass, 128> kClasses = [] {
     std::array<CharClass, 128> classes{};
@@ -31,22 +31,36 @@ constexpr std::array<CharClass, 128> kClasses = [] {
             classes[character] = value;
     };
     set(u" \t\r\n\f\v", CharClass::Blank);
+    set(u"()*+,-./;<=>", CharClass::Symbol);
     set(u"0123456789", CharClass::Digit);
     set(u"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_$#", CharClass::Word);
     return classes;
 }();
 
-CharClass ClassOf(QChar character)
+CharClass ClassOfOthers(char16_t unit)
 {
-    const char16_t unit = character.unicode();
-    if (unit < kClasses.size())
-        return kClasses[unit];
     if (unit == u'\u3000' || unit == u'\u00A0')
         return CharClass::Blank;
     // Letters that are s and k when case is ignored would make keywords of what databases take for names.
     if (unit == u'\u017F' || unit == u'\u212A')
         return CharClass::Other;
-    return character.isLetter() ? CharClass::Word : CharClass::Other;
+    return QChar::isLetter(unit) ? CharClass::Word : CharClass::Other;
+}
+
+inline CharClass ClassOf(QChar character)
+{
+    const char16_t unit = character.unicode();
+    return unit < kClasses.size() ? kClasses[unit] : ClassOfOthers(unit);
+}
+
+// Where the two stand side by side.
+Position Find(QStringView text, char16_t first, char16_t second, Position from)
+{
+    for (Position at = text.indexOf(first, from); at >= 0; at = text.indexOf(first, at + 1)) {
+        if (at + 1 < text.size() && text[at + 1] == second)
+            return at;
+    }
+    return -1;
 }
 
 bool IsOperator(char16_t unit)
@@ -151,16 +165,19 @@ void Lexer::SkipBlanks()
         return at_ + ahead < text_.size() ? text_[at_ + ahead].unicode() : u'\0';
     };
     while (at_ < text_.size()) {
-        if (ClassOf(text_[at_]) == CharClass::Blank) {
+        const CharClass found = ClassOf(text_[at_]);
+        if (found == CharClass::Blank) {
             if (wideBlank_ < 0 && text_[at_].unicode() >= kClasses.size())
                 wideBlank_ = at_;
             ++at_;
+        } else if (found != CharClass::Symbol) {
+            return;
         } else if (next(0) == u'/' && next(1) == u'*') {
-            const Position end = text_.indexOf(u"*/", at_ + 2);
+            const Position end = Find(text_, u'*', u'/', at_ + 2);
             if (end < 0)
                 throw SyntaxError(text_, at_, texts::OpenComment());
             // Databases differ in where such a comment ends, and what one takes for a comment another runs.
-            if (text_.sliced(at_ + 2, end - at_ - 2).contains(u"/*"))
+            if (Find(text_.first(end), u'/', u'*', at_ + 2) >= 0)
                 throw SyntaxError(text_, at_, texts::AmbiguousComment());
             at_ = end + 2;
         } else if (next(0) == u'-' && next(1) == u'-') {
@@ -289,7 +306,7 @@ void Lexer::ReadSymbol()
     const char16_t second = at_ + 1 < text_.size() ? text_[at_ + 1].unicode() : u'\0';
     const bool pair = (second == u'=' && (first == u'<' || first == u'>' || first == u'!' || first == u'^'))
         || (first == u'<' && second == u'>') || (first == u'|' && second == u'|');
-    if (!pair && QStringView(u"()*+,-./;<=>").indexOf(QChar(first)) < 0) {
+    if (!pair && ClassOf(QChar(first)) != CharClass::Symbol) {
         const qsizetype length = QChar::isHighSurrogate(first) && at_ + 1 < text_.size() ? 2 : 1;
         throw SyntaxError(text_, start, texts::BadCharacter(text_.sliced(start, length).toString()));
     }
