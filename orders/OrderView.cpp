@@ -1,11 +1,18 @@
 #include "orders/OrderView.h"
 
 #include "framework/ScreenHandlers.h"
+#include "runtime/ui/Style.h"
 
 #include <QSplitter>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int kLeastHeight = 160; // of a list: its titles, its totals and three rows
+
+} // namespace
 
 void PrepareOrdersView(Tfrm_Basic* screen, TDataView& view, std::vector<TColumnEh> columns,
     TClientDataSetEx* orders, TOrderItems* items, int frozen)
@@ -17,6 +24,7 @@ void PrepareOrdersView(Tfrm_Basic* screen, TDataView& view, std::vector<TColumnE
     if (items)
         grid->OnCellClick = [screen, items](
                                 const TColumnEh&) { RunHandler(screen, [items] { items->Load(); }); };
+    view.setMinimumHeight(Scaled(view, kLeastHeight)); // a small window scrolls
     view.DS->SetDataSet(orders);
     view.Loaded();
 }

@@ -21,7 +21,6 @@ namespace {
 constexpr int kMaxDays = 31;
 constexpr int kCriteriaHeight = 250; // pixels at 96 dpi
 constexpr int kDetailsHeight = 310;
-constexpr int kLeastListHeight = 160;
 
 } // namespace
 
@@ -59,7 +58,6 @@ void Tfrm_OrderSearch::LayOut(QWidget* content)
     summary_ = new TOrderSummary(content, DataView1->DS);
     summary_->setFixedHeight(Scaled(*this, kDetailsHeight - kCriteriaHeight));
     summary_->setContentsMargins(8, 0, 8, 0);
-    DataView1->setMinimumHeight(Scaled(*this, kLeastListHeight));
     auto* rows = new QVBoxLayout(content);
     rows->setContentsMargins(0, 0, 0, 0);
     rows->setSpacing(0);
