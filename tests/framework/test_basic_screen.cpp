@@ -1,6 +1,7 @@
 #include "tests/framework/ProbeScreen.h"
 
 #include <QApplication>
+#include <QTabWidget>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -190,6 +191,71 @@ TEST_F(BasicScreen, EnterMovesOnExceptWhereItIsTheControlsOwn)
     screen->Edit1->setFocus();
     QTest::keyClick(screen->Edit1, Qt::Key_Return);
     EXPECT_TRUE(screen->Edit1->hasFocus());
+}
+
+namespace {
+
+// With a button that the table of keys names, and two pages.
+class Tfrm_Keyed : public Tfrm_Probe {
+public:
+    using Tfrm_Probe::Tfrm_Probe;
+    void CreateControls() override
+    {
+        Tfrm_Probe::CreateControls();
+        Turn = new QPushButton(u"转单"_s, this);
+        Pages = new QTabWidget(this);
+        Pages->addTab(new QWidget, u"查询条件"_s);
+        Pages->addTab(new QWidget, u"详细数据"_s);
+        layout()->addWidget(Turn);
+        layout()->addWidget(Pages);
+        DataView1->DataViewGrid->ReadOnly = true;
+        DataView1->DataViewGrid->OnDblClick = [this] { Pages->setCurrentIndex(1); };
+    }
+    QPushButton* Turn = nullptr;
+    QTabWidget* Pages = nullptr;
+};
+
+} // namespace
+
+TEST_F(BasicScreen, ButtonsPagesAndListsHaveKeys)
+{
+    auto* keyed = MakeScreen<Tfrm_Keyed>(&host.App);
+    keyed->OpenBoth();
+    keyed->Show();
+    QApplication::setActiveWindow(&host.MainForm);
+    RunEvents();
+    TDBGridEh* grid = keyed->DataView1->DataViewGrid;
+    int turns = 0;
+    QObject::connect(keyed->Turn, &QPushButton::clicked, [&] {
+        ++turns;
+        EXPECT_FALSE(keyed->Edit1->hasFocus()) << "what was typed there is written before";
+    });
+    const auto offers = [&](const QString& key) { return keyed->KeyTexts().contains(key); };
+    for (const QString& key : {u"转单\tF8"_s, u"保存\tCtrl+S"_s, u"详细数据\tAlt+2"_s, u"复制\tCtrl+C"_s,
+             u"打开当前行\tAlt+Return"_s})
+        EXPECT_TRUE(offers(key)) << key.toStdString() << keyed->KeyTexts().join(u'|').toStdString();
+    EXPECT_TRUE(keyed->Turn->toolTip().endsWith(u"（F8）"_s));
+
+    keyed->Edit1->setFocus();
+    QTest::keyClick(keyed->Edit1, Qt::Key_F8);
+    EXPECT_EQ(turns, 1);
+    EXPECT_TRUE(keyed->Edit1->hasFocus()) << "and the user goes on where they were";
+    keyed->Turn->setEnabled(false);
+    QTest::keyClick(keyed->Edit1, Qt::Key_F8);
+    EXPECT_EQ(turns, 1);
+    keyed->Turn->hide();
+    EXPECT_FALSE(offers(u"转单\tF8"_s));
+
+    grid->setFocus();
+    QTest::keyClick(grid, Qt::Key_Return);
+    EXPECT_EQ(keyed->Pages->currentIndex(), 1);
+    QTest::keyClick(grid, Qt::Key_Down);
+    QTest::keyClick(grid, Qt::Key_Escape);
+    EXPECT_EQ(keyed->Pages->currentIndex(), 0);
+    EXPECT_EQ(keyed->cds->RecNo(), 2);
+    EXPECT_TRUE(grid->hasFocus());
+    QTest::keyClick(grid, Qt::Key_2, Qt::AltModifier);
+    EXPECT_EQ(keyed->Pages->currentIndex(), 1);
 }
 
 TEST_F(BasicScreen, StoredPropertiesComeBack)
