@@ -13,6 +13,6 @@ cp "$build/tour/01-login.png" "$images/login.png"
 cp "$build/tour/05-accepted.png" "$images/main.png"
 cp "$build/tour/04-accept-today.png" "$images/accept.png"
 cp "$build/tour/10-lost-race.png" "$images/accept-failures.png"
-for picture in login-server start lists lists-filter print preferences help pickup pickup-coupon correction export site distribution entry import dispatch worklist entrust query query-details revocation centre-query unaccept unaccept-orders unrec collect collect-orders; do
+for picture in login-server start lists lists-filter lists-find lists-gather print preferences help pickup pickup-coupon correction export site distribution entry import dispatch worklist entrust query query-details revocation centre-query unaccept unaccept-orders unrec collect collect-orders; do
     cp "$build/tour/$picture.png" "$images/"
 done

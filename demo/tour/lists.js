@@ -44,3 +44,43 @@ chapter("列表：筛选、标记、撤销");
     assert(host.sql().every(sent => !sent.text.includes("from tab_zelmor_bill")), "no query was sent");
     assert(screen.close(), "nothing is left to save");
 }
+
+chapter("列表：查找、一列单号");
+{
+    host.login(BRANCH.account, PASSWORD);
+    const screen = openAcceptance();
+    const grid = screen.grid("DataView1");
+    const all = grid.rowCount;
+    const numbers = [2, 5, 9].map((row) => grid.cell(row, "TX_LOGISTIC_ID"));
+    host.clearSql();
+    grid.click(0, "TX_LOGISTIC_ID");
+    grid.key("Ctrl+F");
+    screen.control("FindText").type(numbers[1]);
+    host.wait(300);
+    screen.control("FindText").key("Return");
+    assertEqual(grid.current, 5);
+    assertEqual(screen.control("FindState").text, "1 / 1");
+    screen.control("FindText").key("Ctrl+A");
+    screen.control("FindText").type("上海");
+    host.wait(300);
+    host.screenshot("lists-find.png");
+    screen.control("FindText").key("Escape");
+
+    // Numbers copied in one order are found in it, whatever order the list has now.
+    grid.click(0, "TX_LOGISTIC_ID");
+    grid.select([2, 5, 9]);
+    grid.key("Ctrl+Alt+C");
+    grid.clickTitle("TX_LOGISTIC_ID");
+    const first = grid.cell(0, "TX_LOGISTIC_ID");
+    grid.key("Ctrl+Shift+F");
+    host.wait(500);
+    numbers.forEach((number, row) => assertEqual(grid.cell(row, "TX_LOGISTIC_ID"), number, "in the order copied"));
+    assertEqual(grid.rowCount, all, "the others stay below");
+    host.screenshot("lists-gather.png");
+    grid.key("Escape");
+    assertEqual(grid.cell(0, "TX_LOGISTIC_ID"), first);
+    grid.clickTitle("TX_LOGISTIC_ID");
+    grid.clickTitle("TX_LOGISTIC_ID");
+    assert(host.sql().every(sent => !sent.text.includes("from tab_zelmor_bill")), "no query was sent");
+    assert(screen.close(), "nothing was changed");
+}

@@ -1,9 +1,18 @@
 #include "tests/host/HostFixture.h"
 
+#include "runtime/ScreenTable.h"
+#include "runtime/ui/ActionKeys.h"
 #include "runtime/ui/DBControls.h"
 #include "runtime/ui/DBGrid.h"
 
+#include <QContextMenuEvent>
+#include <QMenuBar>
+#include <QTabWidget>
+#include <QTimer>
+#include <QToolButton>
 #include <QTreeWidget>
+
+#include <map>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -59,6 +68,102 @@ TEST_F(DeskTest, AnEmptyDeskListsTheScreensAndTakesTheKeyboard)
     EXPECT_TRUE(host->CloseScreens());
     EXPECT_TRUE(list->isVisible());
     EXPECT_EQ(QApplication::focusWidget(), list);
+}
+
+// Every window in turn: no key has two meanings, nothing to press or choose is without one, and a key does
+// what its button does.
+TEST_F(DeskTest, EveryActionOfEveryScreenHasAKeyOfItsOwn)
+{
+    ASSERT_TRUE(LogIn(u"benbu"_s));
+    const TMainForm& frame = *host->MainForm();
+    std::map<QString, QString> ofFrame;
+    for (const QMenu* menu : frame.menuBar()->findChildren<QMenu*>(Qt::FindDirectChildrenOnly))
+        ofFrame[QKeySequence::mnemonic(menu->title()).toString()] = menu->title();
+    for (const QAction* action : frame.findChildren<QAction*>())
+        ofFrame[action->shortcut().toString()] = PlainActionText(action->text());
+    int screens = 0;
+    for (const TScreenInfo& info : ScreenTable()) {
+        if (!info.built)
+            continue;
+        TForm* screen = Open(info.NameText());
+        ASSERT_NE(screen, nullptr) << info.className;
+        SCOPED_TRACE(info.className);
+        ++screens;
+        std::map<QString, QString> keys = ofFrame;
+        QStringList words;
+        const auto take = [&](const QString& key, const QString& text) {
+            const auto [known, isNew] = keys.try_emplace(key, text);
+            EXPECT_TRUE(isNew || known->second == text) << key << ": " << known->second << ", " << text;
+        };
+        for (const QString& line : screen->property("ActionKeys").toStringList()) {
+            words += line.section(u'\t', 0, 0);
+            take(line.section(u'\t', 1), words.back());
+        }
+        for (const QLabel* label : screen->findChildren<QLabel*>()) {
+            if (label->buddy() && label->isVisible() && !QKeySequence::mnemonic(label->text()).isEmpty())
+                take(QKeySequence::mnemonic(label->text()).toString(), label->text());
+        }
+        for (QAbstractButton* button : screen->findChildren<QAbstractButton*>()) {
+            const QString text = PlainActionText(button->text());
+            if (text.isEmpty() || button->isCheckable() || GridOf(button) || !button->isVisible())
+                continue;
+            EXPECT_TRUE(words.contains(text)) << text;
+            if (const QKeySequence own = QKeySequence::mnemonic(button->text()); !own.isEmpty())
+                take(own.toString(), text);
+            const auto* tool = qobject_cast<QToolButton*>(button);
+            const auto of = std::ranges::find(keys, text, [](const auto& key) { return key.second; });
+            if (tool || !button->isEnabled() || of == keys.end() || ofFrame.contains(of->first))
+                continue;
+            int clicks = 0;
+            QObject::disconnect(button, &QAbstractButton::clicked, nullptr, nullptr);
+            QObject::connect(button, &QAbstractButton::clicked, screen, [&] { ++clicks; });
+            const QKeySequence sequence(of->first);
+            QTest::keyClick(QApplication::focusWidget(), sequence[0].key(), sequence[0].keyboardModifiers());
+            EXPECT_EQ(clicks, 1) << text << " by " << of->first;
+            QObject::disconnect(button, &QAbstractButton::clicked, nullptr, nullptr);
+        }
+        auto* list = screen->findChild<TDBGridEh*>(u"DataViewGrid"_s);
+        QStringList keyless;
+        QTimer::singleShot(0, list, [&] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            for (const QAction* action : menu ? menu->actions() : QList<QAction*>()) {
+                if (!action->isSeparator() && action->isVisible() && !action->text().contains(u'\t')
+                    && action->shortcut().isEmpty())
+                    keyless += action->text();
+            }
+            if (menu)
+                menu->close();
+        });
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, list->mapToGlobal(QPoint()));
+        QCoreApplication::sendEvent(list->viewport(), &event);
+        QCoreApplication::processEvents();
+        EXPECT_EQ(keyless, QStringList());
+        EXPECT_TRUE(screen->Close());
+    }
+    EXPECT_EQ(screens, 15);
+}
+
+// Enter opens what a double click opens, and Esc comes back to the list.
+TEST_F(DeskTest, EnterOpensARowOfAQueryListAndEscReturns)
+{
+    ASSERT_TRUE(LogIn(u"hefei1"_s));
+    TForm* screen = Open(u"frm_BillQuery"_s);
+    auto* pages = screen->findChild<QTabWidget*>();
+    auto* list = screen->findChild<TDataSource*>(u"DS"_s)->DataSet();
+    list->OpenQuery(u"select a.* from tab_zelmor_bill a where a.bl_dispart=1"_s);
+    ASSERT_GT(list->RecordCount(), 1);
+    auto* grid = screen->findChild<TDBGridEh*>(u"DataViewGrid"_s);
+    grid->setFocus();
+    QTest::keyClick(grid, Qt::Key_Down);
+    QTest::keyClick(grid, Qt::Key_Return);
+    EXPECT_EQ(pages->currentIndex(), 1);
+    EXPECT_EQ(list->RecNo(), 2);
+    EXPECT_EQ(QApplication::focusWidget(), grid) << "the arrows go on through the rows";
+    QTest::keyClick(grid, Qt::Key_Escape);
+    EXPECT_EQ(pages->currentIndex(), 0);
+    QTest::keyClick(grid, Qt::Key_2, Qt::AltModifier);
+    EXPECT_EQ(pages->currentIndex(), 1);
+    EXPECT_TRUE(screen->Close());
 }
 
 TEST_F(DeskTest, TheLayoutOfAnOpenWindowIsKeptWhenTheProgramEnds)
