@@ -70,6 +70,13 @@ TEST_F(DeskTest, AnEmptyDeskListsTheScreensAndTakesTheKeyboard)
     EXPECT_EQ(QApplication::focusWidget(), list);
 }
 
+bool LiesInList(const QWidget* widget)
+{
+    while (widget && !qobject_cast<const TDBGridEh*>(widget) && !widget->inherits("TDataView"))
+        widget = widget->parentWidget();
+    return widget != nullptr;
+}
+
 // Every window in turn: no key has two meanings, nothing to press or choose is without one, and a key does
 // what its button does.
 TEST_F(DeskTest, EveryActionOfEveryScreenHasAKeyOfItsOwn)
@@ -93,7 +100,8 @@ TEST_F(DeskTest, EveryActionOfEveryScreenHasAKeyOfItsOwn)
         QStringList words;
         const auto take = [&](const QString& key, const QString& text) {
             const auto [known, isNew] = keys.try_emplace(key, text);
-            EXPECT_TRUE(isNew || known->second == text) << key << ": " << known->second << ", " << text;
+            EXPECT_TRUE(isNew || known->second == text)
+                << (key + u": "_s + known->second + u", "_s + text).toStdString();
         };
         for (const QString& line : screen->property("ActionKeys").toStringList()) {
             words += line.section(u'\t', 0, 0);
@@ -105,9 +113,9 @@ TEST_F(DeskTest, EveryActionOfEveryScreenHasAKeyOfItsOwn)
         }
         for (QAbstractButton* button : screen->findChildren<QAbstractButton*>()) {
             const QString text = PlainActionText(button->text());
-            if (text.isEmpty() || button->isCheckable() || GridOf(button) || !button->isVisible())
+            if (text.isEmpty() || button->isCheckable() || LiesInList(button) || !button->isVisible())
                 continue;
-            EXPECT_TRUE(words.contains(text)) << text;
+            EXPECT_TRUE(words.contains(text)) << text.toStdString();
             if (const QKeySequence own = QKeySequence::mnemonic(button->text()); !own.isEmpty())
                 take(own.toString(), text);
             const auto* tool = qobject_cast<QToolButton*>(button);
@@ -119,7 +127,7 @@ TEST_F(DeskTest, EveryActionOfEveryScreenHasAKeyOfItsOwn)
             QObject::connect(button, &QAbstractButton::clicked, screen, [&] { ++clicks; });
             const QKeySequence sequence(of->first);
             QTest::keyClick(QApplication::focusWidget(), sequence[0].key(), sequence[0].keyboardModifiers());
-            EXPECT_EQ(clicks, 1) << text << " by " << of->first;
+            EXPECT_EQ(clicks, 1) << (text + u" by "_s + of->first).toStdString();
             QObject::disconnect(button, &QAbstractButton::clicked, nullptr, nullptr);
         }
         auto* list = screen->findChild<TDBGridEh*>(u"DataViewGrid"_s);
