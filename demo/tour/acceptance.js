@@ -153,7 +153,8 @@ chapter("两个网点抢同一票");
     list.key("Down");
     const rival = host.otherSession(RIVAL.account, PASSWORD);
     assertEqual(rival.update("select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID=" + quoted(number),
-        { STATUS: 1, REC_SITE: rival.site, DUTY_SITE: rival.site, REC_BILL_MAN: rival.employeeName }), 1);
+        { STATUS: 1, REC_SITE: rival.site, DUTY_SITE: rival.site, REC_BILL_MAN: rival.employeeName,
+            ACCEPT_DATE: host.serverTime }), 1);
     let told = "";
     let failed = 0;
     host.onDialog(dialog => {

@@ -51,7 +51,8 @@ host.key("Ctrl+9");
     assert(lastMessage().startsWith("详细："));
     assertEqual(order(number).STATUS, 5);
     host.screenshot("revocation-refused.png");
-    branch.update("select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID=" + quoted(number), { STATUS: 3 });
+    branch.update("select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID=" + quoted(number),
+        { STATUS: 3, REC_MAN: branch.employeeName, REC_DATE: host.serverTime });
     host.answer("yes");
     host.key("F5");
     revoke(rowOf(list, number), "虚假揽收地址");

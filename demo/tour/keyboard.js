@@ -61,7 +61,7 @@ chapter("一天只用键盘");
     let pages = "";
     host.onDialog(dialog => {
         pages = dialog.control("Label1").text;
-        host.key("PageDown");
+        host.key("PgDown");
         host.screenshot("keyboard-print.png");
         host.key("Escape");
     });

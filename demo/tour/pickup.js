@@ -164,7 +164,7 @@ chapter("同事先揽收了");
     const kept = list.value(3, "TX_LOGISTIC_ID");
     const colleague = host.otherSession(BRANCH.account, PASSWORD);
     colleague.update("select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID=" + quoted(number),
-        { STATUS: 3, BILL_CODE: own[25], REC_MAN: colleague.employeeName });
+        { STATUS: 3, BILL_CODE: own[25], REC_MAN: colleague.employeeName, REC_DATE: host.serverTime });
     let told = "";
     host.onDialog(dialog => {
         if (dialog.has("Grid1")) {

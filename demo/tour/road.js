@@ -9,6 +9,8 @@ function stateOf(number) {
 
 function report(number, fields) {
     const terminal = host.otherSession(HEADQUARTERS.account, PASSWORD);
+    if (fields.REC_DATE)
+        fields.REC_MAN = terminal.employeeName;
     assertEqual(terminal.update("select a.* from tab_zelmor_bill a where a.TX_LOGISTIC_ID=" + quoted(number), fields), 1);
     terminal.logout();
 }
@@ -114,8 +116,9 @@ chapter("一路：另派网点、委托、揽件");
     saveAndClose();
     assertEqual([...stateOf(road), order(road).BL_DEPUTE], [1, listOf(RIVAL), null, 1]);
     giveInWorklist(RIVAL, road, staffOf(RIVAL)[2]);
-    report(road, { STATUS: 3, BILL_CODE: freshNumbers(RIVAL.site, 1)[0], REC_SITE: RIVAL.site, REC_DATE: host.serverTime });
-    assertEqual([order(road).STATUS, order(road).REC_SITE], [3, RIVAL.site]);
+    const waybill = freshNumbers(RIVAL.site, 1)[0];
+    report(road, { STATUS: 3, BILL_CODE: waybill, REC_DATE: host.serverTime });
+    assertEqual([order(road).STATUS, order(road).BILL_CODE], [3, waybill]);
 }
 
 chapter("一路：录入的订单，中心撤消");

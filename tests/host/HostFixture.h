@@ -15,6 +15,7 @@
 #include <QRadioButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -31,6 +32,10 @@ protected:
 
     void SetUp() override
     {
+        // After a test that has ended the program no loop would run until one of the application's own
+        // begins.
+        QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+        QCoreApplication::exec();
         THostOptions options;
         options.dataDir = Folder().path();
         options.demo = QStringLiteral("300");
