@@ -12,8 +12,8 @@ constexpr QChar kEllipsis(u'…');
 
 } // namespace
 
-TPageFont::TPageFont(QFont font, int pixelSize, bool bold)
-    : font_(std::move(font))
+TPageFont::TPageFont(const QFont& font, int pixelSize, bool bold)
+    : font_(font)
 {
     font_.setPixelSize(pixelSize);
     font_.setBold(bold);

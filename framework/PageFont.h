@@ -12,7 +12,7 @@ class QPainter;
 // the font lacks are shaped.
 class TPageFont {
 public:
-    explicit TPageFont(QFont font, int pixelSize, bool bold = false);
+    explicit TPageFont(const QFont& font, int pixelSize, bool bold = false);
 
     int Height() const noexcept { return height_; }
     int Ascent() const noexcept { return ascent_; }

@@ -27,9 +27,9 @@ TStartPage::TStartPage(QWidget* parent)
     QFont large = font();
     large.setPixelSize(fontInfo().pixelSize() * 3 / 2);
     heading->setFont(large);
-    auto* keys =
-        new QLabel(u"方向键选择，回车打开；右边的快捷键随时可用。\n"
-                   u"打开以后：F1 帮助，F5 查询，Ctrl+S 保存，Alt+G 查找，Ctrl+Tab 下一个窗口，Ctrl+F4 关闭窗口。"_s);
+    auto* keys = new QLabel(
+        u"方向键选择，回车打开；右边的快捷键随时可用。\n"
+        u"打开以后：F1 帮助，F5 查询，Ctrl+S 保存，Alt+G 查找，Ctrl+Tab 下一个窗口，Ctrl+F4 关闭窗口。"_s);
     keys->setWordWrap(true);
     keys->setForegroundRole(QPalette::PlaceholderText);
 

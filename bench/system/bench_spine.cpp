@@ -269,8 +269,8 @@ void BenchSort(TSocketConnectionEx& local)
         u"QSortFilterProxyModel, locale-aware: "_s + Milliseconds(sorted.peer), sorted.ratio, 0.03);
 }
 
-// Milliseconds of this thread's processor: a frame is so short that on a busy machine the wait for it is mostly
-// that for other programs.
+// Milliseconds of this thread's processor: a frame is so short that on a busy machine the wait for it is
+// mostly that for other programs.
 double ProcessorMillisecondsOf(const std::function<void()>& work)
 {
     const auto now = [] {

@@ -66,8 +66,8 @@ void TShownTexts::Read(const TDBGridEh& grid, const QString& field)
         sources_.push_back({i, index,
             stored && shown.nullText.isEmpty() && rows.FieldInfo(index).type == wire::ColumnType::Text});
     }
-    std::ranges::stable_partition(
-        sources_, [&](const Source& source) { return source.column == grid.SelectedIndex(); });
+    std::stable_partition(sources_.begin(), sources_.end(),
+        [&](const Source& source) { return source.column == grid.SelectedIndex(); });
 }
 
 QByteArrayView TShownTexts::Text(int viewRow, const Source& source) const

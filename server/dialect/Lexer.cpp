@@ -170,9 +170,7 @@ void Lexer::SkipBlanks()
             if (wideBlank_ < 0 && text_[at_].unicode() >= kClasses.size())
                 wideBlank_ = at_;
             ++at_;
-        } else if (found != CharClass::Symbol) {
-            return;
-        } else if (next(0) == u'/' && next(1) == u'*') {
+        } else if (found == CharClass::Symbol && next(0) == u'/' && next(1) == u'*') {
             const Position end = Find(text_, u'*', u'/', at_ + 2);
             if (end < 0)
                 throw SyntaxError(text_, at_, texts::OpenComment());
@@ -180,7 +178,7 @@ void Lexer::SkipBlanks()
             if (Find(text_.first(end), u'/', u'*', at_ + 2) >= 0)
                 throw SyntaxError(text_, at_, texts::AmbiguousComment());
             at_ = end + 2;
-        } else if (next(0) == u'-' && next(1) == u'-') {
+        } else if (found == CharClass::Symbol && next(0) == u'-' && next(1) == u'-') {
             while (at_ < text_.size() && text_[at_] != u'\n' && text_[at_] != u'\r')
                 ++at_;
             // The same with a line that ends in half a line end.

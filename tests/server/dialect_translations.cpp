@@ -1,6 +1,5 @@
 #include "tests/server/dialect_database.h"
 
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace {

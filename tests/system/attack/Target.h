@@ -16,7 +16,8 @@ namespace attack {
 class Target {
 public:
     // `seconds`: after so many it stops a statement. `storage`: in the place of the embedded database an
-    // empty one, or through odbc: one that has the demo data. `log`: the file of its log. Either may be empty.
+    // empty one, or through odbc: one that has the demo data. `log`: the file of its log. Either may be
+    // empty.
     Target(int seconds, const QString& storage, const QString& log);
     ~Target();
     Target(const Target&) = delete;
