@@ -124,9 +124,13 @@ int Floor::Update(std::span<const OrderEdit> edits)
 {
     Run(u"begin immediate"_s);
     sqlite3_stmt* statement = Prepare(database_,
-        u"update tab_zelmor_bill set REMARK=?1, MESSAGE=?2, TOTAL_WEIGHT=?3 where TX_LOGISTIC_ID=?4 and "
-        "STATUS is ?5 and REC_SITE is ?6 and PREPARE_SITE is ?7 and REMARK is ?8 and MESSAGE is ?9 and "
-        "TOTAL_WEIGHT is ?10"_s);
+        u"update tab_zelmor_bill set REMARK=?1, MESSAGE=?2, TOTAL_WEIGHT=?3, MODIFIER=?11, MODIFY_CODE=?12, "
+        "MODIFY_SITE=?13 where TX_LOGISTIC_ID=?4 and STATUS is ?5 and REC_SITE is ?6 and PREPARE_SITE is ?7 "
+        "and REMARK is ?8 and MESSAGE is ?9 and TOTAL_WEIGHT is ?10"_s);
+    // Who changes an order stands in it.
+    BindText(statement, 11, u"王建军"_s);
+    BindText(statement, 12, u"00000001"_s);
+    BindText(statement, 13, u"快运本部"_s);
     int changed = 0;
     for (const OrderEdit& edit : edits) {
         BindText(statement, 1, edit.remark);

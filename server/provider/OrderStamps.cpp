@@ -20,6 +20,10 @@ namespace {
 constexpr qint64 kOldestStamp = 4 * 24 * 3600;
 constexpr qint64 kNewestStamp = 10 * 60;
 
+// The stamps and their occasions: a change of other columns is not looked at.
+constexpr std::array kWatched{u"STATUS", u"BL_CANCEL", u"CANCEL_SITE", u"CANCEL_MAN", u"CANCEL_DATE",
+    u"REC_SITE", u"ACCEPT_DATE", u"REC_BILL_MAN", u"REC_MAN", u"REC_DATE"};
+
 std::optional<QString> RefuseUnless(bool whole, QStringView column)
 {
     return whole ? std::nullopt
@@ -37,6 +41,10 @@ OrderStamps::OrderStamps(const Caller& caller, const RowTarget& target)
         if (const dialect::CatalogColumn* column = target.Table().Find(name))
             last_.push_back({column, text->isEmpty() ? Value() : Value(*text)});
     }
+    for (const char16_t* name : kWatched) {
+        if (const dialect::CatalogColumn* column = target.Table().Find(name))
+            watched_.push_back(column);
+    }
 }
 
 void OrderStamps::Complete(storage::RowWrite& write) const
@@ -49,6 +57,9 @@ void OrderStamps::Complete(storage::RowWrite& write) const
 
 std::optional<QString> OrderStamps::RefusalOf(const OrderChange& order) const
 {
+    const auto isWatched = [this](const Cell& cell) { return std::ranges::count(watched_, cell.column) > 0; };
+    if (std::ranges::none_of(order.write.sets, isWatched))
+        return std::nullopt;
     std::optional<QString> reason = RefusalOfCancellation(order);
     if (!reason)
         reason = RefusalOfAcceptance(order);

@@ -28,6 +28,7 @@ private:
 
     const Caller& caller_;
     std::vector<storage::Cell> last_;
+    std::vector<const dialect::CatalogColumn*> watched_;
 };
 
 } // namespace server
