@@ -70,7 +70,7 @@ chapter("一天只用键盘");
     assert(/^共 \d+ 页/.test(pages), pages);
 
     // Export.
-    const file = picture.replace(".png", ".xlsx");
+    const file = picture.replace(".png", "-" + Date.now() + ".xlsx"); // an earlier run may have left its own
     let written = "";
     host.onDialog(dialog => {
         tabTo("the file", dialog.control("Edit1"));
