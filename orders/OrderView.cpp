@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kLeastHeight = 160; // of a list: its titles, its totals and three rows
+constexpr int kLeastHeight = 160; // of a list: its titles, its totals and two rows
 
 } // namespace
 

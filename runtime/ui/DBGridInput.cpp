@@ -177,11 +177,6 @@ bool TDBGridEh::Private::HandleKey(QKeyEvent* event)
         return !control && MoveOn(-1);
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        if (q->ReadOnly && q->OnDblClick && !(event->modifiers() & ~Qt::KeypadModifier)) {
-            if (CurrentRow() >= 0)
-                Guarded(q->OnDblClick);
-            return true;
-        }
         MoveOn(event->modifiers() & Qt::ShiftModifier ? -1 : 1);
         return true;
     case Qt::Key_Escape: {

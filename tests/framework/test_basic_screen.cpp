@@ -247,7 +247,7 @@ TEST_F(BasicScreen, ButtonsPagesAndListsHaveKeys)
     EXPECT_FALSE(offers(u"转单\tF8"_s));
 
     grid->setFocus();
-    QTest::keyClick(grid, Qt::Key_Return);
+    QTest::keyClick(grid, Qt::Key_Return, Qt::AltModifier);
     EXPECT_EQ(keyed->Pages->currentIndex(), 1);
     QTest::keyClick(grid, Qt::Key_Down);
     QTest::keyClick(grid, Qt::Key_Escape);

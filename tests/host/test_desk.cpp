@@ -141,8 +141,8 @@ TEST_F(DeskTest, EveryActionOfEveryScreenHasAKeyOfItsOwn)
     EXPECT_EQ(screens, 15);
 }
 
-// Enter opens what a double click opens, and Esc comes back to the list.
-TEST_F(DeskTest, EnterOpensARowOfAQueryListAndEscReturns)
+// Alt+Enter opens what a double click opens, and Esc comes back to the list. Enter alone moves like Tab.
+TEST_F(DeskTest, AltEnterOpensARowOfAQueryListAndEscReturns)
 {
     ASSERT_TRUE(LogIn(u"hefei1"_s));
     TForm* screen = Open(u"frm_BillQuery"_s);
@@ -153,7 +153,11 @@ TEST_F(DeskTest, EnterOpensARowOfAQueryListAndEscReturns)
     auto* grid = screen->findChild<TDBGridEh*>(u"DataViewGrid"_s);
     grid->setFocus();
     QTest::keyClick(grid, Qt::Key_Down);
+    const int column = grid->SelectedIndex();
     QTest::keyClick(grid, Qt::Key_Return);
+    EXPECT_EQ(pages->currentIndex(), 0);
+    EXPECT_GT(grid->SelectedIndex(), column);
+    QTest::keyClick(grid, Qt::Key_Return, Qt::AltModifier);
     EXPECT_EQ(pages->currentIndex(), 1);
     EXPECT_EQ(list->RecNo(), 2);
     EXPECT_EQ(QApplication::focusWidget(), grid) << "the arrows go on through the rows";
