@@ -177,8 +177,10 @@ void Tfrm_UnDispartBill::CreateViews()
     DataView1->DataViewGrid->OnKeyDown = [this](QKeyEvent* event) {
         RunHandler(this, [this, event] { DataView1DataViewGridKeyDown(event); });
     };
-    details_ = new TOrderDetails(
-        this, DataView1->DS, {.items = cdsms, .blocks = {SenderBlock(), ReceiverBlockWithoutTime()}});
+    details_ = new TOrderDetails(this, DataView1->DS,
+        {.items = cdsms,
+            .itemsCaption = u"发货商品信息"_s,
+            .blocks = {SenderBlock(), ReceiverBlockWithoutTime()}});
 }
 
 void Tfrm_UnDispartBill::FirstLoad()

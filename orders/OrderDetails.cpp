@@ -77,6 +77,13 @@ void AddFields(
     grid->setColumnMinimumWidth(1, block->fontMetrics().horizontalAdvance(u"0000-00-00 00:00:00 0000"_s));
 }
 
+void FillGroup(QGroupBox* group, QWidget* content)
+{
+    auto* layout = new QVBoxLayout(group);
+    layout->setContentsMargins(4, 2, 4, 4);
+    layout->addWidget(content);
+}
+
 } // namespace
 
 std::span<const TDetailField> OrderNumberFields()
@@ -120,15 +127,24 @@ QWidget* TOrderDetails::CreateLists(QWidget* content, const TOptions& options)
 {
     auto* lists = new QSplitter(Qt::Horizontal, content);
     lists->setChildrenCollapsible(false);
-    auto* goods = new TDataView(lists, options.itemsView);
-    PrepareItemsView(*goods, options.items);
-    lists->addWidget(goods);
+    lists->addWidget(CreateItems(lists, options));
     lists->setStretchFactor(0, 2);
     if (options.trail) {
         lists->addWidget(CreateTrail(lists, options));
         lists->setStretchFactor(1, 3);
     }
     return lists;
+}
+
+QWidget* TOrderDetails::CreateItems(QWidget* lists, const TOptions& options)
+{
+    QGroupBox* frame = options.itemsCaption.isEmpty() ? nullptr : new QGroupBox(options.itemsCaption, lists);
+    auto* goods = new TDataView(frame ? frame : lists, options.itemsView);
+    PrepareItemsView(*goods, options.items);
+    if (!frame)
+        return goods;
+    FillGroup(frame, goods);
+    return frame;
 }
 
 QWidget* TOrderDetails::CreateFields(QWidget* content, const TOptions& options)
@@ -181,9 +197,7 @@ QWidget* TOrderDetails::CreateTrail(QWidget* lists, const TOptions& options)
         connect(dataSet, &TClientDataSetEx::CursorMoved, this, &TOrderDetails::ShowTrailOrder);
     }
     ShowTrailOrder();
-    auto* layout = new QVBoxLayout(group);
-    layout->setContentsMargins(4, 2, 4, 4);
-    layout->addWidget(view);
+    FillGroup(group, view);
     return group;
 }
 

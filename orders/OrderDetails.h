@@ -36,6 +36,7 @@ public:
     struct TOptions {
         TClientDataSetEx* items = nullptr;
         QString itemsView = QStringLiteral("DataView2"); // its name
+        QString itemsCaption{}; // of the frame around the goods; empty: none
         TClientDataSetEx* trail = nullptr; // none: no trail
         QString trailView = QStringLiteral("DataView3");
         std::span<const TDetailField> numbers = OrderNumberFields();
@@ -50,6 +51,7 @@ public:
 private:
     QWidget* CreateFields(QWidget* content, const TOptions& options);
     QWidget* CreateLists(QWidget* content, const TOptions& options);
+    QWidget* CreateItems(QWidget* lists, const TOptions& options);
     QWidget* CreateTrail(QWidget* lists, const TOptions& options);
     void ShowTrailOrder();
 

@@ -2,6 +2,8 @@
 #include "framework/frm_Progress.h"
 #include "tests/orders/OrderScreen.h"
 
+#include <QGroupBox>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -96,6 +98,8 @@ TEST_F(UnDispartScreen, AsksForTheCountiesFirstAndForOrdersWhenTold)
                     .last()
                     .contains(u" is null and COUNTY='天河区' order by"_s));
     EXPECT_TRUE(desk.host.Server.Queries().last().contains(u"'T1'"_s)) << "the first order's goods";
+    const auto* goods = qobject_cast<QGroupBox*>(Find<TDataView>(u"DataView2"_s)->parentWidget());
+    EXPECT_TRUE(goods && goods->title() == u"发货商品信息"_s);
     EXPECT_EQ(grid->FooterText(0, grid->ColumnIndex(u"PIECE")), u"总件数"_s);
     EXPECT_EQ(grid->FooterText(1, grid->ColumnIndex(u"PIECE")), u"6"_s);
 }
