@@ -23,6 +23,7 @@ Tfrm_CenterBillBack::Tfrm_CenterBillBack(QObject* owner)
     : Tfrm_OrderSearch(owner,
         {.windowTitle = u"揽件时间范围(31天以内)"_s,
             .criteria = CenterBillBackCriteria(),
+            .numbers = {.maxLines = 999},
             .columns = OrderSearchColumns(kColumns, company::StatusUse::Centre),
             .readOnly = false})
     , cds_Temp(new TClientDataSetEx(this, u"cds_Temp"_s))

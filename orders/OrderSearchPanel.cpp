@@ -16,7 +16,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr TPasteRule kPasteRule{.maxLines = 999, .trimmed = false, .lastFirst = true};
 constexpr int kNumberBoxWidth = 180; // pixels at 96 dpi
 constexpr int kLeastBoxWidth = 96;
 
@@ -32,8 +31,8 @@ QString TextIn(const QWidget* box)
 
 } // namespace
 
-TOrderSearchPanel::TOrderSearchPanel(
-    QWidget* parent, const QString& name, const QString& windowTitle, std::span<const TCriterion> table)
+TOrderSearchPanel::TOrderSearchPanel(QWidget* parent, const QString& name, const QString& windowTitle,
+    const TPasteRule& numbers, std::span<const TCriterion> table)
     : QWidget(parent)
     , table_(table)
 {
@@ -44,8 +43,7 @@ TOrderSearchPanel::TOrderSearchPanel(
     whole->setContentsMargins(0, 0, 0, 0);
     whole->addWidget(area);
 
-    numbers_ =
-        new TNumberListInput(content, u"NumberBox"_s, kPasteRule, u"按物流号查询"_s, u"按运单号查询"_s);
+    numbers_ = new TNumberListInput(content, u"NumberBox"_s, numbers, u"按物流号查询"_s, u"按运单号查询"_s);
     numbers_->setMaximumWidth(Scaled(*this, kNumberBoxWidth));
     auto* parts = new QHBoxLayout(content);
     parts->setContentsMargins(8, 4, 8, 6);

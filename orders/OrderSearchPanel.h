@@ -10,8 +10,8 @@
 class TOrderSearchPanel : public QWidget {
     Q_OBJECT
 public:
-    TOrderSearchPanel(
-        QWidget* parent, const QString& name, const QString& windowTitle, std::span<const TCriterion> table);
+    TOrderSearchPanel(QWidget* parent, const QString& name, const QString& windowTitle,
+        const TPasteRule& numbers, std::span<const TCriterion> table);
 
     TDateWindow& Window() noexcept { return *window_; }
     // The box of a criterion, by the column that it filters.

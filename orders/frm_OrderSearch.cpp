@@ -75,7 +75,8 @@ void Tfrm_OrderSearch::CreatePages(QWidget* content)
     PageControl1 = new QTabWidget(Panel1);
     PageControl1->setObjectName(u"PageControl1"_s);
     TabSheet1 = AddPage(*PageControl1, u"TabSheet1"_s, u"查询条件"_s);
-    Panel2 = new TOrderSearchPanel(TabSheet1, u"Panel2"_s, search_.windowTitle, search_.criteria);
+    Panel2 =
+        new TOrderSearchPanel(TabSheet1, u"Panel2"_s, search_.windowTitle, search_.numbers, search_.criteria);
     TabSheet1->layout()->addWidget(Panel2);
     TabSheet2 = AddPage(*PageControl1, u"TabSheet2"_s, u"详细数据"_s);
     details_ = new TOrderDetails(TabSheet2, DataView1->DS, {.items = cdsms, .trail = CDSStatus});

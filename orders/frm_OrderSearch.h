@@ -13,6 +13,7 @@
 struct TOrderSearch {
     QString windowTitle{}; // of the date window
     std::span<const TCriterion> criteria{};
+    TPasteRule numbers{.maxLines = 999, .trimmed = false, .lastFirst = true};
     std::vector<TColumnEh> columns{};
     QString selected = QStringLiteral(" a.*"); // of each order that meets the criteria
     bool readOnly = true;

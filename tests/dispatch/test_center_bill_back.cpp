@@ -161,16 +161,16 @@ TEST_F(CenterBillBack, FindsRevokesIsRefusedAndSaves)
     EXPECT_EQ(cds->RecordCount(), 3);
 
     // By number, each list in its own order.
-    Find<TDBMemo>(u"Memo1"_s)->setPlainText(u"T1"_s);
+    Find<TDBMemo>(u"Memo1"_s)->setPlainText(u" T1 \nT2"_s);
     Press(u"CheckBox1"_s);
     Press(u"Button1"_s);
     Press(u"CheckBox2"_s);
     Press(u"Button1"_s);
     EXPECT_EQ(OrderQueries(),
         QStringList({u"select /*+index(a,TAB_ZELMOR_BILL_P)*/a.* from tab_zelmor_bill a where "
-                     "a.TX_LOGISTIC_ID in ('T1') and a.bl_dispart=1 order by a.REC_DATE desc"_s,
+                     "a.TX_LOGISTIC_ID in ('T1','T2') and a.bl_dispart=1 order by a.REC_DATE desc"_s,
             u"select /*+index(a,TAB_ZELMOR_BILL_I)*/a.* from tab_zelmor_bill a where a.BILL_CODE in "
-            "('T1') and a.bl_dispart=1 order by a.CREATE_DATE desc"_s}));
+            "('T1','T2') and a.bl_dispart=1 order by a.CREATE_DATE desc"_s}));
 
     const QString save = screen->SaveButton()->objectName();
     Press(save);
