@@ -111,7 +111,7 @@ void Tfrm_DispatchOrders::CreateControls()
     std::vector<TColumnEh> columns = OrderColumns(kColumns);
     PrepareColumns(columns);
     DataView1 = new TDataView(this, u"DataView1"_s);
-    PrepareOrdersView(this, *DataView1, std::move(columns), cds, items_);
+    PrepareList(std::move(columns));
     new TRefusedRows(*DataView1, u"TX_LOGISTIC_ID");
     DataView2 = new TDataView(this, u"DataView2"_s);
     PrepareItemsView(*DataView2, cdsms);

@@ -169,7 +169,7 @@ void Tfrm_UnDispartBill::CreateViews()
     std::vector<TColumnEh> columns = OrderColumns(kColumns);
     OfferStatuses(columns, company::StatusUse::Dispatch, kOffered);
     DataView1 = new TDataView(this, u"DataView1"_s);
-    PrepareOrdersView(this, *DataView1, std::move(columns), cds, items_, kFrozenColumns);
+    PrepareList(std::move(columns), kFrozenColumns);
     new TRefusedRows(*DataView1, u"TX_LOGISTIC_ID");
     DataView1->DataViewGrid->OnDblClick = [this] {
         RunHandler(this, [this] { DataView1DataViewGridDblClick(); });

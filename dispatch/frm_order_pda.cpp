@@ -138,6 +138,7 @@ void Tfrm_order_pda::BindHandlers()
     onChange(form_->SEND_PROV, &Tfrm_order_pda::SEND_PROVChange);
     onChange(form_->SEND_CITY, &Tfrm_order_pda::SEND_CITYChange);
     onChange(form_->REC_GOODS_MAN, &Tfrm_order_pda::REC_GOODS_MANChange);
+    form_->DBLookupComboboxEh1->OnExit = [this] { DBLookupComboboxEh1Exit(); };
     form_->REC_GOODS_MAN->OnUpdateData = form_->REC_GOODS_MAN->OnChange; // another of the same name
     for (const auto change : {&TClientDataSetEx::RowInserted, &TClientDataSetEx::RowRemoved})
         connect(CDS_ORDER_PDA, change, this, &Tfrm_order_pda::ShowHint);
@@ -346,6 +347,12 @@ void Tfrm_order_pda::SEND_CITYChange()
 {
     if (CDS_ORDER_PDA->Active())
         NarrowList(*dm_GlobalData->cds_county_n1, u"city", form_->SEND_CITY->Text(), {form_->SEND_COUNTY});
+}
+
+// 目的地
+void Tfrm_order_pda::DBLookupComboboxEh1Exit()
+{
+    CompleteLookupText(*form_->DBLookupComboboxEh1);
 }
 
 void Tfrm_order_pda::btn_ExcelClick()

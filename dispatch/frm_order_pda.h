@@ -25,6 +25,7 @@ private:
     void BindHandlers();
 
     void BTN_SAVEClick();
+    void DBLookupComboboxEh1Exit();
     void btn_ExcelClick();
     void AddButtonClick();
     void CUSTOMER_NAMEEdited();

@@ -1,6 +1,5 @@
 #include "orders/OrderView.h"
 
-#include "framework/ScreenHandlers.h"
 #include "runtime/ui/Style.h"
 
 #include <QSplitter>
@@ -14,16 +13,12 @@ constexpr int kLeastHeight = 160; // of a list: its titles, its totals and two r
 
 } // namespace
 
-void PrepareOrdersView(Tfrm_Basic* screen, TDataView& view, std::vector<TColumnEh> columns,
-    TClientDataSetEx* orders, TOrderItems* items, int frozen)
+void PrepareOrdersView(TDataView& view, std::vector<TColumnEh> columns, TClientDataSetEx* orders, int frozen)
 {
     columns.insert(columns.begin(), {.title = u"序号"_s, .width = 46, .readOnly = true});
     TDBGridEh* grid = view.DataViewGrid;
     grid->SetColumns(std::move(columns));
     grid->SetFrozenCols(frozen + 1);
-    if (items)
-        grid->OnCellClick = [screen, items](
-                                const TColumnEh&) { RunHandler(screen, [items] { items->Load(); }); };
     view.setMinimumHeight(Scaled(view, kLeastHeight)); // a small window scrolls
     view.DS->SetDataSet(orders);
     view.Loaded();

@@ -1,8 +1,6 @@
 #pragma once
 
 #include "framework/DataView.h"
-#include "framework/frm_Basic.h"
-#include "orders/OrderItems.h"
 
 #include <QScrollArea>
 #include <QTabWidget>
@@ -11,10 +9,9 @@
 
 // The list of orders over the list of their goods, as every order screen sets them out.
 
-// Sets up a view over orders: row numbers, the columns, the first `frozen` of them kept in sight. A click on
-// a row shows its goods, where the screen has them.
-void PrepareOrdersView(Tfrm_Basic* screen, TDataView& view, std::vector<TColumnEh> columns,
-    TClientDataSetEx* orders, TOrderItems* items, int frozen = 1);
+// Sets up a view over orders: row numbers, the columns, the first `frozen` of them kept in sight.
+void PrepareOrdersView(
+    TDataView& view, std::vector<TColumnEh> columns, TClientDataSetEx* orders, int frozen = 1);
 // The panels in rows at the top, below them the orders and what belongs to the current one, which share the
 // room.
 void LayOutScreen(QWidget* screen, std::initializer_list<QWidget*> panels, TDataView* orders, QWidget* below,

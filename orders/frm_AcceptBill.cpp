@@ -132,7 +132,7 @@ void Tfrm_AcceptBill::CreateOrdersView()
         std::span(kOffered).first(AtHeadquarters() ? kOffered.size() : kOffered.size() - 1));
     ChooseFrom(columns, u"REC_GOODS_MAN", EmployeeLookup(dm_GlobalData->ds_employee));
     ChooseFrom(columns, u"DESTINATION", SiteLookup(dsDestination));
-    PrepareOrdersView(this, *DataView1, std::move(columns), cds, items_);
+    PrepareList(std::move(columns));
     DataView1->DataViewGrid->OnGetCellParams = [this](const TColumnEh& column, int viewRow,
                                                    TCellParams& params) {
         DataView1DataViewGridGetCellParams(column, viewRow, params);

@@ -1,8 +1,10 @@
 #include "orders/frm_OrderList.h"
 
 #include "framework/Questions.h"
+#include "framework/ScreenHandlers.h"
 #include "module/data/DataSetRows.h"
 #include "module/data/ServerLink.h"
+#include "orders/OrderView.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -30,6 +32,19 @@ void Tfrm_OrderList::ShowOrders(const QString& sqlText)
     AskToDropEdits(*cds, Caption());
     const BusyCursor busy;
     OpenQuery(*cds, sqlText);
+    items_->Load();
+}
+
+void Tfrm_OrderList::PrepareList(std::vector<TColumnEh> columns, int frozen)
+{
+    PrepareOrdersView(*DataView1, std::move(columns), cds, frozen);
+    DataView1->DataViewGrid->OnCellClick = [this](const TColumnEh&) {
+        RunHandler(this, [this] { DataView1DataViewGridCellClick(); });
+    };
+}
+
+void Tfrm_OrderList::DataView1DataViewGridCellClick()
+{
     items_->Load();
 }
 

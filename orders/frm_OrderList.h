@@ -23,6 +23,9 @@ protected:
     // Runs the query of a button: asks first where it would drop unsaved edits (the user's No ends the
     // handler), then shows the orders and the goods of the first. Raises wire::Error.
     void ShowOrders(const QString& sqlText);
+    // Sets up DataView1 over the orders; a click on one shows its goods.
+    void PrepareList(std::vector<TColumnEh> columns, int frozen = 1);
+    void DataView1DataViewGridCellClick();
     // An action over the selected orders; enabled while there are orders.
     QAction* NewBatchAction(const QString& name, const QString& caption);
     // Rules of a before-edit or before-post handler: a violation is told under the caption, its column found.

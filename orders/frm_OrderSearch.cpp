@@ -92,7 +92,7 @@ void Tfrm_OrderSearch::CreateView(QWidget* content)
 {
     DataView1 = new TDataView(content, u"DataView1"_s);
     DataView1->DataViewGrid->ReadOnly = search_.readOnly;
-    PrepareOrdersView(this, *DataView1, std::move(search_.columns), cds, items_);
+    PrepareList(std::move(search_.columns));
     DataView1->DataViewGrid->OnDblClick = [this] {
         RunHandler(this, [this] { DataView1DataViewGridDblClick(); });
     };

@@ -112,7 +112,7 @@ void Tfrm_RecBill::CreateOrdersView()
     std::vector<TColumnEh> columns = OrderColumns(kColumns);
     OfferStatuses(columns, company::StatusUse::SiteScreens, kOffered);
     ChooseFrom(columns, u"DESTINATION", SiteLookup(dsDestination));
-    PrepareOrdersView(this, *DataView1, std::move(columns), cds, items_);
+    PrepareList(std::move(columns));
     DataView1->DataViewGrid->OnKeyDown = [this](QKeyEvent* event) {
         RunHandler(this, [this, event] { DataView1DataViewGridKeyDown(event); });
     };

@@ -138,7 +138,7 @@ void Tfrm_RecBillQuery::CreateViews()
     DataView1 = new TDataView(this, u"DataView1"_s);
     std::vector<TColumnEh> columns = OrderColumns(kColumns);
     OfferStatuses(columns, company::StatusUse::SiteScreens, kNamed);
-    PrepareOrdersView(this, *DataView1, std::move(columns), cds, items_, kFrozenColumns);
+    PrepareList(std::move(columns), kFrozenColumns);
     new TRefusedRows(*DataView1, u"TX_LOGISTIC_ID", u"服务器拒绝了底色标出的行，其余的修改都已经保存。"_s);
     DataView2 = new TDataView(this, u"DataView2"_s);
     PrepareItemsView(*DataView2, cdsms);

@@ -189,7 +189,7 @@ void Tfrm_Collect::CreateOrdersPage()
     TabSheet2 = AddPage(*PageControl1, u"TabSheet2"_s, u"明细数据"_s);
     DataView2 = new TDataView(TabSheet2, u"DataView2"_s);
     DataView2->DataViewGrid->ReadOnly = true;
-    PrepareOrdersView(this, *DataView2, OrderQueryColumns(), cds_detail, nullptr);
+    PrepareOrdersView(*DataView2, OrderQueryColumns(), cds_detail);
     DataView2->Panel1->setText(u"在汇总数据里双击一个票数，列出它的订单"_s);
     DataView2->Panel1->setTextFormat(Qt::PlainText);
     DataView2->Panel1->show();

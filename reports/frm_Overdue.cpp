@@ -113,7 +113,7 @@ void Tfrm_Overdue::CreateOrdersPage()
     whose_->setTextFormat(Qt::PlainText);
     DataView1 = new TDataView(content, u"DataView1"_s);
     DataView1->DataViewGrid->ReadOnly = true;
-    PrepareOrdersView(this, *DataView1, OrderQueryColumns(), cds, items_);
+    PrepareList(OrderQueryColumns());
     details_ = new TOrderDetails(content, DataView1->DS, {.items = cdsms, .itemsView = u"DataView3"_s});
     LayOutScreen(content, {whose_}, DataView1, details_, kDetailsPercent);
     TabSheet2->layout()->addWidget(content);
