@@ -271,9 +271,16 @@ void Tfrm_Site::DBLookupComboboxEh2UpdateData()
 // A county typed in full was not taken from the list, and has a province all the same.
 void Tfrm_Site::DBLookupComboboxEh2Exit()
 {
+    const bool chosen = DBLookupComboboxEh2->ChosenRow() != 0;
     CompleteLookupText(*DBLookupComboboxEh2);
-    if (DBLookupComboboxEh2->Binding().Modified())
-        DBLookupComboboxEh2UpdateData();
+    if (!DBLookupComboboxEh2->Binding().Modified())
+        return;
+    DBLookupComboboxEh2UpdateData();
+    const QString county = DBLookupComboboxEh2->Text();
+    const qsizetype namesakes = ColumnTexts(*cdsCounty, u"COUNTY_NAME").count(county);
+    if (!chosen && namesakes > 1)
+        ShowNotice(u"有%1个“%2”，取了%3的；如果是别处的，请从列表中选。"_s.arg(namesakes).arg(
+            county, DBLookupComboboxEh2->ListText(u"CITY_NAME")));
 }
 
 void Tfrm_Site::DataView1DataViewGridDblClick()

@@ -110,6 +110,10 @@ TEST_F(SiteScreen, ACountyIsAddedChosenSavedAndRefused)
     auto* county = Find<TDBLookupComboboxEh>(u"DBLookupComboboxEh2"_s);
     county->setFocus();
     county->SetText(u"朝阳区"_s);
+    Find<TDBDateTimeEditEh>(u"DBDateTimeEditEh1"_s)->setFocus();
+    EXPECT_EQ(Text(u"CITY_NAME"_s), u"北京市"_s);
+    EXPECT_EQ(desk.host.MainForm.Notices.size(), 1) << "there is another of the name";
+    county->setFocus();
     county->DropDown();
     QTest::keyClick(county, Qt::Key_Down);
     QTest::keyClick(county, Qt::Key_Return);
