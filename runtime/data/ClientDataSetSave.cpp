@@ -145,7 +145,11 @@ void TClientDataSetEx::ApplyUpdates(int maxErrors)
 
 QString TClientDataSetEx::Private::RefusalMessage(const SendResult& result)
 {
-    const QStringList first = result.reasons.mid(0, kReasonsInMessage);
+    QStringList first = result.reasons.mid(0, kReasonsInMessage);
+    for (QString& reason : first) {
+        if (reason.endsWith(u'！'))
+            reason.chop(1);
+    }
     QString message = result.rolledBack ? u"全部%1条修改均未保存"_s : u"有%1条数据未能保存"_s;
     message = message.arg(result.refused.size());
     if (!first.isEmpty())

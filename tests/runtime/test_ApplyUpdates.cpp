@@ -78,7 +78,7 @@ struct Table {
             row = found->second;
             for (const wire::CellChange& cell : change.cells)
                 if (!wire::SameValue(row[fieldOf(cell.column)], cell.original))
-                    return refuse(QStringLiteral("changed by another"));
+                    return refuse(QStringLiteral("changed by another！"));
         }
         for (const wire::CellChange& cell : change.cells)
             row[fieldOf(cell.column)] = cell.current;
@@ -218,14 +218,14 @@ TEST_F(ApplyUpdatesTest, RefusedRowsStayWithReasonAndPresentValues)
     EXPECT_FALSE(set.WasRejected());
     Go(u"D1");
     EXPECT_TRUE(set.WasRejected());
-    EXPECT_EQ(set.RejectReason(), u"changed by another"_s);
+    EXPECT_EQ(set.RejectReason(), u"changed by another！"_s);
     EXPECT_TRUE(set.ServerHasRow());
     EXPECT_EQ(set.ServerValue(1), I(2));
     TClientDataSetEx errors;
     errors.CopyDelta(set, true);
     EXPECT_EQ(Joined(errors, u"ID"), u"D1"_s);
     EXPECT_EQ(Joined(errors, u"STATUS"), u"1"_s);
-    EXPECT_EQ(Joined(errors, u"ERROR_MESSAGE"), u"changed by another"_s);
+    EXPECT_EQ(Joined(errors, u"ERROR_MESSAGE"), u"changed by another！"_s);
     // Put back, the row has nothing more to say.
     set.SetFieldAndPost(u"STATUS", I(0));
     EXPECT_FALSE(set.WasRejected());
