@@ -3,6 +3,8 @@
 #include "module/data/DelimitedText.h"
 #include "module/data/SqlText.h"
 
+#include <QStringBuilder>
+
 #include <array>
 
 using namespace Qt::Literals::StringLiterals;
@@ -33,23 +35,15 @@ int HouseNumber(const QString& text)
     return isNumber ? number : -1;
 }
 
-constexpr qsizetype kAreaQueryLength = 480; // room for most, so that a text grows in place
-
-void AddQuoted(QString& sql, QStringView text)
+// A text between its quotes.
+QString Inside(const QString& text)
 {
-    if (text.contains(u'\''))
-        sql += QuotedStr(text.toString());
-    else
-        sql.append(u'\'').append(text).append(u'\'');
+    return text.contains(u'\'') ? QuotedStr(text).sliced(1).chopped(1) : text;
 }
 
-void AddWithOrWithoutLast(QString& sql, QStringView column, QStringView region)
+QString InsideWithoutLast(const QString& text)
 {
-    sql.append(u" and (a.").append(column).append(u'=');
-    AddQuoted(sql, region);
-    sql.append(u" or a.").append(column).append(u'=');
-    AddQuoted(sql, region.left(region.size() - 1));
-    sql.append(u')');
+    return Inside(text.left(text.size() - 1));
 }
 
 } // namespace
@@ -87,33 +81,27 @@ QString KeywordsQuery(TKeywordLevel level)
     return texts[size_t(level)];
 }
 
+// The builder measures all parts before it copies them: one is asked for each order of a list.
 QString AreaQuery(const TDeliveryAddress& to, const TAddressPieces& pieces)
 {
-    QString sql;
-    sql.reserve(kAreaQueryLength);
-    sql += u"select /*+index(a,)*/ a.SITE_NAME from TAB_AREA_DETAIL a where 1=1 ";
-    AddWithOrWithoutLast(sql, u"PROVICE", to.province);
-    AddWithOrWithoutLast(sql, u"CITY", to.city);
-    sql += u" and a.COUNTY = ";
-    AddQuoted(sql, to.county);
-    if (!pieces.town.isEmpty()) {
-        sql += u" and a.TOWN = ";
-        AddQuoted(sql, pieces.town);
-    }
-    if (!pieces.road.isEmpty() && pieces.town.isEmpty()) {
-        sql += u" and a.ROAD_NAME like ";
-        AddQuoted(sql, u'%' + pieces.road + u'%');
-    } else if (!pieces.road.isEmpty()) {
-        sql += u" and a.ROAD_NAME = ";
-        AddQuoted(sql, pieces.road);
-    }
+    QString town;
+    if (!pieces.town.isEmpty())
+        town = u" and a.TOWN = '" % Inside(pieces.town) % u'\'';
+    QString road;
+    if (!pieces.road.isEmpty() && pieces.town.isEmpty())
+        road = u" and a.ROAD_NAME like '%" % Inside(pieces.road) % u"%'";
+    else if (!pieces.road.isEmpty())
+        road = u" and a.ROAD_NAME = '" % Inside(pieces.road) % u'\'';
+    QString houses;
     if (pieces.number > -1) {
         const QString number = QString::number(pieces.number);
-        sql.append(u" and a.STARTNO <= ").append(number).append(u" and a.ENDNO >= ").append(number);
-        sql += pieces.number % 2 == 0 ? u" and a.BL_NO in (0,2) " : u" and a.BL_NO in (0,1) ";
+        houses = u" and a.STARTNO <= " % number % u" and a.ENDNO >= " % number
+            % (pieces.number % 2 == 0 ? u" and a.BL_NO in (0,2) " : u" and a.BL_NO in (0,1) ");
     }
-    sql += u" and rownum=1 ";
-    return sql;
+    return u"select /*+index(a,)*/ a.SITE_NAME from TAB_AREA_DETAIL a where 1=1  and (a.PROVICE='"
+        % Inside(to.province) % u"' or a.PROVICE='" % InsideWithoutLast(to.province) % u"') and (a.CITY='"
+        % Inside(to.city) % u"' or a.CITY='" % InsideWithoutLast(to.city) % u"') and a.COUNTY = '"
+        % Inside(to.county) % u'\'' % town % road % houses % u" and rownum=1 ";
 }
 
 QString FindDeliverySite(const TDeliveryAddress& to, const TLookUp& lookUp)

@@ -3,6 +3,7 @@
 #include "runtime/ui/Application.h"
 #include "runtime/ui/Forms.h"
 
+#include <QHash>
 #include <QTime>
 #include <QVariant>
 
@@ -10,10 +11,10 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// One of the lists that the main form publishes by address, and where in it the last search ended.
+// One of the lists that the main form publishes by address, and where in it each name was found last.
 struct THostList {
     const char* property;
-    size_t lastHit = 0;
+    QHash<QString, size_t> hits{};
 
     const TObjectList& Items() const
     {
@@ -31,11 +32,12 @@ struct THostList {
         const auto matches = [&](const QObject* item) {
             return item && item->objectName().compare(name, Qt::CaseInsensitive) == 0;
         };
-        if (lastHit < items.size() && matches(items[lastHit]))
-            return items[lastHit];
+        const auto hit = hits.constFind(name);
+        if (hit != hits.cend() && *hit < items.size() && matches(items[*hit]))
+            return items[*hit];
         for (size_t i = 0; i < items.size(); ++i) {
             if (matches(items[i])) {
-                lastHit = i;
+                hits.insert(name, i);
                 return items[i];
             }
         }

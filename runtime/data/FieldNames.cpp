@@ -23,7 +23,9 @@ int FieldNames::Find(const std::vector<wire::ColumnInfo>& infos, QStringView nam
         const qint32 index = table_[place & (table_.size() - 1)];
         if (index < 0)
             return -1;
-        if (name.compare(infos[static_cast<size_t>(index)].name, Qt::CaseInsensitive) == 0)
+        // Nearly all are asked for as they are spelled, and folding case costs ten times the comparison.
+        const QStringView candidate = infos[static_cast<size_t>(index)].name;
+        if (name == candidate || name.compare(candidate, Qt::CaseInsensitive) == 0)
             return index;
     }
 }
