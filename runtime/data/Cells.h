@@ -37,6 +37,7 @@ public:
     }
     void Clear() noexcept { cells_.clear(); }
     bool IsEmpty() const noexcept { return cells_.empty(); }
+    size_t Count() const noexcept { return cells_.size(); }
     auto begin() const noexcept { return cells_.begin(); }
     auto end() const noexcept { return cells_.end(); }
     size_t MemoryUse() const noexcept;

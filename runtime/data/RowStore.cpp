@@ -11,6 +11,15 @@ const wire::Value kNull;
 // Far above what servers send: one that never ends its reply must not fill this machine's memory.
 constexpr RowNumber kMostRows = 20'000'000;
 
+// Texts are compared where they lie, as UTF-8: a string made of each would cost more than all else here.
+bool SameValue(const wire::Column& column, RowNumber row, const wire::Value& value)
+{
+    const auto* text = std::get_if<QString>(&value);
+    if (text && column.Type() == wire::ColumnType::Text)
+        return QAnyStringView::equal(QUtf8StringView(column.TextAt(row)), *text);
+    return wire::SameValue(column.ValueAt(row), value);
+}
+
 size_t ValueMemory(const wire::Value& value) noexcept
 {
     const auto* text = std::get_if<QString>(&value);
@@ -31,8 +40,10 @@ void RowStore::Begin(std::vector<wire::ColumnInfo> infos)
 {
     infos_ = std::move(infos);
     for (size_t field = 0; field < infos_.size(); ++field)
-        if (infos_[field].stored)
-            sentFields_.push_back(static_cast<int>(field));
+        if (const wire::ColumnInfo& info = infos_[field]; info.stored) {
+            sentFields_.push_back({static_cast<int>(field), info.key || info.guard});
+            alwaysSent_ += sentFields_.back().always ? 1 : 0;
+        }
     columns_.reserve(infos_.size());
     for (const wire::ColumnInfo& info : infos_)
         columns_.emplace_back(info.type);
@@ -125,6 +136,13 @@ wire::Value RowStore::Below(const RowEdit& edit, RowNumber row, int field) const
     return row < baseCount_ ? Column(field).ValueAt(row) : wire::Value{};
 }
 
+bool RowStore::SameBelow(const RowEdit& edit, RowNumber row, int field, const wire::Value& value) const
+{
+    if (const wire::Value* original = edit.original.Find(field))
+        return wire::SameValue(*original, value);
+    return row < baseCount_ ? SameValue(Column(field), row, value) : wire::IsNull(value);
+}
+
 wire::Value RowStore::Original(RowNumber row, int field) const
 {
     const RowEdit* edit = FindEdit(row);
@@ -166,7 +184,7 @@ void RowStore::SetStatus(RowEdit& edit, TRowStatus status, bool gone)
 
 void RowStore::SetChanged(RowEdit& edit, RowNumber row, int field, const wire::Value& value)
 {
-    if (wire::SameValue(Below(edit, row, field), value))
+    if (SameBelow(edit, row, field, value))
         edit.changed.Remove(field);
     else
         edit.changed.Set(field, value);
@@ -174,8 +192,17 @@ void RowStore::SetChanged(RowEdit& edit, RowNumber row, int field, const wire::V
 
 void RowStore::SetOriginal(RowEdit& edit, RowNumber row, int field, const wire::Value& value)
 {
-    if (!wire::SameValue(Below(edit, row, field), value))
-        edit.original.Set(field, value);
+    if (SameBelow(edit, row, field, value))
+        return;
+    if (!IsHidden(edit)) {
+        const wire::Value* changed = edit.changed.Find(field);
+        wire::Value present = changed ? *changed : Below(edit, row, field);
+        if (wire::SameValue(present, value))
+            edit.changed.Remove(field);
+        else
+            edit.changed.Set(field, std::move(present));
+    }
+    edit.original.Set(field, value);
 }
 
 RowNumber RowStore::AddRow()
@@ -267,18 +294,22 @@ wire::RowChange RowStore::BuildChange(RowNumber row, const RowEdit& edit) const
         : edit.status == TRowStatus::Deleted          ? wire::ChangeKind::Delete
                                                       : wire::ChangeKind::Update;
     bool worthSending = change.kind != wire::ChangeKind::Update;
+    change.cells.reserve(edit.changed.Count() + static_cast<size_t>(alwaysSent_));
+    auto next = edit.changed.begin(); // both come in field order
     for (size_t i = 0; i < sentFields_.size(); ++i) {
-        const int field = sentFields_[i];
-        const wire::ColumnInfo& info = infos_[static_cast<size_t>(field)];
+        const auto [field, always] = sentFields_[i];
         const auto column = static_cast<quint16>(i);
         if (change.kind == wire::ChangeKind::Insert) {
             if (wire::Value value = Present(row, field); !wire::IsNull(value))
                 change.cells.push_back({column, {}, std::move(value)});
             continue;
         }
-        const wire::Value* changed = edit.changed.Find(field);
+        while (next != edit.changed.end() && next->field < field)
+            ++next;
+        const wire::Value* changed =
+            next != edit.changed.end() && next->field == field ? &next->value : nullptr;
         worthSending = worthSending || changed;
-        if (changed || info.key || info.guard) {
+        if (changed || always) {
             wire::CellChange& cell = change.cells.emplace_back();
             cell.column = column;
             cell.original = Below(edit, row, field);
@@ -295,8 +326,8 @@ wire::ChangeLog RowStore::BuildLog(const QString& commandText) const
     wire::ChangeLog log;
     log.commandText = commandText;
     log.columns.reserve(sentFields_.size());
-    for (const int field : sentFields_)
-        log.columns.push_back(infos_[static_cast<size_t>(field)]);
+    for (const SentField& sent : sentFields_)
+        log.columns.push_back(infos_[static_cast<size_t>(sent.field)]);
     log.rows.reserve(static_cast<size_t>(changeCount_));
     for (const RowNumber row : ChangedRows()) {
         wire::RowChange change = BuildChange(row, *FindEdit(row));
@@ -335,22 +366,16 @@ void RowStore::Accept(const wire::RowChange& sent)
     }
 
     const bool live = !IsHidden(edit);
-    const auto settle = [&](int field, const wire::Value& stored) {
-        const wire::Value present = Present(row, field);
-        SetOriginal(edit, row, field, stored);
-        if (live)
-            SetChanged(edit, row, field, present);
-    };
     if (sent.kind == wire::ChangeKind::Insert) {
         size_t next = 0; // cells come in column order
         for (size_t i = 0; i < sentFields_.size(); ++i) {
             const bool given = next < sent.cells.size() && sent.cells[next].column == i;
-            settle(sentFields_[i], given ? sent.cells[next].current : kNull);
+            SetOriginal(edit, row, sentFields_[i].field, given ? sent.cells[next].current : kNull);
             next += given ? 1 : 0;
         }
     } else {
         for (const wire::CellChange& cell : sent.cells)
-            settle(sentFields_[cell.column], cell.current);
+            SetOriginal(edit, row, sentFields_[cell.column].field, cell.current);
     }
     if (!live) {
         if (sent.kind == wire::ChangeKind::Insert && edit.gone)
@@ -358,14 +383,16 @@ void RowStore::Accept(const wire::RowChange& sent)
         return;
     }
     // What no table stores has nothing to wait for.
-    Cells rest;
-    for (const Cells::Cell& cell : edit.changed) {
-        if (infos_[cell.field].stored)
-            rest.Set(cell.field, cell.value);
-        else
-            edit.original.Set(cell.field, cell.value);
+    if (!edit.changed.IsEmpty()) {
+        Cells rest;
+        for (const Cells::Cell& cell : edit.changed) {
+            if (infos_[cell.field].stored)
+                rest.Set(cell.field, cell.value);
+            else
+                edit.original.Set(cell.field, cell.value);
+        }
+        edit.changed = std::move(rest);
     }
-    edit.changed = std::move(rest);
     SetStatus(edit, edit.changed.IsEmpty() ? TRowStatus::Unmodified : TRowStatus::Modified);
 }
 
@@ -379,7 +406,7 @@ void RowStore::Refuse(const wire::RowVerdict& verdict)
     if (verdict.present && verdict.presentValues.size() == sentFields_.size()) {
         refusal->values.resize(infos_.size());
         for (size_t i = 0; i < sentFields_.size(); ++i)
-            refusal->values[static_cast<size_t>(sentFields_[i])] = verdict.presentValues[i];
+            refusal->values[static_cast<size_t>(sentFields_[i].field)] = verdict.presentValues[i];
     }
     EditOf(verdict.rowId).refusal = std::move(refusal);
 }

@@ -104,12 +104,19 @@ private:
         std::unique_ptr<Rejection> refusal;
     };
 
+    struct SentField {
+        int field;
+        bool always; // with every change: the server finds and checks the row by it
+    };
+
     const wire::Value* EditedCell(RowNumber row, int field) const noexcept;
     const RowEdit* FindEdit(RowNumber row) const noexcept;
     RowEdit& EditOf(RowNumber row);
     // The value under the present one.
     wire::Value Below(const RowEdit& edit, RowNumber row, int field) const;
+    bool SameBelow(const RowEdit& edit, RowNumber row, int field, const wire::Value& value) const;
     void SetChanged(RowEdit& edit, RowNumber row, int field, const wire::Value& value);
+    // The server stores this value now; what is shown stays.
     void SetOriginal(RowEdit& edit, RowNumber row, int field, const wire::Value& value);
     void SetStatus(RowEdit& edit, TRowStatus status, bool gone = false);
     static bool IsHidden(const RowEdit& edit) { return edit.gone || edit.status == TRowStatus::Deleted; }
@@ -117,7 +124,8 @@ private:
 
     std::vector<wire::ColumnInfo> infos_;
     std::vector<wire::Column> columns_;
-    std::vector<int> sentFields_; // fields of the log's columns
+    std::vector<SentField> sentFields_; // fields of the log's columns
+    int alwaysSent_ = 0; // of them
     RowNumber baseCount_ = 0;
     RowNumber rowCount_ = 0;
     std::vector<quint32> slots_; // by row: place in edits_ plus one, 0 none; empty while nothing is edited
