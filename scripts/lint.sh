@@ -11,7 +11,7 @@ if [ "${1:-}" = --all ]; then
 elif [ $# -gt 0 ]; then
     files=$*
 else
-    files=$(git ls-files '*.cpp' | grep -vE '^(tests|bench|fuzz)/')
+    files=$(git ls-files '*.cpp' | grep -vE '^(tests|bench|fuzz|siege)/')
 fi
 
 work=$(mktemp -d)

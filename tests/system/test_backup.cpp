@@ -1,9 +1,9 @@
 // The documented backup of a database that is being written to, and what stands after its restore.
 
 #include "server/storage/sqlite/Sqlite.h"
+#include "tests/support/Desk.h"
 #include "tests/support/PostgresDatabase.h"
 #include "tests/support/ServerProcess.h"
-#include "tests/system/Desk.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // Two clients at a time, each through its own window: they dispatch the same orders until none is left, and
 // they enter orders that all want the next number.
 
+#include "tests/support/Desk.h"
 #include "tests/support/ServerProcess.h"
-#include "tests/system/Desk.h"
 
 #include <QCoreApplication>
 #include <QFile>

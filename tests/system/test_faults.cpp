@@ -5,10 +5,10 @@
 #include "server/net/Listener.h"
 #include "server/provider/ApplicationServer.h"
 #include "server/storage/sqlite/SqliteStorage.h"
+#include "tests/support/Desk.h"
 #include "tests/support/FaultProxy.h"
 #include "tests/support/RowKeeper.h"
 #include "tests/support/ServerProcess.h"
-#include "tests/system/Desk.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The server dies without warning in the middle of saves, over and over.
 
+#include "tests/support/Desk.h"
 #include "tests/support/ServerProcess.h"
-#include "tests/system/Desk.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The server's program as an administrator meets it: options, signals, lines and figures.
 
+#include "tests/support/Desk.h"
 #include "tests/support/ServerProcess.h"
-#include "tests/system/Desk.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // Two servers over one database: what one of them began, the other knows.
 
 #include "demo/Generator.h"
+#include "tests/support/Desk.h"
 #include "tests/support/RowKeeper.h"
 #include "tests/support/ServerProcess.h"
-#include "tests/system/Desk.h"
 
 #include "runtime/data/TcpTransport.h"
 

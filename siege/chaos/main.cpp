@@ -7,12 +7,12 @@
 // held after a quarter of the time.
 
 #include "demo/Generator.h"
+#include "siege/chaos/ChaosDesk.h"
+#include "siege/chaos/ServerGroup.h"
+#include "siege/chaos/Verdict.h"
+#include "siege/chaos/WatchedServer.h"
+#include "tests/support/Desk.h"
 #include "tests/support/ServerProcess.h"
-#include "tests/system/Desk.h"
-#include "tests/system/chaos/ChaosDesk.h"
-#include "tests/system/chaos/ServerGroup.h"
-#include "tests/system/chaos/Verdict.h"
-#include "tests/system/chaos/WatchedServer.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

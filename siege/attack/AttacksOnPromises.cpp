@@ -1,6 +1,6 @@
 // Attacks on what the server promises: who may log in, what is stored, once, by whom, and where.
 
-#include "tests/system/attack/Attacks.h"
+#include "siege/attack/Attacks.h"
 
 #include "demo/Generator.h"
 #include "tests/support/TestAuthority.h"

@@ -1,4 +1,4 @@
-#include "tests/system/chaos/ChaosDesk.h"
+#include "siege/chaos/ChaosDesk.h"
 
 #include "company/CancelReasons.h"
 #include "company/Headquarters.h"

@@ -1,4 +1,4 @@
-#include "tests/system/chaos/WatchedServer.h"
+#include "siege/chaos/WatchedServer.h"
 
 #include "tests/support/ServerProcess.h"
 #include "wire/Error.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/system/chaos/Ledger.h"
+#include "siege/chaos/Ledger.h"
 
 #include <span>
 

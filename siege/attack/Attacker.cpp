@@ -1,4 +1,4 @@
-#include "tests/system/attack/Attacker.h"
+#include "siege/attack/Attacker.h"
 
 #include "demo/Generator.h"
 

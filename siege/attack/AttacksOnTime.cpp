@@ -1,6 +1,6 @@
 // Attacks that make the server slow, large or dead.
 
-#include "tests/system/attack/Attacks.h"
+#include "siege/attack/Attacks.h"
 
 #include <QElapsedTimer>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/system/attack/Target.h"
+#include "siege/attack/Target.h"
 
 #include <vector>
 

@@ -2,7 +2,7 @@
 //
 //   zelmor_attack [--brief] [--only NAME] [--storage URI] [--log FILE]
 
-#include "tests/system/attack/Attacks.h"
+#include "siege/attack/Attacks.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

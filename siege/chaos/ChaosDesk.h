@@ -3,7 +3,7 @@
 #include "runtime/data/ClientDataSet.h"
 #include "runtime/data/SocketConnection.h"
 #include "runtime/data/TcpTransport.h"
-#include "tests/system/chaos/Ledger.h"
+#include "siege/chaos/Ledger.h"
 
 #include <atomic>
 #include <random>

@@ -1,4 +1,4 @@
-#include "tests/system/attack/Target.h"
+#include "siege/attack/Target.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/system/attack/Attacker.h"
+#include "siege/attack/Attacker.h"
 
 #include <QFile>
 #include <QProcess>

@@ -1,6 +1,6 @@
 // The judge of the chaos runs finds what it is there to find: each case breaks one promise.
 
-#include "tests/system/chaos/Verdict.h"
+#include "siege/chaos/Verdict.h"
 
 #include <gtest/gtest.h>
 

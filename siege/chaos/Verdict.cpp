@@ -1,4 +1,4 @@
-#include "tests/system/chaos/Verdict.h"
+#include "siege/chaos/Verdict.h"
 
 #include <algorithm>
 

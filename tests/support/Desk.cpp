@@ -1,4 +1,4 @@
-#include "tests/system/Desk.h"
+#include "tests/support/Desk.h"
 
 #include "demo/Generator.h"
 #include "runtime/data/TcpTransport.h"

@@ -1,4 +1,4 @@
-#include "tests/system/chaos/Ledger.h"
+#include "siege/chaos/Ledger.h"
 
 #include "wire/Error.h"
 

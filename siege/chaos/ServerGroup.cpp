@@ -1,7 +1,7 @@
-#include "tests/system/chaos/ServerGroup.h"
+#include "siege/chaos/ServerGroup.h"
 
+#include "tests/support/Desk.h"
 #include "tests/support/ServerProcess.h"
-#include "tests/system/Desk.h"
 #include "wire/Error.h"
 
 #include <QCoreApplication>
