@@ -3,6 +3,8 @@
 #include "server/storage/sqlite/SqliteCreation.h"
 
 #include <QDir>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -60,8 +62,10 @@ std::vector<AuditEntry> Database::Audit()
     std::vector<AuditEntry> entries;
     storage::sqlite::Statement query =
         base_->Prepare("select TABLE_NAME, ACTION, ROW_KEY, FIELDS from zelmor_audit order by AUDIT_ID");
-    while (query.Step())
-        entries.push_back({query.Text(0), query.Text(1), query.Text(2), query.Text(3).toUtf8()});
+    while (query.Step()) {
+        const QStringList columns = QJsonDocument::fromJson(query.Text(3).toUtf8()).object().keys();
+        entries.push_back({query.Text(0), query.Text(1), query.Text(2), {columns.begin(), columns.end()}});
+    }
     return entries;
 }
 

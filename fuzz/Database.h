@@ -5,13 +5,15 @@
 
 #include <QTemporaryDir>
 
+#include <set>
+
 namespace fuzz {
 
 struct AuditEntry {
     QString table;
     QString action;
     QString key;
-    QByteArray fields; // JSON
+    std::set<QString> columns; // of its fields; none where they are no JSON
 };
 
 // A company's database, made as a server makes it, in memory where the system has such files; and a look at

@@ -66,27 +66,30 @@ void AppendValue(std::string& text, const wire::Value& value)
 
 } // namespace
 
-void AuditFields::AddName(QStringView name)
-{
-    text_ += text_.empty() ? '{' : ',';
-    AppendText(text_, name);
-    text_ += ':';
-}
-
 void AuditFields::Add(QStringView column, const wire::Value& original, const wire::Value& current)
 {
-    AddName(column);
-    text_ += '[';
+    AddField({});
+    AppendText(text_, column);
+    text_ += ":[";
     AppendValue(text_, original);
     text_ += ',';
     AppendValue(text_, current);
     text_ += ']';
 }
 
-void AuditFields::Add(QStringView name, const wire::Value& value)
+void AuditFields::AddField(std::string_view field)
 {
-    AddName(name);
-    AppendValue(text_, value);
+    text_ += text_.empty() ? '{' : ',';
+    text_ += field;
+}
+
+std::string AuditFields::Field(QStringView name, const wire::Value& value)
+{
+    std::string field;
+    AppendText(field, name);
+    field += ':';
+    AppendValue(field, value);
+    return field;
 }
 
 std::string_view AuditFields::Finish()

@@ -14,18 +14,19 @@ struct Caller {
     wire::DateTime now;
 };
 
-// The fields of one audit entry as JSON: {"STATUS":[0,1],"REC_SITE":[null,"…"]}, old value first.
+// The fields of one audit entry as JSON: {"STATUS":[0,1],"REC_SITE":[null,"…"],"MODIFIER":"…"}, old value
+// first.
 class AuditFields {
 public:
     void Clear() { text_.clear(); }
     void Add(QStringView column, const wire::Value& original, const wire::Value& current);
-    // A statement's own text, where no rows are at hand.
-    void Add(QStringView name, const wire::Value& value);
+    // What has no old value: what the server wrote itself, whatever stood there; a statement's text.
+    void Add(QStringView name, const wire::Value& value) { AddField(Field(name, value)); }
+    void AddField(std::string_view field);
+    static std::string Field(QStringView name, const wire::Value& value);
     std::string_view Finish();
 
 private:
-    void AddName(QStringView name);
-
     std::string text_;
 };
 

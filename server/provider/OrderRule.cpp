@@ -147,13 +147,6 @@ std::optional<QString> OrderRule::RefusalOf(const RowWrite& write, storage::RowW
     return reason;
 }
 
-// A new order's are those of who made it.
-void OrderRule::Stamp(RowWrite& write) const
-{
-    if (write.kind == ChangeKind::Update)
-        stamps_.Complete(write);
-}
-
 OrderChange OrderRule::Read(const RowWrite& write, storage::RowWriter& stored) const
 {
     static constexpr Value kNull;

@@ -14,7 +14,7 @@ public:
         const RowTarget& target);
     std::optional<QString> RefusalOf(
         const storage::RowWrite& write, storage::RowWriter& stored) const override;
-    void Stamp(storage::RowWrite& write) const override;
+    std::vector<storage::Cell> Stamps() const override { return stamps_.Last(); }
 
 private:
     enum class Part : quint8;

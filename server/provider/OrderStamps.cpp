@@ -47,14 +47,6 @@ OrderStamps::OrderStamps(const Caller& caller, const RowTarget& target)
     }
 }
 
-void OrderStamps::Complete(storage::RowWrite& write) const
-{
-    for (const Cell& stamp : last_) {
-        if (std::ranges::find(write.sets, stamp.column, &Cell::column) == write.sets.end())
-            write.sets.push_back(stamp);
-    }
-}
-
 std::optional<QString> OrderStamps::RefusalOf(const OrderChange& order) const
 {
     const auto isWatched = [this](const Cell& cell) { return std::ranges::count(watched_, cell.column) > 0; };

@@ -10,9 +10,8 @@ class OrderStamps {
 public:
     OrderStamps(const Caller& caller, const RowTarget& target);
 
-    // Sets what the sender has left as it was of MODIFIER, MODIFY_CODE and MODIFY_SITE: by then it may be
-    // another's.
-    void Complete(storage::RowWrite& write) const;
+    // MODIFIER, MODIFY_CODE and MODIFY_SITE: left as its sender read them, they may be another's by then.
+    const std::vector<storage::Cell>& Last() const noexcept { return last_; }
     // Why the stamps of this change do not fit each other; nothing where they do. Each by itself has been
     // judged before.
     std::optional<QString> RefusalOf(const OrderChange& order) const;

@@ -43,6 +43,10 @@ public:
         , forbidden_(forbidden)
     {
         forbidden_ = {target_.Table().name, 0, {}};
+        for (Cell& cell : rule_->Stamps()) {
+            std::string field = AuditFields::Field(cell.column->name, cell.value);
+            stamps_.push_back({std::move(cell), std::move(field)});
+        }
     }
 
     std::vector<RowVerdict> Apply()
@@ -75,6 +79,12 @@ public:
     }
 
 private:
+    // What the server sets itself, and how the audit says so.
+    struct Stamp {
+        Cell cell;
+        std::string field;
+    };
+
     // Two saves that write the same rows in different orders would wait for each other. Rows that only change
     // their values may go in the order of their keys; others stand in an order that matters.
     std::vector<size_t> OrderOfWork() const
@@ -121,13 +131,13 @@ private:
     {
         ReadCells(row, write);
         RequireAllowed(write);
-        if (!write.sets.empty())
-            Stamp(write);
         switch (row.kind) {
         case ChangeKind::Insert:
             PlanInsert(write);
             break;
         case ChangeKind::Update:
+            if (!write.sets.empty())
+                Complete(write);
             RequireKeyValues(write);
             write.auditKey = KeyText(write.keys);
             break;
@@ -189,13 +199,16 @@ private:
         throw Refusal{std::move(*reason)};
     }
 
-    // Whose the old values were is in the audit already, under whoever wrote them.
-    void Stamp(RowWrite& write) const
+    // What stood there is not looked at: the audit has it already, under whoever wrote it.
+    void Complete(RowWrite& write)
     {
-        const size_t known = write.sets.size();
-        rule_->Stamp(write);
-        for (size_t i = known; i < write.sets.size(); ++i)
-            Sign(write, *write.sets[i].column, u'=');
+        for (const Stamp& stamp : stamps_) {
+            if (std::ranges::find(write.sets, stamp.cell.column, &Cell::column) != write.sets.end())
+                continue;
+            write.sets.push_back(stamp.cell);
+            fields_.AddField(stamp.field);
+            Sign(write, *stamp.cell.column, u'=');
+        }
     }
 
     void Sign(RowWrite& write, const dialect::CatalogColumn& column, char16_t role) const
@@ -381,6 +394,7 @@ private:
     const wire::ChangeLog& log_;
     RowTarget target_;
     std::unique_ptr<RowRule> rule_;
+    std::vector<Stamp> stamps_;
     std::unique_ptr<storage::RowWriter> writer_;
     ForbiddenRows& forbidden_;
     std::vector<RowVerdict> verdicts_;

@@ -16,8 +16,8 @@ public:
     // to carry.
     virtual std::optional<QString> RefusalOf(
         const storage::RowWrite& write, storage::RowWriter& stored) const = 0;
-    // Sets what is the server's to write, in a row that may be written and changes.
-    virtual void Stamp(storage::RowWrite& /*write*/) const { }
+    // What every update sets besides, unless its sender has set it.
+    virtual std::vector<storage::Cell> Stamps() const { return {}; }
 };
 
 // Raises wire::Error (Policy) where no row may be written, or where the log's query leaves out what rows are

@@ -142,9 +142,10 @@ Fields FieldsFromJson(const QJsonObject& object)
     Fields fields;
     for (auto field = object.begin(); field != object.end(); ++field) {
         const QJsonArray values = field->toArray();
-        if (values.size() != 2)
+        if (field->isArray() && values.size() != 2)
             RaiseData(u"%1 has not two values"_s.arg(field.key()));
-        fields[field.key()] = {TextOf(values[0]), TextOf(values[1])};
+        fields[field.key()] = field->isArray() ? FieldChange{TextOf(values[0]), TextOf(values[1])}
+                                               : FieldChange{{}, TextOf(*field), true};
     }
     return fields;
 }

@@ -16,11 +16,13 @@ namespace chaos {
 struct FieldChange {
     QString before;
     QString after;
+    bool byServer = false; // it stamped the row, whatever stood there
     bool operator==(const FieldChange&) const = default;
 };
 using Fields = std::map<QString, FieldChange>;
 
-// As audit entries have them: {"STATUS":[0,1],"REC_SITE":[null,"…"]}. Raises wire::Error (Data).
+// As audit entries have them: {"STATUS":[0,1],"REC_SITE":[null,"…"],"MODIFIER":"…"}. Raises wire::Error
+// (Data).
 Fields FieldsFromJson(const QJsonObject& object);
 
 enum class RowFate { Unknown, Accepted, Refused };

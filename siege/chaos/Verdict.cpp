@@ -12,12 +12,14 @@ const QString kWaiting = u"0"_s;
 const QString kAccepted = u"1"_s;
 const QString kPickedUp = u"3"_s;
 
-// What makes two changes the same.
+// What makes two changes the same: what was sent.
 QString Signature(const QString& account, const QString& key, const Fields& fields)
 {
     QStringList parts{account, key};
-    for (const auto& [column, change] : fields)
-        parts += {column, change.before, change.after};
+    for (const auto& [column, change] : fields) {
+        if (!change.byServer)
+            parts += {column, change.before, change.after};
+    }
     return parts.join(QChar(0x1f));
 }
 
@@ -125,13 +127,6 @@ QString StatusComplaint(const FieldChange& status)
     return {};
 }
 
-// Who changed the row last: the server writes that where a desk leaves it, and the audit tells it by the
-// account alone.
-bool IsServers(const QString& column)
-{
-    return column == u"MODIFIER"_s || column == u"MODIFY_CODE"_s || column == u"MODIFY_SITE"_s;
-}
-
 } // namespace
 
 Verdict Judge(std::span<const Ledger> ledgers, std::span<const AuditEntry> audit, const States& before,
@@ -149,10 +144,8 @@ Verdict Judge(std::span<const Ledger> ledgers, std::span<const AuditEntry> audit
             judging.Complain(u"audit %1: %2 "_s.arg(entry.id).arg(entry.key) + text);
         };
         for (const auto& [column, change] : entry.fields) {
-            if (IsServers(column))
-                continue;
             QString& value = state[column];
-            if (value != change.before)
+            if (!change.byServer && value != change.before)
                 complain(u"was changed from %1 “%2”, but “%3” stood there: a lost update"_s.arg(
                     column, change.before, value));
             value = change.after;
@@ -164,8 +157,6 @@ Verdict Judge(std::span<const Ledger> ledgers, std::span<const AuditEntry> audit
     for (const auto& [key, state] : states) {
         const auto found = after.find(key);
         for (const auto& [column, value] : state) {
-            if (IsServers(column))
-                continue;
             const QString stands = found == after.end() ? QString() : ValueOf(found->second, column);
             if (stands != value)
                 judging.Complain(u"%1 has %2 “%3”, but by the audit “%4”"_s.arg(key, column, stands, value));

@@ -41,7 +41,8 @@ TEST_P(ResolverTest, UpdateStoresChangedColumnsAndWritesTheAudit)
             "from zelmor_audit"),
         u"clerk/张三/update/tab_zelmor_bill/A"_s);
     EXPECT_EQ(RawText("select FIELDS from zelmor_audit"),
-        u"{\"STATUS\":[0,1],\"NAME\":[\"甲\",null],\"ADDRESS\":[null,\"合肥\\\"一部\\\"\"]}"_s);
+        u"{\"STATUS\":[0,1],\"NAME\":[\"甲\",null],\"ADDRESS\":[null,\"合肥\\\"一部\\\"\"],"
+        u"\"MODIFIER\":\"张三\",\"MODIFY_CODE\":\"E1\",\"MODIFY_SITE\":\"合肥一部\"}"_s);
 }
 
 TEST_P(ResolverTest, RowChangedByOtherIsRefusedWithPresentValues)

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QJsonArray>
 #include <QTemporaryDir>
 
 #include <functional>
@@ -45,7 +46,8 @@ struct Day {
             {2, u"hefei1"_s, u"B"_s, Accepting(kFirst, u"2"_s)},
             {3, u"hefei2"_s, u"C"_s, Accepting(kSecond, u"4"_s)}};
         after = before;
-        for (const AuditEntry& entry : audit) {
+        for (AuditEntry& entry : audit) {
+            entry.fields[u"MODIFIER"_s] = {{}, entry.account, true};
             for (const auto& [column, change] : entry.fields)
                 after[entry.key][column] = change.after;
         }
@@ -102,6 +104,11 @@ const Broken kBroken[] = {
         },
         u"accepted although it was not waiting"},
     {"a column is changed past the audit", [](Day& day) { day.after[u"A"_s][u"REC_SITE"_s] = kSecond; },
+        u"but by the audit"},
+    {"a stamp of the server's is not in the audit",
+        [](Day& day) {
+            day.audit[2].fields.erase(u"MODIFIER"_s), day.before[u"C"_s][u"MODIFIER"_s] = u"x"_s;
+        },
         u"but by the audit"},
     {"an order is gone", [](Day& day) { day.after.erase(u"B"_s); }, u"but by the audit"},
     {"a desk is told that all is saved when a row was refused",
@@ -191,6 +198,9 @@ TEST(Ledger, TellsWhatWasWrittenIntoIt)
     EXPECT_EQ(read.rows[1].fields, (Fields{{u"STATUS"_s, {{}, u"1"_s}}}));
     EXPECT_EQ(read.rows[1].fate, RowFate::Refused);
     EXPECT_EQ(read.rows[1].shown, u"已被修改"_s);
+
+    EXPECT_EQ(FieldsFromJson({{u"STATUS"_s, QJsonArray{0, 1}}, {u"MODIFIER"_s, u"张三"_s}}),
+        (Fields{{u"STATUS"_s, {u"0"_s, u"1"_s}}, {u"MODIFIER"_s, {{}, u"张三"_s, true}}}));
 
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::ReadWrite));
