@@ -33,9 +33,12 @@ sanitize: setup
 fuzz: setup
 	scripts/fuzz.sh $(SECONDS)
 
-# Every attack that once went through, against a server of its own; one that does again fails.
+# Every attack that once went through, against servers of its own over each kind of database; one that does
+# again fails.
 attack: build
-	$(BUILD)/bin/zelmor_attack
+	for storage in embedded postgres odbc; do \
+		echo "$$storage:"; $(BUILD)/bin/zelmor_attack --storage $$storage || exit 1; \
+	done
 
 # Desks work for SECONDS while servers, connections and the database die; a broken promise fails.
 chaos: build

@@ -61,8 +61,9 @@ OUTSIDE = {
     "tests/support": ["wire", "demo", "runtime", "server"],
     "bench": PRODUCT + ["tests"],
     "fuzz": ["wire", "company", "demo", "server", "tests/server/conformance"],
-    "siege/attack": ["wire", "demo", "tests/support"],
-    "siege/chaos": ["wire", "company", "demo", "runtime", "orders", "tests/support"],
+    "siege": ["wire"],
+    "siege/attack": ["wire", "demo", "siege/", "tests/support"],
+    "siege/chaos": ["wire", "company", "demo", "runtime", "orders", "siege/", "tests/support"],
 }
 ALLOWED.update(OUTSIDE)
 NO_WIDGETS = ("wire", "company", "demo", "runtime/data", "server")

@@ -69,12 +69,22 @@ bool Speaks(int port, QSsl::SslProtocol protocol, const QString& ciphers)
 
 Result GuessPasswords(Target& target, bool brief)
 {
-    // Invented names between the guesses must not make them forgotten.
+    // Invented names must not make the guesses forgotten. The guard knows no database: in full on one alone.
+    const int names = brief || !target.IsEmbedded() ? 100 : 10'000;
+    std::atomic<int> name{0};
     int looked = 0;
-    for (int i = 0; i < (brief ? 15 : 2'000); ++i) {
-        looked += WasLookedAt(Guess(target, u"127.0.0.4"_s, u"benbu"_s)) ? 1 : 0;
-        for (int name = 0; name < 3; ++name)
-            Guess(target, u"127.0.1.%1"_s.arg(1 + (i * 3 + name) % 250), u"nobody%1"_s.arg(i * 3 + name));
+    {
+        std::vector<std::jthread> inventors;
+        for (int i = 0; i < 4; ++i)
+            inventors.emplace_back([&] {
+                for (int n = name++; n < names; n = name++) // twenty of an address are looked at
+                    Guess(target, u"127.0.%1.%2"_s.arg(1 + n / 5'000).arg(1 + n / 20 % 250),
+                        u"nobody%1"_s.arg(n));
+            });
+        while (name < names) {
+            looked += WasLookedAt(Guess(target, u"127.0.0.4"_s, u"benbu"_s)) ? 1 : 0;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
     }
     // Nor does it help to ask for many at once.
     std::atomic<int> together{0};
@@ -94,8 +104,9 @@ Result GuessPasswords(Target& target, bool brief)
         honest = false;
     }
     return {looked <= 12 && together <= 21 && honest && time.elapsed() < 4'000,
-        u"%1 guesses of one password were looked at, %2 of many at once; an honest login took %3 s"_s
-            .arg(looked)
+        u"%1 guesses of one password were looked at among %2 invented names, %3 of many at once; an honest "
+        "login took %4 s"_s.arg(looked)
+            .arg(names)
             .arg(together.load())
             .arg(double(time.elapsed()) / 1000, 0, 'f', 2)};
 }
@@ -104,8 +115,7 @@ Result SaveTwice(Target& target, bool /*brief*/)
 {
     Attacker desk(target.Port(), u"127.0.0.7"_s);
     desk.LogIn(u"benbu"_s);
-    const QString query = u"select %1 from tab_zelmor_bill where rownum <= 2 and STATUS = 0"_s.arg(kColumns);
-    const wire::RowSet rows = desk.Ask(Query(query)).rows;
+    const wire::RowSet rows = desk.Ask(Query(kQuery + u" where STATUS = 0"_s)).rows;
     const wire::Request first = Save(kQuery, rows, 0, {{u"REMARK"_s, u"first"_s}}, 1);
     const Answer once = desk.Ask(first);
     const Answer twice = desk.Ask(first);
@@ -160,11 +170,7 @@ Result WriteWhatIsOthers(Target& target, bool /*brief*/)
     for (const Forgery& forgery : forgeries) {
         Attacker attacker(target.Port(), u"127.0.0.8"_s);
         attacker.LogIn(forgery.account);
-        const wire::RowSet rows =
-            attacker
-                .Ask(Query(u"select %1 from tab_zelmor_bill where rownum <= 1 and %2"_s.arg(
-                    kColumns, forgery.order)))
-                .rows;
+        const wire::RowSet rows = attacker.Ask(Query(kQuery + u" where "_s + forgery.order)).rows;
         if (rows.RowCount() == 0) {
             through += u"no order where "_s + forgery.order;
             continue;
@@ -182,7 +188,7 @@ Result WriteWhatIsOthers(Target& target, bool /*brief*/)
     const wire::Identity headquarters = first.LogIn(u"benbu"_s);
     Attacker second(target.Port(), u"127.0.0.8"_s);
     const wire::Identity branch = second.LogIn(u"hefei1"_s);
-    const QString query = u"select %1 from tab_zelmor_bill where rownum <= 1 and %2"_s.arg(kColumns, own);
+    const QString query = kQuery + u" where %1 order by TX_LOGISTIC_ID"_s.arg(own);
     const auto modifier = [&](Attacker& by, const QString& remark) {
         by.Ask(Save(kQuery, by.Ask(Query(query)).rows, 0, {{u"REMARK"_s, remark}}, ++number));
         const wire::RowSet rows = by.Ask(Query(query)).rows;

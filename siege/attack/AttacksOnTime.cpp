@@ -192,6 +192,7 @@ Result FillTheMemory(Target& target, bool brief)
             crowd.Add(target, account, u"select a.*, b.* from %1 order by a.NAME, b.NAME"_s.arg(orders));
             crowd.Add(target, account, u"select %1 from %2"_s.arg(long60.join(u','), orders));
             crowd.Add(target, account, u"select '%1' from dual"_s.arg(QString(8 << 20, u'x')));
+            crowd.Add(target, account, u"select a.ADDRESS from "_s + orders);
             crowd.Add(
                 target, account, u"select distinct a.ADDRESS||b.ADDRESS||b.NAME x from %1"_s.arg(orders));
         }
@@ -200,7 +201,7 @@ Result FillTheMemory(Target& target, bool brief)
         reader.LogIn(kBranch);
         const Answer order =
             reader.Ask(Query(u"select a.TX_LOGISTIC_ID, a.STATUS, a.REC_SITE, a.PREPARE_SITE, a.REMARK from "
-                             "tab_zelmor_bill a where rownum = 1"_s));
+                             "tab_zelmor_bill a"_s));
         wire::Request log;
         log.kind = wire::RequestKind::ApplyUpdates;
         log.name.number = 77;
@@ -242,9 +243,7 @@ Result StarveBySaving(Target& target, bool brief)
     const QString query =
         u"select TX_LOGISTIC_ID, STATUS, REC_SITE, PREPARE_SITE, REMARK from tab_zelmor_bill"_s;
     const auto ordersOf = [&](Attacker& desk, const QString& site) {
-        return desk
-            .Ask(Query(query + u" where rownum <= 6 and STATUS = 0 and PREPARE_SITE = ';%1;'"_s.arg(site)))
-            .rows;
+        return desk.Ask(Query(query + u" where STATUS = 0 and PREPARE_SITE = ';%1;'"_s.arg(site))).rows;
     };
     // The same row, over and over: as many as fit into a request.
     const int changes = brief ? 10'000 : 100'000;
@@ -260,8 +259,9 @@ Result StarveBySaving(Target& target, bool brief)
                 Attacker attacker(target.Port());
                 attacker.LogIn(kBranch);
                 const wire::RowSet rows = ordersOf(attacker, u"安徽合肥一部"_s);
-                wire::Request log =
-                    Save(query, rows, i % rows.RowCount(), {{u"REMARK"_s, u"0"_s}}, quint64(1'000 + i));
+                if (rows.RowCount() <= i)
+                    throw Error(wire::ErrorKind::Data, u"too few orders"_s);
+                wire::Request log = Save(query, rows, i, {{u"REMARK"_s, u"0"_s}}, quint64(1'000 + i));
                 log.changes.rows.resize(size_t(changes), log.changes.rows.front());
                 for (int n = 1; n < changes; ++n) {
                     wire::CellChange& remark = log.changes.rows[size_t(n)].cells.back();
@@ -306,11 +306,20 @@ Result StarveByNotReading(Target& target, bool brief)
 {
     HonestDesk desk(target);
     std::vector<std::unique_ptr<Attacker>> readers;
+    QStringList twelve; // orders; with all others 60,000 rows
     for (int i = 0; i < 16; ++i) {
         readers.push_back(std::make_unique<Attacker>(target.Port()));
         readers.back()->LogIn(i % 2 == 0 ? kBranch : kOther);
+        if (twelve.isEmpty()) {
+            const wire::RowSet orders =
+                readers.back()->Ask(Query(u"select TX_LOGISTIC_ID from tab_zelmor_bill"_s)).rows;
+            for (int row = 0; row < 12; ++row)
+                twelve += wire::ToText(orders.columns.at(0).ValueAt(row));
+        }
         readers.back()->Send(wire::EncodeRequest(
-            Query(u"select a.* from tab_zelmor_bill a, tab_zelmor_bill b where rownum <= 60000"_s), 2));
+            Query(u"select a.* from tab_zelmor_bill a, tab_zelmor_bill b where b.TX_LOGISTIC_ID in ('%1')"_s
+                      .arg(twelve.join(u"','"_s))),
+            2));
     }
     QElapsedTimer time;
     time.start();

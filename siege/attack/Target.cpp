@@ -31,22 +31,38 @@ QByteArray FileText(const QString& path)
 
 } // namespace
 
-Target::Target(int seconds, const QString& storage, const QString& log)
+Target::Target(int seconds, Storage storage, const QString& log)
     : log_(log.isEmpty() ? folder_.filePath(u"log"_s) : log)
     , port_(FreePort())
     , metrics_(FreePort())
 {
     process_.setProcessChannelMode(QProcess::MergedChannels);
     process_.setStandardOutputFile(log_);
-    const QStringList database = storage.isEmpty() ? QStringList{u"--data"_s, folder_.filePath(u"data"_s)}
-                                                   : QStringList{u"--storage"_s, storage};
-    const QStringList demo =
-        storage.startsWith(u"odbc:"_s) ? QStringList() : QStringList{u"--demo"_s, u"small"_s};
+    QStringList database{u"--data"_s, folder_.filePath(u"data"_s)};
+    if (storage != Storage::Embedded) {
+        cluster_.emplace(u"zelmor-attack"_s);
+        database = {u"--storage"_s, cluster_->Uri()};
+    }
+    const QStringList demo = database + QStringList{u"--demo"_s, u"small"_s};
+    if (storage == Storage::Odbc) {
+        // Data for demonstrations are not made through ODBC. Oracle's driver reads rows as they are wanted;
+        // this one does where it is told to.
+        Start(demo);
+        Stop();
+        database = {u"--storage"_s,
+            u"odbc:DRIVER={PostgreSQL Unicode};Servername=%1;Database=postgres;UID=zelmor;UseDeclareFetch=1;"
+            "Fetch=1000"_s.arg(cluster_->Folder())};
+    }
+    Start((storage == Storage::Odbc ? database : demo)
+        + QStringList{u"--metrics"_s, u"127.0.0.1:%1"_s.arg(metrics_), u"--connections"_s, u"8"_s,
+            u"--statement-timeout"_s, QString::number(seconds), u"--wait-timeout"_s, u"10"_s,
+            u"--stop-timeout"_s, u"1"_s});
+}
+
+void Target::Start(const QStringList& options)
+{
     process_.start(QCoreApplication::applicationDirPath() + u"/zelmor-server"_s,
-        database + demo
-            + QStringList{u"--listen"_s, u"127.0.0.1:%1"_s.arg(port_), u"--metrics"_s,
-                u"127.0.0.1:%1"_s.arg(metrics_), u"--connections"_s, u"8"_s, u"--statement-timeout"_s,
-                QString::number(seconds), u"--wait-timeout"_s, u"10"_s, u"--stop-timeout"_s, u"1"_s});
+        options + QStringList{u"--listen"_s, u"127.0.0.1:%1"_s.arg(port_)});
     QElapsedTimer waiting;
     waiting.start();
     while (waiting.elapsed() < kStartMilliseconds && !process_.waitForFinished(50)) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "siege/PostgresCluster.h"
 #include "siege/attack/Attacker.h"
 
 #include <QFile>
@@ -15,16 +16,17 @@ namespace attack {
 // The server that is attacked, over a database of its own, with a log, figures and a desk at work beside.
 class Target {
 public:
-    // `seconds`: after so many it stops a statement. `storage`: in the place of the embedded database an
-    // empty one, or through odbc: one that has the demo data. `log`: the file of its log. Either may be
-    // empty.
-    Target(int seconds, const QString& storage, const QString& log);
+    enum class Storage { Embedded, Postgres, Odbc };
+
+    // `seconds`: after so many it stops a statement. `log`: the file of its log; may be empty.
+    Target(int seconds, Storage storage, const QString& log);
     ~Target();
     Target(const Target&) = delete;
     Target& operator=(const Target&) = delete;
 
     int Port() const noexcept { return port_; }
     const QTemporaryDir& Folder() const noexcept { return folder_; }
+    bool IsEmbedded() const noexcept { return !cluster_; }
     bool IsAlive() { return process_.state() == QProcess::Running && !process_.waitForFinished(0); }
     // Seconds until it had ended after SIGTERM.
     double Stop();
@@ -38,9 +40,12 @@ public:
     int Figure(const QByteArray& name) const;
 
 private:
+    // Returns when it answers.
+    void Start(const QStringList& options);
     int Memory(const QByteArray& what) const;
 
     QTemporaryDir folder_;
+    std::optional<PostgresCluster> cluster_;
     QString log_;
     QProcess process_;
     int port_ = 0;

@@ -1,6 +1,6 @@
 // Plays every attack that once went through against a server of its own; fails where one does again.
 //
-//   zelmor_attack [--brief] [--only NAME] [--storage URI] [--log FILE]
+//   zelmor_attack [--brief] [--only NAME] [--storage embedded|postgres|odbc] [--log FILE]
 
 #include "siege/attack/Attacks.h"
 
@@ -37,7 +37,7 @@ const std::vector<Attack>& Attacks()
 
 namespace {
 
-int Run(bool brief, const QString& only, const QString& storage, const QString& log)
+int Run(bool brief, const QString& only, Target::Storage storage, const QString& log)
 {
     int through = 0;
     const auto tell = [&](const char* name, const Result& result, double seconds) {
@@ -92,12 +92,17 @@ int main(int argc, char** argv)
     parser.addHelpOption();
     parser.addOptions({{u"brief"_s, u"In some seconds, with fewer clients."_s},
         {u"only"_s, u"This attack alone."_s, u"NAME"_s},
-        {u"storage"_s, u"Another empty database, or through odbc: one with demo data."_s, u"URI"_s},
+        {u"storage"_s, u"embedded unless given; postgres; or odbc, to PostgreSQL."_s, u"KIND"_s,
+            u"embedded"_s},
         {u"log"_s, u"For the server's log."_s, u"FILE"_s}});
     parser.process(application);
+    const QStringList kinds{u"embedded"_s, u"postgres"_s, u"odbc"_s}; // as Target has them
+    const qsizetype storage = kinds.indexOf(parser.value(u"storage"_s));
+    if (storage < 0)
+        parser.showHelp(2);
     try {
-        return attack::Run(parser.isSet(u"brief"_s), parser.value(u"only"_s), parser.value(u"storage"_s),
-            parser.value(u"log"_s));
+        return attack::Run(parser.isSet(u"brief"_s), parser.value(u"only"_s),
+            attack::Target::Storage(storage), parser.value(u"log"_s));
     } catch (const wire::Error& error) {
         std::fprintf(stderr, "attack: %s\n", error.what());
         return 2;

@@ -7,8 +7,6 @@
 #include <QCoreApplication>
 #include <QDir>
 
-#include <libpq-fe.h>
-
 using namespace Qt::Literals::StringLiterals;
 using wire::Error;
 using wire::ErrorKind;
@@ -21,62 +19,31 @@ constexpr int kStartMilliseconds = 300'000; // with the making of demo data
 constexpr int kRestartMilliseconds = 1'000; // as the service manager's own pause
 constexpr int kStopMilliseconds = 60'000;
 
-std::vector<QStringList> AskPostgres(const QString& uri, const QString& sqlText)
-{
-    const std::unique_ptr<PGconn, decltype(&PQfinish)> connection(
-        PQconnectdb(uri.toUtf8().constData()), PQfinish);
-    const std::unique_ptr<PGresult, decltype(&PQclear)> result(
-        PQexec(connection.get(), sqlText.toUtf8().constData()), PQclear);
-    const ExecStatusType status = PQresultStatus(result.get());
-    if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK)
-        throw Error(ErrorKind::Storage, QString::fromUtf8(PQerrorMessage(connection.get())), sqlText);
-    std::vector<QStringList> rows(size_t(PQntuples(result.get())));
-    for (int row = 0; row < PQntuples(result.get()); ++row) {
-        for (int column = 0; column < PQnfields(result.get()); ++column)
-            rows[size_t(row)].append(QString::fromUtf8(PQgetvalue(result.get(), row, column)));
-    }
-    return rows;
-}
-
 } // namespace
 
 ServerGroup::ServerGroup(Storage storage, const QString& folder, const QString& demo)
-    : storage_(storage)
-    , folder_(folder)
+    : folder_(folder)
 {
     if (storage == Storage::Embedded) {
         AddServer({u"--data"_s, folder + u"/data"_s}, demo);
         return;
     }
-    // Where PostgreSQL's own user may write.
-    cluster_ = QDir::tempPath() + u"/zelmor-chaos-%1"_s.arg(QCoreApplication::applicationPid());
-    RunClusterScript({u"start"_s, cluster_, u"--durable"_s});
-    QFile uri(cluster_ + u"/uri"_s);
-    if (!uri.open(QIODevice::ReadOnly))
-        throw Error(ErrorKind::Storage, uri.errorString());
-    uri_ = QString::fromUtf8(uri.readAll()).trimmed();
-    try {
-        for (int i = 0; i < kServers; ++i)
-            AddServer({u"--storage"_s, uri_}, demo);
-        // A crash is to be recovered from the desks' work, not from the making of the data.
-        AskPostgres(uri_, u"checkpoint"_s);
-    } catch (...) {
-        RunClusterScript({u"stop"_s, cluster_});
-        throw;
-    }
+    cluster_.emplace(u"zelmor-chaos"_s);
+    for (int i = 0; i < kServers; ++i)
+        AddServer({u"--storage"_s, cluster_->Uri()}, demo);
+    // A crash is to be recovered from the desks' work, not from the making of the data.
+    cluster_->Ask(u"checkpoint"_s);
 }
 
 ServerGroup::~ServerGroup()
 {
     try {
         CloseDown();
-        if (cluster_.isEmpty())
-            return;
-        QFile::copy(cluster_ + u"/log"_s, folder_ + u"/database.log"_s);
-        RunClusterScript({u"stop"_s, cluster_});
     } catch (const Error& error) {
         qWarning("%s", error.what());
     }
+    if (cluster_)
+        QFile::copy(cluster_->Folder() + u"/log"_s, folder_ + u"/database.log"_s);
 }
 
 void ServerGroup::AddServer(const QStringList& storage, const QString& demo)
@@ -126,16 +93,17 @@ void ServerGroup::SetFaultRate(double rate, quint32 seed)
 
 int ServerGroup::TerminateBackends(int count)
 {
-    return int(AskPostgres(uri_,
-        u"select pg_terminate_backend(pid) from (select pid from pg_stat_activity where pid <> "
-        u"pg_backend_pid() "
-        "and backend_type = 'client backend' order by random() limit %1) chosen"_s.arg(count))
-                   .size());
+    return int(
+        cluster_
+            ->Ask(u"select pg_terminate_backend(pid) from (select pid from pg_stat_activity where pid <> "
+                  u"pg_backend_pid() "
+                  "and backend_type = 'client backend' order by random() limit %1) chosen"_s.arg(count))
+            .size());
 }
 
 void ServerGroup::RestartDatabase()
 {
-    RunClusterScript({u"crash"_s, cluster_});
+    cluster_->Crash();
 }
 
 void ServerGroup::Supervise()
@@ -166,19 +134,7 @@ void ServerGroup::CloseDown()
 
 std::vector<QStringList> ServerGroup::Ask(const QString& sqlText) const
 {
-    return storage_ == Storage::Postgres ? AskPostgres(uri_, sqlText)
-                                         : AskDatabase(folder_ + u"/data"_s, sqlText);
-}
-
-void ServerGroup::RunClusterScript(const QStringList& arguments)
-{
-    QProcess script;
-    script.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    // Not kept open by the cluster, which outlives the script.
-    script.setStandardOutputFile(QProcess::nullDevice());
-    script.start(QStringLiteral(ZELMOR_CLUSTER_SCRIPT), arguments);
-    if (!script.waitForFinished(120'000) || script.exitCode() != 0)
-        throw Error(ErrorKind::Storage, u"postgres-cluster.sh %1 failed"_s.arg(arguments.join(u' ')));
+    return cluster_ ? cluster_->Ask(sqlText) : AskDatabase(folder_ + u"/data"_s, sqlText);
 }
 
 } // namespace chaos

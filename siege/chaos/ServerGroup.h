@@ -1,6 +1,7 @@
 #pragma once
 
 #include "runtime/data/TcpTransport.h"
+#include "siege/PostgresCluster.h"
 #include "tests/support/FaultProxy.h"
 
 #include <QDeadlineTimer>
@@ -8,6 +9,7 @@
 #include <QStringList>
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace chaos {
@@ -25,8 +27,8 @@ public:
     ServerGroup(const ServerGroup&) = delete;
     ServerGroup& operator=(const ServerGroup&) = delete;
 
-    // Of the database; empty where there is none but the embedded one.
-    const QString& Uri() const noexcept { return uri_; }
+    // Nothing where there is none but the embedded database.
+    const std::optional<PostgresCluster>& Cluster() const noexcept { return cluster_; }
     // By way of the proxies.
     const std::vector<TServerAddress>& Addresses() const noexcept { return addresses_; }
     int ServerCount() const noexcept { return int(servers_.size()); }
@@ -43,7 +45,6 @@ public:
     int TerminateBackends(int count);
     // As after a power cut. Returns when the cluster is there again.
     void RestartDatabase();
-    bool HasDatabaseServer() const noexcept { return storage_ == Storage::Postgres; }
 
     // Starts what is down and due. To be called often.
     void Supervise();
@@ -67,12 +68,9 @@ private:
 
     void AddServer(const QStringList& storage, const QString& demo);
     void Start(Server& server);
-    void RunClusterScript(const QStringList& arguments);
 
-    const Storage storage_;
     const QString folder_;
-    QString cluster_; // its folder, empty without one
-    QString uri_;
+    std::optional<PostgresCluster> cluster_;
     std::vector<std::unique_ptr<Server>> servers_;
     std::vector<TServerAddress> addresses_;
     int crashes_ = 0;

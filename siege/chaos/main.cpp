@@ -128,7 +128,7 @@ private:
     void Shuffle()
     {
         deck_ = {Blow::CutDesks, Blow::CutDesks, Blow::KillServer, Blow::KillServer, Blow::StopServer};
-        if (servers_.HasDatabaseServer())
+        if (servers_.Cluster())
             deck_.insert(
                 deck_.end(), {Blow::CutDatabase, Blow::CutDatabase, Blow::CutDatabase, Blow::CrashDatabase});
         std::shuffle(deck_.begin(), deck_.end(), random_);
@@ -263,7 +263,7 @@ int Run(const Plan& plan)
     Killer killer(servers, plan.seed);
     std::optional<WatchedServer> watched;
     if (plan.soak)
-        watched.emplace(servers.Uri(), plan.folder);
+        watched.emplace(servers.Cluster()->Uri(), plan.folder);
     WatchedServer* const atWork = watched ? &*watched : nullptr;
     LetRun(plan, servers, killer, atWork);
     if (watched)
