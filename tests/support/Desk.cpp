@@ -19,6 +19,15 @@ void Desk::Open(const QString& sqlText)
     orders.Open();
 }
 
+void Desk::MarkAll(const QString& remark)
+{
+    for (orders.First(); !orders.Eof(); orders.Next()) {
+        orders.Edit();
+        orders.FieldByName(u"REMARK").SetAsString(remark);
+        orders.Post();
+    }
+}
+
 std::vector<QStringList> AskDatabase(const QString& folder, const QString& sqlText)
 {
     server::Options options;

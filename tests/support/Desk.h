@@ -14,6 +14,8 @@ struct Desk {
     Desk(int port, const QString& account);
 
     void Open(const QString& sqlText);
+    // Edits every row that it has.
+    void MarkAll(const QString& remark);
 
     TSocketConnectionEx connection;
     TClientDataSetEx orders;

@@ -81,11 +81,7 @@ QString Mark(int save)
 
 void Save(Desk& desk, int number)
 {
-    for (desk.orders.First(); !desk.orders.Eof(); desk.orders.Next()) {
-        desk.orders.Edit();
-        desk.orders.FieldByName(u"REMARK").SetAsString(Mark(number));
-        desk.orders.Post();
-    }
+    desk.MarkAll(Mark(number));
     desk.orders.ApplyUpdates(0);
 }
 

@@ -58,11 +58,7 @@ private:
     void OneTurn(Desk& desk, Turn& turn, int number)
     {
         const QString mark = u"第%1次保存"_s.arg(number);
-        for (desk.orders.First(); !desk.orders.Eof(); desk.orders.Next()) {
-            desk.orders.Edit();
-            desk.orders.FieldByName(u"REMARK").SetAsString(mark);
-            desk.orders.Post();
-        }
+        desk.MarkAll(mark);
         saving.release();
         desk.connection.SavePatience = 0; // what the kill hits is to be seen, not mended
         try {

@@ -15,15 +15,6 @@ namespace {
 
 const QString kRows = u"select a.* from tab_zelmor_bill a where rownum<=5"_s;
 
-void Mark(TClientDataSetEx& orders, const QString& remark)
-{
-    for (orders.First(); !orders.Eof(); orders.Next()) {
-        orders.Edit();
-        orders.FieldByName(u"REMARK").SetAsString(remark);
-        orders.Post();
-    }
-}
-
 // Keeps the last save, to send it again.
 class Recorder : public wire::Transport {
 public:
@@ -66,13 +57,13 @@ TEST(Takeover, TheOtherServerGoesOnAndKnowsWhatWasSaved)
         return AskDatabase(folder.path(), u"select count(*) from zelmor_audit"_s)[0][0].toInt();
     };
     const int before = audited();
-    Mark(desk.orders, u"第一台"_s);
+    desk.MarkAll(u"第一台"_s);
     desk.orders.ApplyUpdates(-1);
     ASSERT_EQ(audited() - before, 5);
 
     // Nobody at the desk notices.
     first.Kill();
-    Mark(desk.orders, u"第二台"_s);
+    desk.MarkAll(u"第二台"_s);
     desk.orders.ApplyUpdates(-1);
     EXPECT_EQ(desk.orders.ChangeCount(), 0);
     EXPECT_EQ(audited() - before, 10);

@@ -1,3 +1,4 @@
+#include "tests/wire/Cells.h"
 #include "wire/Budgets.h"
 #include "wire/Codec.h"
 
@@ -104,17 +105,10 @@ std::vector<CellBlock> CellsOf(const std::vector<Column>& rows)
 {
     std::vector<CellBlock> block;
     for (const Column& column : rows) {
-        CellBlock& cells = block.emplace_back(column.Type());
-        for (qsizetype row = 0; row < column.RowCount(); ++row) {
-            if (column.IsNull(row))
-                cells.AddNull();
-            else if (column.Type() == ColumnType::Text)
-                cells.AddText(column.TextAt(row).data(), column.TextAt(row).size());
-            else if (column.Type() == ColumnType::Number)
-                cells.AddNumber(column.NumberAt(row));
-            else
-                cells.AddInteger(column.IntegerAt(row));
-        }
+        std::vector<Value> values;
+        for (qsizetype row = 0; row < column.RowCount(); ++row)
+            values.push_back(column.ValueAt(row));
+        block.push_back(CellsOf(column.Type(), values));
     }
     return block;
 }

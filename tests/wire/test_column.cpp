@@ -1,4 +1,4 @@
-#include "wire/ColumnData.h"
+#include "tests/wire/Cells.h"
 #include "wire/Error.h"
 
 #include <QSet>
@@ -58,26 +58,6 @@ private:
     Shape shape_;
     std::mt19937 random_;
 };
-
-CellBlock CellsOf(ColumnType type, const std::vector<Value>& values)
-{
-    CellBlock cells(type);
-    for (const Value& value : values) {
-        if (IsNull(value)) {
-            cells.AddNull();
-        } else if (const auto* text = std::get_if<QString>(&value)) {
-            const QByteArray utf8 = text->toUtf8();
-            cells.AddText(utf8.constData(), utf8.size());
-        } else if (const auto* integer = std::get_if<qint64>(&value)) {
-            cells.AddInteger(*integer);
-        } else if (const auto* number = std::get_if<double>(&value)) {
-            cells.AddNumber(*number);
-        } else {
-            cells.AddInteger(std::get<DateTime>(value).seconds);
-        }
-    }
-    return cells;
-}
 
 template <typename T> std::string BytesOf(T value)
 {

@@ -272,20 +272,3 @@ TEST(Tls, AnUnfitCertificateIsNotServedWith)
     EXPECT_TRUE(server::WhyUnfit(certificate, key, now.addDays(-2)).contains(u"not valid"_s));
     EXPECT_TRUE(server::WhyUnfit(certificate, shortKey, now).contains(u"1024"_s));
 }
-
-TEST(Tls, CiphersWithoutForwardSecrecyOrSealAreNotSpoken)
-{
-    FakeListener fake(0, With(Authority().Issue()));
-    const auto speaks = [&](const QString& cipher) {
-        QSslConfiguration configuration;
-        configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
-        configuration.setProtocol(QSsl::TlsV1_2);
-        configuration.setCiphers(cipher);
-        QSslSocket socket;
-        socket.setSslConfiguration(configuration);
-        socket.connectToHostEncrypted(u"127.0.0.1"_s, fake.Port());
-        return socket.waitForEncrypted(5000);
-    };
-    EXPECT_TRUE(speaks(u"ECDHE-ECDSA-AES128-GCM-SHA256"_s));
-    EXPECT_FALSE(speaks(u"ECDHE-ECDSA-AES128-SHA"_s));
-}
