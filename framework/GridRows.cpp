@@ -51,10 +51,13 @@ void TGridRows::AddColumn(int index)
         column.kind = TExportKind::Moment;
     else if ((valued && type != wire::ColumnType::Text) || field < 0)
         column.kind = TExportKind::Number;
+    const bool plain = valued && shown.displayFormat.isEmpty();
+    if (plain || (field >= 0 && column.kind == TExportKind::Number))
+        column.stored = &dataSet_.StoredColumn(field);
     columns_.push_back(std::move(column));
     sources_.push_back({.column = index,
         .field = field,
-        .plain = valued && shown.displayFormat.isEmpty(),
+        .plain = plain,
         .tick = shown.style == TColumnStyle::CheckBox,
         .stored = field >= 0 ? &dataSet_.StoredColumn(field) : nullptr});
     if (index < grid_.FrozenCols())
@@ -77,6 +80,12 @@ TExportCell TGridRows::Cell(int row, int column)
     const QString text = grid_.CellText(viewRow, source.column);
     text_ = source.tick ? (text == u"1"_s ? "是"_ba : "否"_ba) : text.toUtf8();
     return {.empty = text_.isEmpty(), .text = text_};
+}
+
+void TGridRows::StoredRows(int first, std::span<qint64> places)
+{
+    for (qint64& place : places)
+        place = dataSet_.StoredRow(ViewRow(first++), -1);
 }
 
 TExportCell TGridRows::StoredCell(const TSource& source, TExportKind kind, qint64 row) const

@@ -18,6 +18,7 @@ public:
     int FrozenColumns() const override { return frozen_; }
     int RowCount() const override { return static_cast<int>(rows_.size()); }
     TExportCell Cell(int row, int column) override;
+    void StoredRows(int first, std::span<qint64> places) override;
     int FooterRows() const override { return footerRows_; }
     QString Footer(int row, int column) const override;
     // For the eye: as the list shows it. Raises wire::Error as Cell() does.

@@ -12,12 +12,16 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kRowsBetweenLooks = 32; // at the clock
 constexpr int kProgressMilliseconds = 50;
 
 } // namespace
 
 TExportRows::~TExportRows() = default;
+
+void TExportRows::StoredRows(int, std::span<qint64> places)
+{
+    std::ranges::fill(places, -1);
+}
 
 int TitleLevels(const std::vector<TExportColumn>& columns)
 {
@@ -65,7 +69,7 @@ void TPartFile::RaiseUnwritable(const QString& reason) const
 
 bool TPacedProgress::GoOn(int rows)
 {
-    if (rows % kRowsBetweenLooks != 0 || (rows > 0 && sinceLast_.elapsed() < kProgressMilliseconds))
+    if (rows > 0 && sinceLast_.elapsed() < kProgressMilliseconds)
         return true;
     const bool goOn = !progress_ || progress_(rows);
     sinceLast_.restart();

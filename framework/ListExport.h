@@ -6,7 +6,12 @@
 #include <QString>
 
 #include <functional>
+#include <span>
 #include <vector>
+
+namespace wire {
+class Column;
+}
 
 // A list on its way to a file, for people to work on elsewhere.
 
@@ -17,6 +22,7 @@ struct TExportColumn {
     int width = 80; // pixels at 96 dpi
     TExportKind kind = TExportKind::Text;
     QString format{}; // numbers: decimals as "0.00"; moments: "yyyy-mm-dd hh:nn:ss"
+    const wire::Column* stored = nullptr; // where its cells may be read as well, of the rows that are there
 };
 
 // What stands in a cell, by the kind of its column. The text is UTF-8, without a zero at its end.
@@ -36,6 +42,9 @@ public:
     virtual int RowCount() const = 0;
     // Valid until the next cell is read. Raises wire::Error where the rows are no longer those of the start.
     virtual TExportCell Cell(int row, int column) = 0;
+    // The places of rows from `first` on in the stored columns, -1 for a row whose cells differ from what
+    // stands there. Valid until the window has its turn. Raises as Cell() does.
+    virtual void StoredRows(int first, std::span<qint64> places);
     // Below the rows, line by line; texts that are numbers are totals.
     virtual int FooterRows() const = 0;
     virtual QString Footer(int row, int column) const = 0;

@@ -1,12 +1,13 @@
-#include "framework/ListExportFile.h"
+#include "framework/CopiedText.h"
+#include "framework/ListBlocks.h"
 
+#include "wire/ColumnData.h"
 #include "wire/Error.h"
 
 #include <QFile>
 #include <QStringEncoder>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <vector>
@@ -15,122 +16,165 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr qsizetype kBufferBytes = 1 << 20;
-constexpr size_t kNumberCharacters = 64;
-constexpr QByteArrayView kFormulaBegins = "=+-@";
-
-// By byte: whether a cell that holds it stands in quotes.
-constexpr auto kNeedsQuotes = [] {
-    std::array<bool, 256> needs{};
-    for (const char character : {'"', ',', '\r', '\n'})
-        needs[static_cast<unsigned char>(character)] = true;
-    return needs;
-}();
-
-constexpr qint64 kDaySeconds = 86'400;
+constexpr size_t kShortCell = 64; // the most characters of a number or moment
 // Between these a number is written without an exponent; below the upper one a double holds each cent.
 constexpr double kLeastPlain = 1e-9;
 constexpr double kMostPlain = 1e15;
 
-// Lines not yet written. Whoever adds says first how much at the most.
-class LineBuffer {
-public:
-    // Room for `bytes` at the end; what of it was filled is told by `Fill`.
-    char* Room(size_t bytes)
-    {
-        if (bytes > bytes_.size() - size_)
-            bytes_.resize(std::max(bytes_.size() * 2, size_ + bytes));
-        return bytes_.data() + size_;
-    }
-    void Fill(const char* end) { size_ = static_cast<size_t>(end - bytes_.data()); }
-    void Add(QByteArrayView text)
-    {
-        char* to = Room(static_cast<size_t>(text.size()));
-        Fill(std::copy(text.begin(), text.end(), to));
-    }
-    void Add(char character)
-    {
-        *Room(1) = character;
-        ++size_;
-    }
-    QByteArrayView Bytes() const { return {bytes_.data(), static_cast<qsizetype>(size_)}; }
-    void Clear() { size_ = 0; } // keeps its room
-
-private:
-    std::vector<char> bytes_ = std::vector<char>(kBufferBytes + kBufferBytes / 4);
-    size_t size_ = 0;
-};
-
-char* PutTwo(char* to, qint64 number)
+bool IsFormula(char first)
 {
-    *to++ = static_cast<char>('0' + number / 10);
-    *to++ = static_cast<char>('0' + number % 10);
-    return to;
+    return first == '=' || first == '+' || first == '-' || first == '@';
 }
 
-// Amounts have two decimals or fewer; to find those takes a fraction of what the search for the shortest
-// text of any number does.
-char* PutNumber(char* to, char* end, double number)
+// By character, one or sixteen: a cell that holds it stands in quotes.
+template <typename Character> auto NeedsQuotes(Character character)
 {
+    return (character == '"') | (character == ',') | (character == '\r') | (character == '\n');
+}
+
+char* PutNumber(char* to, double number)
+{
+    char* const end = to + kShortCell;
     const double magnitude = std::fabs(number);
     if (!(magnitude < kMostPlain) || (magnitude < kLeastPlain && magnitude != 0))
         return std::to_chars(to, end, number).ptr;
-    const double cents = std::nearbyint(magnitude * 100);
-    if (cents / 100 != magnitude)
-        return std::to_chars(to, end, number, std::chars_format::fixed).ptr;
-    const auto whole = static_cast<qint64>(cents);
-    if (std::signbit(number))
-        *to++ = '-';
-    to = std::to_chars(to, end, whole / 100).ptr;
-    const qint64 rest = whole % 100;
-    if (rest == 0)
+    *to = '-';
+    char* const cents = wire::PutCents(std::signbit(number) ? to + 1 : to, magnitude);
+    return cents ? cents : std::to_chars(to, end, number, std::chars_format::fixed).ptr;
+}
+
+char* PutInteger(char* to, qint64 number)
+{
+    return std::fabs(double(number)) < kMostPlain ? wire::PutInteger(to, number)
+                                                  : PutNumber(to, double(number));
+}
+
+// Up to `readable` the memory at the text may be read.
+char* PutText(TLines& lines, char* to, QByteArrayView text, const char* readable)
+{
+    if (text.isEmpty())
         return to;
-    *to++ = '.';
-    *to++ = static_cast<char>('0' + rest / 10);
-    if (rest % 10 != 0)
-        *to++ = static_cast<char>('0' + rest % 10);
+    const auto size = static_cast<size_t>(text.size());
+    const bool formula = IsFormula(text.front());
+    to = lines.Room(to, 2 * size + 3); // two quotes and an apostrophe
+    if (!formula) {
+        if (char* const end =
+                CopyPlain(to, text.data(), size, readable, [](TSixteen piece) { return NeedsQuotes(piece); }))
+            return end;
+    }
+    const bool quoted = std::ranges::any_of(text, [](char c) { return NeedsQuotes(c) != 0; });
+    if (quoted)
+        *to++ = '"';
+    if (formula)
+        *to++ = '\'';
+    for (const char character : text) {
+        if (character == '"')
+            *to++ = '"';
+        *to++ = character;
+    }
+    if (quoted)
+        *to++ = '"';
     return to;
 }
 
-// Times of one column: days repeat.
-class MomentText {
+class CsvFormat final : public TLineFormat {
 public:
-    explicit MomentText(const QString& format)
-        : format_(format)
+    CsvFormat(const std::vector<TExportColumn>& columns, bool recode)
+        : columns_(columns)
+        , recode_(recode)
     {
+        for (const TExportColumn& column : columns)
+            stored_.push_back(column.stored ? &column.stored->Raw() : nullptr);
     }
-    void AddTo(LineBuffer& lines, wire::DateTime moment)
+
+    void AddCell(TLines& to, int, size_t column, const TExportCell& cell) override
     {
-        if (!format_.isEmpty()) {
-            lines.Add(moment.Format(format_).toLatin1());
+        if (cell.empty)
+            return;
+        char* const place = to.Room(to.End(), kShortCell);
+        switch (columns_[column].kind) {
+        case TExportKind::Text:
+            AddText(to, cell.text);
+            return;
+        case TExportKind::Number:
+            to.SetEnd(PutNumber(place, cell.number));
+            return;
+        case TExportKind::Moment:
+            if (columns_[column].format.isEmpty())
+                to.SetEnd(moments_.Put(place, cell.moment.seconds));
+            else
+                to.Add(cell.moment.Format(columns_[column].format).toLatin1());
             return;
         }
-        qint64 day = moment.seconds / kDaySeconds;
-        qint64 rest = moment.seconds % kDaySeconds;
-        if (rest < 0) {
-            rest += kDaySeconds;
-            --day;
+    }
+
+    static void AddText(TLines& to, QByteArrayView text)
+    {
+        to.SetEnd(PutText(to, to.End(), text, text.data() + text.size()));
+    }
+
+    void AddRows(TRowBlock& block) const override
+    {
+        TLines& lines = block.lines;
+        lines.Clear();
+        wire::MomentTexts moments;
+        const char* made = block.made.Bytes().data();
+        const char* const madeBegin = made;
+        auto madeEnd = block.madeEnds.cbegin();
+        char* to = lines.End();
+        for (const qint64 place : block.places) {
+            to = lines.Room(to, 0);
+            for (size_t i = 0; i < stored_.size(); ++i) {
+                to = lines.Room(to, kShortCell);
+                if (i > 0)
+                    *to++ = ',';
+                if (place >= 0 && stored_[i]) {
+                    to = PutStored(lines, to, i, place, moments);
+                    continue;
+                }
+                const char* const end = madeBegin + *madeEnd++;
+                to = std::copy(made, end, lines.Room(to, static_cast<size_t>(end - made)));
+                made = end;
+            }
+            *to++ = '\r';
+            *to++ = '\n';
         }
-        if (day != day_ || dayText_.isEmpty()) {
-            day_ = day;
-            dayText_ = moment.ToText().first(kDayCharacters).toLatin1();
-        }
-        char* to = lines.Room(kMomentCharacters);
-        to = std::copy(dayText_.begin(), dayText_.end(), to);
-        to = PutTwo(to, rest / 3600);
-        *to++ = ':';
-        to = PutTwo(to, rest / 60 % 60);
-        *to++ = ':';
-        lines.Fill(PutTwo(to, rest % 60));
+        lines.SetEnd(to);
+        if (recode_)
+            Recode(lines);
+    }
+
+    static void Recode(TLines& lines)
+    {
+        QStringEncoder encoder("GBK");
+        const QByteArray recoded = encoder(QString::fromUtf8(lines.Bytes()));
+        lines.Clear();
+        lines.Add(recoded);
     }
 
 private:
-    static constexpr qsizetype kDayCharacters = 11; // the blank included
-    static constexpr size_t kMomentCharacters = 19;
+    char* PutStored(TLines& lines, char* to, size_t column, qint64 row, wire::MomentTexts& moments) const
+    {
+        const wire::Column::Data& stored = *stored_[column];
+        if (stored.type == wire::ColumnType::Text) {
+            const qint64 entry = stored.plain ? row : stored.ints.At(row) - 1;
+            return entry < 0 ? to
+                             : PutText(lines, to, stored.pool.At(entry),
+                                 stored.pool.bytes.Begin() + stored.pool.bytes.Size());
+        }
+        if (stored.nulls.IsNull(row))
+            return to;
+        if (stored.type == wire::ColumnType::Number)
+            return PutNumber(to, stored.numbers[row]);
+        if (stored.type == wire::ColumnType::Integer)
+            return PutInteger(to, stored.ints.At(row));
+        return moments.Put(to, stored.ints.At(row));
+    }
 
-    QString format_;
-    qint64 day_ = 0;
-    QByteArray dayText_;
+    const std::vector<TExportColumn>& columns_;
+    std::vector<const wire::Column::Data*> stored_; // by column
+    const bool recode_;
+    wire::MomentTexts moments_;
 };
 
 class CsvFile {
@@ -141,125 +185,80 @@ public:
         , part_(path)
         , file_(part_.Name())
         , recode_(encoding == TCsvEncoding::CodePage936)
-        , encoder_(recode_ ? QStringEncoder("GBK") : QStringEncoder(QStringEncoder::Utf8))
+        , format_(columns_, recode_)
     {
-        if (!encoder_.isValid())
+        if (recode_ && !QStringEncoder("GBK").isValid())
             part_.RaiseUnwritable(u"本机不支持代码页 936，请选 UTF-8"_s);
         if (!file_.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
             part_.RaiseUnwritable(file_.errorString());
-        for (const TExportColumn& column : columns_)
-            moments_.emplace_back(column.format);
-        if (!recode_)
-            lines_.Add("\xEF\xBB\xBF"); // tells spreadsheets what it is
     }
 
     bool Write(const TExportProgress& progress)
     {
         TPacedProgress paced(progress);
-        for (size_t i = 0; i < columns_.size(); ++i)
-            AddText(i, QString(columns_[i].title).replace(u'|', u' ').toUtf8());
-        EndLine();
-        const int count = rows_.RowCount();
-        for (int row = 0; row < count; ++row) {
-            for (size_t i = 0; i < columns_.size(); ++i)
-                AddCell(i, rows_.Cell(row, static_cast<int>(i)));
-            EndLine();
-            if (!paced.GoOn(row))
-                return false;
+        WriteTitles();
+        TListBlocks blocks(rows_, format_, [this](QByteArrayView lines) { return Take(lines); });
+        switch (blocks.Write(0, rows_.RowCount(), paced)) {
+        case TListBlocks::TOutcome::GivenUp:
+            return false;
+        case TListBlocks::TOutcome::Full:
+            part_.RaiseUnwritable(file_.errorString());
+        case TListBlocks::TOutcome::Done:
+            break;
         }
-        for (int line = 0; line < rows_.FooterRows(); ++line) {
-            for (size_t i = 0; i < columns_.size(); ++i)
-                AddFooter(i, rows_.Footer(line, static_cast<int>(i)));
-            EndLine();
-        }
-        Flush();
+        WriteFooters();
         file_.close();
         part_.Finish();
         return true;
     }
 
 private:
-    void AddCell(size_t column, const TExportCell& cell)
+    bool Take(QByteArrayView lines) { return file_.write(lines.data(), lines.size()) == lines.size(); }
+
+    void TakeOwn(TLines& lines)
     {
-        if (cell.empty) {
-            Separate(column);
-            return;
-        }
-        switch (columns_[column].kind) {
-        case TExportKind::Text:
-            AddText(column, cell.text);
-            return;
-        case TExportKind::Number: {
-            Separate(column);
-            char* to = lines_.Room(kNumberCharacters);
-            lines_.Fill(PutNumber(to, to + kNumberCharacters, cell.number));
-            return;
-        }
-        case TExportKind::Moment:
-            Separate(column);
-            moments_[column].AddTo(lines_, cell.moment);
-            return;
-        }
+        if (recode_)
+            CsvFormat::Recode(lines);
+        if (!Take(lines.Bytes()))
+            part_.RaiseUnwritable(file_.errorString());
     }
 
-    void AddText(size_t column, QByteArrayView text)
+    void WriteTitles()
     {
-        Separate(column);
-        const bool formula = !text.isEmpty() && kFormulaBegins.contains(text.front());
-        const bool quoted =
-            std::ranges::any_of(text, [](char c) { return kNeedsQuotes[static_cast<unsigned char>(c)]; });
-        if (!quoted) {
-            if (formula)
-                lines_.Add('\'');
-            lines_.Add(text);
-            return;
+        TLines lines;
+        if (!recode_)
+            lines.Add("\xEF\xBB\xBF"); // tells spreadsheets what it is
+        for (size_t i = 0; i < columns_.size(); ++i) {
+            Separate(lines, i);
+            CsvFormat::AddText(lines, QString(columns_[i].title).replace(u'|', u' ').toUtf8());
         }
-        char* to = lines_.Room(2 * static_cast<size_t>(text.size()) + 3); // two quotes and an apostrophe
-        *to++ = '"';
-        if (formula)
-            *to++ = '\'';
-        for (const char character : text) {
-            if (character == '"')
-                *to++ = '"';
-            *to++ = character;
-        }
-        *to++ = '"';
-        lines_.Fill(to);
+        lines.Add("\r\n");
+        TakeOwn(lines);
     }
 
-    void AddFooter(size_t column, const QString& text)
+    void WriteFooters()
     {
-        bool isNumber = false;
-        text.toDouble(&isNumber);
-        if (!isNumber) {
-            AddText(column, text.toUtf8());
-            return;
+        TLines lines;
+        for (int line = 0; line < rows_.FooterRows(); ++line) {
+            for (size_t i = 0; i < columns_.size(); ++i) {
+                Separate(lines, i);
+                const QString text = rows_.Footer(line, static_cast<int>(i));
+                bool isNumber = false;
+                text.toDouble(&isNumber);
+                if (isNumber)
+                    lines.Add(text.toLatin1()); // a negative total is no formula
+                else
+                    CsvFormat::AddText(lines, text.toUtf8());
+            }
+            lines.Add("\r\n");
         }
-        Separate(column); // a negative total is no formula
-        lines_.Add(text.toLatin1());
+        TakeOwn(lines);
     }
 
-    void Separate(size_t column)
+    static void Separate(TLines& lines, size_t column)
     {
         if (column > 0)
-            lines_.Add(',');
-    }
-
-    void EndLine()
-    {
-        lines_.Add("\r\n");
-        if (lines_.Bytes().size() >= kBufferBytes)
-            Flush();
-    }
-
-    void Flush()
-    {
-        const QByteArray recoded =
-            recode_ ? QByteArray(encoder_(QString::fromUtf8(lines_.Bytes()))) : QByteArray();
-        const QByteArrayView bytes = recode_ ? QByteArrayView(recoded) : lines_.Bytes();
-        if (file_.write(bytes.data(), bytes.size()) != bytes.size())
-            part_.RaiseUnwritable(file_.errorString());
-        lines_.Clear();
+            lines.Add(",");
     }
 
     TExportRows& rows_;
@@ -267,9 +266,7 @@ private:
     TPartFile part_;
     QFile file_;
     const bool recode_;
-    QStringEncoder encoder_;
-    LineBuffer lines_;
-    std::vector<MomentText> moments_; // by column
+    CsvFormat format_;
 };
 
 } // namespace

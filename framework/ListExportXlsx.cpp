@@ -1,4 +1,4 @@
-#include "framework/ListExportFile.h"
+#include "framework/ListSheetRows.h"
 
 #include "wire/Error.h"
 
@@ -11,7 +11,7 @@
 
 #include <chrono>
 #include <future>
-#include <string>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -49,6 +49,10 @@ public:
             formats_.push_back(FormatOf(column, false));
         for (const TExportColumn& column : columns_)
             totals_.push_back(FormatOf(column, true));
+        std::vector<int> styles;
+        for (lxw_format* format : formats_)
+            styles.push_back(lxw_format_get_xf_index(format));
+        format_.emplace(columns_, styles);
     }
     // Given up: the library leaves the files of its rows open.
     ~Workbook()
@@ -70,14 +74,20 @@ public:
         TPacedProgress paced(progress);
         const int room = sheetRows_ - levels_ - rows_.FooterRows();
         const int count = rows_.RowCount();
-        NewSheet();
-        for (int row = 0; row < count; ++row) {
-            if (row > 0 && row % room == 0)
-                NewSheet();
-            WriteRow(row);
-            if (!paced.GoOn(row))
+        int row = 0;
+        do {
+            NewSheet();
+            const int end = std::min(count, row + room);
+            switch (WriteRows(row, end, paced)) {
+            case TListBlocks::TOutcome::GivenUp:
                 return false;
-        }
+            case TListBlocks::TOutcome::Full:
+                RaiseFull();
+            case TListBlocks::TOutcome::Done:
+                break;
+            }
+            row = end;
+        } while (row < count);
         WriteFooters();
         return Close(progress, count);
     }
@@ -172,30 +182,19 @@ private:
                 text.constData(), format);
     }
 
-    void WriteRow(int row)
+    // The library's file of the sheet's rows goes on behind the titles, and the library behind these.
+    TListBlocks::TOutcome WriteRows(int first, int end, TPacedProgress& paced)
     {
-        for (size_t i = 0; i < columns_.size(); ++i) {
-            const TExportCell cell = rows_.Cell(row, static_cast<int>(i));
-            if (cell.empty)
-                continue;
-            const auto column = static_cast<lxw_col_t>(i);
-            lxw_error error = LXW_NO_ERROR;
-            switch (columns_[i].kind) {
-            case TExportKind::Text:
-                text_.assign(cell.text.data(), static_cast<size_t>(cell.text.size()));
-                error = worksheet_write_string(sheet_, next_, column, text_.c_str(), formats_[i]);
-                break;
-            case TExportKind::Number:
-                error = worksheet_write_number(sheet_, next_, column, cell.number, formats_[i]);
-                break;
-            case TExportKind::Moment:
-                error = worksheet_write_number(sheet_, next_, column, cell.moment.ToSerial(), formats_[i]);
-                break;
-            }
-            if (error != LXW_NO_ERROR)
-                file_.RaiseUnwritable(QString::fromUtf8(lxw_strerror(error)));
-        }
-        ++next_;
+        lxw_worksheet_write_single_row(sheet_);
+        format_->PlaceFirstRow(static_cast<int>(next_) + 1 - first);
+        TListBlocks blocks(rows_, *format_, [this](QByteArrayView lines) {
+            const auto size = static_cast<size_t>(lines.size());
+            return fwrite(lines.data(), 1, size, sheet_->optimize_tmpfile) == size;
+        });
+        const TListBlocks::TOutcome outcome = blocks.Write(first, end, paced);
+        next_ += static_cast<lxw_row_t>(end - first);
+        sheet_->dim_rowmax = std::max(sheet_->dim_rowmax, next_ - 1);
+        return outcome;
     }
 
     void WriteFooters()
@@ -219,7 +218,12 @@ private:
     {
         FILE* rows = sheet_->optimize_tmpfile;
         if (rows && (fflush(rows) != 0 || ferror(rows) != 0))
-            file_.RaiseUnwritable(u"临时文件夹“%1”已满"_s.arg(QDir::tempPath()));
+            RaiseFull();
+    }
+
+    [[noreturn]] void RaiseFull() const
+    {
+        file_.RaiseUnwritable(u"临时文件夹“%1”已满"_s.arg(QDir::tempPath()));
     }
 
     bool Close(const TExportProgress& progress, int count)
@@ -256,10 +260,10 @@ private:
     std::vector<lxw_worksheet*> sheets_;
     lxw_worksheet* sheet_ = nullptr; // the last of them
     lxw_row_t next_ = 0;
-    std::string text_; // of a cell, ended by a zero for the library
     lxw_format* title_ = nullptr;
     std::vector<lxw_format*> formats_; // by column
     std::vector<lxw_format*> totals_;
+    std::optional<TSheetFormat> format_;
 };
 
 } // namespace

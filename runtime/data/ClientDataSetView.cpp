@@ -51,7 +51,9 @@ qint64 TClientDataSetEx::StoredRow(int viewRow, int field) const
     if (viewRow < 0 || viewRow >= d_->view.Count())
         return -1;
     const RowNumber row = d_->view.RowAt(viewRow);
-    return d_->Edited(row, field) ? -1 : qint64(row);
+    const bool edited =
+        field < 0 ? row == d_->editRow || !d_->rows.IsAsRead(row) : d_->Edited(row, field) != nullptr;
+    return edited ? -1 : qint64(row);
 }
 
 TBookmark TClientDataSetEx::ViewBookmark(int viewRow) const

@@ -57,6 +57,11 @@ public:
     {
         return edits_.empty() ? nullptr : EditedCell(row, field);
     }
+    // None of its cells was edited since it was read.
+    bool IsAsRead(RowNumber row) const noexcept
+    {
+        return row < baseCount_ && (edits_.empty() || FindEdit(row) == nullptr);
+    }
     wire::Value Present(RowNumber row, int field) const;
     // As read, or last merged or accepted; null for a row that the server does not have.
     wire::Value Original(RowNumber row, int field) const;

@@ -4,7 +4,9 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 #include <QStringDecoder>
+#include <QStringEncoder>
 #include <QXmlStreamReader>
 
 #include <gtest/gtest.h>
@@ -16,6 +18,9 @@
 #include <orcus/zip_archive.hpp>
 #include <orcus/zip_archive_stream.hpp>
 
+#include <xlsxwriter.h>
+
+#include <charconv>
 #include <sstream>
 
 using namespace Qt::Literals::StringLiterals;
@@ -238,6 +243,132 @@ TEST_F(ListExport, CsvHoldsEachDigitOfANumberAndNoExponentThatSpreadsheetsRound)
     const QList<QByteArray> lines = Content(path).split('\n');
     for (size_t i = 0; i < cases.size(); ++i)
         EXPECT_EQ(lines[qsizetype(i) + 1].trimmed(), cases[i].second);
+}
+
+// A cell the slow way, by its value alone.
+QByteArray PlainCell(const wire::Value& value)
+{
+    if (const auto* moment = std::get_if<wire::DateTime>(&value))
+        return moment->ToText().toLatin1();
+    if (const auto* number = std::get_if<double>(&value)) {
+        char text[64];
+        return {text, std::to_chars(text, std::end(text), *number, std::chars_format::fixed).ptr - text};
+    }
+    if (const auto* whole = std::get_if<qint64>(&value))
+        return QByteArray::number(*whole);
+    QString text = wire::ToText(value);
+    if (!text.isEmpty() && u"=+-@"_s.contains(text.front()))
+        text.prepend(u'\'');
+    const bool quoted =
+        std::ranges::any_of(text, [](QChar character) { return u",\"\r\n"_s.contains(character); });
+    return (quoted ? u'"' + text.replace(u'"', u"\"\""_s) + u'"' : text).toUtf8();
+}
+
+// The rows of a sheet without their styles.
+QString SheetRows(const QString& path)
+{
+    static const QRegularExpression kStyle(u" s=\"[0-9]+\""_s);
+    return Part(path, "xl/worksheets/sheet1.xml").section(u"<row r=\"2\""_s, 1).remove(kStyle);
+}
+
+// The same by the library alone, cell by cell.
+void WriteByLibrary(const QString& path, const TClientDataSetEx& rows)
+{
+    lxw_workbook_options options{};
+    options.constant_memory = LXW_TRUE;
+    lxw_workbook* book = workbook_new_opt(path.toUtf8().constData(), &options);
+    lxw_worksheet* sheet = workbook_add_worksheet(book, nullptr);
+    for (int row = 0; row < rows.RecordCount(); ++row) {
+        for (int i = 0; i < rows.FieldCount(); ++i) {
+            const wire::Value value = rows.ViewValue(row, i);
+            const auto to = lxw_row_t(row + 1);
+            const auto* moment = std::get_if<wire::DateTime>(&value);
+            if (const auto* text = std::get_if<QString>(&value))
+                worksheet_write_string(sheet, to, lxw_col_t(i), text->toUtf8().constData(), nullptr);
+            else if (!wire::IsNull(value))
+                worksheet_write_number(sheet, to, lxw_col_t(i),
+                    moment ? moment->ToSerial()
+                           : std::get<double>(wire::Convert(value, wire::ColumnType::Number)),
+                    nullptr);
+        }
+    }
+    workbook_close(book);
+}
+
+// Thousands of rows, so that several threads work on them and texts are held in both ways.
+TEST_F(ListExport, StoredAndEditedRowsAreWrittenLikeTheirCellsOneByOne)
+{
+    const std::vector<QByteArray> texts = {"", "\"", ",", "=1", "+", "-\"", "@a\nb", "a", "沪A·12345", "x\r",
+        "0123456789abcde", "0123456789abcdef", "0123456789abcde,", "0123456789abcdef\"", "𠮷野家𠮷野家𠮷野家",
+        "浦东新区张江镇祖冲之路八八八号三号楼，二层", "-0123456789012345678901234567890123456789", " a ",
+        "\t"};
+    const std::vector<double> numbers = {
+        0, 0.1, -0.05, 12.3, 1.005, 0.1 + 0.2, 1e9, 123'456'789.99, -7, 1e-8};
+    constexpr int kRows = 5'000;
+    const std::vector<wire::ColumnType> types = {wire::ColumnType::Text, wire::ColumnType::Text,
+        wire::ColumnType::Number, wire::ColumnType::Integer, wire::ColumnType::DateTime};
+    wire::RowSet set;
+    for (size_t i = 0; i < types.size(); ++i) {
+        set.infos.push_back({.name = u"F%1"_s.arg(i), .type = types[i]});
+        wire::Column& cells = set.columns.emplace_back(types[i]);
+        for (int row = 0; row < kRows; ++row) {
+            const auto& text = texts[size_t(row) % texts.size()];
+            if (i == 0)
+                cells.AppendText(text);
+            else if (row % 11 == 0)
+                cells.AppendNull();
+            else if (i == 1)
+                cells.AppendText(text + QByteArray::number(row * 7919 % 10'007));
+            else if (i == 2)
+                cells.AppendNumber(numbers[size_t(row) % numbers.size()]);
+            else
+                cells.AppendInteger((row - 2'500) * 86'399LL * (row % 3 == 0 ? 1 : 700));
+        }
+    }
+    ASSERT_TRUE(set.columns[0].IsDictionary() && !set.columns[1].IsDictionary());
+    TProbeHost host;
+    TClientDataSetEx rows;
+    rows.OpenRows(std::move(set));
+    TDataSource source;
+    source.SetDataSet(&rows);
+    TDBGridEh grid(nullptr, u"Grid"_s);
+    std::vector<TColumnEh> columns;
+    for (size_t i = 0; i < types.size(); ++i)
+        columns.push_back({.fieldName = u"F%1"_s.arg(i), .title = u"T"_s});
+    grid.SetColumns(columns);
+    grid.SetDataSource(&source);
+    rows.AddIndex(u"by"_s, u"F1");
+    rows.SetIndexName(u"by"_s);
+    for (const int row : {1, 700, 4'999}) {
+        rows.SetRecNo(row);
+        rows.SetFieldAndPost(u"F0", u"改\"了"_s);
+        rows.SetFieldAndPost(u"F2", 3.25);
+    }
+    rows.Append();
+    rows.FieldByName(u"F3").SetAsInteger(4);
+    rows.Post();
+
+    QByteArray expected = "T,T,T,T,T\r\n";
+    for (int row = 0; row < rows.RecordCount(); ++row) {
+        for (int i = 0; i < int(types.size()); ++i)
+            expected += PlainCell(rows.ViewValue(row, i)) + (i + 1 < int(types.size()) ? "," : "\r\n");
+    }
+    for (const TCsvEncoding encoding : {TCsvEncoding::Utf8, TCsvEncoding::CodePage936}) {
+        TGridRows all(grid, false);
+        ASSERT_TRUE(WriteCsv(all, File(u"all.csv"_s), encoding, {}));
+        EXPECT_TRUE(Content(File(u"all.csv"_s))
+            == (encoding == TCsvEncoding::Utf8
+                    ? "\xEF\xBB\xBF" + expected
+                    : QByteArray(QStringEncoder("GBK")(QString::fromUtf8(expected)))))
+            << "encoding " << int(encoding);
+    }
+    TGridRows all(grid, false);
+    ASSERT_TRUE(WriteXlsx(all, File(u"all.xlsx"_s), {}));
+    WriteByLibrary(File(u"library.xlsx"_s), rows);
+    const QString ours = SheetRows(File(u"all.xlsx"_s));
+    EXPECT_TRUE(ours.section(u"</sheetData>"_s, 0, 0)
+        == SheetRows(File(u"library.xlsx"_s)).section(u"</sheetData>"_s, 0, 0));
+    EXPECT_TRUE(ours.contains(u"<row r=\"5002\">"_s));
 }
 
 TEST_F(ListExport, ALongListGoesOnInFurtherSheetsUnderItsTitles)
