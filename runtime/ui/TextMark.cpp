@@ -17,6 +17,9 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int kHintMilliseconds = 8000; // how long the hint below a box stays
+// Pixels at 96 dpi.
+constexpr int kTextInset = 6; // of the text in its box
+constexpr int kGap = 10; // between the text and the word at least
 
 // Where the box's own buttons at its right end begin.
 int ButtonsLeft(const QLineEdit& box)
@@ -27,6 +30,12 @@ int ButtonsLeft(const QLineEdit& box)
             left = std::min(left, button->x());
     }
     return left;
+}
+
+int TextEnd(const QLineEdit& box)
+{
+    const int frame = (box.width() - box.contentsRect().width()) / 2;
+    return frame + Scaled(box, kTextInset) + box.fontMetrics().horizontalAdvance(box.text());
 }
 
 } // namespace
@@ -41,6 +50,10 @@ TTextMark::TTextMark(QLineEdit* box)
     word_->setAttribute(Qt::WA_TransparentForMouseEvents);
     word_->hide();
     box->installEventFilter(this);
+    connect(box, &QLineEdit::textChanged, this, [this] {
+        if (!reason_.isEmpty())
+            Place();
+    });
 }
 
 void TTextMark::Set(const QString& reason)
@@ -57,19 +70,16 @@ void TTextMark::Set(const QString& reason)
 
 void TTextMark::Place()
 {
-    QMargins margins = box_->textMargins();
-    const int gap = Scaled(*box_, 4);
     word_->setFont(box_->font());
     word_->setText(reason_);
     const int width = word_->sizeHint().width();
-    // The text itself goes first: the word takes no more than half of the box.
-    const bool inside = !reason_.isEmpty() && width <= ButtonsLeft(*box_) / 2;
+    const int left = ButtonsLeft(*box_) - width - Scaled(*box_, 2);
+    // The text itself goes first. No margin is set for the word: the box would ask for more room, and what
+    // stands beside it would move away from the mouse.
+    const bool inside = !reason_.isEmpty() && TextEnd(*box_) + Scaled(*box_, kGap) <= left;
     word_->setVisible(inside);
-    margins.setRight(inside ? width + gap : 0);
-    if (margins != box_->textMargins())
-        box_->setTextMargins(margins);
     if (inside)
-        word_->setGeometry(ButtonsLeft(*box_) - width - gap / 2, 0, width, box_->height());
+        word_->setGeometry(left, 0, width, box_->height());
     if (!inside && !reason_.isEmpty())
         ShowHint();
     else if (hint_)

@@ -331,6 +331,7 @@ TEST_F(DBControlsTest, LookupMarksATextThatNoRowHolds)
     lookup->resize(200, 24);
     lookup->SetLookup(byName);
     Show();
+    const QSize asked = lookup->sizeHint();
     const auto marked = [&] {
         const auto* word = lookup->findChild<QLabel*>(u"TextMark"_s);
         EXPECT_EQ(word->isVisible(), lookup->property("unknown").toBool());
@@ -346,6 +347,12 @@ TEST_F(DBControlsTest, LookupMarksATextThatNoRowHolds)
     QTest::keyClick(lookup, Qt::Key_Escape);
     other->setFocus();
     EXPECT_TRUE(marked()) << "no row when left";
+    lookup->SetText(QString(14, u'远'));
+    EXPECT_FALSE(lookup->findChild<QLabel*>(u"TextMark"_s)->isVisible()) << "does not run into the text";
+    EXPECT_TRUE(window.findChild<QLabel*>(u"TextMarkHint"_s)->isVisible());
+    lookup->SetText(u"某地"_s);
+    EXPECT_TRUE(marked());
+    EXPECT_EQ(lookup->sizeHint(), asked) << "what stands beside it stays where it is";
     for (const auto& [text, unknown] : {std::pair{u"上海浦东"_s, false}, std::pair{u"某地"_s, true},
              std::pair{QString(), false}, std::pair{u"苏州 "_s, true}}) {
         lookup->SetText(text);
