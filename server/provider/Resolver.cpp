@@ -217,19 +217,19 @@ private:
         write.statementKey += role;
     }
 
-    static Value Converted(const TargetColumn& column, const Value& value)
+    Value Converted(const TargetColumn& column, const Value& value) const
     {
         try {
             Value converted = wire::Convert(value, column.stored->type);
             if (const auto* text = std::get_if<QString>(&converted); text && text->contains(QChar::Null))
-                throw Refusal{texts::WrongValue(column.stored->name, u"U+0000"_s)};
+                throw Refusal{texts::WrongValue(target_.CaptionOf(column), u"U+0000"_s)};
             return converted;
         } catch (const wire::Error& error) {
-            throw Refusal{texts::WrongValue(column.stored->name, error.Message())};
+            throw Refusal{texts::WrongValue(target_.CaptionOf(column), error.Message())};
         }
     }
 
-    static void RequireWidth(const TargetColumn& column, const Value& value)
+    void RequireWidth(const TargetColumn& column, const Value& value) const
     {
         const auto* text = std::get_if<QString>(&value);
         const int width = column.stored->width;
@@ -237,7 +237,7 @@ private:
             return;
         const qsizetype length = std::ranges::count_if(*text, [](QChar c) { return !c.isLowSurrogate(); });
         if (length > width)
-            throw Refusal{texts::TooWide(column.stored->name, length, width)};
+            throw Refusal{texts::TooWide(target_.CaptionOf(column), length, width)};
     }
 
     void PlanInsert(RowWrite& write)
@@ -273,7 +273,7 @@ private:
     {
         for (size_t i = 0; i < keys.size(); ++i) {
             if (wire::IsNull(keys[i]))
-                throw Refusal{texts::KeyEmpty(target_.Keys()[i]->stored->name)};
+                throw Refusal{texts::KeyEmpty(target_.CaptionOf(*target_.Keys()[i]))};
         }
     }
 
@@ -282,7 +282,7 @@ private:
         RequireKeyValues(write.keys);
         for (const Cell& cell : write.sets) {
             if (cell.column->key && wire::IsNull(cell.value))
-                throw Refusal{texts::KeyEmpty(cell.column->name)};
+                throw Refusal{texts::KeyEmpty(target_.CaptionOf(ColumnOf(cell)))};
         }
     }
 

@@ -238,17 +238,17 @@ inline QString DuplicateKey(const QString& key)
 {
     return QStringLiteral("主键“%1”已存在！").arg(key);
 }
-inline QString KeyEmpty(const QString& column)
+inline QString KeyEmpty(const QString& caption)
 {
-    return QStringLiteral("主键列%1不能为空！").arg(column);
+    return QStringLiteral("“%1”不能为空！").arg(caption);
 }
-inline QString TooWide(const QString& column, qsizetype length, int width)
+inline QString TooWide(const QString& caption, qsizetype length, int width)
 {
-    return QStringLiteral("列%1的内容长度为%2，超过%3个字符的最大长度！").arg(column).arg(length).arg(width);
+    return QStringLiteral("“%1”的内容长度为%2，超过%3个字符的最大长度！").arg(caption).arg(length).arg(width);
 }
-inline QString WrongValue(const QString& column, const QString& why)
+inline QString WrongValue(const QString& caption, const QString& why)
 {
-    return QStringLiteral("列%1的内容不正确：%2").arg(column, why);
+    return QStringLiteral("“%1”的内容不正确：%2").arg(caption, why);
 }
 
 // Accounts
