@@ -22,10 +22,11 @@ namespace {
     throw std::runtime_error(message.toStdString());
 }
 
-// Puts the text into an open cell editor, as typed or chosen.
-void FillEditor(QWidget* editor, const QString& text)
+// Puts the text into an open cell editor, as typed or chosen. A row that may not be edited closes it at the
+// first change.
+void FillEditor(const QPointer<QWidget>& editor, const QString& text)
 {
-    if (auto* box = qobject_cast<QComboBox*>(editor); box && !box->isEditable()) {
+    if (auto* box = qobject_cast<QComboBox*>(editor.data()); box && !box->isEditable()) {
         const int wanted = box->findText(text);
         if (wanted < 0)
             Fail(u"the cell does not offer "_s + text);
@@ -36,7 +37,9 @@ void FillEditor(QWidget* editor, const QString& text)
     PressKey(editor, u"Ctrl+A"_s);
     if (text.isEmpty())
         PressKey(editor, u"Delete"_s);
-    TypeText(text);
+    TypeText(text.left(1));
+    if (editor && editor->isVisible())
+        TypeText(text.mid(1));
 }
 
 } // namespace
@@ -178,7 +181,9 @@ bool TGridObject::edit(int row, const QString& field, const QString& text)
         if (!editor || editor == grid || !grid->isAncestorOf(editor))
             return false;
         const QPointer<QWidget> open = editor;
-        FillEditor(editor, text);
+        FillEditor(open, text);
+        if (!open || !open->isVisible())
+            return false;
         PressKey(editor, u"Return"_s);
         return !open || !open->isVisible() || grid->CommitEditor();
     });
