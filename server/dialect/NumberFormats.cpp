@@ -116,20 +116,52 @@ std::optional<double> ReadNumber(QStringView text)
     return value;
 }
 
+namespace {
+
+// The number in whole units of the place that counts, and the way back: the shift is undone by its inverse,
+// so that whole powers of ten stay exact on both sides.
+class Shifted {
+public:
+    Shifted(double value, qint64 places)
+        : left_(places >= 0)
+        , scale_(places == 0 ? 1.0 : std::pow(10.0, static_cast<double>(std::abs(places))))
+        , units_(left_ ? value * scale_ : value / scale_)
+    {
+    }
+    double Units() const noexcept { return units_; }
+    double Back(double units) const noexcept { return left_ ? units / scale_ : units * scale_; }
+    // As its 15 digits read. They lie within `kDigitsError` of the number, so where the next value at which
+    // the result turns is farther away than that, nobody needs to write and read them.
+    double Read(double toTurn) const
+    {
+        constexpr double kDigitsError = 1e-14; // half a unit of the 15th digit, doubled for good measure
+        return toTurn > kDigitsError * std::abs(units_) ? units_
+                                                        : QByteArray::number(units_, 'g', 15).toDouble();
+    }
+
+private:
+    bool left_;
+    double scale_;
+    double units_;
+};
+
+double Fraction(double value)
+{
+    return std::abs(value) - std::floor(std::abs(value));
+}
+
+} // namespace
+
 double RoundNumber(double value, qint64 places)
 {
     if (!std::isfinite(value) || places > 15)
         return value;
     if (places < -308)
         return 0;
-    // The shift is undone by its inverse, so that whole powers of ten stay exact on both sides.
-    const double scale = std::pow(10.0, static_cast<double>(std::abs(places)));
-    const double shifted = places >= 0 ? value * scale : value / scale;
-    if (std::abs(shifted) >= 1e15)
+    const Shifted shifted(value, places);
+    if (std::abs(shifted.Units()) >= 1e15)
         return value;
-    const double decimal = QByteArray::number(shifted, 'g', 15).toDouble();
-    const double rounded = std::round(decimal);
-    return places >= 0 ? rounded / scale : rounded * scale;
+    return shifted.Back(std::round(shifted.Read(std::abs(Fraction(shifted.Units()) - 0.5))));
 }
 
 double TruncateNumber(double value, qint64 places)
@@ -138,12 +170,11 @@ double TruncateNumber(double value, qint64 places)
         return value;
     if (places < -308)
         return 0;
-    const double scale = std::pow(10.0, static_cast<double>(std::abs(places)));
-    const double shifted = places >= 0 ? value * scale : value / scale;
-    if (std::abs(shifted) >= 1e15)
+    const Shifted shifted(value, places);
+    if (std::abs(shifted.Units()) >= 1e15)
         return value;
-    const double truncated = std::trunc(QByteArray::number(shifted, 'g', 15).toDouble());
-    return places >= 0 ? truncated / scale : truncated * scale;
+    const double fraction = Fraction(shifted.Units());
+    return shifted.Back(std::trunc(shifted.Read(std::min(fraction, 1 - fraction))));
 }
 
 } // namespace dialect
