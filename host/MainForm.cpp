@@ -290,7 +290,7 @@ void TMainForm::BuildMenus()
                 continue;
             if (!menu)
                 menu = menuBar()->addMenu(QString::fromUtf16(title));
-            QAction* action = menu->addAction(info.Caption());
+            QAction* action = menu->addAction(info.Caption() + info.Note());
             action->setObjectName(info.NameText());
             action->setShortcut(QKeySequence(QString::fromUtf16(info.shortcut)));
             connect(action, &QAction::triggered, this,

@@ -90,8 +90,8 @@ void TStartPage::AddScreens()
                 subsystem->setSizeHint(kCaption, QSize(0, line * 2));
             }
             const QKeySequence keys(QString::fromUtf16(info.shortcut));
-            auto* item =
-                new QTreeWidgetItem(subsystem, {info.Caption(), keys.toString(QKeySequence::NativeText)});
+            auto* item = new QTreeWidgetItem(
+                subsystem, {info.Caption() + info.Note(), keys.toString(QKeySequence::NativeText)});
             item->setData(kCaption, kNameRole, info.NameText());
             item->setSizeHint(kCaption, QSize(0, line * 3 / 2));
             if (!screens_->currentItem())

@@ -1,5 +1,7 @@
 #include "host/WindowList.h"
 
+#include "runtime/ScreenTable.h"
+
 #include <QAction>
 #include <QEvent>
 #include <QMenu>
@@ -97,7 +99,9 @@ void TWindowList::ShowTitle(const QWidget* screen)
     const int index = IndexOf(screen);
     if (index < 0)
         return;
-    const QString title = screen->windowTitle() + (screen->isWindowModified() ? u" ●"_s : QString());
+    const TScreenInfo* info = FindScreenInfo(screen->objectName().toStdString());
+    const QString title = screen->windowTitle() + (info ? info->Note() : QString())
+        + (screen->isWindowModified() ? u" ●"_s : QString());
     tabs_->setTabText(index, title);
     screens_[index].action->setText(title);
 }

@@ -17,11 +17,13 @@ struct TScreenInfo {
     const char* fixedRights; // given whatever the caller passed; empty: the caller's code
     const char* guide = ""; // its page of the user guide, without ".md"
     bool built = false; // otherwise neither offered nor found
+    const char16_t* note = u""; // behind the caption in lists of windows, where another has the same
 
     // The class's name without its T, as `exec` knows it.
     constexpr std::string_view Name() const { return std::string_view(className).substr(1); }
     QString NameText() const { return QString::fromLatin1(className + 1); }
     QString Caption() const { return QString::fromUtf16(caption); }
+    QString Note() const { return QString::fromUtf16(note); }
 };
 
 // The menus, in the order of the menu bar.

@@ -61,6 +61,10 @@ TEST_F(DeskTest, AnEmptyDeskListsTheScreensAndTakesTheKeyboard)
     ASSERT_TRUE(list->isVisible());
     EXPECT_EQ(list->currentItem()->text(1), u"Ctrl+Shift+2"_s) << "the first of the first menu";
     EXPECT_EQ(QApplication::focusWidget(), list);
+    QStringList offered;
+    for (QTreeWidgetItemIterator item(list, QTreeWidgetItemIterator::NoChildren); *item; ++item)
+        offered += (*item)->text(0);
+    EXPECT_EQ(offered.removeDuplicates(), 0) << "no two are called alike";
     QTest::keyClick(list, Qt::Key_Down);
     QTest::keyClick(list, Qt::Key_Return);
     EXPECT_EQ(ScreenNames(), QStringList{u"frm_AcceptBill"_s});
