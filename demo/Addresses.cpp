@@ -2,7 +2,7 @@
 
 #include "demo/Network.h"
 #include "demo/Regions.h"
-#include "demo/RowWriter.h"
+#include "demo/TableWriter.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -178,7 +178,7 @@ QString StreetAddress(int city, int county, Random& random)
 
 void WriteKeywords(company::RowSink& sink)
 {
-    RowWriter writer(sink, u"TAB_QRYKEY");
+    TableWriter writer(sink, u"TAB_QRYKEY");
     writer.Row({qint64{1}, qint64{1}, u"省,自治区"_s});
     writer.Row({qint64{2}, qint64{2}, u"市,区,县"_s});
     writer.Row({qint64{3}, qint64{3}, u"镇,乡"_s});
@@ -192,7 +192,7 @@ void WriteDeliveryAreas(company::RowSink& sink)
     enum Numbers : qint64 { All = 0, Odd = 1, Even = 2 };
     const Regions& regions = AllRegions();
     const Network& network = TheNetwork();
-    RowWriter writer(sink, u"TAB_AREA_DETAIL");
+    TableWriter writer(sink, u"TAB_AREA_DETAIL");
     qint64 id = 0;
     for (int city = 0; city < static_cast<int>(regions.cities.size()); ++city) {
         const City& place = regions.cities[static_cast<size_t>(city)];

@@ -4,7 +4,7 @@
 #include "demo/Numbers.h"
 #include "demo/Random.h"
 #include "demo/Regions.h"
-#include "demo/RowWriter.h"
+#include "demo/TableWriter.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -62,7 +62,7 @@ void WriteCustomers(company::RowSink& sink)
 {
     const Network& network = TheNetwork();
     const Regions& regions = AllRegions();
-    RowWriter writer(sink, u"tab_customer");
+    TableWriter writer(sink, u"tab_customer");
     for (const Customer& customer : TheCustomers()) {
         const Site& site = network.sites[static_cast<size_t>(customer.site)];
         const City& city = regions.cities[static_cast<size_t>(site.city)];

@@ -7,7 +7,7 @@
 #include "demo/Orders.h"
 #include "demo/Random.h"
 #include "demo/Regions.h"
-#include "demo/RowWriter.h"
+#include "demo/TableWriter.h"
 
 #include "wire/Error.h"
 
@@ -31,7 +31,7 @@ QString CityCode(const Province& province, std::size_t city)
 
 void WriteAreas(company::RowSink& sink)
 {
-    RowWriter writer(sink, u"tab_area");
+    TableWriter writer(sink, u"tab_area");
     QStringList known;
     for (const Province& province : AllRegions().provinces) {
         if (known.contains(province.area))
@@ -45,12 +45,12 @@ void WriteAreas(company::RowSink& sink)
 void WriteProvincesAndCities(company::RowSink& sink)
 {
     const Regions& regions = AllRegions();
-    RowWriter provinces(sink, u"tab_province");
+    TableWriter provinces(sink, u"tab_province");
     for (const Province& province : regions.provinces)
         provinces.Row({province.code, province.name, province.area});
     provinces.End();
 
-    RowWriter cities(sink, u"tab_city");
+    TableWriter cities(sink, u"tab_city");
     for (const Province& province : regions.provinces) {
         for (std::size_t i = 0; i < province.cities.size(); ++i)
             cities.Row({CityCode(province, i), regions.cities[static_cast<size_t>(province.cities[i])].name,
@@ -62,7 +62,7 @@ void WriteProvincesAndCities(company::RowSink& sink)
 void WriteCounties(company::RowSink& sink)
 {
     const Regions& regions = AllRegions();
-    RowWriter writer(sink, u"tab_county");
+    TableWriter writer(sink, u"tab_county");
     for (const Province& province : regions.provinces) {
         for (std::size_t i = 0; i < province.cities.size(); ++i) {
             const City& city = regions.cities[static_cast<size_t>(province.cities[i])];
@@ -80,7 +80,7 @@ void WriteCounties(company::RowSink& sink)
 void WritePayModes(company::RowSink& sink)
 {
     static const QString kModes[] = {u"现付"_s, u"到付"_s, u"预付到付"_s, u"月结"_s, u"回单付"_s};
-    RowWriter writer(sink, u"TAB_PAY_MODE");
+    TableWriter writer(sink, u"TAB_PAY_MODE");
     int serial = 0;
     for (const QString& mode : kModes)
         writer.Row({Digits(++serial, 2), mode});
@@ -90,7 +90,7 @@ void WritePayModes(company::RowSink& sink)
 void WriteSites(company::RowSink& sink)
 {
     const Regions& regions = AllRegions();
-    RowWriter writer(sink, u"tab_site");
+    TableWriter writer(sink, u"tab_site");
     for (const Site& site : TheNetwork().sites) {
         const City& city = regions.cities[static_cast<size_t>(site.city)];
         const Province& province = regions.provinces[static_cast<size_t>(city.province)];
@@ -105,7 +105,7 @@ void WriteSites(company::RowSink& sink)
 void WriteEmployees(company::RowSink& sink)
 {
     const Network& network = TheNetwork();
-    RowWriter writer(sink, u"tab_employee");
+    TableWriter writer(sink, u"tab_employee");
     for (const Employee& employee : network.employees)
         writer.Row({employee.code, employee.name, network.sites[static_cast<size_t>(employee.site)].name,
             employee.department, employee.phone, Flag(employee.market)});
@@ -120,7 +120,7 @@ void WriteServices(company::RowSink& sink)
     const Regions& regions = AllRegions();
     const Network& network = TheNetwork();
     Random random(55);
-    RowWriter writer(sink, u"tab_zelmor_site");
+    TableWriter writer(sink, u"tab_zelmor_site");
     for (std::size_t number = 0; number < regions.cities.size(); ++number) {
         const City& city = regions.cities[number];
         const Province& province = regions.provinces[static_cast<size_t>(city.province)];

@@ -1,7 +1,7 @@
 #include "demo/Stock.h"
 
 #include "demo/Numbers.h"
-#include "demo/RowWriter.h"
+#include "demo/TableWriter.h"
 
 #include <algorithm>
 
@@ -66,7 +66,8 @@ QString WaybillStock::Take(int site)
     return NumberAt(site, used++);
 }
 
-void WaybillStock::WriteRanges(int siteNumber, qint64& id, const wire::DateTime& now, RowWriter& writer) const
+void WaybillStock::WriteRanges(
+    int siteNumber, qint64& id, const wire::DateTime& now, TableWriter& writer) const
 {
     const Site& site = network_.sites[static_cast<size_t>(siteNumber)];
     const Roll& roll = rolls_[static_cast<size_t>(siteNumber)];
@@ -86,7 +87,7 @@ void WaybillStock::WriteRanges(int siteNumber, qint64& id, const wire::DateTime&
 
 void WaybillStock::Write(const wire::DateTime& now, company::RowSink& sink) const
 {
-    RowWriter ranges(sink, u"TAB_BILL_PROVIDE");
+    TableWriter ranges(sink, u"TAB_BILL_PROVIDE");
     qint64 id = 0;
     for (const int site : network_.branches) {
         if (network_.sites[static_cast<size_t>(site)].stock != StockOwner::Unchecked)
@@ -94,7 +95,7 @@ void WaybillStock::Write(const wire::DateTime& now, company::RowSink& sink) cons
     }
     ranges.End();
 
-    RowWriter disabled(sink, u"tab_bill_del");
+    TableWriter disabled(sink, u"tab_bill_del");
     for (const int number : network_.branches) {
         const Site& site = network_.sites[static_cast<size_t>(number)];
         const qint64 end = rolls_[static_cast<size_t>(number)].used + kSpare / 2;
@@ -140,7 +141,7 @@ void CouponStock::Write(const wire::DateTime& now, company::RowSink& sink) const
         {Valid, -30, 60}, {NotYetValid, 1, 90}, {Expired, -200, -2}, {Used, -400, 60}};
     static constexpr int kOfEach = 120;
 
-    RowWriter writer(sink, u"tab_favourable_bill");
+    TableWriter writer(sink, u"tab_favourable_bill");
     for (int kind = 0; kind < kKinds; ++kind) {
         for (const Span& span : kSpans) {
             const int count =

@@ -24,7 +24,7 @@ private:
         qint64 used = 0; // numbers gone so far, the damaged included
     };
     QString NumberAt(int site, qint64 position) const;
-    void WriteRanges(int site, qint64& id, const wire::DateTime& now, class RowWriter& writer) const;
+    void WriteRanges(int site, qint64& id, const wire::DateTime& now, class TableWriter& writer) const;
 
     const Network& network_;
     std::vector<Roll> rolls_; // by site

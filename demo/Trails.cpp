@@ -1,7 +1,7 @@
 // The tables that follow from the orders: goods lines, waybills, tracking messages.
 #include "demo/Orders.h"
 #include "demo/Random.h"
-#include "demo/RowWriter.h"
+#include "demo/TableWriter.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -111,7 +111,7 @@ private:
     }
 
     wire::DateTime now_;
-    RowWriter writer_;
+    TableWriter writer_;
     qint64 id_ = 0;
     const OrderTrace* trace_ = nullptr;
     Random* random_ = nullptr;
@@ -146,7 +146,7 @@ ItemList ItemsOf(quint64 seed)
 
 void WriteItems(const std::vector<OrderTrace>& traces, company::RowSink& sink)
 {
-    RowWriter writer(sink, u"TAB_ZELMOR_BILL_ITEMS");
+    TableWriter writer(sink, u"TAB_ZELMOR_BILL_ITEMS");
     qint64 id = 0;
     for (const OrderTrace& trace : traces) {
         const ItemList list = ItemsOf(trace.seed);
@@ -161,7 +161,7 @@ void WriteItems(const std::vector<OrderTrace>& traces, company::RowSink& sink)
 
 void WriteWaybills(const std::vector<OrderTrace>& traces, company::RowSink& sink)
 {
-    RowWriter writer(sink, u"tab_bill");
+    TableWriter writer(sink, u"tab_bill");
     for (const OrderTrace& trace : traces) {
         if (trace.registerSite.isEmpty())
             continue;

@@ -1,4 +1,4 @@
-#include "tests/demo/Tables.h"
+#include "tests/demo/GeneratedRows.h"
 
 #include <gtest/gtest.h>
 

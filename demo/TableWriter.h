@@ -8,9 +8,9 @@
 namespace demo {
 
 // One table on its way into a sink: opened at construction, ended by End().
-class RowWriter {
+class TableWriter {
 public:
-    RowWriter(company::RowSink& sink, QStringView tableName)
+    TableWriter(company::RowSink& sink, QStringView tableName)
         : sink_(sink)
         , table_(*company::FindTable(tableName))
     {
