@@ -1,3 +1,5 @@
+#include "demo/Addresses.h"
+#include "demo/Regions.h"
 #include "dispatch/AddressMatch.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const TKeywords kKeywords{{u"号"_s, u"弄"_s}, {u"路"_s, u"大道"_s, u"街"_s}, {u"镇"_s, u"乡"_s}};
+const TKeywords kKeywords{{u"号"_s, u"弄"_s}, {u"路"_s, u"大道"_s, u"街"_s, u"巷"_s}, {u"镇"_s, u"乡"_s}};
 
 struct CutCase {
     QString address;
@@ -20,6 +22,42 @@ const TDeliveryAddress kTo{u"广东省"_s, u"广州市"_s, u"天河区"_s, {}};
 const QString kArea = u"select /*+index(a,)*/ a.SITE_NAME from TAB_AREA_DETAIL a where 1=1  and "
                       "(a.PROVICE='广东省' or a.PROVICE='广东') and (a.CITY='广州市' or a.CITY='广州')"
                       " and a.COUNTY = '天河区'"_s;
+
+// The rules once more, one case after the other.
+TAddressPieces CutAgain(const QString& address, const TKeywords& keywords)
+{
+    const auto place = [&](const QStringList& list) -> qsizetype {
+        for (const QString& word : list) {
+            for (qsizetype at = 1; at + word.size() - 1 <= address.size(); ++at) {
+                if (address.mid(at - 1, word.size()) == word)
+                    return at;
+            }
+        }
+        return 0;
+    };
+    const auto copy = [&](qsizetype from, qsizetype count) {
+        QString text;
+        for (qsizetype at = from; at < from + count && at <= address.size(); ++at)
+            text += address[at - 1];
+        return text;
+    };
+    const qsizetype pn = place(keywords.number) - 1;
+    const qsizetype pr = place(keywords.road);
+    const qsizetype pt = place(keywords.town);
+    TAddressPieces cut;
+    bool decimal = false;
+    const int number = (pn > 0 && pr > 0 ? copy(pr + 1, pn - pr)
+            : pn > 0 && pt > 0           ? copy(pt + 1, pn - pt)
+                                         : copy(1, pn))
+                           .toInt(&decimal);
+    if (pn > 0 && decimal)
+        cut.number = number;
+    if (pr > 0)
+        cut.road = pt > 0 ? copy(pt + 1, pr - pt) : copy(1, pr);
+    if (pt > 0)
+        cut.town = copy(1, pt);
+    return cut;
+}
 
 } // namespace
 
@@ -107,4 +145,21 @@ TEST(AddressMatch, AsksFourTimesAndOfABlankAddressNothing)
                   "and a.BL_NO in (0,2)  and rownum=1 "_s}));
     EXPECT_EQ(FindDeliverySite(to, [](const QString&) { return QString(); }), QString())
         << "an empty keyword table";
+}
+
+TEST(AddressMatch, ASecondReadingOfTheRulesCutsTheDemoAddressesAlike)
+{
+    demo::Random random(7);
+    const auto& cities = demo::AllRegions().cities;
+    int numbered = 0;
+    for (size_t i = 0; i < 5'000; ++i) {
+        const size_t city = i % cities.size();
+        const QString address = demo::StreetAddress(
+            static_cast<int>(city), static_cast<int>(i % cities[city].counties.size()), random);
+        const TAddressPieces once = CutAddress(address, FindKeywords(address, kKeywords));
+        ASSERT_EQ(AreaQuery(kTo, once), AreaQuery(kTo, CutAgain(address, kKeywords)))
+            << qUtf8Printable(address);
+        numbered += once.number > 0 && !once.road.isEmpty() ? 1 : 0;
+    }
+    EXPECT_GT(numbered, 1'000) << "the addresses are worth it";
 }
