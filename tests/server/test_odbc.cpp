@@ -1,17 +1,12 @@
 #include "server/refusal/UserTexts.h"
 #include "server/storage/OwnTables.h"
-#include "server/storage/odbc/OdbcRowWriter.h"
 #include "tests/server/OdbcFixture.h"
-#include "tests/server/conformance/Suite.h"
-
-#include <atomic>
-#include <thread>
+#include "tests/server/ServerBackend.h"
 
 // What is ODBC's own; the change-log rule over ODBC is part of the resolver's tests.
 namespace server::testing {
 namespace {
 
-constexpr int kRows = 2500; // more than two blocks
 constexpr int kUnderstoodByPostgres = 102; // of the texts of all screens, with orafce 4.1
 
 class OdbcTest : public ServerTest, public ::testing::WithParamInterface<Product> {
@@ -90,37 +85,6 @@ TEST_P(OdbcTest, ClientsReachTheirTablesAlone)
                          "select ' from zelmor_account --' from tab_zelmor_bill a where a.STATUS = 99"_s);
     ASSERT_EQ(rows.RowCount(), 1);
     EXPECT_EQ(rows.columns[0].ValueAt(0), wire::Value(u"\\"_s));
-}
-
-TEST_P(OdbcTest, LongResultsAreReadToTheirLimit)
-{
-    QStringList rows;
-    for (int i = 4; i <= kRows; ++i)
-        rows << u"('K%1')"_s.arg(i);
-    Raw(u"insert into tab_zelmor_bill(TX_LOGISTIC_ID) values "_s + rows.join(u','));
-    maxRows_ = kRows;
-    Restart();
-    Client client = LoggedIn();
-    EXPECT_EQ(client.Query(kOrders).RowCount(), kRows);
-    Raw("insert into tab_zelmor_bill(TX_LOGISTIC_ID) values('D')");
-    EXPECT_EQ(KindOf([&] { client.Query(kOrders); }), wire::ErrorKind::Limit);
-
-    // Billions of rows, counted until somebody stops it.
-    std::atomic<bool> ended{false};
-    std::thread interrupter([&] {
-        while (!ended) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-            client.Conversation().Interrupt();
-        }
-    });
-    const wire::Error stopped = ErrorOf([&] {
-        client.Query(u"select count(*) from tab_zelmor_bill a, tab_zelmor_bill b, tab_zelmor_bill c "
-                     "where a.TX_LOGISTIC_ID < b.TX_LOGISTIC_ID and b.TX_LOGISTIC_ID < c.TX_LOGISTIC_ID"_s);
-    });
-    ended = true;
-    interrupter.join();
-    EXPECT_EQ(stopped.Kind(), wire::ErrorKind::Limit) << stopped.what();
-    EXPECT_EQ(client.Query(u"select a.SITE_NAME from tab_site a"_s).RowCount(), 1);
 }
 
 TEST_P(OdbcTest, OneRowsConstraintLeavesTheOthersStanding)
@@ -213,51 +177,11 @@ TEST_P(OdbcPostgresTest, ALostConnectionIsReplaced)
 INSTANTIATE_TEST_SUITE_P(Drivers, OdbcPostgresTest, ::testing::Values(Product::Postgres));
 
 // The texts of all screens, handed on as they are to a database that knows some of Oracle's language.
-class VerbatimBackend final : public conformance::Backend {
-public:
-    void Load(const std::vector<conformance::TableRows>& tables, wire::DateTime now) override
-    {
-        client_.reset();
-        server_.reset();
-        company_.emplace(Product::Postgres, OdbcCompany::Types::Oracles);
-        company_->Over([&](storage::odbc::Database& database) {
-            for (const conformance::TableRows& table : tables)
-                Fill(database, table);
-        });
-        Options options;
-        options.now = now;
-        company_->Configure(options);
-        server_ = std::make_unique<ApplicationServer>(options);
-        server_->AddAccount({u"clerk"_s, u"secret"_s, u"E01"_s, {}, u"111"_s, Role::Headquarters});
-        client_.emplace(*server_, u"clerk"_s, u"secret"_s);
-    }
-    wire::RowSet Query(const QString& sql) override { return client_->Query(sql); }
-    qint64 Execute(const QString& sql) override { return client_->Execute(sql); }
-
-private:
-    static void Fill(storage::odbc::Database& database, const conformance::TableRows& table)
-    {
-        QStringList names;
-        for (const company::Column& column : table.table->columns)
-            names << column.name;
-        storage::odbc::Statement insert =
-            database.Prepare(storage::odbc::InsertText(table.table->name, names));
-        for (const std::vector<wire::Value>& row : table.rows) {
-            for (size_t i = 0; i < row.size(); ++i)
-                insert.Bind(row[i], table.table->columns[i].type);
-            insert.Run();
-        }
-    }
-
-    std::optional<OdbcCompany> company_;
-    std::unique_ptr<ApplicationServer> server_;
-    std::optional<Client> client_;
-};
-
 TEST(OdbcConformance, TextsThatPostgresUnderstandsAsTheyAre)
 {
     const auto tables = conformance::ReadTables();
-    VerbatimBackend backend;
+    ServerBackend backend(
+        [] { return std::make_unique<OdbcCompany>(Product::Postgres, OdbcCompany::Types::Oracles); });
     backend.Load(tables, conformance::Now());
     int understood = 0;
     for (const conformance::Case& each : conformance::ReadCases()) {

@@ -12,6 +12,7 @@ namespace {
 using wire::ErrorKind;
 
 class SessionTest : public AnyStorageTest { };
+class SessionLimitsTest : public AnyStorageTest { };
 
 TEST_P(SessionTest, NothingIsAnsweredBeforeALogin)
 {
@@ -107,7 +108,7 @@ TEST_P(SessionTest, LongResultsComeWholeAndInOrder)
     EXPECT_EQ(client.Query(text).RowCount(), 20000);
 }
 
-TEST_P(SessionTest, LimitsOnRowsAndTimeAndInterruption)
+TEST_P(SessionLimitsTest, OfRowsAndTimeAndInterruption)
 {
     const char* const many =
         "with recursive n(i) as (select 1 union all select i + 1 from n where i < 5000) insert "
@@ -123,11 +124,14 @@ TEST_P(SessionTest, LimitsOnRowsAndTimeAndInterruption)
     const QString endless = u"select count(*) from tab_zelmor_bill a, tab_zelmor_bill b, tab_zelmor_bill c"_s;
     maxSeconds_ = 1;
     Restart();
-    // The second hardly comes back to the database between the long texts that it compares.
+    // The second hardly comes back to the database between the long texts that it compares; SQLite by itself
+    // does not know its functions.
+    const bool knowsThem = GetParam() != StorageKind::OdbcToSqlite;
     for (const QString& text : {endless,
-             endless
-                 + u" where replace(lpad(a.tx_logistic_id,4000,'a'),'a','aaaaaaaaaaaaaaa') like "
-                   "'%'||rpad('a',3900,'a_')||'b%'"_s}) {
+             !knowsThem ? endless
+                        : endless
+                     + u" where replace(lpad(a.tx_logistic_id,4000,'a'),'a','aaaaaaaaaaaaaaa') like "
+                       "'%'||rpad('a',3900,'a_')||'b%'"_s}) {
         const auto start = std::chrono::steady_clock::now();
         const wire::Error over = ErrorOf([&] { LoggedIn().Query(text); });
         EXPECT_EQ(over.Kind(), ErrorKind::Limit);
@@ -182,6 +186,8 @@ TEST(OutcomeTidierTest, AClockThatLeapsForgetsNothingThatIsStillAskedFor)
 }
 
 ZELMOR_FOR_EACH_STORAGE(SessionTest);
+ZELMOR_FOR_EACH_STORAGE(SessionLimitsTest);
+ZELMOR_FOR_ODBC_TOO(SessionLimitsTest);
 
 } // namespace
 } // namespace server::testing
