@@ -88,24 +88,33 @@ void TTextMark::Place()
 
 void TTextMark::ShowHint()
 {
-    QWidget* ground = box_->parentWidget();
-    if (!ground || !box_->isVisible())
+    if (!box_->parentWidget() || !box_->isVisible())
         return;
     if (!hint_) {
-        hint_ = new QLabel(ground);
+        hint_ = new QLabel(box_->parentWidget());
         hint_->setObjectName(u"TextMarkHint"_s);
         hint_->setTextFormat(Qt::PlainText);
         hint_->setAttribute(Qt::WA_TransparentForMouseEvents);
         connect(box_, &QObject::destroyed, hint_, &QObject::deleteLater);
     }
-    if (hint_->parentWidget() != ground)
-        hint_->setParent(ground);
     hint_->setFont(box_->font());
     hint_->setText(reason_);
     hint_->adjustSize();
-    QPoint place = box_->geometry().bottomLeft() + QPoint(0, 1);
-    if (place.y() + hint_->height() > ground->height() && box_->y() >= hint_->height())
-        place.setY(box_->y() - hint_->height() - 1);
+    // Below the box or above it, in the nearest widget around that has the room.
+    QWidget* ground = box_->parentWidget();
+    QPoint place;
+    for (;; ground = ground->parentWidget()) {
+        place = box_->mapTo(ground, QPoint(0, box_->height()));
+        if (place.y() + hint_->height() <= ground->height())
+            break;
+        const int above = place.y() - box_->height() - hint_->height() - 1;
+        if (above >= 0)
+            place.setY(above);
+        if (above >= 0 || ground->isWindow())
+            break;
+    }
+    if (hint_->parentWidget() != ground)
+        hint_->setParent(ground);
     place.setX(std::clamp(place.x(), 0, std::max(0, ground->width() - hint_->width())));
     hint_->move(place);
     hint_->raise();

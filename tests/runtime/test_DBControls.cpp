@@ -349,7 +349,15 @@ TEST_F(DBControlsTest, LookupMarksATextThatNoRowHolds)
     EXPECT_TRUE(marked()) << "no row when left";
     lookup->SetText(QString(14, u'远'));
     EXPECT_FALSE(lookup->findChild<QLabel*>(u"TextMark"_s)->isVisible()) << "does not run into the text";
-    EXPECT_TRUE(window.findChild<QLabel*>(u"TextMarkHint"_s)->isVisible());
+    const auto* hint = window.findChild<QLabel*>(u"TextMarkHint"_s);
+    EXPECT_TRUE(hint->isVisible());
+    window.resize(200, 120);
+    auto* row = new QWidget(&window);
+    row->setGeometry(0, 60, 200, 24);
+    lookup->setParent(row);
+    lookup->show();
+    row->show();
+    EXPECT_FALSE(hint->visibleRegion().isEmpty()) << "nor is it cut off where a row has no room";
     lookup->SetText(u"某地"_s);
     EXPECT_TRUE(marked());
     EXPECT_EQ(lookup->sizeHint(), asked) << "what stands beside it stays where it is";
