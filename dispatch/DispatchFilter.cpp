@@ -2,6 +2,7 @@
 
 #include "company/OrderStatus.h"
 #include "dispatch/Couriers.h"
+#include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
 #include "framework/Lookups.h"
 #include "orders/FilterBoxes.h"
@@ -44,8 +45,7 @@ TDispatchFilter::TDispatchFilter(
     setObjectName(u"Filter"_s);
     NumberBox->setFixedSize(Scaled(*this, kNumberBoxWidth), Scaled(*this, kNumberBoxHeight));
     window_->PresetToday();
-    auto* parts = new QHBoxLayout(this);
-    parts->setContentsMargins(0, 0, 0, 0);
+    auto* parts = new TFlowRow(this);
     parts->setSpacing(12);
     parts->addWidget(NumberBox);
     parts->addWidget(window_, 0, Qt::AlignTop);

@@ -1,6 +1,7 @@
 #include "dispatch/EntryForm.h"
 
 #include "dispatch/Couriers.h"
+#include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
 #include "framework/Lookups.h"
 #include "module/data/dm_GlobalData.h"
@@ -146,8 +147,7 @@ QWidget* TEntryForm::CreateParcel()
 QWidget* TEntryForm::CreateButtons()
 {
     auto* part = new QWidget(this);
-    auto* row = new QHBoxLayout(part);
-    row->setContentsMargins(0, 0, 0, 0);
+    auto* row = new TFlowRow(part);
     BTN_SAVE = NewButton(part, u"BTN_SAVE"_s, u"保存"_s);
     Records = new TRecordButtons(part, u"RecordButtons"_s);
     Records->SetDataSource(order_);

@@ -2,6 +2,7 @@
 
 #include "company/Headquarters.h"
 #include "dispatch/Couriers.h"
+#include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
 #include "framework/Questions.h"
 #include "framework/RefusedRows.h"
@@ -102,8 +103,7 @@ void Tfrm_DispatchOrders::CreateControls()
 
     auto* actions = new QWidget(this);
     actions->setObjectName(u"Panel2"_s);
-    auto* row = new QHBoxLayout(actions);
-    row->setContentsMargins(0, 0, 0, 0);
+    auto* row = new TFlowRow(actions);
     AddActions(*row, actions);
     actions->setVisible(!row->isEmpty());
     row->addStretch(1);

@@ -3,6 +3,7 @@
 #include "company/OrderStatus.h"
 #include "dispatch/AddressMatch.h"
 #include "dispatch/UnDispartRules.h"
+#include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
 #include "framework/Lookups.h"
 #include "framework/RefusedRows.h"
@@ -130,8 +131,7 @@ QWidget* Tfrm_UnDispartBill::CreateFilterPanel()
         RunHandler(this, [this, event] { DBLookupComboboxEh1KeyDown(event); });
     };
 
-    auto* row = new QHBoxLayout(panel);
-    row->setContentsMargins(0, 0, 0, 0);
+    auto* row = new TFlowRow(panel);
     AddDateRange(*row, DBDateTimeEditEh1, u"订单时间始"_s, DBDateTimeEditEh2, u"订单时间止"_s);
     AddControl(*row, u"省份"_s, DBEditEh1, 20);
     AddControl(*row, u"城市"_s, DBEditEh2, 20);
@@ -156,8 +156,7 @@ QWidget* Tfrm_UnDispartBill::CreateActionPanel()
     OnClick(Button3, this, &Tfrm_UnDispartBill::Button3Click);
     OnClick(SpeedButton3, this, &Tfrm_UnDispartBill::SpeedButton3Click);
 
-    auto* row = new QHBoxLayout(panel);
-    row->setContentsMargins(0, 0, 0, 0);
+    auto* row = new TFlowRow(panel);
     row->addWidget(Button3);
     row->addWidget(SpeedButton3);
     row->addStretch(1);

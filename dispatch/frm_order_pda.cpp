@@ -16,6 +16,7 @@
 #include "module/data/dm_BasicData.h"
 #include "module/data/dm_GlobalData.h"
 #include "orders/OrderColumns.h"
+#include "orders/OrderView.h"
 #include "runtime/ui/LookupCompletion.h"
 
 #include <QVBoxLayout>
@@ -109,6 +110,7 @@ void Tfrm_order_pda::CreateView()
     DataView1->DataViewGrid->ReadOnly = true;
     DataView1->DS->SetDataSet(CDS_ORDER_PDA);
     DataView1->Loaded();
+    KeepRowsInSight(*DataView1);
     new TRefusedRows(*DataView1, u"TX_LOGISTIC_ID");
 }
 

@@ -21,7 +21,8 @@ struct TWordsKey {
 };
 
 // F9 is what most orders of a window go through, F8 what hands them to another site, F7 begins something;
-// with Shift what takes it back. F5 and Ctrl+S are the frame's.
+// with Shift what takes it back. F11 copies a chart and F12 saves one, with Shift the second chart of the
+// window. F5 and Ctrl+S are the frame's.
 constexpr auto kKeys = std::to_array<TWordsKey>({
     {u"批量接单", u"F9"},
     {u"批量揽件", u"F9"},
@@ -40,6 +41,12 @@ constexpr auto kKeys = std::to_array<TWordsKey>({
     {u"订单取消", u"Shift+F9"},
     {u"接单失败", u"Shift+F8"},
     {u"清空", u"Shift+F7"},
+    {u"复制地区图", u"F11"},
+    {u"复制接单图", u"F11"},
+    {u"复制揽件图", u"Shift+F11"},
+    {u"存地区图", u"F12"},
+    {u"存接单图", u"F12"},
+    {u"存揽件图", u"Shift+F12"},
 });
 
 QString KeyOf(const QString& words)
@@ -109,21 +116,21 @@ bool LiesInList(const QWidget* widget)
 void GiveButtonKeys(Tfrm_Basic& screen)
 {
     for (QAbstractButton* button : screen.findChildren<QAbstractButton*>()) {
-        const QString words = PlainActionText(button->text());
+        const auto* tool = qobject_cast<QToolButton*>(button);
+        QAction* action = tool ? tool->defaultAction() : nullptr; // its text may be longer than the button's
+        const QString words = PlainActionText(action ? action->text() : button->text());
         const QString key = KeyOf(words);
         if (key.isEmpty() || LiesInList(button))
             continue;
-        auto* tool = qobject_cast<QToolButton*>(button);
-        QAction* action = tool ? tool->defaultAction() : nullptr;
-        if (!action) {
-            action = new TButtonAction(screen, *button);
-            action->setObjectName(button->objectName() + u"Key"_s);
-        }
-        Bind(screen, action, key);
-        if (tool && tool->defaultAction())
+        if (action) {
+            Bind(screen, action, key);
             SayKey(*action, words, action->shortcut());
-        else
-            SayKey(*button, words, action->shortcut());
+            continue;
+        }
+        action = new TButtonAction(screen, *button);
+        action->setObjectName(button->objectName() + u"Key"_s);
+        Bind(screen, action, key);
+        SayKey(*button, words, action->shortcut());
     }
 }
 
@@ -185,7 +192,7 @@ std::vector<TActionKey> ActionKeys(const Tfrm_Basic& screen)
                 keys.push_back({PlainActionText(action->text()), KeysOf(*action)});
         }
     };
-    add(screen.findChildren<QAction*>(Qt::FindDirectChildrenOnly));
+    add(screen.actions());
     if (screen.DataView())
         add(screen.DataView()->DataViewGrid->actions());
     return keys;

@@ -167,7 +167,7 @@ void TDataView::DataViewGridContextMenu(QMenu& menu)
     if (!screen || screen->DataView() != this)
         return;
     menu.addSeparator();
-    menu.addActions(screen->findChildren<QAction*>(Qt::FindDirectChildrenOnly));
+    menu.addActions(screen->actions());
     for (const auto& [button, text, key] : {std::tuple(screen->QueryButton(), u"查询(&Q)\t"_s, kQueryKey),
              std::tuple(screen->SaveButton(), u"保存(&S)\t"_s, kSaveKey)}) {
         if (button)

@@ -216,6 +216,7 @@ QLayout* TLoginWindow::CreateButtons()
     quitButton_ = new QPushButton(u"退出(&X)"_s);
     quitButton_->setObjectName(u"QuitButton"_s);
     auto* buttons = new QHBoxLayout;
+    buttons->setSpacing(8);
     buttons->addStretch(1);
     buttons->addWidget(loginButton_);
     buttons->addWidget(quitButton_);

@@ -5,6 +5,7 @@
 #include "module/data/ServerLink.h"
 #include "module/data/SqlText.h"
 #include "runtime/data/SocketConnection.h"
+#include "runtime/ui/Style.h"
 
 #include <QLabel>
 #include <QTimer>
@@ -15,6 +16,7 @@ namespace {
 
 constexpr int kRestMilliseconds = 150;
 constexpr int kPauseMilliseconds = 10'000;
+constexpr int kLeastHeight = 110; // of the list: its titles, its totals and two rows
 
 } // namespace
 
@@ -109,6 +111,7 @@ void PrepareItemsView(TDataView& view, TClientDataSetEx* items)
     });
     view.DataViewGrid->ReadOnly = true;
     view.DS->SetDataSet(items);
+    view.setMinimumHeight(Scaled(view, kLeastHeight));
     view.Loaded();
     const auto* kept = items->findChild<TOrderItems*>(QString(), Qt::FindDirectChildrenOnly);
     if (!kept)

@@ -9,7 +9,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kLeastHeight = 160; // of a list: its titles, its totals and two rows
+constexpr int kLeastHeight = 196; // of a list: its titles, its totals and four rows
 
 } // namespace
 
@@ -19,9 +19,14 @@ void PrepareOrdersView(TDataView& view, std::vector<TColumnEh> columns, TClientD
     TDBGridEh* grid = view.DataViewGrid;
     grid->SetColumns(std::move(columns));
     grid->SetFrozenCols(frozen + 1);
-    view.setMinimumHeight(Scaled(view, kLeastHeight)); // a small window scrolls
+    KeepRowsInSight(view);
     view.DS->SetDataSet(orders);
     view.Loaded();
+}
+
+void KeepRowsInSight(TDataView& view)
+{
+    view.setMinimumHeight(Scaled(view, kLeastHeight));
 }
 
 void LayOutScreen(QWidget* screen, std::initializer_list<QWidget*> panels, TDataView* orders, QWidget* below,

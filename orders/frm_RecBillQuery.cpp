@@ -2,6 +2,7 @@
 
 #include "company/Headquarters.h"
 #include "company/OrderStatus.h"
+#include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
 #include "framework/Lookups.h"
 #include "framework/RefusedRows.h"
@@ -123,8 +124,7 @@ QWidget* Tfrm_RecBillQuery::CreateFilterPanel()
     rest->addLayout(site);
     rest->addLayout(buttons);
     rest->addStretch(1);
-    auto* parts = new QHBoxLayout(panel);
-    parts->setContentsMargins(0, 0, 0, 0);
+    auto* parts = new TFlowRow(panel);
     parts->setSpacing(12);
     parts->addWidget(numberBox_);
     parts->addWidget(window_, 0, Qt::AlignTop);

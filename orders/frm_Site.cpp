@@ -2,6 +2,7 @@
 
 #include "company/Headquarters.h"
 #include "company/Tables.h"
+#include "framework/FlowRow.h"
 #include "framework/KeptPlace.h"
 #include "framework/LabelledControls.h"
 #include "framework/Lookups.h"
@@ -14,6 +15,7 @@
 #include "module/data/HostBridge.h"
 #include "module/data/ServerLink.h"
 #include "module/data/dm_GlobalData.h"
+#include "orders/OrderView.h"
 #include "orders/SiteServices.h"
 #include "runtime/ui/Style.h"
 
@@ -109,6 +111,7 @@ void Tfrm_Site::CreateView()
     grid->OnDblClick = [this] { RunHandler(this, [this] { DataView1DataViewGridDblClick(); }); };
     DataView1->DS->SetDataSet(cds);
     DataView1->Loaded();
+    KeepRowsInSight(*DataView1);
     new TRefusedRows(*DataView1, kKey, u"服务器拒绝了底色标出的行，其余的修改都已经保存。"_s);
     connect(cds, &TClientDataSetEx::StateChanged, this, &Tfrm_Site::DSStateChange);
 }
@@ -207,8 +210,7 @@ QWidget* Tfrm_Site::CreateButtons()
     Button2 = NewButton(panel, u"Button2"_s, u"查询"_s);
     OnClick(Button1, this, &Tfrm_Site::Button1Click);
     OnClick(Button2, this, &Tfrm_Site::Button2Click);
-    auto* row = new QHBoxLayout(panel);
-    row->setContentsMargins(0, 0, 0, 0);
+    auto* row = new TFlowRow(panel);
     row->addWidget(recordButtons_);
     row->addWidget(Button1);
     row->addWidget(Button2);

@@ -1,5 +1,6 @@
 #include "orders/frm_SiteOrders.h"
 
+#include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
 #include "framework/ScreenHandlers.h"
 #include "module/data/DateRange.h"
@@ -33,8 +34,7 @@ void Tfrm_SiteOrders::CreateControls()
 {
     auto* filters = new QWidget(this);
     filters->setObjectName(u"Panel1"_s);
-    auto* filterRow = new QHBoxLayout(filters);
-    filterRow->setContentsMargins(0, 0, 0, 0);
+    auto* filterRow = new TFlowRow(filters);
     DBDateTimeEditEh1 = new TDBDateTimeEditEh(filters, u"DBDateTimeEditEh1"_s);
     DBDateTimeEditEh2 = new TDBDateTimeEditEh(filters, u"DBDateTimeEditEh2"_s);
     AddDateRange(*filterRow, DBDateTimeEditEh1, u"订单时间始"_s, DBDateTimeEditEh2, u"订单时间止"_s);
@@ -46,8 +46,7 @@ void Tfrm_SiteOrders::CreateControls()
 
     auto* actions = new QWidget(this);
     actions->setObjectName(u"Panel2"_s);
-    auto* actionRow = new QHBoxLayout(actions);
-    actionRow->setContentsMargins(0, 0, 0, 0);
+    auto* actionRow = new TFlowRow(actions);
     AddActions(*actionRow, actions);
     actionRow->addStretch(1);
 

@@ -1,6 +1,7 @@
 #include "reports/BarChart.h"
 
 #include "framework/LabelledControls.h"
+#include "framework/ScreenHandlers.h"
 #include "module/data/MessageBoxes.h"
 #include "orders/OrderView.h"
 #include "runtime/ui/Style.h"
@@ -19,6 +20,7 @@
 #include <QLegend>
 #include <QLineSeries>
 #include <QPainter>
+#include <QResizeEvent>
 #include <QScrollArea>
 #include <QToolTip>
 #include <QValueAxis>
@@ -35,6 +37,9 @@ constexpr size_t kMostBars = 10;
 constexpr int kBarHeight = 18; // pixels at 96 dpi, the gap included
 constexpr int kAxesHeight = 48;
 constexpr int kMostOfName = 190;
+constexpr double kMostOfWidth = 0.45; // what names may take of a narrow chart
+constexpr int kNarrow = 220; // a plot with room for three percentages, not for five
+constexpr int kLeastHeight = 130; // the heading and four bars
 constexpr int kNameGap = 6;
 constexpr double kMostOfRest = 3; // longer than so many of the longest, the sum of the rest is not to scale
 constexpr int kPictureScale = 2;
@@ -127,7 +132,7 @@ QString BarTip(const TChartContent& content, const TChartBar& bar)
     return lines.join(u'\n');
 }
 
-TBarChart::TBarChart(QWidget* parent, const QString& name)
+TBarChart::TBarChart(QWidget* parent, const QString& name, const QString& word)
     : QWidget(parent)
     , title_(new QLabel(this))
     , nothing_(new QLabel(u"列表中没有可以画的数"_s, this))
@@ -147,8 +152,12 @@ TBarChart::TBarChart(QWidget* parent, const QString& name)
     chart->legend()->hide(); // the heading names the colours, and takes less room
 
     title_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    auto* copy = new QAction(u"复制"_s, this);
-    auto* save = new QAction(u"存图…"_s, this);
+    title_->setWordWrap(true);
+    setMinimumHeight(Scaled(*this, kLeastHeight));
+    auto* copy = new QAction(u"复制"_s + word, this);
+    auto* save = new QAction(u"存"_s + word + u"…"_s, this);
+    copy->setIconText(u"复制"_s);
+    save->setIconText(u"存图…"_s);
     copy->setToolTip(u"把图复制到剪贴板"_s);
     save->setToolTip(u"把图存为PNG文件"_s);
     copy->setObjectName(name + u"Copy"_s);
@@ -158,6 +167,7 @@ TBarChart::TBarChart(QWidget* parent, const QString& name)
     addActions({copy, save});
     setContextMenuPolicy(Qt::ActionsContextMenu);
     auto* head = new QHBoxLayout;
+    head->setSpacing(6);
     head->setContentsMargins(6, 2, 6, 2);
     head->addWidget(title_, 1);
     head->addWidget(NewActionButton(this, copy));
@@ -204,9 +214,6 @@ void TBarChart::Draw()
         chart->removeAxis(axis);
         delete axis;
     }
-    for (const QGraphicsSimpleTextItem* name : names_)
-        delete name;
-    names_.clear();
     const bool any = !content_.bars.empty();
     title_->setText(Heading(content_));
     title_->setToolTip(title_->text()); // whole, where there is too little room
@@ -246,20 +253,24 @@ void TBarChart::Draw()
 // The axis' own names need a third more room, and are dots where they do not have it.
 void TBarChart::WriteNames()
 {
+    qDeleteAll(names_);
+    names_.clear();
     const qint64 longest = LongestBar();
     const QFontMetrics metrics(ScreenFont());
-    int width = 0;
+    const int most = std::min(Scaled(*this, kMostOfName), int(kMostOfWidth * width()));
+    int widest = 0;
     for (const TChartBar& bar : content_.bars) {
         QString name = bar.name.isEmpty() ? u"（空）"_s : bar.name;
         if (bar.Total() > longest)
             name += u"（不按比例）"_s;
         const QString number = u"  "_s + QString::number(bar.Total());
-        name = metrics.elidedText(name, Qt::ElideMiddle, Scaled(*this, kMostOfName)) + number;
+        name = metrics.elidedText(name, Qt::ElideMiddle, most) + number;
         names_.push_back(new QGraphicsSimpleTextItem(name, view_->chart()));
         names_.back()->setFont(ScreenFont());
-        width = std::max(width, metrics.horizontalAdvance(name));
+        widest = std::max(widest, metrics.horizontalAdvance(name));
     }
-    view_->chart()->setMargins({width + kNameGap, 0, kNameGap, 0});
+    view_->chart()->setMargins({widest + kNameGap, 0, kNameGap, 0});
+    PlaceNames();
 }
 
 void TBarChart::PlaceNames()
@@ -271,6 +282,8 @@ void TBarChart::PlaceNames()
         names_[i]->setPos(
             plot.left() - kNameGap - text.width(), plot.top() + slot * (double(i) + 0.5) - text.height() / 2);
     }
+    if (percent_)
+        percent_->setTickCount(plot.width() < Scaled(*this, kNarrow) ? 3 : 5);
 }
 
 QAbstractBarSeries* TBarChart::NewBars()
@@ -315,25 +328,33 @@ void TBarChart::DrawShares(QBarCategoryAxis* names)
         if (BarAt(place).Total() > 0)
             line->append(ShareOf(BarAt(place)), place);
     }
-    auto* percent = new QValueAxis;
-    percent->setRange(0, kPercent);
-    percent->setTickCount(5);
-    percent->setLabelFormat(u"%.0f%%"_s);
-    LookLikeTheScreen(*percent);
-    percent->setGridLineVisible(false);
+    percent_ = new QValueAxis;
+    percent_->setRange(0, kPercent);
+    percent_->setTickCount(5);
+    percent_->setLabelFormat(u"%.0f%%"_s);
+    LookLikeTheScreen(*percent_);
+    percent_->setGridLineVisible(false);
     QChart* chart = view_->chart();
-    chart->addAxis(percent, Qt::AlignTop);
+    chart->addAxis(percent_, Qt::AlignTop);
     chart->addSeries(line);
     line->attachAxis(names);
-    line->attachAxis(percent);
+    line->attachAxis(percent_);
+}
+
+void TBarChart::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    if (event->size().width() != event->oldSize().width())
+        WriteNames();
 }
 
 QPixmap TBarChart::Picture() const
 {
     QLabel heading(title_->text());
     heading.setFont(title_->font());
-    heading.adjustSize();
-    const int top = heading.height();
+    heading.setWordWrap(true);
+    const int top = heading.heightForWidth(view_->width());
+    heading.resize(view_->width(), top);
     QPixmap picture(QSize(view_->width(), top + view_->height()) * kPictureScale);
     picture.setDevicePixelRatio(kPictureScale);
     picture.fill(Qt::white);
@@ -347,6 +368,7 @@ QPixmap TBarChart::Picture() const
 void TBarChart::Copy() const
 {
     QGuiApplication::clipboard()->setPixmap(Picture());
+    ShowNotice(content_.title + u"：图已复制到剪贴板"_s);
 }
 
 void TBarChart::Save()

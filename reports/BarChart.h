@@ -3,6 +3,7 @@
 #include "runtime/data/ClientDataSet.h"
 
 #include <QPixmap>
+#include <QPointer>
 #include <QWidget>
 
 #include <functional>
@@ -13,6 +14,7 @@ class QBarCategoryAxis;
 class QChartView;
 class QGraphicsSimpleTextItem;
 class QLabel;
+class QValueAxis;
 
 // Bars beside a table, drawn from its rows: what a table says, to be looked at.
 
@@ -43,7 +45,8 @@ QString BarTip(const TChartContent& content, const TChartBar& bar);
 class TBarChart : public QWidget {
     Q_OBJECT
 public:
-    TBarChart(QWidget* parent, const QString& name);
+    // `word` is what menus and the table of keys call it: "接单图".
+    TBarChart(QWidget* parent, const QString& name, const QString& word = QStringLiteral("图"));
 
     // Draws nothing anew where nothing differs.
     void Show(const TChartContent& content);
@@ -54,6 +57,9 @@ public:
 
     // The bar and the series clicked on.
     std::function<void(const TChartBar& bar, int series)> OnBarClick;
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void Draw();
@@ -70,6 +76,7 @@ private:
     QLabel* title_;
     QLabel* nothing_; // said where there are no bars
     QChartView* view_;
+    QPointer<QValueAxis> percent_; // above the bars, where there is a line of shares
     std::vector<QGraphicsSimpleTextItem*> names_; // beside the bars, the chart's
     TChartContent content_;
 };

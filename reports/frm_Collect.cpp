@@ -1,5 +1,6 @@
 #include "reports/frm_Collect.h"
 
+#include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
 #include "framework/Lookups.h"
 #include "framework/Questions.h"
@@ -132,12 +133,12 @@ QWidget* Tfrm_Collect::CreateFilterPanel()
     add(u"片区"_s, DBComboBoxEh4, 2);
     add(u"项目"_s, DBComboBoxEh2, 4);
     auto* buttons = new QHBoxLayout;
+    buttons->setSpacing(6);
     buttons->addWidget(Button1);
     buttons->addWidget(Button2);
     buttons->addStretch(1);
     boxes->addLayout(buttons, 1, 0, 1, 6);
-    auto* row = new QHBoxLayout(panel);
-    row->setContentsMargins(0, 0, 0, 0);
+    auto* row = new TFlowRow(panel);
     row->setSpacing(12);
     row->addWidget(window_);
     row->addLayout(boxes, 1);
@@ -153,6 +154,7 @@ void Tfrm_Collect::CreateFiguresPage()
     DataView1->DataViewGrid->ReadOnly = true;
     DataView1->DS->SetDataSet(cds);
     DataView1->Loaded();
+    KeepRowsInSight(*DataView1);
     DataView1->DataViewGrid->OnDblClick = [this] {
         RunHandler(this, [this] { DataView1DataViewGridDblClick(); });
     };
@@ -167,16 +169,16 @@ void Tfrm_Collect::CreateFiguresPage()
 QWidget* Tfrm_Collect::CreateCharts()
 {
     auto* charts = new QSplitter(Qt::Horizontal, TabSheet1);
-    const auto add = [&](const QString& name, QString (*column)(int)) {
-        auto* chart = new TBarChart(charts, name);
+    const auto add = [&](const QString& name, const QString& word, QString (*column)(int)) {
+        auto* chart = new TBarChart(charts, name, word);
         chart->OnBarClick = [this, column](const TChartBar& bar, int series) {
             RunHandler(this, [this, bar, figure = column(series)] { ChartBarClick(bar, figure); });
         };
         charts->addWidget(chart);
         return chart;
     };
-    acceptance_ = add(u"Chart1"_s, AcceptanceColumn);
-    pickup_ = add(u"Chart2"_s, PickupColumn);
+    acceptance_ = add(u"Chart1"_s, u"接单图"_s, AcceptanceColumn);
+    pickup_ = add(u"Chart2"_s, u"揽件图"_s, PickupColumn);
     connect(cds, &TClientDataSetEx::DataReset, this, [this] {
         acceptance_->Show(AcceptanceChart(*cds));
         pickup_->Show(PickupChart(*cds));

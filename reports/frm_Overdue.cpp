@@ -1,5 +1,6 @@
 #include "reports/frm_Overdue.h"
 
+#include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
 #include "framework/RowFields.h"
 #include "framework/ScreenHandlers.h"
@@ -58,8 +59,7 @@ QWidget* Tfrm_Overdue::CreateFilterPanel()
     DBComboBoxEh1->SetText(u"2"_s);
     Button1 = NewButton(panel, u"Button1"_s, u"查询"_s);
     OnClick(Button1, this, &Tfrm_Overdue::Button1Click);
-    auto* row = new QHBoxLayout(panel);
-    row->setContentsMargins(0, 0, 0, 0);
+    auto* row = new TFlowRow(panel);
     AddControl(*row, u"超时(小时)"_s, DBComboBoxEh1, 12);
     row->addWidget(Button1);
     row->addStretch(1);
@@ -89,7 +89,7 @@ void Tfrm_Overdue::CreateSummaryPage()
     DataView2->DataViewGrid->OnDblClick = [this] {
         RunHandler(this, [this] { DataView2DataViewGridDblClick(); });
     };
-    chart_ = new TBarChart(TabSheet1, u"Chart1"_s);
+    chart_ = new TBarChart(TabSheet1, u"Chart1"_s, u"地区图"_s);
     chart_->OnBarClick = [this](const TChartBar& bar, int) {
         RunHandler(this, [this, bar] { ChartBarClick(bar); });
     };
@@ -98,8 +98,7 @@ void Tfrm_Overdue::CreateSummaryPage()
     auto* halves = new QSplitter(Qt::Horizontal, TabSheet1);
     halves->addWidget(DataView2);
     halves->addWidget(chart_);
-    halves->setStretchFactor(0, 1);
-    halves->setStretchFactor(1, 1);
+    halves->setSizes({1, 1});
     halves->setChildrenCollapsible(false);
     TabSheet1->layout()->addWidget(halves);
 }

@@ -13,6 +13,7 @@
 #include <QTreeWidget>
 
 #include <map>
+#include <set>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -74,16 +75,96 @@ TEST_F(DeskTest, AnEmptyDeskListsTheScreensAndTakesTheKeyboard)
     EXPECT_EQ(QApplication::focusWidget(), list);
 }
 
-// Lists have their own keys; charts are for the mouse.
-bool LiesInListOrChart(const QWidget* widget)
+namespace {
+
+// Lists have their own keys.
+bool LiesInList(const QWidget* widget)
 {
-    while (widget && !qobject_cast<const TDBGridEh*>(widget) && !widget->inherits("TDataView")
-        && !widget->inherits("TBarChart"))
+    while (widget && !widget->inherits("TDataView"))
         widget = widget->parentWidget();
     return widget != nullptr;
 }
 
-// Every window in turn: no key has two meanings, and nothing to press or choose is without one.
+// What there is to press in a window: its visible buttons with words on them.
+QList<QAbstractButton*> ButtonsOf(const TForm& screen)
+{
+    QList<QAbstractButton*> buttons = screen.findChildren<QAbstractButton*>();
+    buttons.removeIf([&](const QAbstractButton* button) {
+        return PlainActionText(button->text()).isEmpty() || button->isCheckable() || LiesInList(button)
+            || button->isHidden();
+    });
+    return buttons;
+}
+
+// Which button, if any, each action of the screen and of the frame presses.
+std::map<QAction*, QAbstractButton*> ActionsOf(const TForm& screen, QAction* query, QAction* save)
+{
+    std::map<QAction*, QAbstractButton*> actions;
+    for (QAction* action : screen.actions()) {
+        if (action->isVisible())
+            actions[action] = nullptr;
+    }
+    for (const auto& [action, property] : {std::pair(query, "QueryButton"), std::pair(save, "SaveButton")}) {
+        if (auto* button = screen.property(property).value<QAbstractButton*>())
+            actions[action] = button;
+    }
+    for (QAbstractButton* button : ButtonsOf(screen)) {
+        const auto* tool = qobject_cast<const QToolButton*>(button);
+        const auto shows = [&](const auto& known) {
+            if (tool && tool->defaultAction())
+                return known.first == tool->defaultAction();
+            return known.second == button || known.first->text() == PlainActionText(button->text());
+        };
+        const auto known = std::ranges::find_if(actions, shows);
+        if (known == actions.end())
+            ADD_FAILURE() << button->text().toStdString() << " has no key";
+        else if (!tool || !tool->defaultAction())
+            known->second = button;
+    }
+    return actions;
+}
+
+// Nothing is done: what buttons and actions lead to is cut off.
+void PressEachKeyOnce(TForm& screen, const std::map<QAction*, QAbstractButton*>& actions)
+{
+    std::multiset<const QObject*> reached;
+    const QObject here; // what is watched outlives this
+    const auto watch = [&](auto* sender, auto signal) {
+        QObject::connect(sender, signal, &here, [&reached, sender] { reached.insert(sender); });
+    };
+    for (const auto& [action, button] : actions) {
+        if (button)
+            QObject::disconnect(button, &QAbstractButton::clicked, nullptr, nullptr);
+        else if (!action->objectName().isEmpty()) // all but what turns to a page or a list
+            QObject::disconnect(action, &QAction::triggered, nullptr, nullptr);
+        watch(action, &QAction::triggered);
+    }
+    for (QAbstractButton* button : screen.findChildren<QAbstractButton*>())
+        watch(button, &QAbstractButton::clicked);
+    for (QWidget* from : {static_cast<QWidget*>(screen.findChild<TDBGridEh*>(u"DataViewGrid"_s)),
+             static_cast<QWidget*>(screen.findChild<QLineEdit*>())}) {
+        for (const auto& [action, button] : actions) {
+            if (auto* pages = screen.findChild<QTabWidget*>())
+                pages->setCurrentIndex(0);
+            from->setFocus();
+            action->setEnabled(true);
+            if (button)
+                button->setEnabled(true);
+            reached.clear();
+            QTest::keySequence(from, action->shortcut());
+            std::multiset<const QObject*> meant{action};
+            if (button)
+                meant.insert(button);
+            EXPECT_EQ(reached, meant)
+                << action->text().toStdString() << " from " << from->metaObject()->className();
+        }
+    }
+}
+
+} // namespace
+
+// Every window in turn: nothing to press or choose is without a key, no key has two meanings, and each
+// presses its own button, once.
 TEST_F(DeskTest, EveryActionOfEveryScreenHasAKeyOfItsOwn)
 {
     ASSERT_TRUE(LogIn(u"benbu"_s));
@@ -102,28 +183,28 @@ TEST_F(DeskTest, EveryActionOfEveryScreenHasAKeyOfItsOwn)
         SCOPED_TRACE(info.className);
         ++screens;
         std::map<QString, QString> keys = ofFrame;
-        QStringList words;
         const auto take = [&](const QString& key, const QString& text) {
             const auto [known, isNew] = keys.try_emplace(key, text);
             EXPECT_TRUE(isNew || known->second == text)
                 << (key + u": "_s + known->second + u", "_s + text).toStdString();
         };
-        for (const QString& line : screen->property("ActionKeys").toStringList()) {
-            words += line.section(u'\t', 0, 0);
-            take(line.section(u'\t', 1), words.back());
-        }
+        const QStringList onPageOfKeys = screen->property("ActionKeys").toStringList();
+        for (const QString& line : onPageOfKeys)
+            take(line.section(u'\t', 1), line.section(u'\t', 0, 0));
         for (const QLabel* label : screen->findChildren<QLabel*>()) {
             if (label->buddy() && label->isVisible() && !QKeySequence::mnemonic(label->text()).isEmpty())
                 take(QKeySequence::mnemonic(label->text()).toString(), label->text());
         }
-        for (QAbstractButton* button : screen->findChildren<QAbstractButton*>()) {
-            const QString text = PlainActionText(button->text());
-            if (text.isEmpty() || button->isCheckable() || LiesInListOrChart(button) || !button->isVisible())
-                continue;
-            EXPECT_TRUE(words.contains(text)) << text.toStdString();
+        for (const QAbstractButton* button : ButtonsOf(*screen)) {
             if (const QKeySequence own = QKeySequence::mnemonic(button->text()); !own.isEmpty())
-                take(own.toString(), text);
+                take(own.toString(), PlainActionText(button->text()));
         }
+        const auto actions = ActionsOf(*screen, Command("QueryAction"), Command("SaveAction"));
+        for (const auto& [action, button] : actions) {
+            const QString line = PlainActionText(action->text()) + u'\t' + action->shortcut().toString();
+            EXPECT_TRUE(onPageOfKeys.contains(line)) << line.toStdString();
+        }
+
         auto* list = screen->findChild<TDBGridEh*>(u"DataViewGrid"_s);
         QStringList keyless;
         QTimer::singleShot(0, list, [&] {
@@ -140,6 +221,9 @@ TEST_F(DeskTest, EveryActionOfEveryScreenHasAKeyOfItsOwn)
         QCoreApplication::sendEvent(list->viewport(), &event);
         QCoreApplication::processEvents();
         EXPECT_EQ(keyless, QStringList());
+
+        QApplication::setActiveWindow(host->MainForm()); // a menu leaves none behind
+        PressEachKeyOnce(*screen, actions);
         EXPECT_TRUE(screen->Close());
     }
     EXPECT_EQ(screens, 15);

@@ -1,0 +1,48 @@
+#include "framework/FlowRow.h"
+
+#include "framework/LabelledControls.h"
+
+#include <QLineEdit>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+// However wide the panel: what is shown lies in it, nothing upon another, each label beside its control.
+TEST(FlowRow, GoesOnInASecondLineAndKeepsLabelsBesideTheirControls)
+{
+    QWidget panel;
+    auto* row = new TFlowRow(&panel);
+    std::vector<std::pair<QWidget*, QWidget*>> pairs;
+    for (const QString& text : {u"省份"_s, u"城市"_s, u"区/县"_s}) {
+        auto* box = new QLineEdit(&panel);
+        box->setFixedWidth(120);
+        pairs.emplace_back(AddControl(*row, text, box), box);
+    }
+    row->addSpacing(16);
+    row->addWidget(NewButton(&panel, u"Button1"_s, u"查询"_s));
+    auto* hidden = NewButton(&panel, u"Button2"_s, u"保存"_s);
+    hidden->hide();
+    row->addWidget(hidden);
+    row->addStretch(1);
+    panel.show();
+
+    int lines = 0;
+    for (const int width : {900, 420, 240, row->minimumSize().width()}) {
+        panel.resize(width, row->heightForWidth(width));
+        const int height = panel.height();
+        EXPECT_GE(height, lines) << "narrower, not lower";
+        lines = height;
+        QRegion taken;
+        for (const QWidget* shown : panel.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+            if (shown->isHidden())
+                continue;
+            EXPECT_TRUE(panel.rect().contains(shown->geometry())) << width;
+            EXPECT_FALSE(taken.intersects(shown->geometry())) << width;
+            taken += shown->geometry();
+        }
+        for (const auto& [label, box] : pairs)
+            EXPECT_EQ(label->geometry().center().y(), box->geometry().center().y()) << width;
+    }
+    EXPECT_GT(lines, 3 * panel.fontMetrics().height());
+}
