@@ -7,6 +7,50 @@ const screens = ["frm_Site", "frm_BillQuery", "frm_AcceptBill", "frm_RecBill", "
 // Headquarters has many sites, a branch none but itself.
 const accounts = { benbu: screens, hefei1: ["frm_Site", "frm_UnAccept", "frm_UnRec", "frm_Collect"] };
 
+// What opens over a window, or beside it.
+function lookAtTheRest() {
+    host.screenshot("start");
+    host.exec("frm_AcceptBill111");
+    const grid = host.screen("frm_AcceptBill").grid("DataView1");
+    host.wait(200);
+    host.key("F5");
+    const look = (name, key) => {
+        host.onDialog(() => {
+            host.wait(1000);
+            host.screenshot(name);
+        });
+        grid.key(key);
+        host.wait(200);
+        host.onDialog(null);
+    };
+    grid.click(0, "LOGISTICPROVIDERID");
+    look("cell-menu", "Menu");
+    look("print", "Ctrl+P");
+    look("export", "Ctrl+E");
+    look("preferences", "Ctrl+,");
+    grid.key("Ctrl+Shift+L");
+    host.screenshot("filter");
+    host.key("Escape");
+    grid.key("Ctrl+L");
+    grid.key("Ctrl+F");
+    host.wait(200);
+    host.screenshot("find");
+    host.key("Escape");
+    host.key("Ctrl+F1");
+    host.screenshot("keys");
+    host.control("GuidePage").key("Escape");
+    host.closeAll();
+    host.exec("frm_order_pda111");
+    host.answer("FOLDER/demo/tour/orders.csv");
+    host.onDialog(() => {
+        host.wait(1000);
+        host.screenshot("import");
+    });
+    host.screen("frm_order_pda").control("Excel导入").click();
+    host.onDialog(null);
+    host.closeAll();
+}
+
 host.screenshot("login");
 for (const account in accounts) {
     host.login(account, "demo");
@@ -23,4 +67,6 @@ for (const account in accounts) {
         host.screenshot(account + "-" + name);
         assert(host.closeAll(), name);
     }
+    if (account === "benbu")
+        lookAtTheRest();
 }

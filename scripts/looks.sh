@@ -13,7 +13,7 @@ for look in 1280x800@1 1280x800@1.5 1280x800@2 1920x1080@1; do
     size=${look%@*}
     scale=${look#*@}
     mkdir -p "$to/$look"
-    sed "s/WIDTH/${size%x*}/; s/HEIGHT/${size#*x}/; s/SCALE/$scale/g" "$script" > "$data/looks.js"
+    sed "s/WIDTH/${size%x*}/; s/HEIGHT/${size#*x}/; s/SCALE/$scale/g; s|FOLDER|$PWD|" "$script" > "$data/looks.js"
     rm -rf "$data/desk"
     mkdir "$data/desk"
     QT_QPA_PLATFORM=xcb QT_SCALE_FACTOR=$scale xvfb-run -a -s "-screen 0 ${size}x24" "$host" --data "$data/desk" \

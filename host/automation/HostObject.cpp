@@ -7,6 +7,7 @@
 #include "host/automation/Rows.h"
 #include "host/automation/ScreenObject.h"
 #include "host/automation/SessionObject.h"
+#include "runtime/ui/ActionKeys.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -16,8 +17,10 @@
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QTimer>
 
+#include <algorithm>
 #include <stdexcept>
 
 using namespace Qt::Literals::StringLiterals;
@@ -69,6 +72,16 @@ QAbstractButton* ButtonSaying(const QWidget* dialog, const QString& text)
             return button;
     }
     return nullptr;
+}
+
+void Choose(QMenu& menu, const QString& text)
+{
+    const auto actions = menu.actions();
+    const auto found = std::ranges::find_if(
+        actions, [&](const QAction* action) { return PlainActionText(action->text()) == text; });
+    if (found == actions.end())
+        Fail(u"the menu has no "_s + text);
+    Click(&menu, menu.actionGeometry(*found).center());
 }
 
 } // namespace
@@ -225,7 +238,8 @@ void THostObject::WatchDialogs()
         return;
     // Armed before the work: pressing a button here may open the next dialog.
     QTimer::singleShot(kDialogPollMilliseconds, this, &THostObject::WatchDialogs);
-    QWidget* dialog = QApplication::activeModalWidget();
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    QWidget* dialog = menu ? menu : QApplication::activeModalWidget();
     if (!dialog || dialog == handledDialog_ || !dialog->isVisible())
         return;
     // Each dialog is handed over once; what the function does may open the next one.
@@ -233,11 +247,13 @@ void THostObject::WatchDialogs()
     const QPointer<QWidget> open = dialog;
     const QJSValue reply = dialogHandler_.call({qjsEngine(this)->newQObject(new TScreenObject(dialog))});
     if (open && open->isVisible() && reply.isString()) {
-        if (QAbstractButton* button = ButtonSaying(open, reply.toString()))
+        if (menu)
+            Choose(*menu, reply.toString());
+        else if (QAbstractButton* button = ButtonSaying(open, reply.toString()))
             Click(button);
     }
     // A dialog that nobody answers would hold the script for ever.
-    if (open && open->isVisible() && !QApplication::activePopupWidget())
+    if (open && open->isVisible() && (menu || !QApplication::activePopupWidget()))
         open->close();
     if (reply.isError())
         qjsEngine(this)->throwError(reply);

@@ -3,6 +3,7 @@
 #include "wire/Error.h"
 
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QEventLoop>
 #include <QInputMethodEvent>
 #include <QTest>
@@ -87,7 +88,13 @@ void PressKey(QWidget* widget, const QString& name)
         TypeText(name);
         return;
     }
-    QTest::keyClick(KeyboardTarget(widget), keys[0].key(), keys[0].keyboardModifiers());
+    QWidget* target = KeyboardTarget(widget);
+    if (keys[0].key() == Qt::Key_Menu) { // a window system makes this of the key
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, target->mapToGlobal(QPoint()));
+        QCoreApplication::sendEvent(target, &event);
+    } else {
+        QTest::keyClick(target, keys[0].key(), keys[0].keyboardModifiers());
+    }
     Settle();
 }
 
