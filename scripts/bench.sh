@@ -12,6 +12,10 @@ fi
 "$build/bin/bench_dispatch" "$cache"
 "$build/bin/bench_tls"
 "$build/bin/bench_import"
+# Lists: a title's filter, finding, on paper, into files and the clipboard.
+for bench in bench_dataset bench_find bench_print bench_export; do
+    "$build/bin/$bench"
+done
 # On PostgreSQL, in a cluster that ends with this script.
 cluster=/tmp/zelmor-bench-$$
 trap 'tests/support/postgres-cluster.sh stop "$cluster"' EXIT

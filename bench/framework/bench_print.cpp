@@ -2,11 +2,9 @@
 // 1,000 of them written as PDF beside a window's events.
 
 #include "framework/PrintJob.h"
-#include "runtime/ui/Application.h"
 #include "runtime/ui/Style.h"
 #include "wire/Error.h"
 
-#include <QApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
@@ -156,18 +154,3 @@ void BM_Pdf(benchmark::State& state)
 BENCHMARK(BM_Pdf)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 } // namespace
-
-int main(int argc, char** argv)
-{
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    ApplyStyle(application);
-    TApplication runtimeApplication;
-    TScreen screen;
-    Application = &runtimeApplication;
-    Screen = &screen;
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}

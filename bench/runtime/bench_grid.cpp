@@ -1,7 +1,6 @@
 // Scrolling the grid: how long a frame takes, repaint included, and whether it grows with the rows. The peer
 // is a plain table view over the same model, in the same run and of the same size.
 
-#include "runtime/ui/Application.h"
 #include "runtime/ui/DBGrid.h"
 #include "runtime/ui/Style.h"
 
@@ -163,18 +162,3 @@ void BM_ScrollPage(benchmark::State& state)
 BENCHMARK(BM_ScrollPage)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 } // namespace
-
-int main(int argc, char** argv)
-{
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    ApplyStyle(application);
-    TApplication runtimeApplication;
-    TScreen screen;
-    Application = &runtimeApplication;
-    Screen = &screen;
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}
