@@ -37,10 +37,7 @@ TDBPageLookup::TDBPageLookup(QWidget* parent, const QString& name, TFields field
     , mark_(new TTextMark(this))
 {
     setObjectName(name);
-    QAction* button = addAction(DropDownIcon(), TrailingPosition);
-    button->setToolTip(u"打开列表 (Alt+↓)"_s);
-    connect(button, &QAction::triggered, this, [this] {
-        setFocus(Qt::MouseFocusReason);
+    AddListButton(*this, [this] {
         if (ListVisible())
             CloseUp(false);
         else

@@ -68,10 +68,7 @@ TDBLookupComboboxEh::TDBLookupComboboxEh(QWidget* parent, const QString& name)
     new TTypedText(this,
         {[this] { return text(); }, [this](const QString& text) { SetText(text); },
             [this] { return ListVisible(); }});
-    QAction* button = addAction(DropDownIcon(), TrailingPosition);
-    button->setToolTip(u"打开列表 (Alt+↓)"_s);
-    connect(button, &QAction::triggered, this, [this] {
-        setFocus(Qt::MouseFocusReason);
+    AddListButton(*this, [this] {
         if (ListVisible())
             CloseUp(false);
         else

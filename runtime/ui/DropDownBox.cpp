@@ -5,6 +5,7 @@
 #include "runtime/ui/TextMark.h"
 
 #include <QAbstractItemView>
+#include <QAction>
 #include <QComboBox>
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -28,6 +29,16 @@ public:
 };
 
 } // namespace
+
+void AddListButton(QLineEdit& box, const std::function<void()>& toggle)
+{
+    QAction* button = box.addAction(DropDownIcon(), QLineEdit::TrailingPosition);
+    button->setToolTip(u"打开列表 (Alt+↓)"_s);
+    QObject::connect(button, &QAction::triggered, &box, [&box, toggle] {
+        box.setFocus(Qt::MouseFocusReason);
+        toggle();
+    });
+}
 
 TTypedText::TTypedText(QWidget* box, TBox access)
     : QObject(box)

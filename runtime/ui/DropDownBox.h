@@ -8,9 +8,13 @@
 #include <functional>
 
 class QComboBox;
+class QLineEdit;
 class TTextMark;
 
 // What the boxes with a drop-down list have in common beyond their looks.
+
+// The button at the end of a box that opens its list or closes it.
+RUNTIME_EXPORT void AddListButton(QLineEdit& box, const std::function<void()>& toggle);
 
 // Esc gives a box back the text that it had when it was entered; where nothing was typed, Esc is not its key.
 class RUNTIME_EXPORT TTypedText : public QObject {
