@@ -12,5 +12,5 @@ class Tfrm_Basic;
 
 // Once all controls are there. A button that is hidden or disabled has no key meanwhile.
 void GiveActionKeys(Tfrm_Basic& screen);
-// What the screen does by keys beside its lists, which tell theirs themselves (TDBGridEh::Keys).
+// The keys of the screen itself; a list tells its own (TDBGridEh::Keys).
 std::vector<TActionKey> ActionKeys(const Tfrm_Basic& screen);

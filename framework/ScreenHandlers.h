@@ -12,8 +12,8 @@
 // Binds what a user or a timer does to a screen's handler. A silent abort ends the handler quietly; any other
 // failure is shown as the screens show failures, under the screen's caption.
 
-// Controls outlive the class that their handlers belong to, and lose focus or pages as they go: then nothing
-// runs.
+// Controls outlive the class of their handlers, and lose the focus or their page as they go: nothing runs
+// then.
 template <typename TScreenClass, typename Handler> void RunHandler(TScreenClass* screen, Handler&& handler)
 {
     QObject* object = screen;

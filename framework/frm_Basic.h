@@ -74,8 +74,8 @@ public:
 
     bool FormKeyDown(QKeyEvent* event) override;
 
-    // What Esc does that nothing else in the window takes: back to the first page and its list, or from a
-    // list beside it to the main one. False where the user is there already.
+    // Esc, where no control takes it: back to the first page and its list, or from another list to the main
+    // one. False where the user is there already.
     bool ReturnToList();
 
 protected:

@@ -132,7 +132,7 @@ void THostSettings::RememberListStyle(const QString& account, const TListStyle& 
 {
     const QString section = kLists + KeyOf(account);
     file_.EraseSection(section);
-    // What is as it was delivered follows a later version of the program.
+    // What nobody changed is not written: a later version of the program may have another standard.
     const TListStyle standard;
     for (const auto& [key, number] : kListNumbers) {
         if (style.*number != standard.*number)

@@ -27,7 +27,7 @@ public:
     QStringList OpenScreens(const QString& account) const;
     void RememberOpenScreens(const QString& account, const QStringList& names);
 
-    // How the account wants its lists; what is damaged in the file is the standard's, with a line in the log.
+    // How the account wants its lists; for a damaged value the standard's, with a line in the log.
     TListStyle ListStyle(const QString& account) const;
     void RememberListStyle(const QString& account, const TListStyle& style);
 

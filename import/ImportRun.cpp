@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kNumberTries = 5;
 
-// Boxes of its scope are not shown; the text of the last one is kept.
+// Message boxes in its scope are not shown; the text of the last one is kept.
 class THeldBoxes {
 public:
     THeldBoxes()

@@ -16,7 +16,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// What liborcus's own CSV import does, save that it takes a file that it cannot read to its end for whole.
+// As liborcus's own CSV import, but for a file that cannot be read to its end: that one takes it for whole.
 class TCsvRows : public orcus::csv_handler {
 public:
     explicit TCsvRows(orcus::spreadsheet::iface::import_sheet& table)

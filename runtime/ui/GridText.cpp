@@ -86,24 +86,24 @@ void TGridText::SetFont(const QFont& font)
     hasFont_ = true;
 }
 
-const TGridText::Glyph& TGridText::GlyphOf(char16_t character, Company company)
+const TGridText::Glyph& TGridText::GlyphOf(char16_t character, Script script)
 {
-    std::unique_ptr<Page>& page = pages_[company][character / kPageSize];
+    std::unique_ptr<Page>& page = pages_[script][character / kPageSize];
     if (!page)
         page = std::make_unique<Page>();
     Glyph& glyph = (*page)[character % kPageSize];
     if (glyph.state == Glyph::State::Unknown)
-        glyph = FoundGlyph(character, company);
+        glyph = FoundGlyph(character, script);
     return glyph;
 }
 
-TGridText::Glyph TGridText::FoundGlyph(char16_t character, Company company) const
+TGridText::Glyph TGridText::FoundGlyph(char16_t character, Script script) const
 {
     static constexpr Glyph kMissing{.state = Glyph::State::Missing};
     if (!face_.isValid())
         return kMissing;
     QList<quint32> indexes;
-    if (company == Chinese) {
+    if (script == Chinese) {
         indexes = face_.glyphIndexesForString(QString(QChar(character)));
     } else {
         const QChar beside[] = {u'n', character};
@@ -117,29 +117,29 @@ TGridText::Glyph TGridText::FoundGlyph(char16_t character, Company company) cons
     return {indexes.front(), face_.advancesForGlyphIndexes(indexes).front().x(), Glyph::State::Known};
 }
 
-// What a character stands closer to the one before it, or further away, than it would alone; not a number
-// where the two become one.
-double TGridText::Kerning(const Placed& before, char16_t character, Company company)
+// How much further from the one before it a character stands than it would alone (below 0: closer); not a
+// number where the two become one.
+double TGridText::Kerning(const Placed& before, char16_t character, Script script)
 {
-    if (before.company != company || !IsWestern(before.character) || !IsWestern(character))
+    if (before.script != script || !IsWestern(before.character) || !IsWestern(character))
         return 0;
-    const quint64 key = quint64(company) << 32 | quint64(before.character) << 16 | character;
+    const quint64 key = quint64(script) << 32 | quint64(before.character) << 16 | character;
     const auto known = kerning_.constFind(key);
     if (known != kerning_.constEnd())
         return *known;
-    return *kerning_.insert(key, MeasuredKerning(before.character, character, company));
+    return *kerning_.insert(key, MeasuredKerning(before.character, character, script));
 }
 
-double TGridText::MeasuredKerning(char16_t first, char16_t second, Company company)
+double TGridText::MeasuredKerning(char16_t first, char16_t second, Script script)
 {
     const QChar both[] = {u'n', first, second};
-    const qsizetype from = company == Latin ? 0 : 1;
+    const qsizetype from = script == Latin ? 0 : 1;
     const QList<QGlyphRun> runs = LaidOut(QString(both + from, 3 - from), font_);
-    const QList<quint32> indexes{GlyphOf(first, company).index, GlyphOf(second, company).index};
+    const QList<quint32> indexes{GlyphOf(first, script).index, GlyphOf(second, script).index};
     if (runs.size() != 1 || runs.front().glyphIndexes().mid(1 - from) != indexes)
         return std::numeric_limits<double>::quiet_NaN();
     const QList<QPointF> places = runs.front().positions().mid(1 - from);
-    return places[1].x() - places[0].x() - GlyphOf(first, company).advance;
+    return places[1].x() - places[0].x() - GlyphOf(first, script).advance;
 }
 
 // False where a character needs more than its own glyph.
@@ -148,17 +148,17 @@ bool TGridText::PutTogether(const QString& text, int width)
     indexes_.clear();
     places_.clear();
     placed_.clear();
-    // What comes before the first letter keeps it company.
+    // Digits and signs before the first letter are of its script.
     const auto first =
         std::ranges::find_if(text, [](QChar c) { return IsLatinLetter(c.unicode()) || IsHan(c.unicode()); });
-    Company company = first != text.end() && IsLatinLetter(first->unicode()) ? Latin : Chinese;
+    Script script = first != text.end() && IsLatinLetter(first->unicode()) ? Latin : Chinese;
     for (const QChar next : text) {
         const char16_t character = next == u'\n' ? u' ' : next.unicode();
         if (IsLatinLetter(character))
-            company = Latin;
+            script = Latin;
         else if (IsHan(character))
-            company = Chinese;
-        if (!Append(character, company))
+            script = Chinese;
+        if (!Append(character, script))
             return false;
         if (placed_.back().end > width)
             return CutOff(width);
@@ -166,20 +166,20 @@ bool TGridText::PutTogether(const QString& text, int width)
     return true;
 }
 
-bool TGridText::Append(char16_t character, Company company)
+bool TGridText::Append(char16_t character, Script script)
 {
     if (!IsWestern(character) && !IsSquare(character))
         return false;
-    const Glyph& glyph = GlyphOf(character, company);
+    const Glyph& glyph = GlyphOf(character, script);
     if (glyph.state == Glyph::State::Missing)
         return false;
     const double place =
-        placed_.empty() ? 0 : placed_.back().end + Kerning(placed_.back(), character, company);
+        placed_.empty() ? 0 : placed_.back().end + Kerning(placed_.back(), character, script);
     if (std::isnan(place))
         return false;
     indexes_.push_back(glyph.index);
     places_.emplace_back(place, 0);
-    placed_.push_back({character, company, place + glyph.advance});
+    placed_.push_back({character, script, place + glyph.advance});
     return true;
 }
 
@@ -187,9 +187,9 @@ bool TGridText::Append(char16_t character, Company company)
 bool TGridText::CutOff(int width)
 {
     while (!placed_.empty()) {
-        const Company company = placed_.back().company;
+        const Script script = placed_.back().script;
         DropLast();
-        if (!Append(kDots, placed_.empty() ? company : placed_.back().company))
+        if (!Append(kDots, placed_.empty() ? script : placed_.back().script))
             return false;
         if (placed_.back().end <= width)
             break;

@@ -35,21 +35,21 @@ private:
     };
     using Page = std::array<Glyph, kPageSize>;
 
-    // What characters of any script look like depends on whose company they are in.
-    enum Company : quint8 { Chinese, Latin };
+    // Digits and signs look like the letters before them: a font may have a shape of them for each script.
+    enum Script : quint8 { Chinese, Latin };
     struct Placed {
         char16_t character;
-        Company company;
+        Script script;
         double end;
     };
 
     void SetFont(const QFont& font);
-    const Glyph& GlyphOf(char16_t character, Company company);
-    Glyph FoundGlyph(char16_t character, Company company) const;
-    double Kerning(const Placed& before, char16_t character, Company company);
-    double MeasuredKerning(char16_t first, char16_t second, Company company);
+    const Glyph& GlyphOf(char16_t character, Script script);
+    Glyph FoundGlyph(char16_t character, Script script) const;
+    double Kerning(const Placed& before, char16_t character, Script script);
+    double MeasuredKerning(char16_t first, char16_t second, Script script);
     bool PutTogether(const QString& text, int width);
-    bool Append(char16_t character, Company company);
+    bool Append(char16_t character, Script script);
     bool CutOff(int width);
     void DropLast();
 
@@ -58,7 +58,7 @@ private:
     QFontMetrics metrics_{font_};
     QRawFont face_;
     using Pages = std::array<std::unique_ptr<Page>, 65536 / kPageSize>;
-    std::array<Pages, 2> pages_; // by company
+    std::array<Pages, 2> pages_; // by script
     QHash<quint64, double> kerning_; // not a number: they join
 
     // The text last fitted: glyphs, or its characters where it had to be laid out.
