@@ -18,7 +18,7 @@ public:
 
 private:
     bool FitsInOneLine(int width) const;
-    // Where the item after this one, and all that belong to it, ends.
+    // The item behind this one and those that belong to it.
     int EndOfGroup(int first) const;
     int WidthOfGroup(int first, int end, int room) const;
     // The height of all lines; the items are put there where `place` says so.

@@ -48,7 +48,7 @@ Tfrm_Export::Tfrm_Export(QObject* owner, TDBGridEh& grid, const QString& title)
         (number <= 3 ? forms : extents)->addButton(button);
     }
     Edit1->setObjectName(u"Edit1"_s);
-    Edit1->setMinimumWidth(fontMetrics().averageCharWidth() * 56);
+    Edit1->setMinimumWidth(fontMetrics().horizontalAdvance(QString(56, u'0')));
     Label1->setObjectName(u"Label1"_s);
     Label1->setWordWrap(true);
     Label1->setTextFormat(Qt::PlainText);

@@ -130,6 +130,7 @@ void Tfrm_Print::PlaceControls()
     box->setContentsMargins(0, 0, 0, 0);
     box->setVerticalSpacing(4);
     auto* ways = new QHBoxLayout;
+    ways->setSpacing(6);
     ways->addWidget(Button1);
     ways->addWidget(Button2);
     box->addLayout(ways, 0, 0, 1, 2);

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kRestMilliseconds = 150;
 constexpr int kPauseMilliseconds = 10'000;
-constexpr int kLeastHeight = 110; // of the list: its titles, its totals and two rows
+constexpr int kLeastHeight = 88; // of the list: its titles, its totals and a row
 
 } // namespace
 

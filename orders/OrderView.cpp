@@ -1,5 +1,6 @@
 #include "orders/OrderView.h"
 
+#include "framework/FilterPane.h"
 #include "runtime/ui/Style.h"
 
 #include <QSplitter>
@@ -26,19 +27,13 @@ void PrepareOrdersView(TDataView& view, std::vector<TColumnEh> columns, TClientD
 
 void KeepRowsInSight(TDataView& view)
 {
-    view.setMinimumHeight(Scaled(view, kLeastHeight));
+    view.DataViewGrid->setMinimumHeight(Scaled(view, kLeastHeight));
 }
 
 void LayOutScreen(QWidget* screen, std::initializer_list<QWidget*> panels, TDataView* orders, QWidget* below,
     int belowPercent)
 {
-    auto* rows = new QVBoxLayout;
-    rows->setContentsMargins(8, 8, 8, 6);
-    rows->setSpacing(6);
-    for (QWidget* panel : panels)
-        rows->addWidget(panel);
-
-    auto* lists = new QSplitter(Qt::Vertical, screen);
+    auto* lists = new TBelowFilters<QSplitter>(Qt::Vertical, screen);
     lists->addWidget(orders);
     lists->addWidget(below);
     lists->setStretchFactor(0, 100 - belowPercent);
@@ -48,7 +43,7 @@ void LayOutScreen(QWidget* screen, std::initializer_list<QWidget*> panels, TData
     auto* layout = new QVBoxLayout(screen);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    layout->addLayout(rows);
+    layout->addWidget(new TFilterPane(screen, panels));
     layout->addWidget(lists, 1);
 }
 

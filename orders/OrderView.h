@@ -14,8 +14,8 @@ void PrepareOrdersView(
     TDataView& view, std::vector<TColumnEh> columns, TClientDataSetEx* orders, int frozen = 1);
 // A main list is never lower than four rows: a window that is too small scrolls.
 void KeepRowsInSight(TDataView& view);
-// The panels in rows at the top, below them the orders and what belongs to the current one, which share the
-// room.
+// The panels in rows at the top, giving way where the window is low; below them the orders and what belongs
+// to the current one, which share the room.
 void LayOutScreen(QWidget* screen, std::initializer_list<QWidget*> panels, TDataView* orders, QWidget* below,
     int belowPercent = 20);
 // A page with room for one widget.

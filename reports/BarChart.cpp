@@ -39,7 +39,7 @@ constexpr int kAxesHeight = 48;
 constexpr int kMostOfName = 190;
 constexpr double kMostOfWidth = 0.45; // what names may take of a narrow chart
 constexpr int kNarrow = 220; // a plot with room for three percentages, not for five
-constexpr int kLeastHeight = 130; // the heading and four bars
+constexpr int kLeastHeight = 180; // the heading and six bars
 constexpr int kNameGap = 6;
 constexpr double kMostOfRest = 3; // longer than so many of the longest, the sum of the rest is not to scale
 constexpr int kPictureScale = 2;
@@ -67,10 +67,19 @@ double StepOf(qint64 most)
     return 10 * power;
 }
 
+// A line breaks within Chinese words unless it is told not to.
+QString Unbroken(const QString& text)
+{
+    QString joined;
+    for (const QChar character : text)
+        joined += joined.isEmpty() ? QString(character) : QString(QChar(0x2060)) + character;
+    return joined.replace(u' ', QChar::Nbsp);
+}
+
 // The title, and each series with its colour and its sum.
 QString Heading(const TChartContent& content)
 {
-    QString text = u"<b>"_s + content.title + u"</b>"_s;
+    QString text = u"<b>"_s + Unbroken(content.title) + u"</b>"_s;
     const auto add = [&](const QColor& color, const QString& mark, const QString& name) {
         text += u"&nbsp;&nbsp; <span style='color:%1'>%2</span>&nbsp;%3"_s.arg(color.name(), mark, name);
     };
@@ -80,10 +89,10 @@ QString Heading(const TChartContent& content)
         qint64 sum = 0;
         for (const TChartBar& bar : content.bars)
             sum += bar.values[size_t(i)];
-        add(kColors[size_t(i)], u"■"_s, content.series[i] + u"&nbsp;"_s + QString::number(sum));
+        add(kColors[size_t(i)], u"■"_s, Unbroken(content.series[i] + u' ' + QString::number(sum)));
     }
     if (!content.shareName.isEmpty())
-        add(kLineColor, u"─●─"_s, content.shareName);
+        add(kLineColor, Unbroken(u"─●─"_s), Unbroken(content.shareName));
     return text;
 }
 

@@ -1,5 +1,6 @@
 #include "reports/frm_Collect.h"
 
+#include "framework/FilterPane.h"
 #include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
 #include "framework/Lookups.h"
@@ -91,17 +92,20 @@ Tfrm_Collect::Tfrm_Collect(QObject* owner)
 void Tfrm_Collect::CreateControls()
 {
     QWidget* filters = CreateFilterPanel();
-    PageControl1 = new QTabWidget(this);
+    PageControl1 = new TBelowFilters<QTabWidget>(this);
     PageControl1->setObjectName(u"PageControl1"_s);
     CreateFiguresPage();
     CreateOrdersPage();
     OnPageShown(PageControl1, this, &Tfrm_Collect::PageControl1Change);
 
     auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(8, 8, 8, 6);
-    layout->setSpacing(6);
-    layout->addWidget(filters);
-    layout->addWidget(PageControl1, 1);
+    layout->setContentsMargins(0, 0, 0, 6);
+    layout->setSpacing(0);
+    layout->addWidget(new TFilterPane(this, {filters}));
+    auto* pages = new QVBoxLayout;
+    pages->setContentsMargins(8, 0, 8, 0);
+    pages->addWidget(PageControl1);
+    layout->addLayout(pages, 1);
 }
 
 QWidget* Tfrm_Collect::CreateFilterPanel()

@@ -89,7 +89,7 @@ std::span<const TDBGridEh::Private::Command> TDBGridEh::Private::Commands()
         {u"查找(&F)…", Qt::CTRL | Qt::Key_F, Always, always, [](Private& d) { TFindBar::Show(*d.q); }},
         {u"查找下一个", Qt::Key_F3, Always, searching, [](Private& d) { d.FindAgain(false); }},
         {u"查找上一个", Qt::SHIFT | Qt::Key_F3, Always, searching, [](Private& d) { d.FindAgain(true); }},
-        {u"查找剪贴板中的一列单号(&N)", Qt::CTRL | Qt::SHIFT | Qt::Key_F, Always,
+        {u"查找一列单号(&N)", Qt::CTRL | Qt::SHIFT | Qt::Key_F, Always,
             [](const Private& d) {
                 return d.CurrentRow() >= 0 && !QApplication::clipboard()->text().isEmpty();
             },

@@ -49,8 +49,11 @@ void TFindBar::Show(TDBGridEh& grid)
     if (!grid.CommitEditor())
         return;
     auto& d = *grid.d_;
-    if (!d.findBar)
+    if (!d.findBar) {
         d.findBar = new TFindBar(grid);
+        d.findBar->room_ = d.FindBarHeight();
+        grid.setMinimumHeight(grid.minimumHeight() + d.findBar->room_);
+    }
     TFindBar& bar = *d.findBar;
     bar.OfferColumn();
     bar.show();
@@ -232,6 +235,7 @@ void TFindBar::Close()
         return;
     const bool inside = isAncestorOf(QApplication::focusWidget());
     auto& d = *grid_.d_;
+    grid_.setMinimumHeight(grid_.minimumHeight() - room_);
     d.findBar = nullptr;
     d.hits = nullptr;
     disconnect(&find_, nullptr, this, nullptr);

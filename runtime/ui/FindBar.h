@@ -58,4 +58,5 @@ private:
     std::vector<TBookmark> rows_;
     QStringList missing_;
     bool gathered_ = false;
+    int room_ = 0; // by which the list is higher for it
 };

@@ -29,8 +29,10 @@ protected:
     // Asks the content; the pane closes when that does.
     void closeEvent(QCloseEvent* event) override;
 
-private:
+    // The least that the content takes in a pane of this width.
     QSize NeededAt(int width) const;
+
+private:
     void Fit();
     void Reveal(const QWidget& widget);
 

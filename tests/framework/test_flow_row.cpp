@@ -1,8 +1,11 @@
 #include "framework/FlowRow.h"
 
+#include "framework/FilterPane.h"
 #include "framework/LabelledControls.h"
 
+#include <QCoreApplication>
 #include <QLineEdit>
+#include <QScrollBar>
 
 #include <gtest/gtest.h>
 
@@ -45,4 +48,36 @@ TEST(FlowRow, GoesOnInASecondLineAndKeepsLabelsBesideTheirControls)
             EXPECT_EQ(label->geometry().center().y(), box->geometry().center().y()) << width;
     }
     EXPECT_GT(lines, 3 * panel.fontMetrics().height());
+}
+
+// In a low window the list keeps its rows, and the filters above it are scrolled to.
+TEST(FilterPane, GivesWayToTheListBelow)
+{
+    QWidget window;
+    auto* list = new TBelowFilters<QWidget>;
+    list->setMinimumHeight(200);
+    auto* filters = new QWidget;
+    auto* rows = new QVBoxLayout(filters);
+    std::vector<QLineEdit*> boxes;
+    for (int i = 0; i < 6; ++i)
+        rows->addWidget(boxes.emplace_back(new QLineEdit));
+    auto* pane = new TFilterPane(&window, {filters});
+    auto* layout = new QVBoxLayout(&window);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(pane);
+    layout->addWidget(list, 1);
+    window.show();
+    window.activateWindow();
+    const auto resize = [&](int height) {
+        window.resize(400, height);
+        QCoreApplication::processEvents();
+    };
+    resize(700);
+    EXPECT_FALSE(pane->verticalScrollBar()->isVisible());
+    EXPECT_EQ(pane->height(), pane->sizeHint().height());
+    resize(320);
+    EXPECT_GE(list->height(), 200);
+    EXPECT_TRUE(pane->verticalScrollBar()->isVisible());
+    boxes.back()->setFocus();
+    EXPECT_TRUE(pane->rect().contains(boxes.back()->mapTo(pane, boxes.back()->rect().center())));
 }
