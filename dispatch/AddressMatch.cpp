@@ -104,11 +104,29 @@ QString AreaQuery(const TDeliveryAddress& to, const TAddressPieces& pieces)
         % Inside(to.county) % u'\'' % town % road % houses % u" and rownum=1 ";
 }
 
+namespace {
+
+// Asked for anew with every order, and hardly ever another than the one before.
+const QStringList& Words(TKeywordLevel level, const QString& list)
+{
+    struct Split {
+        QString list;
+        QStringList words;
+    };
+    static thread_local std::array<Split, 3> last;
+    Split& split = last[size_t(level)];
+    if (split.list != list)
+        split = {list, SplitDelimited(list)};
+    return split.words;
+}
+
+} // namespace
+
 QString FindDeliverySite(const TDeliveryAddress& to, const TLookUp& lookUp)
 {
     if (to.address.trimmed().isEmpty())
         return {};
-    const auto keywords = [&](TKeywordLevel level) { return SplitDelimited(lookUp(KeywordsQuery(level))); };
+    const auto keywords = [&](TKeywordLevel level) { return Words(level, lookUp(KeywordsQuery(level))); };
     const TKeywords known{
         .number = keywords(TKeywordLevel::Number),
         .road = keywords(TKeywordLevel::Road),
