@@ -79,9 +79,10 @@ QWidget* TOrderSearchPanel::NewBox(const TCriterion& criterion, QWidget* panel)
     case TCriterionBox::Site:
     case TCriterionBox::Employee: {
         auto* box = new TDBLookupComboboxEh(panel, name);
-        PrepareLookup(*box,
-            criterion.box == TCriterionBox::Site ? SiteLookup(dm_GlobalData->ds_site)
-                                                 : EmployeeFilterLookup(dm_GlobalData->ds_employee));
+        box->SetLookup(criterion.box == TCriterionBox::Site
+                ? SiteLookup(dm_GlobalData->ds_site)
+                : EmployeeFilterLookup(dm_GlobalData->ds_employee));
+        box->OnExit = [box] { DBLookupComboboxEh2Exit(*box); };
         made = box;
         break;
     }
@@ -110,6 +111,11 @@ QWidget* TOrderSearchPanel::NewBox(const TCriterion& criterion, QWidget* panel)
     }
     boxes_.insert(criterion.column.toString(), made);
     return made;
+}
+
+void TOrderSearchPanel::DBLookupComboboxEh2Exit(TDBLookupComboboxEh& box)
+{
+    CompleteLookupText(box);
 }
 
 QWidget* TOrderSearchPanel::CreateFilterPanel(QWidget* content)

@@ -31,6 +31,7 @@ private:
     QWidget* CreateTimePanel(QWidget* content, const QString& windowTitle);
     QWidget* CreateFilterPanel(QWidget* content);
     QWidget* NewBox(const TCriterion& criterion, QWidget* panel);
+    static void DBLookupComboboxEh2Exit(TDBLookupComboboxEh& box); // of every lookup
 
     std::span<const TCriterion> table_;
     TNumberListInput* numbers_;
