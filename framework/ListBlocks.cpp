@@ -6,6 +6,7 @@
 #include <atomic>
 #include <future>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 namespace {
@@ -19,13 +20,6 @@ constexpr unsigned kMostThreads = 4; // beyond these, writing is what takes the 
 } // namespace
 
 TLineFormat::~TLineFormat() = default;
-
-char* TLines::Grow(char* to, size_t bytes)
-{
-    const auto at = static_cast<size_t>(to - bytes_.data());
-    bytes_.resize(std::max(bytes_.size() * 2, at + bytes + kSpare));
-    return bytes_.data() + at;
-}
 
 TListBlocks::TListBlocks(TExportRows& rows, TLineFormat& format, TTake take)
     : rows_(rows)
@@ -111,8 +105,11 @@ bool TListBlocks::FormatAndTake()
     };
     const size_t threads = std::min<size_t>({used_, kMostThreads, std::thread::hardware_concurrency()});
     std::vector<std::future<void>> others; // each waited for as it goes, whatever happens here
-    for (size_t i = 1; i < threads; ++i)
-        others.push_back(std::async(std::launch::async, work));
+    try {
+        for (size_t i = 1; i < threads; ++i)
+            others.push_back(std::async(std::launch::async, work));
+    } catch (const std::system_error&) { // no further thread to be had
+    }
     work();
     for (std::future<void>& other : others)
         other.get();

@@ -1,4 +1,3 @@
-#include "framework/CopiedText.h"
 #include "framework/ListBlocks.h"
 
 #include "wire/ColumnData.h"
@@ -50,7 +49,7 @@ char* PutInteger(char* to, qint64 number)
 }
 
 // Up to `readable` the memory at the text may be read.
-char* PutText(TLines& lines, char* to, QByteArrayView text, const char* readable)
+char* PutText(wire::TextBuffer& lines, char* to, QByteArrayView text, const char* readable)
 {
     if (text.isEmpty())
         return to;
@@ -58,8 +57,8 @@ char* PutText(TLines& lines, char* to, QByteArrayView text, const char* readable
     const bool formula = IsFormula(text.front());
     to = lines.Room(to, 2 * size + 3); // two quotes and an apostrophe
     if (!formula) {
-        if (char* const end =
-                CopyPlain(to, text.data(), size, readable, [](TSixteen piece) { return NeedsQuotes(piece); }))
+        if (char* const end = wire::CopyPlain(
+                to, text.data(), size, readable, [](wire::Sixteen piece) { return NeedsQuotes(piece); }))
             return end;
     }
     const bool quoted = std::ranges::any_of(text, [](char c) { return NeedsQuotes(c) != 0; });
@@ -83,11 +82,9 @@ public:
         : columns_(columns)
         , recode_(recode)
     {
-        for (const TExportColumn& column : columns)
-            stored_.push_back(column.stored ? &column.stored->Raw() : nullptr);
     }
 
-    void AddCell(TLines& to, int, size_t column, const TExportCell& cell) override
+    void AddCell(wire::TextBuffer& to, int, size_t column, const TExportCell& cell) override
     {
         if (cell.empty)
             return;
@@ -108,14 +105,14 @@ public:
         }
     }
 
-    static void AddText(TLines& to, QByteArrayView text)
+    static void AddText(wire::TextBuffer& to, QByteArrayView text)
     {
         to.SetEnd(PutText(to, to.End(), text, text.data() + text.size()));
     }
 
     void AddRows(TRowBlock& block) const override
     {
-        TLines& lines = block.lines;
+        wire::TextBuffer& lines = block.lines;
         lines.Clear();
         wire::MomentTexts moments;
         const char* made = block.made.Bytes().data();
@@ -124,12 +121,12 @@ public:
         char* to = lines.End();
         for (const qint64 place : block.places) {
             to = lines.Room(to, 0);
-            for (size_t i = 0; i < stored_.size(); ++i) {
+            for (size_t i = 0; i < columns_.size(); ++i) {
                 to = lines.Room(to, kShortCell);
                 if (i > 0)
                     *to++ = ',';
-                if (place >= 0 && stored_[i]) {
-                    to = PutStored(lines, to, i, place, moments);
+                if (place >= 0 && columns_[i].stored) {
+                    to = PutStored(lines, to, columns_[i].stored->Raw(), place, moments);
                     continue;
                 }
                 const char* const end = madeBegin + *madeEnd++;
@@ -144,7 +141,7 @@ public:
             Recode(lines);
     }
 
-    static void Recode(TLines& lines)
+    static void Recode(wire::TextBuffer& lines)
     {
         QStringEncoder encoder("GBK");
         const QByteArray recoded = encoder(QString::fromUtf8(lines.Bytes()));
@@ -153,9 +150,9 @@ public:
     }
 
 private:
-    char* PutStored(TLines& lines, char* to, size_t column, qint64 row, wire::MomentTexts& moments) const
+    static char* PutStored(wire::TextBuffer& lines, char* to, const wire::Column::Data& stored, qint64 row,
+        wire::MomentTexts& moments)
     {
-        const wire::Column::Data& stored = *stored_[column];
         if (stored.type == wire::ColumnType::Text) {
             const qint64 entry = stored.plain ? row : stored.ints.At(row) - 1;
             return entry < 0 ? to
@@ -172,7 +169,6 @@ private:
     }
 
     const std::vector<TExportColumn>& columns_;
-    std::vector<const wire::Column::Data*> stored_; // by column
     const bool recode_;
     wire::MomentTexts moments_;
 };
@@ -215,7 +211,7 @@ public:
 private:
     bool Take(QByteArrayView lines) { return file_.write(lines.data(), lines.size()) == lines.size(); }
 
-    void TakeOwn(TLines& lines)
+    void TakeOwn(wire::TextBuffer& lines)
     {
         if (recode_)
             CsvFormat::Recode(lines);
@@ -225,7 +221,7 @@ private:
 
     void WriteTitles()
     {
-        TLines lines;
+        wire::TextBuffer lines;
         if (!recode_)
             lines.Add("\xEF\xBB\xBF"); // tells spreadsheets what it is
         for (size_t i = 0; i < columns_.size(); ++i) {
@@ -238,7 +234,7 @@ private:
 
     void WriteFooters()
     {
-        TLines lines;
+        wire::TextBuffer lines;
         for (int line = 0; line < rows_.FooterRows(); ++line) {
             for (size_t i = 0; i < columns_.size(); ++i) {
                 Separate(lines, i);
@@ -255,7 +251,7 @@ private:
         TakeOwn(lines);
     }
 
-    static void Separate(TLines& lines, size_t column)
+    static void Separate(wire::TextBuffer& lines, size_t column)
     {
         if (column > 0)
             lines.Add(",");

@@ -1,6 +1,5 @@
 #include "framework/ListSheetRows.h"
 
-#include "framework/CopiedText.h"
 #include "wire/ColumnData.h"
 #include "wire/Error.h"
 
@@ -147,8 +146,8 @@ TSheetFormat::TSheetFormat(const std::vector<TExportColumn>& columns, const std:
 }
 
 // There is room for a short cell at `to`.
-char* TSheetFormat::PutText(TLines& lines, char* to, const TColumn& column, const TRowNumber& number,
-    QByteArrayView text, const char* readable)
+char* TSheetFormat::PutText(wire::TextBuffer& lines, char* to, const TColumn& column,
+    const TRowNumber& number, QByteArrayView text, const char* readable)
 {
     if (text.contains('\0'))
         text = text.first(text.indexOf('\0'));
@@ -162,7 +161,8 @@ char* TSheetFormat::PutText(TLines& lines, char* to, const TColumn& column, cons
     to = Put(to, IsBlank(text.front()) || IsBlank(text.back()) ? column.spacedText : column.text);
     const auto size = static_cast<size_t>(text.size());
     to = lines.Room(to, size + kShortCell);
-    char* end = CopyPlain(to, text.data(), size, readable, [](TSixteen piece) { return NeedsEscape(piece); });
+    char* end = wire::CopyPlain(
+        to, text.data(), size, readable, [](wire::Sixteen piece) { return NeedsEscape(piece); });
     if (!end) {
         to = lines.Room(to, kLongestEscape * size + kShortCell);
         end = PutEscaped(to, text);
@@ -171,7 +171,7 @@ char* TSheetFormat::PutText(TLines& lines, char* to, const TColumn& column, cons
 }
 
 char* TSheetFormat::PutStored(
-    TLines& lines, char* to, const TColumn& column, const TRowNumber& number, qint64 row)
+    wire::TextBuffer& lines, char* to, const TColumn& column, const TRowNumber& number, qint64 row)
 {
     const wire::Column::Data& stored = column.stored->Raw();
     if (stored.type == wire::ColumnType::Text) {
@@ -191,7 +191,7 @@ char* TSheetFormat::PutStored(
     return Put(to, kValueEnd);
 }
 
-void TSheetFormat::AddCell(TLines& lines, int row, size_t index, const TExportCell& cell)
+void TSheetFormat::AddCell(wire::TextBuffer& lines, int row, size_t index, const TExportCell& cell)
 {
     if (cell.empty)
         return;
@@ -211,7 +211,7 @@ void TSheetFormat::AddCell(TLines& lines, int row, size_t index, const TExportCe
 
 void TSheetFormat::AddRows(TRowBlock& block) const
 {
-    TLines& lines = block.lines;
+    wire::TextBuffer& lines = block.lines;
     lines.Clear();
     const char* made = block.made.Bytes().data();
     const char* const madeBegin = made;

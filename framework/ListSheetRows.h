@@ -13,7 +13,7 @@ public:
     // The list's row 0 is that of the sheet, counted from 1; negative in the sheets that continue.
     void PlaceFirstRow(int sheetRow) { offset_ = sheetRow; }
 
-    void AddCell(TLines& to, int row, size_t column, const TExportCell& cell) override;
+    void AddCell(wire::TextBuffer& to, int row, size_t column, const TExportCell& cell) override;
     // Raises wire::Error (Data) where a text is longer than a cell may be.
     void AddRows(TRowBlock& block) const override;
 
@@ -27,10 +27,10 @@ private:
         std::string spacedText; // blanks at one of its ends count
     };
     struct TRowNumber;
-    static char* PutText(TLines& lines, char* to, const TColumn& column, const TRowNumber& number,
+    static char* PutText(wire::TextBuffer& lines, char* to, const TColumn& column, const TRowNumber& number,
         QByteArrayView text, const char* readable);
     static char* PutStored(
-        TLines& lines, char* to, const TColumn& column, const TRowNumber& number, qint64 row);
+        wire::TextBuffer& lines, char* to, const TColumn& column, const TRowNumber& number, qint64 row);
 
     std::vector<TColumn> columns_;
     int offset_ = 1;

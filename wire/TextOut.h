@@ -1,14 +1,16 @@
 #pragma once
 
-// Values as characters in a buffer, for those that write very many: the same characters that ToText() gives.
+// Values and texts as characters in a buffer, for those that write very many: values as ToText() gives them.
 
 #include "wire/DateTime.h"
 
+#include <QByteArrayView>
+
+#include <algorithm>
 #include <array>
-#include <charconv>
-#include <cmath>
 #include <cstring>
 #include <limits>
+#include <vector>
 
 namespace wire {
 
@@ -106,5 +108,91 @@ private:
     };
     std::array<Known, kDays> days_;
 };
+
+// Characters one behind the other. Whoever adds makes room first.
+class TextBuffer {
+public:
+    // May be written to behind the room asked for, too: texts are copied in pieces.
+    static constexpr size_t kSpare = 16;
+
+    // Room for so many more from `to` on, which is the end so far; what is there may move.
+    char* Room(char* to, size_t bytes)
+    {
+        return bytes + kSpare <= static_cast<size_t>(bytes_.data() + bytes_.size() - to) ? to
+                                                                                         : Grow(to, bytes);
+    }
+    const char* Begin() const { return bytes_.data(); }
+    char* End() { return bytes_.data() + size_; }
+    void SetEnd(const char* end) { size_ = static_cast<size_t>(end - bytes_.data()); }
+    void Add(QByteArrayView text)
+    {
+        char* const to = Room(End(), static_cast<size_t>(text.size()));
+        SetEnd(std::copy(text.begin(), text.end(), to));
+    }
+    QByteArrayView Bytes() const { return {bytes_.data(), static_cast<qsizetype>(size_)}; }
+    size_t Size() const { return size_; }
+    void Clear() { size_ = 0; } // keeps its room
+
+private:
+    char* Grow(char* to, size_t bytes)
+    {
+        const auto at = static_cast<size_t>(to - bytes_.data());
+        bytes_.resize(std::max(bytes_.size() * 2, at + bytes + kSpare));
+        return bytes_.data() + at;
+    }
+
+    std::vector<char> bytes_ = std::vector<char>(1024);
+    size_t size_ = 0;
+};
+
+// Sixteen characters at once.
+using Sixteen = signed char __attribute__((vector_size(16)));
+
+// The first so many of sixteen.
+inline Sixteen FirstOf(size_t count)
+{
+    static constexpr auto kMasks = [] {
+        std::array<signed char, 32> masks{};
+        for (size_t i = 0; i < 16; ++i)
+            masks[i] = -1;
+        return masks;
+    }();
+    Sixteen mask;
+    std::memcpy(&mask, kMasks.data() + 16 - count, sizeof mask);
+    return mask;
+}
+
+// Copies the text to where 15 characters more have room than it has itself. Gives its end there; nullptr
+// where `special`, which marks characters of sixteen, marks one of the text. Up to `readable` memory may be
+// read.
+template <typename Special>
+char* CopyPlain(
+    char* to, const char* from, size_t size, const char* readable, const Special& special) noexcept
+{
+    Sixteen piece;
+    if (size <= sizeof piece) {
+        char last[sizeof piece] = {};
+        if (static_cast<size_t>(readable - from) < sizeof piece)
+            from = static_cast<const char*>(std::memcpy(last, from, size));
+        std::memcpy(&piece, from, sizeof piece);
+        std::memcpy(to, &piece, sizeof piece);
+        piece = special(piece) & FirstOf(size);
+    } else {
+        Sixteen found{};
+        for (size_t at = 0;; at += sizeof piece) {
+            at = at + sizeof piece > size ? size - sizeof piece : at;
+            std::memcpy(&piece, from + at, sizeof piece);
+            std::memcpy(to + at, &piece, sizeof piece);
+            found |= special(piece);
+            if (at + sizeof piece == size)
+                break;
+        }
+        piece = found;
+    }
+    std::array<long long, 2> halves;
+    static_assert(sizeof halves == sizeof piece);
+    std::memcpy(&halves, &piece, sizeof halves);
+    return (halves[0] | halves[1]) == 0 ? to + size : nullptr;
+}
 
 } // namespace wire

@@ -281,7 +281,13 @@ std::vector<TClientDataSetEx::ValueCount> TClientDataSetEx::CountValues(int fiel
     const bool filtering = d_->filtered && (!d_->filter.IsEmpty() || OnFilterRecord);
     std::vector<int> byCode(size_t(values.Count()), 0);
     QHash<QString, ValueCount> typed; // what no row was read with stands in no column
+    const bool all =
+        !filtering && d_->valueFilters.NoneBound() && !d_->rows.HasEdits() && d_->editRow == kNoRow;
     for (RowNumber row = 0; row < d_->rows.RowCount(); ++row) {
+        if (all) {
+            ++byCode[values.CodeOf(row)];
+            continue;
+        }
         if (!d_->rows.IsLive(row) || !d_->valueFilters.Pass(d_->rows, row)
             || (filtering && !d_->PassesFilter(row)))
             continue;
@@ -293,6 +299,7 @@ std::vector<TClientDataSetEx::ValueCount> TClientDataSetEx::CountValues(int fiel
             ++byCode[values.CodeOf(row)];
         }
     }
+    counts.reserve(byCode.size() + size_t(typed.size()));
     for (quint32 code = 0; code < quint32(byCode.size()); ++code) {
         if (byCode[code] > 0)
             counts.push_back({values.Value(code), byCode[code]});

@@ -1,12 +1,14 @@
 #include "runtime/data/ValueFilter.h"
 
+#include "wire/ColumnData.h"
+
 #include <QHash>
 
 #include <bit>
 
 namespace {
 
-// Numbers the cells by their bits, equal ones alike.
+// Numbers the cells, equal ones alike.
 template <typename Key, typename KeyOf>
 void NumberCells(RowNumber rows, const wire::Column& column, const KeyOf& keyOf, std::vector<quint32>& codes,
     std::vector<RowNumber>& firstRows)
@@ -36,16 +38,30 @@ FieldValues::FieldValues(const RowStore& rows, int field)
 {
     const wire::Column& column = *column_;
     const RowNumber count = rows.BaseCount();
+    const wire::Column::Data& stored = column.Raw();
     if (column.Type() == wire::ColumnType::Text && column.IsDictionary()) {
         firstRows_.resize(size_t(column.EntryCount()) + 1, kNoRow);
-        for (RowNumber row = count; row-- > 0;)
-            firstRows_[codes_[row] = quint32(column.EntryAt(row) + 1)] = row;
+        RowNumber row = 0;
+        stored.ints.ForEach([&](qint64 code) {
+            firstRows_[size_t(code)] = row;
+            codes_[row++] = quint32(code);
+        });
         return;
     }
-    if (column.Type() == wire::ColumnType::Text)
-        NumberCells<QByteArrayView>(
-            count, column, [&](RowNumber row) { return column.TextAt(row); }, codes_, firstRows_);
-    else if (column.Type() == wire::ColumnType::Number)
+    if (column.Type() == wire::ColumnType::Text) {
+        wire::TextPool texts;
+        wire::TextIndex index;
+        std::vector<qint64> codes(count);
+        index.FindAll(texts, stored.pool.bytes.Begin(), stored.pool.ends.Begin(), count, codes.data());
+        firstRows_.reserve(size_t(texts.Count()) + 1);
+        for (RowNumber row = 0; row < count; ++row) {
+            codes_[row] = quint32(codes[row]);
+            if (codes_[row] == firstRows_.size())
+                firstRows_.push_back(row);
+        }
+        return;
+    }
+    if (column.Type() == wire::ColumnType::Number)
         NumberCells<double>(
             count, column, [&](RowNumber row) { return column.NumberAt(row) + 0.0; }, codes_, firstRows_);
     else

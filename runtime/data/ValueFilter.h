@@ -36,6 +36,7 @@ public:
     // Of the conditions whose fields the rows have, one by one before rows are asked for. `without` is a
     // field whose condition is left out.
     void Bind(const RowStore& rows, const std::function<int(const QString&)>& fieldIndex, int without = -1);
+    bool NoneBound() const noexcept { return bound_.empty(); }
     // What is not saved yet stays in sight.
     bool Pass(const RowStore& rows, RowNumber row) const;
     // The values are another result's.

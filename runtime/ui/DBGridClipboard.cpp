@@ -3,7 +3,9 @@
 #include "runtime/data/SocketConnection.h"
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBGridPrivate.h"
+#include "wire/ColumnData.h"
 #include "wire/Error.h"
+#include "wire/TextOut.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -13,8 +15,8 @@
 #include <QScopeGuard>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
-#include <string>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -24,6 +26,20 @@ namespace {
 constexpr int kRowsBetweenLooks = 64; // at the clock
 constexpr int kSliceMilliseconds = 40; // of copying, before the window may paint
 
+constexpr size_t kShortCell = 64; // the most characters of a number or moment
+constexpr double kMostCents = 1e12; // with two decimals, told from its neighbours by them
+
+// By character, one or sixteen: it would split the cell.
+template <typename Character> auto SplitsCell(Character character)
+{
+    return (character == '\t') | (character == '\r') | (character == '\n');
+}
+
+template <typename Character> auto NeedsEscape(Character character)
+{
+    return (character == '<') | (character == '>') | (character == '&') | (character == '"');
+}
+
 // Lines of cells as a spreadsheet takes them, between tabs; and, made when somebody asks for it, a table in
 // which whatever is text says so, since a spreadsheet would take a long number for one and round it.
 class CopiedCells final : public QMimeData {
@@ -32,17 +48,27 @@ public:
         : numbers_(std::move(numbers))
     {
     }
-    // Tabs and line breaks would split the cell.
-    void AddCell(QByteArrayView text)
+    void AddCell(QByteArrayView text) { AddText(text, text.data() + text.size()); }
+    // As the column holds it.
+    void AddStored(const wire::Column& column, qint64 row)
     {
-        const auto begin = static_cast<std::ptrdiff_t>(lines_.size());
-        lines_.append(text.data(), static_cast<size_t>(text.size()));
-        std::replace_if(
-            lines_.begin() + begin, lines_.end(),
-            [](char character) { return character == '\t' || character == '\r' || character == '\n'; }, ' ');
-        lines_ += '\t';
+        const wire::Column::Data& stored = column.Raw();
+        if (stored.type == wire::ColumnType::Text) {
+            AddText(column.TextAt(row), stored.pool.bytes.Begin() + stored.pool.bytes.Size());
+            return;
+        }
+        char* to = lines_.Room(lines_.End(), kShortCell);
+        if (stored.nulls.IsNull(row))
+            *to++ = '\t';
+        else if (stored.type == wire::ColumnType::DateTime)
+            to = moments_.Put(to, stored.ints.At(row)), *to++ = '\t';
+        else if (stored.type == wire::ColumnType::Integer)
+            to = wire::PutInteger(to, stored.ints.At(row)), *to++ = '\t';
+        else
+            return AddNumber(to, stored.numbers[row]);
+        lines_.SetEnd(to);
     }
-    void EndLine() { lines_.back() = '\n'; }
+    void EndLine() { lines_.End()[-1] = '\n'; }
 
     QStringList formats() const override { return {u"text/plain"_s, u"text/html"_s}; }
 
@@ -50,53 +76,98 @@ protected:
     QVariant retrieveData(const QString& format, QMetaType) const override
     {
         if (format == u"text/plain"_s)
-            return QByteArray::fromStdString(lines_);
+            return lines_.Bytes().toByteArray();
         return format == u"text/html"_s ? QVariant(Table()) : QVariant();
     }
 
 private:
+    // Up to `readable` the memory at the text may be read.
+    void AddText(QByteArrayView text, const char* readable)
+    {
+        const auto size = static_cast<size_t>(text.size());
+        char* const to = lines_.Room(lines_.End(), size + 1);
+        char* end = size == 0 ? to
+                              : wire::CopyPlain(to, text.data(), size, readable,
+                                  [](wire::Sixteen piece) { return SplitsCell(piece); });
+        if (!end)
+            end = std::ranges::replace_copy_if(
+                text, to, [](char c) { return SplitsCell(c) != 0; }, ' ')
+                      .out;
+        *end = '\t';
+        lines_.SetEnd(end + 1);
+    }
+
+    void AddNumber(char* to, double number)
+    {
+        const double magnitude = std::fabs(number);
+        *to = '-';
+        char* const end =
+            magnitude < kMostCents ? wire::PutCents(number < 0 ? to + 1 : to, magnitude) : nullptr;
+        if (!end)
+            return AddCell(wire::ToText(number).toLatin1());
+        *end = '\t';
+        lines_.SetEnd(end + 1);
+    }
+
+    static void AddEscaped(wire::TextBuffer& table, QByteArrayView text, const char* readable)
+    {
+        constexpr size_t kLongestEscape = 6;
+        const auto size = static_cast<size_t>(text.size());
+        if (size == 0)
+            return;
+        char* to = table.Room(table.End(), kLongestEscape * size);
+        if (char* const end = wire::CopyPlain(
+                to, text.data(), size, readable, [](wire::Sixteen piece) { return NeedsEscape(piece); }))
+            return table.SetEnd(end);
+        for (const char character : text) {
+            const QByteArrayView escape = character == '<' ? "&lt;"
+                : character == '>'                         ? "&gt;"
+                : character == '&'                         ? "&amp;"
+                : character == '"'                         ? "&quot;"
+                                                           : QByteArrayView(&character, 1);
+            to = std::copy(escape.begin(), escape.end(), to);
+        }
+        table.SetEnd(to);
+    }
+
     QByteArray Table() const
     {
-        QByteArray table = "<meta charset=\"utf-8\"><table><tr>";
+        wire::TextBuffer table;
+        table.Add("<meta charset=\"utf-8\"><table><tr>");
+        const QByteArrayView lines = lines_.Bytes();
         size_t column = 0;
-        bool cellBegins = true;
-        for (const char character : lines_) {
-            if (std::exchange(cellBegins, false))
-                table += numbers_[column] ? "<td>" : "<td style=\"mso-number-format:'\\@'\">";
-            switch (character) {
-            case '\t':
-            case '\n':
-                table += "</td>";
-                cellBegins = true;
-                ++column;
-                if (character == '\n') {
-                    table += "</tr><tr>";
-                    column = 0;
-                }
-                break;
-            case '<':
-                table += "&lt;";
-                break;
-            case '>':
-                table += "&gt;";
-                break;
-            case '&':
-                table += "&amp;";
-                break;
-            case '"':
-                table += "&quot;";
-                break;
-            default:
-                table += character;
+        for (const char* cell = lines.begin(); cell != lines.end();) {
+            const char* const end =
+                std::find_if(cell, lines.end(), [](char c) { return c == '\t' || c == '\n'; });
+            table.Add(numbers_[column] ? QByteArrayView("<td>")
+                                       : QByteArrayView("<td style=\"mso-number-format:'\\@'\">"));
+            AddEscaped(table, {cell, end}, lines.end());
+            table.Add("</td>");
+            ++column;
+            if (*end == '\n') {
+                table.Add("</tr><tr>");
+                column = 0;
             }
+            cell = end + 1;
         }
-        table.chop(4); // the row that nothing stands in
-        return table + "</table>";
+        table.SetEnd(table.End() - 4); // the row that nothing stands in
+        table.Add("</table>");
+        return table.Bytes().toByteArray();
     }
 
     std::vector<bool> numbers_; // by column
-    std::string lines_; // UTF-8
+    wire::TextBuffer lines_; // UTF-8
+    wire::MomentTexts moments_;
 };
+
+// Shown as it is stored.
+bool IsPlain(const TGridColumn& column, wire::ColumnType type)
+{
+    const TColumnEh& info = column.info;
+    return column.field >= 0 && !column.rowNumber && info.nullText.isEmpty()
+        && (info.style == TColumnStyle::Text || info.style == TColumnStyle::DateTime)
+        && (type == wire::ColumnType::Text || info.displayFormat.isEmpty());
+}
 
 } // namespace
 
@@ -109,15 +180,12 @@ void TDBGridEh::Private::Copy(
         return;
     const TClientDataSetEx& open = *OpenDataSet();
     std::vector<bool> numbers;
-    std::vector<const wire::Column*> stored; // shown as they were read; else nullptr
+    std::vector<const wire::Column*> stored; // of plain columns; else nullptr
     for (const int column : copied) {
         const TGridColumn& entry = columns[size_t(column)];
-        const bool plain = entry.field >= 0 && entry.info.style == TColumnStyle::Text;
-        const auto type = plain ? open.FieldInfo(entry.field).type : wire::ColumnType::Integer;
-        numbers.push_back(type == wire::ColumnType::Number);
-        stored.push_back(type == wire::ColumnType::Text && entry.info.nullText.isEmpty()
-                ? &open.StoredColumn(entry.field)
-                : nullptr);
+        const auto type = entry.field >= 0 ? open.FieldInfo(entry.field).type : wire::ColumnType::Text;
+        numbers.push_back(type == wire::ColumnType::Number && entry.info.style == TColumnStyle::Text);
+        stored.push_back(IsPlain(entry, type) ? &open.StoredColumn(entry.field) : nullptr);
     }
     auto cells = std::make_unique<CopiedCells>(std::move(numbers));
     if (withTitles) {
@@ -133,11 +201,10 @@ void TDBGridEh::Private::Copy(
     QElapsedTimer slice;
     slice.start();
     for (size_t i = 0; i < rows.size(); ++i) {
+        const qint64 place = open.StoredRow(rows[i], -1);
         for (size_t k = 0; k < copied.size(); ++k) {
-            const qint64 row =
-                stored[k] ? open.StoredRow(rows[i], columns[size_t(copied[k])].field) : qint64(-1);
-            if (row >= 0)
-                cells->AddCell(stored[k]->TextAt(row));
+            if (place >= 0 && stored[k])
+                cells->AddStored(*stored[k], place);
             else
                 cells->AddCell(q->CellText(rows[i], copied[k]).toUtf8());
         }

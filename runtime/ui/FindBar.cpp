@@ -19,6 +19,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr qint64 kSlice = 12; // milliseconds of one go
+
 QString TitleOf(const TDBGridEh& grid, int column)
 {
     return column < 0 ? QString() : QString(grid.Column(column).title).replace(u'|', u" · "_s);
@@ -83,6 +85,7 @@ TFindBar::TFindBar(TDBGridEh& grid)
     text_->setText(grid.d_->findText);
     grid.d_->hits = &find_;
     grid.installEventFilter(this);
+    connect(&reading_, &QTimer::timeout, this, &TFindBar::ReadPasted);
     connect(&find_, &TGridFind::Progressed, this, &TFindBar::ShowState);
     connect(&grid, &TDBGridEh::SelectionChanged, this, &TFindBar::ShowState);
     connect(text_, &QLineEdit::textEdited, this, &TFindBar::FindTyped);
@@ -172,10 +175,21 @@ void TFindBar::FindPasted(const QString& text)
         return;
     text_->clear();
     find_.FindText({}, {});
-    numbers_ = TNumberSet::Pasted(text);
+    numbers_ = TNumberSet(text);
     missing_.clear();
     rows_.clear();
     column_.clear();
+    ReadPasted();
+}
+
+void TFindBar::ReadPasted()
+{
+    if (!numbers_.Read(kSlice)) {
+        reading_.start(0);
+        ShowState();
+        return;
+    }
+    reading_.stop();
     if (numbers_.Count() > 0 && grid_.DataSet() && grid_.DataSet()->Active()) {
         search_ = new TNumberSearch(grid_, numbers_);
         connect(search_, &TNumberSearch::Done, this, &TFindBar::ShowRows);
@@ -214,6 +228,7 @@ bool TFindBar::PutBack()
     if (inFront && !grid_.d_->PostRow())
         return false;
     delete search_.data();
+    reading_.stop();
     find_.FindNumbers(nullptr, {});
     numbers_ = {};
     gathered_ = false;
@@ -297,11 +312,13 @@ void TFindBar::ShowState()
     // A click on a title, or other rows, took them back.
     const TClientDataSetEx* open = grid_.DataSet();
     gathered_ = gathered_ && open && open->GatheredCount() > 0;
-    const bool listed = numbers_.Count() > 0 && !search_;
+    const bool listed = numbers_.Count() > 0 && !search_ && !reading_.isActive();
     const QString more = find_.IsRunning() ? u"…"_s : QString();
     QStringList words;
     if (!numbers_.Complaint().isEmpty())
         words += numbers_.Complaint();
+    else if (reading_.isActive())
+        words += u"正在读取粘贴的单号…"_s;
     else if (search_)
         words += u"正在%1列中找%2个单号…"_s.arg(grid_.ColumnCount()).arg(numbers_.Count());
     else if (listed && rows_.empty())

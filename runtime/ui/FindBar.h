@@ -38,6 +38,7 @@ private:
     void OfferColumn();
     void FindTyped();
     void FindPasted(const QString& text);
+    void ReadPasted();
     void ShowRows();
     bool PutBack(); // false: a rule keeps the row in edit where it is
     void ShowState();
@@ -53,6 +54,7 @@ private:
     QToolButton* putBack_ = nullptr;
 
     TNumberSet numbers_;
+    QTimer reading_; // while they are read
     QPointer<TNumberSearch> search_; // while the column is not known
     QString column_; // title of the one with the numbers
     std::vector<TBookmark> rows_;

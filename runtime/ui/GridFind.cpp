@@ -5,6 +5,8 @@
 #include <QElapsedTimer>
 
 #include <algorithm>
+#include <bit>
+#include <limits>
 #include <numeric>
 
 using namespace Qt::Literals::StringLiterals;
@@ -13,6 +15,7 @@ namespace {
 
 constexpr qint64 kSlice = 12; // milliseconds of one go
 constexpr int kRowsAtOnce = 64; // between two looks at the clock
+constexpr int kNotLookedUp = -2;
 
 char Folded(char c)
 {
@@ -33,6 +36,20 @@ QStringView NumberOf(QStringView line)
     while (!line.isEmpty() && IsBlank(line.back()))
         line.chop(1);
     return line;
+}
+
+// Equal for equal values of a type.
+qint64 KeyOf(double amount)
+{
+    return std::bit_cast<qint64>(amount + 0.0); // no zero is negative
+}
+
+qint64 KeyOf(const wire::Value& value)
+{
+    if (const auto* amount = std::get_if<double>(&value))
+        return KeyOf(*amount);
+    const auto* moment = std::get_if<wire::DateTime>(&value);
+    return moment ? moment->seconds : std::get<qint64>(value);
 }
 
 QByteArrayView Comparable(QByteArrayView text, QByteArray& folded)
@@ -62,9 +79,11 @@ void TShownTexts::Read(const TDBGridEh& grid, const QString& field)
         if (!shown.visible || index < 0 || shown.style == TColumnStyle::CheckBox
             || (!field.isEmpty() && shown.fieldName.compare(field, Qt::CaseInsensitive) != 0))
             continue;
-        const bool stored = shown.style == TColumnStyle::Text || shown.style == TColumnStyle::PickList;
-        sources_.push_back({i, index,
-            stored && shown.nullText.isEmpty() && rows.FieldInfo(index).type == wire::ColumnType::Text});
+        const bool text = rows.FieldInfo(index).type == wire::ColumnType::Text;
+        const bool stored = shown.style == TColumnStyle::Text
+            || (text ? shown.style == TColumnStyle::PickList : shown.style == TColumnStyle::DateTime);
+        sources_.push_back(
+            {i, index, stored && shown.nullText.isEmpty() && (text || shown.displayFormat.isEmpty())});
     }
     std::stable_partition(sources_.begin(), sources_.end(),
         [&](const Source& source) { return source.column == grid.SelectedIndex(); });
@@ -72,54 +91,91 @@ void TShownTexts::Read(const TDBGridEh& grid, const QString& field)
 
 QByteArrayView TShownTexts::Text(int viewRow, const Source& source) const
 {
-    const TClientDataSetEx& rows = *grid_->DataSet();
-    const qint64 stored = source.plain ? rows.StoredRow(viewRow, source.field) : -1;
-    if (stored >= 0)
-        return rows.StoredColumn(source.field).TextAt(stored);
+    const qint64 stored = StoredRow(viewRow, source);
+    if (stored >= 0 && Column(source).Type() == wire::ColumnType::Text)
+        return Column(source).TextAt(stored);
     return text_ = grid_->CellText(viewRow, source.column).toUtf8();
+}
+
+qint64 TShownTexts::StoredRow(int viewRow, const Source& source) const
+{
+    return source.plain ? grid_->DataSet()->StoredRow(viewRow, source.field) : -1;
+}
+
+const wire::Column& TShownTexts::Column(const Source& source) const
+{
+    return grid_->DataSet()->StoredColumn(source.field);
 }
 
 // --- Numbers ---
 
-TNumberSet TNumberSet::Pasted(const QString& text)
+TNumberSet::TNumberSet(const QString& text)
 {
     constexpr qsizetype kMostText = qsizetype(kMost) * 4 * kLongest;
-    TNumberSet set;
-    if (text.size() > kMostText) {
-        set.complaint_ = u"粘贴的内容太多了（%1个字符），没有查找。"_s.arg(text.size());
-        return set;
-    }
-    int tooLong = 0;
-    QByteArray folded;
-    for (const QStringView line : QStringView(text).tokenize(u'\n')) {
-        for (const QStringView part : line.tokenize(u'\r')) {
-            const QStringView number = NumberOf(part);
-            if (number.isEmpty())
-                continue;
-            if (number.size() > kLongest) {
-                ++tooLong;
-                continue;
-            }
-            const QByteArray compared = Comparable(number.toUtf8(), folded).toByteArray();
-            if (set.places_.contains(compared)) {
-                ++set.doubles_;
-                continue;
-            }
-            set.places_.insert(compared, set.Count());
-            set.numbers_ += number.toString();
-        }
-    }
-    if (set.Count() > kMost)
-        set.complaint_ = u"一次最多找%1个，您粘贴了%2个。"_s.arg(kMost).arg(set.Count());
-    else if (tooLong > 0)
-        set.complaint_ = u"有%1行超过%2个字，不是单号，没有查找。"_s.arg(tooLong).arg(kLongest);
-    else if (set.numbers_.isEmpty())
-        set.complaint_ = u"没有粘贴任何单号。"_s;
-    if (!set.complaint_.isEmpty()) {
-        set.numbers_.clear();
-        set.places_.clear();
-    }
+    if (text.size() > kMostText)
+        complaint_ = u"粘贴的内容太多了（%1个字符），没有查找。"_s.arg(text.size());
+    else
+        text_ = text;
+}
+
+TNumberSet TNumberSet::Pasted(const QString& text)
+{
+    TNumberSet set(text);
+    set.Read(std::numeric_limits<qint64>::max());
     return set;
+}
+
+bool TNumberSet::Read(qint64 milliseconds)
+{
+    QElapsedTimer clock;
+    clock.start();
+    const auto breaksLine = [](QChar c) { return c == u'\n' || c == u'\r'; };
+    for (int lines = 1; at_ < text_.size(); ++lines) {
+        const QStringView rest = QStringView(text_).sliced(at_);
+        const auto length = std::find_if(rest.begin(), rest.end(), breaksLine) - rest.begin();
+        Take(rest.first(length));
+        at_ += length + 1;
+        if (lines % kRowsAtOnce == 0 && clock.elapsed() >= milliseconds)
+            return false;
+    }
+    if (complaint_.isEmpty())
+        Finish();
+    return true;
+}
+
+void TNumberSet::Take(QStringView line)
+{
+    const QStringView number = NumberOf(line);
+    if (number.isEmpty())
+        return;
+    if (number.size() > kLongest) {
+        ++tooLong_;
+        return;
+    }
+    QByteArray compared = number.toUtf8();
+    std::ranges::transform(compared, compared.begin(), Folded);
+    int& place = places_[std::move(compared)];
+    if (places_.size() == numbers_.size()) { // it was there
+        ++doubles_;
+        return;
+    }
+    place = Count();
+    numbers_ += number.toString();
+}
+
+void TNumberSet::Finish()
+{
+    text_.clear();
+    if (Count() > kMost)
+        complaint_ = u"一次最多找%1个，您粘贴了%2个。"_s.arg(kMost).arg(Count());
+    else if (tooLong_ > 0)
+        complaint_ = u"有%1行超过%2个字，不是单号，没有查找。"_s.arg(tooLong_).arg(kLongest);
+    else if (numbers_.isEmpty())
+        complaint_ = u"没有粘贴任何单号。"_s;
+    if (!complaint_.isEmpty()) {
+        numbers_.clear();
+        places_.clear();
+    }
 }
 
 int TNumberSet::IndexOf(QByteArrayView cell) const
@@ -320,8 +376,64 @@ void TNumberSearch::Begin()
     texts_.Read(grid_, {});
     tally_ = best_ = {{}, std::vector<bool>(size_t(numbers_.Count()), false), 0};
     column_ = 0;
-    row_ = 0;
+    BeginColumn();
     soon_.start(0);
+}
+
+void TNumberSearch::ReadValue(int place)
+{
+    const QString& number = numbers_.Number(place);
+    if (!number[0].isDigit() && number[0] != u'-')
+        return;
+    const auto keep = [&](wire::ColumnType type, const wire::Value& value) {
+        if (wire::ToText(value).compare(number, Qt::CaseInsensitive) == 0)
+            values_[size_t(type)].insert(KeyOf(value), place);
+    };
+    bool read = false;
+    if (const qint64 whole = number.toLongLong(&read); read)
+        keep(wire::ColumnType::Integer, whole);
+    if (const double amount = number.toDouble(&read); read)
+        keep(wire::ColumnType::Number, amount);
+    if (const auto moment = wire::DateTime::Parse(number))
+        keep(wire::ColumnType::DateTime, *moment);
+}
+
+void TNumberSearch::BeginColumn()
+{
+    row_ = 0;
+    entries_.clear();
+    if (column_ >= texts_.Sources().size() || !texts_.Sources()[column_].plain
+        || grid_.DataSet()->RecordCount() == 0)
+        return;
+    const wire::Column& column = texts_.Column(texts_.Sources()[column_]);
+    if (column.Type() == wire::ColumnType::Text && column.IsDictionary())
+        entries_.assign(size_t(column.EntryCount()), kNotLookedUp);
+}
+
+// The place of the cell among the numbers, -1 where it is none.
+int TNumberSearch::NumberIn(int viewRow, const TShownTexts::Source& source)
+{
+    const qint64 row = texts_.StoredRow(viewRow, source);
+    if (row < 0)
+        return numbers_.IndexOf(texts_.Text(viewRow, source));
+    const wire::Column& column = texts_.Column(source);
+    if (column.Type() != wire::ColumnType::Text) {
+        const QHash<qint64, int>& values = values_[size_t(column.Type())];
+        if (values.isEmpty() || column.IsNull(row))
+            return -1;
+        return values.value(
+            column.Type() == wire::ColumnType::Number ? KeyOf(column.NumberAt(row)) : column.IntegerAt(row),
+            -1);
+    }
+    if (entries_.empty())
+        return numbers_.IndexOf(column.TextAt(row));
+    const qint64 entry = column.EntryAt(row);
+    if (entry < 0)
+        return -1;
+    int& number = entries_[size_t(entry)];
+    if (number == kNotLookedUp)
+        number = numbers_.IndexOf(column.Entry(entry));
+    return number;
 }
 
 void TNumberSearch::Work()
@@ -329,12 +441,17 @@ void TNumberSearch::Work()
     const TClientDataSetEx* rows = grid_.DataSet();
     QElapsedTimer clock;
     clock.start();
+    while (valuesRead_ < numbers_.Count()) {
+        ReadValue(valuesRead_++);
+        if (valuesRead_ % kRowsAtOnce == 0 && clock.elapsed() >= kSlice)
+            return;
+    }
     while (column_ < texts_.Sources().size() && clock.elapsed() < kSlice) {
         const TShownTexts::Source& source = texts_.Sources()[column_];
         const int count = rows->RecordCount();
         const int end = std::min(count, row_ + kRowsAtOnce);
         for (; row_ < end; ++row_) {
-            const int number = numbers_.IndexOf(texts_.Text(row_, source));
+            const int number = NumberIn(row_, source);
             if (number < 0)
                 continue;
             tally_.matches.push_back({number, rows->ViewBookmark(row_)});
@@ -356,18 +473,25 @@ void TNumberSearch::EndColumn()
     }
     tally_.matches.clear();
     tally_.seen.assign(size_t(numbers_.Count()), false);
-    tally_.found = row_ = 0;
+    tally_.found = 0;
     ++column_;
     if (best_.found == numbers_.Count()) // no other can have more
         column_ = texts_.Sources().size();
+    BeginColumn();
 }
 
 void TNumberSearch::Finish()
 {
     soon_.stop();
-    std::ranges::stable_sort(best_.matches, {}, &Match::number);
+    disconnect(grid_.DataSet(), nullptr, this, nullptr); // gathering the rows is no reason to begin anew
+    // By number; several rows of one as they stood.
+    std::vector<size_t> places(size_t(numbers_.Count()) + 1, 0);
     for (const Match& match : best_.matches)
-        Rows.push_back(match.row);
+        ++places[size_t(match.number) + 1];
+    std::partial_sum(places.begin(), places.end(), places.begin());
+    Rows.resize(best_.matches.size());
+    for (const Match& match : best_.matches)
+        Rows[places[size_t(match.number)]++] = match.row;
     for (int i = 0; i < numbers_.Count(); ++i) {
         if (!best_.seen[size_t(i)])
             Missing += numbers_.Number(i);

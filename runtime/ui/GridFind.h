@@ -5,21 +5,22 @@
 
 #include <QTimer>
 
-#include <unordered_set>
-
 // What a list shows, as UTF-8: without a copy where a cell shows what is stored.
 class TShownTexts {
 public:
     struct Source {
         int column;
         int field;
-        bool plain;
+        bool plain; // shown as it is stored
     };
     // Of the columns shown, the current one first; with a field, of that field's alone. Ticks are no texts.
     void Read(const TDBGridEh& grid, const QString& field);
     const std::vector<Source>& Sources() const noexcept { return sources_; }
     // Valid until the next is asked for.
     QByteArrayView Text(int viewRow, const Source& source) const;
+    // The row of a plain cell in its column, -1 where it is to be read as text.
+    qint64 StoredRow(int viewRow, const Source& source) const;
+    const wire::Column& Column(const Source& source) const;
 
 private:
     const TDBGridEh* grid_ = nullptr;
@@ -36,6 +37,12 @@ public:
     // The numbers of a pasted text, one a line, each once; of several columns the first.
     static TNumberSet Pasted(const QString& text);
 
+    TNumberSet() = default;
+    // Not read yet.
+    explicit TNumberSet(const QString& text);
+    // Goes on for about so long; true once all are read. Before, nothing else may be asked.
+    bool Read(qint64 milliseconds);
+
     const QString& Complaint() const noexcept { return complaint_; } // the set is empty then
     int Doubles() const noexcept { return doubles_; }
     int Count() const noexcept { return int(numbers_.size()); }
@@ -43,6 +50,12 @@ public:
     int IndexOf(QByteArrayView cell) const; // -1: not among them
 
 private:
+    void Take(QStringView line);
+    void Finish();
+
+    QString text_; // still to be read from here on
+    qsizetype at_ = 0;
+    int tooLong_ = 0;
     QStringList numbers_;
     QHash<QByteArray, int> places_;
     int doubles_ = 0;
@@ -117,6 +130,8 @@ private:
     };
     void Begin();
     void Work();
+    void BeginColumn();
+    int NumberIn(int viewRow, const TShownTexts::Source& source);
     void EndColumn();
     void Finish();
 
@@ -125,6 +140,11 @@ private:
     TShownTexts texts_;
     size_t column_ = 0;
     int row_ = 0;
+    // By value, the numbers that read as one of a type: an amount or moment has no other text than its own.
+    QHash<qint64, int> values_[size_t(wire::ColumnType::DateTime) + 1];
+    int valuesRead_ = 0; // numbers looked at
+    void ReadValue(int number);
+    std::vector<int> entries_; // of its texts where each stands once: their numbers, as far as looked up
     struct Tally {
         std::vector<Match> matches;
         std::vector<bool> seen; // by number
