@@ -71,7 +71,7 @@ void TListBlocks::MakeCells(TRowBlock& block)
         for (size_t i = 0; i < columns.size() && (place < 0 || !allStored); ++i) {
             if (place >= 0 && columns[i].stored)
                 continue;
-            format_.AddCell(block.made, row, i, rows_.Cell(row, static_cast<int>(i)));
+            format_.AddCell(block.made, i, rows_.Cell(row, static_cast<int>(i)));
             block.madeEnds.push_back(block.made.Size());
         }
         ++row;

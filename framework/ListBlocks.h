@@ -6,7 +6,7 @@
 #include <functional>
 #include <span>
 
-// A list's rows made into lines by as many threads as the machine has, for the writers of files.
+// A list's rows made into lines of text by as many threads as the machine has.
 
 // Some rows that follow one another.
 struct TRowBlock {
@@ -22,7 +22,7 @@ class TLineFormat {
 public:
     virtual ~TLineFormat();
     // One cell, on the thread of the list.
-    virtual void AddCell(wire::TextBuffer& to, int row, size_t column, const TExportCell& cell) = 0;
+    virtual void AddCell(wire::TextBuffer& to, size_t column, const TExportCell& cell) = 0;
     // The lines of a block, on any thread, several at a time.
     virtual void AddRows(TRowBlock& block) const = 0;
 };

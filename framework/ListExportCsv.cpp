@@ -84,7 +84,7 @@ public:
     {
     }
 
-    void AddCell(wire::TextBuffer& to, int, size_t column, const TExportCell& cell) override
+    void AddCell(wire::TextBuffer& to, size_t column, const TExportCell& cell) override
     {
         if (cell.empty)
             return;

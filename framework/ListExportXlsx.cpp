@@ -1,4 +1,4 @@
-#include "framework/ListSheetRows.h"
+#include "framework/ListExportFile.h"
 
 #include "wire/Error.h"
 
@@ -11,7 +11,8 @@
 
 #include <chrono>
 #include <future>
-#include <optional>
+#include <map>
+#include <string>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -19,6 +20,7 @@ namespace {
 
 constexpr int kFirstDataRoom = 16 * 1024 * 1024; // bytes, for the parts of the file besides the rows
 constexpr double kPixelsPerCharacter = 7;
+constexpr int kRowsBetweenLooks = 32; // at the clock
 constexpr auto kCloseLook = std::chrono::milliseconds(50);
 
 // Rows leave memory as soon as the next one begins, so what is written before never is touched again.
@@ -39,7 +41,7 @@ public:
         book_ = workbook_new_opt(QFile::encodeName(file_.Name()).constData(), &options);
         if (!book_)
             file_.RaiseUnwritable(u"没有内存"_s);
-        title_ = NewFormat();
+        title_ = workbook_add_format(book_);
         format_set_bold(title_);
         format_set_align(title_, LXW_ALIGN_CENTER);
         format_set_align(title_, LXW_ALIGN_VERTICAL_CENTER);
@@ -49,10 +51,6 @@ public:
             formats_.push_back(FormatOf(column, false));
         for (const TExportColumn& column : columns_)
             totals_.push_back(FormatOf(column, true));
-        std::vector<int> styles;
-        for (lxw_format* format : formats_)
-            styles.push_back(lxw_format_get_xf_index(format));
-        format_.emplace(columns_, styles);
     }
     // Given up: the library leaves the files of its rows open.
     ~Workbook()
@@ -74,37 +72,38 @@ public:
         TPacedProgress paced(progress);
         const int room = sheetRows_ - levels_ - rows_.FooterRows();
         const int count = rows_.RowCount();
-        int row = 0;
-        do {
-            NewSheet();
-            const int end = std::min(count, row + room);
-            switch (WriteRows(row, end, paced)) {
-            case TListBlocks::TOutcome::GivenUp:
+        NewSheet();
+        for (int row = 0; row < count; ++row) {
+            if (row > 0 && row % room == 0)
+                NewSheet();
+            WriteRow(row);
+            if (row % kRowsBetweenLooks == 0 && !paced.GoOn(row))
                 return false;
-            case TListBlocks::TOutcome::Full:
-                RaiseFull();
-            case TListBlocks::TOutcome::Done:
-                break;
-            }
-            row = end;
-        } while (row < count);
+        }
         WriteFooters();
         return Close(progress, count);
     }
 
 private:
-    lxw_format* NewFormat() { return workbook_add_format(book_); }
+    // One for all columns that look alike: of two alike the library would compare every property of the later
+    // one, for each of its cells.
     lxw_format* FormatOf(const TExportColumn& column, bool total)
     {
-        lxw_format* format = NewFormat();
-        if (column.kind == TExportKind::Moment) {
-            QString pattern = column.format.isEmpty() ? u"yyyy-mm-dd hh:nn:ss"_s : column.format;
-            format_set_num_format(format, pattern.replace(u"nn"_s, u"mm"_s).toUtf8().constData());
-        } else if (column.kind == TExportKind::Number && !column.format.isEmpty()) {
-            format_set_num_format(format, column.format.toUtf8().constData());
-        } else if (column.kind == TExportKind::Text) {
-            format_set_num_format(format, "@"); // what is typed over it stays text, too
-        }
+        QString pattern = column.format;
+        if (column.kind == TExportKind::Text)
+            pattern = u"@"_s; // what is typed over it stays text, too
+        else if (column.kind == TExportKind::Moment && pattern.isEmpty())
+            pattern = u"yyyy-mm-dd hh:nn:ss"_s;
+        if (column.kind == TExportKind::Moment)
+            pattern.replace(u"nn"_s, u"mm"_s);
+        if (pattern.isEmpty() && !total)
+            return nullptr;
+        lxw_format*& format = known_[{pattern, total}];
+        if (format)
+            return format;
+        format = workbook_add_format(book_);
+        if (!pattern.isEmpty())
+            format_set_num_format(format, pattern.toUtf8().constData());
         if (total) {
             format_set_bold(format);
             format_set_bg_color(format, 0xDDDDFF);
@@ -182,19 +181,30 @@ private:
                 text.constData(), format);
     }
 
-    // The library's file of the sheet's rows goes on behind the titles, and the library behind these.
-    TListBlocks::TOutcome WriteRows(int first, int end, TPacedProgress& paced)
+    void WriteRow(int row)
     {
-        lxw_worksheet_write_single_row(sheet_);
-        format_->PlaceFirstRow(static_cast<int>(next_) + 1 - first);
-        TListBlocks blocks(rows_, *format_, [this](QByteArrayView lines) {
-            const auto size = static_cast<size_t>(lines.size());
-            return fwrite(lines.data(), 1, size, sheet_->optimize_tmpfile) == size;
-        });
-        const TListBlocks::TOutcome outcome = blocks.Write(first, end, paced);
-        next_ += static_cast<lxw_row_t>(end - first);
-        sheet_->dim_rowmax = std::max(sheet_->dim_rowmax, next_ - 1);
-        return outcome;
+        for (size_t i = 0; i < columns_.size(); ++i) {
+            const TExportCell cell = rows_.Cell(row, static_cast<int>(i));
+            if (cell.empty)
+                continue;
+            const auto column = static_cast<lxw_col_t>(i);
+            lxw_error error = LXW_NO_ERROR;
+            switch (columns_[i].kind) {
+            case TExportKind::Text:
+                text_.assign(cell.text.data(), static_cast<size_t>(cell.text.size()));
+                error = worksheet_write_string(sheet_, next_, column, text_.c_str(), formats_[i]);
+                break;
+            case TExportKind::Number:
+                error = worksheet_write_number(sheet_, next_, column, cell.number, formats_[i]);
+                break;
+            case TExportKind::Moment:
+                error = worksheet_write_number(sheet_, next_, column, cell.moment.ToSerial(), formats_[i]);
+                break;
+            }
+            if (error != LXW_NO_ERROR)
+                file_.RaiseUnwritable(QString::fromUtf8(lxw_strerror(error)));
+        }
+        ++next_;
     }
 
     void WriteFooters()
@@ -218,12 +228,7 @@ private:
     {
         FILE* rows = sheet_->optimize_tmpfile;
         if (rows && (fflush(rows) != 0 || ferror(rows) != 0))
-            RaiseFull();
-    }
-
-    [[noreturn]] void RaiseFull() const
-    {
-        file_.RaiseUnwritable(u"临时文件夹“%1”已满"_s.arg(QDir::tempPath()));
+            file_.RaiseUnwritable(u"临时文件夹“%1”已满"_s.arg(QDir::tempPath()));
     }
 
     bool Close(const TExportProgress& progress, int count)
@@ -260,10 +265,11 @@ private:
     std::vector<lxw_worksheet*> sheets_;
     lxw_worksheet* sheet_ = nullptr; // the last of them
     lxw_row_t next_ = 0;
+    std::string text_; // of a cell, ended by a zero for the library
     lxw_format* title_ = nullptr;
+    std::map<std::pair<QString, bool>, lxw_format*> known_; // by pattern, and whether of totals
     std::vector<lxw_format*> formats_; // by column
     std::vector<lxw_format*> totals_;
-    std::optional<TSheetFormat> format_;
 };
 
 } // namespace
