@@ -374,8 +374,13 @@ void RowStore::Accept(const wire::RowChange& sent)
             next += given ? 1 : 0;
         }
     } else {
-        for (const wire::CellChange& cell : sent.cells)
-            SetOriginal(edit, row, sentFields_[cell.column].field, cell.current);
+        for (const wire::CellChange& cell : sent.cells) {
+            const int field = sentFields_[cell.column].field;
+            // Sent along unchanged, and its column, which never changes, still holds what was sent.
+            const bool asRead = !edit.original.Find(field) && !edit.changed.Find(field);
+            if (!asRead || !wire::SameValue(cell.original, cell.current))
+                SetOriginal(edit, row, field, cell.current);
+        }
     }
     if (!live) {
         if (sent.kind == wire::ChangeKind::Insert && edit.gone)
