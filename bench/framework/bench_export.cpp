@@ -3,7 +3,6 @@
 // them to the clipboard.
 
 #include "framework/GridRows.h"
-#include "runtime/ui/Application.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -247,17 +246,3 @@ void BM_Copy(benchmark::State& state)
 BENCHMARK(BM_Copy)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 } // namespace
-
-int main(int argc, char** argv)
-{
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    TApplication runtimeApplication;
-    TScreen screen;
-    Application = &runtimeApplication;
-    Screen = &screen;
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}

@@ -1,9 +1,7 @@
 // Finding in a list of 100,000 orders of 72 columns: how long the whole search takes, and the longest time
 // that the window stands still meanwhile.
 
-#include "runtime/ui/Application.h"
 #include "runtime/ui/FindBar.h"
-#include "runtime/ui/Style.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -112,18 +110,3 @@ void BM_Find(benchmark::State& state)
 BENCHMARK(BM_Find)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 } // namespace
-
-int main(int argc, char** argv)
-{
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    ApplyStyle(application);
-    TApplication runtimeApplication;
-    TScreen screen;
-    Application = &runtimeApplication;
-    Screen = &screen;
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}
