@@ -15,7 +15,8 @@ constexpr int kLeastHeight = 76; // pixels at 96 dpi: two lines and the margins
 TFilterPane::TFilterPane(QWidget* parent, std::initializer_list<QWidget*> panels)
     : TScrollPane(QSize(), parent)
 {
-    auto* content = new QWidget;
+    // In the window from the first, so that Tab goes through the panels as before.
+    auto* content = new QWidget(viewport());
     auto* rows = new QVBoxLayout(content);
     rows->setContentsMargins(8, 8, 8, 6);
     rows->setSpacing(6);

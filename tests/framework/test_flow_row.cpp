@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QScrollBar>
 
 #include <gtest/gtest.h>
@@ -54,13 +55,13 @@ TEST(FlowRow, GoesOnInASecondLineAndKeepsLabelsBesideTheirControls)
 TEST(FilterPane, GivesWayToTheListBelow)
 {
     QWidget window;
-    auto* list = new TBelowFilters<QWidget>;
-    list->setMinimumHeight(200);
-    auto* filters = new QWidget;
+    auto* filters = new QWidget(&window);
     auto* rows = new QVBoxLayout(filters);
     std::vector<QLineEdit*> boxes;
     for (int i = 0; i < 6; ++i)
-        rows->addWidget(boxes.emplace_back(new QLineEdit));
+        rows->addWidget(boxes.emplace_back(new QLineEdit(filters)));
+    auto* list = new TBelowFilters<QPlainTextEdit>(&window);
+    list->setMinimumHeight(200);
     auto* pane = new TFilterPane(&window, {filters});
     auto* layout = new QVBoxLayout(&window);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -80,4 +81,5 @@ TEST(FilterPane, GivesWayToTheListBelow)
     EXPECT_TRUE(pane->verticalScrollBar()->isVisible());
     boxes.back()->setFocus();
     EXPECT_TRUE(pane->rect().contains(boxes.back()->mapTo(pane, boxes.back()->rect().center())));
+    EXPECT_EQ(boxes.back()->nextInFocusChain(), list) << "Tab goes on as before the panels were put there";
 }
