@@ -24,7 +24,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int kRowsBetweenLooks = 64; // at the clock
-constexpr int kSliceMilliseconds = 40; // of copying, before the window may paint
+constexpr int kSliceMilliseconds = 20; // of copying, before the window may paint
 
 constexpr size_t kShortCell = 64; // the most characters of a number or moment
 constexpr double kMostCents = 1e12; // with two decimals, told from its neighbours by them
