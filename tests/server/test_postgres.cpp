@@ -280,7 +280,7 @@ TEST_F(PostgresServerTest, OnlyTheRowsThatBreakAConstraintAreRefused)
     Changes changes(kOrders, client.Query(kOrders));
     // At the beginning and the end of what travels together, in its middle, and side by side.
     const std::map<int, QString> guilty{{0, u"few_pieces"_s}, {127, u"few_pieces"_s},
-        {128, u"K0001”已存在"_s}, {129, u"few_pieces"_s}, {200, u"NAME"_s}, {399, u"few_pieces"_s}};
+        {128, u"K0001”已存在"_s}, {129, u"few_pieces"_s}, {200, u"姓名”"_s}, {399, u"few_pieces"_s}};
     for (int row = 0; row < kRows; ++row) {
         if (row == 128)
             changes.Update(row, {{u"TX_LOGISTIC_ID"_s, u"K0001"_s}});
