@@ -221,8 +221,8 @@ public:
     QString ViewText(int viewRow, int field) const;
     wire::Value ViewValue(int viewRow, int field) const;
     qint64 ViewInteger(int viewRow, int field) const;
-    // The columns as they were read and a cell's row in them, -1 where the cell was edited since (of field -1:
-    // any cell of the row): for those that read very many cells. Both stand until the rows change.
+    // The columns as they were read and a cell's row in them, -1 where the cell was edited since (of field
+    // -1: any cell of the row): for those that read very many cells. Both stand until the rows change.
     const wire::Column& StoredColumn(int field) const;
     qint64 StoredRow(int viewRow, int field) const;
     TBookmark ViewBookmark(int viewRow) const;
