@@ -66,11 +66,10 @@ void AppendValue(std::string& text, const wire::Value& value)
 
 } // namespace
 
-void AuditFields::Add(QStringView column, const wire::Value& original, const wire::Value& current)
+void AuditFields::Add(std::string_view column, const wire::Value& original, const wire::Value& current)
 {
-    AddField({});
-    AppendText(text_, column);
-    text_ += ":[";
+    AddField(column);
+    text_ += '[';
     AppendValue(text_, original);
     text_ += ',';
     AppendValue(text_, current);
@@ -85,11 +84,17 @@ void AuditFields::AddField(std::string_view field)
 
 std::string AuditFields::Field(QStringView name, const wire::Value& value)
 {
-    std::string field;
-    AppendText(field, name);
-    field += ':';
+    std::string field = Name(name);
     AppendValue(field, value);
     return field;
+}
+
+std::string AuditFields::Name(QStringView name)
+{
+    std::string begin;
+    AppendText(begin, name);
+    begin += ':';
+    return begin;
 }
 
 std::string_view AuditFields::Finish()

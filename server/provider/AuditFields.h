@@ -19,11 +19,14 @@ struct Caller {
 class AuditFields {
 public:
     void Clear() { text_.clear(); }
-    void Add(QStringView column, const wire::Value& original, const wire::Value& current);
+    // The column as Name() gives it.
+    void Add(std::string_view column, const wire::Value& original, const wire::Value& current);
     // What has no old value: what the server wrote itself, whatever stood there; a statement's text.
     void Add(QStringView name, const wire::Value& value) { AddField(Field(name, value)); }
     void AddField(std::string_view field);
     static std::string Field(QStringView name, const wire::Value& value);
+    // As a field begins: made once, where very many rows have it.
+    static std::string Name(QStringView name);
     std::string_view Finish();
 
 private:

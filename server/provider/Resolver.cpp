@@ -169,7 +169,7 @@ private:
             const bool changed = !wire::SameValue(original, current);
             if (changed && row.kind != ChangeKind::Delete) {
                 RequireWidth(*column, current);
-                fields_.Add(column->stored->name, original, current);
+                fields_.Add(AuditName(*column), original, current);
                 write.sets.push_back({column->stored, std::move(current)});
                 Sign(write, *column->stored, u'=');
             }
@@ -185,6 +185,14 @@ private:
         }
         if (row.kind != ChangeKind::Insert && keysSeen != write.keys.size())
             throw wire::Error(wire::ErrorKind::Data, texts::BadChangeLog());
+    }
+
+    std::string_view AuditName(const TargetColumn& column)
+    {
+        std::string& name = auditNames_[column.position];
+        if (name.empty())
+            name = AuditFields::Name(column.stored->name);
+        return name;
     }
 
     void RequireAllowed(const RowWrite& write)
@@ -265,7 +273,7 @@ private:
         target_.TakeLastModifier(present);
         for (size_t i = 0; i < present.size(); ++i) {
             if (!wire::IsNull(present[i]))
-                fields_.Add(target_.Column(static_cast<quint16>(i))->stored->name, present[i], {});
+                fields_.Add(AuditName(*target_.Column(static_cast<quint16>(i))), present[i], {});
         }
     }
 
@@ -406,6 +414,7 @@ private:
     std::array<size_t, kRowsAtOnce> waitingVerdicts_{};
     size_t waiting_ = 0;
     AuditFields fields_; // of the row being planned
+    std::vector<std::string> auditNames_ = std::vector<std::string>(log_.columns.size()); // of columns so far
     std::vector<size_t> seen_ = std::vector<size_t>(log_.columns.size()); // by column: in which row
     size_t rowsRead_ = 0;
 };
