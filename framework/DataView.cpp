@@ -86,7 +86,9 @@ TDataView::~TDataView()
     DS->OnStateChange = nullptr;
     if (LayoutStorage && !layoutSection_.isEmpty())
         WriteLayout(*DataViewGrid, *LayoutStorage, layoutSection_);
-    delete findChild<TViewState*>(QString(), Qt::FindDirectChildrenOnly); // while the grid lives
+    // Both look at the grid, which empties itself as it goes, and at this view, which is none by then.
+    delete findChild<TViewState*>(QString(), Qt::FindDirectChildrenOnly);
+    delete findChild<TCriteriaWords*>(QString(), Qt::FindDirectChildrenOnly);
 }
 
 void TDataView::SetStriped(bool on)

@@ -68,7 +68,8 @@ void TFlowRow::setGeometry(const QRect& room)
         QHBoxLayout::setGeometry(room);
         return;
     }
-    QLayout::setGeometry(room);
+    // What the box would put into one line is put into several below.
+    QLayout::setGeometry(room); // NOLINT(bugprone-parent-virtual-call)
     FillLines(room, true);
 }
 

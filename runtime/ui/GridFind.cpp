@@ -154,7 +154,7 @@ void TNumberSet::Take(QStringView line)
     }
     QByteArray compared = number.toUtf8();
     std::ranges::transform(compared, compared.begin(), Folded);
-    int& place = places_[std::move(compared)];
+    int& place = places_[compared];
     if (places_.size() == numbers_.size()) { // it was there
         ++doubles_;
         return;
