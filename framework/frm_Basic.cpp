@@ -1,7 +1,7 @@
 #include "framework/frm_Basic.h"
 
-#include "framework/ActionKeys.h"
 #include "framework/DataView.h"
+#include "framework/ScreenKeys.h"
 #include "module/data/dm_BasicData.h"
 #include "runtime/ScreenTable.h"
 #include "runtime/ui/Application.h"

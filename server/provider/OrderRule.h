@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/provider/OrderStamps.h"
+#include "server/provider/StampRule.h"
 
 #include <array>
 
@@ -39,7 +39,7 @@ private:
     const Caller& caller_;
     const RowTarget& target_;
     const SiteScope& sites_;
-    const OrderStamps stamps_;
+    const StampRule stamps_;
     const bool everything_; // the headquarters
     std::vector<const Column*> columns_; // parallel to the table's
 };

@@ -1,4 +1,4 @@
-#include "server/provider/OrderStamps.h"
+#include "server/provider/StampRule.h"
 
 #include "company/OrderStatus.h"
 #include "company/Tables.h"
@@ -32,7 +32,7 @@ std::optional<QString> RefuseUnless(bool whole, QStringView column)
 
 } // namespace
 
-OrderStamps::OrderStamps(const Caller& caller, const RowTarget& target)
+StampRule::StampRule(const Caller& caller, const RowTarget& target)
     : caller_(caller)
 {
     const wire::Identity& who = caller.identity;
@@ -47,7 +47,7 @@ OrderStamps::OrderStamps(const Caller& caller, const RowTarget& target)
     }
 }
 
-std::optional<QString> OrderStamps::RefusalOf(const OrderChange& order) const
+std::optional<QString> StampRule::RefusalOf(const OrderChange& order) const
 {
     const auto isWatched = [this](const Cell& cell) { return std::ranges::count(watched_, cell.column) > 0; };
     if (std::ranges::none_of(order.write.sets, isWatched))
@@ -62,7 +62,7 @@ std::optional<QString> OrderStamps::RefusalOf(const OrderChange& order) const
 
 // Screens of the dispatch sign a cancellation without its time and mark; what is marked already stays signed
 // by whoever marked it; and who hands a courier's order back signs nothing.
-std::optional<QString> OrderStamps::RefusalOfCancellation(const OrderChange& order) const
+std::optional<QString> StampRule::RefusalOfCancellation(const OrderChange& order) const
 {
     const bool emptied =
         order.IsEmptied(u"CANCEL_SITE") || order.IsEmptied(u"CANCEL_MAN") || order.IsEmptied(u"CANCEL_DATE");
@@ -85,7 +85,7 @@ std::optional<QString> OrderStamps::RefusalOfCancellation(const OrderChange& ord
     return RefuseUnless(markedBefore || (cancels && order.IsHandedBack()), u"CANCEL_MAN");
 }
 
-std::optional<QString> OrderStamps::RefusalOfAcceptance(const OrderChange& order) const
+std::optional<QString> StampRule::RefusalOfAcceptance(const OrderChange& order) const
 {
     if (order.IsEmptied(u"ACCEPT_DATE") && !IsNull(order.RecSiteBecomes()))
         return RefuseUnless(false, u"ACCEPT_DATE");
@@ -106,7 +106,7 @@ std::optional<QString> OrderStamps::RefusalOfAcceptance(const OrderChange& order
 }
 
 // Who comes second to a pickup leaves the stamps of who was first.
-std::optional<QString> OrderStamps::RefusalOfPickup(const OrderChange& order) const
+std::optional<QString> StampRule::RefusalOfPickup(const OrderChange& order) const
 {
     if (order.IsEmptied(u"REC_MAN") || order.IsEmptied(u"REC_DATE"))
         return RefuseUnless(
@@ -122,19 +122,19 @@ std::optional<QString> OrderStamps::RefusalOfPickup(const OrderChange& order) co
 }
 
 // By the name, or by the account, which is what dispatch writes.
-bool OrderStamps::IsCancelledBySender(const OrderChange& order) const
+bool StampRule::IsCancelledBySender(const OrderChange& order) const
 {
     const QStringView man = TextOf(order.Becomes(u"CANCEL_MAN"));
     return TextOf(order.Becomes(u"CANCEL_SITE")) == caller_.identity.site
         && (man == caller_.identity.employeeName || man == caller_.identity.account);
 }
 
-bool OrderStamps::IsSender(const Value& name) const
+bool StampRule::IsSender(const Value& name) const
 {
     return !IsNull(name) && TextOf(name) == caller_.identity.employeeName;
 }
 
-bool OrderStamps::IsRecent(const Value& value) const
+bool StampRule::IsRecent(const Value& value) const
 {
     const auto* moment = std::get_if<wire::DateTime>(&value);
     return moment != nullptr && moment->seconds >= caller_.now.seconds - kOldestStamp

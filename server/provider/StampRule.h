@@ -6,9 +6,9 @@ namespace server {
 
 // Who did what to an order, and when. The last change is stamped by the server; the other stamps come from
 // the desk, and come whole: what says that something was done says also who did it, and when.
-class OrderStamps {
+class StampRule {
 public:
-    OrderStamps(const Caller& caller, const RowTarget& target);
+    StampRule(const Caller& caller, const RowTarget& target);
 
     // MODIFIER, MODIFY_CODE and MODIFY_SITE: left as its sender read them, they may be another's by then.
     const std::vector<storage::Cell>& Last() const noexcept { return last_; }

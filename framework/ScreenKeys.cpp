@@ -1,4 +1,4 @@
-#include "framework/ActionKeys.h"
+#include "framework/ScreenKeys.h"
 
 #include "framework/DataView.h"
 #include "framework/frm_Basic.h"
