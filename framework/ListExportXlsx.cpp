@@ -237,7 +237,8 @@ private:
         qint64 size = kFirstDataRoom;
         for (const lxw_worksheet* sheet : sheets_)
             size += sheet->optimize_tmpfile ? ftell(sheet->optimize_tmpfile) : 0;
-        if (QStorageInfo(QDir::tempPath()).bytesAvailable() < size)
+        const QStorageInfo room(QDir::tempPath());
+        if (room.isValid() && room.bytesAvailable() < size)
             file_.RaiseUnwritable(u"临时文件夹“%1”放不下"_s.arg(QDir::tempPath()));
         // Packing takes as long as the rows did, and cannot be broken off: a file given up is dropped when it
         // is done.
