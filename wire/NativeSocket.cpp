@@ -145,6 +145,11 @@ qsizetype NativeSocket::Receive(char* to, qsizetype size, int timeout)
     return ReceiveWith(0, to, size, QDeadlineTimer(timeout));
 }
 
+qsizetype NativeSocket::ReceiveNow(char* to, qsizetype size)
+{
+    return ReceiveOnce(0, to, size);
+}
+
 qsizetype NativeSocket::ReceiveLater(char* to, qsizetype size, int timeout)
 {
     const QDeadlineTimer deadline(timeout);
@@ -157,19 +162,26 @@ qsizetype NativeSocket::Peek(char* to, qsizetype size, int timeout)
     return ReceiveWith(MSG_PEEK, to, size, QDeadlineTimer(timeout));
 }
 
-qsizetype NativeSocket::ReceiveWith(int flags, char* to, qsizetype size, const QDeadlineTimer& deadline)
+qsizetype NativeSocket::ReceiveOnce(int flags, char* to, qsizetype size)
 {
-    const auto socket = static_cast<Handle>(descriptor_);
     for (;;) {
-        const auto got = recv(socket, to, static_cast<Length>(std::min(size, kLargestStep)), flags);
+        const auto got = recv(
+            static_cast<Handle>(descriptor_), to, static_cast<Length>(std::min(size, kLargestStep)), flags);
         if (got >= 0)
             return static_cast<qsizetype>(got);
-        if (WasInterrupted(LastError()))
-            continue;
-        if (!WouldBlock(LastError()))
-            RaiseLast();
-        if (!Wait(socket, POLLIN, deadline))
+        if (WouldBlock(LastError()))
             return kTimedOut;
+        if (!WasInterrupted(LastError()))
+            RaiseLast();
+    }
+}
+
+qsizetype NativeSocket::ReceiveWith(int flags, char* to, qsizetype size, const QDeadlineTimer& deadline)
+{
+    for (;;) {
+        const qsizetype got = ReceiveOnce(flags, to, size);
+        if (got != kTimedOut || !Wait(static_cast<Handle>(descriptor_), POLLIN, deadline))
+            return got;
     }
 }
 

@@ -21,6 +21,8 @@ public:
     // Gives the number of bytes read, at least one, or 0 at the end of the stream, or kTimedOut when nothing
     // came for `timeout` milliseconds. Raises Error(Connection).
     qsizetype Receive(char* to, qsizetype size, int timeout);
+    // As Receive, with kTimedOut when nothing is there yet.
+    qsizetype ReceiveNow(char* to, qsizetype size);
     // As Receive, where nothing is there yet: does not try first.
     qsizetype ReceiveLater(char* to, qsizetype size, int timeout);
     // Sends everything. False when the next 128 KB (or what is left) could not be sent within `timeout`
@@ -50,6 +52,7 @@ public:
     static void Close(qintptr descriptor) noexcept;
 
 private:
+    qsizetype ReceiveOnce(int flags, char* to, qsizetype size);
     qsizetype ReceiveWith(int flags, char* to, qsizetype size, const QDeadlineTimer& deadline);
 
     qintptr descriptor_;

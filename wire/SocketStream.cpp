@@ -43,7 +43,10 @@ qsizetype SocketStream::Receive(char* to, qsizetype size, int timeout)
     const bool sent = std::exchange(sent_, false);
     if (tls_ != nullptr)
         return ReceiveDecrypted(to, size, timeout);
-    return sent ? native_.ReceiveLater(to, size, timeout) : native_.Receive(to, size, timeout);
+    if (!sent)
+        return native_.Receive(to, size, timeout);
+    const qsizetype got = watch_.Receive(native_, to, size);
+    return got != kTimedOut ? got : native_.ReceiveLater(to, size, timeout);
 }
 
 bool SocketStream::Send(const char* bytes, qsizetype size, int timeout)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "wire/NativeSocket.h"
+#include "wire/ShortWatch.h"
 
 #include <memory>
 
@@ -41,6 +42,7 @@ private:
     std::unique_ptr<QTcpSocket> socket_;
     QSslSocket* tls_; // the socket, where it is one
     NativeSocket native_;
+    ShortWatch watch_;
     bool sent_ = false; // the last thing done: an answer to it takes time
 };
 

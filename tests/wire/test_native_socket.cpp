@@ -1,4 +1,5 @@
 #include "wire/NativeSocket.h"
+#include "wire/ShortWatch.h"
 
 #include <gtest/gtest.h>
 
@@ -81,5 +82,28 @@ TEST(NativeSocketTest, AnAnswerIsWaitedForUntilItComesOrTheWaitIsEnded)
     NativeSocket::Close(ends[1]);
     EXPECT_EQ(own.ReceiveLater(got, sizeof got, 10'000), 0);
     EXPECT_TRUE(own.PeerHasClosed());
+    NativeSocket::Close(ends[0]);
+}
+// Whoever was watched in vain is not watched the next times; what came meanwhile is not lost.
+TEST(NativeSocketTest, AWatchInVainIsFollowedByNone)
+{
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    ASSERT_EQ(fcntl(ends[0], F_SETFL, O_NONBLOCK), 0);
+    NativeSocket own(ends[0]);
+    NativeSocket peer(ends[1]);
+    wire::ShortWatch watch;
+    char got[8];
+
+    peer.Send("abc", 3, 1000);
+    EXPECT_EQ(watch.Receive(own, got, sizeof got), 3);
+    EXPECT_EQ(watch.Receive(own, got, sizeof got), NativeSocket::kTimedOut);
+    peer.Send("abc", 3, 1000);
+    int leftOut = 0;
+    while (leftOut < 100 && watch.Receive(own, got, sizeof got) == NativeSocket::kTimedOut)
+        ++leftOut;
+    EXPECT_EQ(leftOut, 8);
+    NativeSocket::Close(ends[1]);
+    EXPECT_EQ(watch.Receive(own, got, sizeof got), 0);
     NativeSocket::Close(ends[0]);
 }
