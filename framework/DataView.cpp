@@ -175,7 +175,8 @@ void TDataView::DataViewGridContextMenu(QMenu& menu)
         if (button)
             menu.addAction(
                     text + QString::fromUtf16(key), button, [button = button] { PressButton(*button); })
-                ->setEnabled(button->isEnabled());
+                ->setEnabled(
+                    button->isEnabled() && (button != screen->SaveButton() || screen->isWindowModified()));
     }
 }
 

@@ -100,7 +100,7 @@ void Tfrm_Basic::WatchUnsavedEdits()
     connect(soon, &QTimer::timeout, this, [this] {
         const std::vector<TClientDataSetEx*> dataSets = OwnedDataSets();
         setWindowModified(
-            !Quiet && std::ranges::any_of(dataSets, [](const auto* set) { return set->HasUnsavedEdits(); }));
+            std::ranges::any_of(dataSets, [](const auto* set) { return set->HasUnsavedEdits(); }));
     });
     // A look-up's dataset tells of four changes each time it is asked.
     const auto changed = [soon] {

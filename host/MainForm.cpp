@@ -135,6 +135,7 @@ TMainForm::TMainForm(TPublishedData& published, std::function<wire::DateTime()> 
         if (auto* form = qobject_cast<TForm*>(screen))
             form->Close();
     });
+    connect(windows_, &TWindowList::ModifiedChanged, this, &TMainForm::UpdateActions);
     connect(windows_, &TWindowList::CountChanged, this, [this](int count) {
         QWidget* shown = desk_->widget(count > 0 ? 1 : 0);
         if (shown == desk_->currentWidget())
@@ -340,7 +341,7 @@ void TMainForm::BuildToolBar()
         [this] { PressScreenButton(kSaveButton); });
     saveAction_->setObjectName(u"SaveAction"_s);
     saveAction_->setShortcut(QKeySequence(QString::fromUtf16(kSaveKey)));
-    saveAction_->setToolTip(u"当前窗口的保存（Ctrl+S）"_s);
+    saveAction_->setToolTip(u"当前窗口的保存，有没有保存的修改时可以用（Ctrl+S）"_s);
     exportAction_ = bar->addAction(style()->standardIcon(QStyle::SP_FileIcon), u"导出"_s, this, [this] {
         if (QAction* action = ListAction(kExportAction))
             action->trigger();
@@ -420,7 +421,8 @@ void TMainForm::PressScreenButton(const char* property)
 void TMainForm::UpdateActions()
 {
     queryAction_->setEnabled(ScreenButton(kQueryButton));
-    saveAction_->setEnabled(ScreenButton(kSaveButton));
+    // The screen's own button may be pressed at any time, and says when there is nothing.
+    saveAction_->setEnabled(ScreenButton(kSaveButton) && Screen->ActiveForm()->isWindowModified());
     exportAction_->setEnabled(ListAction(kExportAction));
     printAction_->setEnabled(ListAction(kPrintAction));
     searchEdit_->setEnabled(searchGrid_);

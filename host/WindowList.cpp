@@ -108,7 +108,9 @@ void TWindowList::ShowTitle(const QWidget* screen)
 
 bool TWindowList::eventFilter(QObject* screen, QEvent* event)
 {
-    if (event->type() == QEvent::ModifiedChange)
+    if (event->type() == QEvent::ModifiedChange) {
         ShowTitle(static_cast<QWidget*>(screen));
+        Q_EMIT ModifiedChanged();
+    }
     return false;
 }

@@ -30,6 +30,7 @@ Q_SIGNALS:
     void Chosen(QWidget* screen);
     void CloseWanted(QWidget* screen);
     void CountChanged(int count);
+    void ModifiedChanged(); // a screen has something to save, or no longer
 
 private:
     struct TEntry {

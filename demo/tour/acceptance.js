@@ -55,7 +55,8 @@ accept.control("DBDateTimeEditEh2").text = "2000-01-01 00:00:00";
 expectMessage("详细：结束日期不能比开始日期还早！", () => accept.control("Button4").click());
 accept.control("DBDateTimeEditEh2").text = host.serverTime.slice(0, 10) + " 23:59:59";
 host.key("F5");
-expectMessage("详细：没有改变任何数据，因此不需要保存！", () => host.key("Ctrl+S"));
+expectMessage("详细：没有改变任何数据，因此不需要保存！", () => accept.control("保存").click());
+assert(!host.control("SaveAction").enabled, "nothing to save");
 
 chapter("接单并保存");
 var first = list.value(0, "TX_LOGISTIC_ID");

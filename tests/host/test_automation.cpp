@@ -108,7 +108,7 @@ TEST_F(AutomationTest, BoxesAreAnsweredBeforehandOrShownToTheScript)
         host.exec('frm_Sample111');
         const screen = host.screen('frm_Sample');
         host.clearMessages();
-        host.key('Ctrl+S');
+        screen.control('Button1').click();
         assertEqual(host.messages(), [{text: '详细：要保存吗？', caption: '示例', icon: 'question'}]);
 
         screen.control('DBEditEh1').text = '未保存';

@@ -119,6 +119,8 @@ TEST_F(FrameTest, ToolbarPressesTheActiveScreensButtons)
     ASSERT_TRUE(Command("QueryAction")->isEnabled());
     Command("QueryAction")->trigger();
     EXPECT_GT(screen->findChild<TClientDataSetEx*>(u"sites"_s)->RecordCount(), 0);
+    EXPECT_FALSE(Command("SaveAction")->isEnabled()) << "nothing to save";
+    screen->setWindowModified(true);
     Command("SaveAction")->trigger();
     EXPECT_EQ(LastMessage(), u"详细：要保存吗？"_s);
     screen->Close();
