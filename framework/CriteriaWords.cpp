@@ -4,9 +4,11 @@
 #include "framework/NumberListInput.h"
 #include "framework/frm_Basic.h"
 
+#include <QAbstractItemView>
 #include <QLabel>
 #include <QRadioButton>
 #include <QRegularExpression>
+#include <QStackedWidget>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -23,16 +25,17 @@ Tfrm_Basic* ScreenOf(const QWidget& widget)
     return nullptr;
 }
 
+// A box of the screen itself, on whatever page: not of a list, nor a part of another box.
 bool IsCriterion(const Tfrm_Basic& screen, const QWidget& box)
 {
     const auto* binding = box.findChild<TDBBinding*>(QString(), Qt::FindDirectChildrenOnly);
-    if (box.objectName().isEmpty() || (binding && binding->Bound()) || !box.isVisibleTo(&screen)
-        || !box.isEnabled())
+    if (box.objectName().isEmpty() || (binding && binding->Bound()) || box.isHidden() || !box.isEnabled())
         return false;
     for (const QWidget* around = box.parentWidget(); around && around != &screen;
          around = around->parentWidget()) {
+        const bool otherPage = qobject_cast<const QStackedWidget*>(around->parentWidget());
         if (qobject_cast<const TDataView*>(around) || qobject_cast<const QComboBox*>(around)
-            || qobject_cast<const QAbstractScrollArea*>(around))
+            || qobject_cast<const QAbstractItemView*>(around) || (around->isHidden() && !otherPage))
             return false;
     }
     return true;
