@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QStorageInfo>
 
 #include <algorithm>
 #include <filesystem>
@@ -13,6 +14,17 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int kProgressMilliseconds = 50;
+constexpr int kMostParts = 100;
+constexpr int kLongestName = 255; // bytes, on most systems
+constexpr qint64 kLittleRoom = 64 * 1024; // bytes
+
+// What the system says in its own language only is said in the user's.
+QString WhyNot(const QFileDevice& file)
+{
+    if (QFileInfo(file.fileName()).fileName().toUtf8().size() > kLongestName)
+        return u"文件名太长"_s;
+    return file.errorString();
+}
 
 } // namespace
 
@@ -37,14 +49,24 @@ int SheetsFor(const TExportRows& rows, int sheetRows)
     return std::max(1, (rows.RowCount() + room - 1) / room);
 }
 
+// Whether it may be written at all is known before the work begins.
 TPartFile::TPartFile(const QString& path)
     : path_(QFileInfo(path).absoluteFilePath())
-    , name_(path_ + u".part"_s)
 {
-    // Whether it may be written at all is known before the work begins.
-    QFile file(name_);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        RaiseUnwritable(file.errorString());
+    if (QFileInfo(path_).isDir())
+        RaiseUnwritable(u"这是一个文件夹"_s);
+    QFile before(path_);
+    if (before.exists() && !before.open(QIODevice::ReadWrite | QIODevice::ExistingOnly))
+        RaiseUnwritable(WhyNot(before));
+    // Another's file of the name stays, a second client's part among them.
+    for (int number = 1;; ++number) {
+        name_ = number == 1 ? path_ + u".part"_s : path_ + u".%1.part"_s.arg(number);
+        QFile file(name_);
+        if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
+            return;
+        if (!file.exists() || number == kMostParts)
+            RaiseUnwritable(WhyNot(file));
+    }
 }
 
 TPartFile::~TPartFile()
@@ -58,13 +80,19 @@ void TPartFile::Finish()
     std::error_code error;
     std::filesystem::rename(name_.toStdU16String(), path_.toStdU16String(), error);
     if (error)
-        RaiseUnwritable(QString::fromLocal8Bit(error.message()));
+        RaiseUnwritable(qt_error_string(error.value()));
     finished_ = true;
 }
 
 void TPartFile::RaiseUnwritable(const QString& reason) const
 {
     throw wire::Error(wire::ErrorKind::Storage, u"不能写入文件“%1”：%2"_s.arg(path_, reason));
+}
+
+void TPartFile::RaiseUnwritten(const QString& reason) const
+{
+    const bool full = QStorageInfo(QFileInfo(path_).absolutePath()).bytesAvailable() < kLittleRoom;
+    RaiseUnwritable(full ? u"磁盘已满"_s : reason);
 }
 
 bool TPacedProgress::GoOn(int rows)

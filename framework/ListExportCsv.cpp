@@ -198,7 +198,7 @@ public:
         case TListBlocks::TOutcome::GivenUp:
             return false;
         case TListBlocks::TOutcome::Full:
-            part_.RaiseUnwritable(file_.errorString());
+            part_.RaiseUnwritten(file_.errorString());
         case TListBlocks::TOutcome::Done:
             break;
         }
@@ -216,7 +216,7 @@ private:
         if (recode_)
             CsvFormat::Recode(lines);
         if (!Take(lines.Bytes()))
-            part_.RaiseUnwritable(file_.errorString());
+            part_.RaiseUnwritten(file_.errorString());
     }
 
     void WriteTitles()

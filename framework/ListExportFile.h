@@ -19,6 +19,8 @@ public:
     // Raises wire::Error (Storage).
     void Finish();
     [[noreturn]] void RaiseUnwritable(const QString& reason) const;
+    // It no longer takes what is written.
+    [[noreturn]] void RaiseUnwritten(const QString& reason) const;
 
 private:
     QString path_;

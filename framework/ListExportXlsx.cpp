@@ -19,6 +19,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int kFirstDataRoom = 16 * 1024 * 1024; // bytes, for the parts of the file besides the rows
+constexpr int kCellCharacters = 32'767; // the most of a workbook's cell
 constexpr double kPixelsPerCharacter = 7;
 constexpr int kRowsBetweenLooks = 32; // at the clock
 constexpr auto kCloseLook = std::chrono::milliseconds(50);
@@ -202,7 +203,7 @@ private:
                 break;
             }
             if (error != LXW_NO_ERROR)
-                file_.RaiseUnwritable(QString::fromUtf8(lxw_strerror(error)));
+                RaiseRefused(error);
         }
         ++next_;
     }
@@ -231,6 +232,13 @@ private:
             file_.RaiseUnwritable(u"临时文件夹“%1”已满"_s.arg(QDir::tempPath()));
     }
 
+    [[noreturn]] void RaiseRefused(lxw_error error) const
+    {
+        if (error == LXW_ERROR_MAX_STRING_LENGTH_EXCEEDED)
+            file_.RaiseUnwritable(u"有的单元格超过 %L1 个字，请选 CSV"_s.arg(kCellCharacters));
+        file_.RaiseUnwritten(u"写入中断（%1）"_s.arg(QString::fromUtf8(lxw_strerror(error))));
+    }
+
     bool Close(const TExportProgress& progress, int count)
     {
         RequireWritten();
@@ -251,7 +259,7 @@ private:
         if (!wanted)
             return false;
         if (error != LXW_NO_ERROR)
-            file_.RaiseUnwritable(QString::fromUtf8(lxw_strerror(error)));
+            RaiseRefused(error);
         file_.Finish();
         return true;
     }

@@ -32,7 +32,7 @@ public:
     void Check() override
     {
         if (file_.error() != QFileDevice::NoError)
-            part_.RaiseUnwritable(file_.errorString());
+            part_.RaiseUnwritten(file_.errorString());
     }
     void Finish() override
     {

@@ -4,6 +4,7 @@
 #include "framework/LabelledControls.h"
 #include "framework/ProposedFile.h"
 #include "framework/Questions.h"
+#include "framework/ScreenHandlers.h"
 #include "framework/frm_Progress.h"
 #include "module/data/DataSetRows.h"
 #include "module/data/MessageBoxes.h"
@@ -95,7 +96,11 @@ Tfrm_Export::Tfrm_Export(QObject* owner, TDBGridEh& grid, const QString& title)
 
 void Tfrm_Export::Execute(TDBGridEh& grid, const QString& title)
 {
-    if (!grid.DataSet() || !HasRows(*grid.DataSet()) || !grid.CommitEditor())
+    if (!grid.DataSet() || !HasRows(*grid.DataSet())) {
+        ShowNotice(u"列表里没有行，没有可以导出的。"_s);
+        return;
+    }
+    if (!grid.CommitEditor())
         return;
     auto* form = new Tfrm_Export(Application, grid, title); // frees itself when it closes
     form->ShowModal();
@@ -136,19 +141,26 @@ bool Tfrm_Export::FormKeyDown(QKeyEvent* event)
     return true;
 }
 
-// The name follows the form, as far as it ends in one's.
+QString Tfrm_Export::WithEnding(QString name) const
+{
+    for (const QString& ending : {u".xlsx"_s, u".csv"_s}) {
+        if (name.endsWith(ending, Qt::CaseInsensitive))
+            name.chop(ending.size());
+    }
+    return name + (RadioButton1->isChecked() ? u".xlsx"_s : u".csv"_s);
+}
+
 void Tfrm_Export::FormChosen()
 {
-    const QString ending = RadioButton1->isChecked() ? u".xlsx"_s : u".csv"_s;
-    QString name = Edit1->text();
-    if (name.endsWith(u".xlsx"_s) || name.endsWith(u".csv"_s))
-        Edit1->setText(name.first(name.lastIndexOf(u'.')) + ending);
+    if (!Edit1->text().isEmpty())
+        Edit1->setText(WithEnding(Edit1->text()));
     const int sheets = SheetsFor(TGridRows(grid_, RadioButton5->isChecked()));
     Label1->setText(RadioButton1->isChecked() && sheets > 1
             ? u"工作表最多 %L1 行，这些行分在 %2 个工作表里；也可以选 CSV。"_s.arg(kSheetRows).arg(sheets)
             : RadioButton1->isChecked()
             ? QString()
-            : u"用电子表格直接打开 CSV 时，长的单号可能被当成数字；要保留每一位，请选 Excel 工作簿。"_s);
+            : u"用电子表格直接打开 CSV 时，长的单号可能被当成数字；要保留每一位，请选 Excel 工作簿。"_s
+                + (RadioButton3->isChecked() ? u"936 里没有的字变成 ?。"_s : QString()));
 }
 
 bool Tfrm_Export::Write(TExportRows& rows, const QString& path)
@@ -168,12 +180,18 @@ bool Tfrm_Export::Write(TExportRows& rows, const QString& path)
 
 void Tfrm_Export::Button1Click()
 {
-    const QString path = QDir::fromNativeSeparators(Edit1->text().trimmed());
-    const QFileInfo file(path);
-    if (path.isEmpty()
-        || (file.exists()
-            && !AskYesNo(
-                u"文件“%1”已经存在，要替换它吗？"_s.arg(file.fileName()), Caption(), TDefaultAnswer::No)))
+    const QString typed = QDir::fromNativeSeparators(Edit1->text().trimmed());
+    QFileInfo file(QDir(KeptFolder()), typed);
+    if (typed.isEmpty() || typed.endsWith(u'/') || file.isDir()) {
+        Label1->setText(u"请写上文件名。"_s);
+        Edit1->setFocus();
+        return;
+    }
+    file.setFile(WithEnding(file.absoluteFilePath()));
+    const QString path = file.absoluteFilePath();
+    Edit1->setText(QDir::toNativeSeparators(path));
+    if (file.exists()
+        && !AskYesNo(u"文件“%1”已经存在，要替换它吗？"_s.arg(file.fileName()), Caption(), TDefaultAnswer::No))
         return;
     Button4->hide();
     try {

@@ -30,6 +30,8 @@ private:
     void Button1Click();
     void Button3Click();
     void Button4Click();
+    // With the ending of the form chosen.
+    QString WithEnding(QString name) const;
     void FormChosen();
     bool Write(TExportRows& rows, const QString& path);
 
