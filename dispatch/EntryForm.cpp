@@ -1,12 +1,12 @@
 #include "dispatch/EntryForm.h"
 
 #include "dispatch/Couriers.h"
+#include "framework/FlowGrid.h"
 #include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
 #include "framework/Lookups.h"
 #include "module/data/dm_GlobalData.h"
 
-#include <QGridLayout>
 #include <QGroupBox>
 
 #include <algorithm>
@@ -26,24 +26,10 @@ TLookupParams NamesOf(TDataSource* list, const QString& field, const QString& ti
     return {.listSource = list, .keyField = field, .listField = field, .columns = {{field, title, 140}}};
 }
 
-QGridLayout* NewFieldGrid(QWidget* parent, int pairs)
-{
-    auto* grid = new QGridLayout(parent);
-    grid->setContentsMargins(0, 0, 0, 0);
-    grid->setHorizontalSpacing(6);
-    grid->setVerticalSpacing(4);
-    for (int pair = 0; pair < pairs; ++pair)
-        grid->setColumnStretch(pair * 2 + 1, 1);
-    return grid;
-}
-
 // With room for the longest label, so that the rows of the form stand below one another.
-QGridLayout* NewRow(QWidget* parent)
+TFlowGrid* NewRows(QWidget* parent)
 {
-    QGridLayout* grid = NewFieldGrid(parent, kPairs);
-    for (int pair = 0; pair < kPairs; ++pair)
-        grid->setColumnMinimumWidth(pair * 2, parent->fontMetrics().horizontalAdvance(u"发货人电话"_s));
-    return grid;
+    return new TFlowGrid(parent, kPairs, parent->fontMetrics().horizontalAdvance(u"发货人电话"_s));
 }
 
 } // namespace
@@ -72,50 +58,51 @@ template <typename TBox> TBox* TEntryForm::NewBox(QWidget* parent, const QString
 }
 
 template <typename TBox>
-TBox* TEntryForm::Place(QGridLayout& grid, int row, int column, const QString& caption, const QString& name,
-    QStringView field, int span)
+TBox* TEntryForm::Place(
+    TFlowGrid& grid, const QString& caption, const QString& name, QStringView field, int span)
 {
     auto* box = NewBox<TBox>(grid.parentWidget(), name, field);
-    grid.addWidget(LabelFor(box, caption, grid.parentWidget()), row, column * 2);
-    grid.addWidget(box, row, column * 2 + 1, 1, span * 2 - 1);
+    grid.AddBox(LabelFor(box, caption, grid.parentWidget()), box, span);
     return box;
 }
 
 QWidget* TEntryForm::CreateShipper()
 {
     auto* part = new QWidget(this);
-    QGridLayout& grid = *NewRow(part);
+    TFlowGrid& grid = *NewRows(part);
     CUSTOMER_NAME = new TDBPageLookup_Customer(part, u"CUSTOMER_NAME"_s);
     CUSTOMER_NAME->setPlaceholderText(u"编号、名称或电话"_s);
     CUSTOMER_NAME->setToolTip(u"离开时没有选中客户，发货人的电话、姓名、公司和省、市、区(县)就会清空"_s);
-    grid.addWidget(LabelFor(CUSTOMER_NAME, u"客户检索"_s, part), 0, 0);
-    grid.addWidget(CUSTOMER_NAME, 0, 1);
-    PHONE = Place<TDBEditEh>(grid, 0, 1, u"发货人电话"_s, u"PHONE"_s, u"PHONE");
-    edt_name = Place<TDBEditEh>(grid, 0, 2, u"发货人姓名"_s, u"edt_name"_s, u"NAME");
-    COMPANYNAME = Place<TDBEditEh>(grid, 0, 3, u"发货人公司"_s, u"COMPANYNAME"_s, u"COMPANYNAME");
+    grid.AddBox(LabelFor(CUSTOMER_NAME, u"客户检索"_s, part), CUSTOMER_NAME);
+    PHONE = Place<TDBEditEh>(grid, u"发货人电话"_s, u"PHONE"_s, u"PHONE");
+    edt_name = Place<TDBEditEh>(grid, u"发货人姓名"_s, u"edt_name"_s, u"NAME");
+    COMPANYNAME = Place<TDBEditEh>(grid, u"发货人公司"_s, u"COMPANYNAME"_s, u"COMPANYNAME");
     return part;
 }
 
 QWidget* TEntryForm::CreateAddresses()
 {
     auto* part = new QWidget(this);
-    auto* row = new QHBoxLayout(part);
-    row->setContentsMargins(0, 0, 0, 0);
+    auto* row = new TFlowRow(part);
     const auto address = [&](const QString& caption, const QString& prefix, TDBLookupComboboxEh*& province,
                              TDBLookupComboboxEh*& city, TDBLookupComboboxEh*& county) {
         auto* group = new QGroupBox(caption, part);
-        QGridLayout& grid = *NewFieldGrid(group, 3);
-        grid.setContentsMargins(8, 2, 8, 4);
-        const auto region = [&](int column, const QString& label, const QString& field) {
-            return Place<TDBLookupComboboxEh>(grid, 0, column, label, prefix + field, prefix + field);
+        auto* lines = new QVBoxLayout(group);
+        lines->setContentsMargins(8, 2, 8, 4);
+        lines->setSpacing(4);
+        auto* regions = new QWidget(group);
+        auto* grid = new TFlowGrid(regions, 3);
+        const auto region = [&](const QString& label, const QString& field) {
+            return Place<TDBLookupComboboxEh>(*grid, label, prefix + field, prefix + field);
         };
-        province = region(0, u"省"_s, u"PROV"_s);
-        city = region(1, u"市"_s, u"CITY"_s);
-        county = region(2, u"区(县)"_s, u"COUNTY"_s);
+        province = region(u"省"_s, u"PROV"_s);
+        city = region(u"市"_s, u"CITY"_s);
+        county = region(u"区(县)"_s, u"COUNTY"_s);
+        lines->addWidget(regions);
         auto* street = new QHBoxLayout;
         AddControl(*street, u"（县下详细地址）"_s,
             NewBox<TDBEditEh>(group, prefix + u"ADDRESS"_s, QString(prefix + u"ADDRESS"_s)));
-        grid.addLayout(street, 1, 0, 1, -1);
+        lines->addLayout(street);
         row->addWidget(group, 1);
     };
     address(u"发货地址"_s, {}, PROV, CITY, COUNTY);
@@ -126,19 +113,19 @@ QWidget* TEntryForm::CreateAddresses()
 QWidget* TEntryForm::CreateParcel()
 {
     auto* part = new QWidget(this);
-    QGridLayout& grid = *NewRow(part);
+    TFlowGrid& grid = *NewRows(part);
     DBLookupComboboxEh1 =
-        Place<TDBLookupComboboxEh>(grid, 0, 0, u"目的地"_s, u"DBLookupComboboxEh1"_s, u"DESTINATION");
-    Place<TDBEditEh>(grid, 0, 1, u"货物重量"_s, u"TOTAL_WEIGHT"_s, u"TOTAL_WEIGHT");
-    Place<TDBEditEh>(grid, 0, 2, u"体积"_s, u"TOTAL_VOLUME"_s, u"TOTAL_VOLUME");
-    Place<TDBEditEh>(grid, 0, 3, u"件数"_s, u"PIECE"_s, u"PIECE");
-    Place<TDBDateTimeEditEh>(grid, 1, 0, u"预约时间"_s, u"SEND_START_TIME"_s, u"SEND_START_TIME")
+        Place<TDBLookupComboboxEh>(grid, u"目的地"_s, u"DBLookupComboboxEh1"_s, u"DESTINATION");
+    Place<TDBEditEh>(grid, u"货物重量"_s, u"TOTAL_WEIGHT"_s, u"TOTAL_WEIGHT");
+    Place<TDBEditEh>(grid, u"体积"_s, u"TOTAL_VOLUME"_s, u"TOTAL_VOLUME");
+    Place<TDBEditEh>(grid, u"件数"_s, u"PIECE"_s, u"PIECE");
+    Place<TDBDateTimeEditEh>(grid, u"预约时间"_s, u"SEND_START_TIME"_s, u"SEND_START_TIME")
         ->setPlaceholderText(u"不填就是现在"_s);
-    Place<TDBCheckBoxEh>(grid, 1, 1, u"是否保价"_s, u"BL_INSURANCE"_s, u"BL_INSURANCE");
-    PAY_TYPE = Place<TDBComboBoxEh>(grid, 1, 2, u"支付方式"_s, u"PAY_TYPE"_s, u"PAY_TYPE");
-    REC_GOODS_MAN = Place<TDBLookupComboboxEh>(grid, 1, 3, u"业务员"_s, u"REC_GOODS_MAN"_s, u"REC_GOODS_MAN");
-    Place<TDBEditEh>(grid, 2, 0, u"备注"_s, u"REMARK"_s, u"REMARK", 3);
-    auto* number = Place<TDBEditEh>(grid, 2, 3, u"订单编号"_s, u"TX_LOGISTIC_ID"_s, u"TX_LOGISTIC_ID");
+    Place<TDBCheckBoxEh>(grid, u"是否保价"_s, u"BL_INSURANCE"_s, u"BL_INSURANCE");
+    PAY_TYPE = Place<TDBComboBoxEh>(grid, u"支付方式"_s, u"PAY_TYPE"_s, u"PAY_TYPE");
+    REC_GOODS_MAN = Place<TDBLookupComboboxEh>(grid, u"业务员"_s, u"REC_GOODS_MAN"_s, u"REC_GOODS_MAN");
+    Place<TDBEditEh>(grid, u"备注"_s, u"REMARK"_s, u"REMARK", 3);
+    auto* number = Place<TDBEditEh>(grid, u"订单编号"_s, u"TX_LOGISTIC_ID"_s, u"TX_LOGISTIC_ID");
     number->setReadOnly(true);
     number->setFocusPolicy(Qt::ClickFocus);
     return part;

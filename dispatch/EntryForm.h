@@ -8,7 +8,7 @@
 #include <QLabel>
 #include <QPushButton>
 
-class QGridLayout;
+class TFlowGrid;
 
 // The boxes of the order being entered, and the buttons below them. Tab and Enter walk the boxes in the order
 // in which a telephone call goes: who calls, from where, to where, what, when, who collects it.
@@ -51,8 +51,8 @@ private:
     template <typename TBox> TBox* NewBox(QWidget* parent, const QString& name, QStringView field);
     // A label and a new box of the field, the box `span` pairs wide.
     template <typename TBox>
-    TBox* Place(QGridLayout& grid, int row, int column, const QString& caption, const QString& name,
-        QStringView field, int span = 1);
+    TBox* Place(
+        TFlowGrid& grid, const QString& caption, const QString& name, QStringView field, int span = 1);
 
     TDataSource* order_;
     QHash<QString, QWidget*> boxes_; // by field

@@ -1,5 +1,6 @@
 #include "orders/OrderSearchPanel.h"
 
+#include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
 #include "framework/Lookups.h"
 #include "framework/PageLookup.h"
@@ -45,7 +46,7 @@ TOrderSearchPanel::TOrderSearchPanel(QWidget* parent, const QString& name, const
 
     numbers_ = new TNumberListInput(content, u"NumberBox"_s, numbers, u"按物流号查询"_s, u"按运单号查询"_s);
     numbers_->setMaximumWidth(Scaled(*this, kNumberBoxWidth));
-    auto* parts = new QHBoxLayout(content);
+    auto* parts = new TFlowRow(content);
     parts->setContentsMargins(8, 4, 8, 6);
     parts->setSpacing(10);
     parts->addWidget(numbers_);

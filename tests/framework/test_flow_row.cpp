@@ -1,12 +1,14 @@
 #include "framework/FlowRow.h"
 
 #include "framework/FilterPane.h"
+#include "framework/FlowGrid.h"
 #include "framework/LabelledControls.h"
 
 #include <QCoreApplication>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QScrollBar>
+#include <QSet>
 
 #include <gtest/gtest.h>
 
@@ -49,6 +51,38 @@ TEST(FlowRow, GoesOnInASecondLineAndKeepsLabelsBesideTheirControls)
             EXPECT_EQ(label->geometry().center().y(), box->geometry().center().y()) << width;
     }
     EXPECT_GT(lines, 3 * panel.fontMetrics().height());
+}
+
+// Boxes of one column stand below one another, each beside its label; narrower, in fewer columns.
+TEST(FlowGrid, KeepsItsColumnsWhileTheyFitAndHasFewerThen)
+{
+    QWidget panel;
+    auto* grid = new TFlowGrid(&panel, 3, 40);
+    std::vector<QLineEdit*> boxes;
+    for (int i = 0; i < 5; ++i) {
+        boxes.push_back(new QLineEdit(&panel));
+        boxes.back()->setMinimumWidth(i == 0 ? 150 : 80);
+        grid->AddBox(LabelFor(boxes.back(), u"箱%1"_s.arg(i), &panel), boxes.back(), i == 4 ? 2 : 1);
+    }
+    panel.show();
+    const struct {
+        int width, lines, sameColumn;
+    } cases[] = {{900, 2, 3}, {500, 2, 3}, {380, 3, 2}, {grid->minimumSize().width(), 5, 1}};
+    for (const auto& [width, lines, sameColumn] : cases) {
+        panel.resize(width, grid->heightForWidth(width));
+        QSet<int> tops;
+        QRegion taken;
+        for (const QWidget* shown : panel.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+            EXPECT_TRUE(panel.rect().contains(shown->geometry())) << width;
+            EXPECT_FALSE(taken.intersects(shown->geometry())) << width;
+            taken += shown->geometry();
+            tops += shown->y();
+        }
+        EXPECT_EQ(tops.size(), lines) << width;
+        EXPECT_EQ(boxes[0]->x(), boxes[size_t(sameColumn)]->x()) << width;
+        EXPECT_GE(boxes[0]->width(), 150) << width;
+        EXPECT_EQ(boxes[4]->geometry().right(), panel.rect().right()) << width;
+    }
 }
 
 // In a low window the list keeps its rows, and the filters above it are scrolled to.
