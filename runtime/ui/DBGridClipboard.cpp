@@ -12,10 +12,12 @@
 #include <QElapsedTimer>
 #include <QMimeData>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QScopeGuard>
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <utility>
 
@@ -69,6 +71,17 @@ public:
         lines_.SetEnd(to);
     }
     void EndLine() { lines_.End()[-1] = '\n'; }
+    // A cell alone, no line of it.
+    static QMimeData* One(const QString& text, bool number)
+    {
+        CopiedCells cells({number});
+        cells.AddCell(text.toUtf8());
+        cells.EndLine();
+        auto* one = new QMimeData;
+        one->setText(text);
+        one->setHtml(QString::fromUtf8(cells.Table()));
+        return one;
+    }
 
     QStringList formats() const override { return {u"text/plain"_s, u"text/html"_s}; }
 
@@ -160,6 +173,12 @@ private:
     wire::MomentTexts moments_;
 };
 
+// What a spreadsheet may take for a number.
+bool IsNumber(const TGridColumn& column, wire::ColumnType type)
+{
+    return type == wire::ColumnType::Number && column.info.style == TColumnStyle::Text;
+}
+
 // Shown as it is stored.
 bool IsPlain(const TGridColumn& column, wire::ColumnType type)
 {
@@ -184,7 +203,7 @@ void TDBGridEh::Private::Copy(
     for (const int column : copied) {
         const TGridColumn& entry = columns[size_t(column)];
         const auto type = entry.field >= 0 ? open.FieldInfo(entry.field).type : wire::ColumnType::Text;
-        numbers.push_back(type == wire::ColumnType::Number && entry.info.style == TColumnStyle::Text);
+        numbers.push_back(IsNumber(entry, type));
         stored.push_back(IsPlain(entry, type) ? &open.StoredColumn(entry.field) : nullptr);
     }
     auto cells = std::make_unique<CopiedCells>(std::move(numbers));
@@ -230,7 +249,10 @@ void TDBGridEh::Private::CopyRows(bool withTitles) const
     for (const TBookmark bookmark : q->SelectedRows())
         rows.push_back(OpenDataSet()->ViewRowOf(bookmark));
     if (rows.size() < 2 && !withTitles) {
-        QApplication::clipboard()->setText(q->CellText(CurrentRow(), currentColumn));
+        const TGridColumn& entry = columns[size_t(currentColumn)];
+        const bool number = entry.field >= 0 && IsNumber(entry, OpenDataSet()->FieldInfo(entry.field).type);
+        QApplication::clipboard()->setMimeData(
+            CopiedCells::One(q->CellText(CurrentRow(), currentColumn), number));
         return;
     }
     if (rows.empty())
@@ -287,17 +309,63 @@ private:
     QMetaObject::Connection heard_;
 };
 
-// Lines of cells as a spreadsheet gives them; what follows the last line break is no line.
-std::vector<QStringList> PastedLines(QString text)
-{
-    text.replace(u"\r\n"_s, u"\n"_s).replace(u'\r', u'\n');
-    if (text.endsWith(u'\n'))
-        text.chop(1);
-    std::vector<QStringList> lines;
-    for (const QString& line : text.split(u'\n'))
-        lines.push_back(line.split(u'\t'));
-    return lines;
-}
+// A text as a spreadsheet gives it: lines of cells between tabs; a cell that holds a tab or a line break
+// stands in quotes. What follows the last line break is no line.
+class PastedText {
+public:
+    explicit PastedText(const QString& text)
+        : text_(QString(text).replace(u"\r\n"_s, u"\n"_s).replace(u'\r', u'\n'))
+    {
+        if (text_.endsWith(u'\n'))
+            text_.chop(1);
+    }
+
+    std::vector<QStringList> Lines()
+    {
+        std::vector<QStringList> lines(1);
+        for (;;) {
+            lines.back() += Cell();
+            if (at_ >= text_.size())
+                return lines;
+            if (text_[at_++] == u'\n')
+                lines.emplace_back();
+        }
+    }
+
+private:
+    static bool Separates(QChar c) { return c == u'\t' || c == u'\n'; }
+
+    QString Cell()
+    {
+        const qsizetype begin = at_;
+        at_ = std::find_if(text_.cbegin() + begin, text_.cend(), Separates) - text_.cbegin();
+        const qsizetype closing = begin < at_ && text_[begin] == u'"' ? ClosingQuote(begin) : -1;
+        if (closing < at_) // also where it ends with this quote: they are the text's own then
+            return text_.sliced(begin, at_ - begin);
+        at_ = closing + 1;
+        return text_.sliced(begin + 1, closing - begin - 1).replace(u"\"\""_s, u"\""_s);
+    }
+
+    // -1 where the cell does not end in one.
+    qsizetype ClosingQuote(qsizetype opening)
+    {
+        for (qsizetype at = opening + 1; at < text_.size() && at < unclosed_; ++at) {
+            if (text_[at] != u'"')
+                continue;
+            if (at + 1 == text_.size() || Separates(text_[at + 1]))
+                return at;
+            if (text_[at + 1] != u'"')
+                return -1;
+            ++at;
+        }
+        unclosed_ = std::min(unclosed_, opening); // nor do those behind it
+        return -1;
+    }
+
+    QString text_;
+    qsizetype at_ = 0;
+    qsizetype unclosed_ = std::numeric_limits<qsizetype>::max();
+};
 
 } // namespace
 
@@ -315,6 +383,11 @@ QString TDBGridEh::Private::PasteRow(const std::vector<int>& into, const QString
                 return;
             for (size_t i = 0; i < into.size(); ++i) {
                 QString text = cells.value(qsizetype(i)).trimmed();
+                const TColumnEh& column = columns[size_t(into[i])].info;
+                if (column.style != TColumnStyle::Memo)
+                    text.replace(u'\n', u' ');
+                if (column.numericOnly && !NumberPattern().match(text).hasMatch())
+                    throw wire::Error(wire::ErrorKind::Data, u"“%1”不是数字"_s.arg(text));
                 if (!AcceptableText(into[i], text))
                     throw wire::Error(wire::ErrorKind::Data, u"“%1”不在列表中"_s.arg(text));
                 open.Field(columns[size_t(into[i])].field).SetAsString(StoredText(into[i], text));
@@ -338,7 +411,7 @@ void TDBGridEh::Private::Paste()
     const QString text = QApplication::clipboard()->text();
     if (!open || !Application || text.isEmpty() || CurrentRow() < 0 || !PostRow())
         return;
-    std::vector<QStringList> lines = PastedLines(text);
+    std::vector<QStringList> lines = PastedText(text).Lines();
     std::vector<int> into{currentColumn};
     while (qsizetype(into.size()) < lines.front().size()) {
         const int next = NextShownColumn(into.back(), 1);
@@ -370,14 +443,25 @@ void TDBGridEh::Private::Paste()
     QStringList refused;
     size_t taken = 0;
     size_t left = count;
+    size_t gone = lines.size() - count;
     const QPointer<TDBGridEh> alive(q);
     {
         const BusyCursor busy;
         GatheredMessages messages;
         open->DisableControls();
+        QElapsedTimer slice;
+        slice.start();
         for (size_t i = 0; i < count && alive && open->Active() && !lost; ++i, --left) {
-            if (!open->GotoBookmark(rows[i]))
+            if (slice.elapsed() >= kSliceMilliseconds) {
+                QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+                if (!alive)
+                    return;
+                slice.restart();
+            }
+            if (!open->GotoBookmark(rows[i])) {
+                ++gone;
                 continue;
+            }
             const QString name = u"第%1行"_s.arg(CurrentRow() + 1);
             const QString refusal = PasteRow(into, lines[i]);
             const QString said = messages.Take();
@@ -393,8 +477,8 @@ void TDBGridEh::Private::Paste()
         open->EnableControls();
     }
     QString summary = u"粘贴了%1行。"_s.arg(taken);
-    if (lines.size() > count)
-        summary += u"\n还有%1行没有对应的行，没有粘贴。"_s.arg(lines.size() - count);
+    if (gone > 0)
+        summary += u"\n还有%1行没有对应的行，没有粘贴。"_s.arg(gone);
     if (lost && left > 0)
         summary += u"\n连接断开了，余下的%1行没有粘贴。"_s.arg(left);
     if (!refused.isEmpty()) {

@@ -74,6 +74,12 @@ QString TDBGridEh::Private::StoredText(int column, const QString& shown) const
     }
 }
 
+const QRegularExpression& TDBGridEh::Private::NumberPattern()
+{
+    static const QRegularExpression pattern(u"^[-+]?[0-9]*[.]?[0-9]*$"_s);
+    return pattern;
+}
+
 bool TDBGridEh::Private::WriteCell(int column, const QString& stored)
 {
     TClientDataSetEx* open = OpenDataSet();
@@ -147,8 +153,7 @@ QWidget* TDBGridEh::Private::MakeEditor(int column)
     if (field.DataType() == wire::ColumnType::Text && field.Size() > 0)
         edit->setMaxLength(field.Size());
     if (info.numericOnly)
-        edit->setValidator(
-            new QRegularExpressionValidator(QRegularExpression(u"[-+]?[0-9]*[.]?[0-9]*"_s), edit));
+        edit->setValidator(new QRegularExpressionValidator(NumberPattern(), edit));
     // A number is edited as it is, not as it is shown.
     edit->setText(field.DataType() == wire::ColumnType::Text ? shown : field.AsString());
     edit->setAlignment(info.alignment == TAlignment::Right ? Qt::AlignRight : Qt::AlignLeft);
@@ -234,10 +239,18 @@ QString TDBGridEh::Private::EditorText() const
     return {};
 }
 
-// A list with keys behind it takes its own texts only; the beginning of one stands for it.
+// A list with keys behind it takes its own texts only; the beginning of one stands for it. A tick is written
+// as lists are copied or exported.
 bool TDBGridEh::Private::AcceptableText(int column, QString& text) const
 {
     const TColumnEh& info = columns[size_t(column)].info;
+    if (info.style == TColumnStyle::CheckBox) {
+        static const QHash<QString, QString> ticks{
+            {u"1"_s, u"1"_s}, {u"是"_s, u"1"_s}, {u"0"_s, u"0"_s}, {u"否"_s, u"0"_s}, {QString(), u"0"_s}};
+        const bool known = ticks.contains(text);
+        text = ticks.value(text, text);
+        return known;
+    }
     if (info.style != TColumnStyle::KeyPickList || text.isEmpty() || info.pickList.contains(text))
         return true;
     const qsizetype key = info.keyList.indexOf(text);

@@ -13,18 +13,6 @@ namespace {
 
 constexpr qsizetype kTextsInWords = 2;
 
-// A bound as the field's own type; null where there is none, or none that can be read.
-wire::Value Bound(const QString& text, bool date)
-{
-    if (date) {
-        const auto moment = ReadDateTime(TDateTimeKind::DateTime, text);
-        return moment ? wire::Value(*moment) : wire::Value{};
-    }
-    bool number = false;
-    const double value = text.toDouble(&number);
-    return number ? wire::Value(value) : wire::Value{};
-}
-
 // A date alone, as the upper bound, means the whole day.
 bool IsBelow(const wire::Value& value, const wire::Value& bound, bool wholeDay)
 {
@@ -54,6 +42,17 @@ QString TDBGridEh::Filter::Words() const
     if (!to.isEmpty())
         all += u" ≤ "_s + to;
     return all.trimmed();
+}
+
+wire::Value TDBGridEh::Private::Bound(const QString& text, bool date)
+{
+    if (date) {
+        const auto moment = ReadDateTime(TDateTimeKind::DateTime, text);
+        return moment ? wire::Value(*moment) : wire::Value{};
+    }
+    bool number = false;
+    const double value = text.toDouble(&number);
+    return number ? wire::Value(value) : wire::Value{};
 }
 
 bool TDBGridEh::Private::CanFilter(int column) const

@@ -58,7 +58,9 @@ std::span<const TDBGridEh::Private::Command> TDBGridEh::Private::Commands()
             [](Private& d) { d.CopyRows(true); }},
         {u"复制此列", Qt::CTRL | Qt::ALT | Qt::Key_C, Always, onRow, [](Private& d) { d.CopyColumn(); }},
         {u"粘贴(&V)", Qt::CTRL | Qt::Key_V, WhereEditable,
-            [](const Private&) { return !QApplication::clipboard()->text().isEmpty(); },
+            [](const Private& d) {
+                return d.CurrentRow() >= 0 && !QApplication::clipboard()->text().isEmpty();
+            },
             [](Private& d) { d.Paste(); }, kEnd}, // says why, where a column takes nothing
         {u"修改(&E)", Qt::Key_F2, WhereEditable, editable, [](Private& d) { d.q->EditCurrentCell(); }},
         {u"撤销此行", Qt::CTRL | Qt::SHIFT | Qt::Key_Z, WhereUndone,
@@ -84,7 +86,7 @@ std::span<const TDBGridEh::Private::Command> TDBGridEh::Private::Commands()
                     && d.columns[size_t(d.currentColumn)].info.titleButton;
             },
             [](Private& d) { d.q->ClickTitle(d.currentColumn); }},
-        {u"显示哪些列、冻结…", Qt::CTRL | Qt::ALT | Qt::Key_T, Always, onRow,
+        {u"显示哪些列、冻结…", Qt::CTRL | Qt::ALT | Qt::Key_T, Always, always,
             [](Private& d) { d.header->ShowMenu(d.currentColumn); }, kEnd},
         {u"查找(&F)…", Qt::CTRL | Qt::Key_F, Always, always, [](Private& d) { TFindBar::Show(*d.q); }},
         {u"查找下一个", Qt::Key_F3, Always, searching, [](Private& d) { d.FindAgain(false); }},
@@ -128,7 +130,7 @@ std::vector<TActionKey> TDBGridEh::Keys() const
 // Right under the pointer, or under the current cell where a key asked for it.
 void TDBGridEh::contextMenuEvent(QContextMenuEvent* event)
 {
-    if (d_->CurrentRow() < 0 || !CommitEditor())
+    if (!d_->OpenDataSet() || !CommitEditor())
         return;
     QMenu menu(this);
     menu.setObjectName(u"CellMenu"_s);

@@ -14,6 +14,7 @@
 #include <unordered_set>
 
 class QMenu;
+class QRegularExpression;
 class TFindBar;
 class TGridFind;
 
@@ -94,6 +95,8 @@ public:
     bool CanFilter(int column) const;
     // What a filter's list names a value by.
     QString FilterText(const TGridColumn& column, const wire::Value& value) const;
+    // A bound as the field's own type; null where there is none, or none that can be read.
+    static wire::Value Bound(const QString& text, bool date);
     bool Passes(const TDBGridEh::Filter& filter, const wire::Value& value) const;
 
     // Footers.
@@ -193,6 +196,7 @@ public:
     void EditorChanged();
     QString EditorText() const;
     bool AcceptableText(int column, QString& text) const;
+    static const QRegularExpression& NumberPattern(); // of columns that take nothing else
     void CloseEditor();
     bool WriteCell(int column, const QString& stored);
     bool BeginEdit();

@@ -46,6 +46,7 @@ TFilterPopup::TFilterPopup(TDBGridEh* grid, int column)
     const TGridColumn& entry = grid->d_->columns[size_t(column)];
     const wire::ColumnType type = grid->DataSet()->FieldInfo(entry.field).type;
     const bool plain = entry.info.style == TColumnStyle::Text || entry.info.style == TColumnStyle::DateTime;
+    dates_ = type == wire::ColumnType::DateTime;
     if (plain && type != wire::ColumnType::Text) {
         from_ = new QLineEdit(this);
         to_ = new QLineEdit(this);
@@ -189,8 +190,30 @@ void TFilterPopup::Apply()
         more_->setText(u"请至少选择一个值"_s);
         return;
     }
+    for (QLineEdit* bound : {from_, to_}) {
+        const QString text = bound ? bound->text().trimmed() : QString();
+        if (text.isEmpty() || !wire::IsNull(TDBGridEh::Private::Bound(text, dates_)))
+            continue;
+        more_->setText((dates_ ? u"“%1”不是日期"_s : u"“%1”不是数字"_s).arg(text));
+        bound->setFocus();
+        bound->selectAll();
+        return;
+    }
     close();
     grid_->SetFilter(filter);
+}
+
+// From what is typed down into the values; Enter takes them there, too.
+void TFilterPopup::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Down && !list_->hasFocus()) {
+        list_->setFocus();
+        list_->setCurrentRow(std::max(0, list_->currentRow()));
+    } else if (list_->hasFocus() && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)) {
+        Apply();
+    } else {
+        QFrame::keyPressEvent(event);
+    }
 }
 
 void TFilterPopup::ShowBelow(const QRect& title)

@@ -17,6 +17,9 @@ public:
 
     void ShowBelow(const QRect& title); // on the screen
 
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
 private:
     struct Item {
         QString text;
@@ -30,6 +33,7 @@ private:
 
     TDBGridEh* grid_;
     int column_;
+    bool dates_ = false; // not numbers
     std::vector<Item> items_; // in the order shown
     QSet<QString> ticked_;
     QLineEdit* search_;

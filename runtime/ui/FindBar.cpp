@@ -88,6 +88,7 @@ TFindBar::TFindBar(TDBGridEh& grid)
     connect(&reading_, &QTimer::timeout, this, &TFindBar::ReadPasted);
     connect(&find_, &TGridFind::Progressed, this, &TFindBar::ShowState);
     connect(&grid, &TDBGridEh::SelectionChanged, this, &TFindBar::ShowState);
+    connect(&grid, &TDBGridEh::FiltersChanged, this, &TFindBar::ShowState);
     connect(text_, &QLineEdit::textEdited, this, &TFindBar::FindTyped);
     connect(where_, &QComboBox::activated, this, &TFindBar::FindTyped);
 }
@@ -331,6 +332,8 @@ void TFindBar::ShowState()
     if (!text_->text().isEmpty() || (listed && !rows_.empty()))
         words += (find_.Place() > 0 ? u"%1 / "_s.arg(find_.Place()) : QString())
             + QString::number(find_.Hits()) + (find_.Place() > 0 || listed ? u""_s : u" 处"_s) + more;
+    if (!words.isEmpty() && !grid_.Filters().empty())
+        words += u"只在筛选出的行里找"_s;
     state_->setText(words.join(u"，"_s));
     missingButton_->setVisible(listed && !missing_.isEmpty());
     missingButton_->setText(u"没有的%1个…"_s.arg(missing_.size()));
@@ -353,7 +356,8 @@ void TFindBar::ShowMissing()
     });
     auto* column = new QVBoxLayout(popup);
     column->setContentsMargins(6, 6, 6, 6);
-    column->addWidget(new QLabel(u"列表里没有的单号："_s, popup));
+    column->addWidget(
+        new QLabel(grid_.Filters().empty() ? u"列表里没有的单号："_s : u"筛选出的行里没有的单号："_s, popup));
     column->addWidget(list);
     column->addWidget(copy);
     PlacePopup(*popup, *missingButton_, QSize(Scaled(*this, 220), Scaled(*this, 260)));

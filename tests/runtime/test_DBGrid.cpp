@@ -80,6 +80,11 @@ TEST_F(DBGridTest, CellsShowWhatTheirColumnSays)
     EXPECT_EQ(grid.CellText(2, 1), QString());
     EXPECT_EQ(grid.FooterText(0, 9) + grid.FooterText(1, 9), u"总票数1"_s);
     EXPECT_EQ(grid.CellText(3, 0), QString());
+    Type(u"{Ctrl+C}"_s);
+    EXPECT_EQ(QApplication::clipboard()->text(), u"D1"_s);
+    EXPECT_TRUE(
+        QApplication::clipboard()->mimeData()->html().contains(u"mso-number-format:'\\@'\">D1</td>"_s))
+        << "a cell alone, too";
     grid.selectAll();
     Type(u"{Ctrl+C}"_s);
     EXPECT_EQ(QApplication::clipboard()->text().section(u'\t', 0, 0), u"D1"_s);
@@ -293,6 +298,18 @@ TEST_F(DBGridTest, AFunnelOffersTheValuesOfItsColumnAndNarrowsTheRows)
         EXPECT_EQ(Joined(orders, u"ID"), range.shown) << range.from << ".." << range.to;
         grid.ClearFilters();
     }
+    grid.ShowFilter(3);
+    inPopup([&](QWidget& popup, QListWidget& list) {
+        auto* to = popup.findChild<QLineEdit*>(u"FilterTo"_s);
+        to->setText(u"很多"_s);
+        Type(u"{Down}{Return}"_s);
+        EXPECT_TRUE(to->hasFocus()) << "what is no number is asked again";
+        to->setText(u"9"_s);
+        list.setFocus();
+        Type(u"{Return}"_s);
+    });
+    EXPECT_EQ(grid.Filters().size(), 1u);
+    grid.ClearFilters();
     TypeInto(u"SITE", u"{Ctrl+L}"_s);
     EXPECT_EQ(Joined(orders, u"ID"), orders.FieldByName(u"ID").AsString());
 }

@@ -129,6 +129,12 @@ TEST_F(DBGridEditingTest, APastedColumnGoesThroughTheRulesRowByRow)
     grid.SelectField(u"AMOUNT");
     EXPECT_TRUE(paste(u"7\n七\n9"_s).startsWith(u"粘贴了2行。\n1行没有接受：\n第2行："_s));
     EXPECT_EQ(Joined(orders, u"AMOUNT"), u"7  9"_s);
+    grid.ModifyColumn(2, [](TColumnEh& column) { column.numericOnly = true; });
+    grid.SelectField(u"SITE");
+    EXPECT_EQ(paste(u"12\n十二\n3"_s), u"粘贴了2行。\n1行没有接受：\n第2行：“十二”不是数字"_s);
+    grid.ModifyColumn(2, [](TColumnEh& column) { column.numericOnly = false; });
+    EXPECT_EQ(paste(u"\"甲\n\"\"乙\"\"\"\n\"丙\"\n\"丁"_s), u"粘贴了3行。"_s) << "a break in quotes";
+    EXPECT_EQ(Joined(orders, u"SITE"), u"甲 \"乙\" \"丙\" \"丁"_s);
     grid.SelectField(u"ID");
     EXPECT_TRUE(paste(u"D9"_s).contains(u"不能修改"_s));
     EXPECT_EQ(Joined(orders, u"ID"), u"D1 D2 D3"_s);
@@ -261,9 +267,13 @@ TEST_F(DBGridEditingTest, CheckBoxesToggleBySpaceAndClick)
     Click(1, 1);
     EXPECT_EQ(orders.RecNo(), 2) << "a click in another row posts the first, then toggles";
     EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 0);
+    QApplication::clipboard()->setText(u"是\n也许"_s);
+    orders.First();
+    Type(u"{Ctrl+V}"_s);
+    EXPECT_EQ(Joined(orders, u"STATUS"), u"1 0 "_s) << "ticks are pasted as they are exported";
     grid.ReadOnly = true;
     Type(u"{Space}"_s);
-    EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 0);
+    EXPECT_EQ(orders.FieldByName(u"STATUS").AsInteger(), 1);
 }
 
 TEST_F(DBGridEditingTest, LookupCompletesCodesAndInitials)

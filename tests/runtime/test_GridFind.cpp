@@ -152,6 +152,11 @@ TEST_F(GridFindTest, PastedNumbersGatherTheirRowsUntilTheyArePutBack)
     EXPECT_TRUE(Says(u"“电话”列有1个，共1行，1 / 1"_s)) << State();
     grid.ClickTitle(0);
     EXPECT_EQ(FirstRows(2), u"LP000 LP001"_s) << "a click on a title is the order asked for last";
+    grid.SetFilter({u"SITE"_s, {u"上海"_s}, {}, {}});
+    QApplication::clipboard()->setText(u"LP001\nLP009"_s);
+    Key(Qt::Key_F, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_TRUE(Says(u"“物流号”列有1个，共1行，1 / 1，只在筛选出的行里找"_s)) << State();
+    grid.ClearFilters();
     QApplication::clipboard()->setText(u"X\nY"_s);
     Key(Qt::Key_F, Qt::ControlModifier | Qt::ShiftModifier);
     EXPECT_TRUE(Says(u"哪一列都没有这2个单号"_s)) << State();
