@@ -174,6 +174,31 @@ TEST_P(OdbcPostgresTest, ALostConnectionIsReplaced)
     EXPECT_EQ(RawText("select count(*) from zelmor_audit"), u"1"_s);
 }
 
+// What a driver leaves open when its statement is ended must not spoil the next one's.
+TEST_P(OdbcPostgresTest, AConnectionIsUsedAgainUnlessAStatementWasStopped)
+{
+    constexpr int kSecondBeforeOurs = -4; // the driver's own time is over first
+    for (const auto& [text, stopped] :
+        {std::pair(u"select 1 / (n - 5) from generate_series(1, 9) n"_s, false),
+            std::pair(u"select nothing"_s, false), std::pair(u"select pg_sleep(3)"_s, true),
+            std::pair(u"select n, pg_sleep(n - 4) from generate_series(1, 9) n"_s, true)}) {
+        storage::odbc::Database database(
+            storage::odbc::ReadSettings(Company().Connection() + u";UseDeclareFetch=1;Fetch=2"_s),
+            kSecondBeforeOurs);
+        EXPECT_THROW(
+            {
+                storage::odbc::Statement statement = database.Prepare(text);
+                statement.Run();
+                while (statement.Next()) { }
+            },
+            wire::Error);
+        EXPECT_EQ(database.IsLost(), stopped) << text.toStdString();
+        if (!stopped) {
+            EXPECT_NO_THROW(database.Prepare(u"select 1"_s).Run()) << text.toStdString();
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Drivers, OdbcPostgresTest, ::testing::Values(Product::Postgres));
 
 // The texts of all screens, handed on as they are to a database that knows some of Oracle's language.

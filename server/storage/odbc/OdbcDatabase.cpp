@@ -16,6 +16,7 @@ namespace storage::odbc {
 namespace {
 
 constexpr size_t kPreparedStatements = 200;
+constexpr std::chrono::seconds kBetweenCancels(1);
 
 odbc::Product ProductOf(const QString& name)
 {
@@ -182,8 +183,11 @@ void Database::Cancel() noexcept
 {
     cancelled_ = true;
     const std::lock_guard lock(mutex_);
-    if (running_ != nullptr)
-        SQLCancel(running_);
+    const auto now = std::chrono::steady_clock::now();
+    if (running_ == nullptr || now < nextCancel_)
+        return;
+    SQLCancel(running_);
+    nextCancel_ = now + kBetweenCancels; // one may come before the statement has
 }
 
 Fault Database::FaultOf(void* statement, const QSqlError& error)
@@ -196,10 +200,12 @@ Fault Database::FaultOf(void* statement, const QSqlError& error)
             && dead == SQL_CD_TRUE)
             fault.kind = Fault::Kind::Lost;
     }
-    if (fault.kind == Fault::Kind::Lost)
-        lost_ = true;
-    else if (IsCancelled())
+    if (fault.kind != Fault::Kind::Lost && IsCancelled())
         fault.kind = Fault::Kind::Stopped; // each driver has words of its own for it
+    // The end may have come over the driver while it tidied up: what it left open would spoil all that
+    // follows.
+    if (fault.kind == Fault::Kind::Lost || fault.kind == Fault::Kind::Stopped)
+        lost_ = true;
     return fault;
 }
 
@@ -210,6 +216,7 @@ Database::Running::Running(Database& database, void* statement)
         throw wire::Error(wire::ErrorKind::Limit, server::texts::Interrupted());
     const std::lock_guard lock(database.mutex_);
     database.running_ = statement;
+    database.nextCancel_ = {};
 }
 
 Database::Running::~Running()

@@ -8,6 +8,7 @@
 #include <QSqlRecord>
 
 #include <atomic>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -45,7 +46,7 @@ public:
     void Rollback() noexcept;
 
     // From any thread: ends what runs as soon as driver and database allow, and whatever comes next, until
-    // Resume.
+    // Resume. A connection on which a statement was stopped counts as lost.
     void Cancel() noexcept;
     void Resume() noexcept { cancelled_ = false; }
     bool IsCancelled() const noexcept { return cancelled_; }
@@ -93,6 +94,7 @@ private:
     std::atomic<bool> cancelled_{false};
     std::mutex mutex_; // of what follows
     void* running_ = nullptr;
+    std::chrono::steady_clock::time_point nextCancel_;
 };
 
 } // namespace storage::odbc
