@@ -42,8 +42,11 @@ bool TFlowRow::FitsInOneLine(int width) const
 
 int TFlowRow::heightForWidth(int width) const
 {
-    if (!FitsInOneLine(width))
-        return FillLines(QRect(0, 0, width, 0), false);
+    if (!FitsInOneLine(width)) {
+        const QMargins around = contentsMargins();
+        const QRect room(0, 0, width - around.left() - around.right(), 0);
+        return FillLines(room, false) + around.top() + around.bottom();
+    }
     return QHBoxLayout::hasHeightForWidth() ? QHBoxLayout::heightForWidth(width)
                                             : QHBoxLayout::sizeHint().height();
 }
@@ -59,7 +62,8 @@ QSize TFlowRow::minimumSize() const
         }
         widest = std::max(widest, width);
     }
-    return {widest, QHBoxLayout::minimumSize().height()};
+    const QMargins around = contentsMargins();
+    return {widest + around.left() + around.right(), QHBoxLayout::minimumSize().height()};
 }
 
 void TFlowRow::setGeometry(const QRect& room)
@@ -70,7 +74,7 @@ void TFlowRow::setGeometry(const QRect& room)
     }
     // What the box would put into one line is put into several below.
     QLayout::setGeometry(room); // NOLINT(bugprone-parent-virtual-call)
-    FillLines(room, true);
+    FillLines(room.marginsRemoved(contentsMargins()), true);
 }
 
 int TFlowRow::EndOfGroup(int first) const
@@ -119,14 +123,24 @@ int TFlowRow::FillLines(const QRect& room, bool place) const
     return line.bottom() + 1 - room.top();
 }
 
+// What is left of the line goes to those that stretch.
 void TFlowRow::PlaceLine(int first, int end, const QRect& line) const
 {
+    int rest = line.width();
+    int stretches = 0;
+    for (int i = first; i < end; ++i) {
+        if (!IsShown(*itemAt(i)))
+            continue;
+        rest -= itemAt(i)->sizeHint().width() + (i > first ? spacing() : 0);
+        stretches += stretch(i);
+    }
     int left = line.left();
     for (int i = first; i < end; ++i) {
         QLayoutItem& item = *itemAt(i);
         if (!IsShown(item))
             continue;
-        const int width = std::min(item.sizeHint().width(), line.right() + 1 - left);
+        const int more = stretches > 0 && rest > 0 ? rest * stretch(i) / stretches : 0;
+        const int width = std::min(item.sizeHint().width() + more, line.right() + 1 - left);
         item.setGeometry(QRect(left, line.top(), width, line.height()));
         left += width + spacing();
     }

@@ -64,9 +64,12 @@ void TViewState::RestoreColumns()
     std::vector<TColumnPlace> places;
     std::vector<int> shown;
     for (qsizetype position = 0;; ++position) {
-        const QStringList parts = LayoutStorage->ReadString(section_, KeyOf(position)).split(u';');
-        if (parts.size() != 3)
+        const QString entry = LayoutStorage->ReadString(section_, KeyOf(position));
+        if (entry.isEmpty())
             break;
+        const QStringList parts = entry.split(u';');
+        if (parts.size() != 3)
+            continue; // damaged
         const int column = FindColumn(grid_, parts[0]);
         const int width = parts[1].toInt();
         if (column < 0 || !IsColumnWidth(width)
@@ -84,7 +87,10 @@ void TViewState::RestoreColumns()
         }
         ArrangeColumns(grid_, std::move(places));
     }
-    grid_.SetFrozenCols(LayoutStorage->ReadString(section_, kFrozen, QString::number(frozen_)).toInt());
+    bool isNumber = false;
+    const int frozen = LayoutStorage->ReadString(section_, kFrozen).toInt(&isNumber);
+    if (isNumber && frozen >= 0 && frozen <= grid_.ColumnCount())
+        grid_.SetFrozenCols(frozen);
 }
 
 void TViewState::RestoreSorting()

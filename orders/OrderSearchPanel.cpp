@@ -17,7 +17,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kNumberBoxWidth = 180; // pixels at 96 dpi
+constexpr QSize kNumberBox(180, 172); // at most, in pixels at 96 dpi
 constexpr int kLeastBoxWidth = 96;
 
 QString TextIn(const QWidget* box)
@@ -45,7 +45,7 @@ TOrderSearchPanel::TOrderSearchPanel(QWidget* parent, const QString& name, const
     whole->addWidget(area);
 
     numbers_ = new TNumberListInput(content, u"NumberBox"_s, numbers, u"按物流号查询"_s, u"按运单号查询"_s);
-    numbers_->setMaximumWidth(Scaled(*this, kNumberBoxWidth));
+    numbers_->setMaximumSize(Scaled(*this, kNumberBox.width()), Scaled(*this, kNumberBox.height()));
     auto* parts = new TFlowRow(content);
     parts->setContentsMargins(8, 4, 8, 6);
     parts->setSpacing(10);

@@ -118,14 +118,15 @@ TEST_F(LastState, AListComesBackAsItsAccountLeftIt)
     delete screen.data();
     const QString section = u"anna.DataViewGrid.DataView1.frm_Probe"_s;
     LayoutStorage->EraseSection(section);
-    const QStringList entries{u"GONE;50;1"_s, u"EXTRA;70;1"_s, u"NOTE;-4;0"_s, u"ID;80;0"_s, u"extra;90;0"_s};
+    const QStringList entries{
+        u"GONE;50;1"_s, u"\u0001;;;"_s, u"EXTRA;70;1"_s, u"NOTE;-4;0"_s, u"ID;80;0"_s, u"extra;90;0"_s};
     for (qsizetype i = 0; i < entries.size(); ++i)
         LayoutStorage->WriteString(section, u"Column%1"_s.arg(i), entries[i]);
-    LayoutStorage->WriteString(section, u"Frozen"_s, u"many"_s);
+    LayoutStorage->WriteString(section, u"Frozen"_s, u"99999"_s);
     LayoutStorage->WriteString(section, u"Sorting"_s, u"GONE;-ID"_s);
     OpenAs(u"anna"_s);
     EXPECT_TRUE(Columns().contains(u"其它"_s) && Columns().contains(u"(编号)"_s));
-    EXPECT_EQ(grid->FrozenCols(), 0);
+    EXPECT_EQ(grid->FrozenCols(), frozen);
     screen->OpenBoth();
     EXPECT_EQ(Ids(), u"21"_s);
 }
