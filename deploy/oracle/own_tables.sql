@@ -32,7 +32,6 @@ create table zelmor_audit (
     FIELDS clob,
     constraint ZELMOR_AUDIT_P primary key (AUDIT_ID)
 );
-create index ZELMOR_AUDIT_I on zelmor_audit (AUDIT_DATE);
 
 create table zelmor_outcome (
     CLIENT varchar2(32 char),

@@ -1,6 +1,6 @@
 #include "server/provider/AuditFields.h"
 
-#include <QStringConverter>
+#include "wire/Utf8.h"
 
 #include <algorithm>
 #include <charconv>
@@ -33,12 +33,9 @@ void EscapeFrom(std::string& text, size_t begin)
 
 void AppendText(std::string& text, QStringView value)
 {
-    QStringEncoder encode(QStringEncoder::Utf8);
     text += '"';
     const size_t begin = text.size();
-    text.resize(begin + static_cast<size_t>(encode.requiredSpace(value.size())));
-    const char* const end = encode.appendToBuffer(text.data() + begin, value);
-    text.resize(static_cast<size_t>(end - text.data()));
+    wire::AppendUtf8(text, value);
     EscapeFrom(text, begin);
     text += '"';
 }

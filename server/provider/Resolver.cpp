@@ -3,6 +3,7 @@
 #include "server/provider/RowRule.h"
 #include "server/refusal/UserTexts.h"
 #include "wire/Budgets.h"
+#include "wire/Utf8.h"
 
 #include <QStringList>
 
@@ -139,7 +140,7 @@ private:
             if (!write.sets.empty())
                 Complete(write);
             RequireKeyValues(write);
-            write.auditKey = KeyText(write.keys);
+            SetAuditKey(write, write.keys);
             break;
         case ChangeKind::Delete:
             PlanDelete(write);
@@ -258,7 +259,9 @@ private:
             RequireKeyValues(keys);
         if (given)
             write.statementKey += u'#'; // the audit entry's key comes from the statement as well
-        write.auditKey = given ? std::string() : KeyText(keys);
+        write.auditKey.clear();
+        if (!given)
+            SetAuditKey(write, keys);
         write.keys.clear();
     }
 
@@ -266,7 +269,7 @@ private:
     void PlanDelete(RowWrite& write)
     {
         RequireKeyValues(write);
-        write.auditKey = KeyText(write.keys);
+        SetAuditKey(write, write.keys);
         storage::Row present = writer_->Present(write.keys);
         if (present.empty())
             return;
@@ -391,12 +394,26 @@ private:
         }
     }
 
+    static void SetAuditKey(RowWrite& write, const storage::Row& keys)
+    {
+        write.auditKey.clear();
+        AppendKey(write.auditKey, keys);
+    }
+
     static std::string KeyText(const storage::Row& keys)
     {
         std::string text;
-        for (const Value& key : keys)
-            text += (text.empty() ? "" : ";") + wire::ToText(key).toStdString();
+        AppendKey(text, keys);
         return text;
+    }
+
+    static void AppendKey(std::string& text, const storage::Row& keys)
+    {
+        for (const Value& key : keys) {
+            if (!text.empty())
+                text += ';';
+            wire::AppendUtf8(text, wire::ToText(key));
+        }
     }
 
     const wire::ChangeLog& log_;

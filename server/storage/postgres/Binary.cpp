@@ -1,8 +1,8 @@
 #include "server/storage/postgres/Binary.h"
 
 #include "server/refusal/UserTexts.h"
+#include "wire/Utf8.h"
 
-#include <QStringConverter>
 #include <QtEndian>
 
 #include <array>
@@ -188,10 +188,7 @@ void Parameters::AddText(const QString& text)
         return;
     }
     const size_t begin = bytes_.size();
-    QStringEncoder encode(QStringEncoder::Utf8);
-    bytes_.resize(begin + static_cast<size_t>(encode.requiredSpace(text.size())));
-    const char* const end = encode.appendToBuffer(bytes_.data() + begin, text);
-    bytes_.resize(static_cast<size_t>(end - bytes_.data()));
+    wire::AppendUtf8(bytes_, text);
     if (bytes_.find('\0', begin) != std::string::npos)
         throw wire::Error(wire::ErrorKind::Data, texts::NulInText());
     End();

@@ -3,8 +3,7 @@
 #include "server/dialect/Refusals.h"
 #include "server/dialect/SqliteFunctions.h"
 #include "server/refusal/UserTexts.h"
-
-#include <QStringConverter>
+#include "wire/Utf8.h"
 
 #include <atomic>
 #include <mutex>
@@ -176,10 +175,9 @@ void Statement::BindText(int parameter, const QString& text)
     if (!texts_[index])
         texts_[index] = std::make_unique<std::string>();
     std::string& utf8 = *texts_[index];
-    QStringEncoder encode(QStringEncoder::Utf8);
-    utf8.resize(static_cast<size_t>(encode.requiredSpace(text.size())));
-    const char* const end = encode.appendToBuffer(utf8.data(), text);
-    BindUtf8(parameter, {utf8.data(), static_cast<size_t>(end - utf8.data())});
+    utf8.clear();
+    wire::AppendUtf8(utf8, text);
+    BindUtf8(parameter, utf8);
 }
 
 size_t Statement::Memory() const noexcept
