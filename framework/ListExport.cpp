@@ -49,6 +49,12 @@ int SheetsFor(const TExportRows& rows, int sheetRows)
     return std::max(1, (rows.RowCount() + room - 1) / room);
 }
 
+bool HasRoom(const QString& folder, qint64 bytes)
+{
+    const QStorageInfo disk(folder);
+    return !disk.isValid() || disk.bytesAvailable() >= bytes;
+}
+
 // Whether it may be written at all is known before the work begins.
 TPartFile::TPartFile(const QString& path)
     : path_(QFileInfo(path).absoluteFilePath())
@@ -91,7 +97,7 @@ void TPartFile::RaiseUnwritable(const QString& reason) const
 
 void TPartFile::RaiseUnwritten(const QString& reason) const
 {
-    const bool full = QStorageInfo(QFileInfo(path_).absolutePath()).bytesAvailable() < kLittleRoom;
+    const bool full = !HasRoom(QFileInfo(path_).absolutePath(), kLittleRoom);
     RaiseUnwritable(full ? u"磁盘已满"_s : reason);
 }
 

@@ -6,6 +6,9 @@
 
 // What the writers of lists share.
 
+// False where the folder's disk has fewer bytes left; where the system cannot tell, there is room.
+bool HasRoom(const QString& folder, qint64 bytes);
+
 // A file under a name of its own beside the one that it takes the place of when it is complete; gone where it
 // is not.
 class TPartFile {

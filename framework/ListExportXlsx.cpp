@@ -5,7 +5,6 @@
 #include <QDir>
 #include <QFile>
 #include <QHash>
-#include <QStorageInfo>
 
 #include <xlsxwriter.h>
 
@@ -245,8 +244,7 @@ private:
         qint64 size = kFirstDataRoom;
         for (const lxw_worksheet* sheet : sheets_)
             size += sheet->optimize_tmpfile ? ftell(sheet->optimize_tmpfile) : 0;
-        const QStorageInfo room(QDir::tempPath());
-        if (room.isValid() && room.bytesAvailable() < size)
+        if (!HasRoom(QDir::tempPath(), size))
             file_.RaiseUnwritable(u"临时文件夹“%1”放不下"_s.arg(QDir::tempPath()));
         // Packing takes as long as the rows did, and cannot be broken off: a file given up is dropped when it
         // is done.
