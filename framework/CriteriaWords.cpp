@@ -3,8 +3,10 @@
 #include "framework/DataView.h"
 #include "framework/NumberListInput.h"
 #include "framework/frm_Basic.h"
+#include "runtime/ui/ActionKeys.h"
 
 #include <QAbstractItemView>
+#include <QCheckBox>
 #include <QLabel>
 #include <QRadioButton>
 #include <QRegularExpression>
@@ -29,7 +31,8 @@ Tfrm_Basic* ScreenOf(const QWidget& widget)
 bool IsCriterion(const Tfrm_Basic& screen, const QWidget& box)
 {
     const auto* binding = box.findChild<TDBBinding*>(QString(), Qt::FindDirectChildrenOnly);
-    if (box.objectName().isEmpty() || (binding && binding->Bound()) || box.isHidden() || !box.isEnabled())
+    if (box.objectName().isEmpty() || (binding && binding->Bound()) || box.isHidden() || !box.isEnabled()
+        || ServesAction(box))
         return false;
     for (const QWidget* around = box.parentWidget(); around && around != &screen;
          around = around->parentWidget()) {
@@ -88,6 +91,21 @@ bool MayAsk(const QWidget& box)
 }
 
 } // namespace
+
+bool ServesAction(const QWidget& box)
+{
+    const QWidget* panel = box.parentWidget();
+    if (!panel || qobject_cast<const TNumberListInput*>(panel))
+        return false;
+    bool acts = false;
+    for (const QAbstractButton* button :
+        panel->findChildren<QAbstractButton*>(QString(), Qt::FindDirectChildrenOnly)) {
+        if (PlainActionText(button->text()) == u"查询")
+            return false;
+        acts = acts || !(qobject_cast<const QCheckBox*>(button) || qobject_cast<const QRadioButton*>(button));
+    }
+    return acts;
+}
 
 TCriteriaWords::TCriteriaWords(TDataView& view)
     : QObject(&view)

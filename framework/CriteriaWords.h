@@ -2,10 +2,11 @@
 
 #include <QObject>
 
+class QWidget;
 class TDataView;
 
-// What the rows of a screen's main list were asked for by, in words: the boxes that lie in sight and belong
-// to no row, as they stood when the rows came.
+// What the rows of a screen's main list were asked for by, in words: the boxes that belong to no
+// row and to no action, on whatever page, as they stood when the rows came.
 class TCriteriaWords : public QObject {
     Q_OBJECT
 public:
@@ -21,3 +22,6 @@ private:
     QString query_; // that the words belong to
     QStringList words_;
 };
+
+// Whether the box gives a value to the orders that the buttons beside it act on, and asks nothing of a query.
+bool ServesAction(const QWidget& box);

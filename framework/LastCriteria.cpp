@@ -1,5 +1,6 @@
 #include "framework/LastCriteria.h"
 
+#include "framework/CriteriaWords.h"
 #include "framework/DataView.h"
 #include "framework/NumberListInput.h"
 #include "framework/ScreenHandlers.h"
@@ -30,7 +31,7 @@ bool LiesInList(const QWidget* box)
 const char* CriterionOf(const QWidget* box)
 {
     const auto* binding = box->findChild<TDBBinding*>(QString(), Qt::FindDirectChildrenOnly);
-    if (box->objectName().isEmpty() || (binding && binding->Bound()) || LiesInList(box))
+    if (box->objectName().isEmpty() || (binding && binding->Bound()) || LiesInList(box) || ServesAction(*box))
         return nullptr;
     if (qobject_cast<const TDBComboBoxEh*>(box))
         return "Text";

@@ -23,6 +23,9 @@ public:
         List->SetText(u"全部"_s);
         Check = new TDBCheckBoxEh(this, u"DBCheckBoxEh1"_s);
         Query = NewButton(this, u"Button2"_s, u"查询"_s);
+        auto* actions = new QWidget(this);
+        Driver = new TDBEditEh(actions, u"DBEditEh3"_s);
+        NewButton(actions, u"Button3"_s, u"批量分派"_s);
         Bound = new TDBEditEh(this, u"DBEditEh2"_s);
         Bound->Binding().SetDataSource(DataView1->DS);
         Bound->Binding().SetDataField(u"NOTE");
@@ -30,6 +33,7 @@ public:
     void FormShow() override { Setup(DataView1, cds, nullptr, Query); }
 
     TDBEditEh* Edit = nullptr;
+    TDBEditEh* Driver = nullptr;
     TDBEditEh* Bound = nullptr;
     TDBDateTimeEditEh* From = nullptr;
     TDBComboBoxEh* List = nullptr;
@@ -141,6 +145,7 @@ TEST_F(LastState, TheCriteriaOfTheLastQueryComeBackWhenAskedFor)
     screen->From->SetText(u"2024-01-01 00:00:00"_s);
     screen->List->SetText(u"一"_s);
     screen->Check->setChecked(true);
+    screen->Driver->SetText(u"张三"_s);
     screen->Query->click();
     EXPECT_TRUE(recall->isEnabled());
     screen->Edit->SetText(u"not asked for"_s);
@@ -156,6 +161,7 @@ TEST_F(LastState, TheCriteriaOfTheLastQueryComeBackWhenAskedFor)
     EXPECT_EQ(screen->List->Text(), u"全部"_s) << "fixed here";
     EXPECT_EQ(screen->From->Text(), u"2024-01-31 00:00:00"_s) << "a day that is over is no use";
     EXPECT_EQ(screen->Bound->Text(), u"a"_s) << "belongs to a row";
+    EXPECT_TRUE(screen->Driver->Text().isEmpty()) << "belongs to an action";
     EXPECT_EQ(host.MainForm.Notices.size(), 1);
 
     OpenAs(u"bert"_s);
