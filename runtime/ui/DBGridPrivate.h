@@ -168,6 +168,9 @@ public:
     void CopyRows(bool withTitles) const;
     void CopyColumn() const;
     void Paste();
+    struct Pasted;
+    bool PasteRows(const std::vector<int>& into, const std::vector<TBookmark>& rows,
+        const std::vector<QStringList>& lines, Pasted& result);
     QString PasteRow(const std::vector<int>& into, const QStringList& cells);
     void FillMenu(QMenu& menu);
     QString ToolTipAt(const QModelIndex& index) const;
