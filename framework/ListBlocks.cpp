@@ -19,6 +19,7 @@ constexpr unsigned kMostThreads = 4; // beyond these, writing is what takes the 
 
 } // namespace
 
+TLineMaker::~TLineMaker() = default;
 TLineFormat::~TLineFormat() = default;
 
 TListBlocks::TListBlocks(TExportRows& rows, TLineFormat& format, TTake take)
@@ -29,6 +30,9 @@ TListBlocks::TListBlocks(TExportRows& rows, TLineFormat& format, TTake take)
           kCellsOfBlock / std::max(1, static_cast<int>(rows.Columns().size())), 1, kMostRowsOfBlock))
     , blocks_(kBlocks)
 {
+    const unsigned threads = std::clamp(std::thread::hardware_concurrency(), 1U, kMostThreads);
+    while (makers_.size() < threads)
+        makers_.push_back(format_.NewMaker());
 }
 
 TListBlocks::TOutcome TListBlocks::Write(int first, int end, TPacedProgress& progress)
@@ -86,9 +90,9 @@ bool TListBlocks::FormatAndTake()
     size_t taken = 0;
     bool taking = false; // by one of the threads
     std::atomic<bool> full = false;
-    const auto work = [&] {
+    const auto work = [&](TLineMaker& maker) {
         for (size_t i = next++; i < used_ && !full; i = next++) {
-            format_.AddRows(blocks_[i]);
+            maker.MakeLines(blocks_[i]);
             std::unique_lock lock(guard);
             ready[i] = true;
             if (std::exchange(taking, true))
@@ -103,14 +107,13 @@ bool TListBlocks::FormatAndTake()
             taking = false;
         }
     };
-    const size_t threads = std::min<size_t>({used_, kMostThreads, std::thread::hardware_concurrency()});
     std::vector<std::future<void>> others; // each waited for as it goes, whatever happens here
     try {
-        for (size_t i = 1; i < threads; ++i)
-            others.push_back(std::async(std::launch::async, work));
+        for (size_t i = 1; i < std::min(used_, makers_.size()); ++i)
+            others.push_back(std::async(std::launch::async, work, std::ref(*makers_[i])));
     } catch (const std::system_error&) { // no further thread to be had
     }
-    work();
+    work(*makers_.front());
     for (std::future<void>& other : others)
         other.get();
     return !full;

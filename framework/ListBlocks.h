@@ -4,7 +4,8 @@
 #include "wire/TextOut.h"
 
 #include <functional>
-#include <span>
+#include <memory>
+#include <vector>
 
 // A list's rows made into lines of text by as many threads as the machine has.
 
@@ -17,14 +18,20 @@ struct TRowBlock {
     wire::TextBuffer lines;
 };
 
+// Makes the lines of one block after the other; each thread has one of its own.
+class TLineMaker {
+public:
+    virtual ~TLineMaker();
+    virtual void MakeLines(TRowBlock& block) = 0;
+};
+
 // How the rows of a file look.
 class TLineFormat {
 public:
     virtual ~TLineFormat();
     // One cell, on the thread of the list.
     virtual void AddCell(wire::TextBuffer& to, size_t column, const TExportCell& cell) = 0;
-    // The lines of a block, on any thread, several at a time.
-    virtual void AddRows(TRowBlock& block) const = 0;
+    virtual std::unique_ptr<TLineMaker> NewMaker() const = 0;
 };
 
 // Threads run only while Write() is between two calls of the progress, so that nothing they read can change
@@ -50,4 +57,5 @@ private:
     const int rowsOfBlock_;
     std::vector<TRowBlock> blocks_;
     size_t used_ = 0;
+    std::vector<std::unique_ptr<TLineMaker>> makers_; // by thread
 };

@@ -162,37 +162,49 @@ inline Sixteen FirstOf(size_t count)
     return mask;
 }
 
-// Copies the text to where 15 characters more have room than it has itself. Gives its end there; nullptr
-// where `special`, which marks characters of sixteen, marks one of the text. Up to `readable` memory may be
+// Whether `special`, which marks characters of sixteen, marks one of the text. Of a shorter one sixteen are
 // read.
-template <typename Special>
-char* CopyPlain(
-    char* to, const char* from, size_t size, const char* readable, const Special& special) noexcept
+template <typename Special> bool HoldsSpecial(const char* text, size_t size, const Special& special) noexcept
 {
     Sixteen piece;
-    if (size <= sizeof piece) {
-        char last[sizeof piece] = {};
-        if (static_cast<size_t>(readable - from) < sizeof piece)
-            from = static_cast<const char*>(std::memcpy(last, from, size));
-        std::memcpy(&piece, from, sizeof piece);
-        std::memcpy(to, &piece, sizeof piece);
-        piece = special(piece) & FirstOf(size);
-    } else {
-        Sixteen found{};
-        for (size_t at = 0;; at += sizeof piece) {
-            at = at + sizeof piece > size ? size - sizeof piece : at;
-            std::memcpy(&piece, from + at, sizeof piece);
-            std::memcpy(to + at, &piece, sizeof piece);
-            found |= special(piece);
-            if (at + sizeof piece == size)
-                break;
-        }
-        piece = found;
+    std::memcpy(&piece, text, sizeof piece);
+    Sixteen found = special(piece);
+    if (size <= sizeof piece)
+        found &= FirstOf(size);
+    for (size_t at = sizeof piece; at < size; at += sizeof piece) {
+        std::memcpy(&piece, text + std::min(at, size - sizeof piece), sizeof piece);
+        found |= special(piece);
     }
     std::array<long long, 2> halves;
-    static_assert(sizeof halves == sizeof piece);
-    std::memcpy(&halves, &piece, sizeof halves);
-    return (halves[0] | halves[1]) == 0 ? to + size : nullptr;
+    static_assert(sizeof halves == sizeof found);
+    std::memcpy(&halves, &found, sizeof halves);
+    return (halves[0] | halves[1]) != 0;
+}
+
+// Copies the text to where 15 characters more have room than it has itself; of a short one sixteen are read.
+// Gives its end there.
+inline char* CopyText(char* to, const char* text, size_t size) noexcept
+{
+    Sixteen piece;
+    std::memcpy(&piece, text, sizeof piece);
+    std::memcpy(to, &piece, sizeof piece);
+    for (size_t at = sizeof piece; at < size; at += sizeof piece) {
+        const size_t place = std::min(at, size - sizeof piece);
+        std::memcpy(&piece, text + place, sizeof piece);
+        std::memcpy(to + place, &piece, sizeof piece);
+    }
+    return to + size;
+}
+
+// The same where the text holds nothing special; else nullptr. Up to `readable` memory may be read.
+template <typename Special>
+char* CopyPlain(
+    char* to, const char* text, size_t size, const char* readable, const Special& special) noexcept
+{
+    char last[sizeof(Sixteen)] = {};
+    if (size < sizeof last && static_cast<size_t>(readable - text) < sizeof last)
+        text = static_cast<const char*>(std::memcpy(last, text, size));
+    return HoldsSpecial(text, size, special) ? nullptr : CopyText(to, text, size);
 }
 
 } // namespace wire

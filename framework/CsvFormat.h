@@ -1,0 +1,21 @@
+#pragma once
+
+#include "framework/ListBlocks.h"
+
+// Rows as lines of a CSV file: what a spreadsheet would take for a formula has an apostrophe before it.
+class TCsvFormat final : public TLineFormat {
+public:
+    // With `recode` lines are in code page 936.
+    TCsvFormat(const std::vector<TExportColumn>& columns, bool recode);
+
+    void AddCell(wire::TextBuffer& to, size_t column, const TExportCell& cell) override;
+    std::unique_ptr<TLineMaker> NewMaker() const override;
+
+    static void AddText(wire::TextBuffer& to, QByteArrayView text);
+    static void Recode(wire::TextBuffer& lines);
+
+private:
+    const std::vector<TExportColumn>& columns_;
+    const bool recode_;
+    wire::MomentTexts moments_;
+};
