@@ -24,6 +24,7 @@ namespace {
 
 constexpr int kColumns = 72;
 constexpr int kCopiedRows = 34'000;
+constexpr int kPairs = 7; // of a list and its peer
 constexpr int kDistinctRows = 2'000; // they come round again
 constexpr wire::DateTime kFirst{1'700'000'000};
 
@@ -175,33 +176,51 @@ void BM_Xlsx(benchmark::State& state)
 }
 BENCHMARK(BM_Xlsx)->Iterations(1)->Unit(benchmark::kMillisecond);
 
+void WritePlain(const QString& path, const QByteArray& bytes)
+{
+    FILE* to = fopen(QFile::encodeName(path).constData(), "wb");
+    fwrite(bytes.constData(), 1, size_t(bytes.size()), to);
+    fclose(to);
+}
+
+double Median(std::vector<double> values)
+{
+    const auto middle = values.begin() + std::ssize(values) / 2;
+    std::ranges::nth_element(values, middle);
+    return *middle;
+}
+
+// In turn with its peer, both into files that are new.
 void BM_Csv(benchmark::State& state)
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"list.csv"_s);
     List list(Rows());
+    QByteArray bytes;
+    std::vector<double> ours;
+    std::vector<double> ratios;
     for (auto _ : state) {
-        const double ours = Seconds([&] {
+        ours.push_back(Seconds([&] {
             TGridRows rows(list.Grid(), false);
             WriteCsv(rows, path, TCsvEncoding::Utf8, {});
-        });
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly)) {
-            state.SkipWithError("the list is not there");
-            return;
+        }));
+        if (bytes.isEmpty()) {
+            QFile file(path);
+            if (!file.open(QIODevice::ReadOnly)) {
+                state.SkipWithError("the list is not there");
+                return;
+            }
+            bytes = file.readAll();
         }
-        const QByteArray bytes = file.readAll();
-        const double bare = Seconds([&] {
-            FILE* to = fopen(QFile::encodeName(folder.filePath(u"bare.csv"_s)).constData(), "wb");
-            fwrite(bytes.constData(), 1, size_t(bytes.size()), to);
-            fclose(to);
-        });
-        state.counters["seconds"] = ours;
-        state.counters["ratio"] = ours / bare;
-        state.counters["megabytes"] = double(bytes.size()) / 1e6;
+        QFile::remove(path);
+        ratios.push_back(ours.back() / Seconds([&] { WritePlain(path, bytes); }));
+        QFile::remove(path);
     }
+    state.counters["seconds"] = Median(ours);
+    state.counters["ratio"] = Median(ratios);
+    state.counters["megabytes"] = double(bytes.size()) / 1e6;
 }
-BENCHMARK(BM_Csv)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Csv)->Iterations(kPairs)->Unit(benchmark::kMillisecond);
 
 // The longest time that the event loop was not come back to.
 class Gaps {
