@@ -11,6 +11,7 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QScreen>
+#include <QSet>
 
 #include <algorithm>
 
@@ -20,6 +21,12 @@ namespace {
 
 constexpr size_t kMostItems = 2000; // in the list at once; the search reaches all
 const QString kBlank = u"（空白）"_s;
+
+qint64 DayOf(const wire::DateTime& moment)
+{
+    constexpr qint64 kDay = 86'400;
+    return (moment.seconds - (moment.seconds < 0 ? kDay - 1 : 0)) / kDay;
+}
 
 } // namespace
 
@@ -84,25 +91,27 @@ TFilterPopup::TFilterPopup(TDBGridEh* grid, int column)
     for (const TDBGridEh::Filter& filter : grid->Filters()) {
         if (filter.field.compare(entry.info.fieldName, Qt::CaseInsensitive) != 0)
             continue;
-        if (!filter.shown.isEmpty())
-            ticked_ = {filter.shown.begin(), filter.shown.end()};
+        if (!filter.shown.isEmpty()) {
+            const QSet<QString> shown(filter.shown.begin(), filter.shown.end());
+            for (Item& item : items_)
+                item.ticked = shown.contains(item.text);
+        }
         if (from_) {
             from_->setText(filter.from);
             to_->setText(filter.to);
         }
     }
     Fill();
-    connect(search_, &QLineEdit::textChanged, this, [this] { Fill(); });
+    connect(search_, &QLineEdit::textChanged, this, [this](const QString& text) {
+        wanted_ = text.trimmed();
+        Fill();
+    });
     for (QLineEdit* edit : {search_, from_, to_}) {
         if (edit)
             connect(edit, &QLineEdit::returnPressed, this, [this] { Apply(); });
     }
     connect(list_, &QListWidget::itemChanged, this, [this](const QListWidgetItem* item) {
-        const QString text = item->data(Qt::UserRole).toString();
-        if (item->checkState() == Qt::Checked)
-            ticked_.insert(text);
-        else
-            ticked_.remove(text);
+        items_[item->data(Qt::UserRole).value<size_t>()].ticked = item->checkState() == Qt::Checked;
     });
 }
 
@@ -110,17 +119,28 @@ TFilterPopup::TFilterPopup(TDBGridEh* grid, int column)
 void TFilterPopup::Read()
 {
     const TGridColumn& entry = grid_->d_->columns[size_t(column_)];
+    const std::vector<TClientDataSetEx::ValueCount> counts = grid_->DataSet()->CountValues(entry.field);
+    items_.reserve(counts.size());
     QHash<QString, size_t> places;
-    for (const TClientDataSetEx::ValueCount& count : grid_->DataSet()->CountValues(entry.field)) {
-        const QString text = grid_->d_->FilterText(entry, count.value);
-        const auto known = places.constFind(text);
-        if (known != places.constEnd()) {
-            items_[*known].rows += count.rows;
-            continue;
+    places.reserve(qsizetype(counts.size()));
+    QHash<qint64, QString> days; // of many moments each
+    for (const TClientDataSetEx::ValueCount& count : counts) {
+        QString text;
+        if (const auto* moment = std::get_if<wire::DateTime>(&count.value)) {
+            QString& day = days[DayOf(*moment)];
+            if (day.isEmpty())
+                day = grid_->d_->FilterText(entry, count.value);
+            text = day;
+        } else {
+            text = grid_->d_->FilterText(entry, count.value);
         }
-        places.insert(text, items_.size());
-        items_.push_back({text, count.value, count.rows});
-        ticked_.insert(text);
+        size_t& place = places[text]; // 1 for the first of the items
+        if (place == 0) {
+            items_.push_back({text, count.value, count.rows});
+            place = items_.size();
+        } else {
+            items_[place - 1].rows += count.rows;
+        }
     }
     // A list too long to be read is in the order of its rows, for searching.
     if (items_.size() > kMostItems)
@@ -133,19 +153,25 @@ void TFilterPopup::Read()
     });
 }
 
+bool TFilterPopup::IsFound(const Item& item) const
+{
+    return (item.text.isEmpty() ? kBlank : item.text).contains(wanted_, Qt::CaseInsensitive);
+}
+
 void TFilterPopup::Fill()
 {
     const QSignalBlocker quiet(list_);
     list_->clear();
     size_t found = 0;
-    for (const Item& item : items_) {
-        const QString shown = item.text.isEmpty() ? kBlank : item.text;
-        if (!shown.contains(search_->text().trimmed(), Qt::CaseInsensitive) || ++found > kMostItems)
+    for (size_t i = 0; i < items_.size(); ++i) {
+        const Item& item = items_[i];
+        if (!IsFound(item) || ++found > kMostItems)
             continue;
+        const QString shown = item.text.isEmpty() ? kBlank : item.text;
         auto* line = new QListWidgetItem(u"%1  (%2)"_s.arg(shown).arg(item.rows), list_);
-        line->setData(Qt::UserRole, item.text);
+        line->setData(Qt::UserRole, QVariant::fromValue(i));
         line->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable);
-        line->setCheckState(ticked_.contains(item.text) ? Qt::Checked : Qt::Unchecked);
+        line->setCheckState(item.ticked ? Qt::Checked : Qt::Unchecked);
     }
     const size_t hidden = found > kMostItems ? found - kMostItems : 0;
     more_->setText(hidden > 0 ? u"还有%1个值，请用查找缩小"_s.arg(hidden) : u"%1个值"_s.arg(found));
@@ -154,14 +180,9 @@ void TFilterPopup::Fill()
 // Of those that the search leaves.
 void TFilterPopup::TickAll(bool on)
 {
-    for (const Item& item : items_) {
-        const QString shown = item.text.isEmpty() ? kBlank : item.text;
-        if (!shown.contains(search_->text().trimmed(), Qt::CaseInsensitive))
-            continue;
-        if (on)
-            ticked_.insert(item.text);
-        else
-            ticked_.remove(item.text);
+    for (Item& item : items_) {
+        if (IsFound(item))
+            item.ticked = on;
     }
     Fill();
 }
@@ -172,9 +193,7 @@ void TFilterPopup::Apply()
     TDBGridEh::Filter filter{grid_->Column(column_).fieldName, {}, {}, {}};
     bool all = true;
     for (const Item& item : items_) {
-        const QString shown = item.text.isEmpty() ? kBlank : item.text;
-        const bool taken =
-            ticked_.contains(item.text) && shown.contains(search_->text().trimmed(), Qt::CaseInsensitive);
+        const bool taken = item.ticked && IsFound(item);
         all = all && taken;
         if (taken)
             filter.shown += item.text;

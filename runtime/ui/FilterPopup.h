@@ -3,7 +3,6 @@
 #include "runtime/ui/DBGrid.h"
 
 #include <QFrame>
-#include <QSet>
 
 class QLabel;
 class QLineEdit;
@@ -25,8 +24,10 @@ private:
         QString text;
         wire::Value value; // one that is shown so
         int rows = 0;
+        bool ticked = true;
     };
     void Read();
+    bool IsFound(const Item& item) const;
     void Fill();
     void TickAll(bool on);
     void Apply();
@@ -35,7 +36,7 @@ private:
     int column_;
     bool dates_ = false; // not numbers
     std::vector<Item> items_; // in the order shown
-    QSet<QString> ticked_;
+    QString wanted_; // the search's text
     QLineEdit* search_;
     QListWidget* list_;
     QLabel* more_;
