@@ -155,20 +155,13 @@ private:
         next_ = static_cast<lxw_row_t>(levels_);
     }
 
-    // The library's own call would write the cells once more, and come back to rows that are gone.
+    // Without a text and a format the library notes the range and writes none of its cells, which may stand
+    // in rows that are gone.
     void Merge(int top, int bottom, size_t left, size_t right)
     {
-        if (top == bottom && left == right)
-            return;
-        auto* range = static_cast<lxw_merged_range*>(calloc(1, sizeof(lxw_merged_range)));
-        if (!range)
-            return;
-        range->first_row = static_cast<lxw_row_t>(top);
-        range->last_row = static_cast<lxw_row_t>(bottom);
-        range->first_col = static_cast<lxw_col_t>(left);
-        range->last_col = static_cast<lxw_col_t>(right);
-        STAILQ_INSERT_TAIL(sheet_->merged_ranges, range, list_pointers);
-        ++sheet_->merged_range_count;
+        if (top < bottom || left < right)
+            worksheet_merge_range(sheet_, static_cast<lxw_row_t>(top), static_cast<lxw_col_t>(left),
+                static_cast<lxw_row_t>(bottom), static_cast<lxw_col_t>(right), "", nullptr);
     }
 
     void WriteText(int row, size_t column, const QByteArray& text, lxw_format* format)
