@@ -2,11 +2,15 @@
 #include "framework/frm_Export.h"
 #include "tests/framework/ProbeScreen.h"
 
+#include <QApplication>
+#include <QClipboard>
 #include <QDir>
 #include <QFile>
+#include <QMimeData>
 #include <QRegularExpression>
 #include <QStringDecoder>
 #include <QStringEncoder>
+#include <QTest>
 #include <QXmlStreamReader>
 
 #include <gtest/gtest.h>
@@ -362,6 +366,25 @@ TEST_F(ListExport, StoredAndEditedRowsAreWrittenLikeTheirCellsOneByOne)
                     : QByteArray(QStringEncoder("GBK")(QString::fromUtf8(expected)))))
             << "encoding " << int(encoding);
     }
+    // Copied, a cell holds no tab and no line break, and says in the table whether it is a number.
+    static const QRegularExpression kSplitting(u"[\t\r\n]"_s);
+    QString lines;
+    QString table = u"<meta charset=\"utf-8\"><table>"_s;
+    for (int row = 0; row < rows.RecordCount(); ++row) {
+        table += u"<tr>"_s;
+        for (int i = 0; i < int(types.size()); ++i) {
+            const QString text = grid.CellText(row, i).replace(kSplitting, u" "_s);
+            lines += text + (i + 1 < int(types.size()) ? u'\t' : u'\n');
+            table += (i == 2 ? u"<td>"_s : u"<td style=\"mso-number-format:'\\@'\">"_s) + text.toHtmlEscaped()
+                + u"</td>"_s;
+        }
+        table += u"</tr>"_s;
+    }
+    grid.selectAll();
+    QTest::keyClick(&grid, Qt::Key_C, Qt::ControlModifier);
+    EXPECT_TRUE(QApplication::clipboard()->text() == lines);
+    EXPECT_TRUE(QApplication::clipboard()->mimeData()->html() == table + u"</table>"_s);
+
     TGridRows all(grid, false);
     ASSERT_TRUE(WriteXlsx(all, File(u"all.xlsx"_s), {}));
     WriteByLibrary(File(u"library.xlsx"_s), rows);
