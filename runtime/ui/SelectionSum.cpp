@@ -18,7 +18,6 @@ TSelectionSum::TSelectionSum(QWidget* parent)
 {
     setObjectName(u"SelectionSum"_s);
     setTextFormat(Qt::PlainText);
-    hide();
     rest_.setSingleShot(true);
     rest_.setInterval(kRest);
     connect(&rest_, &QTimer::timeout, this, &TSelectionSum::Begin);
@@ -44,7 +43,7 @@ void TSelectionSum::Follow(TDBGridEh* grid)
 void TSelectionSum::Later()
 {
     soon_.stop();
-    hide();
+    clear(); // a status bar hides and shows it as its messages come and go
     rest_.start();
 }
 
@@ -113,5 +112,4 @@ void TSelectionSum::Say()
         text += u"，合计%1，平均%2"_s.arg(sum, QString::number(sum.toDouble() / values_, 'f', 2));
     }
     setText(text);
-    show();
 }
