@@ -65,7 +65,9 @@ inline quint32 HashText(const char* text, quint32 size, quint64 seed) noexcept
     } else if (size > 0) {
         mix(quint64(uchar(text[0])) << 16 | quint64(uchar(text[size / 2])) << 8 | uchar(end[-1]));
     }
-    return static_cast<quint32>(hash);
+    // What sets numbers of orders apart, their last digits, is in the highest bits so far; slots go by the
+    // low.
+    return static_cast<quint32>(hash * kFactor >> 32);
 }
 
 quint64 HashSeed() noexcept
