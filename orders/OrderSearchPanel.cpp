@@ -17,8 +17,15 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr QSize kNumberBox(180, 172); // at most, in pixels at 96 dpi
-constexpr int kLeastBoxWidth = 96;
+constexpr QSize kNumberBox(140, 172); // at most, in pixels at 96 dpi
+constexpr int kLeastBoxWidth = 72;
+
+// Beside its neighbours as long as it can be; what it takes then is what they leave.
+class TModestPanel : public QWidget {
+public:
+    using QWidget::QWidget;
+    QSize sizeHint() const override { return minimumSizeHint(); }
+};
 
 QString TextIn(const QWidget* box)
 {
@@ -49,7 +56,7 @@ TOrderSearchPanel::TOrderSearchPanel(QWidget* parent, const QString& name, const
     auto* parts = new TFlowRow(content);
     parts->setContentsMargins(8, 4, 8, 6);
     parts->setSpacing(10);
-    parts->addWidget(numbers_);
+    parts->addWidget(numbers_, 0, Qt::AlignTop);
     parts->addWidget(CreateTimePanel(content, windowTitle));
     parts->addWidget(CreateFilterPanel(content), 1);
 }
@@ -121,7 +128,7 @@ void TOrderSearchPanel::DBLookupComboboxEh2Exit(TDBLookupComboboxEh& box)
 
 QWidget* TOrderSearchPanel::CreateFilterPanel(QWidget* content)
 {
-    auto* panel = new QWidget(content);
+    auto* panel = new TModestPanel(content);
     auto* grid = new QGridLayout(panel);
     grid->setContentsMargins(0, 0, 0, 0);
     grid->setVerticalSpacing(5);
