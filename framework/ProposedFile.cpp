@@ -4,6 +4,7 @@
 #include "runtime/ui/Forms.h"
 
 #include <QDir>
+#include <QFileDialog>
 #include <QRegularExpression>
 #include <QStandardPaths>
 
@@ -33,6 +34,16 @@ QString ProposedFile(QString title, QStringView ending)
     title.replace(QRegularExpression(uR"([\\/:*?"<>|])"_s), u"_"_s); // no system's names hold these
     const QString moment = ServerDateTime().Format(u"yyyymmdd-hhnnss");
     return QDir::toNativeSeparators(QDir(Folder()).filePath(title + u'-' + moment + ending.toString()));
+}
+
+QString AskFile(QWidget* parent, const QString& caption, const QString& proposed, const QString& filter)
+{
+    const QFileInfo file(proposed);
+    QFileDialog dialog(parent, caption, file.absolutePath(), filter);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix(file.suffix());
+    dialog.selectFile(file.fileName());
+    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
 }
 
 QString KeptFolder()

@@ -4,12 +4,15 @@
 
 class QWidget;
 
-// Names for what lists are written to.
+// Names for the files that lists and charts are written to.
 
 // What a list is called: its form's caption.
 QString ListTitle(const QWidget& list);
 // A name made of title and time, in the folder where the last file went.
 QString ProposedFile(QString title, QStringView ending);
+// The name that the user gives the file, with the ending proposed where it has none, once it may take the
+// place of another; empty where they do not.
+QString AskFile(QWidget* parent, const QString& caption, const QString& proposed, const QString& filter);
 // Where the last file went, for as long as the program runs.
 QString KeptFolder();
 void KeepFolder(const QString& folder);

@@ -16,7 +16,7 @@
 
 #include <QDesktopServices>
 #include <QDir>
-#include <QFileDialog>
+#include <QFileInfo>
 #include <QKeyEvent>
 #include <QPrinter>
 #include <QUrl>
@@ -270,8 +270,7 @@ void Tfrm_Print::Button2Click()
         return;
     QString path;
     const bool chosen = Asked([&] {
-        path = QFileDialog::getSaveFileName(
-            this, Caption(), ProposedFile(ListTitle(*view_), u".pdf"), u"PDF 文件 (*.pdf)"_s);
+        path = AskFile(this, Caption(), ProposedFile(ListTitle(*view_), u".pdf"), u"PDF 文件 (*.pdf)"_s);
         return !path.isEmpty();
     });
     if (chosen)

@@ -1,6 +1,7 @@
 #include "reports/BarChart.h"
 
 #include "framework/LabelledControls.h"
+#include "framework/ProposedFile.h"
 #include "framework/ScreenHandlers.h"
 #include "module/data/MessageBoxes.h"
 #include "orders/OrderView.h"
@@ -11,7 +12,7 @@
 #include <QBarSet>
 #include <QChartView>
 #include <QClipboard>
-#include <QFileDialog>
+#include <QFileInfo>
 #include <QGraphicsLayout>
 #include <QGraphicsSimpleTextItem>
 #include <QGuiApplication>
@@ -382,12 +383,11 @@ void TBarChart::Copy() const
 
 void TBarChart::Save()
 {
-    QString path =
-        QFileDialog::getSaveFileName(this, content_.title, content_.title + u".png"_s, u"PNG (*.png)"_s);
+    const QString path =
+        AskFile(this, content_.title, ProposedFile(content_.title, u".png"), u"PNG (*.png)"_s);
     if (path.isEmpty())
         return;
-    if (!path.endsWith(u".png"_s, Qt::CaseInsensitive))
-        path += u".png"_s;
+    KeepFolder(QFileInfo(path).absolutePath());
     if (!Picture().save(path))
         ShowFailure(u"图片没有写到"_s + path, content_.title);
 }
