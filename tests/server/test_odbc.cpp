@@ -185,6 +185,13 @@ TEST_P(OdbcPostgresTest, AConnectionIsUsedAgainUnlessAStatementWasStopped)
         storage::odbc::Database database(
             storage::odbc::ReadSettings(Company().Connection() + u";UseDeclareFetch=1;Fetch=2"_s),
             kSecondBeforeOurs);
+        storage::odbc::Statement jit =
+            database.Prepare(u"select setting from pg_settings where name = 'jit'"_s);
+        jit.Run();
+        jit.ReadAs(std::array{wire::ColumnType::Text});
+        ASSERT_TRUE(jit.Next());
+        EXPECT_EQ(jit.Value(0), wire::Value(u"off"_s)) << "what compiles cannot be stopped";
+        while (jit.Next()) { }
         EXPECT_THROW(
             {
                 storage::odbc::Statement statement = database.Prepare(text);

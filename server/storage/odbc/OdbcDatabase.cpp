@@ -113,6 +113,8 @@ void Database::SettleSession(const QString& schema)
     } else if (product_ == Product::Postgres) {
         // The dialect takes a backslash in a text as a plain character; so must the database.
         Execute(u"set standard_conforming_strings = on"_s);
+        // While it compiles a long condition, which takes minutes, it obeys no cancellation.
+        Execute(u"select set_config(name, 'off', false) from pg_settings where name = 'jit'"_s);
         if (!schema.isEmpty())
             Execute(
                 u"select set_config('search_path', '%1, ' || current_setting('search_path'), false)"_s.arg(
