@@ -16,6 +16,7 @@ constexpr int kKnownPending = 64; // at once, of an account that is known there:
 constexpr auto kLongest = 300s;
 constexpr auto kForgotten = 15min;
 constexpr auto kTurn = 20s;
+constexpr auto kBetweenForgets = 1s; // it looks at all records
 constexpr qsizetype kLongestName = 64;
 constexpr qsizetype kRecords = 100'000;
 constexpr qsizetype kKnown = 50'000;
@@ -61,8 +62,8 @@ LoginGuard::Admission LoginGuard::Look(const Keys& keys, Clock::time_point now, 
     const size_t kinds = known ? size_t(1) : size_t(kKinds);
     Clock::duration wait{};
     for (size_t kind = 0; kind < kinds; ++kind) {
-        const auto found = records_.constFind(keys[kind]);
-        if (found == records_.constEnd() || (now - found->last > kForgotten && found->pending == 0))
+        const Record* const found = Find(keys[kind], known);
+        if (found == nullptr || (now - found->last > kForgotten && found->pending == 0))
             continue;
         wait = std::max(wait, found->closedUntil - now);
         const int free = known && found->failures == 0 ? kKnownPending : kFree[kind];
@@ -75,8 +76,8 @@ LoginGuard::Admission LoginGuard::Look(const Keys& keys, Clock::time_point now, 
     }
     if (busy)
         return {1, known};
-    for (const QString& key : keys) {
-        Record& record = RecordOf(key);
+    for (size_t kind = 0; kind < kKinds; ++kind) {
+        Record& record = RecordOf(keys[kind], known && kind == AccountFromPlace);
         if (now - record.last > kForgotten && record.pending == 0)
             record = {};
         if (record.pending++ == 0 && record.failures == 0)
@@ -85,19 +86,31 @@ LoginGuard::Admission LoginGuard::Look(const Keys& keys, Clock::time_point now, 
     return {0, known};
 }
 
-LoginGuard::Record& LoginGuard::RecordOf(const QString& key)
+const LoginGuard::Record* LoginGuard::Find(const QString& key, bool known) const
+{
+    auto found = records_.constFind(key);
+    if (found == records_.constEnd() && !known && records_.size() >= kRecords)
+        found = records_.constFind(kEverybodyElse);
+    return found == records_.constEnd() ? nullptr : &*found;
+}
+
+// Those that are known somewhere are few enough to have records of their own even so.
+LoginGuard::Record& LoginGuard::RecordOf(const QString& key, bool known)
 {
     const auto found = records_.find(key);
     if (found != records_.end())
         return *found;
-    return records_[records_.size() < kRecords ? key : kEverybodyElse];
+    return records_[known || records_.size() < kRecords ? key : kEverybodyElse];
 }
 
 void LoginGuard::Settle(const Keys& keys)
 {
     for (const QString& key : keys) {
-        Record& record = RecordOf(key);
-        record.pending = std::max(record.pending - 1, 0);
+        auto record = records_.find(key);
+        if (record == records_.end())
+            record = records_.find(kEverybodyElse);
+        if (record != records_.end())
+            record->pending = std::max(record->pending - 1, 0);
     }
     settled_.notify_all();
 }
@@ -105,8 +118,12 @@ void LoginGuard::Settle(const Keys& keys)
 // Only what no longer counts: failures of others forget nothing.
 void LoginGuard::Forget(Clock::time_point now)
 {
+    if (now < nextForget_)
+        return;
+    nextForget_ = now + kBetweenForgets;
     records_.removeIf([now](const auto& item) {
-        return item.value().pending == 0 && now - item.value().last > kForgotten;
+        return (item.value().pending == 0 || item.key() == kEverybodyElse)
+            && now - item.value().last > kForgotten;
     });
 }
 
@@ -115,8 +132,9 @@ void LoginGuard::Failed(const QString& account, const QString& peer, Clock::time
     const std::lock_guard lock(mutex_);
     const Keys keys = KeysOf(account, peer);
     Settle(keys);
+    const bool known = known_.contains(keys[AccountFromPlace]);
     for (size_t kind = 0; kind < kKinds; ++kind) {
-        Record& record = RecordOf(keys[kind]);
+        Record& record = RecordOf(keys[kind], known && kind == AccountFromPlace);
         record.last = now;
         const int excess = ++record.failures - kFree[kind];
         if (excess > 0)
@@ -137,7 +155,7 @@ void LoginGuard::Succeeded(const QString& account, const QString& peer, Clock::t
     const Keys keys = KeysOf(account, peer);
     Settle(keys);
     // One right password excuses no guessing of other accounts: place and account only fade with time.
-    Record& record = RecordOf(keys[AccountFromPlace]);
+    Record& record = RecordOf(keys[AccountFromPlace], true);
     record.failures = 0;
     record.closedUntil = {};
     if (known_.size() >= kKnown)

@@ -47,13 +47,16 @@ private:
     static Keys KeysOf(const QString& account, const QString& peer);
 
     Admission Look(const Keys& keys, Clock::time_point now, bool& busy);
-    Record& RecordOf(const QString& key);
+    // Under which a key is counted; null: it is not.
+    const Record* Find(const QString& key, bool known) const;
+    Record& RecordOf(const QString& key, bool known);
     void Settle(const Keys& keys);
     void Forget(Clock::time_point now);
 
     mutable std::mutex mutex_;
     std::condition_variable settled_;
     QHash<QString, Record> records_;
+    Clock::time_point nextForget_{};
     QHash<QString, Clock::time_point> known_; // accounts from places, by when they last logged in
 };
 

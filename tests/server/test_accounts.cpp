@@ -155,6 +155,26 @@ TEST_F(LoginGuardTest, NamesInventedByThousandsClearNothingAndFillNothing)
     EXPECT_EQ(Guess(u"account1"_s, u"10.0.0.2:1"_s), 0) << "another place";
 }
 
+// More places than can be told apart: whoever comes from one more shares what is left, and who is known does
+// not.
+TEST_F(LoginGuardTest, PlacesInventedByTensOfThousandsOpenNothing)
+{
+    LogIn(u"clerk"_s);
+    const auto place = [](int i) {
+        return u"10.%1.%2.%3:1"_s.arg(1 + i / 65'536).arg(i / 256 % 256).arg(i % 256);
+    };
+    for (int i = 0; i < 34'000; ++i)
+        Guess(u"account%1"_s.arg(i), place(i));
+    EXPECT_LE(guard_.Records(), 100'100);
+    int admitted = 0;
+    for (int i = 34'000; i < 34'500; ++i)
+        admitted += Guess(u"boss"_s, place(i)) == 0 ? 1 : 0;
+    EXPECT_LE(admitted, 50);
+    EXPECT_EQ(Admit(u"clerk"_s), 0);
+    now_ += 20min;
+    EXPECT_EQ(Guess(u"boss"_s, place(1)), 0);
+}
+
 TEST_F(LoginGuardTest, ARightPasswordExcusesNoGuessingOfOthers)
 {
     for (int i = 0; i < 3; ++i)
