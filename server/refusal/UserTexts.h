@@ -217,6 +217,10 @@ inline QString NameUsedAgain()
 {
     return QStringLiteral("该保存请求的编号已用于另一次保存，数据没有保存，请重新保存！");
 }
+inline QString SortedTooMuch()
+{
+    return QStringLiteral("需要排序或汇总的数据过多，请缩小查询范围！");
+}
 inline QString TooManyRefusals(int rows)
 {
     return QStringLiteral("有%1条数据不能保存，结果过大，全部没有保存，请分批保存！").arg(rows);

@@ -1,7 +1,9 @@
 #include "company/Tables.h"
 #include "server/provider/Resolver.h"
+#include "server/refusal/UserTexts.h"
 #include "server/storage/Pool.h"
 #include "server/storage/sqlite/SqliteConnection.h"
+#include "server/storage/sqlite/TemporaryFiles.h"
 #include "tests/server/ServerFixture.h"
 
 #include <QFile>
@@ -62,6 +64,28 @@ TEST_F(StorageFaultTest, HalfMadeDatabaseIsMadeAgain)
     Raw("insert into tab_zelmor_bill(TX_LOGISTIC_ID) values('A')");
     Restart();
     EXPECT_EQ(server_->QueryAsAdministrator(kOrders).RowCount(), 1);
+}
+
+// What is sorted may fill the disk that saves need.
+TEST_F(StorageFaultTest, WhatIsSortedTakesNoMoreOfTheDiskThanItMay)
+{
+    QStringList rows;
+    for (int i = 0; i < 17; ++i)
+        rows << u"('%1')"_s.arg(i);
+    Raw((u"insert into tab_zelmor_bill(TX_LOGISTIC_ID) values"_s + rows.join(u',')).toUtf8().constData());
+    Client client = LoggedIn();
+    // 20 MB, more than a connection sorts in memory.
+    const QString sorted = u"select count(*) from (select distinct rpad(a.TX_LOGISTIC_ID,4000,'x') || "
+                           "b.TX_LOGISTIC_ID || c.TX_LOGISTIC_ID x from tab_zelmor_bill a, "
+                           "tab_zelmor_bill b, tab_zelmor_bill c) t"_s;
+    for (const auto& [ofOne, ofAll] :
+        {std::pair(qint64(8) << 20, qint64(1) << 30), std::pair(qint64(1) << 30, qint64(8) << 20)}) {
+        storage::sqlite::LimitTemporaryFiles(ofOne, ofAll);
+        EXPECT_EQ(ErrorOf([&] { client.Query(sorted); }).Message(), texts::SortedTooMuch());
+    }
+    storage::sqlite::LimitTemporaryFiles(qint64(1) << 30, qint64(64) << 20);
+    EXPECT_EQ(client.Query(sorted).RowCount(), 1) << "what was refused has been given back";
+    storage::sqlite::LimitTemporaryFiles(qint64(2) << 30, qint64(8) << 30);
 }
 
 TEST_F(StorageFaultTest, FolderThatCannotBeMade)

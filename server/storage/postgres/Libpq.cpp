@@ -52,6 +52,8 @@ Fault FaultOf(std::string_view state)
 {
     if (state == "53100")
         return {ErrorKind::Storage, texts::DiskFull()};
+    if (state == "53400") // temp_file_limit
+        return {ErrorKind::Limit, texts::SortedTooMuch()};
     if (IsAny(state, "25006", "42501"))
         return {ErrorKind::Storage, texts::DatabaseReadOnly()};
     if (state == "53200" || StartsWith(state, "54"))

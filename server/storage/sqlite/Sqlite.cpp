@@ -2,7 +2,9 @@
 
 #include "server/dialect/Refusals.h"
 #include "server/dialect/SqliteFunctions.h"
+#include "server/refusal/Refusal.h"
 #include "server/refusal/UserTexts.h"
+#include "server/storage/sqlite/TemporaryFiles.h"
 #include "wire/Utf8.h"
 
 #include <atomic>
@@ -108,6 +110,9 @@ void RaiseError(sqlite3* database, int code, const QString& sqlText)
     const QString reason = QString::fromUtf8(database ? sqlite3_errmsg(database) : sqlite3_errstr(code));
     if (code == dialect::kDataErrorCode)
         throw wire::Error(wire::ErrorKind::Data, reason, sqlText);
+    if ((code & 0xff) == SQLITE_FULL && TookTooMuch())
+        throw server::RefusedError(
+            server::RefusalReason::Size, wire::ErrorKind::Limit, texts::SortedTooMuch());
     if ((code & 0xff) == SQLITE_CORRUPT || (code & 0xff) == SQLITE_NOTADB)
         damagedFiles.Add(database);
     const Fault fault = FaultOf(code);
@@ -255,7 +260,8 @@ Database::Database(const QString& file, OpenMode mode)
         | (mode == OpenMode::Fill ? SQLITE_OPEN_CREATE : 0);
     ConfigureLibrary();
     sqlite3* handle = nullptr;
-    const int code = sqlite3_open_v2(file.toUtf8().constData(), &handle, flags, nullptr);
+    const int code = sqlite3_open_v2(
+        file.toUtf8().constData(), &handle, flags, mode == OpenMode::Serve ? CountedFiles() : nullptr);
     handle_.reset(handle);
     if (code != SQLITE_OK)
         RaiseError(handle, code);
