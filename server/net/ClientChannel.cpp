@@ -20,6 +20,7 @@ namespace {
 constexpr qsizetype kQueueBytes = 32 * 1024;
 constexpr size_t kKeptBytes = 4096; // between replies
 constexpr int kFarewell = 1000; // milliseconds
+constexpr qsizetype kPieceInTime = 128 * 1024; // of a frame
 
 // The start of a TLS record with a handshake. As a frame it would be longer than a login may be.
 bool IsClientHello(const char* bytes, qsizetype size)
@@ -29,7 +30,7 @@ bool IsClientHello(const char* bytes, qsizetype size)
 
 } // namespace
 
-ClientChannel::ClientChannel(const ListenerOptions& options, RequestMemory& requests, ReplyRoom& replies)
+ClientChannel::ClientChannel(const ListenerOptions& options, SharedBudget& requests, SharedBudget& replies)
     : FrameChannel(&memory_)
     , options_(options)
     , memory_(requests)
@@ -94,6 +95,7 @@ void ClientChannel::Encrypt(const Certificates& certificates)
 
 void ClientChannel::BeginReply()
 {
+    pieceLeft_ = 0;
     patience_ = options_.readerPatience;
     lastPatience_ = options_.frameTimeout;
 }
@@ -188,11 +190,24 @@ int ClientChannel::TimeLeft(int patience) const
         : static_cast<int>(std::min<qint64>(patience, loginDeadline_.remainingTime()));
 }
 
+void ClientChannel::BeginPiece()
+{
+    pieceDeadline_ = QDeadlineTimer(options_.frameTimeout);
+    pieceLeft_ = kPieceInTime;
+}
+
 qsizetype ClientChannel::ReadSome(char* to, qsizetype size, bool idle)
 {
-    const int patience = TimeLeft(idle ? options_.idleTimeout : options_.frameTimeout);
+    if (!idle && pieceLeft_ <= 0)
+        BeginPiece();
+    const int patience =
+        TimeLeft(idle ? options_.idleTimeout : static_cast<int>(pieceDeadline_.remainingTime()));
     const qsizetype got = Guarded([&] { return stream_->Receive(to, size, patience); });
-    if (got != wire::SocketStream::kTimedOut) {
+    if (idle)
+        BeginPiece();
+    // A sender of a few bytes now and then would keep its session, and the memory for its frame, for ever.
+    pieceLeft_ -= std::max<qsizetype>(got, 0);
+    if (got != wire::SocketStream::kTimedOut && (pieceLeft_ <= 0 || !pieceDeadline_.hasExpired())) {
         options_.monitor->metrics.bytesReceived.Add(static_cast<quint64>(got));
         return got;
     }

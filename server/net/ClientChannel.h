@@ -1,7 +1,7 @@
 #pragma once
 
 #include "server/net/Listener.h"
-#include "server/net/RequestMemory.h"
+#include "server/net/SharedBudget.h"
 #include "server/net/WaitingReply.h"
 #include "wire/Frame.h"
 #include "wire/SocketStream.h"
@@ -18,7 +18,7 @@ class Certificates;
 // The client's socket as a sequence of frames.
 class ClientChannel : public wire::FrameChannel {
 public:
-    ClientChannel(const ListenerOptions& options, RequestMemory& requests, ReplyRoom& replies);
+    ClientChannel(const ListenerOptions& options, SharedBudget& requests, SharedBudget& replies);
     ~ClientChannel() override;
 
     // Takes the descriptor over; gives the name of the other end.
@@ -31,6 +31,7 @@ public:
     {
         loginDeadline_ = QDeadlineTimer(QDeadlineTimer::Forever);
         memory_.SetAccount(account);
+        aside_.SetAccount(account);
     }
     // Of the request that was read.
     RequestShare& Memory() noexcept { return memory_; }
@@ -57,6 +58,7 @@ private:
     qsizetype ReadSome(char* to, qsizetype size, bool idle) override;
     void WriteAll(const char* bytes, qsizetype size) override;
     [[noreturn]] void RaiseTakesNothing();
+    void BeginPiece();
     void Pass(const char* bytes, qsizetype size);
     // What was put aside; false where the client did not take it in time.
     bool Drain(qint64& patience);
@@ -76,6 +78,9 @@ private:
     qint64 patience_ = 0;
     qint64 lastPatience_ = 0;
     QDeadlineTimer loginDeadline_;
+    // Of a frame that is being received, by when so many bytes more must have come.
+    QDeadlineTimer pieceDeadline_;
+    qsizetype pieceLeft_ = 0;
     bool broken_ = false;
 };
 

@@ -11,8 +11,7 @@ namespace server {
 
 class Certificates;
 class ClientChannel;
-class ReplyRoom;
-class RequestMemory;
+class SharedBudget;
 
 // How many sessions each account has. Safe to use from any thread.
 class AccountSessions {
@@ -35,8 +34,8 @@ struct ClientContext {
     const ListenerOptions& options;
     const Certificates* certificates; // null: nothing is encrypted
     AccountSessions& accounts;
-    RequestMemory& requests;
-    ReplyRoom& replies;
+    SharedBudget& requests;
+    SharedBudget& replies;
 };
 
 // One client: `Run` on its thread, everything else from the listener's.

@@ -32,7 +32,7 @@ struct ListenerOptions {
     qint64 requestMemory = qint64(1) << 30; // of all requests together, half of it for one account's
     // Milliseconds.
     int loginTimeout = 60'000; // from connecting, over the TLS handshake, to being logged in
-    int frameTimeout = 30'000; // without a byte inside a frame, and without progress when sending
+    int frameTimeout = 30'000; // for 128 KB of a frame in either direction
     // Of a reply, while its request runs: so long may the client keep it waiting by not reading. Then the
     // rest goes into a file, and the request ends without the client.
     int readerPatience = 1'000;

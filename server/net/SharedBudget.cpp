@@ -1,4 +1,4 @@
-#include "server/net/RequestMemory.h"
+#include "server/net/SharedBudget.h"
 
 #include "server/refusal/Refusal.h"
 
@@ -14,11 +14,12 @@ constexpr qint64 kAtATime = 1 << 20;
 
 } // namespace
 
-bool RequestMemory::Take(const QString& account, qint64 bytes)
+bool SharedBudget::Take(const QString& account, qint64 bytes)
 {
     const std::lock_guard lock(mutex_);
     qint64& own = byAccount_[account];
-    if (held_ + bytes > most_ || own + bytes > most_ / 2) {
+    const bool little = own + bytes <= most_ / 16;
+    if (held_ + bytes > (little ? most_ : most_ - most_ / 4) || own + bytes > most_ / 2) {
         if (own == 0)
             byAccount_.remove(account);
         return false;
@@ -28,7 +29,7 @@ bool RequestMemory::Take(const QString& account, qint64 bytes)
     return true;
 }
 
-void RequestMemory::GiveBack(const QString& account, qint64 bytes) noexcept
+void SharedBudget::GiveBack(const QString& account, qint64 bytes) noexcept
 {
     const std::lock_guard lock(mutex_);
     held_ -= bytes;
@@ -37,7 +38,7 @@ void RequestMemory::GiveBack(const QString& account, qint64 bytes) noexcept
         byAccount_.erase(own);
 }
 
-qint64 RequestMemory::Held() const
+qint64 SharedBudget::Held() const
 {
     const std::lock_guard lock(mutex_);
     return held_;

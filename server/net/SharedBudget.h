@@ -8,11 +8,12 @@
 
 namespace server {
 
-// The memory that the requests of all clients hold from their first byte to their answer. No account holds
-// more than half of it. Safe to use from any thread.
-class RequestMemory {
+// Bytes that all clients share: of memory for requests, from their first byte to their answer; of the disk
+// for replies that wait. No account holds more than half, and the last quarter is for those that hold little.
+// Safe to use from any thread.
+class SharedBudget {
 public:
-    explicit RequestMemory(qint64 most)
+    explicit SharedBudget(qint64 most)
         : most_(most)
     {
     }
@@ -30,7 +31,7 @@ private:
 // What one client's request holds of it. The first bytes are every client's own. Used by one thread.
 class RequestShare final : public wire::MemoryBudget {
 public:
-    explicit RequestShare(RequestMemory& all)
+    explicit RequestShare(SharedBudget& all)
         : all_(all)
     {
     }
@@ -44,7 +45,7 @@ public:
     void GiveBack() noexcept;
 
 private:
-    RequestMemory& all_;
+    SharedBudget& all_;
     QString account_;
     qint64 own_ = 0;
     qint64 taken_ = 0; // of all

@@ -6,21 +6,12 @@ namespace server {
 namespace {
 
 constexpr qint64 kMostOfOne = 256 << 20;
-constexpr qint64 kMostOfAll = qint64(2) << 30;
 
 } // namespace
 
-bool ReplyRoom::Take(qint64 bytes) noexcept
-{
-    if ((taken_ += bytes) <= kMostOfAll)
-        return true;
-    taken_ -= bytes;
-    return false;
-}
-
 bool WaitingReply::Append(const char* bytes, qsizetype size)
 {
-    if (written_ + size > kMostOfOne || !room_.Take(size))
+    if (written_ + size > kMostOfOne || !room_.Take(account_, size))
         return false;
     if (!file_) {
         file_ = std::make_unique<QTemporaryFile>();
@@ -31,7 +22,7 @@ bool WaitingReply::Append(const char* bytes, qsizetype size)
         written_ += size;
         return true;
     }
-    room_.GiveBack(size);
+    room_.GiveBack(account_, size);
     return false;
 }
 
@@ -51,7 +42,8 @@ void WaitingReply::Skip(qsizetype size)
 
 void WaitingReply::Clear() noexcept
 {
-    room_.GiveBack(written_);
+    if (written_ > 0)
+        room_.GiveBack(account_, written_);
     file_.reset();
     written_ = read_ = 0;
 }

@@ -1,5 +1,6 @@
 #include "runtime/data/TcpTransport.h"
 #include "server/net/ClientConnection.h"
+#include "server/net/SharedBudget.h"
 #include "tests/support/FakeListener.h"
 #include "tests/support/Raised.h"
 #include "tests/support/TestAuthority.h"
@@ -205,7 +206,7 @@ TEST_P(ListenerTest, MalformedFramesEndTheirConnectionWithAReasonAndNothingElse)
 TEST_P(ListenerTest, ClientsThatSayNothingOrStopInTheMiddleAreLeft)
 {
     FakeListener fake(0, Options([](auto& o) {
-        o.loginTimeout = 150;
+        o.loginTimeout = 600;
         o.frameTimeout = 100;
     }));
     RawClient silent(fake.Port());
@@ -224,10 +225,7 @@ TEST_P(ListenerTest, ClientsThatSayNothingOrStopInTheMiddleAreLeft)
 
 TEST_P(ListenerTest, AClientThatSendsItsLoginByteByByteIsLeftAllTheSame)
 {
-    FakeListener fake(0, Options([](auto& o) {
-        o.loginTimeout = 400;
-        o.frameTimeout = 200;
-    }));
+    FakeListener fake(0, Options([](auto& o) { o.loginTimeout = 400; }));
     RawClient client(fake.Port());
     const wire::Packet login = wire::EncodeRequest(LoginRequest(), 1);
     const QDeadlineTimer deadline(5000);
@@ -473,6 +471,38 @@ TEST_P(ListenerTest, RequestsTogetherTakeNoMoreThanTheyMay)
     save.changes.commandText.truncate(1 << 20);
     RowKeeper nothing;
     EXPECT_NO_THROW(LoggedInClient(fake.Port())->Exchange(save, nothing));
+}
+
+TEST(SharedBudgetTest, NoAccountTakesAllAndTheLastQuarterIsForThoseWhoHoldLittle)
+{
+    server::SharedBudget all(1'600);
+    EXPECT_TRUE(all.Take(u"a"_s, 800));
+    EXPECT_FALSE(all.Take(u"a"_s, 1));
+    EXPECT_TRUE(all.Take(u"b"_s, 400));
+    EXPECT_FALSE(all.Take(u"b"_s, 1));
+    EXPECT_TRUE(all.Take(u"c"_s, 100));
+    EXPECT_FALSE(all.Take(u"c"_s, 1));
+    all.GiveBack(u"b"_s, 400);
+    EXPECT_TRUE(all.Take(u"c"_s, 300));
+}
+
+// The rest of a request byte by byte would hold its session and its memory for ever.
+TEST_P(ListenerTest, ARequestThatOnlyDripsInIsEnded)
+{
+    FakeListener fake(0, Options([](auto& o) { o.frameTimeout = 500; }));
+    RawClient client(fake.Port());
+    client.Send(wire::EncodeRequest(LoginRequest(), 1));
+    EXPECT_TRUE(FakeListener::Reaches(fake.sessions, 1));
+    wire::Request save;
+    save.kind = wire::RequestKind::ApplyUpdates;
+    save.changes.commandText = QString(1 << 20, u'x');
+    const wire::Packet packet = wire::EncodeRequest(save, 2);
+    for (int i = 0; i < 50 && fake.sessions > 0; ++i) {
+        client.Send(QByteArray(packet.Data() + i, 1));
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    EXPECT_TRUE(fake.Logged(u"reason=frame_time"_s));
+    EXPECT_EQ(fake.sessions, 0);
 }
 
 TEST_P(ListenerTest, WhoConnectsWithoutEndIsHeldUpBeforeItCostsAnything)
