@@ -72,6 +72,7 @@ protected:
 };
 
 ZELMOR_FOR_EACH_STORAGE(PolicyTest);
+INSTANTIATE_TEST_SUITE_P(Odbc, PolicyTest, ::testing::Values(StorageKind::OdbcToPostgres), NameOf);
 
 // Edits name who sends them: {site}, {man} and {code}.
 QString As(const wire::Identity& who, const std::string& edits)
@@ -270,6 +271,67 @@ TEST_P(PolicyTest, OrdersAreWrittenByThoseWhoHaveToDoWithThem)
         }
         EXPECT_EQ(RawText("select count(*) from zelmor_audit").toULongLong(),
             cases.size() - static_cast<size_t>(outcome.Rejected()));
+    }
+}
+
+// The table of rights in docs/server.md, status by status; the headquarters may all of it.
+TEST_P(PolicyTest, EachRoleWritesInEachStatusWhatTheTableSays)
+{
+    constexpr int kNone = 99;
+    constexpr std::array kStatuses{kNone, -1, 0, 1, 2, 3, 4, 5, 6, 7, 10, 11, 12, 13};
+    const auto notOnItsWay = [](int status) { return status < 5 || status > 7; };
+    const auto waiting = [](int status) { return status == 0 || status == kNone; };
+    const std::string elsewhere = "REC_SITE=上海一部, PREPARE_SITE=;上海一部;, CREATER_SITE=上海一部";
+    const struct {
+        std::string order;
+        std::string edits;
+        std::string_view who;
+        bool (*when)(int status);
+    } kinds[]{
+        {"REC_SITE=合肥一部", "ADDRESS=x", "CB", notOnItsWay},
+        {"PREPARE_SITE=;合肥一部;", "ADDRESS=x", "CB", notOnItsWay},
+        {"PREPARE_SITE=;上海一部;合肥一部;", "ADDRESS=x", "CB", waiting},
+        {"PREPARE_SITE=;上海一部;, CREATER_SITE=合肥一部", "ADDRESS=x", "CB", notOnItsWay},
+        {"BL_DISPART=1", "ADDRESS=x", "C", waiting},
+        {elsewhere, "ADDRESS=x", "", waiting},
+        {elsewhere + ", BL_DISPART=1", kRevoke, "C", [](int) { return true; }},
+        {elsewhere, kEntrust, "CB",
+            [](int status) { return status == 0 || status == 1 || status == 10 || status == kNone; }},
+        {elsewhere, kDriver + "REC_SITE=上海二部, PREPARE_SITE=;上海二部;", "CB",
+            [](int status) { return status != -1 && (status < 3 || status > 7); }},
+    };
+    std::string orders = "begin; delete from tab_zelmor_bill;";
+    int count = 100;
+    for (const auto& kind : kinds) {
+        for (const int status : kStatuses)
+            orders += Insertion("N" + std::to_string(count++),
+                (status == kNone ? "" : "STATUS=" + std::to_string(status) + ", ") + kind.order);
+    }
+    Raw("insert into tab_site(SITE_CODE, SITE_NAME, SUPERIOR_SITE, TYPE) values('8', '上海二部', '快运本部', "
+        "'网点')");
+    for (const auto& [letter, account] :
+        {std::pair('H', u"headquarters"_s), std::pair('C', u"centre"_s), std::pair('B', u"branch"_s)}) {
+        Raw((orders + "commit").c_str());
+        Client client = At(account);
+        Changes changes(kOrders, client.Query(kOrders));
+        qsizetype row = 0;
+        for (const auto& kind : kinds) {
+            for ([[maybe_unused]] const int status : kStatuses)
+                changes.Update(row++, As(client.Conversation().Identity(), kind.edits));
+        }
+        const wire::ApplyOutcome outcome = client.Apply(changes.log);
+        ASSERT_EQ(outcome.rows.size(), size_t(row));
+        size_t number = 0;
+        for (const auto& kind : kinds) {
+            for (const int status : kStatuses) {
+                const bool allowed =
+                    letter == 'H' || (kind.who.find(letter) != std::string_view::npos && kind.when(status));
+                const wire::RowVerdict& verdict = outcome.rows[number++];
+                EXPECT_EQ(verdict.accepted, allowed)
+                    << letter << ", status " << status << ", " << kind.order << ", " << kind.edits << ": "
+                    << verdict.reason.toStdString();
+            }
+        }
     }
 }
 
