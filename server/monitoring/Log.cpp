@@ -29,8 +29,8 @@ void ToStandardError(std::string_view line)
 // Ends a line, moves the cursor, or makes text read in another order than it stands.
 bool IsHarmful(char16_t c)
 {
-    return c < 0x20 || (c >= 0x7f && c < 0xa0) || (c >= 0x200b && c <= 0x200f) || (c >= 0x2028 && c <= 0x202e)
-        || (c >= 0x2060 && c <= 0x206f) || c == 0xfeff;
+    return c < 0x20 || (c >= 0x7f && c < 0xa0) || c == 0x061c || (c >= 0x200b && c <= 0x200f)
+        || (c >= 0x2028 && c <= 0x202e) || (c >= 0x2060 && c <= 0x206f) || c == 0xfeff;
 }
 
 bool NeedsQuotes(QStringView text)

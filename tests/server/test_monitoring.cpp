@@ -50,7 +50,7 @@ TEST(Log, NoValueEndsTheLineOrBeginsAField)
         {u"x level=error"_s, u"\"x level=error\""_s},
         {u"x\" forged=1 \""_s, u"\"x\\\" forged=1 \\\"\""_s},
         {u"a\r\ntime=2026 event=login"_s, u"\"a\\u000d\\ntime=2026 event=login\""_s},
-        {u"\u2028\u202e\u0085\u001b[2J"_s, u"\"\\u2028\\u202e\\u0085\\u001b[2J\""_s},
+        {u"\u2028\u202e\u061c\u0085\u001b[2J"_s, u"\"\\u2028\\u202e\\u061c\\u0085\\u001b[2J\""_s},
         {u"back\\slash"_s, u"\"back\\\\slash\""_s},
     };
     for (const auto& [value, shown] : cases) {
