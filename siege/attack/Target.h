@@ -26,7 +26,6 @@ public:
 
     int Port() const noexcept { return port_; }
     const QTemporaryDir& Folder() const noexcept { return folder_; }
-    bool IsEmbedded() const noexcept { return !cluster_; }
     bool IsAlive() { return process_.state() == QProcess::Running && !process_.waitForFinished(0); }
     // Seconds until it had ended after SIGTERM.
     double Stop();
