@@ -1,11 +1,10 @@
 // Filters by title.
 
+#include "runtime/data/TextNumbers.h"
 #include "runtime/ui/Application.h"
 #include "runtime/ui/DBGridPrivate.h"
 #include "runtime/ui/DateTimeText.h"
 #include "runtime/ui/FilterPopup.h"
-
-#include <QSet>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -90,12 +89,13 @@ void TDBGridEh::SetFilter(const Filter& filter)
     Guarded([&] {
         std::function<bool(const wire::Value&)> passes;
         if (!filter.IsEmpty()) {
-            passes = [this, filter, texts = QSet<QString>(filter.shown.begin(), filter.shown.end())](
-                         const wire::Value& value) {
+            TextNumbers numbers(filter.shown);
+            passes = [this, filter, count = numbers.Count(), numbers = std::move(numbers)](
+                         const wire::Value& value) mutable {
                 const int column = ColumnIndex(filter.field);
                 return column < 0
-                    || ((texts.isEmpty()
-                            || texts.contains(d_->FilterText(d_->columns[size_t(column)], value)))
+                    || ((count == 0
+                            || numbers.NumberOf(d_->FilterText(d_->columns[size_t(column)], value)) < count)
                         && d_->Passes(filter, value));
             };
         }

@@ -1,6 +1,7 @@
 #include "runtime/ui/FilterPopup.h"
 
 #include "runtime/data/Collation.h"
+#include "runtime/data/TextNumbers.h"
 #include "runtime/ui/DBGridPrivate.h"
 #include "runtime/ui/Style.h"
 
@@ -11,7 +12,6 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QScreen>
-#include <QSet>
 
 #include <algorithm>
 
@@ -92,9 +92,10 @@ TFilterPopup::TFilterPopup(TDBGridEh* grid, int column)
         if (filter.field.compare(entry.info.fieldName, Qt::CaseInsensitive) != 0)
             continue;
         if (!filter.shown.isEmpty()) {
-            const QSet<QString> shown(filter.shown.begin(), filter.shown.end());
+            TextNumbers shown(filter.shown);
+            const quint32 count = shown.Count();
             for (Item& item : items_)
-                item.ticked = shown.contains(item.text);
+                item.ticked = shown.NumberOf(item.text) < count;
         }
         if (from_) {
             from_->setText(filter.from);
@@ -121,8 +122,7 @@ void TFilterPopup::Read()
     const TGridColumn& entry = grid_->d_->columns[size_t(column_)];
     const std::vector<TClientDataSetEx::ValueCount> counts = grid_->DataSet()->CountValues(entry.field);
     items_.reserve(counts.size());
-    QHash<QString, size_t> places;
-    places.reserve(qsizetype(counts.size()));
+    TextNumbers numbers; // of the items
     QHash<qint64, QString> days; // of many moments each
     for (const TClientDataSetEx::ValueCount& count : counts) {
         QString text;
@@ -134,13 +134,11 @@ void TFilterPopup::Read()
         } else {
             text = grid_->d_->FilterText(entry, count.value);
         }
-        size_t& place = places[text]; // 1 for the first of the items
-        if (place == 0) {
+        const size_t item = numbers.NumberOf(text);
+        if (item == items_.size())
             items_.push_back({text, count.value, count.rows});
-            place = items_.size();
-        } else {
-            items_[place - 1].rows += count.rows;
-        }
+        else
+            items_[item].rows += count.rows;
     }
     // A list too long to be read is in the order of its rows, for searching.
     if (items_.size() > kMostItems)
