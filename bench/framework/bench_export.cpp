@@ -2,7 +2,7 @@
 // packs workbooks, given the same cells from memory, and a plain write of the file's own bytes. And 34,000 of
 // them to the clipboard.
 
-#include "framework/GridRows.h"
+#include "framework/export/GridRows.h"
 
 #include <QApplication>
 #include <QClipboard>

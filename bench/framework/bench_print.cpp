@@ -1,7 +1,7 @@
 // A list on paper: 100,000 rows of 72 columns laid out, its pages painted one by one as the preview does, and
 // 1,000 of them written as PDF beside a window's events.
 
-#include "framework/PrintJob.h"
+#include "framework/print/PrintJob.h"
 #include "runtime/ui/Style.h"
 #include "wire/Error.h"
 

@@ -1,5 +1,5 @@
-#include "framework/GridRows.h"
-#include "framework/frm_Export.h"
+#include "framework/export/GridRows.h"
+#include "framework/export/frm_Export.h"
 #include "tests/framework/ProbeScreen.h"
 
 #include <QApplication>

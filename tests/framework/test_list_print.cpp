@@ -1,6 +1,6 @@
 #include "framework/FilterPane.h"
-#include "framework/PagePreview.h"
-#include "framework/frm_Print.h"
+#include "framework/print/PagePreview.h"
+#include "framework/print/frm_Print.h"
 #include "tests/framework/ProbeScreen.h"
 
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "dispatch/frm_order_pda.h"
-#include "framework/GridRows.h"
 #include "framework/RowFields.h"
+#include "framework/export/GridRows.h"
 #include "import/SheetWriter.h"
 #include "import/frm_Import.h"
 #include "module/data/dm_GlobalData.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/ListExportFile.h"
+#include "framework/export/ListExportFile.h"
 #include "wire/TextOut.h"
 
 #include <functional>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/ListExport.h"
+#include "framework/export/ListExport.h"
 #include "runtime/ui/DBGrid.h"
 
 // The rows of a grid as they are exported: the columns shown, in their order, all rows or the selected ones.

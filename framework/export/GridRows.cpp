@@ -1,4 +1,4 @@
-#include "framework/GridRows.h"
+#include "framework/export/GridRows.h"
 
 #include "wire/Error.h"
 

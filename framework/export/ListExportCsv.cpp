@@ -1,4 +1,4 @@
-#include "framework/CsvFormat.h"
+#include "framework/export/CsvFormat.h"
 
 #include "wire/Error.h"
 

@@ -1,4 +1,4 @@
-#include "framework/PageFont.h"
+#include "framework/print/PageFont.h"
 
 #include <QFontMetricsF>
 #include <QGlyphRun>

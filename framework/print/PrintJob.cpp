@@ -1,6 +1,6 @@
-#include "framework/PrintJob.h"
+#include "framework/print/PrintJob.h"
 
-#include "framework/ListExportFile.h"
+#include "framework/export/ListExportFile.h"
 #include "wire/Error.h"
 
 #include <QCoreApplication>

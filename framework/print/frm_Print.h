@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/PrintJob.h"
+#include "framework/print/PrintJob.h"
 #include "runtime/ui/Forms.h"
 
 #include <QComboBox>

@@ -1,4 +1,4 @@
-#include "framework/Printers.h"
+#include "framework/print/Printers.h"
 
 #include "wire/Error.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "framework/GridRows.h"
-#include "framework/PageFont.h"
-#include "framework/PageLayout.h"
+#include "framework/export/GridRows.h"
+#include "framework/print/PageFont.h"
+#include "framework/print/PageLayout.h"
 #include "runtime/ui/PrintDBGrid.h"
 #include "runtime/ui/TitleCells.h"
 

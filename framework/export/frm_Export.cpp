@@ -1,10 +1,10 @@
-#include "framework/frm_Export.h"
+#include "framework/export/frm_Export.h"
 
-#include "framework/GridRows.h"
 #include "framework/LabelledControls.h"
-#include "framework/ProposedFile.h"
 #include "framework/Questions.h"
 #include "framework/ScreenHandlers.h"
+#include "framework/export/GridRows.h"
+#include "framework/export/ProposedFile.h"
 #include "framework/frm_Progress.h"
 #include "module/data/DataSetRows.h"
 #include "module/data/MessageBoxes.h"

@@ -1,4 +1,4 @@
-#include "framework/PageLayout.h"
+#include "framework/print/PageLayout.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/ListExport.h"
+#include "framework/export/ListExport.h"
 #include "runtime/ui/DBGrid.h"
 #include "runtime/ui/Forms.h"
 

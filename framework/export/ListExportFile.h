@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/ListExport.h"
+#include "framework/export/ListExport.h"
 
 #include <QElapsedTimer>
 

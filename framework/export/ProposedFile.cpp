@@ -1,4 +1,4 @@
-#include "framework/ProposedFile.h"
+#include "framework/export/ProposedFile.h"
 
 #include "module/data/HostBridge.h"
 #include "runtime/ui/Forms.h"

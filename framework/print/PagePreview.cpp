@@ -1,4 +1,4 @@
-#include "framework/PagePreview.h"
+#include "framework/print/PagePreview.h"
 
 #include "runtime/ui/Style.h"
 

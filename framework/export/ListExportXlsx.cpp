@@ -1,4 +1,4 @@
-#include "framework/ListExportFile.h"
+#include "framework/export/ListExportFile.h"
 
 #include "wire/Error.h"
 

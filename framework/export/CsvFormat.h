@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/ListBlocks.h"
+#include "framework/export/ListBlocks.h"
 
 // Rows as lines of a CSV file: what a spreadsheet would take for a formula has an apostrophe before it.
 class TCsvFormat final : public TLineFormat {

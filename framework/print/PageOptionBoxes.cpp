@@ -1,4 +1,4 @@
-#include "framework/PageOptionBoxes.h"
+#include "framework/print/PageOptionBoxes.h"
 
 #include "framework/LabelledControls.h"
 #include "framework/ViewState.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/ListPages.h"
+#include "framework/print/ListPages.h"
 
 #include <QObject>
 #include <QTimer>

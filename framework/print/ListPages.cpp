@@ -1,4 +1,4 @@
-#include "framework/ListPages.h"
+#include "framework/print/ListPages.h"
 
 #include <QPainter>
 

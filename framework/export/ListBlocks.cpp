@@ -1,4 +1,4 @@
-#include "framework/ListBlocks.h"
+#include "framework/export/ListBlocks.h"
 
 #include <QElapsedTimer>
 
