@@ -12,6 +12,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr int kListRowsShown = 16;
+
 // Drop-downs are windows of their own, and still parts of their editor.
 bool Within(const QWidget* root, const QWidget* widget)
 {
@@ -97,67 +99,84 @@ bool TDBGridEh::Private::WriteCell(int column, const QString& stored)
 QWidget* TDBGridEh::Private::MakeEditor(int column)
 {
     const TGridColumn& entry = columns[size_t(column)];
-    const TColumnEh& info = entry.info;
     const TField& field = OpenDataSet()->Field(entry.field);
-    const QString shown = q->CellText(CurrentRow(), column);
-    QWidget* parent = q->viewport();
-    const auto changed = [this] { EditorChanged(); };
-    switch (info.style) {
+    switch (entry.info.style) {
     case TColumnStyle::PickList:
-    case TColumnStyle::KeyPickList: {
-        auto* box = new TDBComboBoxEh(parent);
-        box->SetItems(info.pickList);
-        box->setFrame(false);
-        box->SetText(shown);
-        box->setMaxVisibleItems(16);
-        box->OnChange = changed;
-        // An item picked from the list is the cell's at once.
-        connect(
-            box, &QComboBox::activated, q, [this] { q->CommitEditor(); }, Qt::QueuedConnection);
-        return box;
-    }
-    case TColumnStyle::Lookup: {
-        auto* box = new TDBLookupComboboxEh(parent);
-        box->SetLookup(info.lookup);
-        box->SetText(shown);
-        box->OnChange = changed;
-        box->OnUpdateData = [this, box, column] {
-            if (q->OnLookupUpdateData)
-                q->OnLookupUpdateData(q->Column(column), *box);
-            QMetaObject::invokeMethod(
-                q, [this] { q->CommitEditor(); }, Qt::QueuedConnection);
-        };
-        return box;
-    }
+    case TColumnStyle::KeyPickList:
+        return MakeListEditor(column);
+    case TColumnStyle::Lookup:
+        return MakeLookupEditor(column);
     case TColumnStyle::Memo: {
-        auto* memo = new QPlainTextEdit(parent);
+        auto* memo = new QPlainTextEdit(q->viewport());
         memo->setPlainText(field.AsString());
         memo->setTabChangesFocus(true);
-        connect(memo, &QPlainTextEdit::textChanged, q, changed);
+        connect(memo, &QPlainTextEdit::textChanged, q, [this] { EditorChanged(); });
         return memo;
     }
     default:
         break;
     }
-    if (field.DataType() == wire::ColumnType::DateTime || info.style == TColumnStyle::DateTime) {
-        auto* edit = new TDBDateTimeEditEh(parent);
-        if (!info.displayFormat.isEmpty() && !info.displayFormat.contains(u"hh"_s))
-            edit->Kind = TDateTimeKind::Date;
-        else if (!info.displayFormat.isEmpty() && !info.displayFormat.contains(u"dd"_s))
-            edit->Kind = TDateTimeKind::Time;
-        edit->SetText(shown);
-        edit->OnChange = changed;
-        return edit;
-    }
-    auto* edit = new QLineEdit(parent);
-    if (field.DataType() == wire::ColumnType::Text && field.Size() > 0)
+    if (field.DataType() == wire::ColumnType::DateTime || entry.info.style == TColumnStyle::DateTime)
+        return MakeDateEditor(column);
+    return MakeTextEditor(column);
+}
+
+QWidget* TDBGridEh::Private::MakeListEditor(int column)
+{
+    auto* box = new TDBComboBoxEh(q->viewport());
+    box->SetItems(columns[size_t(column)].info.pickList);
+    box->setFrame(false);
+    box->SetText(q->CellText(CurrentRow(), column));
+    box->setMaxVisibleItems(kListRowsShown);
+    box->OnChange = [this] { EditorChanged(); };
+    // An item picked from the list is the cell's at once.
+    connect(
+        box, &QComboBox::activated, q, [this] { q->CommitEditor(); }, Qt::QueuedConnection);
+    return box;
+}
+
+QWidget* TDBGridEh::Private::MakeLookupEditor(int column)
+{
+    auto* box = new TDBLookupComboboxEh(q->viewport());
+    box->SetLookup(columns[size_t(column)].info.lookup);
+    box->SetText(q->CellText(CurrentRow(), column));
+    box->OnChange = [this] { EditorChanged(); };
+    box->OnUpdateData = [this, box, column] {
+        if (q->OnLookupUpdateData)
+            q->OnLookupUpdateData(q->Column(column), *box);
+        QMetaObject::invokeMethod(
+            q, [this] { q->CommitEditor(); }, Qt::QueuedConnection);
+    };
+    return box;
+}
+
+QWidget* TDBGridEh::Private::MakeDateEditor(int column)
+{
+    const QString& format = columns[size_t(column)].info.displayFormat;
+    auto* edit = new TDBDateTimeEditEh(q->viewport());
+    if (!format.isEmpty() && !format.contains(u"hh"_s))
+        edit->Kind = TDateTimeKind::Date;
+    else if (!format.isEmpty() && !format.contains(u"dd"_s))
+        edit->Kind = TDateTimeKind::Time;
+    edit->SetText(q->CellText(CurrentRow(), column));
+    edit->OnChange = [this] { EditorChanged(); };
+    return edit;
+}
+
+QWidget* TDBGridEh::Private::MakeTextEditor(int column)
+{
+    const TGridColumn& entry = columns[size_t(column)];
+    const TField& field = OpenDataSet()->Field(entry.field);
+    const bool isText = field.DataType() == wire::ColumnType::Text;
+    auto* edit = new QLineEdit(q->viewport());
+    if (isText && field.Size() > 0)
         edit->setMaxLength(field.Size());
-    if (info.numericOnly)
+    if (entry.info.numericOnly)
         edit->setValidator(new QRegularExpressionValidator(NumberPattern(), edit));
     // A number is edited as it is, not as it is shown.
-    edit->setText(field.DataType() == wire::ColumnType::Text ? shown : field.AsString());
-    edit->setAlignment(info.alignment == TAlignment::Right ? Qt::AlignRight : Qt::AlignLeft);
-    connect(edit, &QLineEdit::textChanged, q, changed);
+    edit->setText(isText ? q->CellText(CurrentRow(), column) : field.AsString());
+    edit->setAlignment(entry.info.alignment == TAlignment::Right ? Qt::AlignRight : Qt::AlignLeft);
+    connect(edit, &QLineEdit::textChanged, q, [this] { EditorChanged(); });
     return edit;
 }
 

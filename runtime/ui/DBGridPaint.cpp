@@ -47,18 +47,10 @@ void TDBGridEh::paintEvent(QPaintEvent* event)
     }
 }
 
-void TDBGridEh::Private::PaintRows(QPainter& painter, const QRect& dirty, bool frozenPart)
+std::vector<TDBGridEh::Private::CellPlace> TDBGridEh::Private::PlacesIn(
+    const QRect& dirty, bool frozenPart) const
 {
-    const TClientDataSetEx& open = *OpenDataSet();
-    const int rows = std::min(model->rowCount(), open.RecordCount());
-    const int offset = indicator->offset();
-    const int firstRow = std::max(0, (offset + dirty.top()) / rowHeight);
-    const int lastRow = std::min(rows - 1, (offset + dirty.bottom()) / rowHeight);
-
-    struct Place {
-        int column, left, width;
-    };
-    std::vector<Place> places;
+    std::vector<CellPlace> places;
     const int end = frozenPart ? frozen : int(columns.size());
     for (int column = frozenPart ? 0 : frozen; column < end; ++column) {
         const int left = ColumnLeft(column);
@@ -66,76 +58,117 @@ void TDBGridEh::Private::PaintRows(QPainter& painter, const QRect& dirty, bool f
         if (ShownColumn(column) && left <= dirty.right() && left + width > dirty.left())
             places.push_back({column, left, width});
     }
+    return places;
+}
+
+void TDBGridEh::Private::PaintRows(QPainter& painter, const QRect& dirty, bool frozenPart)
+{
+    const TClientDataSetEx& open = *OpenDataSet();
+    const int rows = std::min(model->rowCount(), open.RecordCount());
+    const int offset = indicator->offset();
+    const int firstRow = std::max(0, (offset + dirty.top()) / rowHeight);
+    const int lastRow = std::min(rows - 1, (offset + dirty.bottom()) / rowHeight);
+    const std::vector<CellPlace> places = PlacesIn(dirty, frozenPart);
     if (places.empty() || firstRow > lastRow)
         return;
 
     const QPalette palette = q->palette();
     const QColor base = palette.color(QPalette::Base);
-    const QColor highlight = palette.color(QPalette::Highlight);
-    const int currentRow = CurrentRow();
-    const QColor stripe = ListStyle().stripes ? Mixed(base, highlight, 0.09) : base;
+    const QColor stripe = ListStyle().stripes ? Mixed(base, palette.color(QPalette::Highlight), 0.09) : base;
     TCellParams plain{base, palette.color(QPalette::Text), q->font()};
     std::vector<TCellParams> params(places.size());
     for (int row = firstRow; row <= lastRow; ++row) {
         const int top = row * rowHeight - offset;
         plain.background = row % 2 == 0 ? base : stripe;
-        const bool marked = !selected.empty() && selected.contains(open.ViewBookmark(row));
-        const int foundColumn = found.row && open.ViewBookmark(row) == found.row ? found.column : -1;
         for (size_t i = 0; i < places.size(); ++i) {
             params[i] = plain;
             AskHandler(columns[size_t(places[i].column)].info, row, params[i]);
-            // Over whatever colour the row has for its own reasons, the current and the selected rows still
-            // stand out, and each still shows its own.
-            QColor& background = params[i].background;
-            if (!background.isValid())
-                background = plain.background;
-            if (marked)
-                background = Mixed(background, highlight, 0.34);
-            if (row == currentRow)
-                background = Mixed(background, highlight, marked ? 0.16 : 0.2);
-            if (places[i].column == foundColumn)
-                background = FoundCellColor();
+            if (!params[i].background.isValid())
+                params[i].background = plain.background;
         }
-        // Neighbours of one colour are filled together, and what has the colour of the ground is there
-        // already.
-        for (size_t i = 0, from = 0; i < places.size(); ++i) {
-            const QColor& background = params[from].background;
-            if (i + 1 < places.size() && params[i + 1].background == background)
-                continue;
-            const int left = places[from].left;
-            if (background != base)
-                painter.fillRect(left, top, places[i].left + places[i].width - left, rowHeight, background);
-            from = i + 1;
-        }
+        MarkRow(row, places, params);
+        PaintGround(painter, top, places, params);
         for (size_t i = 0; i < places.size(); ++i)
             PaintCell(painter, QRect(places[i].left, top, places[i].width - 1, rowHeight - 1), row,
                 places[i].column, params[i]);
-        const bool editing = row == currentRow && open.State() == TDataSetState::Edit;
+        const bool editing = row == CurrentRow() && open.State() == TDataSetState::Edit;
         if (!editing && open.ViewStatus(row) != TRowStatus::Modified)
             continue;
-        for (const Place& place : places) {
+        for (const CellPlace& place : places) {
             if (open.ViewCellChanged(row, columns[size_t(place.column)].field))
                 PaintChanged(painter, QRect(place.left, top, place.width - 1, rowHeight - 1));
         }
     }
+    PaintLines(painter, dirty, firstRow, lastRow, places);
+    if (CurrentRow() >= firstRow && CurrentRow() <= lastRow && (currentColumn < frozen) == frozenPart)
+        PaintCurrentFrame(painter);
+}
 
-    const QColor line = Mixed(base, palette.color(QPalette::Text), 0.16);
+// Over whatever colour the row has for its own reasons, the current and the selected rows still stand out,
+// and each still shows its own.
+void TDBGridEh::Private::MarkRow(
+    int row, const std::vector<CellPlace>& places, std::vector<TCellParams>& params) const
+{
+    const QColor highlight = q->palette().color(QPalette::Highlight);
+    const TBookmark bookmark = OpenDataSet()->ViewBookmark(row);
+    const bool marked = !selected.empty() && selected.contains(bookmark);
+    const bool current = row == CurrentRow();
+    const int foundColumn = found.row && bookmark == found.row ? found.column : -1;
+    if (!marked && !current && foundColumn < 0)
+        return;
+    for (size_t i = 0; i < places.size(); ++i) {
+        QColor& background = params[i].background;
+        if (marked)
+            background = Mixed(background, highlight, 0.34);
+        if (current)
+            background = Mixed(background, highlight, marked ? 0.16 : 0.2);
+        if (places[i].column == foundColumn)
+            background = FoundCellColor();
+    }
+}
+
+// Neighbours of one colour are filled together, and what has the colour of the ground is there already.
+void TDBGridEh::Private::PaintGround(QPainter& painter, int top, const std::vector<CellPlace>& places,
+    const std::vector<TCellParams>& params) const
+{
+    const QColor base = q->palette().color(QPalette::Base);
+    for (size_t i = 0, from = 0; i < places.size(); ++i) {
+        const QColor& background = params[from].background;
+        if (i + 1 < places.size() && params[i + 1].background == background)
+            continue;
+        const int left = places[from].left;
+        if (background != base)
+            painter.fillRect(left, top, places[i].left + places[i].width - left, rowHeight, background);
+        from = i + 1;
+    }
+}
+
+void TDBGridEh::Private::PaintLines(QPainter& painter, const QRect& dirty, int firstRow, int lastRow,
+    const std::vector<CellPlace>& places) const
+{
+    const QPalette palette = q->palette();
+    const QColor line = Mixed(palette.color(QPalette::Base), palette.color(QPalette::Text), 0.16);
+    const int offset = indicator->offset();
     const int bottom = (lastRow + 1) * rowHeight - offset - 1;
-    for (const Place& place : places)
+    for (const CellPlace& place : places)
         painter.fillRect(place.left + place.width - 1, dirty.top(), 1, bottom - dirty.top() + 1, line);
-    for (int row = firstRow; row <= lastRow; ++row) {
-        painter.fillRect(places.front().left, (row + 1) * rowHeight - offset - 1,
-            places.back().left + places.back().width - places.front().left, 1, line);
-    }
-    if (currentRow >= firstRow && currentRow <= lastRow && (currentColumn < frozen) == frozenPart) {
-        const bool focused = q->hasFocus() || (editor && editor->hasFocus());
-        const QRect cell(ColumnLeft(currentColumn), currentRow * rowHeight - offset,
-            q->columnWidth(currentColumn), rowHeight);
-        painter.setPen(focused ? highlight : Mixed(base, highlight, 0.5));
-        painter.drawRect(cell.adjusted(0, 0, -2, -2));
-        if (focused)
-            painter.drawRect(cell.adjusted(1, 1, -3, -3));
-    }
+    const int left = places.front().left;
+    const int width = places.back().left + places.back().width - left;
+    for (int row = firstRow; row <= lastRow; ++row)
+        painter.fillRect(left, (row + 1) * rowHeight - offset - 1, width, 1, line);
+}
+
+void TDBGridEh::Private::PaintCurrentFrame(QPainter& painter) const
+{
+    const QPalette palette = q->palette();
+    const QColor highlight = palette.color(QPalette::Highlight);
+    const bool focused = q->hasFocus() || (editor && editor->hasFocus());
+    const QRect cell(ColumnLeft(currentColumn), CurrentRow() * rowHeight - indicator->offset(),
+        q->columnWidth(currentColumn), rowHeight);
+    painter.setPen(focused ? highlight : Mixed(palette.color(QPalette::Base), highlight, 0.5));
+    painter.drawRect(cell.adjusted(0, 0, -2, -2));
+    if (focused)
+        painter.drawRect(cell.adjusted(1, 1, -3, -3));
 }
 
 void TDBGridEh::Private::AskHandler(const TColumnEh& column, int viewRow, TCellParams& params) const

@@ -115,7 +115,19 @@ public:
     void RestoreRowPlace(int place);
     TGridText texts;
     int rowHeight = 18;
+    // A column's cells as far as they are painted, in pixels of the viewport.
+    struct CellPlace {
+        int column, left, width;
+    };
+    // The columns that cross the rectangle: the frozen ones, or the others.
+    std::vector<CellPlace> PlacesIn(const QRect& dirty, bool frozenPart) const;
     void PaintRows(QPainter& painter, const QRect& dirty, bool frozenPart);
+    void MarkRow(int row, const std::vector<CellPlace>& places, std::vector<TCellParams>& params) const;
+    void PaintGround(QPainter& painter, int top, const std::vector<CellPlace>& places,
+        const std::vector<TCellParams>& params) const;
+    void PaintLines(QPainter& painter, const QRect& dirty, int firstRow, int lastRow,
+        const std::vector<CellPlace>& places) const;
+    void PaintCurrentFrame(QPainter& painter) const;
     void AskHandler(const TColumnEh& column, int viewRow, TCellParams& params) const;
     void PaintCell(QPainter& painter, const QRect& rect, int viewRow, int column, TCellParams& params);
     void PaintCheck(QPainter& painter, const QRect& rect, bool checked);
@@ -195,6 +207,10 @@ public:
     bool editorModified = false;
     bool committing = false;
     QWidget* MakeEditor(int column);
+    QWidget* MakeListEditor(int column);
+    QWidget* MakeLookupEditor(int column);
+    QWidget* MakeDateEditor(int column);
+    QWidget* MakeTextEditor(int column);
     void PlaceEditor();
     void EditorChanged();
     QString EditorText() const;

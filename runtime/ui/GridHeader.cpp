@@ -164,53 +164,13 @@ void TGridHeader::PaintCell(QPainter& painter, const Cell& cell)
     if (inner.isEmpty())
         return;
     const bool filtered = cell.leaf && HasFilter(cell.first);
-    if (const QRect funnel = cell.leaf ? FunnelRect(cell.first) : QRect();
-        !funnel.isEmpty() && (hot || filtered)) {
-        const double unit = funnel.width() / 12.0;
-        const QPointF corner = QRectF(funnel).topLeft();
-        QPainterPath path;
-        path.moveTo(corner + QPointF(1.5, 2) * unit);
-        path.lineTo(corner + QPointF(10.5, 2) * unit);
-        path.lineTo(corner + QPointF(7.2, 6) * unit);
-        path.lineTo(corner + QPointF(7.2, 10.5) * unit);
-        path.lineTo(corner + QPointF(4.8, 9) * unit);
-        path.lineTo(corner + QPointF(4.8, 6) * unit);
-        path.closeSubpath();
-        painter.setRenderHint(QPainter::Antialiasing);
-        if (filtered)
-            painter.fillPath(path, ChangedCellColor());
-        else
-            painter.strokePath(path, QPen(grid_->palette().color(QPalette::ButtonText).lighter(170), unit));
-        painter.setRenderHint(QPainter::Antialiasing, false);
+    const QRect funnel = cell.leaf ? FunnelRect(cell.first) : QRect();
+    if (!funnel.isEmpty() && (hot || filtered)) {
+        PaintFunnel(painter, funnel, filtered);
         inner.setRight(funnel.left() - 1);
     }
-    if (cell.leaf && column.info.sortMarker != TSortMarker::None) {
-        const bool several = std::any_of(grid_->d_->columns.begin(), grid_->d_->columns.end(),
-            [](const TGridColumn& other) { return other.markOrder > 1; });
-        const int side = Scaled(*this, 7);
-        QFont small = grid_->font();
-        small.setPixelSize(std::max(8, QFontInfo(small).pixelSize() * 3 / 4));
-        const QString order = several ? QString::number(column.markOrder) : QString();
-        const int numberWidth = several ? QFontMetrics(small).horizontalAdvance(order) + 1 : 0;
-        const QRect arrow(inner.right() - numberWidth - side, inner.center().y() - side / 2, side, side);
-        const bool up = column.info.sortMarker == TSortMarker::Up;
-        QPainterPath path;
-        path.moveTo(arrow.left(), up ? arrow.bottom() : arrow.top() + 1);
-        path.lineTo(arrow.right() + 1, up ? arrow.bottom() : arrow.top() + 1);
-        path.lineTo(arrow.center().x() + 0.5, up ? arrow.top() + 1 : arrow.bottom());
-        path.closeSubpath();
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.fillPath(path, grid_->palette().color(QPalette::Highlight));
-        painter.setRenderHint(QPainter::Antialiasing, false);
-        if (several) {
-            painter.setFont(small);
-            painter.setPen(grid_->palette().color(QPalette::Highlight));
-            painter.drawText(QRect(arrow.right() + 1, inner.top(), numberWidth + 2, inner.height()),
-                Qt::AlignLeft | Qt::AlignVCenter, order);
-            painter.setFont(grid_->font());
-        }
-        inner.setRight(arrow.left() - 1);
-    }
+    if (cell.leaf && column.info.sortMarker != TSortMarker::None)
+        inner.setRight(PaintSortMarker(painter, inner, column) - 1);
     painter.setPen(grid_->palette().color(QPalette::ButtonText));
     const QFontMetrics metrics(grid_->font());
     if (metrics.horizontalAdvance(cell.text) <= inner.width())
@@ -220,6 +180,57 @@ void TGridHeader::PaintCell(QPainter& painter, const Cell& cell)
     else
         painter.drawText(inner, Qt::AlignLeft | Qt::AlignVCenter,
             metrics.elidedText(cell.text, Qt::ElideRight, inner.width()));
+}
+
+void TGridHeader::PaintFunnel(QPainter& painter, const QRect& funnel, bool filtered) const
+{
+    const double unit = funnel.width() / 12.0;
+    const QPointF corner = QRectF(funnel).topLeft();
+    QPainterPath path;
+    path.moveTo(corner + QPointF(1.5, 2) * unit);
+    path.lineTo(corner + QPointF(10.5, 2) * unit);
+    path.lineTo(corner + QPointF(7.2, 6) * unit);
+    path.lineTo(corner + QPointF(7.2, 10.5) * unit);
+    path.lineTo(corner + QPointF(4.8, 9) * unit);
+    path.lineTo(corner + QPointF(4.8, 6) * unit);
+    path.closeSubpath();
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (filtered)
+        painter.fillPath(path, ChangedCellColor());
+    else
+        painter.strokePath(path, QPen(grid_->palette().color(QPalette::ButtonText).lighter(170), unit));
+    painter.setRenderHint(QPainter::Antialiasing, false);
+}
+
+// An arrow, and its place among several, at the right of the room; returns where it begins.
+int TGridHeader::PaintSortMarker(QPainter& painter, const QRect& room, const TGridColumn& column) const
+{
+    const QColor color = grid_->palette().color(QPalette::Highlight);
+    const bool several = std::any_of(grid_->d_->columns.begin(), grid_->d_->columns.end(),
+        [](const TGridColumn& other) { return other.markOrder > 1; });
+    const int side = Scaled(*this, 7);
+    QFont small = grid_->font();
+    small.setPixelSize(std::max(8, QFontInfo(small).pixelSize() * 3 / 4));
+    const QString order = several ? QString::number(column.markOrder) : QString();
+    const int numberWidth = several ? QFontMetrics(small).horizontalAdvance(order) + 1 : 0;
+    const QRect arrow(room.right() - numberWidth - side, room.center().y() - side / 2, side, side);
+    const bool up = column.info.sortMarker == TSortMarker::Up;
+    QPainterPath path;
+    path.moveTo(arrow.left(), up ? arrow.bottom() : arrow.top() + 1);
+    path.lineTo(arrow.right() + 1, up ? arrow.bottom() : arrow.top() + 1);
+    path.lineTo(arrow.center().x() + 0.5, up ? arrow.top() + 1 : arrow.bottom());
+    path.closeSubpath();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillPath(path, color);
+    painter.setRenderHint(QPainter::Antialiasing, false);
+    if (several) {
+        painter.setFont(small);
+        painter.setPen(color);
+        painter.drawText(QRect(arrow.right() + 1, room.top(), numberWidth + 2, room.height()),
+            Qt::AlignLeft | Qt::AlignVCenter, order);
+        painter.setFont(grid_->font());
+    }
+    return arrow.left();
 }
 
 bool TGridHeader::HasFilter(int column) const

@@ -7,6 +7,7 @@
 
 class QMenu;
 class TDBGridEh;
+struct TGridColumn;
 
 // Titles: groups over several lines, sort markers, frozen columns; the user drags edges and titles.
 class TGridHeader : public QHeaderView {
@@ -36,6 +37,8 @@ private:
     QRect CellRect(const Cell& cell) const;
     QRect SeenOf(const Cell& cell) const; // what of it lies in the window, beside the frozen columns
     void PaintCell(QPainter& painter, const Cell& cell);
+    void PaintFunnel(QPainter& painter, const QRect& funnel, bool filtered) const;
+    int PaintSortMarker(QPainter& painter, const QRect& room, const TGridColumn& column) const;
     bool HasFilter(int column) const;
     QRect FunnelRect(int column) const; // the lower right corner of its title; empty where it has none
     int ColumnAt(int x) const;
