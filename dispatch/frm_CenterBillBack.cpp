@@ -1,7 +1,7 @@
 #include "dispatch/frm_CenterBillBack.h"
 
-#include "dispatch/CenterBillBackCriteria.h"
-#include "dispatch/CenterBillBackRules.h"
+#include "dispatch/RevocationCriteria.h"
+#include "dispatch/RevocationRules.h"
 #include "framework/LabelledControls.h"
 #include "framework/RefusedRows.h"
 #include "framework/ScreenHandlers.h"
@@ -22,7 +22,7 @@ constexpr TSearchColumn kColumns[] = {
 Tfrm_CenterBillBack::Tfrm_CenterBillBack(QObject* owner)
     : Tfrm_OrderSearch(owner,
         {.windowTitle = u"揽件时间范围(31天以内)"_s,
-            .criteria = CenterBillBackCriteria(),
+            .criteria = RevocationCriteria(),
             .numbers = {.maxLines = 999},
             .columns = OrderSearchColumns(kColumns, company::StatusUse::Centre),
             .readOnly = false})

@@ -2,7 +2,7 @@
 
 #include "company/OrderStatus.h"
 #include "dispatch/AddressMatch.h"
-#include "dispatch/UnDispartRules.h"
+#include "dispatch/DistributionRules.h"
 #include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
 #include "framework/Lookups.h"
@@ -192,7 +192,7 @@ void Tfrm_UnDispartBill::FormShow()
     Setup(DataView1, cds, Button2, Button1);
 }
 
-TUnDispartCriteria Tfrm_UnDispartBill::Criteria() const
+TDistributionCriteria Tfrm_UnDispartBill::Criteria() const
 {
     return {
         .from = DBDateTimeEditEh1->Text(),
@@ -205,9 +205,9 @@ TUnDispartCriteria Tfrm_UnDispartBill::Criteria() const
 
 void Tfrm_UnDispartBill::Button1Click()
 {
-    const TUnDispartCriteria criteria = Criteria();
+    const TDistributionCriteria criteria = Criteria();
     if (!CheckDateRange(criteria.from, criteria.to, kMaxDays, true))
-        ShowOrders(UnDispartQuery(criteria));
+        ShowOrders(DistributionQuery(criteria));
 }
 
 void Tfrm_UnDispartBill::DBLookupComboboxEh1KeyDown(QKeyEvent* event)
@@ -218,7 +218,7 @@ void Tfrm_UnDispartBill::DBLookupComboboxEh1KeyDown(QKeyEvent* event)
 
 void Tfrm_UnDispartBill::cdsBeforePost()
 {
-    CheckRow([this] { CheckUnDispart(*cds, clerk_); });
+    CheckRow([this] { CheckDistribution(*cds, clerk_); });
 }
 
 void Tfrm_UnDispartBill::DataView1DataViewGridDblClick()

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dispatch/UnDispartQuery.h"
+#include "dispatch/DistributionQuery.h"
 #include "orders/OrderDetails.h"
 #include "orders/OrderStamps.h"
 #include "orders/frm_OrderList.h"
@@ -31,7 +31,7 @@ private:
     void DataView1DataViewGridKeyDown(QKeyEvent* event);
     void cdsBeforePost();
 
-    TUnDispartCriteria Criteria() const;
+    TDistributionCriteria Criteria() const;
     // The site that delivers to the address; empty where none is known.
     QString MatchDeliverySite(
         const QString& province, const QString& city, const QString& county, const QString& address);

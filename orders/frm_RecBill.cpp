@@ -11,7 +11,7 @@
 #include "orders/Destinations.h"
 #include "orders/OrderColumns.h"
 #include "orders/OrderView.h"
-#include "orders/RecRules.h"
+#include "orders/PickupRules.h"
 
 #include <QKeyEvent>
 
@@ -124,7 +124,7 @@ void Tfrm_RecBill::CreateOrdersView()
 void Tfrm_RecBill::FirstLoad()
 {
     Tfrm_SiteOrders::FirstLoad();
-    ShowOrders(RecQuery(Criteria()));
+    ShowOrders(PickupQuery(Criteria()));
 }
 
 void Tfrm_RecBill::FormShow()
@@ -133,7 +133,7 @@ void Tfrm_RecBill::FormShow()
     GoToNumber();
 }
 
-TRecCriteria Tfrm_RecBill::Criteria() const
+TPickupCriteria Tfrm_RecBill::Criteria() const
 {
     return {
         .loginSite = clerk_.site,
@@ -156,7 +156,7 @@ void Tfrm_RecBill::Button4Click()
 {
     if (!RangeIsGood())
         return;
-    ShowOrders(RecQuery(Criteria()));
+    ShowOrders(PickupQuery(Criteria()));
     GoToNumber();
 }
 

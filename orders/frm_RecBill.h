@@ -1,7 +1,7 @@
 #pragma once
 
 #include "orders/EnteredNumbers.h"
-#include "orders/RecQuery.h"
+#include "orders/PickupQuery.h"
 #include "orders/frm_SiteOrders.h"
 #include "runtime/ui/DBControls.h"
 
@@ -27,7 +27,7 @@ private:
     void DBEditEh1Exit();
     void DataView1DataViewGridKeyDown(QKeyEvent* event);
 
-    TRecCriteria Criteria() const;
+    TPickupCriteria Criteria() const;
     void RegisterPickup();
     void GoToNumber();
 

@@ -1,7 +1,7 @@
 #include "reports/ServiceCharts.h"
 
 #include "module/data/DataSetRows.h"
-#include "reports/CollectQuery.h"
+#include "reports/ServiceFigures.h"
 
 #include <QHash>
 

@@ -4,7 +4,7 @@
 #include "company/OrderStatus.h"
 #include "module/data/HostBridge.h"
 #include "orders/OrderStamps.h"
-#include "reports/CenterQuery.h"
+#include "reports/CentreQuery.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -26,9 +26,9 @@ constexpr TSearchColumn kColumns[] = {
 Tfrm_CenterBillQuery::Tfrm_CenterBillQuery(QObject* owner)
     : Tfrm_OrderSearch(owner,
         {.windowTitle = u"揽件时间范围(31天以内)"_s,
-            .criteria = CenterQueryCriteria(),
+            .criteria = CentreQueryCriteria(),
             .columns = OrderSearchColumns(kColumns, company::StatusUse::Centre),
-            .selected = CenterQueryColumns(),
+            .selected = CentreQueryColumns(),
             .showsTrail = false})
 {
 }
@@ -72,6 +72,6 @@ QString Tfrm_CenterBillQuery::NumbersQuery(const QString& numbers) const
 {
     const bool centre = TextOf(GlobalCds(u"loginSite"_s), u"TYPE").contains(kCentre);
     const QString offeredTo = centre ? QString() : GlobalValue(u"site"_s);
-    return Panel2->ByOrderNumber() ? CenterOrdersByNumber(numbers, offeredTo)
-                                   : CenterOrdersByWaybill(numbers, offeredTo);
+    return Panel2->ByOrderNumber() ? CentreOrdersByNumber(numbers, offeredTo)
+                                   : CentreOrdersByWaybill(numbers, offeredTo);
 }

@@ -217,7 +217,7 @@ void Tfrm_Collect::FormShow()
     Setup(orders ? DataView2 : DataView1, orders ? cds_detail : cds, nullptr, Button1);
 }
 
-TCollectCriteria Tfrm_Collect::Criteria() const
+TFiguresCriteria Tfrm_Collect::Criteria() const
 {
     return {
         .from = window_->From(),
@@ -234,8 +234,8 @@ void Tfrm_Collect::Button1Click()
     if (window_->Refused(kMaxDays))
         return;
     const BusyCursor busy;
-    const TCollectCriteria criteria = Criteria();
-    const TCollectConditions conditions = CollectConditions(criteria);
+    const TFiguresCriteria criteria = Criteria();
+    const TFiguresConditions conditions = FiguresConditions(criteria);
     {
         const ControlsOff still(*cds);
         OpenQuery(*cds1, RegionFiguresQuery(conditions));

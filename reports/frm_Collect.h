@@ -4,7 +4,7 @@
 #include "framework/frm_BasicBoot.h"
 #include "orders/DateWindow.h"
 #include "reports/BarChart.h"
-#include "reports/CollectQuery.h"
+#include "reports/ServiceFigures.h"
 
 #include <QLabel>
 #include <QPushButton>
@@ -35,7 +35,7 @@ private:
     void TabSheet2Show();
     void ChartBarClick(const TChartBar& bar, const QString& figure);
 
-    TCollectCriteria Criteria() const;
+    TFiguresCriteria Criteria() const;
     void AppendRegions();
     // The query of the orders behind the grid's selected figure of the current row; empty where the column is
     // none.
@@ -60,5 +60,5 @@ private:
     TClientDataSetEx* cds1; // figures of the regions
     TClientDataSetEx* cds_detail; // the orders behind a figure
 
-    TCollectConditions conditions_; // of the figures shown
+    TFiguresConditions conditions_; // of the figures shown
 };

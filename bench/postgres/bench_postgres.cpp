@@ -6,7 +6,7 @@
 #include "bench/system/Measure.h"
 #include "demo/Generator.h"
 #include "module/data/SqlText.h"
-#include "reports/CollectQuery.h"
+#include "reports/ServiceFigures.h"
 #include "runtime/data/ClientDataSet.h"
 #include "runtime/data/SocketConnection.h"
 #include "server/dialect/Dialect.h"
@@ -112,7 +112,7 @@ void BenchStatistics(TSocketConnectionEx& connection, PostgresFloor& floor, cons
     sites.SetRemoteServer(&connection);
     sites.SetCommandText(u"select a.SITE_NAME from tab_site a"_s);
     sites.Open();
-    const TCollectConditions conditions = CollectConditions({
+    const TFiguresConditions conditions = FiguresConditions({
         .from = u"2024-05-31 00:00:00"_s,
         .to = u"2024-06-30 23:59:59"_s,
         .sites = BuildInList(sites, u"SITE_NAME"_s, u"a.duty_site"_s),

@@ -5,7 +5,7 @@
 #include "company/OrderStatus.h"
 #include "demo/Generator.h"
 #include "orders/AcceptQuery.h"
-#include "orders/RecQuery.h"
+#include "orders/PickupQuery.h"
 #include "orders/WaybillChecks.h"
 
 #include <QThread>
@@ -160,7 +160,7 @@ void ChaosDesk::Accept()
 // As 网点揽件 does, with its look-ups for each number.
 void ChaosDesk::PickUp()
 {
-    Open(orders_, RecQuery({clerk_.site, settings_.from, settings_.to, {}}));
+    Open(orders_, PickupQuery({clerk_.site, settings_.from, settings_.to, {}}));
     EditSome(kMostRows, [this] {
         const QString number = u"9%1%2"_s.arg(settings_.number, 3, 10, QChar(u'0'))
                                    .arg(saves_ * 10 + orders_.ChangeCount(), 8, 10, QChar(u'0'));

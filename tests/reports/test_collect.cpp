@@ -7,7 +7,7 @@ using conformance::TextOf;
 
 namespace {
 
-TCollectCriteria Criteria()
+TFiguresCriteria Criteria()
 {
     return {
         .from = u"2024-03-04 00:00:00"_s,
@@ -20,18 +20,18 @@ TCollectCriteria Criteria()
 
 } // namespace
 
-TEST(CollectQueries, AreTheTextsThatEveryDatabaseAnswers)
+TEST(ServiceFigures, AreTheTextsThatEveryDatabaseAnswers)
 {
-    const TCollectConditions one = CollectConditions(Criteria());
+    const TFiguresConditions one = FiguresConditions(Criteria());
     EXPECT_EQ(RegionFiguresQuery(one), TextOf(u"regions of one source"_s));
     EXPECT_EQ(SiteFiguresQuery(one), TextOf(u"figures of one site and source"_s));
     EXPECT_EQ(BackFillStatement(Criteria().from, Criteria().to, u"华东"_s),
         TextOf(u"the back-fill as it stands is refused where it breaks"_s));
 
-    TCollectCriteria criteria = Criteria();
+    TFiguresCriteria criteria = Criteria();
     criteria.site.clear();
     criteria.source.clear();
-    const TCollectConditions all = CollectConditions(criteria);
+    const TFiguresConditions all = FiguresConditions(criteria);
     EXPECT_EQ(RegionFiguresQuery(all), TextOf(u"regions of orders without a responsible site"_s));
     EXPECT_EQ(SiteFiguresQuery(all),
         TextOf(u"figures of the sites: 30 and 120 minutes are in time, 31 and 121 late"_s));

@@ -1,10 +1,10 @@
-#include "orders/RecQuery.h"
+#include "orders/PickupQuery.h"
 
 #include "orders/QueryFragments.h"
 
 using namespace Qt::Literals::StringLiterals;
 
-QString RecQuery(const TRecCriteria& criteria)
+QString PickupQuery(const TPickupCriteria& criteria)
 {
     return OrdersCreatedBetween(criteria.from, criteria.to) + u"   and a.bl_dispart=1 and a.status=1 "_s
         + u"and a.REC_SITE='"_s + criteria.loginSite + u"'"_s + OfWarehouse(criteria.warehouse)

@@ -9,11 +9,11 @@ inline constexpr QStringView kLockedSites = u"LOCKED_SITES";
 // One status of the group that waits for export.
 inline constexpr QStringView kStatusMember = u"STATUS_MEMBER";
 
-std::span<const TCriterion> CenterQueryCriteria();
+std::span<const TCriterion> CentreQueryCriteria();
 
 // The order's columns, the price on its waybill, and whether there is one.
-QString CenterQueryColumns();
+QString CentreQueryColumns();
 // The distributed orders of a ready-made list of quoted numbers, the last picked up first; of one site only
 // where it is named.
-QString CenterOrdersByNumber(const QString& numberList, const QString& offeredTo);
-QString CenterOrdersByWaybill(const QString& numberList, const QString& offeredTo);
+QString CentreOrdersByNumber(const QString& numberList, const QString& offeredTo);
+QString CentreOrdersByWaybill(const QString& numberList, const QString& offeredTo);

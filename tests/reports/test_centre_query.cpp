@@ -1,5 +1,5 @@
 #include "framework/PageLookup.h"
-#include "reports/CenterQuery.h"
+#include "reports/CentreQuery.h"
 #include "reports/frm_CenterBillQuery.h"
 #include "tests/orders/OrderScreen.h"
 
@@ -17,9 +17,9 @@ const QString kHead = u"select /*+index(a,TAB_ZELMOR_BILL_I3)*/ a.*,  "_s + kJoi
       "hh24:mi:ss') and to_date('2024-01-31 11:59:59','yyyy-mm-dd hh24:mi:ss') and a.bl_dispart=1"_s;
 const QString kTail = u" order by a.CREATE_DATE desc"_s;
 
-class CenterQuery : public OrderScreen<Tfrm_CenterBillQuery, OrderDesk> {
+class CentreQuery : public OrderScreen<Tfrm_CenterBillQuery, OrderDesk> {
 protected:
-    CenterQuery()
+    CentreQuery()
     {
         desk.orders = {Order(u"TX_LOGISTIC_ID=T1, STATUS=-1"_s), Order(u"TX_LOGISTIC_ID=T2, STATUS=6"_s)};
         desk.host.Server.OnQuery = [answer = desk.host.Server.OnQuery](const QString& sqlText) {
@@ -53,7 +53,7 @@ protected:
 
 } // namespace
 
-TEST(CenterQueryText, EachCriterionAlone)
+TEST(CentreQueryText, EachCriterionAlone)
 {
     using TTexts = std::vector<std::pair<QStringView, QString>>;
     const std::pair<QStringView, QString> locked{kLockedSites, u"1"_s};
@@ -85,20 +85,20 @@ TEST(CenterQueryText, EachCriterionAlone)
         TOrderCriteria criteria{.from = u"2024-01-30 12:00:00"_s, .to = u"2024-01-31 11:59:59"_s};
         for (const auto& [column, text] : texts)
             criteria.Set(column, text);
-        EXPECT_EQ(OrderSearchQuery(CenterQueryCriteria(), criteria, CenterQueryColumns()),
+        EXPECT_EQ(OrderSearchQuery(CentreQueryCriteria(), criteria, CentreQueryColumns()),
             kHead + fragment + kTail);
     }
-    EXPECT_EQ(CenterOrdersByNumber(u"('b','a')"_s, {}),
+    EXPECT_EQ(CentreOrdersByNumber(u"('b','a')"_s, {}),
         u"select /*+index(a,TAB_ZELMOR_BILL_P)*/a.*,  "_s + kJoined
             + u" from tab_zelmor_bill a  where a.TX_LOGISTIC_ID in ('b','a')  and a.bl_dispart=1 order by "
               "a.REC_DATE desc"_s);
-    EXPECT_EQ(CenterOrdersByWaybill(u"('b')"_s, u"浦东一部"_s),
+    EXPECT_EQ(CentreOrdersByWaybill(u"('b')"_s, u"浦东一部"_s),
         u"select /*+index(a,TAB_ZELMOR_BILL_I)*/a.*, "_s + kJoined
             + u" from tab_zelmor_bill a  where a.BILL_CODE in ('b') and a.PREPARE_SITE like '%;浦东一部;%'"
               "  and a.bl_dispart=1 order by a.REC_DATE desc"_s);
 }
 
-TEST_F(CenterQuery, ASiteSeesItsOwnOrdersOnly)
+TEST_F(CentreQuery, ASiteSeesItsOwnOrdersOnly)
 {
     OpenAt(u"浦东一部"_s, u"网点"_s);
     for (const QString& name : {u"DBLookupComboboxEh1"_s, u"DBLookupComboboxEh2"_s}) {
@@ -109,11 +109,11 @@ TEST_F(CenterQuery, ASiteSeesItsOwnOrdersOnly)
         Search(), kHead + u" and (a.REC_SITE='浦东一部' or a.PREPARE_SITE like '%;浦东一部;%')"_s + kTail);
     Press(u"CheckBox1"_s);
     Find<TDBMemo>(u"Memo1"_s)->setPlainText(u"T1"_s);
-    EXPECT_EQ(Search(), CenterOrdersByNumber(u"('T1')"_s, u"浦东一部"_s));
+    EXPECT_EQ(Search(), CentreOrdersByNumber(u"('T1')"_s, u"浦东一部"_s));
 }
 
 // Who is a centre is told by the name for the criteria, by the type for the numbers.
-TEST_F(CenterQuery, ACentreChoosesSitesStatusAndSource)
+TEST_F(CentreQuery, ACentreChoosesSitesStatusAndSource)
 {
     OpenAt(u"上海中心"_s, u"网点"_s);
     EXPECT_TRUE(Find<QWidget>(u"DBLookupComboboxEh1"_s)->isEnabled());
@@ -124,7 +124,7 @@ TEST_F(CenterQuery, ACentreChoosesSitesStatusAndSource)
     EXPECT_EQ(grid->FooterText(1, grid->ColumnIndex(u"ONLINE_PRICE1")), u"12.5"_s);
     Press(u"CheckBox2"_s);
     Find<TDBMemo>(u"Memo1"_s)->setPlainText(u"B1"_s);
-    EXPECT_EQ(Search(), CenterOrdersByWaybill(u"('B1')"_s, u"上海中心"_s));
+    EXPECT_EQ(Search(), CentreOrdersByWaybill(u"('B1')"_s, u"上海中心"_s));
     Press(u"CheckBox2"_s);
 
     auto* member = Find<TDBComboBoxEh>(u"ComboBox1"_s);

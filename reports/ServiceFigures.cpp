@@ -1,4 +1,4 @@
-#include "reports/CollectQuery.h"
+#include "reports/ServiceFigures.h"
 
 #include "module/data/SqlText.h"
 
@@ -61,7 +61,7 @@ QString QuotedMoment(const QString& text)
 
 } // namespace
 
-TCollectConditions CollectConditions(const TCollectCriteria& criteria)
+TFiguresConditions FiguresConditions(const TFiguresCriteria& criteria)
 {
     QString window = u"  where a.create_date between "_s + Moment(criteria.from) + u" and "_s
         + Moment(criteria.to) + u" and a.bl_dispart=1"_s;
@@ -75,7 +75,7 @@ TCollectConditions CollectConditions(const TCollectCriteria& criteria)
     };
 }
 
-QString RegionFiguresQuery(const TCollectConditions& conditions)
+QString RegionFiguresQuery(const TFiguresConditions& conditions)
 {
     return u"select a.PROVINCE,  a.CITY,a.AREA_NAME,  a.RANGE_NAME,  sum(mustrec_count) as mustrec_count,   "
            "sum(send_count) as send_count,  (sum(mustrec_count)-sum(send_count)) as nosend_count   from "
@@ -86,7 +86,7 @@ QString RegionFiguresQuery(const TCollectConditions& conditions)
         + conditions.ofRegions + u" ) a  group by a.AREA_NAME,a.PROVINCE, a.CITY, a.RANGE_NAME "_s;
 }
 
-QString SiteFiguresQuery(const TCollectConditions& conditions)
+QString SiteFiguresQuery(const TFiguresConditions& conditions)
 {
     return u"select c.area_name,  a.duty_site,  c.RANGE_NAME,  c.PROVINCE,  c.city,  sum(mustrec_count) as "
            "mustrec_count,  sum(NoRec_Count) as NoRec_Count,  sum(noaccept_count) as noaccept_count,  "
@@ -115,7 +115,7 @@ QString SiteFiguresQuery(const TCollectConditions& conditions)
           "c.RANGE_NAME, c.PROVINCE, c.city "_s;
 }
 
-QString OrdersOfSiteQuery(const TCollectConditions& conditions, const QString& figure, const QString& site)
+QString OrdersOfSiteQuery(const TFiguresConditions& conditions, const QString& figure, const QString& site)
 {
     const QString all = kOrders + kSiteOrders + conditions.ofSites;
     if (figure.compare(u"mustrec_count"_s, Qt::CaseInsensitive) == 0)
@@ -127,7 +127,7 @@ QString OrdersOfSiteQuery(const TCollectConditions& conditions, const QString& f
         + u"'order by a.TX_LOGISTIC_ID"_s;
 }
 
-QString OrdersOfRegionQuery(const TCollectConditions& conditions, const QString& figure,
+QString OrdersOfRegionQuery(const TFiguresConditions& conditions, const QString& figure,
     const QString& province, const QString& county)
 {
     const QString field = figure.toLower();

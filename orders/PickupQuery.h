@@ -3,7 +3,7 @@
 #include <QString>
 
 // What the pickup screen's filter controls say.
-struct TRecCriteria {
+struct TPickupCriteria {
     QString loginSite;
     QString from; // "yyyy-mm-dd hh:mm:ss", as shown
     QString to;
@@ -11,4 +11,4 @@ struct TRecCriteria {
 };
 
 // The orders that the site accepted and has still to collect, newest first.
-QString RecQuery(const TRecCriteria& criteria);
+QString PickupQuery(const TPickupCriteria& criteria);

@@ -1,4 +1,4 @@
-#include "reports/CenterQuery.h"
+#include "reports/CentreQuery.h"
 
 #include "orders/FilterBoxes.h"
 
@@ -124,22 +124,22 @@ QString OfNumbers(const QString& index, const QString& gap, const QString& colum
 
 } // namespace
 
-std::span<const TCriterion> CenterQueryCriteria()
+std::span<const TCriterion> CentreQueryCriteria()
 {
     return kCriteria;
 }
 
-QString CenterQueryColumns()
+QString CentreQueryColumns()
 {
     return u' ' + WaybillColumns(u"  "_s);
 }
 
-QString CenterOrdersByNumber(const QString& numberList, const QString& offeredTo)
+QString CentreOrdersByNumber(const QString& numberList, const QString& offeredTo)
 {
     return OfNumbers(u"TAB_ZELMOR_BILL_P"_s, u"  "_s, u"TX_LOGISTIC_ID"_s, numberList, offeredTo);
 }
 
-QString CenterOrdersByWaybill(const QString& numberList, const QString& offeredTo)
+QString CentreOrdersByWaybill(const QString& numberList, const QString& offeredTo)
 {
     return OfNumbers(u"TAB_ZELMOR_BILL_I"_s, u" "_s, u"BILL_CODE"_s, numberList, offeredTo);
 }

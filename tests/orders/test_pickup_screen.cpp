@@ -1,4 +1,4 @@
-#include "orders/RecQuery.h"
+#include "orders/PickupQuery.h"
 #include "orders/frm_RecBill.h"
 #include "tests/orders/OrderScreen.h"
 #include "tests/orders/PickupDesk.h"
@@ -11,9 +11,9 @@ namespace {
 
 const QString kCoupon = u"ZM110000045"_s;
 
-class RecScreen : public OrderScreen<Tfrm_RecBill, PickupDesk> {
+class PickupScreen : public OrderScreen<Tfrm_RecBill, PickupDesk> {
 protected:
-    RecScreen()
+    PickupScreen()
     {
         desk.orders = {Accepted(u"T1"_s), Accepted(u"T2"_s), Accepted(u"T3"_s)};
         const auto now = wire::DateTime::FromParts(2024, 1, 31, 10, 59);
@@ -47,12 +47,12 @@ protected:
 
 } // namespace
 
-TEST_F(RecScreen, OpensOnTodaysAcceptedOrdersAtTheFirstNumber)
+TEST_F(PickupScreen, OpensOnTodaysAcceptedOrdersAtTheFirstNumber)
 {
     Open();
     EXPECT_EQ(screen->Caption(), u"网点揽件"_s);
     EXPECT_TRUE(desk.host.Server.Queries().contains(
-        RecQuery({u"浦东一部"_s, u"2024-01-31 00:00:00"_s, u"2024-01-31 23:59:59"_s, {}})));
+        PickupQuery({u"浦东一部"_s, u"2024-01-31 00:00:00"_s, u"2024-01-31 23:59:59"_s, {}})));
     EXPECT_EQ(grid->Column(grid->ColumnIndex(u"STATUS")).pickList,
         QStringList({u"接单成功"_s, u"揽件成功"_s, u"揽件失败"_s}));
     EXPECT_EQ(grid->SelectedField(), u"BILL_CODE"_s);
@@ -64,7 +64,7 @@ TEST_F(RecScreen, OpensOnTodaysAcceptedOrdersAtTheFirstNumber)
     EXPECT_TRUE(desk.host.Server.Requests.empty());
 }
 
-TEST_F(RecScreen, AScannerAloneRegistersOrderAfterOrder)
+TEST_F(PickupScreen, AScannerAloneRegistersOrderAfterOrder)
 {
     Open();
     const QString numbers[] = {u"168000000017"_s, u"168000000025"_s, u"168000000033"_s};
@@ -85,7 +85,7 @@ TEST_F(RecScreen, AScannerAloneRegistersOrderAfterOrder)
 }
 
 // After a query that dropped it, a save that was refused, or an undone row, a number is as new.
-TEST_F(RecScreen, NumbersOfBindingsThatAreGoneAreFree)
+TEST_F(PickupScreen, NumbersOfBindingsThatAreGoneAreFree)
 {
     const QString number = u"168000000017"_s;
     const auto scanFirst = [&] {
@@ -116,13 +116,13 @@ TEST_F(RecScreen, NumbersOfBindingsThatAreGoneAreFree)
     EXPECT_EQ(cds->RecNo(), 3);
 }
 
-TEST_F(RecScreen, TheGoodsFollowTheOrders)
+TEST_F(PickupScreen, TheGoodsFollowTheOrders)
 {
     Open();
     CheckGoodsFollow();
 }
 
-TEST_F(RecScreen, ARefusedNumberStaysSelectedUntilAnotherIsScanned)
+TEST_F(PickupScreen, ARefusedNumberStaysSelectedUntilAnotherIsScanned)
 {
     Open();
     Scan(u"168000000017"_s);
@@ -142,7 +142,7 @@ TEST_F(RecScreen, ARefusedNumberStaysSelectedUntilAnotherIsScanned)
     EXPECT_EQ(cds->RecNo(), 3);
 }
 
-TEST_F(RecScreen, LeavingTheRowByAnyOtherWayNeedsTheStatus)
+TEST_F(PickupScreen, LeavingTheRowByAnyOtherWayNeedsTheStatus)
 {
     Open();
     Type(u"168000000017"_s);
@@ -157,7 +157,7 @@ TEST_F(RecScreen, LeavingTheRowByAnyOtherWayNeedsTheStatus)
     EXPECT_EQ(cds->ChangeCount(), 1);
 }
 
-TEST_F(RecScreen, TheCouponIsCheckedWhenItsEditIsLeftAndWhenTheRowIsPosted)
+TEST_F(PickupScreen, TheCouponIsCheckedWhenItsEditIsLeftAndWhenTheRowIsPosted)
 {
     Open();
     auto* coupon = Find<TDBEditEh>(u"DBEditEh1"_s);
@@ -199,7 +199,7 @@ TEST_F(RecScreen, TheCouponIsCheckedWhenItsEditIsLeftAndWhenTheRowIsPosted)
     EXPECT_TRUE(desk.host.Server.Requests.empty());
 }
 
-TEST_F(RecScreen, BatchPickupRunsTheRulesForEveryRowAndStopsAtTheFirstRefused)
+TEST_F(PickupScreen, BatchPickupRunsTheRulesForEveryRowAndStopsAtTheFirstRefused)
 {
     Open();
     Scan(u"168000000017"_s);
@@ -231,7 +231,7 @@ TEST_F(RecScreen, BatchPickupRunsTheRulesForEveryRowAndStopsAtTheFirstRefused)
     EXPECT_FALSE(Find<QAction>(u"BatchRecBill"_s)->isEnabled());
 }
 
-TEST_F(RecScreen, OrdersCollectedByAColleagueAreListedAndTheListIsReadAgain)
+TEST_F(PickupScreen, OrdersCollectedByAColleagueAreListedAndTheListIsReadAgain)
 {
     Open();
     EXPECT_EQ(Told(u"Button1"_s), QStringList(u"详细：没有改变任何数据，因此不需要保存！"_s));

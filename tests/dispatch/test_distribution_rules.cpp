@@ -1,5 +1,5 @@
-#include "dispatch/UnDispartQuery.h"
-#include "dispatch/UnDispartRules.h"
+#include "dispatch/DistributionQuery.h"
+#include "dispatch/DistributionRules.h"
 #include "tests/orders/OrderDesk.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@ const TClerk kClerk{u"上海中心"_s, u"李雷"_s};
 
 } // namespace
 
-TEST(UnDispartQuery, FiltersByWhatWasTyped)
+TEST(DistributionQuery, FiltersByWhatWasTyped)
 {
     const QString from = u"2024-01-31 00:00:00"_s;
     const QString to = u"2024-01-31 23:59:59"_s;
@@ -21,7 +21,7 @@ TEST(UnDispartQuery, FiltersByWhatWasTyped)
         "to_date('2024-01-31 00:00:00','yyyy-mm-dd hh24:mi:ss') and to_date('2024-01-31 "
         "23:59:59','yyyy-mm-dd hh24:mi:ss') and a.bl_dispart=1 and a.status=0 and a.prepare_site is null"_s;
     const struct {
-        TUnDispartCriteria criteria;
+        TDistributionCriteria criteria;
         QString conditions;
     } cases[] = {
         {{from, to, {}, {}, {}}, {}},
@@ -31,11 +31,12 @@ TEST(UnDispartQuery, FiltersByWhatWasTyped)
             u" and COUNTY='天河区' and PROV='广东省' and CITY='广州市'"_s},
     };
     for (const auto& each : cases)
-        EXPECT_EQ(UnDispartQuery(each.criteria), head + each.conditions + u" order by a.create_date desc"_s);
+        EXPECT_EQ(
+            DistributionQuery(each.criteria), head + each.conditions + u" order by a.create_date desc"_s);
 }
 
 // Each order is refused or passes; then what a field holds.
-TEST(UnDispartRules, ARefusalIsStampedItsUndoingClearsTheStampAndEveryPostNamesTheClerk)
+TEST(DistributionRules, ARefusalIsStampedItsUndoingClearsTheStampAndEveryPostNamesTheClerk)
 {
     const OrderDesk desk;
     const QString missing = u"详细：选择\"接单失败\"必须填写\"撤消原因\"！"_s;
@@ -59,7 +60,7 @@ TEST(UnDispartRules, ARefusalIsStampedItsUndoingClearsTheStampAndEveryPostNamesT
         cds.Edit();
         QString violation;
         try {
-            CheckUnDispart(cds, kClerk);
+            CheckDistribution(cds, kClerk);
         } catch (const TRuleViolation& told) {
             violation = told.message;
         }
@@ -68,7 +69,7 @@ TEST(UnDispartRules, ARefusalIsStampedItsUndoingClearsTheStampAndEveryPostNamesT
     }
 }
 
-TEST(UnDispartRules, AListOfSitesHasAtMost200Characters)
+TEST(DistributionRules, AListOfSitesHasAtMost200Characters)
 {
     EXPECT_EQ(ChosenSitesMessage(200), QString());
     EXPECT_EQ(

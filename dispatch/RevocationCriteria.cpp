@@ -1,4 +1,4 @@
-#include "dispatch/CenterBillBackCriteria.h"
+#include "dispatch/RevocationCriteria.h"
 
 #include "orders/FilterBoxes.h"
 
@@ -51,7 +51,7 @@ constexpr std::array kCriteria = std::to_array<TCriterion>({
 
 } // namespace
 
-std::span<const TCriterion> CenterBillBackCriteria()
+std::span<const TCriterion> RevocationCriteria()
 {
     return kCriteria;
 }

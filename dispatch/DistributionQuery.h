@@ -3,7 +3,7 @@
 #include <QString>
 
 // What the distribution desk's filter controls say; an empty text filters nothing.
-struct TUnDispartCriteria {
+struct TDistributionCriteria {
     QString from; // "yyyy-mm-dd hh:mm:ss", as shown
     QString to;
     QString county; // of the shipper
@@ -12,4 +12,4 @@ struct TUnDispartCriteria {
 };
 
 // The new orders that are marked for distribution and offered to no site yet, newest first.
-QString UnDispartQuery(const TUnDispartCriteria& criteria);
+QString DistributionQuery(const TDistributionCriteria& criteria);

@@ -1,10 +1,10 @@
-#include "dispatch/UnDispartQuery.h"
+#include "dispatch/DistributionQuery.h"
 
 #include "orders/QueryFragments.h"
 
 using namespace Qt::Literals::StringLiterals;
 
-QString UnDispartQuery(const TUnDispartCriteria& criteria)
+QString DistributionQuery(const TDistributionCriteria& criteria)
 {
     const auto where = [](const QString& column, const QString& text) {
         return text.isEmpty() ? QString() : u" and "_s + column + u"='"_s + text + u'\'';

@@ -1,4 +1,4 @@
-#include "orders/RecRules.h"
+#include "orders/PickupRules.h"
 
 #include "company/OrderStatus.h"
 #include "company/PayType.h"

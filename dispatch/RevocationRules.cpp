@@ -1,4 +1,4 @@
-#include "dispatch/CenterBillBackRules.h"
+#include "dispatch/RevocationRules.h"
 
 #include "company/OrderStatus.h"
 #include "module/data/HostBridge.h"

@@ -1,5 +1,5 @@
-#include "orders/RecQuery.h"
-#include "orders/RecRules.h"
+#include "orders/PickupQuery.h"
+#include "orders/PickupRules.h"
 #include "tests/orders/PickupDesk.h"
 
 #include <gtest/gtest.h>
@@ -13,9 +13,9 @@ const QString kNumber = u"168000000017"_s;
 const QString kCoupon = u"ZM110000045"_s; // the seven digits 1000004 have the check digit 5
 const wire::DateTime kNow = wire::DateTime::FromParts(2024, 1, 31, 10, 59); // and this machine's seconds
 
-class RecRules : public ::testing::Test {
+class PickupRules : public ::testing::Test {
 protected:
-    RecRules()
+    PickupRules()
     {
         desk.coupons[kCoupon] = {kNow.AddDays(-1), kNow.AddDays(1), 0, u"10元"_s};
         destinations.OpenRows(MakeTextRows({u"SITE_NAME"_s}, {{u"浦东二部"_s}}));
@@ -60,7 +60,7 @@ protected:
 
 } // namespace
 
-TEST_F(RecRules, EveryRuleRefusesItsRowAloneAndLetsItsNeighbourPass)
+TEST_F(PickupRules, EveryRuleRefusesItsRowAloneAndLetsItsNeighbourPass)
 {
     struct Case {
         OrderFields refused; // what differs from the row that passes
@@ -131,7 +131,7 @@ TEST_F(RecRules, EveryRuleRefusesItsRowAloneAndLetsItsNeighbourPass)
 }
 
 // A row that breaks every rule: put right one by one, the rules speak in their order.
-TEST_F(RecRules, TheRulesSpeakInTheirOrder)
+TEST_F(PickupRules, TheRulesSpeakInTheirOrder)
 {
     desk.usedNumbers = {kNumber};
     desk.disabledNumbers = {kNumber};
@@ -166,7 +166,7 @@ TEST_F(RecRules, TheRulesSpeakInTheirOrder)
     EXPECT_TRUE(Fields(u"DESTINATION"_s).isEmpty());
 }
 
-TEST_F(RecRules, APickupIsStampedOnceAndItsUndoingTakesTheStampAway)
+TEST_F(PickupRules, APickupIsStampedOnceAndItsUndoingTakesTheStampAway)
 {
     Edit(PickedUp());
     cds.FieldByName(u"DESTINATION").SetAsString(u"浦东二部"_s);
@@ -200,7 +200,7 @@ TEST_F(RecRules, APickupIsStampedOnceAndItsUndoingTakesTheStampAway)
         u"||||||0|"_s + kNumber);
 }
 
-TEST_F(RecRules, AnEnteredNumberIsTakenWhileItsRowShowsIt)
+TEST_F(PickupRules, AnEnteredNumberIsTakenWhileItsRowShowsIt)
 {
     const QString other = u"168000000025"_s;
     cds.OpenRows(
@@ -217,7 +217,7 @@ TEST_F(RecRules, AnEnteredNumberIsTakenWhileItsRowShowsIt)
     EXPECT_FALSE(entered.OtherOrderHas(cds, u"T2"_s, kNumber));
 }
 
-TEST_F(RecRules, TheFinanceCentresStockIsAskedForASiteWithoutItsOwn)
+TEST_F(PickupRules, TheFinanceCentresStockIsAskedForASiteWithoutItsOwn)
 {
     desk.SetLoginSite(u"网点"_s, 0, {}, u"上海财务中心"_s);
     TClientDataSetEx& sites = desk.host.DataSet(u"AllSite"_s);
@@ -235,7 +235,7 @@ TEST_F(RecRules, TheFinanceCentresStockIsAskedForASiteWithoutItsOwn)
 }
 
 // Beyond the first rule's reach, and still a rule.
-TEST_F(RecRules, APickupWithoutANumberIsRefusedByItsOwnRuleToo)
+TEST_F(PickupRules, APickupWithoutANumberIsRefusedByItsOwnRuleToo)
 {
     Edit({{u"STATUS"_s, 3}});
     EXPECT_THROW(RequireNumberOfPickup(cds), TRuleViolation);
@@ -243,15 +243,15 @@ TEST_F(RecRules, APickupWithoutANumberIsRefusedByItsOwnRuleToo)
     EXPECT_NO_THROW(RequireNumberOfPickup(cds));
 }
 
-TEST(RecQuery, AsksForWhatTheSiteAcceptedAndHasToCollect)
+TEST(PickupQuery, AsksForWhatTheSiteAcceptedAndHasToCollect)
 {
-    TRecCriteria criteria{u"浦东一部"_s, u"2024-01-31 00:00:00"_s, u"2024-01-31 23:59:59"_s, u" "_s};
+    TPickupCriteria criteria{u"浦东一部"_s, u"2024-01-31 00:00:00"_s, u"2024-01-31 23:59:59"_s, u" "_s};
     const QString start =
         u"select /*+index(a,TAB_ZELMOR_BILL_I3)*/a.* from tab_zelmor_bill a where a.create_date between "
         "to_date('2024-01-31 00:00:00','yyyy-mm-dd hh24:mi:ss') and "
         "to_date('2024-01-31 23:59:59','yyyy-mm-dd hh24:mi:ss')   and a.bl_dispart=1 and a.status=1 "
         "and a.REC_SITE='浦东一部'"_s;
-    EXPECT_EQ(RecQuery(criteria), start + u" order by a.CREATE_DATE desc"_s);
+    EXPECT_EQ(PickupQuery(criteria), start + u" order by a.CREATE_DATE desc"_s);
     criteria.warehouse = u"W'1"_s;
-    EXPECT_EQ(RecQuery(criteria), start + u" and a.WMS_CODE= 'W''1' order by a.CREATE_DATE desc"_s);
+    EXPECT_EQ(PickupQuery(criteria), start + u" and a.WMS_CODE= 'W''1' order by a.CREATE_DATE desc"_s);
 }

@@ -12,9 +12,9 @@ const QString kSave = u"Button2"_s;
 const QString kOffer = u"Button3"_s;
 const QString kMatch = u"SpeedButton3"_s;
 
-class UnDispartScreen : public OrderScreen<Tfrm_UnDispartBill, OrderDesk> {
+class DistributionScreen : public OrderScreen<Tfrm_UnDispartBill, OrderDesk> {
 protected:
-    UnDispartScreen()
+    DistributionScreen()
     {
         for (int i = 1; i <= 3; ++i) {
             desk.orders.push_back(Order(
@@ -72,7 +72,7 @@ protected:
 
 } // namespace
 
-TEST_F(UnDispartScreen, AsksForTheCountiesFirstAndForOrdersWhenTold)
+TEST_F(DistributionScreen, AsksForTheCountiesFirstAndForOrdersWhenTold)
 {
     Open();
     EXPECT_EQ(desk.host.Server.Queries(), QStringList(u"select * from tab_county"_s));
@@ -104,7 +104,7 @@ TEST_F(UnDispartScreen, AsksForTheCountiesFirstAndForOrdersWhenTold)
     EXPECT_EQ(grid->FooterText(1, grid->ColumnIndex(u"PIECE")), u"6"_s);
 }
 
-TEST_F(UnDispartScreen, OffersAnOrderToTheSitesChecked)
+TEST_F(DistributionScreen, OffersAnOrderToTheSitesChecked)
 {
     OpenWithOrders();
     desk.host.App.QueueAnswer({u"浦东一部"_s, u"浦东二部"_s});
@@ -128,7 +128,7 @@ TEST_F(UnDispartScreen, OffersAnOrderToTheSitesChecked)
     EXPECT_EQ(cds->RecordCount(), 3);
 }
 
-TEST_F(UnDispartScreen, KeysOfTheStatusColumnRefuseAndUndo)
+TEST_F(DistributionScreen, KeysOfTheStatusColumnRefuseAndUndo)
 {
     OpenWithOrders();
     grid->SelectField(u"ADDRESS");
@@ -151,7 +151,7 @@ TEST_F(UnDispartScreen, KeysOfTheStatusColumnRefuseAndUndo)
     EXPECT_TRUE(Text(u"CANCEL_DESC"_s).isEmpty());
 }
 
-TEST_F(UnDispartScreen, MatchesEveryOrderAndKeepsWhatItHasWhenTheServerGoes)
+TEST_F(DistributionScreen, MatchesEveryOrderAndKeepsWhatItHasWhenTheServerGoes)
 {
     desk.orders.insert(
         desk.orders.begin(), Order(u"TX_LOGISTIC_ID=T4, SEND_SITE=旧, SEND_ADDRESS=人民路4号"_s));
@@ -184,7 +184,7 @@ TEST_F(UnDispartScreen, MatchesEveryOrderAndKeepsWhatItHasWhenTheServerGoes)
     EXPECT_TRUE(desk.saves.empty());
 }
 
-TEST_F(UnDispartScreen, MatchingCanBeCancelledBetweenOrders)
+TEST_F(DistributionScreen, MatchingCanBeCancelledBetweenOrders)
 {
     for (OrderFields& order : desk.orders)
         order[u"SEND_ADDRESS"_s] = u"人民路8号"_s;
@@ -200,7 +200,7 @@ TEST_F(UnDispartScreen, MatchingCanBeCancelledBetweenOrders)
     EXPECT_EQ(cds->ChangeCount(), 1);
 }
 
-TEST_F(UnDispartScreen, ARefusedSaveKeepsAllAndMarksWhatWasRefusedAndWhy)
+TEST_F(DistributionScreen, ARefusedSaveKeepsAllAndMarksWhatWasRefusedAndWhy)
 {
     OpenWithOrders();
     for (int row = 1; row <= 2; ++row) {

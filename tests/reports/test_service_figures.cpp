@@ -1,6 +1,6 @@
 // The figures of the statistics on a database, against a count over the same orders by hand.
 
-#include "reports/CollectQuery.h"
+#include "reports/ServiceFigures.h"
 #include "tests/server/AnyStorage.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -80,9 +80,9 @@ void Count(const Order& order, Figures& figures)
     count(u"nobill_count"_s, !order.hasWaybill);
 }
 
-class CollectFigures : public AnyStorageTest {
+class ServiceFigureCounts : public AnyStorageTest {
 protected:
-    CollectFigures()
+    ServiceFigureCounts()
         : client_((AddOrders(), LoggedIn()))
     {
     }
@@ -133,7 +133,7 @@ protected:
     }
 
     const std::vector<Order> orders_ = Orders();
-    const TCollectConditions conditions_ = CollectConditions({
+    const TFiguresConditions conditions_ = FiguresConditions({
         .from = u"2024-03-01 08:00:00"_s,
         .to = u"2024-03-01 23:59:59"_s,
         .sites = u"((a.duty_site in ('合肥一部','撤销的网点')))"_s,
@@ -143,7 +143,7 @@ protected:
 
 } // namespace
 
-TEST_P(CollectFigures, OfSitesAreThoseCountedByHandAndTheOrdersBehindThem)
+TEST_P(ServiceFigureCounts, OfSitesAreThoseCountedByHandAndTheOrdersBehindThem)
 {
     std::map<QString, Figures> expected;
     for (const Order& order : orders_) {
@@ -172,7 +172,7 @@ TEST_P(CollectFigures, OfSitesAreThoseCountedByHandAndTheOrdersBehindThem)
     }
 }
 
-TEST_P(CollectFigures, OfRegionsAreThoseOfOrdersWithoutASite)
+TEST_P(ServiceFigureCounts, OfRegionsAreThoseOfOrdersWithoutASite)
 {
     std::map<QString, Figures> expected;
     for (const Order& order : orders_) {
@@ -193,4 +193,4 @@ TEST_P(CollectFigures, OfRegionsAreThoseOfOrdersWithoutASite)
     }
 }
 
-ZELMOR_FOR_EACH_STORAGE(CollectFigures);
+ZELMOR_FOR_EACH_STORAGE(ServiceFigureCounts);

@@ -1,5 +1,5 @@
-#include "dispatch/CenterBillBackCriteria.h"
-#include "dispatch/CenterBillBackRules.h"
+#include "dispatch/RevocationCriteria.h"
+#include "dispatch/RevocationRules.h"
 #include "dispatch/frm_CenterBillBack.h"
 #include "framework/RowFields.h"
 #include "framework/RowRules.h"
@@ -47,7 +47,7 @@ protected:
 
 } // namespace
 
-TEST(CenterBillBackQuery, EachCriterionAlone)
+TEST(RevocationQuery, EachCriterionAlone)
 {
     const struct {
         QStringView column;
@@ -86,7 +86,7 @@ TEST(CenterBillBackQuery, EachCriterionAlone)
         TOrderCriteria one{.from = u"F"_s, .to = u"T"_s, .byPickupTime = true};
         one.Set(each.column, each.text);
         one.Set(u"LOGISTICPROVIDERID", sources[0].first);
-        EXPECT_EQ(OrderSearchQuery(CenterBillBackCriteria(), one),
+        EXPECT_EQ(OrderSearchQuery(RevocationCriteria(), one),
             head + each.fragment + sources[0].second + u" order by a.REC_DATE desc"_s);
         if (!each.text.isEmpty())
             all.Set(each.column, each.text);
@@ -94,7 +94,7 @@ TEST(CenterBillBackQuery, EachCriterionAlone)
     }
     for (const auto& [source, fragment] : sources) {
         all.Set(u"LOGISTICPROVIDERID", source);
-        EXPECT_EQ(OrderSearchQuery(CenterBillBackCriteria(), all),
+        EXPECT_EQ(OrderSearchQuery(RevocationCriteria(), all),
             head + every + fragment + u" order by a.REC_DATE desc"_s);
     }
     EXPECT_EQ(PickupReportedQuery(u"B'1"_s, u"T1"_s),

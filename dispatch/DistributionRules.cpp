@@ -1,11 +1,11 @@
-#include "dispatch/UnDispartRules.h"
+#include "dispatch/DistributionRules.h"
 
 #include "company/CandidateSites.h"
 #include "company/OrderStatus.h"
 
 using namespace Qt::Literals::StringLiterals;
 
-void CheckUnDispart(TClientDataSetEx& cds, const TClerk& clerk)
+void CheckDistribution(TClientDataSetEx& cds, const TClerk& clerk)
 {
     RequireReasonFor(cds, company::kStatusRefused, clerk, u"详细：选择\"接单失败\"必须填写\"撤消原因\"！"_s);
     StampModifier(cds, clerk.site);

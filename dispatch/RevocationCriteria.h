@@ -3,4 +3,4 @@
 #include "orders/OrderSearch.h"
 
 // What the centre's cancellation finds orders by.
-std::span<const TCriterion> CenterBillBackCriteria();
+std::span<const TCriterion> RevocationCriteria();
