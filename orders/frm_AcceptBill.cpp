@@ -139,9 +139,12 @@ void Tfrm_AcceptBill::CreateOrdersView()
     };
     DataView1->layout()->addWidget(NewLegend(DataView1, kNotOfferedHere,
         u"底色标出的订单不由本网点接单：“可接单网点”中没有本网点（已转出，或只在本部列出）。"_s));
-    connect(cds, &TClientDataSetEx::DataReset, this, [this] { offeredRow_ = -1; });
-    connect(cds, &TClientDataSetEx::RowChanged, this, [this] { offeredRow_ = -1; });
-    connect(cds, &TClientDataSetEx::FieldChanged, this, [this] { offeredRow_ = -1; });
+    const auto forget = [this] { offeredRow_ = -1; };
+    connect(cds, &TClientDataSetEx::DataReset, this, forget);
+    connect(cds, &TClientDataSetEx::FieldChanged, this, forget);
+    for (const auto change :
+        {&TClientDataSetEx::RowChanged, &TClientDataSetEx::RowInserted, &TClientDataSetEx::RowRemoved})
+        connect(cds, change, this, forget);
 }
 
 void Tfrm_AcceptBill::FormCreate()

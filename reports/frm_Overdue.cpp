@@ -134,6 +134,7 @@ void Tfrm_Overdue::Button1Click()
     condition_ = condition;
     cds->Close();
     cdsms->Close();
+    whose_->clear();
     PageControl1->setCurrentWidget(TabSheet1);
 }
 
