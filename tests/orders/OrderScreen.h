@@ -86,12 +86,12 @@ protected:
                 desk.host.Server.Queries().filter(QStringLiteral("FROM TAB_ZELMOR_BILL_ITEMS"));
             return all.isEmpty() ? QString() : all.last().section(u'\'', 1, 1);
         };
-        const auto rest = [this](int recNo) {
+        auto* goods = Find<TClientDataSetEx>(QStringLiteral("cdsms"));
+        const auto rest = [this, timer = goods->findChild<QTimer*>()](int recNo) {
             cds->SetRecNo(recNo);
-            QTest::qWait(250);
+            EXPECT_TRUE(QTest::qWaitFor([timer] { return !timer->isActive(); }));
             return desk.host.TakeMessages();
         };
-        auto* goods = Find<TClientDataSetEx>(QStringLiteral("cdsms"));
         auto* note = Find<TDataView>(QStringLiteral("DataView2"))->Panel1;
         EXPECT_EQ(asked(), QStringLiteral("T1"));
         EXPECT_TRUE(rest(2).isEmpty());
