@@ -1,19 +1,14 @@
 #include "dispatch/Couriers.h"
 
-#include "company/Headquarters.h"
 #include "module/data/HostBridge.h"
 #include "module/data/SqlText.h"
+#include "orders/LoginSite.h"
 
 using namespace Qt::Literals::StringLiterals;
 
-bool IsAtCentre()
-{
-    return GlobalCds(u"loginSite"_s).FieldByName(u"type").AsString() == company::kCentreType;
-}
-
 QString DispatchRoot()
 {
-    return GlobalValue(IsAtCentre() ? u"FinanceCenter"_s : u"site"_s);
+    return IsAtCentre() ? GlobalValue(u"FinanceCenter"_s) : LoginSite();
 }
 
 QString CouriersQuery(const QString& root)

@@ -6,8 +6,6 @@
 
 // The couriers whom a site may send, and the site whose orders it has in hand.
 
-// The login site is a centre, which works for everything under its finance centre.
-bool IsAtCentre();
 // Sites and couriers are those at and below this one: the login site, at a centre its finance centre.
 QString DispatchRoot();
 // The employees at and below the site, and those who collect for every site.

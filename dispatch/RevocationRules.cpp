@@ -27,5 +27,5 @@ void CheckRevocation(TClientDataSetEx& cds, TClientDataSetEx& found)
     cds.FieldByName(u"CANCEL_DATE").SetAsDateTime(ServerDateTime());
     SetText(cds, u"CANCEL_SITE", GlobalValue(u"site"_s));
     SetText(cds, u"CANCEL_MAN", GlobalValue(u"employeeName"_s));
-    StampModifier(cds, GlobalValue(u"SITE"_s));
+    StampModifier(cds);
 }

@@ -1,6 +1,5 @@
 #include "dispatch/frm_DispatchOrders.h"
 
-#include "company/Headquarters.h"
 #include "dispatch/Couriers.h"
 #include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
@@ -11,6 +10,7 @@
 #include "module/data/HostBridge.h"
 #include "module/data/ServerLink.h"
 #include "module/data/dm_BasicData.h"
+#include "orders/LoginSite.h"
 #include "orders/OrderColumns.h"
 #include "orders/OrderView.h"
 
@@ -212,14 +212,4 @@ void Tfrm_DispatchOrders::RefuseOrders(const QString& prompt)
                     {u"PREPARE_SITE", u"REC_SITE", u"REC_BILL_MAN", u"REC_BILL_CODE", u"ACCEPT_DATE"})
                     ClearField(row, field);
             }});
-}
-
-QString LoginSite()
-{
-    return GlobalValue(u"site"_s);
-}
-
-bool IsAtHeadquarters()
-{
-    return LoginSite() == company::kHeadquarters;
 }

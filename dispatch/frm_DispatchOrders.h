@@ -59,7 +59,3 @@ private:
     };
     std::optional<TBatchRun> run_;
 };
-
-// The login site, and whether it is the headquarters.
-QString LoginSite();
-bool IsAtHeadquarters();

@@ -101,7 +101,7 @@ Tfrm_UnDispartBill::Tfrm_UnDispartBill(QObject* owner)
     , cdsCounty(new TClientDataSetEx(this, u"cdsCounty"_s))
     , cds_Temp(new TClientDataSetEx(this, u"cds_Temp"_s))
     , dsCounty(new TDataSource(this, u"dsCounty"_s))
-    , clerk_{GlobalValue(u"site"_s), GlobalValue(u"employeeName"_s)}
+    , clerk_(LoginClerk())
 {
     cdsCounty->SetCommandText(u"select * from tab_county"_s);
     dsCounty->SetDataSet(cdsCounty);

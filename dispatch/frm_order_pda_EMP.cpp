@@ -4,6 +4,7 @@
 #include "dispatch/Couriers.h"
 #include "module/data/DataSetRows.h"
 #include "module/data/MessageBoxes.h"
+#include "orders/LoginSite.h"
 #include "orders/OrderColumns.h"
 #include "orders/OrderStamps.h"
 #include "runtime/ui/DBControls.h"

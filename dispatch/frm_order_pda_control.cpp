@@ -7,6 +7,7 @@
 #include "framework/ScreenHandlers.h"
 #include "module/data/HostBridge.h"
 #include "module/data/MessageBoxes.h"
+#include "orders/LoginSite.h"
 #include "orders/OrderStamps.h"
 
 using namespace Qt::Literals::StringLiterals;

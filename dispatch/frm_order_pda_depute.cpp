@@ -2,6 +2,7 @@
 
 #include "company/OrderStatus.h"
 #include "module/data/MessageBoxes.h"
+#include "orders/LoginSite.h"
 #include "orders/OrderStamps.h"
 
 using namespace Qt::Literals::StringLiterals;

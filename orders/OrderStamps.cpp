@@ -1,9 +1,14 @@
 #include "orders/OrderStamps.h"
 
 #include "module/data/HostBridge.h"
-#include "module/data/MessageBoxes.h"
+#include "orders/LoginSite.h"
 
 using namespace Qt::Literals::StringLiterals;
+
+TClerk LoginClerk()
+{
+    return {LoginSite(), GlobalValue(u"employeeName"_s)};
+}
 
 qint64 StatusOf(const TClientDataSetEx& cds)
 {
@@ -42,7 +47,7 @@ void RequireReasonFor(TClientDataSetEx& cds, int status, const TClerk& clerk, co
 
 TModifier PresentModifier()
 {
-    return {GlobalValue(u"EmployeeName"_s), GlobalValue(u"EmployeeCode"_s), GlobalValue(u"site"_s)};
+    return {GlobalValue(u"EmployeeName"_s), GlobalValue(u"EmployeeCode"_s), LoginSite()};
 }
 
 void StampModifier(TClientDataSetEx& cds)

@@ -11,6 +11,8 @@ struct TClerk {
     QString employeeName;
 };
 
+TClerk LoginClerk();
+
 qint64 StatusOf(const TClientDataSetEx& cds);
 
 // Marks the order cancelled by the clerk at the server's time, unless it is marked already.

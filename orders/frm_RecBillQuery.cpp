@@ -1,6 +1,5 @@
 #include "orders/frm_RecBillQuery.h"
 
-#include "company/Headquarters.h"
 #include "company/OrderStatus.h"
 #include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
@@ -8,10 +7,10 @@
 #include "framework/RefusedRows.h"
 #include "framework/RowFields.h"
 #include "framework/ScreenHandlers.h"
-#include "module/data/HostBridge.h"
 #include "module/data/SqlText.h"
 #include "module/data/dm_GlobalData.h"
 #include "orders/CorrectionRules.h"
+#include "orders/LoginSite.h"
 #include "orders/NumberRules.h"
 #include "orders/OrderColumns.h"
 #include "orders/OrderView.h"
@@ -157,7 +156,7 @@ void Tfrm_RecBillQuery::FormShow()
 // A site sees its own pickups and those of the sites below it, the headquarters all.
 QString Tfrm_RecBillQuery::OwnSites() const
 {
-    if (GlobalValue(u"site"_s) == company::kHeadquarters)
+    if (IsAtHeadquarters())
         return {};
     return BuildInList(*dm_GlobalData->loginSiteOwner, u"site_name"_s, u"A.REC_SITE"_s);
 }

@@ -1,6 +1,5 @@
 #include "orders/frm_Site.h"
 
-#include "company/Headquarters.h"
 #include "company/Tables.h"
 #include "framework/FlowRow.h"
 #include "framework/KeptPlace.h"
@@ -15,6 +14,7 @@
 #include "module/data/HostBridge.h"
 #include "module/data/ServerLink.h"
 #include "module/data/dm_GlobalData.h"
+#include "orders/LoginSite.h"
 #include "orders/OrderView.h"
 #include "orders/SiteServices.h"
 #include "runtime/ui/Style.h"
@@ -221,10 +221,9 @@ QWidget* Tfrm_Site::CreateButtons()
 void Tfrm_Site::FormCreate()
 {
     Tfrm_BasicBoot::FormCreate();
-    site_ = GlobalValue(u"site"_s);
+    site_ = LoginSite();
     opensCounties_ = GlobalValue(u"userType"_s) == kOpeningUserType;
-    const bool allSites =
-        opensCounties_ || site_ == GlobalValue(u"BootSite"_s) || site_ == company::kHeadquarters;
+    const bool allSites = opensCounties_ || site_ == GlobalValue(u"BootSite"_s) || IsAtHeadquarters();
     Label1->setVisible(allSites);
     DBLookupComboboxEh1->setVisible(allSites);
     cds->SetCommandText(allSites ? AllSiteServicesQuery() : SiteServicesQuery(site_));

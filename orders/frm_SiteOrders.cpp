@@ -4,7 +4,6 @@
 #include "framework/LabelledControls.h"
 #include "framework/ScreenHandlers.h"
 #include "module/data/DateRange.h"
-#include "module/data/HostBridge.h"
 #include "module/data/ServerLink.h"
 #include "orders/Destinations.h"
 #include "orders/OrderView.h"
@@ -23,7 +22,7 @@ Tfrm_SiteOrders::Tfrm_SiteOrders(QObject* owner)
     , cdsDestination(new TClientDataSetEx(this, u"cdsDestination"_s))
     , cdsErr(new TClientDataSetEx(this, u"cdsErr"_s))
     , dsDestination(new TDataSource(this, u"dsDestination"_s))
-    , clerk_{GlobalValue(u"site"_s), GlobalValue(u"employeeName"_s)}
+    , clerk_(LoginClerk())
 {
     cdsErr->SetCommandText(u"select * from tab_zelmor_bill where 1=0"_s);
     cds->BeforePost = [this] { cdsBeforePost(); };

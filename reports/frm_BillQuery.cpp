@@ -1,8 +1,10 @@
 #include "reports/frm_BillQuery.h"
 
+#include "company/Headquarters.h"
 #include "module/data/DataSetRows.h"
 #include "module/data/HostBridge.h"
 #include "module/data/ServerLink.h"
+#include "orders/LoginSite.h"
 #include "orders/OrderStamps.h"
 #include "reports/OrderQueryColumns.h"
 #include "reports/OrderQueryCriteria.h"
@@ -22,8 +24,8 @@ void Tfrm_BillQuery::FormCreate()
 {
     Tfrm_OrderSearch::FormCreate();
     const TClientDataSetEx& loginSite = GlobalCds(u"loginsite"_s);
-    Panel2->Box(kWithSubtree)->setEnabled(TextOf(loginSite, u"TYPE").contains(u"中心"_s));
-    Panel2->SetText(u"PREPARE_SITE", GlobalValue(u"site"_s));
+    Panel2->Box(kWithSubtree)->setEnabled(TextOf(loginSite, u"TYPE").contains(company::kCentreType));
+    Panel2->SetText(u"PREPARE_SITE", LoginSite());
     areaName_ = TextOf(loginSite, u"AREA_NAME");
 }
 

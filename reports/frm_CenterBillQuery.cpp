@@ -3,6 +3,7 @@
 #include "company/Headquarters.h"
 #include "company/OrderStatus.h"
 #include "module/data/HostBridge.h"
+#include "orders/LoginSite.h"
 #include "orders/OrderStamps.h"
 #include "reports/CentreQuery.h"
 
@@ -10,7 +11,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr QStringView kCentre = u"中心";
 // The sites that an ordinary site cannot choose.
 constexpr QStringView kOwnSites[] = {u"PREPARE_SITE", u"REC_SITE"};
 
@@ -44,8 +44,8 @@ void Tfrm_CenterBillQuery::CreateControls()
 void Tfrm_CenterBillQuery::FormCreate()
 {
     Tfrm_OrderSearch::FormCreate();
-    const QString site = GlobalValue(u"site"_s);
-    if (site == company::kHeadquarters || site.contains(kCentre))
+    const QString site = LoginSite();
+    if (IsAtHeadquarters() || site.contains(company::kCentreType))
         return;
     for (const QStringView column : kOwnSites) {
         Panel2->SetText(column, site);
@@ -70,8 +70,8 @@ void Tfrm_CenterBillQuery::CompleteCriteria(TOrderCriteria& criteria)
 // By number, who is a centre is told by the site's type, not by its name.
 QString Tfrm_CenterBillQuery::NumbersQuery(const QString& numbers) const
 {
-    const bool centre = TextOf(GlobalCds(u"loginSite"_s), u"TYPE").contains(kCentre);
-    const QString offeredTo = centre ? QString() : GlobalValue(u"site"_s);
+    const bool centre = TextOf(GlobalCds(u"loginSite"_s), u"TYPE").contains(company::kCentreType);
+    const QString offeredTo = centre ? QString() : LoginSite();
     return Panel2->ByOrderNumber() ? CentreOrdersByNumber(numbers, offeredTo)
                                    : CentreOrdersByWaybill(numbers, offeredTo);
 }
