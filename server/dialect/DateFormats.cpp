@@ -79,6 +79,12 @@ int DaysIn(int year, int month)
     return month == 2 && IsLeap(year) ? 29 : kDays[static_cast<size_t>(month) - 1];
 }
 
+void SkipBlanks(QStringView text, qsizetype& at)
+{
+    while (at < text.size() && text[at].isSpace())
+        ++at;
+}
+
 bool IsPunctuation(QChar character)
 {
     return !character.isLetterOrNumber() && character != u'"';
@@ -174,63 +180,79 @@ void DateMask::CheckReadable() const
         throw wire::Error(wire::ErrorKind::Data, texts::InvalidMask(mask_));
 }
 
-bool DateMask::ReadPart(const Part& part, QStringView text, qsizetype& at, Fields& fields) const
+bool DateMask::ReadPart(const Part& part, QStringView text, qsizetype& at, Fields& fields)
 {
-    if (part.element == Element::Punctuation) {
-        if (part.text == u" ") {
-            while (at < text.size() && text[at].isSpace())
-                ++at;
-        } else if (IsPunctuation(text[at])) {
+    switch (part.element) {
+    case Element::Punctuation:
+        if (part.text == u" ")
+            SkipBlanks(text, at);
+        else if (IsPunctuation(text[at]))
             ++at;
-        }
         return true;
-    }
-    if (part.element == Element::Quoted) {
+    case Element::Quoted:
         if (!text.sliced(at).startsWith(part.text))
             return false;
         at += part.text.size();
         return true;
+    case Element::HalfDay:
+        SkipBlanks(text, at);
+        return ReadHalfDay(text, at, fields);
+    default:
+        break;
     }
-    while (at < text.size() && text[at].isSpace())
-        ++at;
-    if (part.element == Element::HalfDay) {
-        const QStringView rest = text.sliced(at);
-        fields.halves = true;
-        fields.afternoon = rest.startsWith(u"pm", Qt::CaseInsensitive) || rest.startsWith(u"下午");
-        const bool morning = rest.startsWith(u"am", Qt::CaseInsensitive) || rest.startsWith(u"上午");
-        at += 2;
-        return fields.afternoon || morning;
+    SkipBlanks(text, at);
+    if (!IsName(part.element))
+        return ReadNumber(part.element, text, at, fields);
+    const bool month = part.element == Element::MonthShort || part.element == Element::MonthName;
+    if (!(month ? ReadMonthName(text, at, fields) : ReadWeekdayName(text, at, fields)))
+        return false;
+    SkipBlanks(text, at); // what fills it
+    return true;
+}
+
+bool DateMask::ReadHalfDay(QStringView text, qsizetype& at, Fields& fields)
+{
+    const QStringView rest = text.sliced(at);
+    fields.halves = true;
+    fields.afternoon = rest.startsWith(u"pm", Qt::CaseInsensitive) || rest.startsWith(u"下午");
+    const bool morning = rest.startsWith(u"am", Qt::CaseInsensitive) || rest.startsWith(u"上午");
+    at += 2;
+    return fields.afternoon || morning;
+}
+
+// An English name, or a Chinese one: a number before 月.
+bool DateMask::ReadMonthName(QStringView text, qsizetype& at, Fields& fields)
+{
+    fields.month = TakeName(kMonths, text, at) + 1;
+    qsizetype end = at;
+    for (; end < text.size() && end < at + 2 && text[end] >= u'0' && text[end] <= u'9'; ++end)
+        fields.month = fields.month * 10 + text[end].digitValue();
+    if (end > at && (end == text.size() || text[end] != u'月'))
+        return false;
+    at = end > at ? end + 1 : at;
+    return true;
+}
+
+bool DateMask::ReadWeekdayName(QStringView text, qsizetype& at, Fields& fields)
+{
+    fields.weekday = TakeName(kWeekdays, text, at);
+    if (fields.weekday < 0 && text.sliced(at).startsWith(u"星期") && at + 2 < text.size()) {
+        fields.weekday = static_cast<int>(kChineseWeekdays.indexOf(text[at + 2]));
+        at += 3;
     }
-    if (part.element == Element::MonthShort || part.element == Element::MonthName) {
-        fields.month = TakeName(kMonths, text, at) + 1;
-        qsizetype end = at;
-        for (; end < text.size() && end < at + 2 && text[end] >= u'0' && text[end] <= u'9'; ++end)
-            fields.month = fields.month * 10 + text[end].digitValue();
-        if (end > at && (end == text.size() || text[end] != u'月'))
-            return false;
-        at = end > at ? end + 1 : at;
-    } else if (part.element == Element::WeekdayShort || part.element == Element::WeekdayName) {
-        fields.weekday = TakeName(kWeekdays, text, at);
-        if (fields.weekday < 0 && text.sliced(at).startsWith(u"星期") && at + 2 < text.size()) {
-            fields.weekday = static_cast<int>(kChineseWeekdays.indexOf(text[at + 2]));
-            at += 3;
-        }
-        if (fields.weekday < 0)
-            return false;
-    }
-    if (IsName(part.element)) { // and what fills it
-        while (at < text.size() && text[at].isSpace())
-            ++at;
-        return true;
-    }
-    const int most = part.element == Element::Year4 ? 4 : part.element == Element::Year3 ? 3 : 2;
+    return fields.weekday >= 0;
+}
+
+bool DateMask::ReadNumber(Element element, QStringView text, qsizetype& at, Fields& fields)
+{
+    const int most = element == Element::Year4 ? 4 : element == Element::Year3 ? 3 : 2;
     int value = 0;
     int digits = 0;
     for (; digits < most && at < text.size() && text[at] >= u'0' && text[at] <= u'9'; ++digits, ++at)
         value = value * 10 + text[at].digitValue();
     if (digits == 0)
         return false;
-    switch (part.element) {
+    switch (element) {
     case Element::Year4:
         fields.year = value;
         break;

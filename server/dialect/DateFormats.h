@@ -72,7 +72,12 @@ public:
 
 private:
     struct Fields;
-    bool ReadPart(const Part& part, QStringView text, qsizetype& at, Fields& fields) const;
+    // Each goes on from `at`; false where the text is not what the part asks for.
+    static bool ReadPart(const Part& part, QStringView text, qsizetype& at, Fields& fields);
+    static bool ReadHalfDay(QStringView text, qsizetype& at, Fields& fields);
+    static bool ReadMonthName(QStringView text, qsizetype& at, Fields& fields);
+    static bool ReadWeekdayName(QStringView text, qsizetype& at, Fields& fields);
+    static bool ReadNumber(Element element, QStringView text, qsizetype& at, Fields& fields);
     QString MonthText(const Part& part, int month) const;
     QString WeekdayText(const Part& part, int weekday) const;
 
