@@ -41,6 +41,10 @@ TRefusedRows::TRefusedRows(TDataView& view, QStringView keyFields, const QString
     };
     connect(rows_, &TClientDataSetEx::DataReset, this, &TRefusedRows::Read);
     connect(rows_, &TClientDataSetEx::CursorMoved, this, &TRefusedRows::ShowReason);
+    connect(rows_, &TClientDataSetEx::RowChanged, this, [this] {
+        if (!reasons_.isEmpty())
+            Read(); // what was undone is refused no more
+    });
 }
 
 void TRefusedRows::Read()

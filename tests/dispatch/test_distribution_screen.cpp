@@ -222,10 +222,13 @@ TEST_F(DistributionScreen, ARefusedSaveKeepsAllAndMarksWhatWasRefusedAndWhy)
     EXPECT_TRUE(reason->text().contains(u"该记录已被其他用户修改！"_s));
     cds->SetRecNo(1);
     EXPECT_TRUE(reason->isHidden());
+    cds->SetRecNo(2);
+    EXPECT_FALSE(reason->isHidden());
+    cds->UndoCurrentRow();
+    EXPECT_EQ(Background(1), plain);
+    EXPECT_TRUE(Find<QWidget>(u"RefusedRows"_s)->isHidden()) << "nothing is refused any more";
 
     desk.onSave = nullptr;
     EXPECT_EQ(Told(kSave), QStringList(u"详细：数据保存成功！"_s));
-    EXPECT_EQ(Background(1), plain);
-    EXPECT_TRUE(Find<QWidget>(u"RefusedRows"_s)->isHidden());
     EXPECT_EQ(Told(kSave), QStringList(u"详细：没有改变任何数据，因此不需要保存！"_s));
 }
