@@ -42,8 +42,10 @@ TOrderItems::TOrderItems(TClientDataSetEx* orders, TClientDataSetEx* items)
 void TOrderItems::Load()
 {
     rest_->stop();
-    if (!orders_ || !orders_->Active() || orders_->IsEmpty())
+    if (!HasOrder()) {
+        Clear();
         return;
+    }
     const QString orderNumber = TextOf(*orders_, u"TX_LOGISTIC_ID");
     if (orderNumber.trimmed().isEmpty())
         return;
@@ -59,7 +61,11 @@ void TOrderItems::Load()
 
 void TOrderItems::LoadAfterRest()
 {
-    if (!orders_ || !orders_->Active() || orders_->IsEmpty() || TextOf(*orders_, u"TX_LOGISTIC_ID") == shown_)
+    if (!HasOrder()) {
+        Clear();
+        return;
+    }
+    if (TextOf(*orders_, u"TX_LOGISTIC_ID") == shown_)
         return;
     if (OutOfReach()) {
         // Each try would hold the keyboard up; the row that is current then is read when the pause is over.
@@ -75,6 +81,18 @@ void TOrderItems::LoadAfterRest()
     } catch (const EAbort&) {
         // Given up by the user, who knows.
     }
+}
+
+bool TOrderItems::HasOrder() const
+{
+    return orders_ && orders_->Active() && !orders_->IsEmpty();
+}
+
+void TOrderItems::Clear()
+{
+    items_->Close();
+    shown_.clear();
+    SetNote({});
 }
 
 bool TOrderItems::OutOfReach() const

@@ -23,8 +23,8 @@ public:
     // Lives as long as `items`.
     TOrderItems(TClientDataSetEx* orders, TClientDataSetEx* items);
 
-    // Reads the lines of the current order; an order without a number, or no order, leaves them as they are.
-    // Raises wire::Error.
+    // Reads the lines of the current order. An order without a number leaves them as they are; without any
+    // order there are none. Raises wire::Error.
     void Load();
     // What the pane says above the lines; empty: nothing.
     const QString& Note() const noexcept { return note_; }
@@ -34,6 +34,8 @@ Q_SIGNALS:
 
 private:
     void LoadAfterRest();
+    bool HasOrder() const;
+    void Clear();
     void SetNote(const QString& note);
     void ShowAsUnread();
     bool OutOfReach() const;

@@ -123,6 +123,10 @@ protected:
         desk.host.Server.Requests.clear();
         grid->OnCellClick(grid->Column(1));
         EXPECT_EQ(asked(), QStringLiteral("T2"));
+
+        desk.orders.clear();
+        Press(QStringLiteral("Button4"));
+        EXPECT_FALSE(goods->Active()) << "no order, no goods";
     }
 
     Desk desk;
