@@ -86,7 +86,7 @@ protected:
                 desk.host.Server.Queries().filter(QStringLiteral("FROM TAB_ZELMOR_BILL_ITEMS"));
             return all.isEmpty() ? QString() : all.last().section(u'\'', 1, 1);
         };
-        auto* goods = Find<TClientDataSetEx>(QStringLiteral("cdsms"));
+        TClientDataSetEx* goods = Find<TClientDataSetEx>(QStringLiteral("cdsms"));
         const auto rest = [this, timer = goods->findChild<QTimer*>()](int recNo) {
             cds->SetRecNo(recNo);
             EXPECT_TRUE(QTest::qWaitFor([timer] { return !timer->isActive(); }));
