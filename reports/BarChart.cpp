@@ -1,8 +1,8 @@
 #include "reports/BarChart.h"
 
 #include "framework/LabelledControls.h"
-#include "framework/ProposedFile.h"
 #include "framework/ScreenHandlers.h"
+#include "framework/export/ProposedFile.h"
 #include "module/data/MessageBoxes.h"
 #include "orders/OrderView.h"
 #include "runtime/ui/Style.h"
