@@ -12,7 +12,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr auto kWatch = 50us;
+constexpr auto kWatch = 100us;
 constexpr int kLeastLeftOut = 8;
 constexpr int kMostLeftOut = 4096;
 

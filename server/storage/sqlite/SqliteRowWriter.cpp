@@ -5,6 +5,9 @@
 namespace storage::sqlite {
 namespace {
 
+constexpr int kHead = 5; // parameters that all entries of a save share
+constexpr int kEntriesAtOnce = 8;
+
 std::string_view ActionName(wire::ChangeKind kind)
 {
     switch (kind) {
@@ -48,20 +51,22 @@ std::string InsertText(const company::Table& table, std::string_view verb)
 SqliteRowWriter::SqliteRowWriter(Database& database, const WriteTarget& target)
     : database_(database)
     , target_(target)
-    , audit_(database.Prepare(sqlite::InsertText(AuditTable(), "insert into ")))
+    , audit_(PrepareAudit(1))
 {
-    const AuditHeader& header = target_.audit;
-    audit_.BindInteger(2, header.date.seconds);
-    audit_.Bind(3, header.account);
-    audit_.Bind(4, wire::TextValue(header.employeeName));
-    audit_.Bind(5, wire::TextValue(header.peer));
-    audit_.Bind(6, header.table);
 }
 
 void SqliteRowWriter::Write(std::span<const RowWrite> rows, std::span<RowResult> results)
 {
-    for (size_t i = 0; i < rows.size(); ++i)
+    entries_.clear();
+    for (size_t i = 0; i < rows.size(); ++i) {
         results[i] = Write(rows[i]);
+        if (results[i].outcome != RowResult::Outcome::Written)
+            continue;
+        Entry& entry = entries_.emplace_back(&rows[i]);
+        if (rows[i].auditKey.empty())
+            entry.given = std::to_string(sqlite3_last_insert_rowid(database_.Handle()));
+    }
+    WriteAudit();
 }
 
 RowResult SqliteRowWriter::Write(const RowWrite& row)
@@ -79,18 +84,46 @@ RowResult SqliteRowWriter::Write(const RowWrite& row)
         return {RowResult::Outcome::Refused, QString::fromUtf8(sqlite3_errmsg(database_.Handle()))};
     if (database_.Changes() == 0)
         return {RowResult::Outcome::NotThere, {}};
-    Audit(row);
     return {};
 }
 
-void SqliteRowWriter::Audit(const RowWrite& row)
+Statement SqliteRowWriter::PrepareAudit(int entries) const
 {
-    audit_.BindUtf8(7, ActionName(row.kind));
-    const std::string given =
-        row.auditKey.empty() ? std::to_string(sqlite3_last_insert_rowid(database_.Handle())) : std::string();
-    audit_.BindUtf8(8, row.auditKey.empty() ? given : row.auditKey);
-    audit_.BindUtf8(9, row.auditFields);
-    audit_.Execute();
+    std::string sql = "insert into " + Quoted(AuditTable().name)
+        + "(AUDIT_DATE, ACCOUNT, EMPLOYEE_NAME, PEER, TABLE_NAME, ACTION, ROW_KEY, FIELDS) values";
+    for (int i = 0; i < entries; ++i)
+        sql += std::string(i == 0 ? "" : ",") + "(?1, ?2, ?3, ?4, ?5, ?, ?, ?)";
+    Statement statement = database_.Prepare(sql);
+    const AuditHeader& header = target_.audit;
+    statement.BindInteger(1, header.date.seconds);
+    statement.Bind(2, header.account);
+    statement.Bind(3, wire::TextValue(header.employeeName));
+    statement.Bind(4, wire::TextValue(header.peer));
+    statement.Bind(kHead, header.table);
+    return statement;
+}
+
+void SqliteRowWriter::Write(Statement& statement, std::span<const Entry> entries)
+{
+    int parameter = kHead;
+    for (const Entry& entry : entries) {
+        statement.BindUtf8(++parameter, ActionName(entry.row->kind));
+        statement.BindUtf8(++parameter, entry.row->auditKey.empty() ? entry.given : entry.row->auditKey);
+        statement.BindUtf8(++parameter, entry.row->auditFields);
+    }
+    statement.Execute();
+}
+
+// A statement for many costs less than as many statements.
+void SqliteRowWriter::WriteAudit()
+{
+    std::span<const Entry> rest(entries_);
+    if (rest.size() >= kEntriesAtOnce && !manyAudits_)
+        manyAudits_.emplace(PrepareAudit(kEntriesAtOnce));
+    for (; rest.size() >= kEntriesAtOnce; rest = rest.subspan(kEntriesAtOnce))
+        Write(*manyAudits_, rest.first(kEntriesAtOnce));
+    for (; !rest.empty(); rest = rest.subspan(1))
+        Write(audit_, rest.first(1));
 }
 
 Row SqliteRowWriter::Present(std::span<const wire::Value> keys, Hold)

@@ -28,11 +28,21 @@ private:
     std::string InsertText(const RowWrite& row) const;
     std::string DeleteText(const RowWrite& row) const;
     std::string WhereKey(std::span<const Cell> checks) const;
-    void Audit(const RowWrite& row);
+    // Into the audit, under the heads of `target_`.
+    struct Entry {
+        const RowWrite* row;
+        std::string given; // the key that the database gave the row, where it has none of its own
+    };
+    // For so many entries at once.
+    Statement PrepareAudit(int entries) const;
+    static void Write(Statement& statement, std::span<const Entry> entries);
+    void WriteAudit();
 
     Database& database_;
     WriteTarget target_;
+    std::vector<Entry> entries_; // of the rows written last
     Statement audit_;
+    std::optional<Statement> manyAudits_;
     std::optional<Statement> present_;
     std::unordered_map<std::u16string, Statement> statements_; // by statement key
     std::u16string_view lastKey_; // of the map's own keys
