@@ -122,10 +122,20 @@ int Characteristics(sqlite3_file* file)
     return Inner(file)->pMethods->xDeviceCharacteristics(Inner(file));
 }
 
-// The first version: no file of theirs is shared or mapped.
-constexpr sqlite3_io_methods kMethods{1, Close, Read, Write, Truncate, Sync, FileSize, Lock, Unlock,
-    CheckReservedLock, Control, SectorSize, Characteristics, nullptr, nullptr, nullptr, nullptr, nullptr,
-    nullptr};
+int Fetch(sqlite3_file* file, sqlite3_int64 at, int bytes, void** page)
+{
+    return Inner(file)->pMethods->xFetch(Inner(file), at, bytes, page);
+}
+
+int Unfetch(sqlite3_file* file, sqlite3_int64 at, void* page)
+{
+    return Inner(file)->pMethods->xUnfetch(Inner(file), at, page);
+}
+
+// Mapped, but never shared.
+constexpr sqlite3_io_methods kMethods{3, Close, Read, Write, Truncate, Sync, FileSize, Lock, Unlock,
+    CheckReservedLock, Control, SectorSize, Characteristics, nullptr, nullptr, nullptr, nullptr, Fetch,
+    Unfetch};
 
 int Open(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* given)
 {
