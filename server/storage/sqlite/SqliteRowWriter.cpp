@@ -62,9 +62,9 @@ void SqliteRowWriter::Write(std::span<const RowWrite> rows, std::span<RowResult>
         results[i] = Write(rows[i]);
         if (results[i].outcome != RowResult::Outcome::Written)
             continue;
-        Entry& entry = entries_.emplace_back(&rows[i]);
+        entries_.push_back({&rows[i], {}});
         if (rows[i].auditKey.empty())
-            entry.given = std::to_string(sqlite3_last_insert_rowid(database_.Handle()));
+            entries_.back().given = std::to_string(sqlite3_last_insert_rowid(database_.Handle()));
     }
     WriteAudit();
 }
