@@ -90,8 +90,8 @@ void TDBGridEh::SetFilter(const Filter& filter)
         std::function<bool(const wire::Value&)> passes;
         if (!filter.IsEmpty()) {
             TextNumbers numbers(filter.shown);
-            passes = [this, filter, count = numbers.Count(), numbers = std::move(numbers)](
-                         const wire::Value& value) mutable {
+            const auto count = numbers.Count();
+            passes = [this, filter, count, numbers = std::move(numbers)](const wire::Value& value) mutable {
                 const int column = ColumnIndex(filter.field);
                 return column < 0
                     || ((count == 0
