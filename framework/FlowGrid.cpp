@@ -28,9 +28,10 @@ std::vector<int> Shared(std::vector<int> least, int room)
             found = true;
         }
     }
+    const int share = others > 0 ? rest / others : 0;
     for (size_t i = 0; i < least.size(); ++i) {
         if (std::ranges::find(wide, i) == wide.end())
-            least[i] = rest / others;
+            least[i] = share;
     }
     return least;
 }
