@@ -2,7 +2,7 @@
 
 #include "module/data/HostBridge.h"
 #include "module/data/SqlText.h"
-#include "orders/LoginSite.h"
+#include "orders/record/LoginSite.h"
 
 using namespace Qt::Literals::StringLiterals;
 

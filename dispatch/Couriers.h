@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/ui/DBGrid.h"
+#include "runtime/grid/DBGrid.h"
 
 #include <QString>
 

@@ -5,7 +5,7 @@
 #include "framework/FlowRow.h"
 #include "framework/LabelledControls.h"
 #include "framework/Lookups.h"
-#include "orders/FilterBoxes.h"
+#include "orders/search/FilterBoxes.h"
 #include "runtime/ui/Style.h"
 
 #include <QGridLayout>

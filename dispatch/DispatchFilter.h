@@ -3,7 +3,7 @@
 #include "dispatch/DispatchQuery.h"
 #include "framework/NumberListInput.h"
 #include "framework/PageLookup.h"
-#include "orders/DateWindow.h"
+#include "orders/search/DateWindow.h"
 
 #include <optional>
 

@@ -2,7 +2,7 @@
 
 #include "company/OrderStatus.h"
 #include "module/data/SqlText.h"
-#include "orders/QueryFragments.h"
+#include "orders/record/QueryFragments.h"
 
 #include <array>
 

@@ -1,6 +1,6 @@
 #include "dispatch/DistributionQuery.h"
 
-#include "orders/QueryFragments.h"
+#include "orders/record/QueryFragments.h"
 
 using namespace Qt::Literals::StringLiterals;
 

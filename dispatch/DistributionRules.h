@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orders/OrderStamps.h"
+#include "orders/record/OrderStamps.h"
 
 // The rules of the distribution desk.
 

@@ -2,7 +2,7 @@
 
 #include "framework/PageLookup.h"
 #include "framework/RecordButtons.h"
-#include "runtime/ui/DBControls.h"
+#include "runtime/controls/DBControls.h"
 
 #include <QHash>
 #include <QLabel>

@@ -1,6 +1,6 @@
 #include "dispatch/RevocationCriteria.h"
 
-#include "orders/FilterBoxes.h"
+#include "orders/search/FilterBoxes.h"
 
 #include <array>
 

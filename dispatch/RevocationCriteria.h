@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orders/OrderSearch.h"
+#include "orders/search/OrderSearch.h"
 
 // What the centre's cancellation finds orders by.
 std::span<const TCriterion> RevocationCriteria();

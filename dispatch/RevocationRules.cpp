@@ -4,7 +4,7 @@
 #include "module/data/HostBridge.h"
 #include "module/data/ServerLink.h"
 #include "module/data/SqlText.h"
-#include "orders/OrderStamps.h"
+#include "orders/record/OrderStamps.h"
 
 using namespace Qt::Literals::StringLiterals;
 

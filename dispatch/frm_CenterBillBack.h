@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orders/frm_OrderSearch.h"
+#include "orders/search/frm_OrderSearch.h"
 
 // 中心订单撤销: a centre finds orders whose pickup cannot be made, and revokes them with a reason.
 class Tfrm_CenterBillBack : public Tfrm_OrderSearch {

@@ -10,9 +10,9 @@
 #include "module/data/HostBridge.h"
 #include "module/data/ServerLink.h"
 #include "module/data/dm_BasicData.h"
-#include "orders/LoginSite.h"
-#include "orders/OrderColumns.h"
-#include "orders/OrderView.h"
+#include "orders/record/LoginSite.h"
+#include "orders/record/OrderColumns.h"
+#include "orders/record/OrderView.h"
 
 #include <QScopeGuard>
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "dispatch/DispatchFilter.h"
-#include "orders/OrderBatch.h"
-#include "orders/OrderStamps.h"
 #include "orders/frm_OrderList.h"
+#include "orders/record/OrderBatch.h"
+#include "orders/record/OrderStamps.h"
 
 #include <QHBoxLayout>
 

@@ -15,8 +15,8 @@
 #include "module/data/HostBridge.h"
 #include "module/data/MessageBoxes.h"
 #include "module/data/ServerLink.h"
-#include "orders/OrderColumns.h"
-#include "orders/OrderView.h"
+#include "orders/record/OrderColumns.h"
+#include "orders/record/OrderView.h"
 
 #include <QKeyEvent>
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "dispatch/DistributionQuery.h"
-#include "orders/OrderDetails.h"
-#include "orders/OrderStamps.h"
 #include "orders/frm_OrderList.h"
+#include "orders/record/OrderDetails.h"
+#include "orders/record/OrderStamps.h"
 
 // 未分件泽摩订单: the distribution desk offers new orders to sites, finds the site that delivers them, or
 // refuses them.

@@ -15,9 +15,9 @@
 #include "module/data/ServerLink.h"
 #include "module/data/dm_BasicData.h"
 #include "module/data/dm_GlobalData.h"
-#include "orders/OrderColumns.h"
-#include "orders/OrderView.h"
-#include "runtime/ui/LookupCompletion.h"
+#include "orders/record/OrderColumns.h"
+#include "orders/record/OrderView.h"
+#include "runtime/controls/LookupCompletion.h"
 
 #include <QVBoxLayout>
 

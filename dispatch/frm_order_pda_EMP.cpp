@@ -4,10 +4,10 @@
 #include "dispatch/Couriers.h"
 #include "module/data/DataSetRows.h"
 #include "module/data/MessageBoxes.h"
-#include "orders/LoginSite.h"
-#include "orders/OrderColumns.h"
-#include "orders/OrderStamps.h"
-#include "runtime/ui/DBControls.h"
+#include "orders/record/LoginSite.h"
+#include "orders/record/OrderColumns.h"
+#include "orders/record/OrderStamps.h"
+#include "runtime/controls/DBControls.h"
 
 #include <array>
 

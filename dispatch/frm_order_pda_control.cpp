@@ -7,8 +7,8 @@
 #include "framework/ScreenHandlers.h"
 #include "module/data/HostBridge.h"
 #include "module/data/MessageBoxes.h"
-#include "orders/LoginSite.h"
-#include "orders/OrderStamps.h"
+#include "orders/record/LoginSite.h"
+#include "orders/record/OrderStamps.h"
 
 using namespace Qt::Literals::StringLiterals;
 

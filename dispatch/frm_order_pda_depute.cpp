@@ -2,8 +2,8 @@
 
 #include "company/OrderStatus.h"
 #include "module/data/MessageBoxes.h"
-#include "orders/LoginSite.h"
-#include "orders/OrderStamps.h"
+#include "orders/record/LoginSite.h"
+#include "orders/record/OrderStamps.h"
 
 using namespace Qt::Literals::StringLiterals;
 

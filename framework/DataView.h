@@ -1,8 +1,8 @@
 #pragma once
 
 #include "runtime/data/DataSource.h"
-#include "runtime/ui/DBGrid.h"
-#include "runtime/ui/PrintDBGrid.h"
+#include "runtime/grid/DBGrid.h"
+#include "runtime/grid/PrintDBGrid.h"
 
 #include <QFrame>
 

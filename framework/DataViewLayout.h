@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/ui/DBGrid.h"
+#include "runtime/grid/DBGrid.h"
 #include "runtime/ui/PropStorage.h"
 
 // The stored column layout of a grid: order, captions and widths of its visible columns, one key a column.

@@ -6,7 +6,7 @@
 #include "framework/ScreenHandlers.h"
 #include "framework/ViewState.h"
 #include "module/data/LayoutStorage.h"
-#include "runtime/ui/DBControls.h"
+#include "runtime/controls/DBControls.h"
 
 #include <QRadioButton>
 

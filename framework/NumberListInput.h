@@ -1,7 +1,7 @@
 #pragma once
 
 #include "module/data/PastedNumbers.h"
-#include "runtime/ui/DBControls.h"
+#include "runtime/controls/DBControls.h"
 
 #include <QLabel>
 #include <QPushButton>

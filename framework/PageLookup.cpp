@@ -2,8 +2,8 @@
 
 #include "module/data/ServerLink.h"
 #include "module/data/dm_BasicData.h"
+#include "runtime/controls/DropDownBox.h"
 #include "runtime/ui/Application.h"
-#include "runtime/ui/DropDownBox.h"
 #include "runtime/ui/ListStyle.h"
 #include "runtime/ui/Style.h"
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "runtime/controls/TextMark.h"
 #include "runtime/data/DataSource.h"
 #include "runtime/data/SocketConnection.h"
-#include "runtime/ui/DBGrid.h"
-#include "runtime/ui/TextMark.h"
+#include "runtime/grid/DBGrid.h"
 
 #include <QHash>
 #include <QLineEdit>

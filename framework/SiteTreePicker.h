@@ -1,7 +1,7 @@
 #pragma once
 
+#include "runtime/controls/TreeView.h"
 #include "runtime/ui/Forms.h"
-#include "runtime/ui/TreeView.h"
 
 #include <QLineEdit>
 #include <QPushButton>

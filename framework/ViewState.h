@@ -1,7 +1,7 @@
 #pragma once
 
 #include "runtime/data/ClientDataSet.h"
-#include "runtime/ui/DBGrid.h"
+#include "runtime/grid/DBGrid.h"
 
 #include <QObject>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "runtime/data/DataSource.h"
-#include "runtime/ui/DBGrid.h"
+#include "runtime/grid/DBGrid.h"
 #include "runtime/ui/Forms.h"
 
 class QLabel;

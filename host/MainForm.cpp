@@ -6,10 +6,10 @@
 #include "host/WindowList.h"
 #include "runtime/ScreenTable.h"
 #include "runtime/data/ClientDataSet.h"
+#include "runtime/grid/DBGrid.h"
+#include "runtime/grid/SelectionSum.h"
 #include "runtime/ui/ActionKeys.h"
 #include "runtime/ui/Application.h"
-#include "runtime/ui/DBGrid.h"
-#include "runtime/ui/SelectionSum.h"
 
 #include <QAbstractButton>
 #include <QCloseEvent>

@@ -1,6 +1,6 @@
 #include "host/PreferencesWindow.h"
 
-#include "runtime/ui/DBGrid.h"
+#include "runtime/grid/DBGrid.h"
 #include "runtime/ui/Style.h"
 
 #include <QCheckBox>

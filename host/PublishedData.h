@@ -1,8 +1,8 @@
 #pragma once
 
+#include "runtime/controls/TreeView.h"
 #include "runtime/data/ClientDataSet.h"
 #include "runtime/ui/Forms.h"
-#include "runtime/ui/TreeView.h"
 
 #include <memory>
 

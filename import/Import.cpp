@@ -2,8 +2,8 @@
 
 #include "import/frm_Import.h"
 #include "runtime/data/ClientDataSet.h"
+#include "runtime/grid/DBGrid.h"
 #include "runtime/ui/Application.h"
-#include "runtime/ui/DBGrid.h"
 
 #include <QVariant>
 

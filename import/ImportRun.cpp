@@ -1,8 +1,8 @@
 #include "import/ImportRun.h"
 
+#include "runtime/controls/DateTimeText.h"
 #include "runtime/data/ClientDataSet.h"
 #include "runtime/ui/Application.h"
-#include "runtime/ui/DateTimeText.h"
 #include "wire/Error.h"
 
 #include <algorithm>

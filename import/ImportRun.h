@@ -1,7 +1,7 @@
 #pragma once
 
 #include "import/ImportPlan.h"
-#include "runtime/ui/DBGrid.h"
+#include "runtime/grid/DBGrid.h"
 
 #include <QAbstractButton>
 

@@ -2,7 +2,7 @@
 
 #include "company/Headquarters.h"
 #include "module/data/SqlText.h"
-#include "orders/QueryFragments.h"
+#include "orders/record/QueryFragments.h"
 
 using namespace Qt::Literals::StringLiterals;
 

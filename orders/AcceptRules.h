@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orders/OrderStamps.h"
+#include "orders/record/OrderStamps.h"
 
 // The rules of order acceptance, each a step of the before-post handler, in the order in which they run.
 

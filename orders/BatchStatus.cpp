@@ -1,7 +1,7 @@
 #include "orders/BatchStatus.h"
 
 #include "framework/SelectedRows.h"
-#include "orders/OrderStamps.h"
+#include "orders/record/OrderStamps.h"
 
 #include <QScopeGuard>
 

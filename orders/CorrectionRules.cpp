@@ -1,9 +1,9 @@
 #include "orders/CorrectionRules.h"
 
 #include "module/data/SqlText.h"
-#include "orders/NumberRules.h"
-#include "orders/OrderStamps.h"
-#include "orders/WaybillChecks.h"
+#include "orders/record/OrderStamps.h"
+#include "orders/waybill/NumberRules.h"
+#include "orders/waybill/WaybillChecks.h"
 
 using namespace Qt::Literals::StringLiterals;
 

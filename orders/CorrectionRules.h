@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orders/EnteredNumbers.h"
+#include "orders/waybill/EnteredNumbers.h"
 
 // The rules of pickup correction: an order that was picked up gets another waybill number.
 

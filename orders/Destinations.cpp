@@ -1,6 +1,6 @@
 #include "orders/Destinations.h"
 
-#include "orders/OrderStamps.h"
+#include "orders/record/OrderStamps.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -4,7 +4,7 @@
 #include "company/PayType.h"
 #include "module/data/HostBridge.h"
 #include "orders/Destinations.h"
-#include "orders/WaybillStock.h"
+#include "orders/waybill/WaybillStock.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "orders/Coupon.h"
-#include "orders/NumberRules.h"
-#include "orders/OrderStamps.h"
+#include "orders/record/OrderStamps.h"
+#include "orders/waybill/Coupon.h"
+#include "orders/waybill/NumberRules.h"
 
 // The rules of pickup registration, each a step of the before-post handler, in the order in which they run.
 

@@ -14,9 +14,9 @@
 #include "orders/AcceptRules.h"
 #include "orders/BatchStatus.h"
 #include "orders/Destinations.h"
-#include "orders/OrderColumns.h"
-#include "orders/OrderView.h"
 #include "orders/frm_ChangeSite.h"
+#include "orders/record/OrderColumns.h"
+#include "orders/record/OrderView.h"
 
 #include <QApplication>
 #include <QLayout>

@@ -3,7 +3,7 @@
 #include "framework/PageLookup.h"
 #include "orders/AcceptQuery.h"
 #include "orders/frm_SiteOrders.h"
-#include "runtime/ui/DBControls.h"
+#include "runtime/controls/DBControls.h"
 
 #include <QLabel>
 #include <QPushButton>

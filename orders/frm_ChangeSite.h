@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/ui/DBControls.h"
+#include "runtime/controls/DBControls.h"
 #include "runtime/ui/Forms.h"
 
 class QCheckBox;

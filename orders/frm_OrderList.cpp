@@ -4,7 +4,7 @@
 #include "framework/ScreenHandlers.h"
 #include "module/data/DataSetRows.h"
 #include "module/data/ServerLink.h"
-#include "orders/OrderView.h"
+#include "orders/record/OrderView.h"
 
 using namespace Qt::Literals::StringLiterals;
 

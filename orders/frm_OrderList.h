@@ -4,7 +4,7 @@
 #include "framework/RowRules.h"
 #include "framework/SaveChanges.h"
 #include "framework/frm_BasicBoot.h"
-#include "orders/OrderItems.h"
+#include "orders/record/OrderItems.h"
 
 #include <QAction>
 #include <QPushButton>

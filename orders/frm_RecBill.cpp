@@ -7,11 +7,11 @@
 #include "module/data/HostBridge.h"
 #include "module/data/MessageBoxes.h"
 #include "orders/BatchStatus.h"
-#include "orders/Coupon.h"
 #include "orders/Destinations.h"
-#include "orders/OrderColumns.h"
-#include "orders/OrderView.h"
 #include "orders/PickupRules.h"
+#include "orders/record/OrderColumns.h"
+#include "orders/record/OrderView.h"
+#include "orders/waybill/Coupon.h"
 
 #include <QKeyEvent>
 

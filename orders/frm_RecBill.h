@@ -1,9 +1,9 @@
 #pragma once
 
-#include "orders/EnteredNumbers.h"
 #include "orders/PickupQuery.h"
 #include "orders/frm_SiteOrders.h"
-#include "runtime/ui/DBControls.h"
+#include "orders/waybill/EnteredNumbers.h"
+#include "runtime/controls/DBControls.h"
 
 // 网点揽件: a site binds waybill numbers to the orders that it has collected.
 class Tfrm_RecBill : public Tfrm_SiteOrders {

@@ -10,10 +10,10 @@
 #include "module/data/SqlText.h"
 #include "module/data/dm_GlobalData.h"
 #include "orders/CorrectionRules.h"
-#include "orders/LoginSite.h"
-#include "orders/NumberRules.h"
-#include "orders/OrderColumns.h"
-#include "orders/OrderView.h"
+#include "orders/record/LoginSite.h"
+#include "orders/record/OrderColumns.h"
+#include "orders/record/OrderView.h"
+#include "orders/waybill/NumberRules.h"
 #include "runtime/ui/Style.h"
 
 #include <QVBoxLayout>

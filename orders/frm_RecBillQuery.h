@@ -2,10 +2,10 @@
 
 #include "framework/NumberListInput.h"
 #include "orders/CorrectionQuery.h"
-#include "orders/DateWindow.h"
-#include "orders/EnteredNumbers.h"
 #include "orders/frm_OrderList.h"
-#include "runtime/ui/DBControls.h"
+#include "orders/search/DateWindow.h"
+#include "orders/waybill/EnteredNumbers.h"
+#include "runtime/controls/DBControls.h"
 
 // 网点揽件查询: a site finds the orders that were picked up, and corrects their waybill numbers.
 class Tfrm_RecBillQuery : public Tfrm_OrderList {

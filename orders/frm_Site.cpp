@@ -14,9 +14,9 @@
 #include "module/data/HostBridge.h"
 #include "module/data/ServerLink.h"
 #include "module/data/dm_GlobalData.h"
-#include "orders/LoginSite.h"
-#include "orders/OrderView.h"
 #include "orders/SiteServices.h"
+#include "orders/record/LoginSite.h"
+#include "orders/record/OrderView.h"
 #include "runtime/ui/Style.h"
 
 #include <QVBoxLayout>

@@ -3,7 +3,7 @@
 #include "framework/DataView.h"
 #include "framework/RecordButtons.h"
 #include "framework/frm_BasicBoot.h"
-#include "runtime/ui/DBControls.h"
+#include "runtime/controls/DBControls.h"
 
 #include <QLabel>
 #include <QPushButton>

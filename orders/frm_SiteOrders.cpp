@@ -6,8 +6,8 @@
 #include "module/data/DateRange.h"
 #include "module/data/ServerLink.h"
 #include "orders/Destinations.h"
-#include "orders/OrderView.h"
-#include "orders/RefusedOrders.h"
+#include "orders/record/OrderView.h"
+#include "orders/record/RefusedOrders.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "orders/OrderStamps.h"
 #include "orders/frm_OrderList.h"
-#include "runtime/ui/DBControls.h"
+#include "orders/record/OrderStamps.h"
+#include "runtime/controls/DBControls.h"
 
 #include <QHBoxLayout>
 

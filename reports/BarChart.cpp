@@ -4,7 +4,7 @@
 #include "framework/ScreenHandlers.h"
 #include "framework/export/ProposedFile.h"
 #include "module/data/MessageBoxes.h"
-#include "orders/OrderView.h"
+#include "orders/record/OrderView.h"
 #include "runtime/ui/Style.h"
 
 #include <QAction>

@@ -1,6 +1,6 @@
 #include "reports/CentreQuery.h"
 
-#include "orders/FilterBoxes.h"
+#include "orders/search/FilterBoxes.h"
 
 #include <array>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orders/OrderSearch.h"
+#include "orders/search/OrderSearch.h"
 
 // What the centre query asks by, and what it reads of each order.
 

@@ -1,6 +1,6 @@
 #include "reports/OrderQueryColumns.h"
 
-#include "orders/OrderSearchColumns.h"
+#include "orders/search/OrderSearchColumns.h"
 
 std::vector<TColumnEh> OrderQueryColumns()
 {

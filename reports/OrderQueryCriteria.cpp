@@ -1,7 +1,7 @@
 #include "reports/OrderQueryCriteria.h"
 
 #include "module/data/SqlText.h"
-#include "orders/FilterBoxes.h"
+#include "orders/search/FilterBoxes.h"
 
 #include <array>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orders/OrderSearch.h"
+#include "orders/search/OrderSearch.h"
 
 #include <QStringList>
 

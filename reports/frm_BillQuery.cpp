@@ -4,8 +4,8 @@
 #include "module/data/DataSetRows.h"
 #include "module/data/HostBridge.h"
 #include "module/data/ServerLink.h"
-#include "orders/LoginSite.h"
-#include "orders/OrderStamps.h"
+#include "orders/record/LoginSite.h"
+#include "orders/record/OrderStamps.h"
 #include "reports/OrderQueryColumns.h"
 #include "reports/OrderQueryCriteria.h"
 

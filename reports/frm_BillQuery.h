@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orders/frm_OrderSearch.h"
+#include "orders/search/frm_OrderSearch.h"
 
 // 泽摩订单查询: searches the orders by pasted numbers or by criteria, and shows an order's goods and trail.
 class Tfrm_BillQuery : public Tfrm_OrderSearch {

@@ -3,8 +3,8 @@
 #include "company/Headquarters.h"
 #include "company/OrderStatus.h"
 #include "module/data/HostBridge.h"
-#include "orders/LoginSite.h"
-#include "orders/OrderStamps.h"
+#include "orders/record/LoginSite.h"
+#include "orders/record/OrderStamps.h"
 #include "reports/CentreQuery.h"
 
 using namespace Qt::Literals::StringLiterals;

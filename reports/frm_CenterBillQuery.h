@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orders/frm_OrderSearch.h"
+#include "orders/search/frm_OrderSearch.h"
 
 // 泽摩订单查询 of the headquarters and the centres, and of other sites for their own orders: with the price
 // on the waybill, and whether one was entered.

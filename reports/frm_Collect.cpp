@@ -14,8 +14,8 @@
 #include "module/data/SqlText.h"
 #include "module/data/dm_BasicData.h"
 #include "module/data/dm_GlobalData.h"
-#include "orders/FilterBoxes.h"
-#include "orders/OrderView.h"
+#include "orders/record/OrderView.h"
+#include "orders/search/FilterBoxes.h"
 #include "reports/OrderQueryColumns.h"
 #include "reports/ServiceCharts.h"
 

@@ -2,7 +2,7 @@
 
 #include "framework/DataView.h"
 #include "framework/frm_BasicBoot.h"
-#include "orders/DateWindow.h"
+#include "orders/search/DateWindow.h"
 #include "reports/BarChart.h"
 #include "reports/ServiceFigures.h"
 

@@ -6,7 +6,7 @@
 #include "framework/ScreenHandlers.h"
 #include "module/data/DataSetRows.h"
 #include "module/data/ServerLink.h"
-#include "orders/OrderView.h"
+#include "orders/record/OrderView.h"
 #include "reports/OrderQueryColumns.h"
 #include "reports/ServiceCharts.h"
 

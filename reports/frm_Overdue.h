@@ -1,7 +1,7 @@
 #pragma once
 
-#include "orders/OrderDetails.h"
 #include "orders/frm_OrderList.h"
+#include "orders/record/OrderDetails.h"
 #include "reports/BarChart.h"
 #include "reports/OverdueQuery.h"
 

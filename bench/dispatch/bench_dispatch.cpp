@@ -12,7 +12,7 @@
 #include "dispatch/DispatchQuery.h"
 #include "dispatch/frm_UnDispartBill.h"
 #include "dispatch/frm_order_pda_control.h"
-#include "orders/OrderStamps.h"
+#include "orders/record/OrderStamps.h"
 #include "runtime/ui/Style.h"
 #include "tests/orders/OrderDesk.h"
 

@@ -7,8 +7,8 @@
 #include "host/MainForm.h"
 #include "reports/BarChart.h"
 #include "runtime/ScreenTable.h"
+#include "runtime/controls/DBControls.h"
 #include "runtime/data/ClientDataSet.h"
-#include "runtime/ui/DBControls.h"
 #include "runtime/ui/Forms.h"
 #include "runtime/ui/Style.h"
 

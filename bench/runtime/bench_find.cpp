@@ -1,7 +1,7 @@
 // Finding in a list of 100,000 orders of 72 columns: how long the whole search takes, and the longest time
 // that the window stands still meanwhile.
 
-#include "runtime/ui/FindBar.h"
+#include "runtime/grid/FindBar.h"
 
 #include <QApplication>
 #include <QClipboard>

@@ -1,7 +1,7 @@
 // Scrolling the grid: how long a frame takes, repaint included, and whether it grows with the rows. The peer
 // is a plain table view over the same model, in the same run and of the same size.
 
-#include "runtime/ui/DBGrid.h"
+#include "runtime/grid/DBGrid.h"
 #include "runtime/ui/Style.h"
 
 #include <QApplication>

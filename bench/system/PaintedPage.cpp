@@ -1,6 +1,6 @@
 #include "bench/system/PaintedPage.h"
 
-#include "runtime/ui/DBGrid.h"
+#include "runtime/grid/DBGrid.h"
 
 #include <QPainter>
 

@@ -8,8 +8,8 @@
 #include "runtime/data/ClientDataSet.h"
 #include "runtime/data/SocketConnection.h"
 #include "runtime/data/TcpTransport.h"
+#include "runtime/grid/DBGrid.h"
 #include "runtime/ui/Application.h"
-#include "runtime/ui/DBGrid.h"
 #include "runtime/ui/Style.h"
 #include "tests/support/ServerProcess.h"
 

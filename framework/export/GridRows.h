@@ -1,7 +1,7 @@
 #pragma once
 
 #include "framework/export/ListExport.h"
-#include "runtime/ui/DBGrid.h"
+#include "runtime/grid/DBGrid.h"
 
 // The rows of a grid as they are exported: the columns shown, in their order, all rows or the selected ones.
 // Amounts are numbers and times moments; whatever else is shown, numbers of orders and telephones above all,

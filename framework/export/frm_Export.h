@@ -1,7 +1,7 @@
 #pragma once
 
 #include "framework/export/ListExport.h"
-#include "runtime/ui/DBGrid.h"
+#include "runtime/grid/DBGrid.h"
 #include "runtime/ui/Forms.h"
 
 #include <QLabel>

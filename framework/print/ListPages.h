@@ -3,8 +3,8 @@
 #include "framework/export/GridRows.h"
 #include "framework/print/PageFont.h"
 #include "framework/print/PageLayout.h"
-#include "runtime/ui/PrintDBGrid.h"
-#include "runtime/ui/TitleCells.h"
+#include "runtime/grid/PrintDBGrid.h"
+#include "runtime/grid/TitleCells.h"
 
 #include <QDeadlineTimer>
 #include <QPageLayout>

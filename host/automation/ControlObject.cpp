@@ -2,7 +2,7 @@
 
 #include "host/automation/Input.h"
 #include "host/automation/Rows.h"
-#include "runtime/ui/DBControls.h"
+#include "runtime/controls/DBControls.h"
 
 #include <QAbstractButton>
 #include <QAction>

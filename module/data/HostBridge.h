@@ -1,7 +1,7 @@
 #pragma once
 
+#include "runtime/controls/TreeView.h"
 #include "runtime/data/ClientDataSet.h"
-#include "runtime/ui/TreeView.h"
 
 #include <QString>
 

@@ -6,7 +6,7 @@
 #include "demo/Generator.h"
 #include "orders/AcceptQuery.h"
 #include "orders/PickupQuery.h"
-#include "orders/WaybillChecks.h"
+#include "orders/waybill/WaybillChecks.h"
 
 #include <QThread>
 

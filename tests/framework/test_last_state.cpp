@@ -1,5 +1,5 @@
 #include "framework/LabelledControls.h"
-#include "runtime/ui/DBControls.h"
+#include "runtime/controls/DBControls.h"
 #include "tests/framework/ProbeScreen.h"
 
 #include <gtest/gtest.h>

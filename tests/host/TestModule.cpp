@@ -1,8 +1,8 @@
 // A module of one screen, as the host meets one: exported entry, announcements, published buttons.
+#include "runtime/controls/DBControls.h"
 #include "runtime/data/ClientDataSet.h"
+#include "runtime/grid/DBGrid.h"
 #include "runtime/ui/Application.h"
-#include "runtime/ui/DBControls.h"
-#include "runtime/ui/DBGrid.h"
 #include "runtime/ui/Forms.h"
 
 #include <QLabel>

@@ -1,9 +1,9 @@
 #include "tests/host/HostFixture.h"
 
 #include "runtime/ScreenTable.h"
+#include "runtime/controls/DBControls.h"
+#include "runtime/grid/DBGrid.h"
 #include "runtime/ui/ActionKeys.h"
-#include "runtime/ui/DBControls.h"
-#include "runtime/ui/DBGrid.h"
 
 #include <QContextMenuEvent>
 #include <QMenuBar>

@@ -1,6 +1,6 @@
 #include "tests/host/HostFixture.h"
 
-#include "runtime/ui/DBGrid.h"
+#include "runtime/grid/DBGrid.h"
 
 #include <QCheckBox>
 #include <QDialog>

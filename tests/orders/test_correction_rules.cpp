@@ -2,7 +2,7 @@
 #include "framework/RowRules.h"
 #include "orders/CorrectionQuery.h"
 #include "orders/CorrectionRules.h"
-#include "orders/NumberRules.h"
+#include "orders/waybill/NumberRules.h"
 #include "tests/orders/PickupDesk.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "orders/Coupon.h"
+#include "orders/waybill/Coupon.h"
 #include "wire/Error.h"
 
 #include <gtest/gtest.h>

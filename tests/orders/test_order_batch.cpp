@@ -1,6 +1,6 @@
 #include "framework/RowRules.h"
 #include "framework/frm_Progress.h"
-#include "orders/OrderBatch.h"
+#include "orders/record/OrderBatch.h"
 #include "tests/orders/OrderDesk.h"
 
 #include <QCoreApplication>

@@ -1,5 +1,5 @@
 #include "company/Tables.h"
-#include "orders/OrderColumns.h"
+#include "orders/record/OrderColumns.h"
 #include "wire/Error.h"
 
 #include <gtest/gtest.h>

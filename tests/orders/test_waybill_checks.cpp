@@ -1,6 +1,6 @@
 #include "module/data/PerlRegEx.h"
 #include "module/data/dm_BasicData.h"
-#include "orders/WaybillChecks.h"
+#include "orders/waybill/WaybillChecks.h"
 #include "tests/support/FakeHost.h"
 
 #include <gtest/gtest.h>

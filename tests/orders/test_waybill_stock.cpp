@@ -1,4 +1,4 @@
-#include "orders/WaybillStock.h"
+#include "orders/waybill/WaybillStock.h"
 
 #include <gtest/gtest.h>
 

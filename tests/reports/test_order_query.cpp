@@ -1,4 +1,4 @@
-#include "orders/TrailQuery.h"
+#include "orders/search/TrailQuery.h"
 #include "reports/OrderQueryCriteria.h"
 #include "tests/server/conformance/Suite.h"
 

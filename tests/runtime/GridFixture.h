@@ -2,8 +2,8 @@
 
 // A grid in a window over a small table, driven as a user does.
 
+#include "runtime/grid/DBGrid.h"
 #include "runtime/ui/Application.h"
-#include "runtime/ui/DBGrid.h"
 #include "tests/runtime/DataSetRows.h"
 
 #include <QApplication>

@@ -1,6 +1,6 @@
+#include "runtime/controls/DBControls.h"
+#include "runtime/controls/LookupCompletion.h"
 #include "runtime/ui/Application.h"
-#include "runtime/ui/DBControls.h"
-#include "runtime/ui/LookupCompletion.h"
 #include "tests/runtime/DataSetRows.h"
 
 #include <QAction>

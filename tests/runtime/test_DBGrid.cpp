@@ -1,4 +1,4 @@
-#include "runtime/ui/GridText.h"
+#include "runtime/grid/GridText.h"
 #include "runtime/ui/Style.h"
 #include "tests/runtime/GridFixture.h"
 

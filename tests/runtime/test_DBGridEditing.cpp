@@ -1,5 +1,5 @@
+#include "runtime/controls/DBControls.h"
 #include "runtime/data/SocketConnection.h"
-#include "runtime/ui/DBControls.h"
 #include "runtime/ui/ListStyle.h"
 #include "runtime/ui/Style.h"
 #include "tests/runtime/GridFixture.h"

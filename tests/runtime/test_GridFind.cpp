@@ -1,5 +1,5 @@
-#include "runtime/ui/GridFind.h"
-#include "runtime/ui/SelectionSum.h"
+#include "runtime/grid/GridFind.h"
+#include "runtime/grid/SelectionSum.h"
 #include "runtime/ui/Style.h"
 #include "tests/runtime/GridFixture.h"
 

@@ -1,7 +1,7 @@
 // What happens in a real window while a dataset of it waits for a slow server.
 
+#include "runtime/controls/DBControls.h"
 #include "runtime/data/SocketConnection.h"
-#include "runtime/ui/DBControls.h"
 #include "runtime/ui/WaitingNote.h"
 #include "tests/runtime/DataSetRows.h"
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "runtime/controls/TreeView.h"
 #include "runtime/data/ClientDataSet.h"
 #include "runtime/data/SocketConnection.h"
 #include "runtime/ui/Application.h"
 #include "runtime/ui/Forms.h"
-#include "runtime/ui/TreeView.h"
 #include "tests/support/FakeServer.h"
 
 #include <QLineEdit>

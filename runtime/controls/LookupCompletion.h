@@ -1,0 +1,30 @@
+#pragma once
+
+#include "runtime/Export.h"
+#include "runtime/grid/DBGrid.h"
+
+// What Enter in a lookup box, and leaving it, make of the text typed. A text that equals a row's key or shown
+// text stays. Otherwise the first row of the list whose key, shown text or code begins with it is taken and
+// its shown text returned; letters also match the pinyin initials of the shown text. A code typed in full
+// goes before one that only begins with it. No such row, or a closed list: the text as typed.
+RUNTIME_EXPORT QString CompleteLookup(const TLookupParams& params, const QString& typed);
+// The row so taken (view row of the list's dataset); -1 where the text stays.
+RUNTIME_EXPORT int CompletionRow(const TLookupParams& params, const QString& typed);
+
+// The list's rows (view rows of its dataset) to offer for a text: first those that begin with it in that
+// sense, then those that contain it elsewhere, each in list order; all of them for an empty text.
+struct TLookupMatches {
+    std::vector<int> rows;
+    int beginning = 0; // how many of them, at the front, begin with the text
+};
+RUNTIME_EXPORT TLookupMatches MatchingLookupRows(const TLookupParams& params, const QString& typed);
+
+// Whether the text is the key or the shown text of a row. An empty text is not unknown, and a closed list
+// knows everything.
+RUNTIME_EXPORT bool LookupKnows(const TLookupParams& params, const QString& text);
+
+// The first row whose field equals the text; -1 when none.
+RUNTIME_EXPORT int LookupRow(const TLookupParams& params, const QString& fieldName, const QString& text);
+
+// The shown text of a stored key; the key itself where the list lacks it.
+RUNTIME_EXPORT QString LookupShownText(const TLookupParams& params, const QString& key);

@@ -1,0 +1,7 @@
+#include "runtime/grid/PrintDBGrid.h"
+
+TPrintDBGridEh::TPrintDBGridEh(QObject* grid, const QString& name)
+    : QObject(grid)
+{
+    setObjectName(name);
+}

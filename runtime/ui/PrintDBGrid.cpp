@@ -1,7 +1,0 @@
-#include "runtime/ui/PrintDBGrid.h"
-
-TPrintDBGridEh::TPrintDBGridEh(QObject* grid, const QString& name)
-    : QObject(grid)
-{
-    setObjectName(name);
-}
