@@ -27,6 +27,9 @@ TScreen* Screen = nullptr;
 
 namespace {
 
+// A client runs for weeks: of the boxes it showed, the older half goes where there are more.
+constexpr size_t kMostShown = 1'000;
+
 QMessageBox::Icon BoxIcon(TMessageIcon icon)
 {
     switch (icon) {
@@ -264,6 +267,8 @@ const std::vector<TShownMessage>& TApplication::ShownMessages() const noexcept
 
 void TApplication::NoteShown(const QString& text, const QString& caption, TMessageIcon icon)
 {
+    if (d_->shown.size() >= kMostShown)
+        d_->shown.erase(d_->shown.begin(), d_->shown.begin() + kMostShown / 2);
     d_->shown.push_back({text, caption, icon});
     Q_EMIT MessageShown(text, caption);
 }

@@ -63,7 +63,7 @@ public:
     bool TakeAnswer(QStringList& answer);
     int QueuedAnswers() const noexcept;
     bool Unattended = false;
-    const std::vector<TShownMessage>& ShownMessages() const noexcept;
+    const std::vector<TShownMessage>& ShownMessages() const noexcept; // the last 500 at least
     // Enters among the shown messages what another dialog than a message box told the user.
     void NoteShown(const QString& text, const QString& caption, TMessageIcon icon);
     void ClearShownMessages();
