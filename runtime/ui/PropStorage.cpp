@@ -175,6 +175,7 @@ public:
     void Load(const std::function<void(const QString& message)>& tell) const;
     QString AsideName() const { return fileName + u".damaged"_s; }
     bool SetAside(QString& reason) const;
+    void Change(IniChange change);
 };
 
 void TIniPropStorageManEh::Private::Load(const std::function<void(const QString& message)>& tell) const
@@ -210,6 +211,18 @@ bool TIniPropStorageManEh::Private::SetAside(QString& reason) const
         return true;
     reason = file.errorString();
     return false;
+}
+
+// What it overtakes need not be written any more: a screen that stays open for weeks keeps its criteria with
+// every query.
+void TIniPropStorageManEh::Private::Change(IniChange change)
+{
+    std::erase_if(changes, [&](const IniChange& earlier) {
+        return earlier.section == change.section
+            && (change.key.isNull() || (!earlier.key.isNull() && earlier.key == change.key));
+    });
+    Apply(contents, change);
+    changes.push_back(std::move(change));
 }
 
 TIniPropStorageManEh::TIniPropStorageManEh(QObject* owner)
@@ -255,9 +268,7 @@ void TIniPropStorageManEh::WriteString(const QString& section, const QString& ke
 {
     if (!d_->loaded)
         d_->Load(OnProblem);
-    const IniChange change{section, key.isNull() ? u""_s : key, text};
-    Apply(d_->contents, change);
-    d_->changes.push_back(change);
+    d_->Change({section, key.isNull() ? u""_s : key, text});
 }
 
 QStringList TIniPropStorageManEh::ReadKeys(const QString& section) const
@@ -276,9 +287,7 @@ void TIniPropStorageManEh::EraseSection(const QString& section)
 {
     if (!d_->loaded)
         d_->Load(OnProblem);
-    const IniChange change{section, {}, {}};
-    Apply(d_->contents, change);
-    d_->changes.push_back(change);
+    d_->Change({section, {}, {}});
 }
 
 bool TIniPropStorageManEh::Flush()
