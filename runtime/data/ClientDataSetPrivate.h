@@ -149,6 +149,7 @@ public:
 
     // An apply-updates on its way, or one whose outcome is not known.
     std::optional<wire::Request> unresolved;
+    bool mayBeStored = false; // a sending of it got on its way
 
     int disableCount = 0;
     bool resetHeldBack = false;

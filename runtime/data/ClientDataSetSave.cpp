@@ -62,7 +62,9 @@ TClientDataSetEx::Private::SendResult TClientDataSetEx::Private::SendUnresolved(
         if (!std::equal(sent.begin(), sent.end(), verdicts.begin(), verdicts.end(), sameRow))
             throw wire::Error(wire::ErrorKind::Protocol, u"服务器对保存请求的答复与请求不符！"_s);
     } catch (const wire::Error& error) {
-        if (RefusedWhole(error.Kind()))
+        // What no server was found for may still be corrected, and then be saved as it stands.
+        mayBeStored = mayBeStored || !connection->NeverSent();
+        if (RefusedWhole(error.Kind()) || !mayBeStored)
             unresolved.reset();
         throw;
     }
@@ -102,6 +104,7 @@ TClientDataSetEx::Private::SendResult TClientDataSetEx::Private::SendLog(
     RequireConnection();
     request.name = connection->NextApplyName();
     unresolved = std::move(request);
+    mayBeStored = false;
     return SendUnresolved();
 }
 

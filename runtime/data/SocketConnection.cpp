@@ -107,6 +107,7 @@ public:
             : connection_(connection)
         {
             connection_.waitsFor_ = kind;
+            connection_.searching_ = false;
             connection_.sinceSent_.start();
         }
         ~Wait()
@@ -129,6 +130,7 @@ public:
     wire::DateTime reportedTime_;
     QElapsedTimer sinceReport_;
     wire::ApplyName name_;
+    bool neverSent_ = false; // the last request
     quint64 loginSerial_ = NextLoginSerial();
 
 private:
@@ -139,6 +141,7 @@ private:
     bool toldConnected_ = false;
     RequestKind waitsFor_ = RequestKind::Clock;
     QElapsedTimer sinceSent_;
+    bool searching_ = false; // the connection broke, and nothing is asked of a server yet
     bool toldOfWait_ = false;
 };
 
@@ -152,18 +155,19 @@ void TSocketConnectionEx::Private::TellTransport()
         transport_->KeepWaiting = nullptr;
 }
 
-// False where the user gives the request up. Only what changes nothing may be given up: of anything else the
-// outcome must be known.
+// False where the user gives the request up. Only what changes nothing may be given up, or what no server is
+// there to read: of anything else the outcome must be known.
 bool TSocketConnectionEx::Private::KeepWaiting()
 {
     const qint64 elapsed = sinceSent_.elapsed();
     if (waiting_ == nullptr || windowsHaveTheirTurn || elapsed < kLongWait)
         return true;
-    const bool cancellable = waitsFor_ == RequestKind::Query;
+    const bool cancellable = waitsFor_ == RequestKind::Query
+        || (searching_ && (waitsFor_ == RequestKind::ApplyUpdates || waitsFor_ == RequestKind::Execute));
     toldOfWait_ = true;
     windowsHaveTheirTurn = true;
     const auto turnOver = qScopeGuard([] { windowsHaveTheirTurn = false; });
-    return waiting_->KeepWaiting({waitsFor_, elapsed, cancellable}) || !cancellable;
+    return waiting_->KeepWaiting({waitsFor_, elapsed, searching_, cancellable}) || !cancellable;
 }
 
 void TSocketConnectionEx::Private::Pause(qint64 milliseconds)
@@ -219,15 +223,16 @@ int TSocketConnectionEx::Private::PatienceWith(RequestKind kind) const
 
 wire::Reply TSocketConnectionEx::Private::Exchange(const wire::Request& request, wire::ReplySink& sink)
 {
-    const bool hopeless = request.kind == RequestKind::Query && connection_->Unreachable();
-    const QDeadlineTimer patience(hopeless ? 0 : PatienceWith(request.kind));
+    const QDeadlineTimer patience(connection_->Unreachable() ? 0 : PatienceWith(request.kind));
     WatchedSink watched(sink);
     for (unsigned pause = 0;;) {
         const bool wasConnected = transport_->IsConnected();
         bool sent = false;
         try {
-            if (!wasConnected)
+            searching_ = !wasConnected;
+            if (searching_)
                 LogIn();
+            searching_ = neverSent_ = false;
             sent = true;
             return Sent(request, watched);
         } catch (const Error& error) {
@@ -397,6 +402,7 @@ wire::Reply TSocketConnectionEx::Send(const wire::Request& request, wire::ReplyS
 {
     if (windowsHaveTheirTurn)
         Abort();
+    d_->neverSent_ = true;
     if (!d_->login_)
         throw Error(ErrorKind::Connection, u"尚未登录服务器！"_s);
     const auto exchange = [&] {
@@ -408,15 +414,22 @@ wire::Reply TSocketConnectionEx::Send(const wire::Request& request, wire::ReplyS
         d_->TellConnected();
         return reply;
     } catch (const Error& error) {
-        // The connection of a request that was given up is closed on purpose, and opened again with the next.
-        if (error.Kind() == ErrorKind::Cancelled)
+        // The connection of a query that was given up is closed on purpose, and opened again with the next.
+        if (error.Kind() == ErrorKind::Cancelled && request.kind == RequestKind::Query)
             Abort();
         d_->TellConnected();
+        if (error.Kind() == ErrorKind::Cancelled)
+            throw Error(ErrorKind::Connection, u"服务器没有应答，已按您的要求不再等待，请稍后再试！"_s);
         throw;
     } catch (...) {
         d_->TellConnected();
         throw;
     }
+}
+
+bool TSocketConnectionEx::NeverSent() const noexcept
+{
+    return d_->neverSent_;
 }
 
 wire::ApplyName TSocketConnectionEx::NextApplyName()

@@ -38,9 +38,10 @@ public:
     QString LoginUser; // kept encrypted on data modules, where it plays no part at run time
     QString LoginPassword;
     // How long a request goes on looking for a server that answers, in milliseconds; a connection attempt
-    // that has begun by then is let end. A save's rows were typed by hand: it is not given up soon.
+    // that has begun by then is let end. A save's rows were typed by hand: it outlasts the restart of a
+    // server that crashed, which takes three seconds.
     int QueryPatience = 2'000;
-    int SavePatience = 10'000;
+    int SavePatience = 6'000;
 
     // Who is told while a request takes long, and may give a query up; not owned, must outlive the
     // connection's use. Without one a request simply blocks.
@@ -60,13 +61,15 @@ public:
     // server when it has not reported for a minute. Raises wire::Error.
     wire::DateTime ServerTime();
 
-    // Nobody has answered for a few seconds. Queries then try once and without patience; what asks by itself,
-    // without a click, had better not ask.
+    // Nobody has answered for a few seconds. Requests then try once and without patience; what asks by
+    // itself, without a click, had better not ask.
     bool Unreachable() const noexcept;
 
-    // Raises wire::Error, and EAbort where the user gave the request up. The sink is called before this
+    // Raises wire::Error, and EAbort where the user gave a query up. The sink is called before this
     // returns, never after.
     wire::Reply Send(const wire::Request& request, wire::ReplySink& sink);
+    // Of the last request, which failed: no server was found to send it to, so nothing can have come of it.
+    bool NeverSent() const noexcept;
     // A name for the next apply-updates; keep it until its outcome is known.
     wire::ApplyName NextApplyName();
 

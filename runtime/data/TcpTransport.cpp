@@ -32,6 +32,7 @@ public:
     wire::Reply Exchange(const wire::Request& request, wire::ReplySink& sink) override;
 
 private:
+    wire::Packet Encoded(const wire::Request& request);
     // The reply, or the server's refusal, after which the connection is as good as before.
     std::variant<wire::Reply, Error> ReadReply(wire::ReplySink& sink);
 
@@ -80,12 +81,22 @@ void TcpTransport::Connect()
                    : u"无法连接到任何一台服务器：\n"_s + problems.join(u'\n'));
 }
 
+// What is too large is refused before anything is sent: the connection stays usable, and the request must
+// become another one, whatever is asked again.
+wire::Packet TcpTransport::Encoded(const wire::Request& request)
+{
+    try {
+        return wire::EncodeRequest(request, ++number_, channel_->IsRemote());
+    } catch (const Error& error) {
+        throw Error(ErrorKind::Data, error.Message());
+    }
+}
+
 wire::Reply TcpTransport::Exchange(const wire::Request& request, wire::ReplySink& sink)
 {
     if (!IsConnected())
         throw Error(ErrorKind::Connection, u"尚未连接到服务器！"_s);
-    // Raised before anything is sent, so the connection stays usable.
-    const wire::Packet packet = wire::EncodeRequest(request, ++number_, channel_->IsRemote());
+    const wire::Packet packet = Encoded(request);
     std::variant<wire::Reply, Error> reply;
     channel_->SetReplyTimeout(request.kind == wire::RequestKind::Login
             ? std::min(options_.loginTimeout, options_.replyTimeout)

@@ -7,6 +7,7 @@
 struct TLongWait {
     wire::RequestKind kind = wire::RequestKind::Query;
     qint64 milliseconds = 0; // so far
+    bool searching = false; // the connection broke: a server that answers is looked for
     bool cancellable = false;
 };
 

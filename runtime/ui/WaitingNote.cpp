@@ -19,6 +19,8 @@ namespace {
 QString TextFor(const TLongWait& wait)
 {
     const auto doing = [&] {
+        if (wait.searching)
+            return u"连接已断开，正在重新连接服务器"_s;
         switch (wait.kind) {
         case wire::RequestKind::Query:
             return u"正在查询"_s;
@@ -34,6 +36,14 @@ QString TextFor(const TLongWait& wait)
         return u"正在等待服务器"_s;
     };
     return u"%1，已等待%2秒"_s.arg(doing()).arg(wait.milliseconds / 1000);
+}
+
+// What Esc does. A save that no server has read yet is not taken back by it, only no longer waited for.
+QString HintFor(const TLongWait& wait)
+{
+    if (!wait.cancellable)
+        return u"请稍候"_s;
+    return wait.kind == wire::RequestKind::Query ? u"Esc 取消"_s : u"Esc 不再等待"_s;
 }
 
 // Commands rather than text or a step from field to field.
@@ -74,7 +84,7 @@ bool TWaitingNote::KeepWaiting(const TLongWait& wait)
         const QString text = TextFor(wait);
         if (text != text_->text()) {
             text_->setText(text);
-            hint_->setText(cancellable_ ? u"Esc 取消"_s : u"请稍候"_s);
+            hint_->setText(HintFor(wait));
             PlacePanel();
         }
     }

@@ -261,6 +261,21 @@ TEST_F(ApplyUpdatesTest, UnknownOutcomeIsAskedForUnderTheSameName)
     EXPECT_EQ(server.Requests.front().name, server.Requests.back().name);
 }
 
+TEST_F(ApplyUpdatesTest, WhatNoServerWasFoundForMayBeCorrected)
+{
+    Put(u"D1", u"STATUS", I(7)); // a slip of the hand
+    Put(u"D2", u"SITE", T(u"广州"));
+    server.Down = true;
+    EXPECT_EQ(Apply(), wire::ErrorKind::Connection);
+    Go(u"D1");
+    EXPECT_TRUE(set.UndoCurrentRow());
+    server.Down = false;
+    EXPECT_EQ(Apply(), std::nullopt);
+    ASSERT_EQ(server.Requests.size(), 1U);
+    EXPECT_EQ(server.Requests[0].changes.rows.size(), 1U);
+    EXPECT_EQ(OnServer(u"D1"_s, 1), I(0));
+}
+
 TEST_F(ApplyUpdatesTest, RefusedInALostReplyAreNotTriedAgainAsTheyAre)
 {
     table.refusals[u"D1"_s] = u"closed"_s;

@@ -136,6 +136,28 @@ TEST_F(WaitingNoteTest, ASaveIsToldOfButNotGivenUp)
     EXPECT_TRUE(told.contains(u"正在保存") && !told.contains(u"Esc")) << told;
 }
 
+TEST_F(WaitingNoteTest, EscEndsASavesSearchForAServer)
+{
+    orders.SetFieldAndPost(u"SITE", T(u"广州"));
+    server.Down = true;
+    connection.SavePatience = 20'000;
+    WhileWaiting([this] { Key(Qt::Key_Escape); });
+    QElapsedTimer timer;
+    timer.start();
+    try {
+        orders.ApplyUpdates();
+        ADD_FAILURE();
+    } catch (const wire::Error& error) {
+        EXPECT_EQ(error.Kind(), wire::ErrorKind::Connection);
+    }
+    EXPECT_LT(timer.elapsed(), 10'000);
+    EXPECT_TRUE(told.contains(u"正在重新连接") && told.contains(u"Esc")) << told;
+    EXPECT_EQ(orders.ChangeCount(), 1);
+    server.Down = false;
+    orders.ApplyUpdates();
+    EXPECT_EQ(server.SavedRows, 1);
+}
+
 TEST_F(WaitingNoteTest, QuickAnswersGiveTheWindowsNoTurn)
 {
     WhileWaiting([] {});

@@ -61,9 +61,14 @@ public:
     {
     }
 
-    void Connect() override { connected_ = true; }
+    void Connect() override
+    {
+        if (server_.Down)
+            Break();
+        connected_ = true;
+    }
     void Disconnect() noexcept override { connected_ = false; }
-    bool IsConnected() const noexcept override { return connected_; }
+    bool IsConnected() const noexcept override { return connected_ && !server_.Down; }
 
     wire::Reply Exchange(const wire::Request& request, wire::ReplySink& sink) override
     {

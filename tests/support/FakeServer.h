@@ -37,6 +37,7 @@ struct TFakeServer {
     // takes, in milliseconds, unless it is given up.
     std::deque<Fault> Faults;
     int Delay = 0;
+    bool Down = false; // in process: connections end, and none is made
 
     std::vector<wire::Request> Requests; // as they came in, logins left out
     std::atomic<int> Logins{0};
