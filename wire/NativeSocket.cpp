@@ -241,20 +241,21 @@ bool NativeSocket::PeerHasClosed() const noexcept
     return Poll(poll, 0) > 0 && (poll.revents & kClosed) != 0;
 }
 
-void NativeSocket::ProbePeer() noexcept
+void NativeSocket::ProbePeer(int seconds) noexcept
 {
+    constexpr int kProbes = 4; // in the second half of the time
     const auto set = [this](int level, int option, int value) {
         setsockopt(static_cast<Handle>(descriptor_), level, option, reinterpret_cast<const char*>(&value),
             sizeof value);
     };
     set(SOL_SOCKET, SO_KEEPALIVE, 1);
 #ifdef TCP_KEEPIDLE
-    set(IPPROTO_TCP, TCP_KEEPIDLE, 60); // seconds; unless told, two hours
-    set(IPPROTO_TCP, TCP_KEEPINTVL, 15);
-    set(IPPROTO_TCP, TCP_KEEPCNT, 4);
+    set(IPPROTO_TCP, TCP_KEEPIDLE, seconds / 2); // unless told, two hours
+    set(IPPROTO_TCP, TCP_KEEPINTVL, seconds / 2 / kProbes);
+    set(IPPROTO_TCP, TCP_KEEPCNT, kProbes);
 #endif
 #ifdef TCP_USER_TIMEOUT
-    set(IPPROTO_TCP, TCP_USER_TIMEOUT, 120'000); // milliseconds; where something is still on its way
+    set(IPPROTO_TCP, TCP_USER_TIMEOUT, seconds * 1'000); // where something is still on its way
 #endif
 }
 

@@ -38,8 +38,8 @@ public:
     // The other side has closed or reset the connection, whether or not all that it had sent was read.
     bool PeerHasClosed() const noexcept;
     // Has the system ask a silent peer now and then whether it is there: one whose machine or line is dead,
-    // and that can say nothing of it, counts as gone after two minutes.
-    void ProbePeer() noexcept;
+    // and that can say nothing of it, counts as gone after so many seconds.
+    void ProbePeer(int seconds = 120) noexcept;
     // Lets whoever receives, now or later, come to the end of the stream.
     void EndReceiving() noexcept;
     // Tells the other side that nothing more will come.

@@ -1,6 +1,7 @@
 #include "runtime/data/ServerChannel.h"
 
 #include "wire/Error.h"
+#include "wire/NativeSocket.h"
 
 #include <QDateTime>
 #include <QDeadlineTimer>
@@ -22,6 +23,9 @@ using wire::ErrorKind;
 namespace {
 
 constexpr int kAskInterval = 50; // milliseconds between two looks at whether to wait on
+// A server whose machine or line died says nothing of it; the clerk is told, and a request fails, after so
+// long.
+constexpr int kSilentSeconds = 32;
 
 QList<QSslCertificate> ReadAuthorities(const QString& path)
 {
@@ -152,7 +156,7 @@ std::unique_ptr<QTcpSocket> Opened(const TServerAddress& address, const TConnect
     if (!socket->waitForConnected(timeout))
         throw Error(ErrorKind::Connection, Problem(*socket, timeout));
     socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    socket->setSocketOption(QAbstractSocket::KeepAliveOption, 1);
+    wire::NativeSocket(socket->socketDescriptor()).ProbePeer(kSilentSeconds);
     if (tls != nullptr)
         Encrypt(*tls, address, options, static_cast<int>(deadline.remainingTime()));
     return socket;
