@@ -18,6 +18,8 @@ void TellFailure(const wire::Error& error, bool rejected, const TSave& save)
             save.caption, save.failureIcon);
     if (!save.failure.isEmpty())
         ShowNotice(error.Message());
+    else if (error.Kind() == wire::ErrorKind::Connection)
+        ShowNotice(u"修改都还在，连上服务器以后再保存一次；先前的若已存上，不会重复。"_s);
 }
 
 TSaveOutcome Send(TClientDataSetEx& dataSet, const TSave& save)
