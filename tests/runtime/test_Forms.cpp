@@ -228,6 +228,10 @@ TEST_F(FormsTest, QueuedAnswersServeBoxesInOrderAndAllIsRecorded)
     EXPECT_EQ(Application->ShownMessages()[1].icon, TMessageIcon::Question);
     QStringList left;
     EXPECT_FALSE(Application->TakeAnswer(left));
+    for (int box = 0; box < 2'000; ++box)
+        Application->NoteShown(QString::number(box), u"甲"_s, TMessageIcon::None);
+    EXPECT_LE(Application->ShownMessages().size(), 1'000u) << "a client runs for weeks";
+    EXPECT_EQ(Application->ShownMessages().back().text, u"1999"_s);
 }
 
 TEST_F(FormsTest, ARealBoxShowsTheTextAsItIs)
