@@ -136,6 +136,22 @@ public:
             return 0;
         }
     }
+    // Calls `use(reader)`, the width being looked at once; `reader(i)` is At(i).
+    template <typename F> void WithReader(F&& use) const
+    {
+        switch (width_) {
+        case 1:
+            return use([this](qsizetype i) { return Read<qint8>(i); });
+        case 2:
+            return use([this](qsizetype i) { return Read<qint16>(i); });
+        case 4:
+            return use([this](qsizetype i) { return Read<qint32>(i); });
+        case 8:
+            return use([this](qsizetype i) { return Read<qint64>(i); });
+        default:
+            return use([](qsizetype) { return qint64(0); });
+        }
+    }
     // Calls `each(value)` for every element, the width being looked at once.
     template <typename F> void ForEach(F&& each) const
     {

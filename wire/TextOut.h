@@ -30,11 +30,33 @@ inline char* PutTwoDigits(char* to, unsigned number) noexcept
     return to + 2;
 }
 
+// Below 10,000. Each character goes straight to its place: digits put down one by one and read again together
+// would be waited for.
+inline char* PutSmall(char* to, unsigned number) noexcept
+{
+    if (number >= 100) {
+        const unsigned hundreds = number / 100;
+        if (hundreds >= 10)
+            to = PutTwoDigits(to, hundreds);
+        else
+            *to++ = static_cast<char>('0' + hundreds);
+        return PutTwoDigits(to, number % 100);
+    }
+    if (number >= 10)
+        return PutTwoDigits(to, number);
+    *to++ = static_cast<char>('0' + number);
+    return to;
+}
+
 constexpr size_t kLongestInteger = 20; // characters
 
 inline char* PutInteger(char* to, qint64 number) noexcept
 {
     quint64 rest = number < 0 ? 0 - static_cast<quint64>(number) : static_cast<quint64>(number);
+    if (number < 0)
+        *to++ = '-';
+    if (rest < 10'000)
+        return PutSmall(to, static_cast<unsigned>(rest));
     char digits[kLongestInteger];
     char* const end = digits + sizeof digits;
     char* first = end;
@@ -44,8 +66,6 @@ inline char* PutInteger(char* to, qint64 number) noexcept
         PutTwoDigits(first -= 2, static_cast<unsigned>(rest));
     else
         *--first = static_cast<char>('0' + rest);
-    if (number < 0)
-        *to++ = '-';
     return std::copy(first, end, to);
 }
 
@@ -76,12 +96,8 @@ public:
 
     char* Put(char* to, qint64 seconds)
     {
-        qint64 day = seconds / kDay;
-        auto rest = static_cast<int>(seconds % kDay);
-        if (rest < 0) {
-            rest += kDay;
-            --day;
-        }
+        const qint64 day = (seconds >= 0 ? seconds : seconds - kDay + 1) / kDay;
+        const auto time = static_cast<unsigned>(seconds - day * kDay);
         Known& known = days_[static_cast<size_t>(day) % kDays];
         if (known.day != day) {
             const QByteArray text = DateTime{day * kDay}.ToText().toLatin1();
@@ -89,7 +105,6 @@ public:
             known.day = day;
         }
         std::memcpy(to, known.text, kDayCharacters);
-        const auto time = static_cast<unsigned>(rest);
         to = PutTwoDigits(to + kDayCharacters, time / 3600);
         *to++ = ':';
         to = PutTwoDigits(to, time / 60 % 60);
@@ -113,7 +128,7 @@ private:
 class TextBuffer {
 public:
     // May be written to behind the room asked for, too: texts are copied in pieces.
-    static constexpr size_t kSpare = 16;
+    static constexpr size_t kSpare = 32;
 
     // Room for so many more from `to` on, which is the end so far; what is there may move.
     char* Room(char* to, size_t bytes)

@@ -7,13 +7,14 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <deque>
+#include <utility>
 
 namespace {
 
 constexpr size_t kShortCell = 32; // the most characters of a number or moment
-constexpr size_t kPiece = sizeof(wire::Sixteen);
+constexpr size_t kPiece = 32; // may be read of a cell's text, however short it is
 constexpr char kNothing[kPiece] = {};
+constexpr qsizetype kMostKnown = 8'192; // texts of a column, looked at once instead of in each cell
 
 // Between these a number is written without an exponent; below the upper one a double holds each cent.
 constexpr double kLeastPlain = 1e-9;
@@ -65,17 +66,116 @@ char* PutSpecial(char* to, QByteArrayView text)
     return to;
 }
 
-size_t RoomOfSpecial(size_t size)
+struct Cell {
+    const char* text; // a piece may be read
+    quint32 size;
+    bool special; // needs quotes or an apostrophe
+};
+
+// Characters that it may take.
+size_t MostOf(const Cell& cell)
 {
-    return 2 * size + 3;
+    return cell.special ? 2 * size_t(cell.size) + 3 : cell.size;
+}
+
+// Most are no longer than a piece.
+char* CopyCell(char* to, const Cell& cell)
+{
+    if (cell.size > kPiece) [[unlikely]]
+        return wire::CopyText(to, cell.text, cell.size);
+    char piece[kPiece];
+    std::memcpy(piece, cell.text, kPiece);
+    std::memcpy(to, piece, kPiece);
+    return to + cell.size;
+}
+
+} // namespace
+
+// The texts of a column as cells, while the column stays as it is.
+class TCsvTexts {
+public:
+    explicit TCsvTexts(const wire::Column::Data& stored)
+        : pool_(stored.pool)
+        , bytes_(pool_.bytes.Begin())
+        , size_(pool_.bytes.Size())
+        , count_(pool_.Count())
+    {
+        // Behind the pool's last characters nothing may be read, so they stand once more with room behind.
+        const qsizetype lastSize = std::min<qsizetype>(pool_.bytes.Size(), kPiece);
+        last_ = pool_.bytes.Begin() + pool_.bytes.Size() - lastSize;
+        std::copy_n(last_, lastSize, copyOfLast_.begin());
+
+        if (stored.plain || pool_.Count() > kMostKnown)
+            return;
+        known_.reserve(static_cast<size_t>(pool_.Count()) + 1);
+        for (qsizetype i = -1; i < pool_.Count(); ++i)
+            known_.push_back(LookAt(i));
+    }
+    TCsvTexts(const TCsvTexts&) = delete;
+    TCsvTexts& operator=(const TCsvTexts&) = delete;
+
+    bool AreOf(const wire::Column::Data& stored) const
+    {
+        return &stored.pool == &pool_ && pool_.bytes.Begin() == bytes_ && pool_.bytes.Size() == size_
+            && pool_.Count() == count_;
+    }
+    bool AllKnown() const { return !known_.empty(); }
+    // The first is empty; only where all are known.
+    const Cell& Known(qint64 entryPlusOne) const { return known_[static_cast<size_t>(entryPlusOne)]; }
+
+    // Whether none of the entries, which follow one another, needs quotes, as far as that is cheaply said.
+    bool NoneNeedsQuotes(qint64 first, qint64 last) const
+    {
+        const char* const begin = pool_.At(first).data();
+        const auto size = static_cast<size_t>(pool_.At(last).end() - begin);
+        return size >= sizeof(wire::Sixteen) && !HoldsQuotable(begin, size);
+    }
+
+    // -1 is empty.
+    Cell LookAt(qint64 entry, bool noneNeedsQuotes = false) const
+    {
+        const QByteArrayView stands = entry < 0 ? QByteArrayView() : pool_.At(entry);
+        const auto size = static_cast<size_t>(stands.size());
+        if (size == 0)
+            return {kNothing, 0, false};
+        const char* const text =
+            stands.data() < last_ ? stands.data() : copyOfLast_.data() + (stands.data() - last_);
+        return {text, static_cast<quint32>(size),
+            IsFormula(*text) || (!noneNeedsQuotes && HoldsQuotable(text, size))};
+    }
+
+private:
+    static bool HoldsQuotable(const char* text, size_t size)
+    {
+        return wire::HoldsSpecial(text, size, [](wire::Sixteen piece) { return NeedsQuotes(piece); });
+    }
+
+    const wire::TextPool& pool_;
+    const char* const bytes_;
+    const qsizetype size_;
+    const qsizetype count_;
+    const char* last_;
+    std::array<char, 2 * kPiece> copyOfLast_{};
+    std::vector<Cell> known_;
+};
+
+namespace {
+
+using TextsOfColumns = std::vector<std::unique_ptr<const TCsvTexts>>;
+
+bool FollowOneAnother(std::span<const qint64> places)
+{
+    const auto gap = std::ranges::adjacent_find(places, [](qint64 a, qint64 b) { return b != a + 1; });
+    return places.front() >= 0 && gap == places.end();
 }
 
 // Each column of a block is gone through by itself, so that what it holds is read from one end to the other;
 // then the lines are put together of cells that are in the cache.
 class CsvLines final : public TLineMaker {
 public:
-    CsvLines(const std::vector<TExportColumn>& columns, bool recode)
+    CsvLines(const std::vector<TExportColumn>& columns, const TextsOfColumns& texts, bool recode)
         : columns_(columns)
+        , texts_(texts)
         , recode_(recode)
         , shortColumns_(static_cast<size_t>(std::ranges::count_if(columns, [](const TExportColumn& column) {
             return column.stored && column.stored->Type() != wire::ColumnType::Text;
@@ -86,11 +186,12 @@ public:
     void MakeLines(TRowBlock& block) override
     {
         places_ = block.places;
+        consecutive_ = FollowOneAnother(places_);
         cells_.resize(places_.size() * columns_.size());
         shortTexts_.resize(places_.size() * shortColumns_ * kShortCell);
         nextShort_ = shortTexts_.data();
-        lastOfPools_.clear();
-        SetMade(block);
+        if (!block.madeEnds.empty())
+            SetMade(block);
         for (size_t i = 0; i < columns_.size(); ++i) {
             if (columns_[i].stored)
                 SetStored(i, columns_[i].stored->Raw());
@@ -102,21 +203,15 @@ public:
     }
 
 private:
-    struct Cell {
-        const char* text; // sixteen characters may be read, however short it is
-        quint32 size;
-        bool special; // needs quotes or an apostrophe
-    };
-
     // What does not stand in a stored column.
     void SetMade(const TRowBlock& block)
     {
         size_t begin = 0;
         auto end = block.madeEnds.cbegin();
         Cell* cell = cells_.data();
-        for (size_t row = 0; row < places_.size() && end != block.madeEnds.cend(); ++row) {
+        for (const qint64 place : places_) {
             for (const TExportColumn& column : columns_) {
-                if (places_[row] < 0 || !column.stored) {
+                if (place < 0 || !column.stored) {
                     *cell = {block.made.Begin() + begin, static_cast<quint32>(*end - begin), false};
                     begin = *end++;
                 }
@@ -142,62 +237,55 @@ private:
         }
     }
 
-    void SetTexts(size_t column, const wire::Column::Data& stored)
+    // `cellAt(place)` for each row that stands in the stored column.
+    template <typename CellAt> void SetEach(size_t column, const CellAt& cellAt)
     {
-        const wire::TextPool& pool = stored.pool;
-        // Behind the pool's last characters nothing may be read, so they stand once more with room behind.
-        const qsizetype lastSize = std::min<qsizetype>(pool.bytes.Size(), kPiece);
-        const char* const last = pool.bytes.Begin() + pool.bytes.Size() - lastSize;
-        auto& lastOfPool = lastOfPools_.emplace_back();
-        std::copy_n(last, lastSize, lastOfPool.begin());
-
         Cell* cell = cells_.data() + column;
         for (const qint64 place : places_) {
-            Cell& to = *cell;
+            if (place >= 0)
+                *cell = cellAt(place);
             cell += columns_.size();
-            if (place < 0)
-                continue;
-            const qint64 entry = stored.plain ? place : stored.ints.At(place) - 1;
-            const QByteArrayView stands = entry < 0 ? QByteArrayView() : pool.At(entry);
-            const auto size = static_cast<size_t>(stands.size());
-            if (size == 0) {
-                to = {kNothing, 0, false};
-                continue;
-            }
-            const char* const text =
-                stands.data() < last ? stands.data() : lastOfPool.data() + (stands.data() - last);
-            to = {text, static_cast<quint32>(size),
-                IsFormula(*text) || wire::HoldsSpecial(text, size, [](wire::Sixteen piece) {
-                    return NeedsQuotes(piece);
-                })};
+        }
+    }
+
+    void SetTexts(size_t column, const wire::Column::Data& stored)
+    {
+        const TCsvTexts& texts = *texts_[column];
+        const wire::NarrowInts& entries = stored.ints; // plus one
+        if (stored.plain) {
+            const bool none = consecutive_ && texts.NoneNeedsQuotes(places_.front(), places_.back());
+            SetEach(column, [&](qint64 place) { return texts.LookAt(place, none); });
+        } else if (texts.AllKnown()) {
+            entries.WithReader([&](auto entryPlusOne) {
+                SetEach(column, [&](qint64 place) { return texts.Known(entryPlusOne(place)); });
+            });
+        } else {
+            SetEach(column, [&](qint64 place) { return texts.LookAt(entries.At(place) - 1); });
         }
     }
 
     template <typename Put> void SetShort(size_t column, const wire::Column::Data& stored, const Put& put)
     {
-        Cell* cell = cells_.data() + column;
-        for (const qint64 place : places_) {
-            Cell& to = *cell;
-            cell += columns_.size();
-            if (place < 0)
-                continue;
-            if (stored.nulls.IsNull(place)) {
-                to = {kNothing, 0, false};
-                continue;
-            }
-            to = {nextShort_, static_cast<quint32>(put(nextShort_, place) - nextShort_), false};
-            nextShort_ += kShortCell;
-        }
+        SetEach(column, [&](qint64 place) -> Cell {
+            if (stored.nulls.IsNull(place))
+                return {kNothing, 0, false};
+            char* const text = std::exchange(nextShort_, nextShort_ + kShortCell);
+            return {text, static_cast<quint32>(put(text, place) - text), false};
+        });
     }
 
     void PutLines(wire::TextBuffer& lines) const
     {
         char* to = lines.End();
         for (auto cell = cells_.cbegin(); cell != cells_.cend();) {
-            for (size_t i = 0; i < columns_.size(); ++i, ++cell) {
-                to = lines.Room(to, (cell->special ? RoomOfSpecial(cell->size) : cell->size) + 2);
-                to = cell->special ? PutSpecial(to, {cell->text, qsizetype(cell->size)})
-                                   : wire::CopyText(to, cell->text, cell->size);
+            const auto end = cell + std::ssize(columns_);
+            size_t room = 0;
+            for (auto each = cell; each != end; ++each)
+                room += MostOf(*each) + 2;
+            to = lines.Room(to, room);
+            for (; cell != end; ++cell) {
+                to =
+                    cell->special ? PutSpecial(to, {cell->text, qsizetype(cell->size)}) : CopyCell(to, *cell);
                 *to++ = ',';
             }
             to[-1] = '\r';
@@ -207,13 +295,14 @@ private:
     }
 
     const std::vector<TExportColumn>& columns_;
+    const TextsOfColumns& texts_;
     const bool recode_;
     const size_t shortColumns_; // of numbers and moments
     std::span<const qint64> places_; // of the block's rows
+    bool consecutive_ = false;
     std::vector<Cell> cells_; // row by row
     std::vector<char> shortTexts_;
     char* nextShort_ = nullptr;
-    std::deque<std::array<char, 2 * kPiece>> lastOfPools_;
     wire::MomentTexts moments_;
 };
 
@@ -223,6 +312,19 @@ TCsvFormat::TCsvFormat(const std::vector<TExportColumn>& columns, bool recode)
     : columns_(columns)
     , recode_(recode)
 {
+    texts_.resize(columns.size());
+}
+
+TCsvFormat::~TCsvFormat() = default;
+
+void TCsvFormat::BeginRound()
+{
+    for (size_t i = 0; i < columns_.size(); ++i) {
+        const wire::Column* const stored = columns_[i].stored;
+        if (stored && stored->Type() == wire::ColumnType::Text
+            && !(texts_[i] && texts_[i]->AreOf(stored->Raw())))
+            texts_[i] = std::make_unique<const TCsvTexts>(stored->Raw());
+    }
 }
 
 void TCsvFormat::AddCell(wire::TextBuffer& to, size_t column, const TExportCell& cell)
@@ -248,13 +350,13 @@ void TCsvFormat::AddCell(wire::TextBuffer& to, size_t column, const TExportCell&
 
 std::unique_ptr<TLineMaker> TCsvFormat::NewMaker() const
 {
-    return std::make_unique<CsvLines>(columns_, recode_);
+    return std::make_unique<CsvLines>(columns_, texts_, recode_);
 }
 
 void TCsvFormat::AddText(wire::TextBuffer& to, QByteArrayView text)
 {
     if (!text.isEmpty())
-        to.SetEnd(PutSpecial(to.Room(to.End(), RoomOfSpecial(static_cast<size_t>(text.size()))), text));
+        to.SetEnd(PutSpecial(to.Room(to.End(), 2 * static_cast<size_t>(text.size()) + 3), text));
 }
 
 void TCsvFormat::Recode(wire::TextBuffer& lines)

@@ -21,7 +21,9 @@ public:
     {
         if (recode_ && !QStringEncoder("GBK").isValid())
             part_.RaiseUnwritable(u"本机不支持代码页 936，请选 UTF-8"_s);
-        if (!file_.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
+        // The part is there and empty. A file system that sees it truncated writes it to the disk when it is
+        // closed, and the window waits.
+        if (!file_.open(QIODevice::ReadWrite | QIODevice::ExistingOnly | QIODevice::Unbuffered))
             part_.RaiseUnwritable(file_.errorString());
     }
 
