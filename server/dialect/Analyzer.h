@@ -2,6 +2,7 @@
 
 #include "server/dialect/Analysis.h"
 
+#include <span>
 #include <unordered_map>
 
 namespace dialect {
@@ -56,6 +57,8 @@ private:
     void Resolve(Expression& expression, Scope& scope);
     void Visit(Expression& expression, ColumnName& name, Scope& scope);
     void Visit(Expression& expression, Arithmetic& arithmetic, Scope& scope);
+    void Visit(Expression& expression, Concatenation& joined, Scope& scope);
+    void Visit(Expression& expression, ScalarQuery& scalar, Scope& scope);
     void Visit(Expression& expression, Between& between, Scope& scope);
     void Visit(Expression& expression, Like& like, Scope& scope);
     void Visit(Expression& expression, InList& list, Scope& scope);
@@ -64,6 +67,7 @@ private:
     void Visit(ExpressionPtr& expression, Scope& scope);
     void VisitCall(ExpressionPtr& expression, Scope& scope);
     void VisitAggregate(Expression& expression, Call& call, Scope& scope);
+    void VisitChoice(Expression& expression, Call& call);
     void VisitConversion(ExpressionPtr& expression);
     void VisitTruncation(Expression& expression, Call& call);
     void VisitDecode(Expression& expression, Call& call);
@@ -78,7 +82,7 @@ private:
     // it.
     Type Compare(const std::vector<ExpressionPtr*>& expressions);
     Type Unite(const std::vector<ExpressionPtr*>& expressions, int& width);
-    void Arguments(Call& call, std::initializer_list<Type> types);
+    void Arguments(Call& call, std::span<const Type> types);
 
     const wire::Value& Fix(int literal);
     [[noreturn]] void Raise(Position position, const QString& message) const;

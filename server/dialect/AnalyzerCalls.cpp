@@ -5,10 +5,46 @@
 #include "server/dialect/NumberFormats.h"
 #include "server/dialect/Refusals.h"
 
+#include <algorithm>
+#include <array>
+
 using namespace Qt::Literals::StringLiterals;
 
 // Calls: what each function takes and gives, and the masks that some of them are told.
 namespace dialect {
+
+namespace {
+
+// What a call takes and gives, where its arguments have no say in it.
+struct Signature {
+    Function function;
+    Type gives;
+    std::array<Type, 4> takes; // as many as it may have
+    bool keepsWidth = false; // the first one's
+};
+
+constexpr Signature kSignatures[]{
+    {Function::Substr, Type::Text, {Type::Text, Type::Integer, Type::Integer}, true},
+    {Function::Length, Type::Integer, {Type::Text}},
+    {Function::Instr, Type::Integer, {Type::Text, Type::Text, Type::Integer, Type::Integer}},
+    {Function::Upper, Type::Text, {Type::Text}, true},
+    {Function::Lower, Type::Text, {Type::Text}, true},
+    {Function::Trim, Type::Text, {Type::Text, Type::Text}, true},
+    {Function::LTrim, Type::Text, {Type::Text, Type::Text}, true},
+    {Function::RTrim, Type::Text, {Type::Text, Type::Text}, true},
+    {Function::Replace, Type::Text, {Type::Text, Type::Text, Type::Text}},
+    {Function::LPad, Type::Text, {Type::Text, Type::Integer, Type::Text}},
+    {Function::RPad, Type::Text, {Type::Text, Type::Integer, Type::Text}},
+    {Function::Sign, Type::Integer, {Type::Number}},
+    {Function::Ceil, Type::Number, {Type::Number}},
+    {Function::Floor, Type::Number, {Type::Number}},
+    {Function::Power, Type::Number, {Type::Number, Type::Number}},
+    {Function::AddMonths, Type::Date, {Type::Date, Type::Number}},
+    {Function::LastDay, Type::Date, {Type::Date}},
+    {Function::MonthsBetween, Type::Number, {Type::Date, Type::Date}},
+};
+
+} // namespace
 
 void Analyzer::VisitCall(ExpressionPtr& expression, Scope& scope)
 {
@@ -19,88 +55,57 @@ void Analyzer::VisitCall(ExpressionPtr& expression, Scope& scope)
     }
     for (ExpressionPtr& argument : call.arguments)
         Value(argument, scope);
-    std::vector<ExpressionPtr*> all;
-    for (ExpressionPtr& argument : call.arguments)
-        all.push_back(&argument);
-    const auto result = [&expression](Type type, int width = 0) {
-        expression->type = type;
-        expression->width = width;
-    };
-    const auto firstWidth = [&call] { return call.arguments[0]->width; };
+    const auto* const plain = std::ranges::find(kSignatures, call.function, &Signature::function);
+    if (plain != std::end(kSignatures)) {
+        Arguments(call, plain->takes);
+        expression->type = plain->gives;
+        expression->width = plain->keepsWidth ? call.arguments[0]->width : 0;
+        return;
+    }
     switch (call.function) {
-    case Function::Substr:
-        Arguments(call, {Type::Text, Type::Integer, Type::Integer});
-        return result(Type::Text, firstWidth());
-    case Function::Length:
-        Arguments(call, {Type::Text});
-        return result(Type::Integer);
-    case Function::Instr:
-        Arguments(call, {Type::Text, Type::Text, Type::Integer, Type::Integer});
-        return result(Type::Integer);
-    case Function::Upper:
-    case Function::Lower:
-    case Function::Trim:
-    case Function::LTrim:
-    case Function::RTrim:
-        Arguments(call, {Type::Text, Type::Text});
-        return result(Type::Text, firstWidth());
-    case Function::Replace:
-        Arguments(call, {Type::Text, Type::Text, Type::Text});
-        return result(Type::Text);
-    case Function::LPad:
-    case Function::RPad:
-        Arguments(call, {Type::Text, Type::Integer, Type::Text});
-        return result(Type::Text);
     case Function::Round:
     case Function::Trunc:
         return VisitTruncation(*expression, call);
     case Function::Mod:
-        Arguments(call, {Type::Number, Type::Number});
-        return result(call.arguments[0]->type == Type::Integer ? call.arguments[1]->type : Type::Number);
+        Arguments(call, std::array{Type::Number, Type::Number});
+        expression->type = call.arguments[0]->type == Type::Integer ? call.arguments[1]->type : Type::Number;
+        return;
     case Function::Abs:
-        Arguments(call, {Type::Number});
-        return result(call.arguments[0]->type);
-    case Function::Sign:
-        Arguments(call, {Type::Number});
-        return result(Type::Integer);
-    case Function::Ceil:
-    case Function::Floor:
-        Arguments(call, {Type::Number});
-        return result(Type::Number);
-    case Function::Power:
-        Arguments(call, {Type::Number, Type::Number});
-        return result(Type::Number);
-    case Function::AddMonths:
-        Arguments(call, {Type::Date, Type::Number});
-        return result(Type::Date);
-    case Function::LastDay:
-        Arguments(call, {Type::Date});
-        return result(Type::Date);
-    case Function::MonthsBetween:
-        Arguments(call, {Type::Date, Type::Date});
-        return result(Type::Number);
+        Arguments(call, std::array{Type::Number});
+        expression->type = call.arguments[0]->type;
+        return;
     case Function::ToDate:
     case Function::ToChar:
     case Function::ToNumber:
         return VisitConversion(expression);
+    default:
+        return VisitChoice(*expression, call);
+    }
+}
+
+// What gives one of its arguments.
+void Analyzer::VisitChoice(Expression& expression, Call& call)
+{
+    std::vector<ExpressionPtr*> all;
+    for (ExpressionPtr& argument : call.arguments)
+        all.push_back(&argument);
+    switch (call.function) {
     case Function::Nvl:
     case Function::Coalesce:
     case Function::Greatest:
-    case Function::Least: {
-        int width = 0;
-        const Type type = Unite(all, width);
-        return result(type, width);
-    }
-    case Function::Nvl2: {
-        int width = 0;
-        const Type type = Unite({all[1], all[2]}, width);
-        return result(type, width);
-    }
+    case Function::Least:
+        expression.type = Unite(all, expression.width);
+        return;
+    case Function::Nvl2:
+        expression.type = Unite({all[1], all[2]}, expression.width);
+        return;
     case Function::NullIf:
         Compare(all);
-        return result(call.arguments[0]->type, firstWidth());
+        expression.type = call.arguments[0]->type;
+        expression.width = call.arguments[0]->width;
+        return;
     case Function::Decode:
-        return VisitDecode(*expression, call);
+        return VisitDecode(expression, call);
     default:
         return;
     }
@@ -194,7 +199,7 @@ void Analyzer::VisitTruncation(Expression& expression, Call& call)
         expression.type = Type::Date;
         return;
     }
-    Arguments(call, {Type::Number, Type::Integer});
+    Arguments(call, std::array{Type::Number, Type::Integer});
     expression.type = call.arguments.front()->type;
 }
 

@@ -91,15 +91,6 @@ void Analyzer::Resolve(Expression& expression, Scope& scope)
             } else if constexpr (std::is_same_v<T, Not>) {
                 Condition(node.operand, scope);
                 condition();
-            } else if constexpr (std::is_same_v<T, Concatenation>) {
-                expression.type = Type::Text;
-                for (ExpressionPtr& operand : node.operands) {
-                    Value(operand, scope);
-                    Convert(operand, Type::Text);
-                    const bool known =
-                        operand->width > 0 && (expression.width > 0 || &operand == &node.operands[0]);
-                    expression.width = known ? expression.width + operand->width : 0;
-                }
             } else if constexpr (std::is_same_v<T, Comparison>) {
                 Value(node.left, scope);
                 Value(node.right, scope);
@@ -115,18 +106,32 @@ void Analyzer::Resolve(Expression& expression, Scope& scope)
             } else if constexpr (std::is_same_v<T, Exists>) {
                 AnalyzeQuery(*node.query, &scope, false);
                 condition();
-            } else if constexpr (std::is_same_v<T, ScalarQuery>) {
-                AnalyzeQuery(*node.query, &scope, false);
-                if (node.query->columns.size() != 1)
-                    Raise(expression.start, texts::OneColumn());
-                node.oneRow = GivesOneRow(*node.query);
-                expression.type = node.query->columns.front().type;
-                expression.width = node.query->columns.front().width;
             } else if constexpr (requires { Visit(expression, node, scope); }) {
                 Visit(expression, node, scope);
             }
         },
         expression.node);
+}
+
+void Analyzer::Visit(Expression& expression, Concatenation& joined, Scope& scope)
+{
+    expression.type = Type::Text;
+    for (ExpressionPtr& operand : joined.operands) {
+        Value(operand, scope);
+        Convert(operand, Type::Text);
+        const bool known = operand->width > 0 && (expression.width > 0 || &operand == &joined.operands[0]);
+        expression.width = known ? expression.width + operand->width : 0;
+    }
+}
+
+void Analyzer::Visit(Expression& expression, ScalarQuery& scalar, Scope& scope)
+{
+    AnalyzeQuery(*scalar.query, &scope, false);
+    if (scalar.query->columns.size() != 1)
+        Raise(expression.start, texts::OneColumn());
+    scalar.oneRow = GivesOneRow(*scalar.query);
+    expression.type = scalar.query->columns.front().type;
+    expression.width = scalar.query->columns.front().width;
 }
 
 void Analyzer::Visit(Expression& expression, ColumnName& name, Scope& scope)
@@ -287,7 +292,7 @@ void Analyzer::Visit(Expression& expression, Case& choice, Scope& scope)
     expression.type = Unite(results, expression.width);
 }
 
-void Analyzer::Arguments(Call& call, std::initializer_list<Type> types)
+void Analyzer::Arguments(Call& call, std::span<const Type> types)
 {
     size_t i = 0;
     for (const Type type : types) {

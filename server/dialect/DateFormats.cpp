@@ -348,28 +348,56 @@ QString DateMask::WeekdayText(const Part& part, int weekday) const
     return fill_ ? name.leftJustified(kLongestName) : name;
 }
 
-QString DateMask::Write(wire::DateTime date) const
+std::optional<std::pair<qint64, int>> DateMask::NumberOf(Element element, wire::DateTime date)
 {
     const Calendar calendar = Split(date);
     const qint64 hour = calendar.seconds / 3600;
-    const int dayOfYear = static_cast<int>((date.seconds - At(calendar.year, 1, 1).seconds) / kDay) + 1;
+    const qint64 dayOfYear = (date.seconds - At(calendar.year, 1, 1).seconds) / kDay + 1;
+    switch (element) {
+    case Element::Year4:
+        return {{calendar.year, 4}};
+    case Element::Year3:
+        return {{calendar.year % 1000, 3}};
+    case Element::Year2:
+    case Element::Round2:
+        return {{calendar.year % 100, 2}};
+    case Element::Month:
+        return {{calendar.month, 2}};
+    case Element::Day:
+        return {{calendar.day, 2}};
+    case Element::Hour24:
+        return {{hour, 2}};
+    case Element::Hour12:
+        return {{hour % 12 == 0 ? 12 : hour % 12, 2}};
+    case Element::Minute:
+        return {{calendar.seconds / 60 % 60, 2}};
+    case Element::Second:
+        return {{calendar.seconds % 60, 2}};
+    case Element::Quarter:
+        return {{(calendar.month + 2) / 3, 1}};
+    case Element::DayOfYear:
+        return {{dayOfYear, 3}};
+    case Element::DayOfWeek: // Sunday is 1
+        return {{WeekdayOf(date) + 1, 1}};
+    case Element::WeekOfYear:
+        return {{(dayOfYear + 6) / 7, 2}};
+    case Element::SecondOfDay:
+        return {{calendar.seconds, 5}};
+    default:
+        return std::nullopt;
+    }
+}
+
+QString DateMask::Write(wire::DateTime date) const
+{
+    const Calendar calendar = Split(date);
     QString text;
     for (const Part& part : parts_) {
-        const auto number = [&](qint64 value, int width) { text += Digits(value, fill_ ? width : 0); };
+        if (const auto number = NumberOf(part.element, date)) {
+            text += Digits(number->first, fill_ ? number->second : 0);
+            continue;
+        }
         switch (part.element) {
-        case Element::Year4:
-            number(calendar.year, 4);
-            break;
-        case Element::Year3:
-            number(calendar.year % 1000, 3);
-            break;
-        case Element::Year2:
-        case Element::Round2:
-            number(calendar.year % 100, 2);
-            break;
-        case Element::Month:
-            number(calendar.month, 2);
-            break;
         case Element::MonthShort:
         case Element::MonthName:
             text += MonthText(part, calendar.month);
@@ -378,41 +406,10 @@ QString DateMask::Write(wire::DateTime date) const
         case Element::WeekdayName:
             text += WeekdayText(part, WeekdayOf(date));
             break;
-        case Element::Day:
-            number(calendar.day, 2);
-            break;
-        case Element::Hour24:
-            number(hour, 2);
-            break;
-        case Element::Hour12:
-            number(hour % 12 == 0 ? 12 : hour % 12, 2);
-            break;
-        case Element::Minute:
-            number(calendar.seconds / 60 % 60, 2);
-            break;
-        case Element::Second:
-            number(calendar.seconds % 60, 2);
-            break;
         case Element::HalfDay:
-            text += hour < 12 ? u"上午"_s : u"下午"_s;
+            text += calendar.seconds < kDay / 2 ? u"上午"_s : u"下午"_s;
             break;
-        case Element::Quarter:
-            number((calendar.month + 2) / 3, 1);
-            break;
-        case Element::DayOfYear:
-            number(dayOfYear, 3);
-            break;
-        case Element::DayOfWeek: // Sunday is 1
-            number(WeekdayOf(date) + 1, 1);
-            break;
-        case Element::WeekOfYear:
-            number((dayOfYear + 6) / 7, 2);
-            break;
-        case Element::SecondOfDay:
-            number(calendar.seconds, 5);
-            break;
-        case Element::Punctuation:
-        case Element::Quoted:
+        default:
             text += part.text;
         }
     }

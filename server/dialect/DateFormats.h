@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 // The formats of dates, read and written as the company's database does.
@@ -78,6 +79,8 @@ private:
     static bool ReadMonthName(QStringView text, qsizetype& at, Fields& fields);
     static bool ReadWeekdayName(QStringView text, qsizetype& at, Fields& fields);
     static bool ReadNumber(Element element, QStringView text, qsizetype& at, Fields& fields);
+    // What a number in a text is of a date, and its digits; nothing for names and texts.
+    static std::optional<std::pair<qint64, int>> NumberOf(Element element, wire::DateTime date);
     QString MonthText(const Part& part, int month) const;
     QString WeekdayText(const Part& part, int weekday) const;
 

@@ -135,8 +135,17 @@ void Printer::PrintHierarchy(const SelectBlock& block)
     Put(" FROM h" + number + " AS " + parent + " CROSS JOIN ");
     PrintName(source.table->name);
     Put(" AS " + child + " WHERE ");
-    // x = case … when … then null … else y end holds only where x = y, which an index on y answers.
-    for (const Expression* condition : Conjuncts(block.connectBy.get())) {
+    PrintIndexed(*block.connectBy);
+    PrintFilter(*block.connectBy);
+    Put(words_.walk);
+    Put(") ");
+    hierarchy_ = nullptr;
+}
+
+// x = case … when … then null … else y end holds only where x = y, which an index on y answers.
+void Printer::PrintIndexed(const Expression& filter)
+{
+    for (const Expression* condition : Conjuncts(&filter)) {
         const auto* comparison = condition->As<Comparison>();
         if (!comparison || comparison->op != Comparison::Operator::Equal)
             continue;
@@ -152,10 +161,6 @@ void Printer::PrintHierarchy(const SelectBlock& block)
             Put(" AND ");
         }
     }
-    PrintFilter(*block.connectBy);
-    Put(words_.walk);
-    Put(") ");
-    hierarchy_ = nullptr;
 }
 
 // Distinct values of one column with an index of its own: each value is looked up from the one before it, so

@@ -90,6 +90,7 @@ protected:
     void Print(const Expression& expression, const Case& choice);
     void Print(const Expression& expression, const Call& call);
     void PrintHierarchy(const SelectBlock& block);
+    void PrintIndexed(const Expression& filter);
     void Print(const ExpressionPtr& expression) { Print(*expression); }
     virtual void Print(const Expression& expression);
     void PrintCall(std::string_view function, const std::vector<ExpressionPtr>& arguments);

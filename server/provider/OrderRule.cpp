@@ -246,80 +246,90 @@ std::optional<QString> OrderRule::RefusalOfValues(const OrderChange& order) cons
 std::optional<QString> OrderRule::RefusalOfCell(const OrderChange& order, const Cell& cell) const
 {
     const bool insert = order.write.kind == ChangeKind::Insert;
-    const wire::Identity& who = caller_.identity;
     const QStringView text = TextOf(cell.value);
     const bool empty = wire::IsNull(cell.value);
-    const auto refuseUnless = [&](bool allowed) {
-        return allowed ? std::nullopt : std::optional(texts::ForeignStamp(CaptionOf(cell), text.toString()));
+    const auto unknownUnless = [&](bool known) {
+        return known ? std::nullopt
+                     : std::optional(texts::ValueUnknown(CaptionOf(cell), wire::ToText(cell.value)));
     };
-    const auto refuseUnlessSite = [&](bool own) -> std::optional<QString> {
-        if (!permissions_.Exists(text.toString()))
-            return texts::NoSuchSite(CaptionOf(cell), text.toString());
-        return own ? std::nullopt : std::optional(texts::ForeignSite(CaptionOf(cell), text.toString()));
+    const auto refuseUnlessRecent = [&](bool recent) {
+        return recent ? std::nullopt
+                      : std::optional(texts::NotNow(CaptionOf(cell), wire::ToText(cell.value)));
     };
     switch (Of(cell).part) {
     case Part::Other:
-        if (IsBadFlag(cell))
-            return texts::ValueUnknown(CaptionOf(cell), wire::ToText(cell.value));
-        break;
+        return unknownUnless(!IsBadFlag(cell));
     case Part::Fixed:
-        if (!insert && !everything_)
-            return texts::ColumnFixed(CaptionOf(cell));
-        break;
+        return insert || everything_ ? std::nullopt : std::optional(texts::ColumnFixed(CaptionOf(cell)));
     case Part::Creater:
     case Part::CreaterMan:
     case Part::CreaterCode:
-        if (!insert)
-            return everything_ ? std::nullopt : std::optional(texts::ColumnFixed(CaptionOf(cell)));
-        return refuseUnless(text
-            == (Of(cell).part == Part::Creater          ? who.site
-                    : Of(cell).part == Part::CreaterMan ? who.employeeName
-                                                        : who.employeeCode));
     case Part::CreateDate:
         if (!insert)
             return everything_ ? std::nullopt : std::optional(texts::ColumnFixed(CaptionOf(cell)));
-        return stamps_.IsRecent(cell.value)
-            ? std::nullopt
-            : std::optional(texts::NotNow(CaptionOf(cell), wire::ToText(cell.value)));
+        return Of(cell).part == Part::CreateDate ? refuseUnlessRecent(stamps_.IsRecent(cell.value))
+                                                 : RefusalOfName(order, cell);
     case Part::Moment:
-        if (!empty && !stamps_.IsRecent(cell.value))
-            return texts::NotNow(CaptionOf(cell), wire::ToText(cell.value));
-        break;
+        return refuseUnlessRecent(empty || stamps_.IsRecent(cell.value));
     case Part::Status:
-        if (!empty && !company::IsStatus(NumberOf(cell.value)))
-            return texts::ValueUnknown(CaptionOf(cell), wire::ToText(cell.value));
-        break;
+        return unknownUnless(empty || company::IsStatus(NumberOf(cell.value)));
     case Part::Candidates:
-        if (!IsKnownList(text, TextOf(*order.candidatesWere)))
-            return texts::NoSuchSite(CaptionOf(cell), text.toString());
-        break;
-    case Part::RecSite:
-        // A driver takes the order to the driver's own site.
-        return empty
+        return IsKnownList(text, TextOf(*order.candidatesWere))
             ? std::nullopt
-            : refuseUnlessSite(everything_ || sites_.Has(text)
-                || (order.GoesToDriver() && SoleCandidate(TextOf(order.CandidatesBecome())) == text));
+            : std::optional(texts::NoSuchSite(CaptionOf(cell), text.toString()));
+    case Part::RecSite:
     case Part::DutySite:
-        return empty ? std::nullopt : refuseUnlessSite(everything_ || sites_.Has(text));
     case Part::SendSite:
-        return empty ? std::nullopt : refuseUnlessSite(true);
-    case Part::BillMan:
-        return refuseUnless(empty || text == who.employeeName || order.GoesToDriver());
-    case Part::RecMan:
-        return refuseUnless(empty || text == who.employeeName);
-    case Part::CancelSite:
-        return refuseUnless(empty || text == who.site);
-    case Part::CancelMan:
-        // Dispatch stamps the account.
-        return refuseUnless(empty || text == who.employeeName || text == who.account);
-    case Part::Modifier:
-        return refuseUnless(text == who.employeeName);
-    case Part::ModifyCode:
-        return refuseUnless(text == who.employeeCode);
-    case Part::ModifySite:
-        return refuseUnless(text == who.site);
+        return empty ? std::nullopt : RefusalOfSite(order, cell);
+    default:
+        return RefusalOfName(order, cell);
     }
-    return std::nullopt;
+}
+
+std::optional<QString> OrderRule::RefusalOfSite(const OrderChange& order, const Cell& cell) const
+{
+    const QStringView site = TextOf(cell.value);
+    if (!permissions_.Exists(site.toString()))
+        return texts::NoSuchSite(CaptionOf(cell), site.toString());
+    const Part part = Of(cell).part;
+    // A driver takes the order to the driver's own site.
+    const bool drivers = part == Part::RecSite && order.GoesToDriver()
+        && SoleCandidate(TextOf(order.CandidatesBecome())) == site;
+    if (part == Part::SendSite || everything_ || sites_.Has(site) || drivers)
+        return std::nullopt;
+    return texts::ForeignSite(CaptionOf(cell), site.toString());
+}
+
+// Names and sites of who does it.
+std::optional<QString> OrderRule::RefusalOfName(const OrderChange& order, const Cell& cell) const
+{
+    const wire::Identity& who = caller_.identity;
+    const QStringView text = TextOf(cell.value);
+    const bool empty = wire::IsNull(cell.value);
+    const auto isAllowed = [&] {
+        switch (Of(cell).part) {
+        case Part::Creater:
+        case Part::ModifySite:
+            return text == who.site;
+        case Part::CreaterMan:
+        case Part::Modifier:
+            return text == who.employeeName;
+        case Part::CreaterCode:
+        case Part::ModifyCode:
+            return text == who.employeeCode;
+        case Part::BillMan:
+            return empty || text == who.employeeName || order.GoesToDriver();
+        case Part::RecMan:
+            return empty || text == who.employeeName;
+        case Part::CancelSite:
+            return empty || text == who.site;
+        case Part::CancelMan: // dispatch stamps the account
+            return empty || text == who.employeeName || text == who.account;
+        default:
+            return false;
+        }
+    };
+    return isAllowed() ? std::nullopt : std::optional(texts::ForeignStamp(CaptionOf(cell), text.toString()));
 }
 
 bool OrderRule::IsOurs(const OrderChange& order) const

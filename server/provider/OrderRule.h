@@ -29,6 +29,8 @@ private:
     std::optional<QString> RefusalOfRevocation(const OrderChange& order) const;
     std::optional<QString> RefusalOfValues(const OrderChange& order) const;
     std::optional<QString> RefusalOfCell(const OrderChange& order, const storage::Cell& cell) const;
+    std::optional<QString> RefusalOfSite(const OrderChange& order, const storage::Cell& cell) const;
+    std::optional<QString> RefusalOfName(const OrderChange& order, const storage::Cell& cell) const;
     bool IsOurs(const OrderChange& order) const;
     bool IsOursAsStored(const OrderChange& order) const;
     bool IsReported(const OrderChange& order) const;
