@@ -26,6 +26,7 @@ constexpr std::array kIdentityTypes{ColumnType::Text, ColumnType::Text, ColumnTy
     ColumnType::Text, ColumnType::Text, ColumnType::Text, ColumnType::Text};
 constexpr size_t kRole = 6;
 constexpr size_t kHash = 7;
+constexpr std::chrono::seconds kTurn(20); // that a login waits for others of its account and place
 
 Account ReadAccount(const storage::Row& row)
 {
@@ -59,7 +60,7 @@ const QString& NobodysHash()
 Account Accounts::Login(const QString& account, const QString& password, const QString& peer)
 {
     using Clock = LoginGuard::Clock;
-    const LoginGuard::Admission admission = guard_.Admit(account, peer);
+    const LoginGuard::Admission admission = guard_.Admit(account, peer, Clock::now(), kTurn);
     if (admission.wait > 0)
         throw RefusedError(
             RefusalReason::LoginRate, wire::ErrorKind::Login, texts::TooManyLogins(admission.wait));

@@ -15,7 +15,6 @@ constexpr std::array kFree{2, 20, 50};
 constexpr int kKnownPending = 64; // at once, of an account that is known there: a host opens two connections
 constexpr auto kLongest = 300s;
 constexpr auto kForgotten = 15min;
-constexpr auto kTurn = 20s;
 constexpr auto kBetweenForgets = 1s; // it looks at all records
 constexpr qsizetype kLongestName = 64;
 constexpr qsizetype kRecords = 100'000;
@@ -34,24 +33,18 @@ LoginGuard::Keys LoginGuard::KeysOf(const QString& account, const QString& peer)
     return {name + u'\n' + place, place, u'\n' + name};
 }
 
-LoginGuard::Admission LoginGuard::Admit(const QString& account, const QString& peer)
+LoginGuard::Admission LoginGuard::Admit(
+    const QString& account, const QString& peer, Clock::time_point now, Clock::duration patience)
 {
     const Keys keys = KeysOf(account, peer);
+    const Clock::time_point begin = Clock::now();
     std::unique_lock lock(mutex_);
-    const Clock::time_point until = Clock::now() + kTurn;
     while (true) {
         bool busy = false;
-        const Admission admission = Look(keys, Clock::now(), busy);
-        if (!busy || settled_.wait_until(lock, until) == std::cv_status::timeout)
+        const Admission admission = Look(keys, now + (Clock::now() - begin), busy);
+        if (!busy || settled_.wait_until(lock, begin + patience) == std::cv_status::timeout)
             return admission;
     }
-}
-
-LoginGuard::Admission LoginGuard::TryAdmit(const QString& account, const QString& peer, Clock::time_point now)
-{
-    const std::lock_guard lock(mutex_);
-    bool busy = false;
-    return Look(KeysOf(account, peer), now, busy);
 }
 
 LoginGuard::Admission LoginGuard::Look(const Keys& keys, Clock::time_point now, bool& busy)

@@ -23,10 +23,10 @@ public:
         bool known = false; // this account has logged in from this place before
     };
 
-    // Waits for its turn behind logins that are under way, for some seconds at most.
-    Admission Admit(const QString& account, const QString& peer);
-    // The same at a moment, without waiting: a second where it is not its turn.
-    Admission TryAdmit(const QString& account, const QString& peer, Clock::time_point now);
+    // Waits for its turn behind logins that are under way, until `patience` is over: then it is told a
+    // second.
+    Admission Admit(
+        const QString& account, const QString& peer, Clock::time_point now, Clock::duration patience);
     void Failed(const QString& account, const QString& peer, Clock::time_point now);
     // Nobody knows whether the password was right.
     void Undecided(const QString& account, const QString& peer);

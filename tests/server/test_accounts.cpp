@@ -103,7 +103,7 @@ class LoginGuardTest : public ::testing::Test {
 protected:
     int Admit(const QString& account, const QString& peer = u"10.0.0.1:1"_s)
     {
-        return guard_.TryAdmit(account, peer, now_).wait;
+        return guard_.Admit(account, peer, now_, {}).wait;
     }
     // One wrong login; how long it was told to wait, if it was.
     int Guess(const QString& account, const QString& peer = u"10.0.0.1:1"_s)
