@@ -30,7 +30,8 @@ bool IsClientHello(const char* bytes, qsizetype size)
 
 } // namespace
 
-ClientChannel::ClientChannel(const ListenerOptions& options, SharedBudget& requests, SharedBudget& replies)
+ClientChannel::ClientChannel(
+    const ListenerOptions& options, storage::SharedBudget& requests, storage::SharedBudget& replies)
     : FrameChannel(&memory_)
     , options_(options)
     , memory_(requests)

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "server/net/Listener.h"
-#include "server/net/SharedBudget.h"
+#include "server/net/RequestShare.h"
 #include "server/net/WaitingReply.h"
 #include "wire/Frame.h"
 #include "wire/SocketStream.h"
@@ -18,7 +18,8 @@ class Certificates;
 // The client's socket as a sequence of frames.
 class ClientChannel : public wire::FrameChannel {
 public:
-    ClientChannel(const ListenerOptions& options, SharedBudget& requests, SharedBudget& replies);
+    ClientChannel(
+        const ListenerOptions& options, storage::SharedBudget& requests, storage::SharedBudget& replies);
     ~ClientChannel() override;
 
     // Takes the descriptor over; gives the name of the other end.

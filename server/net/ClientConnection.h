@@ -7,11 +7,14 @@
 #include <atomic>
 #include <mutex>
 
+namespace storage {
+class SharedBudget;
+}
+
 namespace server {
 
 class Certificates;
 class ClientChannel;
-class SharedBudget;
 
 // How many sessions each account has. Safe to use from any thread.
 class AccountSessions {
@@ -34,8 +37,8 @@ struct ClientContext {
     const ListenerOptions& options;
     const Certificates* certificates; // null: nothing is encrypted
     AccountSessions& accounts;
-    SharedBudget& requests;
-    SharedBudget& replies;
+    storage::SharedBudget& requests;
+    storage::SharedBudget& replies;
 };
 
 // One client: `Run` on its thread, everything else from the listener's.

@@ -4,7 +4,7 @@
 #include "server/net/ClientConnection.h"
 #include "server/net/ConnectionRate.h"
 #include "server/net/Peer.h"
-#include "server/net/SharedBudget.h"
+#include "server/net/RequestShare.h"
 #include "server/net/WaitingReply.h"
 #include "server/refusal/Place.h"
 
@@ -112,8 +112,8 @@ private:
     const ListenerOptions options_;
     const std::unique_ptr<Certificates> certificates_; // null: nothing is encrypted
     AccountSessions accounts_;
-    SharedBudget requests_{options_.requestMemory};
-    SharedBudget replies_{WaitingReply::kMostOfAll};
+    storage::SharedBudget requests_{options_.requestMemory};
+    storage::SharedBudget replies_{WaitingReply::kMostOfAll};
     const ClientContext context_{newSession_, options_, certificates_.get(), accounts_, requests_, replies_};
     QThread thread_;
     std::unique_ptr<QObject> worker_; // on the thread: what is to run there is posted to it

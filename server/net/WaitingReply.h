@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/net/SharedBudget.h"
+#include "server/storage/SharedBudget.h"
 
 #include <QTemporaryFile>
 
@@ -14,7 +14,7 @@ class WaitingReply {
 public:
     static constexpr qint64 kMostOfAll = qint64(2) << 30; // of the replies of all clients
 
-    explicit WaitingReply(SharedBudget& room)
+    explicit WaitingReply(storage::SharedBudget& room)
         : room_(room)
     {
     }
@@ -33,7 +33,7 @@ public:
     void Clear() noexcept;
 
 private:
-    SharedBudget& room_;
+    storage::SharedBudget& room_;
     QString account_;
     std::unique_ptr<QTemporaryFile> file_;
     qint64 written_ = 0;

@@ -111,7 +111,14 @@ public:
     // The same, having looked whether the database has ended the connection while nothing was asked of it.
     virtual bool IsStillUsable() noexcept { return IsUsable(); }
 
+    // Whose statements it runs from now on; empty: the server's own.
+    void LendTo(const QString& account) { account_ = account; }
+
+protected:
+    const QString& Account() const noexcept { return account_; }
+
 private:
+    QString account_;
     std::shared_ptr<const dialect::Catalog> catalog_;
     dialect::Translator translator_;
 };

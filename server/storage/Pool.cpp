@@ -44,14 +44,15 @@ ConnectionPool::Lease ConnectionPool::Lend(const QString& account)
 {
     Share& share = ShareOf(account);
     std::unique_ptr<Connection> connection = Take(share);
-    if (connection)
-        return {*this, std::move(connection), share};
     try {
-        return {*this, backend_->Connect(), share};
+        if (!connection)
+            connection = backend_->Connect();
     } catch (...) {
         GiveBack(nullptr, share);
         throw;
     }
+    connection->LendTo(account);
+    return {*this, std::move(connection), share};
 }
 
 // Counted as one who uses it, until it has given back.

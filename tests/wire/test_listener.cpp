@@ -1,6 +1,6 @@
 #include "runtime/data/TcpTransport.h"
 #include "server/net/ClientConnection.h"
-#include "server/net/SharedBudget.h"
+#include "server/storage/SharedBudget.h"
 #include "tests/support/FakeListener.h"
 #include "tests/support/Raised.h"
 #include "tests/support/TestAuthority.h"
@@ -475,7 +475,7 @@ TEST_P(ListenerTest, RequestsTogetherTakeNoMoreThanTheyMay)
 
 TEST(SharedBudgetTest, NoAccountTakesAllAndTheLastQuarterIsForThoseWhoHoldLittle)
 {
-    server::SharedBudget all(1'600);
+    storage::SharedBudget all(1'600);
     EXPECT_TRUE(all.Take(u"a"_s, 800));
     EXPECT_FALSE(all.Take(u"a"_s, 1));
     EXPECT_TRUE(all.Take(u"b"_s, 400));

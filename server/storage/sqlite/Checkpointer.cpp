@@ -4,13 +4,16 @@ namespace storage::sqlite {
 namespace {
 
 constexpr int kPages = 1000;
+// After nobody made room: saves are not to wait for it one after the other.
+constexpr std::chrono::seconds kBetweenTries(30);
 // So many pages mean that this thread does not keep up: whoever commits then helps.
 constexpr int kTooManyPages = 20'000;
 
 } // namespace
 
-Checkpointer::Checkpointer(const QString& file)
-    : database_(file, OpenMode::Serve)
+Checkpointer::Checkpointer(const QString& file, int mostPages)
+    : mostPages_(mostPages)
+    , database_(file, OpenMode::Serve)
 {
     sqlite3_wal_autocheckpoint(database_.Handle(), 0);
     thread_ = std::thread([this] { Run(); });
@@ -34,7 +37,9 @@ void Checkpointer::Watch(Database& database)
 int Checkpointer::Committed(void* self, sqlite3* database, const char* name, int pages)
 {
     auto* const checkpointer = static_cast<Checkpointer*>(self);
-    if (pages >= kTooManyPages) {
+    if (pages >= checkpointer->mostPages_) {
+        checkpointer->BeginAnew(database, name);
+    } else if (pages >= kTooManyPages) {
         // A failure is met again by the next to try, and leaves the log as safe as it was.
         sqlite3_wal_checkpoint_v2(database, name, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
     } else if (pages >= kPages) {
@@ -45,6 +50,17 @@ int Checkpointer::Committed(void* self, sqlite3* database, const char* name, int
         checkpointer->changed_.notify_one();
     }
     return SQLITE_OK;
+}
+
+// What has been committed stays so, whatever becomes of this.
+void Checkpointer::BeginAnew(sqlite3* database, const char* name)
+{
+    if (Clock::now() < nextTry_)
+        return;
+    needsRoom_ = true;
+    if (sqlite3_wal_checkpoint_v2(database, name, SQLITE_CHECKPOINT_RESTART, nullptr, nullptr) != SQLITE_OK)
+        nextTry_ = Clock::now() + kBetweenTries;
+    needsRoom_ = false;
 }
 
 void Checkpointer::Run()

@@ -1,6 +1,7 @@
 #include "server/storage/sqlite/SqliteConnection.h"
 
 #include "server/storage/sqlite/SqliteRowWriter.h"
+#include "server/storage/sqlite/TemporaryFiles.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,6 +12,7 @@ namespace {
 constexpr size_t kPreparedStatements = 200;
 constexpr size_t kPreparedBytes = 32 << 20; // of all of them, far more than the screens' need
 constexpr qint64 kFewRows = 32; // keep next to nothing
+constexpr std::chrono::seconds kLongRead(3);
 // Virtual machine instructions between two questions whether to stop.
 constexpr int kStopInterval = 5000;
 
@@ -57,14 +59,16 @@ private:
 // The rows of a bound statement.
 class StatementRows final : public RowSource {
 public:
-    explicit StatementRows(Statement& statement)
+    StatementRows(Statement& statement, const QString& account)
         : statement_(statement)
+        , account_(account)
         , run_(statement)
     {
     }
 
     bool Fill(CellBlocks& blocks) override
     {
+        const TemporaryFilesOf files(account_);
         sqlite3_stmt* const handle = statement_.Handle();
         const int columns = static_cast<int>(blocks.size());
         while (!AreFullAfterRow(blocks)) {
@@ -79,18 +83,22 @@ public:
 
 private:
     Statement& statement_;
+    const QString& account_;
     Run run_;
 };
 
 } // namespace
 
-SqliteConnection::SqliteConnection(const QString& file, std::shared_ptr<const dialect::Catalog> catalog)
+SqliteConnection::SqliteConnection(
+    const QString& file, std::shared_ptr<const dialect::Catalog> catalog, Checkpointer& checkpointer)
     : Connection(std::move(catalog), dialect::Target::Sqlite)
+    , checkpointer_(checkpointer)
     , database_(file, OpenMode::Serve)
 {
     const int code = dialect::RegisterFunctions(database_.Handle(), &functionWatch_);
     if (code != SQLITE_OK)
         RaiseError(database_.Handle(), code);
+    checkpointer.Watch(database_);
 }
 
 SqliteConnection::~SqliteConnection() = default;
@@ -99,7 +107,7 @@ qint64 SqliteConnection::Query(
     const dialect::Translated& select, wire::DateTime now, const ReadLimits& limits, wire::ReplySink& sink)
 {
     Prepared& prepared = Prepare(select, now);
-    StatementRows rows(prepared.statement);
+    StatementRows rows(prepared.statement, Account());
     const qint64 count = StreamRows(rows, prepared.scratch, limits, sink);
     if (HoldMuch(prepared.scratch))
         prepared.scratch = MakeCellBlocks(*prepared.translation->columns);
@@ -112,6 +120,7 @@ qint64 SqliteConnection::Execute(const dialect::Translated& update, wire::DateTi
 {
     Statement& statement = Prepare(update, now).statement;
     const Run run(statement);
+    const TemporaryFilesOf files(Account());
     statement.Execute();
     return database_.Changes();
 }
@@ -177,15 +186,23 @@ void SqliteConnection::RollbackToSavepoint()
 
 void SqliteConnection::SetStop(StopSignal* stop) noexcept
 {
+    stop_ = stop;
+    begin_ = std::chrono::steady_clock::now();
     functionWatch_.bytes = 0;
     functionWatch_.shouldStop = nullptr;
     if (stop == nullptr) {
         sqlite3_progress_handler(database_.Handle(), 0, nullptr, nullptr);
         return;
     }
-    const auto ask = [](void* self) { return static_cast<StopSignal*>(self)->ShouldStop() ? 1 : 0; };
-    sqlite3_progress_handler(database_.Handle(), kStopInterval, ask, stop);
-    functionWatch_.shouldStop = [stop] { return stop->ShouldStop(); };
+    const auto ask = [](void* self) { return static_cast<SqliteConnection*>(self)->ShouldStop() ? 1 : 0; };
+    sqlite3_progress_handler(database_.Handle(), kStopInterval, ask, this);
+    functionWatch_.shouldStop = [this] { return ShouldStop(); };
+}
+
+bool SqliteConnection::ShouldStop() noexcept
+{
+    return stop_->ShouldStop()
+        || (checkpointer_.NeedsRoom() && std::chrono::steady_clock::now() - begin_ > kLongRead);
 }
 
 SqliteConnection::Prepared& SqliteConnection::Prepare(

@@ -2,7 +2,7 @@
 
 #include "server/dialect/SqliteFunctions.h"
 #include "server/storage/Connection.h"
-#include "server/storage/sqlite/Sqlite.h"
+#include "server/storage/sqlite/Checkpointer.h"
 
 #include <unordered_map>
 
@@ -10,7 +10,9 @@ namespace storage::sqlite {
 
 class SqliteConnection final : public Connection {
 public:
-    SqliteConnection(const QString& file, std::shared_ptr<const dialect::Catalog> catalog);
+    // The checkpointer outlives it.
+    SqliteConnection(
+        const QString& file, std::shared_ptr<const dialect::Catalog> catalog, Checkpointer& checkpointer);
     ~SqliteConnection() override;
 
     Database& Base() noexcept { return database_; }
@@ -47,6 +49,11 @@ private:
     void DropLeastUsed();
     Statement& Own(std::string_view sql, std::span<const wire::Value> parameters);
 
+    bool ShouldStop() noexcept;
+
+    const Checkpointer& checkpointer_;
+    StopSignal* stop_ = nullptr;
+    std::chrono::steady_clock::time_point begin_; // of what is being watched
     dialect::FunctionWatch functionWatch_;
     Database database_;
     std::unordered_map<const dialect::Translation*, std::unique_ptr<Prepared>> prepared_;

@@ -1,7 +1,8 @@
 #include "server/storage/sqlite/TemporaryFiles.h"
 
-#include <atomic>
-#include <utility>
+#include "server/storage/SharedBudget.h"
+
+#include <memory>
 
 #include <sqlite3.h>
 
@@ -9,9 +10,8 @@ namespace storage::sqlite {
 namespace {
 
 // All orders of a large company, sorted by what no index has, take half of it.
-std::atomic<qint64> mostOfOne{qint64(2) << 30};
-std::atomic<qint64> mostOfAll{qint64(8) << 30};
-std::atomic<qint64> taken{0};
+constexpr qint64 kMostOfOne = qint64(2) << 30;
+SharedBudget room(qint64(8) << 30);
 thread_local bool tookTooMuch = false;
 
 constexpr int kTemporary =
@@ -19,8 +19,9 @@ constexpr int kTemporary =
 
 // The system's own file follows it in memory.
 struct CountedFile {
-    sqlite3_file file;
-    qint64 size;
+    sqlite3_file file{};
+    qint64 size = 0;
+    QString account = TemporaryFilesOf::Account();
 };
 
 sqlite3_vfs* System()
@@ -43,13 +44,15 @@ void Shrink(sqlite3_file* file, qint64 size)
 {
     CountedFile& counted = Counted(file);
     if (size < counted.size)
-        taken -= std::exchange(counted.size, size) - size;
+        room.GiveBack(counted.account, std::exchange(counted.size, size) - size);
 }
 
 int Close(sqlite3_file* file)
 {
     Shrink(file, 0);
-    return Inner(file)->pMethods->xClose(Inner(file));
+    const int code = Inner(file)->pMethods->xClose(Inner(file));
+    std::destroy_at(&Counted(file));
+    return code;
 }
 
 int Read(sqlite3_file* file, void* to, int bytes, sqlite3_int64 at)
@@ -62,13 +65,11 @@ int Write(sqlite3_file* file, const void* from, int bytes, sqlite3_int64 at)
     CountedFile& counted = Counted(file);
     const qint64 more = at + bytes - counted.size;
     if (more > 0) {
-        counted.size += more;
-        taken += more;
-        if (counted.size > mostOfOne || taken > mostOfAll) {
-            Shrink(file, counted.size - more);
+        if (counted.size + more > kMostOfOne || !room.Take(counted.account, more)) {
             tookTooMuch = true;
             return SQLITE_FULL;
         }
+        counted.size += more;
     }
     return Inner(file)->pMethods->xWrite(Inner(file), from, bytes, at);
 }
@@ -141,10 +142,12 @@ int Open(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* giv
 {
     if ((flags & kTemporary) == 0)
         return System()->xOpen(System(), name, file, flags, given);
-    Counted(file) = {{nullptr}, 0};
+    const auto counted = std::construct_at(&Counted(file));
     const int code = System()->xOpen(System(), name, Inner(file), flags, given);
     if (Inner(file)->pMethods != nullptr)
         file->pMethods = &kMethods;
+    else
+        std::destroy_at(counted);
     return code;
 }
 
@@ -162,12 +165,6 @@ const char* CountedFiles()
     }();
     static const int registered = sqlite3_vfs_register(&files, 0);
     return registered == SQLITE_OK ? files.zName : nullptr;
-}
-
-void LimitTemporaryFiles(qint64 ofOne, qint64 ofAll) noexcept
-{
-    mostOfOne = ofOne;
-    mostOfAll = ofAll;
 }
 
 bool TookTooMuch() noexcept

@@ -1,4 +1,4 @@
-#include "server/net/SharedBudget.h"
+#include "server/net/RequestShare.h"
 
 #include "server/refusal/Refusal.h"
 
@@ -13,36 +13,6 @@ constexpr qint64 kOwn = 256 << 10; // a few hundred rows; all sessions together 
 constexpr qint64 kAtATime = 1 << 20;
 
 } // namespace
-
-bool SharedBudget::Take(const QString& account, qint64 bytes)
-{
-    const std::lock_guard lock(mutex_);
-    qint64& own = byAccount_[account];
-    const bool little = own + bytes <= most_ / 16;
-    if (held_ + bytes > (little ? most_ : most_ - most_ / 4) || own + bytes > most_ / 2) {
-        if (own == 0)
-            byAccount_.remove(account);
-        return false;
-    }
-    held_ += bytes;
-    own += bytes;
-    return true;
-}
-
-void SharedBudget::GiveBack(const QString& account, qint64 bytes) noexcept
-{
-    const std::lock_guard lock(mutex_);
-    held_ -= bytes;
-    const auto own = byAccount_.find(account);
-    if ((*own -= bytes) == 0)
-        byAccount_.erase(own);
-}
-
-qint64 SharedBudget::Held() const
-{
-    const std::lock_guard lock(mutex_);
-    return held_;
-}
 
 void RequestShare::SetAccount(const QString& account)
 {
