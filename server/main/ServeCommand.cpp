@@ -108,6 +108,9 @@ Options ReadOptions(const Settings& settings, const monitoring::MonitorPtr& moni
         static_cast<int>(settings.Number(u"statement-timeout"_s, options.maxSeconds, 1, kLongTime));
     options.waitSeconds =
         static_cast<int>(settings.Number(u"wait-timeout"_s, options.waitSeconds, 1, kLongTime));
+    options.savedBytesADay =
+        settings.Number(u"saved-bytes-per-day"_s, options.savedBytesADay, qint64(1) << 20, qint64(1) << 40);
+    options.diskReserve = settings.Number(u"disk-reserve"_s, options.diskReserve, 0, qint64(1) << 40);
     options.onRefusedRows = [monitor](const RefusedRows& rows) {
         monitor->Refuse(RefusalReason::Site,
             {{"account", rows.who.account}, {"site", rows.who.site}, {"peer", rows.peer},
@@ -150,6 +153,16 @@ ListenerOptions ReadListenerOptions(const Settings& settings, const monitoring::
     options.tls = {settings.Value(u"tls-certificate"_s), settings.Value(u"tls-key"_s)};
     options.monitor = monitor;
     return options;
+}
+
+std::optional<Endpoint> ReadMetricsEndpoint(const Settings& settings)
+{
+    if (!settings.IsSet(u"metrics"_s))
+        return std::nullopt;
+    const Endpoint endpoint = settings.Address(u"metrics"_s, kMetricsPort);
+    if (!endpoint.address.isLoopback())
+        throw UsageError(u"--metrics takes a loopback address such as 127.0.0.1:%1"_s.arg(kMetricsPort));
+    return endpoint;
 }
 
 // Warns at every start of a password that others can read.
@@ -223,8 +236,9 @@ int Serve(const QStringList& arguments)
             u"tls-certificate"_s, u"tls-key"_s, u"plain-network"_s, u"max-sessions"_s,
             u"max-sessions-per-account"_s, u"max-sessions-per-address"_s, u"max-newcomers"_s,
             u"wait-timeout"_s, u"max-rows"_s, u"max-request-bytes"_s, u"request-memory"_s,
-            u"statement-timeout"_s, u"slow-statement"_s, u"login-timeout"_s, u"idle-timeout"_s,
-            u"stop-timeout"_s, u"metrics"_s, u"log-level"_s, u"log-format"_s});
+            u"saved-bytes-per-day"_s, u"disk-reserve"_s, u"statement-timeout"_s, u"slow-statement"_s,
+            u"login-timeout"_s, u"idle-timeout"_s, u"stop-timeout"_s, u"metrics"_s, u"log-level"_s,
+            u"log-format"_s});
     settings.Read(arguments);
     settings.RequireNoWords();
     TakeTurns();
@@ -234,10 +248,7 @@ int Serve(const QStringList& arguments)
     const QtMessages qtMessages(log);
     const ListenerOptions listenerOptions = ReadListenerOptions(settings, monitor);
     const std::chrono::milliseconds slow(settings.Number(u"slow-statement"_s, 1000, 0, kLongTime * 1000));
-    const bool wantsMetrics = settings.IsSet(u"metrics"_s);
-    const Endpoint metricsEndpoint = settings.Address(u"metrics"_s, kMetricsPort);
-    if (!metricsEndpoint.address.isLoopback())
-        throw UsageError(u"--metrics takes a loopback address such as 127.0.0.1:%1"_s.arg(kMetricsPort));
+    const std::optional<Endpoint> metricsEndpoint = ReadMetricsEndpoint(settings);
     // Before a database is made or filled.
     RequireServable(listenerOptions);
     const Options options = ReadOptions(settings, monitor);
@@ -256,9 +267,9 @@ int Serve(const QStringList& arguments)
     listener.Start();
     const StatusPage status(server, listener, listenerOptions, *monitor);
     std::optional<monitoring::MetricsPort> metrics;
-    if (wantsMetrics)
+    if (metricsEndpoint)
         metrics.emplace(
-            metricsEndpoint.address, metricsEndpoint.port, [&] { return monitor->metrics.All().Render(); },
+            metricsEndpoint->address, metricsEndpoint->port, [&] { return monitor->metrics.All().Render(); },
             [&] { return status.Text(); });
     log.Info("listening",
         {{"address", listenerOptions.address.toString()}, {"port", listener.Port()},

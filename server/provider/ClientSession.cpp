@@ -186,8 +186,16 @@ void ClientSession::Query(const wire::Request& request, wire::ReplySink& sink, w
     }
 }
 
+void ClientSession::RequireRoomToSave()
+{
+    server_.saves.Require(identity_.account, std::chrono::steady_clock::now());
+    server_.pool.Base().RequireRoom();
+}
+
 void ClientSession::Execute(const wire::Request& request, wire::Reply& reply)
 {
+    qint64 stored = 0;
+    RequireRoomToSave();
     storage::InTransaction(
         server_.pool, false,
         [&](storage::Connection& connection) {
@@ -200,6 +208,7 @@ void ClientSession::Execute(const wire::Request& request, wire::Reply& reply)
                 fields.Add(u"SQL", request.text);
                 fields.Add(u"ROWS", reply.rowCount);
                 const std::string_view text = fields.Finish();
+                stored = static_cast<qint64>(text.size());
                 connection.Insert(storage::AuditTable(),
                     storage::Row{{}, caller.now, identity_.account, wire::TextValue(identity_.employeeName),
                         wire::TextValue(peer_), translated.translation->targetTable, u"statement"_s, {},
@@ -207,30 +216,38 @@ void ClientSession::Execute(const wire::Request& request, wire::Reply& reply)
             });
         },
         identity_.account);
+    server_.saves.Add(identity_.account, stored, std::chrono::steady_clock::now());
 }
 
 void ClientSession::ApplyUpdates(const wire::Request& request, wire::Reply& reply)
 {
     ForbiddenRows forbidden;
     const quint64 digest = DigestOf(request.changes, request.maxErrors);
+    qint64 stored = 0;
     try {
         storage::InTransaction(
             server_.pool, true,
             [&](storage::Connection& connection) {
                 Watched(connection, request.changes.commandText, [&] {
                     RequireNew(connection, request.name, identity_.account, digest);
+                    Applied applied;
                     try {
-                        reply.outcome = ApplyChanges(connection, request.changes, request.maxErrors,
-                            CallerNow(), permissions_, forbidden);
+                        RequireRoomToSave();
+                        applied = ApplyChanges(connection, request.changes, request.maxErrors, CallerNow(),
+                            permissions_, forbidden);
                     } catch (const wire::Error&) {
                         connection.FinishSelect(); // what is refused now may have been applied before
                         throw;
                     }
-                    RequireSendable(reply.outcome);
-                    RememberOutcome(connection, request.name, identity_.account, digest, reply.outcome);
+                    RequireSendable(applied.outcome);
+                    stored = applied.audited
+                        + RememberOutcome(
+                            connection, request.name, identity_.account, digest, applied.outcome);
+                    reply.outcome = std::move(applied.outcome);
                 });
             },
             identity_.account);
+        server_.saves.Add(identity_.account, stored, std::chrono::steady_clock::now());
     } catch (AppliedBefore& before) {
         reply.outcome = std::move(before.outcome);
         forbidden = {}; // told the first time

@@ -29,6 +29,8 @@ private:
     void Query(const wire::Request& request, wire::ReplySink& sink, wire::Reply& reply);
     void Execute(const wire::Request& request, wire::Reply& reply);
     void ApplyUpdates(const wire::Request& request, wire::Reply& reply);
+    // Raises wire::Error (Limit, Storage) where the account or the disk has none.
+    void RequireRoomToSave();
     // Runs the work on a lent connection until it ends, the client is gone or the time is over.
     template <typename Work>
     void Watched(storage::Connection& connection, const QString& sqlText, Work&& work);

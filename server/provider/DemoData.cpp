@@ -37,7 +37,7 @@ storage::OpenOptions OpenOptionsFrom(const Options& options, wire::DateTime now)
         if (options.onProgress)
             options.onProgress(texts::MakingIndexes(), 100);
     };
-    return {options.maxSeconds, options.demo, fill};
+    return {options.maxSeconds, options.diskReserve, options.demo, fill};
 }
 
 std::vector<DemoAccount> DemoAccountsIn(storage::ConnectionPool& pool)

@@ -29,6 +29,9 @@ struct Options {
         onProgress; // while filling, on the caller's thread
     qint64 maxRows = 2'000'000; // a query that would return more is refused (Limit)
     int maxSeconds = 300; // a request that runs longer is stopped (Limit)
+    qint64 savedBytesADay = qint64(1) << 30; // what one account's saves leave in audit and outcomes (Limit)
+    qint64 diskReserve =
+        qint64(512) << 20; // with less of the database's disk free, nothing is saved (Storage)
     int permissionSeconds = 300; // so long may an account or a site that was changed still count as before
     std::function<void(const RefusedRows&)> onRefusedRows; // for the log; on the session's thread
 };

@@ -198,12 +198,15 @@ void RequireSendable(const wire::ApplyOutcome& outcome)
     }
 }
 
-void RememberOutcome(storage::OwnStatements& statements, const wire::ApplyName& name, const QString& account,
-    quint64 digest, const wire::ApplyOutcome& outcome)
+qint64 RememberOutcome(storage::OwnStatements& statements, const wire::ApplyName& name,
+    const QString& account, quint64 digest, const wire::ApplyOutcome& outcome)
 {
+    constexpr qint64 kRowBytes = 200; // beside the outcome itself
+    const QString text = Encode(digest, outcome);
     storage::Row row = NameOf(name);
-    row.insert(row.end(), {account, QDateTime::currentSecsSinceEpoch(), Encode(digest, outcome)});
+    row.insert(row.end(), {account, QDateTime::currentSecsSinceEpoch(), text});
     statements.InsertLast(storage::OutcomeTable(), row);
+    return kRowBytes + text.size();
 }
 
 void OutcomeTidier::Tidy(storage::ConnectionPool& pool, Clock::time_point now, qint64 unixNow)

@@ -26,9 +26,9 @@ void RequireNew(
 // Raises wire::Error (Limit) where no reply can hold the outcome: to be known while all can be undone.
 void RequireSendable(const wire::ApplyOutcome& outcome);
 // By the commit. Where the same log is being applied elsewhere this raises storage::TryAgain (Conflict), or
-// the commit does: its outcome is there to be found once this transaction has been undone.
-void RememberOutcome(storage::OwnStatements& statements, const wire::ApplyName& name, const QString& account,
-    quint64 digest, const wire::ApplyOutcome& outcome);
+// the commit does: its outcome is there to be found once this transaction has been undone. Gives the bytes.
+qint64 RememberOutcome(storage::OwnStatements& statements, const wire::ApplyName& name,
+    const QString& account, quint64 digest, const wire::ApplyOutcome& outcome);
 
 // Forgets outcomes that nobody will ask for any more: a connection that still repeats a save does so within
 // minutes. What looks a week old is deleted by the next call that comes half an hour of running time later:

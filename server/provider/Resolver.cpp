@@ -28,6 +28,9 @@ using wire::Value;
 // Rows handed to the storage at a time: enough for it to work without waiting for each.
 constexpr size_t kRowsAtOnce = 128;
 
+// Of an audit entry, beside its fields.
+constexpr qint64 kEntryBytes = 200;
+
 // Why one row is refused; the others go on.
 struct Refusal {
     QString reason;
@@ -78,6 +81,7 @@ public:
         Flush();
         return std::move(verdicts_);
     }
+    qint64 Audited() const noexcept { return audited_; }
 
 private:
     // What the server sets itself, and how the audit says so.
@@ -341,6 +345,7 @@ private:
         switch (result.outcome) {
         case RowResult::Outcome::Written:
             verdict.accepted = true;
+            audited_ += kEntryBytes + static_cast<qint64>(write.auditFields.size());
             return;
         case RowResult::Outcome::NotThere:
             return RefuseChanged(write, verdict);
@@ -425,6 +430,7 @@ private:
     std::vector<RowVerdict> verdicts_;
     wire::OutcomeSize size_; // of those that are refused
     int refused_ = 0;
+    qint64 audited_ = 0;
     // Rows on their way to the storage, kept from one batch to the next for their memory.
     std::vector<RowWrite> writes_;
     std::array<RowResult, kRowsAtOnce> results_;
@@ -438,21 +444,23 @@ private:
 
 } // namespace
 
-wire::ApplyOutcome ApplyChanges(storage::Connection& connection, const wire::ChangeLog& log, int maxErrors,
+Applied ApplyChanges(storage::Connection& connection, const wire::ChangeLog& log, int maxErrors,
     const Caller& caller, const Permissions& permissions, ForbiddenRows& forbidden)
 {
     Resolver resolver(connection, log, caller, permissions, forbidden);
     if (maxErrors >= 0)
         connection.SetSavepoint();
-    wire::ApplyOutcome outcome{resolver.Apply()};
+    Applied applied{{resolver.Apply()}, resolver.Audited()};
+    wire::ApplyOutcome& outcome = applied.outcome;
     if (maxErrors >= 0 && outcome.Rejected() > maxErrors) {
         connection.RollbackToSavepoint();
         outcome.rolledBack = true;
+        applied.audited = 0;
         // A row that was merely undone with the others has no reason of its own.
         for (RowVerdict& row : outcome.rows)
             row.accepted = false;
     }
-    return outcome;
+    return applied;
 }
 
 } // namespace server

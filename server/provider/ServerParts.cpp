@@ -11,6 +11,7 @@ ServerParts::ServerParts(const Options& chosen)
           std::chrono::seconds(chosen.waitSeconds))
     , accounts(pool)
     , sites(pool, std::chrono::seconds(chosen.permissionSeconds))
+    , saves(chosen.savedBytesADay)
 {
 }
 

@@ -4,6 +4,7 @@
 #include "server/provider/Clock.h"
 #include "server/provider/Options.h"
 #include "server/provider/Outcomes.h"
+#include "server/provider/SaveQuota.h"
 #include "server/provider/SiteScope.h"
 #include "server/storage/Pool.h"
 
@@ -19,6 +20,7 @@ struct ServerParts {
     Accounts accounts;
     SiteDirectory sites;
     OutcomeTidier outcomes;
+    SaveQuota saves;
 };
 
 } // namespace server

@@ -11,6 +11,10 @@ inline QString DiskFull()
 {
     return QStringLiteral("数据库所在磁盘空间不足，数据没有保存，请清理磁盘后重试！");
 }
+inline QString DiskAlmostFull()
+{
+    return QStringLiteral("数据库所在磁盘剩余空间不足，数据没有保存，请系统管理员清理磁盘后重试！");
+}
 inline QString ReadOnly()
 {
     return QStringLiteral("数据库文件或文件夹只读，请检查其写入权限后重试！");
@@ -220,6 +224,10 @@ inline QString NameUsedAgain()
 inline QString SortedTooMuch()
 {
     return QStringLiteral("需要排序或汇总的数据过多，请缩小查询范围！");
+}
+inline QString SavedTooMuch(int minutes)
+{
+    return QStringLiteral("本账号一天内保存的数据过多，请在%1分钟后重试，或联系系统管理员！").arg(minutes);
 }
 inline QString TooManyRefusals(int rows)
 {

@@ -16,6 +16,9 @@ public:
     virtual std::unique_ptr<Connection> Connect() = 0;
     // Takes one writing transaction at a time: the pool lets them queue.
     virtual bool HasOneWriter() const noexcept = 0;
+    // Raises wire::Error (Storage) where too little of its disk is free for a save; does nothing where a
+    // server of its own looks after that.
+    virtual void RequireRoom() const { }
     // For administrators: kind, version and place; never a password.
     virtual QString Description() const = 0;
 };
@@ -26,6 +29,7 @@ void LoadTable(company::RowSink& sink, const company::Table& table, const std::v
 // What a database is opened with, besides its address.
 struct OpenOptions {
     int maxSeconds = 300; // no statement runs longer, but for a grace
+    qint64 diskReserve = 0; // bytes of the disk that saves leave free, where it is known
     QString demo; // size of the demo data that a new database is filled with; empty: none
     std::function<void(company::RowSink&)> fill; // fills it, where `demo` says so
 };

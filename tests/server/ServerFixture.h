@@ -181,6 +181,8 @@ protected:
         options.now = wire::DateTime::FromParts(2024, 3, 1, 8);
         options.maxRows = maxRows_;
         options.maxSeconds = maxSeconds_;
+        options.savedBytesADay = savedBytesADay_;
+        options.diskReserve = diskReserve_;
         if (other_)
             other_->Configure(options);
         server_ = std::make_unique<ApplicationServer>(options);
@@ -221,6 +223,8 @@ protected:
     std::unique_ptr<OtherDatabase> other_;
     qint64 maxRows_ = 1'000'000;
     int maxSeconds_ = 60;
+    qint64 savedBytesADay_ = qint64(1) << 30;
+    qint64 diskReserve_ = 0;
     std::unique_ptr<ApplicationServer> server_;
 
 private:

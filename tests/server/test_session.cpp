@@ -1,6 +1,8 @@
 #include "tests/server/AnyStorage.h"
 
 #include "server/provider/Outcomes.h"
+#include "server/provider/SaveQuota.h"
+#include "server/refusal/UserTexts.h"
 #include "server/storage/OwnTables.h"
 
 #include <chrono>
@@ -148,6 +150,46 @@ TEST_P(SessionLimitsTest, OfRowsAndTimeAndInterruption)
     });
     EXPECT_EQ(KindOf([&] { client.Query(endless); }), ErrorKind::Limit);
     EXPECT_EQ(client.Query(u"select a.* from tab_site a"_s).RowCount(), 1) << "the next request is a new one";
+}
+
+// What saves leave behind is kept for good, or for days: no account fills the disk with it.
+TEST_P(SessionLimitsTest, WhoSavesWithoutEndIsStoppedAndNobodyElse)
+{
+    savedBytesADay_ = 3'000; // some six small saves
+    Restart();
+    server_->AddAccount({u"other"_s, u"secret"_s, u"E1"_s, {}, u"110"_s, Role::Headquarters});
+    const auto save = [](Client& client, quint64 number) {
+        const wire::RowSet rows = client.Query(kOrders);
+        const Changes changes = Changes(kOrders, rows).Update(0, u"REMARK=%1"_s.arg(number));
+        client.Apply(changes.log, {.client = {5}, .number = number}, -1);
+        return changes.log;
+    };
+    Client client = LoggedIn();
+    const wire::ChangeLog first = save(client, 1);
+    quint64 saves = 1;
+    const wire::Error error = ErrorOf([&] {
+        for (; saves < 50; ++saves)
+            save(client, saves + 1);
+    });
+    EXPECT_EQ(error.Kind(), ErrorKind::Limit);
+    EXPECT_TRUE(error.Message().contains(u"分钟后重试"_s)) << error.what();
+    EXPECT_EQ(RawText("select count(*) from zelmor_audit"), QString::number(saves));
+    EXPECT_EQ(KindOf([&] { client.Execute(u"update tab_zelmor_bill set REMARK='x'"_s); }), ErrorKind::Limit);
+    EXPECT_EQ(client.Apply(first, {.client = {5}, .number = 1}, -1).Rejected(), 0) << "was stored before";
+    Client other(*server_, u"other"_s, u"secret"_s);
+    save(other, 100);
+}
+
+TEST(SaveQuotaTest, AShareComesBackWithinADay)
+{
+    using namespace std::chrono_literals;
+    SaveQuota quota(1'000);
+    const SaveQuota::Clock::time_point start{};
+    quota.Add(u"clerk"_s, 1'500, start);
+    EXPECT_EQ(ErrorOf([&] { quota.Require(u"clerk"_s, start); }).Message(), texts::SavedTooMuch(12 * 60 + 1));
+    EXPECT_EQ(KindOf([&] { quota.Require(u"clerk"_s, start + 12h - 1s); }), ErrorKind::Limit);
+    quota.Require(u"clerk"_s, start + 12h + 1s);
+    quota.Require(u"other"_s, start);
 }
 
 TEST_P(SessionTest, ClockRunsOnFromItsStart)

@@ -2,11 +2,13 @@
 #include "server/provider/Resolver.h"
 #include "server/refusal/UserTexts.h"
 #include "server/storage/Pool.h"
+#include "server/storage/sqlite/Checkpointer.h"
 #include "server/storage/sqlite/SqliteConnection.h"
 #include "server/storage/sqlite/TemporaryFiles.h"
 #include "tests/server/ServerFixture.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -66,9 +68,36 @@ TEST_F(StorageFaultTest, HalfMadeDatabaseIsMadeAgain)
     EXPECT_EQ(server_->QueryAsAdministrator(kOrders).RowCount(), 1);
 }
 
-// What is sorted may fill the disk that saves need.
+// A temporary file of an account, so large without that anything is written.
+class SortedFile {
+public:
+    SortedFile(const QString& account, qint64 size)
+    {
+        const storage::sqlite::TemporaryFilesOf files(account);
+        constexpr int kFlags = SQLITE_OPEN_TEMP_JOURNAL | SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE
+            | SQLITE_OPEN_EXCLUSIVE | SQLITE_OPEN_DELETEONCLOSE;
+        sqlite3_vfs* const system = sqlite3_vfs_find(storage::sqlite::CountedFiles());
+        memory_.resize(static_cast<size_t>(system->szOsFile) / sizeof(qint64) + 1);
+        if (system->xOpen(system, nullptr, File(), kFlags, nullptr) == SQLITE_OK)
+            fits = File()->pMethods->xWrite(File(), "x", 1, size - 1) == SQLITE_OK;
+    }
+    ~SortedFile() { File()->pMethods->xClose(File()); }
+    SortedFile(const SortedFile&) = delete;
+    SortedFile& operator=(const SortedFile&) = delete;
+
+    bool fits = false;
+
+private:
+    sqlite3_file* File() { return reinterpret_cast<sqlite3_file*>(memory_.data()); }
+
+    std::vector<qint64> memory_;
+};
+
+// What is sorted may fill the disk that saves need, and keep others from sorting.
 TEST_F(StorageFaultTest, WhatIsSortedTakesNoMoreOfTheDiskThanItMay)
 {
+    constexpr qint64 kMost = qint64(2) << 30;
+    EXPECT_FALSE(SortedFile(u"other"_s, kMost + 1).fits);
     QStringList rows;
     for (int i = 0; i < 17; ++i)
         rows << u"('%1')"_s.arg(i);
@@ -78,14 +107,16 @@ TEST_F(StorageFaultTest, WhatIsSortedTakesNoMoreOfTheDiskThanItMay)
     const QString sorted = u"select count(*) from (select distinct rpad(a.TX_LOGISTIC_ID,4000,'x') || "
                            "b.TX_LOGISTIC_ID || c.TX_LOGISTIC_ID x from tab_zelmor_bill a, "
                            "tab_zelmor_bill b, tab_zelmor_bill c) t"_s;
-    for (const auto& [ofOne, ofAll] :
-        {std::pair(qint64(8) << 20, qint64(1) << 30), std::pair(qint64(1) << 30, qint64(8) << 20)}) {
-        storage::sqlite::LimitTemporaryFiles(ofOne, ofAll);
+    {
+        const SortedFile others(u"other"_s, kMost);
+        EXPECT_TRUE(others.fits);
+        const SortedFile first(u"clerk"_s, kMost);
+        const SortedFile second(u"clerk"_s, kMost);
+        EXPECT_TRUE(first.fits && second.fits);
         EXPECT_EQ(ErrorOf([&] { client.Query(sorted); }).Message(), texts::SortedTooMuch());
+        EXPECT_TRUE(SortedFile(u"third"_s, kMost / 4).fits);
     }
-    storage::sqlite::LimitTemporaryFiles(qint64(1) << 30, qint64(64) << 20);
     EXPECT_EQ(client.Query(sorted).RowCount(), 1) << "what was refused has been given back";
-    storage::sqlite::LimitTemporaryFiles(qint64(2) << 30, qint64(8) << 30);
 }
 
 TEST_F(StorageFaultTest, FolderThatCannotBeMade)
@@ -210,6 +241,54 @@ TEST_F(StorageFaultTest, FullDiskUndoesTheSaveAndSaysSo)
     }
     EXPECT_EQ(RawText("select count(*) from tab_zelmor_bill where REMARK is not null"), u"0"_s);
     EXPECT_EQ(RawText("select count(*) from zelmor_audit"), u"0"_s);
+}
+
+// The last of a disk is for what has to go on: the log, a copy, an account that is closed.
+TEST_F(StorageFaultTest, SavesLeaveTheDiskItsReserve)
+{
+    Client before = LoggedIn();
+    const Changes changes = Changes(kOrders, before.Query(kOrders)).Update(0, u"REMARK=x"_s);
+    const wire::ApplyName name{.client = {1}, .number = 1};
+    before.Apply(changes.log, name, -1);
+    diskReserve_ = qint64(1) << 60;
+    Restart();
+    Client client = LoggedIn();
+    const wire::ChangeLog next = Changes(kOrders, client.Query(kOrders)).Update(0, u"REMARK=y"_s).log;
+    for (const wire::Error& error : {ErrorOf([&] { client.Apply(next); }),
+             ErrorOf([&] { client.Execute(u"update tab_zelmor_bill set REMARK='x'"_s); })}) {
+        EXPECT_EQ(error.Kind(), wire::ErrorKind::Storage);
+        EXPECT_EQ(error.Message(), texts::DiskAlmostFull());
+    }
+    EXPECT_EQ(client.Apply(changes.log, name, -1).Rejected(), 0) << "was stored before";
+    server_->RemoveAccount(u"clerk"_s);
+}
+
+// Readers that overlap keep the log from being begun anew; saves would let it grow over the disk.
+TEST_F(StorageFaultTest, TheLogHasAnEndThoughThereIsAlwaysSomebodyReading)
+{
+    using namespace storage::sqlite;
+    Checkpointer checkpointer(File(), 100);
+    Database writer(File(), OpenMode::Serve);
+    checkpointer.Watch(writer);
+    std::atomic<bool> saved{false};
+    const auto read = [&] {
+        Database reader(File(), OpenMode::Serve);
+        while (!saved) {
+            reader.Execute("begin; select count(*) from tab_zelmor_bill");
+            while (!saved && !checkpointer.NeedsRoom())
+                std::this_thread::yield();
+            reader.Execute("commit");
+        }
+    };
+    {
+        const std::jthread one(read);
+        const std::jthread other(read);
+        for (int i = 0; i < 300; ++i)
+            writer.Execute("update tab_zelmor_bill set REMARK = hex(randomblob(4000))");
+        saved = true;
+    }
+    EXPECT_LT(QFileInfo(File() + u"-wal"_s).size(), 200 * 4200); // of 10 MB
+    EXPECT_EQ(RawText("pragma integrity_check"), u"ok"_s);
 }
 
 // What a reply takes of the memory must not grow with the length of its texts.
