@@ -24,12 +24,14 @@ Result Crash(Target& target, bool brief);
 Result Freeze(Target& target, bool brief);
 Result TranslateWithoutEnd(Target& target, bool brief);
 Result FillTheMemory(Target& target, bool brief);
+Result PrepareWithoutEnd(Target& target, bool brief);
 Result StarveByStatements(Target& target, bool brief);
 Result StarveBySaving(Target& target, bool brief);
 Result StarveByNotReading(Target& target, bool brief);
 Result OccupyConnections(Target& target, bool brief);
 Result GuessPasswords(Target& target, bool brief);
 Result SaveTwice(Target& target, bool brief);
+Result LeaveWhileSaving(Target& target, bool brief);
 Result WriteWhatIsOthers(Target& target, bool brief);
 Result MisplaceFilesAndKeys(Target& target, bool brief);
 

@@ -12,6 +12,8 @@
 #include <QSslSocket>
 #include <QTcpServer>
 
+#include <mutex>
+
 using namespace Qt::Literals::StringLiterals;
 using wire::Error;
 using wire::ErrorKind;
@@ -65,6 +67,48 @@ bool Speaks(int port, QSsl::SslProtocol protocol, const QString& ciphers)
     return socket.waitForEncrypted(5'000);
 }
 
+struct Forgery {
+    QString account;
+    QString order; // which one, in SQL
+    std::vector<std::pair<QString, wire::Value>> edits;
+};
+
+const QString kOwn = u"PREPARE_SITE = ';安徽合肥一部;' and STATUS = 0"_s; // of hefei1
+
+const std::vector<Forgery>& Forgeries()
+{
+    static const std::vector<Forgery> forgeries{
+        {u"hefei"_s, u"STATUS = 6 and REC_SITE not like '安徽%'"_s, {{u"STATUS"_s, qint64(4)}}},
+        {u"hefei1"_s, kOwn, {{u"MODIFIER"_s, u"别人"_s}}},
+        {u"hefei1"_s, kOwn, {{u"MODIFY_CODE"_s, u"E999"_s}}},
+        {u"hefei1"_s, kOwn, {{u"CREATER_MAN"_s, u"别人"_s}}},
+        {u"hefei1"_s, kOwn, {{u"CANCEL_MAN"_s, u"别人"_s}}},
+        {u"hefei1"_s, kOwn, {{u"STATUS"_s, qint64(99'999)}}},
+        {u"hefei1"_s, kOwn, {{u"CREATE_DATE"_s, wire::DateTime{0}}}},
+        {u"hefei1"_s, kOwn, {{u"REC_SITE"_s, u"没有这个网点"_s}}},
+        {u"hefei1"_s, kOwn, {{u"PREPARE_SITE"_s, u";没有这个网点;"_s}}},
+        {u"hefei1"_s, u"REC_SITE = '安徽合肥二部'"_s, {{u"REMARK"_s, u"x"_s}}},
+        {u"benbu"_s, u"STATUS = 0"_s, {{u"STATUS"_s, qint64(99'999)}}},
+        {u"hefei1"_s, kOwn, {{u"STATUS"_s, qint64(2)}, {u"CANCEL_DESC"_s, u"超规格"_s}}}, // unsigned
+        {u"hefei1"_s, kOwn, {{u"REC_SITE"_s, u"安徽合肥一部"_s}}},
+    };
+    return forgeries;
+}
+
+// An order that another has changed last, with its stamps left as they are.
+bool SignsByItself(Target& target, quint64& number)
+{
+    const QString query = kQuery + u" where %1 order by TX_LOGISTIC_ID"_s.arg(kOwn);
+    const auto isSigned = [&](const QString& account) {
+        Attacker desk(target.Port(), u"127.0.0.8"_s);
+        const wire::Identity who = desk.LogIn(account);
+        desk.Ask(Save(kQuery, desk.Ask(Query(query)).rows, 0, {{u"REMARK"_s, account}}, ++number));
+        const wire::RowSet rows = desk.Ask(Query(query)).rows;
+        return wire::ToText(rows.columns[size_t(rows.IndexOf(u"MODIFIER"))].ValueAt(0)) == who.employeeName;
+    };
+    return isSigned(u"benbu"_s) && isSigned(u"hefei1"_s);
+}
+
 } // namespace
 
 Result GuessPasswords(Target& target, bool brief)
@@ -77,6 +121,7 @@ Result GuessPasswords(Target& target, bool brief)
     int looked = 0;
     {
         std::vector<std::jthread> inventors;
+        inventors.reserve(4);
         for (int i = 0; i < 4; ++i)
             inventors.emplace_back([&] {
                 for (int n = name++; n < names; n = name++) // twenty of an address are looked at
@@ -98,8 +143,10 @@ Result GuessPasswords(Target& target, bool brief)
     // Nor does it help to ask for many at once.
     std::atomic<int> together{0};
     {
+        const int guesses = brief ? 60 : 300;
         std::vector<std::jthread> threads;
-        for (int i = 0; i < (brief ? 60 : 300); ++i)
+        threads.reserve(size_t(guesses));
+        for (int i = 0; i < guesses; ++i)
             threads.emplace_back([&, i] {
                 together += WasLookedAt(Guess(target, u"127.0.0.6"_s, u"clerk%1"_s.arg(i))) ? 1 : 0;
             });
@@ -149,33 +196,61 @@ Result SaveTwice(Target& target, bool /*brief*/)
             .arg(stored)};
 }
 
+// Desks that leave as soon as they have sent, or a little later, and ask again what became of it.
+Result LeaveWhileSaving(Target& target, bool brief)
+{
+    const int saves = brief ? 5 : 40; // of each
+    const QString query =
+        kQuery + u" where STATUS = 0 and PREPARE_SITE = ';安徽合肥二部;' order by TX_LOGISTIC_ID"_s;
+    std::mutex mutex;
+    QStringList wrong;
+    {
+        std::vector<std::jthread> desks;
+        desks.reserve(4);
+        for (int desk = 0; desk < 4; ++desk)
+            desks.emplace_back([&, desk] {
+                try {
+                    for (int i = 1; i <= saves; ++i) {
+                        auto leaving = std::make_unique<Attacker>(target.Port(), u"127.0.0.9"_s);
+                        leaving->LogIn(u"hefei2"_s);
+                        const wire::RowSet rows = leaving->Ask(Query(query)).rows;
+                        if (rows.RowCount() <= desk)
+                            throw Error(ErrorKind::Data, u"too few orders"_s);
+                        const wire::Request save = Save(kQuery, rows, desk,
+                            {{u"REMARK"_s, QString::number(i)}}, quint64(10'000 * (desk + 1) + i));
+                        leaving->Send(wire::EncodeRequest(save, 9));
+                        std::this_thread::sleep_for(std::chrono::microseconds(i % 5 * 400));
+                        leaving.reset();
+                        Attacker again(target.Port(), u"127.0.0.9"_s);
+                        again.LogIn(u"hefei2"_s);
+                        const Answer answer = again.Ask(save);
+                        const wire::RowSet now = again.Ask(Query(query)).rows;
+                        const bool stored =
+                            wire::ToText(now.columns[size_t(now.IndexOf(u"REMARK"))].ValueAt(desk))
+                            == QString::number(i);
+                        if (answer.accepted && answer.reply.outcome.Rejected() == 0 && stored)
+                            continue;
+                        const std::lock_guard lock(mutex);
+                        wrong += u"save %1: %2"_s.arg(i).arg(
+                            answer.accepted ? u"refused its own row"_s : answer.reason);
+                    }
+                } catch (const Error& error) {
+                    const std::lock_guard lock(mutex);
+                    wrong += error.Message();
+                }
+            });
+    }
+    return {wrong.isEmpty(),
+        u"%1 saves of desks that left at once, asked for again: %2"_s.arg(4 * saves).arg(
+            wrong.isEmpty() ? u"each stored once"_s : wrong.join(u", "))};
+}
+
 Result WriteWhatIsOthers(Target& target, bool /*brief*/)
 {
-    struct Forgery {
-        QString account;
-        QString order; // which one, in SQL
-        std::vector<std::pair<QString, wire::Value>> edits;
-    };
-    const QString own = u"PREPARE_SITE = ';安徽合肥一部;' and STATUS = 0"_s;
-    const std::vector<Forgery> forgeries{
-        {u"hefei"_s, u"STATUS = 6 and REC_SITE not like '安徽%'"_s, {{u"STATUS"_s, qint64(4)}}},
-        {u"hefei1"_s, own, {{u"MODIFIER"_s, u"别人"_s}}},
-        {u"hefei1"_s, own, {{u"MODIFY_CODE"_s, u"E999"_s}}},
-        {u"hefei1"_s, own, {{u"CREATER_MAN"_s, u"别人"_s}}},
-        {u"hefei1"_s, own, {{u"CANCEL_MAN"_s, u"别人"_s}}},
-        {u"hefei1"_s, own, {{u"STATUS"_s, qint64(99'999)}}},
-        {u"hefei1"_s, own, {{u"CREATE_DATE"_s, wire::DateTime{0}}}},
-        {u"hefei1"_s, own, {{u"REC_SITE"_s, u"没有这个网点"_s}}},
-        {u"hefei1"_s, own, {{u"PREPARE_SITE"_s, u";没有这个网点;"_s}}},
-        {u"hefei1"_s, u"REC_SITE = '安徽合肥二部'"_s, {{u"REMARK"_s, u"x"_s}}},
-        {u"benbu"_s, u"STATUS = 0"_s, {{u"STATUS"_s, qint64(99'999)}}},
-        {u"hefei1"_s, own, {{u"STATUS"_s, qint64(2)}, {u"CANCEL_DESC"_s, u"超规格"_s}}}, // unsigned
-        {u"hefei1"_s, own, {{u"REC_SITE"_s, u"安徽合肥一部"_s}}},
-    };
     int refused = 0;
     QStringList through;
     quint64 number = 100;
-    for (const Forgery& forgery : forgeries) {
+    for (const Forgery& forgery : Forgeries()) {
         Attacker attacker(target.Port(), u"127.0.0.8"_s);
         attacker.LogIn(forgery.account);
         const wire::RowSet rows = attacker.Ask(Query(kQuery + u" where "_s + forgery.order)).rows;
@@ -191,19 +266,7 @@ Result WriteWhatIsOthers(Target& target, bool /*brief*/)
         else
             ++refused;
     }
-    // An order that another has changed last, with its stamps left as they are.
-    Attacker first(target.Port(), u"127.0.0.8"_s);
-    const wire::Identity headquarters = first.LogIn(u"benbu"_s);
-    Attacker second(target.Port(), u"127.0.0.8"_s);
-    const wire::Identity branch = second.LogIn(u"hefei1"_s);
-    const QString query = kQuery + u" where %1 order by TX_LOGISTIC_ID"_s.arg(own);
-    const auto modifier = [&](Attacker& by, const QString& remark) {
-        by.Ask(Save(kQuery, by.Ask(Query(query)).rows, 0, {{u"REMARK"_s, remark}}, ++number));
-        const wire::RowSet rows = by.Ask(Query(query)).rows;
-        return wire::ToText(rows.columns[size_t(rows.IndexOf(u"MODIFIER"))].ValueAt(0));
-    };
-    if (modifier(first, u"one"_s) == headquarters.employeeName
-        && modifier(second, u"two"_s) == branch.employeeName)
+    if (SignsByItself(target, number))
         ++refused;
     else
         through += u"a change under the stamps of another"_s;

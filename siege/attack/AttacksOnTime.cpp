@@ -101,6 +101,17 @@ Result Judge(const HonestDesk::Wait& wait, const QString& what, bool more = true
             .arg(wait.refused.isEmpty() ? QString() : u", and was refused: "_s + wait.refused)};
 }
 
+// The change of the log's row, and as many more of it.
+wire::Request OverAndOver(wire::Request log, int changes)
+{
+    log.changes.rows.resize(size_t(changes), log.changes.rows.front());
+    for (int n = 1; n < changes; ++n) {
+        wire::CellChange& remark = log.changes.rows[size_t(n)].cells.back();
+        remark = {remark.column, QString::number(n - 1), QString::number(n)};
+    }
+    return log;
+}
+
 const QString kEndless =
     u"select count(*) from tab_zelmor_bill a, tab_zelmor_bill b, tab_zelmor_bill c where a.name||b.name||c.name='x'"_s;
 
@@ -155,13 +166,18 @@ Result TranslateWithoutEnd(Target& target, bool brief)
     QStringList columns;
     for (int i = 0; i < 60'000; ++i)
         columns += u"c%1"_s.arg(i);
+    QStringList named; // a reply's columns, not its rows, would be large
+    for (int i = 0; i < 900; ++i)
+        named += u"1 \"%1%2\""_s.arg(i).arg(QString(1'100, u'名'));
     return PlayTexts(target,
         {u"select "_s + u"b.*,"_s.repeated(400) + u"b.* from tab_zelmor_bill b"_s,
             u"select "_s + u"b.*,"_s.repeated(20'000) + u"b.* from tab_zelmor_bill b"_s,
             u"select b.* from tab_zelmor_bill b where 1=0"_s + u" or b.name='x'"_s.repeated(14'000),
             u"select "_s + columns.join(u',') + u" from tab_zelmor_bill"_s,
             u"select * from "_s + u"tab_zelmor_bill,"_s.repeated(20'000) + u"dual"_s,
-            u"select 1 from dual where 1 in ("_s + u"1,"_s.repeated(100'000) + u"1)"_s},
+            u"select 1 from dual where 1 in ("_s + u"1,"_s.repeated(100'000) + u"1)"_s,
+            u"select 1 \"%1\" from dual"_s.arg(QString(900'000, u'x')),
+            u"select %1 from dual"_s.arg(named.join(u','))},
         brief);
 }
 
@@ -227,6 +243,39 @@ Result FillTheMemory(Target& target, bool brief)
         u"%1 MB before, %2 MB more at most, %3 MB more afterwards"_s.arg(before).arg(peak).arg(kept)};
 }
 
+// Texts that differ in more than their literals: each has a translation and a statement of its own.
+Result PrepareWithoutEnd(Target& target, bool brief)
+{
+    constexpr int kMostKept = 150 * kBurden; // megabytes
+    const int before = target.Resident();
+    HonestDesk desk(target);
+    std::atomic<int> answered{0};
+    {
+        std::vector<std::jthread> crowd;
+        crowd.reserve(4);
+        for (int i = 0; i < 4; ++i)
+            crowd.emplace_back([&, i] {
+                try {
+                    Attacker attacker(target.Port());
+                    attacker.LogIn(i % 2 == 0 ? kBranch : kOther);
+                    for (int n = 0; n < (brief ? 300 : 5'000); ++n)
+                        answered += attacker
+                                        .Ask(Query(u"select a.* from tab_zelmor_bill a, dual t%1_%2 where "
+                                                   "a.TX_LOGISTIC_ID = 'x'"_s.arg(i)
+                                                       .arg(n)))
+                                        .accepted
+                            ? 1
+                            : 0;
+                } catch (const Error&) {
+                    // Fewer answers.
+                }
+            });
+    }
+    const int kept = target.Resident() - before;
+    return Judge(desk.Finish(), u"%1 texts of one run each left %2 MB"_s.arg(answered.load()).arg(kept),
+        kept < kMostKept && answered > 0);
+}
+
 Result StarveByStatements(Target& target, bool /*brief*/)
 {
     HonestDesk desk(target);
@@ -245,7 +294,7 @@ Result StarveBySaving(Target& target, bool brief)
     const auto ordersOf = [&](Attacker& desk, const QString& site) {
         return desk.Ask(Query(query + u" where STATUS = 0 and PREPARE_SITE = ';%1;'"_s.arg(site))).rows;
     };
-    // The same row, over and over: as many as fit into a request.
+    // As many as fit into a request.
     const int changes = brief ? 10'000 : 100'000;
     std::vector<std::jthread> crowd;
     std::mutex mutex;
@@ -261,13 +310,9 @@ Result StarveBySaving(Target& target, bool brief)
                 const wire::RowSet rows = ordersOf(attacker, u"安徽合肥一部"_s);
                 if (rows.RowCount() <= i)
                     throw Error(wire::ErrorKind::Data, u"too few orders"_s);
-                wire::Request log = Save(query, rows, i, {{u"REMARK"_s, u"0"_s}}, quint64(1'000 + i));
-                log.changes.rows.resize(size_t(changes), log.changes.rows.front());
-                for (int n = 1; n < changes; ++n) {
-                    wire::CellChange& remark = log.changes.rows[size_t(n)].cells.back();
-                    remark = {remark.column, QString::number(n - 1), QString::number(n)};
-                }
-                const Answer answer = attacker.Ask(log, true);
+                const Answer answer = attacker.Ask(
+                    OverAndOver(Save(query, rows, i, {{u"REMARK"_s, u"0"_s}}, quint64(1'000 + i)), changes),
+                    true);
                 const std::lock_guard lock(mutex);
                 accepted += answer.accepted && answer.reply.outcome.Rejected() == 0 ? 1 : 0;
                 longest = std::max(longest, answer.seconds);
