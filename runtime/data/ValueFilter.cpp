@@ -85,7 +85,7 @@ void ValueFilters::Set(const QString& field, Passes passes)
     std::erase_if(filters_,
         [&](const Filter& filter) { return filter.field.compare(field, Qt::CaseInsensitive) == 0; });
     if (passes)
-        filters_.push_back({field, std::move(passes)});
+        filters_.push_back({field, std::move(passes), {}});
 }
 
 void ValueFilters::Clear() noexcept
@@ -107,15 +107,18 @@ void ValueFilters::Bind(
     const RowStore& rows, const std::function<int(const QString&)>& fieldIndex, int without)
 {
     bound_.clear();
-    for (const Filter& filter : filters_) {
+    for (Filter& filter : filters_) {
         const int field = fieldIndex(filter.field);
         if (field < 0 || field == without)
             continue;
         const FieldValues& values = Values(rows, field);
-        Bound& bound = bound_.emplace_back(Bound{&values, field, {}, &filter.passes});
-        bound.passing.resize(size_t(values.Count()));
+        bound_.push_back({&values, field, &filter});
+        if (!filter.passing.empty())
+            continue;
+        std::vector<bool> passing(size_t(values.Count()));
         for (quint32 code = 0; code < quint32(values.Count()); ++code)
-            bound.passing[code] = filter.passes(values.Value(code));
+            passing[code] = filter.passes(values.Value(code));
+        filter.passing = std::move(passing);
     }
 }
 
@@ -125,7 +128,8 @@ bool ValueFilters::Pass(const RowStore& rows, RowNumber row) const
         return true;
     for (const Bound& bound : bound_) {
         const wire::Value* edited = rows.Edited(row, bound.field);
-        if (edited ? !(*bound.passes)(*edited) : !bound.passing[bound.values->CodeOf(row)])
+        const Filter& filter = *bound.filter;
+        if (edited ? !filter.passes(*edited) : !filter.passing[bound.values->CodeOf(row)])
             return false;
     }
     return true;

@@ -44,6 +44,8 @@ public:
     {
         bound_.clear();
         values_.clear();
+        for (Filter& filter : filters_)
+            filter.passing.clear();
     }
     size_t MemoryUse() const noexcept;
     const FieldValues& Values(const RowStore& rows, int field);
@@ -52,12 +54,12 @@ private:
     struct Filter {
         QString field;
         Passes passes;
+        std::vector<bool> passing; // by code, once it was asked
     };
     struct Bound {
         const FieldValues* values;
         int field;
-        std::vector<bool> passing; // by code
-        const Passes* passes;
+        const Filter* filter;
     };
     std::vector<Filter> filters_;
     std::vector<Bound> bound_;

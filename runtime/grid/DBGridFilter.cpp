@@ -1,8 +1,6 @@
 // Filters by title.
 
-#include "runtime/controls/DateTimeText.h"
-#include "runtime/data/TextNumbers.h"
-#include "runtime/grid/DBGridPrivate.h"
+#include "runtime/grid/FilterCondition.h"
 #include "runtime/grid/FilterPopup.h"
 #include "runtime/ui/Application.h"
 
@@ -11,20 +9,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr qsizetype kTextsInWords = 2;
-
-// A date alone, as the upper bound, means the whole day.
-bool IsBelow(const wire::Value& value, const wire::Value& bound, bool wholeDay)
-{
-    constexpr qint64 kDay = 86'400;
-    if (const auto* moment = std::get_if<wire::DateTime>(&value)) {
-        const auto* other = std::get_if<wire::DateTime>(&bound);
-        return other && moment->seconds < other->seconds + (wholeDay ? kDay : 0);
-    }
-    const auto* other = std::get_if<double>(&bound);
-    const auto* integer = std::get_if<qint64>(&value);
-    const double number = integer ? double(*integer) : std::get<double>(value);
-    return other && (wholeDay ? number <= *other : number < *other);
-}
 
 } // namespace
 
@@ -43,69 +27,36 @@ QString TDBGridEh::Filter::Words() const
     return all.trimmed();
 }
 
-wire::Value TDBGridEh::Private::Bound(const QString& text, bool date)
-{
-    if (date) {
-        const auto moment = ReadDateTime(TDateTimeKind::DateTime, text);
-        return moment ? wire::Value(*moment) : wire::Value{};
-    }
-    bool number = false;
-    const double value = text.toDouble(&number);
-    return number ? wire::Value(value) : wire::Value{};
-}
-
 bool TDBGridEh::Private::CanFilter(int column) const
 {
     return OpenDataSet() && ShownColumn(column) && columns[size_t(column)].field >= 0
         && !columns[size_t(column)].rowNumber;
 }
 
-QString TDBGridEh::Private::FilterText(const TGridColumn& column, const wire::Value& value) const
-{
-    if (const auto* moment = std::get_if<wire::DateTime>(&value))
-        return DateTimeText(TDateTimeKind::Date, *moment);
-    return ShownText(column, value);
-}
-
-bool TDBGridEh::Private::Passes(const TDBGridEh::Filter& filter, const wire::Value& value) const
-{
-    const bool date = std::holds_alternative<wire::DateTime>(value);
-    const bool bounded = !filter.from.isEmpty() || !filter.to.isEmpty();
-    if (bounded && (wire::IsNull(value) || std::holds_alternative<QString>(value)))
-        return false;
-    if (!filter.from.isEmpty() && IsBelow(value, Bound(filter.from, date), false))
-        return false;
-    return filter.to.isEmpty() || IsBelow(value, Bound(filter.to, date), !date || filter.to.size() <= 10);
-}
-
 void TDBGridEh::SetFilter(const Filter& filter)
 {
-    TClientDataSetEx* open = d_->OpenDataSet();
-    if (!open || !d_->PostRow()) // the row in edit moves on with the others
+    d_->ApplyFilter(filter, Private::FilterCondition(*d_, filter));
+}
+
+void TDBGridEh::Private::ApplyFilter(const Filter& filter, const FilterCondition& condition)
+{
+    TClientDataSetEx* open = OpenDataSet();
+    if (!open || !PostRow()) // the row in edit moves on with the others
         return;
     const auto others = [&](const Filter& one) {
         return one.field.compare(filter.field, Qt::CaseInsensitive) != 0;
     };
     Guarded([&] {
-        std::function<bool(const wire::Value&)> passes;
-        if (!filter.IsEmpty()) {
-            TextNumbers numbers(filter.shown);
-            const auto count = numbers.Count();
-            passes = [this, filter, count, numbers = std::move(numbers)](const wire::Value& value) mutable {
-                const int column = ColumnIndex(filter.field);
-                return column < 0
-                    || ((count == 0
-                            || numbers.NumberOf(d_->FilterText(d_->columns[size_t(column)], value)) < count)
-                        && d_->Passes(filter, value));
-            };
-        }
-        open->FilterValues(filter.field, std::move(passes));
-        std::erase_if(d_->filters, [&](const Filter& one) { return !others(one); });
+        if (filter.IsEmpty())
+            open->FilterValues(filter.field, {});
+        else
+            open->FilterValues(filter.field, condition);
+        std::erase_if(filters, [&](const Filter& one) { return !others(one); });
         if (!filter.IsEmpty())
-            d_->filters.push_back(filter);
+            filters.push_back(filter);
     });
-    d_->header->viewport()->update();
-    Q_EMIT FiltersChanged();
+    header->viewport()->update();
+    Q_EMIT q->FiltersChanged();
 }
 
 void TDBGridEh::ClearFilters()
@@ -128,7 +79,8 @@ void TDBGridEh::FilterByCurrentValue()
         return;
     const TGridColumn& entry = d_->columns[size_t(column)];
     const wire::Value value = d_->OpenDataSet()->ViewValue(d_->CurrentRow(), entry.field);
-    SetFilter({entry.info.fieldName, {d_->FilterText(entry, value)}, {}, {}});
+    Private::FilterTexts texts(*d_, entry.info.fieldName);
+    SetFilter({entry.info.fieldName, {texts.Of(value)}, {}, {}});
 }
 
 void TDBGridEh::ShowFilter(int column)

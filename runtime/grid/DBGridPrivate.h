@@ -93,11 +93,9 @@ public:
     std::vector<TDBGridEh::Filter> filters;
     void DropFilters();
     bool CanFilter(int column) const;
-    // What a filter's list names a value by.
-    QString FilterText(const TGridColumn& column, const wire::Value& value) const;
-    // A bound as the field's own type; null where there is none, or none that can be read.
-    static wire::Value Bound(const QString& text, bool date);
-    bool Passes(const TDBGridEh::Filter& filter, const wire::Value& value) const;
+    class FilterTexts;
+    class FilterCondition;
+    void ApplyFilter(const TDBGridEh::Filter& filter, const FilterCondition& condition);
 
     // Footers.
     int footerRows = 0;

@@ -1,8 +1,6 @@
 #include "runtime/grid/FilterPopup.h"
 
 #include "runtime/data/Collation.h"
-#include "runtime/data/TextNumbers.h"
-#include "runtime/grid/DBGridPrivate.h"
 #include "runtime/ui/Style.h"
 
 #include <QHBoxLayout>
@@ -20,20 +18,16 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr size_t kMostItems = 2000; // in the list at once; the search reaches all
+constexpr qint64 kSlice = 12; // milliseconds of one go
+constexpr size_t kValuesAtOnce = 64; // between two looks at the clock
 const QString kBlank = u"（空白）"_s;
-
-qint64 DayOf(const wire::DateTime& moment)
-{
-    constexpr qint64 kDay = 86'400;
-    return (moment.seconds - (moment.seconds < 0 ? kDay - 1 : 0)) / kDay;
-}
 
 } // namespace
 
 TFilterPopup::TFilterPopup(TDBGridEh* grid, int column)
     : QFrame(grid, Qt::Popup)
     , grid_(grid)
-    , column_(column)
+    , field_(grid->Column(column).fieldName)
     , search_(new QLineEdit(this))
     , list_(new QListWidget(this))
     , more_(new QLabel(this))
@@ -54,20 +48,35 @@ TFilterPopup::TFilterPopup(TDBGridEh* grid, int column)
     const wire::ColumnType type = grid->DataSet()->FieldInfo(entry.field).type;
     const bool plain = entry.info.style == TColumnStyle::Text || entry.info.style == TColumnStyle::DateTime;
     dates_ = type == wire::ColumnType::DateTime;
-    if (plain && type != wire::ColumnType::Text) {
-        from_ = new QLineEdit(this);
-        to_ = new QLineEdit(this);
-        from_->setObjectName(u"FilterFrom"_s);
-        to_->setObjectName(u"FilterTo"_s);
-        auto* bounds = new QHBoxLayout;
-        bounds->addWidget(new QLabel(u"从"_s, this));
-        bounds->addWidget(from_);
-        bounds->addWidget(new QLabel(u"到"_s, this));
-        bounds->addWidget(to_);
-        layout->addLayout(bounds);
-    }
+    if (plain && type != wire::ColumnType::Text)
+        AddBounds(*layout);
     layout->addWidget(list_, 1);
     layout->addWidget(more_);
+    AddButtons(*layout);
+    reading_ = std::make_unique<Reading>(Reading{
+        .texts = {*grid->d_, field_}, .shown = {}, .counts = grid->DataSet()->CountValues(entry.field)});
+    items_.reserve(reading_->counts.size());
+    ShowPresent();
+    Connect();
+    ReadOn();
+}
+
+void TFilterPopup::AddBounds(QBoxLayout& layout)
+{
+    from_ = new QLineEdit(this);
+    to_ = new QLineEdit(this);
+    from_->setObjectName(u"FilterFrom"_s);
+    to_->setObjectName(u"FilterTo"_s);
+    auto* bounds = new QHBoxLayout;
+    bounds->addWidget(new QLabel(u"从"_s, this));
+    bounds->addWidget(from_);
+    bounds->addWidget(new QLabel(u"到"_s, this));
+    bounds->addWidget(to_);
+    layout.addLayout(bounds);
+}
+
+void TFilterPopup::AddButtons(QBoxLayout& layout)
+{
     auto* buttons = new QHBoxLayout;
     const auto button = [&](const QString& text, const QString& name, const std::function<void()>& run) {
         auto* made = new QPushButton(text, this);
@@ -75,34 +84,35 @@ TFilterPopup::TFilterPopup(TDBGridEh* grid, int column)
         made->setAutoDefault(false);
         connect(made, &QPushButton::clicked, this, run);
         buttons->addWidget(made);
-        return made;
     };
     button(u"全选"_s, u"FilterAll"_s, [this] { TickAll(true); });
     button(u"全不选"_s, u"FilterNone"_s, [this] { TickAll(false); });
     buttons->addStretch(1);
     button(u"清除"_s, u"FilterClear"_s, [this] {
-        grid_->SetFilter({grid_->Column(column_).fieldName, {}, {}, {}});
         close();
+        grid_->SetFilter({field_, {}, {}, {}});
     });
     button(u"确定"_s, u"FilterOk"_s, [this] { Apply(); });
-    layout->addLayout(buttons);
+    layout.addLayout(buttons);
+}
 
-    Read();
-    for (const TDBGridEh::Filter& filter : grid->Filters()) {
-        if (filter.field.compare(entry.info.fieldName, Qt::CaseInsensitive) != 0)
+// The column's filter as it is.
+void TFilterPopup::ShowPresent()
+{
+    for (const TDBGridEh::Filter& filter : grid_->Filters()) {
+        if (filter.field.compare(field_, Qt::CaseInsensitive) != 0)
             continue;
-        if (!filter.shown.isEmpty()) {
-            TextNumbers shown(filter.shown);
-            const quint32 count = shown.Count();
-            for (Item& item : items_)
-                item.ticked = shown.NumberOf(item.text) < count;
-        }
+        reading_->shown = filter.shown;
         if (from_) {
             from_->setText(filter.from);
             to_->setText(filter.to);
         }
     }
-    Fill();
+}
+
+void TFilterPopup::Connect()
+{
+    connect(&soon_, &QTimer::timeout, this, &TFilterPopup::ReadOn);
     connect(search_, &QLineEdit::textChanged, this, [this](const QString& text) {
         wanted_ = text.trimmed();
         Fill();
@@ -116,33 +126,69 @@ TFilterPopup::TFilterPopup(TDBGridEh* grid, int column)
     });
 }
 
-// Values that are shown alike are one; all are ticked at first.
-void TFilterPopup::Read()
+// Goes on for a while; true once all values are read.
+bool TFilterPopup::Read()
 {
-    const TGridColumn& entry = grid_->d_->columns[size_t(column_)];
-    const std::vector<TClientDataSetEx::ValueCount> counts = grid_->DataSet()->CountValues(entry.field);
-    items_.reserve(counts.size());
-    TextNumbers numbers; // of the items
-    QHash<qint64, QString> days; // of many moments each
-    for (const TClientDataSetEx::ValueCount& count : counts) {
-        QString text;
-        if (const auto* moment = std::get_if<wire::DateTime>(&count.value)) {
-            QString& day = days[DayOf(*moment)];
-            if (day.isEmpty())
-                day = grid_->d_->FilterText(entry, count.value);
-            text = day;
-        } else {
-            text = grid_->d_->FilterText(entry, count.value);
-        }
-        const size_t item = numbers.NumberOf(text);
-        if (item == items_.size())
-            items_.push_back({text, count.value, count.rows});
-        else
-            items_[item].rows += count.rows;
+    Reading& reading = *reading_;
+    QElapsedTimer clock;
+    clock.start();
+    const auto mayGoOn = [&](size_t done) { return done % kValuesAtOnce != 0 || clock.elapsed() < kSlice; };
+    while (reading.shownRead < reading.shown.size()) {
+        reading.numbers.NumberOf(reading.shown[reading.shownRead++]);
+        reading.chosen = reading.numbers.Count();
+        if (!mayGoOn(size_t(reading.shownRead)))
+            return false;
     }
-    // A list too long to be read is in the order of its rows, for searching.
+    while (reading.countsRead < reading.counts.size()) {
+        Add(reading.counts[reading.countsRead++]);
+        if (!mayGoOn(reading.countsRead))
+            return false;
+    }
+    return true;
+}
+
+void TFilterPopup::ReadOn()
+{
+    if (!Read()) {
+        more_->setText(u"正在读取…"_s);
+        soon_.start(0);
+        return;
+    }
+    soon_.stop();
+    reading_.reset();
+    Sort();
+    Fill();
+    if (applying_)
+        Apply();
+}
+
+// Values that are shown alike are one; without a choice all are ticked.
+void TFilterPopup::Add(const TClientDataSetEx::ValueCount& count)
+{
+    const QString text = reading_->texts.Of(count.value);
+    const quint32 number = reading_->numbers.NumberOf(text);
+    std::vector<qsizetype>& itemOf = reading_->itemOf;
+    if (number >= itemOf.size())
+        itemOf.resize(std::max<size_t>(reading_->numbers.Count(), itemOf.size() * 2), -1);
+    qsizetype& item = itemOf[number];
+    const bool known = item >= 0;
+    if (!known)
+        item = qsizetype(items_.size());
+    if (!std::holds_alternative<QString>(count.value))
+        values_.emplace_back(count.value, size_t(item));
+    if (known)
+        items_[size_t(item)].rows += count.rows;
+    else
+        items_.push_back(
+            {text, count.value, count.rows, reading_->shown.isEmpty() || number < reading_->chosen});
+}
+
+// A list too long to be read is in the order of its rows, for searching.
+void TFilterPopup::Sort()
+{
     if (items_.size() > kMostItems)
         return;
+    values_.clear();
     std::ranges::sort(items_, [](const Item& a, const Item& b) {
         if (a.value.index() != b.value.index() || a.value.index() == 0)
             return a.value.index() < b.value.index();
@@ -158,6 +204,8 @@ bool TFilterPopup::IsFound(const Item& item) const
 
 void TFilterPopup::Fill()
 {
+    if (reading_)
+        return; // once they are read
     const QSignalBlocker quiet(list_);
     list_->clear();
     size_t found = 0;
@@ -178,6 +226,8 @@ void TFilterPopup::Fill()
 // Of those that the search leaves.
 void TFilterPopup::TickAll(bool on)
 {
+    while (reading_)
+        ReadOn();
     for (Item& item : items_) {
         if (IsFound(item))
             item.ticked = on;
@@ -188,7 +238,10 @@ void TFilterPopup::TickAll(bool on)
 // With a search typed, what it leaves of the ticked ones; nothing left unticked is no filter.
 void TFilterPopup::Apply()
 {
-    TDBGridEh::Filter filter{grid_->Column(column_).fieldName, {}, {}, {}};
+    applying_ = reading_ != nullptr;
+    if (applying_)
+        return;
+    TDBGridEh::Filter filter{field_, {}, {}, {}};
     bool all = true;
     for (const Item& item : items_) {
         const bool taken = item.ticked && IsFound(item);
@@ -196,28 +249,42 @@ void TFilterPopup::Apply()
         if (taken)
             filter.shown += item.text;
     }
-    const bool none = filter.shown.isEmpty();
+    if (filter.shown.isEmpty() && !all) {
+        more_->setText(u"请至少选择一个值"_s);
+        return;
+    }
     if (all)
         filter.shown.clear();
+    if (!BoundsReadable())
+        return;
     if (from_) {
         filter.from = from_->text().trimmed();
         filter.to = to_->text().trimmed();
     }
-    if (none && !all) {
-        more_->setText(u"请至少选择一个值"_s);
-        return;
+    TDBGridEh::Private::FilterCondition condition(*grid_->d_, filter);
+    if (!filter.shown.isEmpty()) {
+        for (const auto& [value, item] : values_)
+            condition.Know(value, items_[item].ticked && IsFound(items_[item]));
     }
+    close();
+    // In a go of its own: finding out what passes takes as long as what has been done for it.
+    QMetaObject::invokeMethod(
+        grid_, [grid = grid_, filter, condition] { grid->d_->ApplyFilter(filter, condition); },
+        Qt::QueuedConnection);
+}
+
+bool TFilterPopup::BoundsReadable()
+{
     for (QLineEdit* bound : {from_, to_}) {
         const QString text = bound ? bound->text().trimmed() : QString();
-        if (text.isEmpty() || !wire::IsNull(TDBGridEh::Private::Bound(text, dates_)))
+        if (text.isEmpty() || !wire::IsNull(TDBGridEh::Private::FilterCondition::Bound(text, dates_)))
             continue;
         more_->setText((dates_ ? u"“%1”不是日期"_s : u"“%1”不是数字"_s).arg(text));
         bound->setFocus();
         bound->selectAll();
-        return;
+        return false;
     }
-    close();
-    grid_->SetFilter(filter);
+    return true;
 }
 
 // From what is typed down into the values; Enter takes them there, too.

@@ -202,8 +202,8 @@ void TFindBar::ReadPasted()
 void TFindBar::ShowRows()
 {
     column_ = TitleOf(grid_, grid_.ColumnIndex(search_->Field));
-    rows_ = search_->Rows;
-    missing_ = search_->Missing;
+    rows_ = std::move(search_->Rows);
+    missing_ = std::move(search_->Missing);
     const QString field = search_->Field;
     search_->deleteLater();
     search_ = nullptr;

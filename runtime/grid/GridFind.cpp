@@ -438,6 +438,10 @@ int TNumberSearch::NumberIn(int viewRow, const TShownTexts::Source& source)
 
 void TNumberSearch::Work()
 {
+    if (column_ >= texts_.Sources().size()) {
+        Finish(); // a go of its own: the rows move
+        return;
+    }
     const TClientDataSetEx* rows = grid_.DataSet();
     QElapsedTimer clock;
     clock.start();
@@ -461,8 +465,6 @@ void TNumberSearch::Work()
         if (row_ >= count)
             EndColumn();
     }
-    if (column_ >= texts_.Sources().size())
-        Finish();
 }
 
 void TNumberSearch::EndColumn()
