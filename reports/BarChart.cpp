@@ -2,6 +2,7 @@
 
 #include "framework/LabelledControls.h"
 #include "framework/ScreenHandlers.h"
+#include "framework/export/ListExportFile.h"
 #include "framework/export/ProposedFile.h"
 #include "module/data/MessageBoxes.h"
 #include "orders/record/OrderView.h"
@@ -388,6 +389,11 @@ void TBarChart::Save()
     if (path.isEmpty())
         return;
     KeepFolder(QFileInfo(path).absolutePath());
-    if (!Picture().save(path))
-        ShowFailure(u"图片没有写到"_s + path, content_.title);
+    const auto write = [&] {
+        TPartFile part(path);
+        if (!Picture().save(part.Name(), "PNG"))
+            part.RaiseUnwritten(u"图片没有写完"_s);
+        part.FinishOnDisk({}, 0);
+    };
+    Guarded(write, [this](const QString& reason) { ShowFailure(reason, content_.title); });
 }

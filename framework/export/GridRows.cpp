@@ -7,6 +7,10 @@ using namespace Qt::Literals::StringLiterals;
 TGridRows::TGridRows(const TDBGridEh& grid, bool selectedOnly)
     : grid_(grid)
     , dataSet_(*grid.DataSet())
+    , watches_{QObject::connect(&dataSet_, &TClientDataSetEx::DataReset, [this] { changed_ = true; }),
+          QObject::connect(&dataSet_, &TClientDataSetEx::RowRemoved, [this] { changed_ = true; }),
+          QObject::connect(&dataSet_, &QObject::destroyed, [this] { changed_ = true; }),
+          QObject::connect(&grid_, &QObject::destroyed, [this] { changed_ = true; })}
 {
     for (int i = 0; i < grid.ColumnCount(); ++i) {
         if (grid.Column(i).visible)
@@ -20,18 +24,23 @@ TGridRows::TGridRows(const TDBGridEh& grid, bool selectedOnly)
             rows_[i] = dataSet_.ViewBookmark(static_cast<int>(i));
         footerRows_ = grid.FooterRowCount(); // its sums are those of all rows
     }
-    watch_ = QObject::connect(&dataSet_, &TClientDataSetEx::DataReset, [this] { changed_ = true; });
 }
 
 TGridRows::~TGridRows()
 {
-    QObject::disconnect(watch_);
+    for (const QMetaObject::Connection& watch : watches_)
+        QObject::disconnect(watch);
+}
+
+void TGridRows::RequireUnchanged() const
+{
+    if (changed_)
+        throw wire::Error(wire::ErrorKind::Usage, u"列表在导出时变了，没有导出。请再导出一次。"_s);
 }
 
 int TGridRows::ViewRow(int row)
 {
-    if (changed_)
-        throw wire::Error(wire::ErrorKind::Usage, u"列表在导出时变了，没有导出。"_s);
+    RequireUnchanged();
     if (row != row_) {
         row_ = row;
         viewRow_ = dataSet_.ViewRowOf(rows_[static_cast<size_t>(row)]);
@@ -119,6 +128,7 @@ TExportCell TGridRows::EditedCell(const TSource& source, TExportKind kind, int v
 
 QString TGridRows::Footer(int row, int column) const
 {
+    RequireUnchanged();
     return grid_.FooterText(row, sources_[static_cast<size_t>(column)].column);
 }
 

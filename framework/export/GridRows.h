@@ -35,6 +35,7 @@ private:
         const wire::Column* stored; // nullptr: a row number
     };
 
+    void RequireUnchanged() const;
     void AddColumn(int index);
     int ViewRow(int row);
     TExportCell StoredCell(const TSource& source, TExportKind kind, qint64 row) const;
@@ -42,6 +43,7 @@ private:
 
     const TDBGridEh& grid_;
     const TClientDataSetEx& dataSet_;
+    const std::vector<QMetaObject::Connection> watches_;
     std::vector<TSource> sources_; // parallel to columns_
     std::vector<TExportColumn> columns_;
     std::vector<TBookmark> rows_;
@@ -50,6 +52,5 @@ private:
     int row_ = -1; // the one read last, and its place in view
     int viewRow_ = -1;
     QByteArray text_;
-    bool changed_ = false; // read anew, sorted otherwise or closed since
-    QMetaObject::Connection watch_;
+    bool changed_ = false; // read anew, sorted otherwise, closed or gone since
 };

@@ -4,6 +4,9 @@
 
 #include <QElapsedTimer>
 
+#include <chrono>
+#include <future>
+
 // What the writers of lists share.
 
 // False where the folder's disk has fewer bytes left; where the system cannot tell, there is room.
@@ -19,8 +22,13 @@ public:
     TPartFile& operator=(const TPartFile&) = delete;
 
     const QString& Name() const noexcept { return name_; }
-    // Raises wire::Error (Storage).
+    // The file is closed, and takes its place. Raises wire::Error (Storage).
     void Finish();
+    // The same once the disk has taken it in, so that not even a power cut leaves an empty file under the
+    // name. Asks for leave meanwhile; false when it was given up.
+    bool FinishOnDisk(const TExportProgress& progress, int rows);
+    // False while the disk is not done: to be called again.
+    bool FinishOnDiskWithin(std::chrono::milliseconds time);
     [[noreturn]] void RaiseUnwritable(const QString& reason) const;
     // It no longer takes what is written.
     [[noreturn]] void RaiseUnwritten(const QString& reason) const;
@@ -28,6 +36,7 @@ public:
 private:
     QString path_;
     QString name_;
+    std::future<QString> onDisk_; // why not, once it was tried
     bool finished_ = false;
 };
 

@@ -221,13 +221,13 @@ private:
     {
         FILE* rows = sheet_->optimize_tmpfile;
         if (rows && (fflush(rows) != 0 || ferror(rows) != 0))
-            file_.RaiseUnwritable(u"临时文件夹“%1”已满"_s.arg(QDir::tempPath()));
+            file_.RaiseUnwritable(u"临时文件夹“%1”已满。请清出空间，或者选 CSV。"_s.arg(QDir::tempPath()));
     }
 
     [[noreturn]] void RaiseRefused(lxw_error error) const
     {
         if (error == LXW_ERROR_MAX_STRING_LENGTH_EXCEEDED)
-            file_.RaiseUnwritable(u"有的单元格超过 %L1 个字，请选 CSV"_s.arg(kCellCharacters));
+            file_.RaiseUnwritable(u"有的单元格超过 %L1 个字，请选 CSV。"_s.arg(kCellCharacters));
         file_.RaiseUnwritten(u"写入中断（%1）"_s.arg(QString::fromUtf8(lxw_strerror(error))));
     }
 
@@ -238,7 +238,7 @@ private:
         for (const lxw_worksheet* sheet : sheets_)
             size += sheet->optimize_tmpfile ? ftell(sheet->optimize_tmpfile) : 0;
         if (!HasRoom(QDir::tempPath(), size))
-            file_.RaiseUnwritable(u"临时文件夹“%1”放不下"_s.arg(QDir::tempPath()));
+            file_.RaiseUnwritable(u"临时文件夹“%1”放不下。请清出空间，或者选 CSV。"_s.arg(QDir::tempPath()));
         // Packing takes as long as the rows did, and cannot be broken off: a file given up is dropped when it
         // is done.
         std::future<lxw_error> closed = std::async(
@@ -251,8 +251,7 @@ private:
             return false;
         if (error != LXW_NO_ERROR)
             RaiseRefused(error);
-        file_.Finish();
-        return true;
+        return file_.FinishOnDisk(progress, count);
     }
 
     TExportRows& rows_;

@@ -4,7 +4,7 @@
 #include "runtime/ui/Forms.h"
 
 #include <QDir>
-#include <QFileDialog>
+#include <QPointer>
 #include <QRegularExpression>
 #include <QStandardPaths>
 
@@ -36,14 +36,28 @@ QString ProposedFile(QString title, QStringView ending)
     return QDir::toNativeSeparators(QDir(Folder()).filePath(title + u'-' + moment + ending.toString()));
 }
 
-QString AskFile(QWidget* parent, const QString& caption, const QString& proposed, const QString& filter)
+bool RunDialog(QDialog* dialog, const std::function<void()>& accepted)
+{
+    const QPointer<QDialog> alive(dialog);
+    const bool taken = dialog->exec() == QDialog::Accepted && alive;
+    if (taken)
+        accepted();
+    delete alive.data();
+    return taken;
+}
+
+QString AskFile(QWidget* parent, const QString& caption, const QString& proposed, const QString& filter,
+    QFileDialog::Options options)
 {
     const QFileInfo file(proposed);
-    QFileDialog dialog(parent, caption, file.absolutePath(), filter);
-    dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setDefaultSuffix(file.suffix());
-    dialog.selectFile(file.fileName());
-    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
+    auto* dialog = new QFileDialog(parent, caption, file.absolutePath(), filter);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setOptions(options);
+    dialog->setDefaultSuffix(file.suffix());
+    dialog->selectFile(file.fileName());
+    QString chosen;
+    RunDialog(dialog, [&] { chosen = dialog->selectedFiles().value(0); });
+    return chosen;
 }
 
 QString KeptFolder()

@@ -25,7 +25,7 @@ using namespace Qt::Literals::StringLiterals;
 
 Tfrm_Export::Tfrm_Export(QObject* owner, TDBGridEh& grid, const QString& title)
     : TForm(owner, u"frm_Export"_s)
-    , grid_(grid)
+    , grid_(&grid)
     , RadioButton1(new QRadioButton(u"Excel 工作簿 (*.xlsx)"_s, this))
     , RadioButton2(new QRadioButton(u"CSV 文本，UTF-8 (*.csv)"_s, this))
     , RadioButton3(new QRadioButton(u"CSV 文本，简体中文 936 (*.csv)"_s, this))
@@ -61,7 +61,20 @@ Tfrm_Export::Tfrm_Export(QObject* owner, TDBGridEh& grid, const QString& title)
     (selected > 1 ? RadioButton5 : RadioButton4)->setChecked(true);
     RadioButton1->setChecked(true);
     Button4->hide();
+    PlaceControls();
+    connect(forms, &QButtonGroup::buttonToggled, this, &Tfrm_Export::FormChosen);
+    connect(extents, &QButtonGroup::buttonToggled, this, &Tfrm_Export::FormChosen);
+    connect(Button1, &QPushButton::clicked, this, &Tfrm_Export::Button1Click);
+    connect(Button2, &QPushButton::clicked, this, [this] { Close(); });
+    connect(Button3, &QPushButton::clicked, this, &Tfrm_Export::Button3Click);
+    connect(Button4, &QPushButton::clicked, this, &Tfrm_Export::Button4Click);
+    connect(&grid, &QObject::destroyed, this, [this] { Close(); });
+    FormChosen();
+    resize(sizeHint());
+}
 
+void Tfrm_Export::PlaceControls()
+{
     auto* box = new QGridLayout(this);
     box->setVerticalSpacing(6);
     box->addWidget(new QLabel(u"格式"_s, this), 0, 0);
@@ -84,14 +97,6 @@ Tfrm_Export::Tfrm_Export(QObject* owner, TDBGridEh& grid, const QString& title)
     buttons->addWidget(Button1);
     buttons->addWidget(Button2);
     box->addLayout(buttons, 6, 0, 1, 3);
-    connect(forms, &QButtonGroup::buttonToggled, this, &Tfrm_Export::FormChosen);
-    connect(extents, &QButtonGroup::buttonToggled, this, &Tfrm_Export::FormChosen);
-    connect(Button1, &QPushButton::clicked, this, &Tfrm_Export::Button1Click);
-    connect(Button2, &QPushButton::clicked, this, [this] { Close(); });
-    connect(Button3, &QPushButton::clicked, this, &Tfrm_Export::Button3Click);
-    connect(Button4, &QPushButton::clicked, this, &Tfrm_Export::Button4Click);
-    FormChosen();
-    resize(sizeHint());
 }
 
 void Tfrm_Export::Execute(TDBGridEh& grid, const QString& title)
@@ -124,9 +129,11 @@ void Tfrm_Export::showEvent(QShowEvent* event)
     QTimer::singleShot(0, this, [this] {
         QStringList answer;
         if (Application->TakeAnswer(answer)) {
+            const QPointer<Tfrm_Export> alive(this);
             Edit1->setText(answer.value(0));
             Button1Click();
-            Close();
+            if (alive)
+                Close();
         } else if (Application->Unattended) {
             Close();
         }
@@ -154,7 +161,9 @@ void Tfrm_Export::FormChosen()
 {
     if (!Edit1->text().isEmpty())
         Edit1->setText(WithEnding(Edit1->text()));
-    const int sheets = SheetsFor(TGridRows(grid_, RadioButton5->isChecked()));
+    if (!grid_ || !grid_->DataSet() || !grid_->DataSet()->Active())
+        return;
+    const int sheets = SheetsFor(TGridRows(*grid_, RadioButton5->isChecked()));
     Label1->setText(RadioButton1->isChecked() && sheets > 1
             ? u"工作表最多 %L1 行，这些行分在 %2 个工作表里；也可以选 CSV。"_s.arg(kSheetRows).arg(sheets)
             : RadioButton1->isChecked()
@@ -180,6 +189,7 @@ bool Tfrm_Export::Write(TExportRows& rows, const QString& path)
 
 void Tfrm_Export::Button1Click()
 {
+    const QPointer<Tfrm_Export> alive(this);
     const QString typed = QDir::fromNativeSeparators(Edit1->text().trimmed());
     QFileInfo file(QDir(KeptFolder()), typed);
     if (typed.isEmpty() || typed.endsWith(u'/') || file.isDir()) {
@@ -188,33 +198,46 @@ void Tfrm_Export::Button1Click()
         return;
     }
     file.setFile(WithEnding(file.absoluteFilePath()));
-    const QString path = file.absoluteFilePath();
-    Edit1->setText(QDir::toNativeSeparators(path));
+    Edit1->setText(QDir::toNativeSeparators(file.absoluteFilePath()));
     if (file.exists()
         && !AskYesNo(u"文件“%1”已经存在，要替换它吗？"_s.arg(file.fileName()), Caption(), TDefaultAnswer::No))
         return;
+    if (alive && grid_)
+        Export(file);
+}
+
+// The screen, and with it this window, may be closed while the rows are written.
+void Tfrm_Export::Export(const QFileInfo& file)
+{
+    const QPointer<Tfrm_Export> alive(this);
+    const QString caption = Caption();
     Button4->hide();
     try {
-        TGridRows rows(grid_, RadioButton5->isChecked());
-        if (!Write(rows, path)) {
-            Label1->setText(u"已取消，没有写入文件。"_s);
+        if (!grid_->DataSet() || !grid_->DataSet()->Active())
+            throw wire::Error(wire::ErrorKind::Usage, u"列表已经关闭，没有可以导出的。请先查询。"_s);
+        TGridRows rows(*grid_, RadioButton5->isChecked());
+        const bool written = Write(rows, file.absoluteFilePath());
+        if (written)
+            KeepFolder(file.absolutePath());
+        if (!alive)
             return;
-        }
-        KeepFolder(file.absolutePath());
-        Label1->setText(u"已导出 %L1 行：%2"_s.arg(rows.RowCount())
-                            .arg(QDir::toNativeSeparators(file.absoluteFilePath())));
-        Button4->show();
-        Button4->setFocus();
+        Label1->setText(!written ? u"已取消，没有写入文件。"_s
+                                 : u"已导出 %L1 行：%2"_s.arg(rows.RowCount())
+                                       .arg(QDir::toNativeSeparators(file.absoluteFilePath())));
+        Button4->setVisible(written);
+        if (written)
+            Button4->setFocus();
     } catch (const wire::Error& error) {
-        Label1->clear();
-        ShowFailure(error.Message(), Caption());
+        if (alive)
+            Label1->clear();
+        ShowFailure(error.Message(), caption);
     }
 }
 
 void Tfrm_Export::Button3Click()
 {
-    const QString chosen = QFileDialog::getSaveFileName(this, Caption(), Edit1->text(),
-        RadioButton1->isChecked() ? u"Excel 工作簿 (*.xlsx)"_s : u"CSV 文本 (*.csv)"_s, nullptr,
+    const QString chosen = AskFile(this, Caption(), Edit1->text(),
+        RadioButton1->isChecked() ? u"Excel 工作簿 (*.xlsx)"_s : u"CSV 文本 (*.csv)"_s,
         QFileDialog::DontConfirmOverwrite);
     if (!chosen.isEmpty())
         Edit1->setText(QDir::toNativeSeparators(chosen));

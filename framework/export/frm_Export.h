@@ -10,6 +10,7 @@
 #include <QRadioButton>
 
 class QAction;
+class QFileInfo;
 
 // 导出: asks for rows, form and name, writes the list, then offers the folder.
 class Tfrm_Export : public TForm {
@@ -33,9 +34,11 @@ private:
     // With the ending of the form chosen.
     QString WithEnding(QString name) const;
     void FormChosen();
+    void PlaceControls();
+    void Export(const QFileInfo& file);
     bool Write(TExportRows& rows, const QString& path);
 
-    TDBGridEh& grid_;
+    QPointer<TDBGridEh> grid_; // gone with its screen, which takes this window along
     QRadioButton* RadioButton1; // Excel 工作簿
     QRadioButton* RadioButton2; // CSV, UTF-8
     QRadioButton* RadioButton3; // CSV, code page 936

@@ -34,13 +34,15 @@ public:
         if (file_.error() != QFileDevice::NoError)
             part_.RaiseUnwritten(file_.errorString());
     }
-    void Finish() override
+    bool Finish() override
     {
-        file_.flush();
-        Check();
-        writer_.reset();
-        file_.close();
-        part_.Finish();
+        if (writer_) {
+            file_.flush();
+            Check();
+            writer_.reset();
+            file_.close();
+        }
+        return part_.FinishOnDiskWithin(std::chrono::milliseconds(kStepMilliseconds));
     }
 
 private:
@@ -84,7 +86,7 @@ void TPrintJob::Step()
     } catch (const wire::Error& error) {
         failure = error.Message();
     }
-    if (failure.isEmpty() && next_ <= last_) {
+    if (failure.isEmpty() && !done_) {
         Q_EMIT Advanced(next_ - first_);
         return;
     }
@@ -113,7 +115,8 @@ void TPrintJob::PaintOn()
         if (!page_) {
             if (next_ > first_ && !target_->Device().newPage()) {
                 target_->Check();
-                throw wire::Error(wire::ErrorKind::Storage, u"打印机在第 %1 页停了。"_s.arg(next_));
+                throw wire::Error(wire::ErrorKind::Storage,
+                    u"打印机在第 %1 页停了。请看它是否开着、连着、有纸，再从这一页打起。"_s.arg(next_));
             }
             page_ = std::make_unique<TPagePainter>(pages_, next_);
         }
@@ -125,6 +128,7 @@ void TPrintJob::PaintOn()
     }
     if (next_ <= last_)
         return;
-    painter_->end();
-    target_->Finish();
+    if (painter_->isActive())
+        painter_->end();
+    done_ = target_->Finish();
 }

@@ -16,7 +16,7 @@ public:
     virtual QPagedPaintDevice& Device() = 0;
     // Both raise wire::Error where the pages cannot go on, or have not arrived.
     virtual void Check() = 0;
-    virtual void Finish() = 0; // all are painted
+    virtual bool Finish() = 0; // all are painted; false while they are on their way, to be called again
     virtual void GiveUp() { } // while they are being painted
 };
 
@@ -45,6 +45,7 @@ private:
     std::unique_ptr<TPrintTarget> target_;
     std::unique_ptr<QPainter> painter_;
     std::unique_ptr<TPagePainter> page_; // the one at work
+    bool done_ = false;
     int first_;
     int last_;
     int next_;

@@ -1,5 +1,6 @@
 #include "framework/print/Printers.h"
 
+#include "framework/export/ProposedFile.h"
 #include "wire/Error.h"
 
 #include <QPrintDialog>
@@ -24,7 +25,11 @@ public:
             throw wire::Error(wire::ErrorKind::Storage,
                 u"打印机“%1”停了。请检查它是否开着、连着，再试一次。"_s.arg(printer_->printerName()));
     }
-    void Finish() override { Check(); }
+    bool Finish() override
+    {
+        Check();
+        return true;
+    }
     void GiveUp() override { printer_->abort(); }
 
 private:
@@ -46,10 +51,10 @@ std::unique_ptr<QPrinter> AskPrinter(
     printer->setDocName(title);
     printer->setFromTo(1, pages);
     printer->setPrintRange(QPrinter::AllPages);
-    QPrintDialog dialog(printer.get(), parent);
-    dialog.setOptions(QAbstractPrintDialog::PrintToFile | QAbstractPrintDialog::PrintPageRange
+    auto* dialog = new QPrintDialog(printer.get(), parent);
+    dialog->setOptions(QAbstractPrintDialog::PrintToFile | QAbstractPrintDialog::PrintPageRange
         | QAbstractPrintDialog::PrintCollateCopies | QAbstractPrintDialog::PrintCurrentPage);
-    if (dialog.exec() != QDialog::Accepted)
+    if (!RunDialog(dialog, [] {}))
         printer.reset();
     return printer;
 }

@@ -11,6 +11,7 @@
 #include <QStringDecoder>
 #include <QStringEncoder>
 #include <QTest>
+#include <QTimer>
 #include <QXmlStreamReader>
 
 #include <gtest/gtest.h>
@@ -408,6 +409,16 @@ TEST_F(ListExport, ALongListGoesOnInFurtherSheetsUnderItsTitles)
     EXPECT_EQ(Sheets(path).Cells(), expected);
 }
 
+QString Told(const std::function<void()>& write)
+{
+    try {
+        write();
+    } catch (const wire::Error& error) {
+        return error.Message();
+    }
+    return {};
+}
+
 TEST_F(ListExport, AFileIsThereWholeOrNotAtAll)
 {
     const QString path = File(u"a"_s);
@@ -433,6 +444,9 @@ TEST_F(ListExport, AFileIsThereWholeOrNotAtAll)
         EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList(u"a"_s)) << "nothing is left lying";
         EXPECT_TRUE(write(path, {}));
         EXPECT_NE(Content(path), "before");
+        QDir(folder.path()).mkdir(u"going"_s);
+        const auto leaves = [&](int) { return QDir(File(u"going"_s)).removeRecursively(); };
+        EXPECT_TRUE(Told([&] { write(File(u"going/a"_s), leaves); }).contains(u"请另选一个文件夹"_s));
     }
 }
 
@@ -462,6 +476,19 @@ TEST_F(ListExport, AGridGivesWhatItShowsAndTheFormWritesIt)
     host.App.QueueAnswer({File(u"list"_s)});
     grid.actions().first()->trigger();
     EXPECT_TRUE(Texts(path).contains(u"B2:007"_s)) << Texts(path).join(u'\n').toStdString();
-    screen->cds->Close();
-    EXPECT_THROW(all.Cell(0, 1), wire::Error) << "the rows are others";
+    // The program is closed while the rows are written.
+    QTimer closing;
+    QObject::connect(&closing, &QTimer::timeout, &closing, [&] {
+        const bool writing = std::ranges::any_of(
+            Screen->Forms(), [](const TForm* form) { return form->objectName() == u"frm_Progress"_s; });
+        if (writing)
+            delete std::exchange(screen, nullptr);
+    });
+    closing.start(0);
+    host.App.QueueAnswer({File(u"gone"_s)});
+    grid.actions().first()->trigger();
+    EXPECT_EQ(screen, nullptr);
+    EXPECT_TRUE(host.TakeMessages().join(QString()).contains(u"没有导出"_s));
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList(u"list.xlsx"_s));
+    EXPECT_THROW(all.Cell(0, 1), wire::Error) << "the rows have gone";
 }
