@@ -16,8 +16,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr QStringView kAnything = u"全部";
-
 Tfrm_Basic* ScreenOf(const QWidget& widget)
 {
     for (QWidget* above = widget.parentWidget(); above; above = above->parentWidget()) {
@@ -30,8 +28,7 @@ Tfrm_Basic* ScreenOf(const QWidget& widget)
 // A box of the screen itself, on whatever page: not of a list, nor a part of another box.
 bool IsCriterion(const Tfrm_Basic& screen, const QWidget& box)
 {
-    const auto* binding = box.findChild<TDBBinding*>(QString(), Qt::FindDirectChildrenOnly);
-    if (box.objectName().isEmpty() || (binding && binding->Bound()) || box.isHidden() || !box.isEnabled()
+    if (box.objectName().isEmpty() || BelongsToRow(box) || box.isHidden() || !box.isEnabled()
         || ServesAction(box))
         return false;
     for (const QWidget* around = box.parentWidget(); around && around != &screen;
@@ -91,6 +88,12 @@ bool MayAsk(const QWidget& box)
 }
 
 } // namespace
+
+bool BelongsToRow(const QWidget& box)
+{
+    const auto* binding = box.findChild<TDBBinding*>(QString(), Qt::FindDirectChildrenOnly);
+    return binding && binding->Bound();
+}
 
 bool ServesAction(const QWidget& box)
 {

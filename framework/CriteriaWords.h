@@ -23,5 +23,10 @@ private:
     QStringList words_;
 };
 
+// What stands in a box that leaves its criterion open.
+inline constexpr QStringView kAnything = u"全部";
+
+// Whether the box shows a field of a row.
+bool BelongsToRow(const QWidget& box);
 // Whether the box gives a value to the orders that the buttons beside it act on, and asks nothing of a query.
 bool ServesAction(const QWidget& box);

@@ -30,8 +30,7 @@ bool LiesInList(const QWidget* box)
 // What of the widget is a criterion; nullptr where nothing is.
 const char* CriterionOf(const QWidget* box)
 {
-    const auto* binding = box->findChild<TDBBinding*>(QString(), Qt::FindDirectChildrenOnly);
-    if (box->objectName().isEmpty() || (binding && binding->Bound()) || LiesInList(box) || ServesAction(*box))
+    if (box->objectName().isEmpty() || BelongsToRow(*box) || LiesInList(box) || ServesAction(*box))
         return nullptr;
     if (qobject_cast<const TDBComboBoxEh*>(box))
         return "Text";

@@ -58,6 +58,14 @@ TDBPageLookup::TDBPageLookup(QWidget* parent, const QString& name, TFields field
                     taken_ = *kept;
             },
             [this] { return ListVisible(); }});
+    ComposeList();
+    FollowTyping();
+}
+
+TDBPageLookup::~TDBPageLookup() = default;
+
+void TDBPageLookup::ComposeList()
+{
     // The list never takes the focus: its keys come through the box.
     popup_->setAttribute(Qt::WA_ShowWithoutActivating);
     popup_->setFrameShape(QFrame::Box);
@@ -78,7 +86,10 @@ TDBPageLookup::TDBPageLookup(QWidget* parent, const QString& name, TFields field
     source_->SetDataSet(list_);
     grid_->SetDataSource(source_);
     grid_->OnCellClick = [this](const TColumnEh&) { CloseUp(true); };
+}
 
+void TDBPageLookup::FollowTyping()
+{
     pause_->setSingleShot(true);
     connect(pause_, &QTimer::timeout, this, [this] {
         AskFirstPage(text());
@@ -102,8 +113,6 @@ TDBPageLookup::TDBPageLookup(QWidget* parent, const QString& name, TFields field
             Guarded(OnChange);
     });
 }
-
-TDBPageLookup::~TDBPageLookup() = default;
 
 void TDBPageLookup::SetRemoteServer(TSocketConnectionEx* connection)
 {

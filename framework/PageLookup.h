@@ -58,7 +58,6 @@ public:
 
     // The rows of the present page, readable after the list closed.
     TClientDataSetEx& ListDataSet() noexcept { return *list_; }
-    TDBGridEh& ListGrid() noexcept { return *grid_; }
     bool ListVisible() const;
     // Asks for the first page of what is typed, and shows it; after a row was taken, for the first page of
     // all.
@@ -89,6 +88,8 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void ComposeList();
+    void FollowTyping();
     bool HandleListKey(QKeyEvent* event);
     void Enter();
     void AskFirstPage(const QString& typed);

@@ -28,9 +28,7 @@ TRecordButtons::TRecordButtons(QWidget* parent, const QString& name)
     AddButton = NewStripButton(this, u"AddButton"_s, u"增加(&A)"_s);
     EditButton = NewStripButton(this, u"EditButton"_s, u"修改(&E)"_s);
     DiscardButton = NewStripButton(this, u"DiscardButton"_s, u"放弃(&U)"_s);
-    DeleteButton = NewStripButton(this, u"DeleteButton"_s, u"删除(&D)"_s);
     EditButton->hide();
-    DeleteButton->hide();
     row->addStretch(1);
     connect(AddButton, &QPushButton::clicked, this, [this] {
         Guarded([this] {
@@ -40,7 +38,6 @@ TRecordButtons::TRecordButtons(QWidget* parent, const QString& name)
     });
     connect(EditButton, &QPushButton::clicked, this, [this] { Guarded([this] { dataSet_->Edit(); }); });
     connect(DiscardButton, &QPushButton::clicked, this, [this] { Guarded([this] { Discard(); }); });
-    connect(DeleteButton, &QPushButton::clicked, this, [this] { Guarded([this] { Delete(); }); });
     ShowState();
 }
 
@@ -57,11 +54,6 @@ void TRecordButtons::SetDataSource(TDataSource* source)
 void TRecordButtons::SetOfferEdit(bool on)
 {
     EditButton->setVisible(on);
-}
-
-void TRecordButtons::SetAllowDelete(bool on)
-{
-    DeleteButton->setVisible(on);
 }
 
 void TRecordButtons::Attach(TClientDataSetEx* dataSet)
@@ -88,7 +80,6 @@ void TRecordButtons::ShowState()
     EditButton->setEnabled(onRow && !dataSet_->IsEditing());
     DiscardButton->setEnabled(
         onRow && (dataSet_->IsEditing() || dataSet_->UpdateStatus() != TRowStatus::Unmodified));
-    DeleteButton->setEnabled(onRow);
 }
 
 void TRecordButtons::Discard()
@@ -98,14 +89,4 @@ void TRecordButtons::Discard()
     else
         dataSet_->UndoCurrentRow();
     ShowState();
-}
-
-void TRecordButtons::Delete()
-{
-    if (Application
-        && Application->MessageBox(u"确定要删除当前行吗？"_s, Application->Title, TMessageIcon::Question,
-               TMessageButtons::OkCancel, true)
-            != TMessageResult::Ok)
-        return;
-    dataSet_->Delete();
 }

@@ -4,6 +4,7 @@
 #include "framework/ScreenHandlers.h"
 #include "module/data/HostBridge.h"
 #include "module/data/LayoutStorage.h"
+#include "runtime/grid/SortIndex.h"
 
 #include <algorithm>
 
@@ -13,7 +14,6 @@ namespace {
 
 const QString kFrozen = u"Frozen"_s;
 const QString kSorting = u"Sorting"_s;
-const QString kSortIndex = u"SortIndexEh"_s; // the grid's own
 
 // Columns without a field are known by their titles.
 QString NameOf(const TColumnEh& column)

@@ -1,6 +1,7 @@
 #include "orders/search/FilterBoxes.h"
 
 #include "company/CancelReasons.h"
+#include "framework/CriteriaWords.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -13,7 +14,7 @@ constexpr int kAnyStatus = -2;
 
 QString AnyValue()
 {
-    return u"全部"_s;
+    return kAnything.toString();
 }
 
 QString FilterText(const TDBComboBoxEh& box)

@@ -162,7 +162,7 @@ TBookmark TDBLookupComboboxEh::ChosenRow() const
 
 void TDBLookupComboboxEh::Complete()
 {
-    const int row = CompletionRow(d_->params, text());
+    const int row = CompleteLookup(d_->params, text());
     const TClientDataSetEx* list = d_->OpenList();
     if (row < 0 || !list)
         return;

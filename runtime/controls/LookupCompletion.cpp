@@ -173,7 +173,7 @@ TLookupMatches MatchingLookupRows(const TLookupParams& params, const QString& ty
     return matches;
 }
 
-int CompletionRow(const TLookupParams& params, const QString& typed)
+int CompleteLookup(const TLookupParams& params, const QString& typed)
 {
     const TClientDataSetEx* list = OpenList(params);
     if (!list || typed.isEmpty() || LookupKnows(params, typed))
@@ -189,13 +189,4 @@ int CompletionRow(const TLookupParams& params, const QString& typed)
             first = row;
     }
     return first;
-}
-
-QString CompleteLookup(const TLookupParams& params, const QString& typed)
-{
-    const int row = CompletionRow(params, typed);
-    if (row < 0)
-        return typed;
-    const TClientDataSetEx* list = OpenList(params);
-    return list->ViewText(row, list->FieldIndex(ShownField(params)));
 }

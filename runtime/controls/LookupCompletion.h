@@ -3,13 +3,12 @@
 #include "runtime/Export.h"
 #include "runtime/grid/DBGrid.h"
 
-// What Enter in a lookup box, and leaving it, make of the text typed. A text that equals a row's key or shown
-// text stays. Otherwise the first row of the list whose key, shown text or code begins with it is taken and
-// its shown text returned; letters also match the pinyin initials of the shown text. A code typed in full
-// goes before one that only begins with it. No such row, or a closed list: the text as typed.
-RUNTIME_EXPORT QString CompleteLookup(const TLookupParams& params, const QString& typed);
-// The row so taken (view row of the list's dataset); -1 where the text stays.
-RUNTIME_EXPORT int CompletionRow(const TLookupParams& params, const QString& typed);
+// What Enter in a lookup box, and leaving it, make of the text typed: the row whose shown text takes its
+// place (view row of the list's dataset). A text that equals a row's key or shown text stays (-1). Otherwise
+// it is the first row of the list whose key, shown text or code begins with it; letters also match the pinyin
+// initials of the shown text. A code typed in full goes before one that only begins with it. No such row, or
+// a closed list: -1.
+RUNTIME_EXPORT int CompleteLookup(const TLookupParams& params, const QString& typed);
 
 // The list's rows (view rows of its dataset) to offer for a text: first those that begin with it in that
 // sense, then those that contain it elsewhere, each in list order; all of them for an empty text.

@@ -2,6 +2,7 @@
 
 #include "runtime/grid/DBGridPrivate.h"
 #include "runtime/grid/FindBar.h"
+#include "runtime/grid/SortIndex.h"
 #include "runtime/ui/Application.h"
 #include "runtime/ui/Forms.h"
 #include "runtime/ui/ListStyle.h"
@@ -192,7 +193,7 @@ void TDBGridEh::Private::DataReset()
     // A query run anew names no row of the one before.
     std::erase_if(selected, [open](TBookmark row) { return !open || !open->HasRow(row); });
     // Markers speak of the order shown; another order, or none, takes them away.
-    if (open && open->IndexName() != u"SortIndexEh"_s) {
+    if (open && open->IndexName() != kSortIndex) {
         for (TGridColumn& column : columns) {
             column.info.sortMarker = TSortMarker::None;
             column.markOrder = 0;

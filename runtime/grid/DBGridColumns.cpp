@@ -1,5 +1,6 @@
 #include "runtime/controls/LookupCompletion.h"
 #include "runtime/grid/DBGridPrivate.h"
+#include "runtime/grid/SortIndex.h"
 #include "runtime/ui/Application.h"
 #include "runtime/ui/ListStyle.h"
 #include "runtime/ui/Style.h"
@@ -9,8 +10,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-const QString kSortIndex = u"SortIndexEh"_s;
 
 // Decimals of a pattern like "0.00"; thousands are grouped where it has a comma.
 QString FormatNumber(double number, const QString& pattern)

@@ -64,7 +64,7 @@ QString TDBGridEh::Private::StoredText(int column, const QString& shown) const
     case TColumnStyle::Lookup: {
         const QString typed = shown.trimmed();
         const TLookupParams& lookup = info.lookup;
-        int row = CompletionRow(lookup, typed);
+        int row = CompleteLookup(lookup, typed);
         if (row < 0)
             row = LookupRow(lookup, lookup.listField.isEmpty() ? lookup.keyField : lookup.listField, typed);
         const TClientDataSetEx* list = row < 0 ? nullptr : lookup.listSource->DataSet();
