@@ -34,8 +34,7 @@ TOrderItems::TOrderItems(TClientDataSetEx* orders, TClientDataSetEx* items)
     , rest_(new QTimer(this))
 {
     rest_->setSingleShot(true);
-    rest_->setInterval(kRestMilliseconds);
-    connect(orders, &TClientDataSetEx::CursorMoved, rest_, qOverload<>(&QTimer::start));
+    connect(orders, &TClientDataSetEx::CursorMoved, this, [this] { rest_->start(kRestMilliseconds); });
     connect(rest_, &QTimer::timeout, this, &TOrderItems::LoadAfterRest);
 }
 
@@ -70,7 +69,7 @@ void TOrderItems::LoadAfterRest()
     if (OutOfReach()) {
         // Each try would hold the keyboard up; the row that is current then is read when the pause is over.
         ShowAsUnread();
-        QTimer::singleShot(static_cast<int>(pause_.remainingTime()), rest_, qOverload<>(&QTimer::start));
+        rest_->start(static_cast<int>(pause_.remainingTime()));
         return;
     }
     try {
