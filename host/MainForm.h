@@ -48,7 +48,6 @@ public:
     Q_INVOKABLE void ShowNotice(const QString& text);
 
     QMdiArea* Area() const noexcept { return area_; }
-    TWindowList* Windows() const noexcept { return windows_; }
     // The open screens by name, in the order of their tabs, the current one last.
     QStringList ScreenNames() const;
     // Asks every open screen to close, those with unsaved edits first; stops at the one that stays, which the
