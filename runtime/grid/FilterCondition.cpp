@@ -61,7 +61,7 @@ QString TDBGridEh::Private::FilterTexts::Of(const wire::Value& value)
 
 TDBGridEh::Private::FilterCondition::FilterCondition(const Private& grid, const Filter& filter)
     : texts_(grid, filter.field)
-    , shown_(filter.shown.begin(), filter.shown.end())
+    , shown_(filter.shown)
     , hasFrom_(!filter.from.isEmpty())
     , hasTo_(!filter.to.isEmpty())
     , wholeDay_(filter.to.size() <= kDateLength)
@@ -94,13 +94,25 @@ void TDBGridEh::Private::FilterCondition::Know(const wire::Value& value, bool sh
 
 bool TDBGridEh::Private::FilterCondition::IsShown(const wire::Value& value)
 {
+    if (wire::IsNull(value)) { // asked of every column
+        if (!blankShown_)
+            blankShown_ = shown_.contains(texts_.Of(value));
+        return *blankShown_;
+    }
     if (!known_.isEmpty()) {
         const auto key = KeyOf(value);
         const auto known = key ? known_.constFind(*key) : known_.constEnd();
         if (known != known_.constEnd())
             return *known;
     }
-    return shown_.contains(texts_.Of(value));
+    ReadTexts();
+    return shownTexts_.contains(texts_.Of(value));
+}
+
+void TDBGridEh::Private::FilterCondition::ReadTexts()
+{
+    if (shownTexts_.isEmpty())
+        shownTexts_ = QSet<QString>(shown_.begin(), shown_.end());
 }
 
 // Nothing lies above or below a bound that cannot be read.

@@ -27,8 +27,11 @@ class TDBGridEh::Private::FilterCondition {
 public:
     FilterCondition(const Private& grid, const Filter& filter);
     bool operator()(const wire::Value& value);
-    // Whether the value is among those shown, of numbers and moments, which need no text made of them then.
+    // Of so many numbers and moments to come, whether each is among those shown: no text is made of it then.
+    void Expect(size_t values) { known_.reserve(qsizetype(values)); }
     void Know(const wire::Value& value, bool shown);
+    // Else the texts shown are looked through when the first value asks for it.
+    void ReadTexts();
 
     // A bound as the field's own type; null where there is none, or none that can be read.
     static wire::Value Bound(const QString& text, bool date);
@@ -42,8 +45,10 @@ private:
     bool IsShown(const wire::Value& value);
 
     FilterTexts texts_;
-    QSet<QString> shown_; // none: whatever lies within the bounds
+    QStringList shown_; // none: whatever lies within the bounds
+    QSet<QString> shownTexts_; // once they were read
     QHash<qint64, bool> known_;
+    std::optional<bool> blankShown_; // once it was asked
     bool hasFrom_;
     bool hasTo_;
     bool wholeDay_; // the upper bound is a date alone

@@ -242,6 +242,7 @@ void TFilterPopup::Apply()
     if (applying_)
         return;
     TDBGridEh::Filter filter{field_, {}, {}, {}};
+    filter.shown.reserve(qsizetype(items_.size()));
     bool all = true;
     for (const Item& item : items_) {
         const bool taken = item.ticked && IsFound(item);
@@ -262,10 +263,11 @@ void TFilterPopup::Apply()
         filter.to = to_->text().trimmed();
     }
     TDBGridEh::Private::FilterCondition condition(*grid_->d_, filter);
-    if (!filter.shown.isEmpty()) {
-        for (const auto& [value, item] : values_)
-            condition.Know(value, items_[item].ticked && IsFound(items_[item]));
-    }
+    if (values_.empty())
+        condition.ReadTexts();
+    condition.Expect(values_.size());
+    for (const auto& [value, item] : values_)
+        condition.Know(value, items_[item].ticked && IsFound(items_[item]));
     close();
     // In a go of its own: finding out what passes takes as long as what has been done for it.
     QMetaObject::invokeMethod(
