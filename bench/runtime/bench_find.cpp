@@ -119,6 +119,7 @@ void BM_Find(benchmark::State& state)
     source.SetDataSet(&orders);
     TDBGridEh grid(nullptr, u"DataViewGrid"_s);
     std::vector<TColumnEh> columns;
+    columns.reserve(kColumns);
     for (int i = 0; i < kColumns; ++i)
         columns.push_back({.fieldName = u"F%1"_s.arg(i), .title = u"栏目%1"_s.arg(i)});
     grid.SetColumns(columns);

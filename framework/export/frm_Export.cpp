@@ -129,8 +129,8 @@ void Tfrm_Export::showEvent(QShowEvent* event)
     QTimer::singleShot(0, this, [this] {
         QStringList answer;
         if (Application->TakeAnswer(answer)) {
-            const QPointer<Tfrm_Export> alive(this);
             Edit1->setText(answer.value(0));
+            const QPointer<Tfrm_Export> alive(this);
             Button1Click();
             if (alive)
                 Close();
