@@ -13,7 +13,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace wire {
 namespace {
 
-constexpr qsizetype kPiece = 32 * 1024; // records of 16 KB
+constexpr qsizetype kPiece = 16 * 1024; // one record: what Qt and OpenSSL keep for a connection grows with it
 
 [[noreturn]] void Raise(const QSslSocket& socket)
 {

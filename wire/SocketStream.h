@@ -11,8 +11,8 @@ class QTcpSocket;
 namespace wire {
 
 // A connected TCP socket as a stream of bytes, waited for on the caller's thread without an event loop. A
-// plain socket's bytes go past Qt's buffers; a QSslSocket, once it encrypts, is written in pieces of a few
-// records, so that none of its buffers outgrows them.
+// plain socket's bytes go past Qt's buffers; a QSslSocket, once it encrypts, is written record by
+// record, so that none of its buffers outgrows one.
 class WIRE_EXPORT SocketStream {
 public:
     static constexpr qsizetype kTimedOut = NativeSocket::kTimedOut;
