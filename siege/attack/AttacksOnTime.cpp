@@ -302,6 +302,7 @@ Result StarveBySaving(Target& target, bool brief)
     QString refusal;
     double longest = 0;
     std::atomic<int> left = 6;
+    crowd.reserve(6);
     for (int i = 0; i < 6; ++i) {
         crowd.emplace_back([&, i] {
             try {
