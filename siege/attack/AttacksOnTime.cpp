@@ -260,9 +260,8 @@ Result PrepareWithoutEnd(Target& target, bool brief)
                     attacker.LogIn(i % 2 == 0 ? kBranch : kOther);
                     for (int n = 0; n < (brief ? 300 : 5'000); ++n)
                         answered += attacker
-                                        .Ask(Query(u"select a.* from tab_zelmor_bill a, dual t%1_%2 where "
-                                                   "a.TX_LOGISTIC_ID = 'x'"_s.arg(i)
-                                                       .arg(n)))
+                                        .Ask(Query(u"select a%1.* from tab_zelmor_bill a%1 where "
+                                                   "a%1.TX_LOGISTIC_ID = 'x'"_s.arg(i * 10'000 + n)))
                                         .accepted
                             ? 1
                             : 0;
